@@ -1,0 +1,65 @@
+#include <common/contact/icontactcontext.h>
+
+#include <common/contact/inumbercontext.h>
+
+#include <utility>
+
+namespace common::contact
+{
+
+namespace
+{
+
+using number::INumberContext;
+
+class ContactContext : public IContactContext
+{
+public:
+    ContactContext(QSharedPointer<INumberContext> number_, const QString& name_)
+        : number(std::move(number_))
+        , name(name_)
+    {}
+
+    void* PassThrough(void* value) override { return value; }
+    bool IsMarked() const override { return false; }
+    QString DisplayName() const override { return name.isEmpty() || Number() == name ? QString() : name; }
+    QString Address() const override { return Ask(&INumberContext::Address); }
+    QString DisplayText() const override { return Ask(&INumberContext::DisplayText); }
+    int Kind() const override { return number ? number->Kind() : number::PhoneNumber; }
+    QString Name() const override { return name; }
+    QString Ringtone() const override { return QStringLiteral(":/ringtones/Ringtone Default.wav"); }
+    QString FullAddress() const override { return Ask(&INumberContext::FullAddress); }
+    QString Number() const override { return Ask(&INumberContext::Number); }
+    QString Domain() const override { return Ask(&INumberContext::Domain); }
+    QString Extension() const override { return Ask(&INumberContext::Extension); }
+
+private:
+    QString Ask(QString (INumberContext::*getter)() const) const
+    {
+        return number ? (number.data()->*getter)() : QString();
+    }
+
+    QSharedPointer<INumberContext> number;
+    QString name;
+};
+
+} // namespace
+
+IContactContext::IContactContext()
+    : QObject(nullptr)
+{}
+
+IContactContext::~IContactContext() = default;
+
+QSharedPointer<IContactContext> CreateInstance(const QString& number, const QString& domain,
+                                               const QString& name, const QString& extension)
+{
+    return QSharedPointer<ContactContext>::create(number::CreateInstance(number, domain, extension), name);
+}
+
+QSharedPointer<IContactContext> CreateInstance(const QString& uri, const QString& name)
+{
+    return QSharedPointer<ContactContext>::create(number::CreateInstance(uri), name);
+}
+
+} // namespace common::contact

@@ -1,0 +1,131 @@
+#include <common/contact/inumbercontext.h>
+
+#include <common/sip/sipid.h>
+
+#include "deployment.h"
+
+#include <QRegularExpression>
+
+namespace common::contact::number
+{
+
+namespace
+{
+
+bool EqualsIgnoringCase(const QString& text, QLatin1String other)
+{
+    return text.compare(other, Qt::CaseInsensitive) == 0;
+}
+
+bool IsSkypeDomain(const QString& domain)
+{
+    return EqualsIgnoringCase(domain, QLatin1String("skype")) ||
+           EqualsIgnoringCase(domain, QLatin1String("skype.com"));
+}
+
+/// Containment lets sub-domains and a port pass. The external domain is foreign only as a whole text.
+bool IsServiceDomain(const QString& domain)
+{
+    return domain.contains(QLatin1String(deployment::serviceSipDomain), Qt::CaseInsensitive) &&
+           !EqualsIgnoringCase(domain, QLatin1String(deployment::externalServiceSipDomain));
+}
+
+int KindOf(const QString& number, const QString& domain)
+{
+    if (IsSkypeDomain(domain)) {
+        return SkypeName;
+    }
+    if (IsServiceDomain(domain)) {
+        return ServiceNumber;
+    }
+    using tools::sip::SipId;
+    if (!SipId::NumericNumberRegExp().exactMatch(number) || SipId::NumericSipRegExp().exactMatch(number)) {
+        return SipAddress;
+    }
+    // A foreign domain does not make a numeric number a SIP address; this is meant.
+    return PhoneNumber;
+}
+
+QString OnlyDialDigits(QString text)
+{
+    static const QRegularExpression others(QStringLiteral("[^0-9a-fA-F*#]+"));
+    return text.remove(others);
+}
+
+class NumberContext final : public INumberContext
+{
+public:
+    NumberContext(const QString& number_, const QString& domain_, const QString& extension_)
+        : number(number_.trimmed())
+        , domain(domain_.trimmed().toLower())
+        , extension(OnlyDialDigits(extension_))
+        , kind(KindOf(number, domain))
+    {
+        if (kind == SkypeName) {
+            number = number.toLower();
+        }
+    }
+
+    QString Address() const override
+    {
+        switch (kind) {
+        case ServiceNumber:
+        case SipAddress:
+            return FullAddress();
+        case SkypeName:
+            return number;
+        default:
+            return WithExtension();
+        }
+    }
+
+    QString DisplayText() const override
+    {
+        return kind == SkypeName ? QStringLiteral("skype: ") + Address() : Address();
+    }
+
+    int Kind() const override { return kind; }
+
+    QString FullAddress() const override
+    {
+        return domain.isEmpty() ? WithExtension() : number + u'@' + domain;
+    }
+
+    QString Number() const override { return number; }
+    QString Domain() const override { return domain; }
+    QString Extension() const override { return extension; }
+
+private:
+    QString WithExtension() const { return extension.isEmpty() ? number : number + u',' + extension; }
+
+    QString number;
+    QString domain;
+    QString extension;
+    int kind;
+};
+
+} // namespace
+
+INumberContext::INumberContext()
+    : QObject(nullptr)
+{}
+
+INumberContext::~INumberContext() = default;
+
+QSharedPointer<INumberContext> CreateInstance(const QString& number, const QString& domain,
+                                              const QString& extension)
+{
+    return QSharedPointer<NumberContext>::create(number, domain, extension);
+}
+
+QSharedPointer<INumberContext> CreateInstance(const QString& uri)
+{
+    QString user;
+    QString domain;
+    QString name;
+    QString extension;
+    tools::sip::SipId::ParseURIEx(uri, user, domain, name, extension);
+    return CreateInstance(user, domain, extension);
+}
+
+} // namespace common::contact::number

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <memory>
+
+namespace log4cpp
+{
+class Appender;
+}
+
+namespace common::logger::l4cpp
+{
+
+/// The appender "win32debug": the debugger channel on Windows, standard error elsewhere.
+std::unique_ptr<log4cpp::Appender> CreateDebugAppender();
+
+} // namespace common::logger::l4cpp

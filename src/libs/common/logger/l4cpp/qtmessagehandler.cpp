@@ -1,0 +1,77 @@
+#include "qtmessagehandler.h"
+
+#include <common/logger/logger.h>
+
+#include <QMessageLogContext>
+
+namespace common::logger::l4cpp
+{
+
+namespace
+{
+
+int LevelOf(QtMsgType type)
+{
+    switch (type) {
+    case QtWarningMsg:
+        return Warn;
+    case QtCriticalMsg:
+        return Error;
+    case QtFatalMsg:
+        return Crit;
+    default:
+        return Debug;
+    }
+}
+
+void HandleQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text);
+
+/// The handler is in force from the load of the library until its end, unless it is put back before.
+class HandlerInstallation
+{
+public:
+    HandlerInstallation()
+        : previous(qInstallMessageHandler(&HandleQtMessage))
+    {}
+    ~HandlerInstallation() { Undo(); }
+
+    void Undo()
+    {
+        if (installed) {
+            installed = false;
+            qInstallMessageHandler(previous);
+        }
+    }
+
+private:
+    Q_DISABLE_COPY(HandlerInstallation)
+
+    QtMessageHandler previous;
+    bool installed = true;
+};
+
+// In this order: the handler reads the name, so the name must die last.
+QString qtChannel;
+HandlerInstallation installation;
+
+void HandleQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    const QByteArray name = qtChannel.toUtf8();
+    const Channel channel{name.constData()};
+    Message(GetLogger(), &channel, LevelOf(type), context.file, context.function, context.line).GetStream()
+        << text;
+}
+
+} // namespace
+
+void SetQtChannel(const QString& name)
+{
+    qtChannel = name;
+}
+
+void RestoreQtMessageHandler()
+{
+    installation.Undo();
+}
+
+} // namespace common::logger::l4cpp

@@ -1,0 +1,266 @@
+#pragma once
+
+#include <common/logger/functionname.h>
+#include <common/vxcommon_export.h>
+
+#include <QString>
+#include <QTextStream>
+
+#include <cstddef>
+
+/**
+ * @file
+ * The one door for log lines.
+ *
+ * A statement such as
+ * @code
+ * LOG_MESSAGE(common::logger::Warn) << "no answer from " << host << " after " << seconds << " s";
+ * @endcode
+ * builds one Message on the stack and, at its end, hands it to the current ILogger. A source file speaks on
+ * the channel "main" unless it declares a channel of its own inside one of its namespaces:
+ * @code
+ * namespace common::http
+ * {
+ * namespace
+ * {
+ * constexpr logger::Channel logChannel{"http.request"};
+ * }
+ * ...
+ * @endcode
+ * Ordinary name lookup then finds the inner one first.
+ */
+namespace common::logger
+{
+
+/// Severity of a message and threshold of a logger; the lower the number, the more severe.
+enum Level : int
+{
+    Fatal = 0,
+    Alert = 1,
+    Crit = 2,
+    Error = 3,
+    Warn = 4,
+    Notice = 5,
+    Info = 6,
+    Debug = 7,
+    NotSet = 8 ///< A message at this level or above is dropped without asking any logger.
+};
+
+/// Which part of a program speaks. Must outlive every message that points to it, so make it constexpr.
+struct Channel
+{
+    const char* name; ///< Dotted path such as "http.request"; the dots are log4cpp's category hierarchy.
+};
+
+/// Bits of the `options` argument of ILogger::Configure.
+enum Option : unsigned int
+{
+    ShowSource = 1,      ///< Append the source location to each line.
+    ShowFunction = 2,    ///< Show the function name in the source location, too.
+    PatternLayout = 256, ///< Lines by a conversion pattern; wins over the two below.
+    SimpleLayout = 512,  ///< log4cpp's SimpleLayout.
+    BasicLayout = 1024   ///< log4cpp's BasicLayout; wins over SimpleLayout.
+};
+
+/// Bits of the `targets` argument of ILogger::Configure.
+enum Target : unsigned int
+{
+    Console = 1,    ///< Standard output.
+    Debugger = 2,   ///< The Windows debugger channel; standard error elsewhere.
+    File = 4,       ///< One log file that grows without end.
+    RollingFile = 8 ///< A log file with numbered backups; wins over File.
+};
+
+/// One finished log line as a logger sees it. Valid only during ILogger::Write.
+class VXCOMMON_EXPORT IMessage
+{
+public:
+    virtual int GetLevel() const = 0;              ///< Usually one of Level.
+    virtual const Channel* GetChannel() const = 0; ///< May be null.
+    virtual const QString* GetText() const = 0;    ///< Never null.
+    virtual int GetLine() const = 0;               ///< Source line; 0 if unknown.
+    virtual const char* GetFile() const = 0;       ///< Source path of static lifetime; may be null.
+    virtual const char* GetFunction() const = 0;   ///< Qualified name of static lifetime; may be null.
+
+protected:
+    ~IMessage() = default;
+};
+
+/**
+ * Receiver of log lines. Write may be called from any thread; everything else belongs to the thread that sets
+ * logging up.
+ */
+class VXCOMMON_EXPORT ILogger
+{
+public:
+    /// Takes one finished message. Never reports failure; a logger that cannot write drops the line.
+    virtual void Write(const IMessage& message) = 0;
+
+    /// The threshold: messages up to this level are kept; NotSet if the logger has none of its own.
+    virtual int GetLevel() const = 0;
+    virtual void SetLevel(int level) = 0;
+
+    /// Whether lines end in their source location (Option::ShowSource).
+    virtual bool IsSourceShown() const = 0;
+    virtual void SetSourceShown(bool shown) = 0;
+
+    /**
+     * Sets the logger up in one call.
+     *
+     * @param level threshold, see SetLevel
+     * @param targets bits of Target
+     * @param options bits of Option
+     * @param pattern conversion pattern for PatternLayout; empty for the default pattern
+     * @param qtChannel name of the channel for Qt's own messages
+     * @param configFile external configuration; if it can be loaded, it decides everything else
+     * @param logFile path of the main log; empty for none
+     * @param shortLogFile path of the log of the channel "main" and those below it; empty for none
+     * @param maxFileSize size in bytes at which a rolling file is rolled over
+     * @param maxBackups number of backups of the main rolling file
+     * @return true in the loggers of this library, also if a file cannot be opened
+     */
+    virtual bool Configure(int level, unsigned int targets, unsigned int options, const QString& pattern,
+                           const QString& qtChannel, const QString& configFile, const QString& logFile,
+                           const QString& shortLogFile, std::size_t maxFileSize, int maxBackups) = 0;
+
+    /// Loads an external configuration. True means that it was loaded and nothing more is to be set up.
+    virtual bool LoadConfiguration(const QString& configFile) = 0;
+
+    /**
+     * Destroys a logger that was made on the heap and frees it. Does nothing on a null pointer, and nothing
+     * on the loggers that the library itself owns.
+     *
+     * This front is not virtual and does not test `this`: compilers take it for non-null and drop such a
+     * test. It passes the pointer on as an ordinary argument to DestroyLogger, which is compiled elsewhere,
+     * tests it there and only then takes the virtual step, DoDestroy.
+     */
+    void Destroy();
+
+private:
+    /// What Destroy does on a logger that is there; stands at this place in the virtual table.
+    virtual void DoDestroy() { delete this; }
+
+public:
+    /// Attaches or detaches the log files without closing the logger.
+    virtual void SetFileLoggingEnabled(bool enabled) = 0;
+
+    virtual ~ILogger() = default;
+
+protected:
+    ILogger() = default;
+
+private:
+    friend VXCOMMON_EXPORT void DestroyLogger(ILogger* logger);
+    Q_DISABLE_COPY(ILogger)
+};
+
+/// ILogger::Destroy as a function of an ordinary pointer, which may be null.
+VXCOMMON_EXPORT void DestroyLogger(ILogger* logger);
+
+inline void ILogger::Destroy()
+{
+    DestroyLogger(this);
+}
+
+/**
+ * The default logger: writes through Qt's logging, each line under a category named after its channel.
+ *
+ * Silent until SetLevel is called. Takes no lock: set it up before other threads log.
+ */
+class VXCOMMON_EXPORT Logger : public ILogger
+{
+public:
+    constexpr Logger() = default;
+
+    void Write(const IMessage& message) override;
+    int GetLevel() const override; ///< NotSet unless the stored level is one of Fatal to Debug.
+    void SetLevel(int level) override;
+    bool IsSourceShown() const override;
+    void SetSourceShown(bool shown) override;
+    /// Stores targets and options, loads `configFile` or else sets the level; the other arguments are not
+    /// used.
+    bool Configure(int level, unsigned int targets, unsigned int options, const QString& pattern,
+                   const QString& qtChannel, const QString& configFile, const QString& logFile,
+                   const QString& shortLogFile, std::size_t maxFileSize, int maxBackups) override;
+    bool LoadConfiguration(const QString& configFile) override; ///< Always false: there is nothing to load.
+    void SetFileLoggingEnabled(bool enabled) override;          ///< Does nothing: there is no file.
+
+private:
+    int level = -1;
+    unsigned int targets = 0;
+    unsigned int options = 0;
+};
+
+/// The logger that statements go to. Never null unless null was set or the program is past the logger's end.
+VXCOMMON_EXPORT ILogger* GetLogger();
+
+/**
+ * Makes `logger` current, takes no ownership, and returns the one that was current. Null makes statements
+ * silent. Call it during start-up, before other threads log.
+ */
+VXCOMMON_EXPORT ILogger* SetLogger(ILogger* logger);
+
+/**
+ * The one logger that writes through log4cpp: console, debugger and two rolling files.
+ *
+ * Made on the first call; the library owns it. Its GetLevel returns NotSet, since log4cpp's categories hold
+ * the threshold. Configure throws what log4cpp throws on a bad pattern for console or debugger, and keeps
+ * silent about files that cannot be opened. Lines written after static destruction has passed it are dropped.
+ *
+ * Present in builds with VXCOMMON_HAS_LOG4CPP.
+ */
+VXCOMMON_EXPORT ILogger* GetLog4cpp();
+
+/// One log statement: lives on the stack, collects the text, and delivers itself to its logger when it dies.
+class VXCOMMON_EXPORT Message final : public IMessage
+{
+public:
+    /// The text sink: a QTextStream on a string of its own.
+    class VXCOMMON_EXPORT Stream : public QTextStream
+    {
+    public:
+        Stream();
+        const QString& GetText() const { return text; }
+
+    private:
+        Q_DISABLE_COPY(Stream)
+
+        QString text;
+    };
+
+    /// Copies no string: `channel`, `file` and `function` must outlive the message.
+    Message(ILogger* logger, const Channel* channel, int level, const char* file, const char* function,
+            int line);
+    ~Message();
+
+    Stream& GetStream() { return stream; }
+
+    int GetLevel() const override;
+    const Channel* GetChannel() const override;
+    const QString* GetText() const override;
+    int GetLine() const override;
+    const char* GetFile() const override;
+    const char* GetFunction() const override;
+
+private:
+    Q_DISABLE_COPY(Message)
+
+    Stream stream;
+    ILogger* logger;
+    const Channel* channel;
+    int level;
+    const char* file;
+    const char* function;
+    int line;
+};
+
+} // namespace common::logger
+
+/// Channel of every source file that declares none of its own in an inner namespace.
+[[maybe_unused]] static constexpr common::logger::Channel logChannel{"main"};
+
+/// One log statement, used as a stream: LOG_MESSAGE(common::logger::Info) << "started";
+#define LOG_MESSAGE(level)                                                                                   \
+    ::common::logger::Message(::common::logger::GetLogger(), &logChannel, (level), __FILE__,                 \
+                              VXCOMMON_FUNCTION_NAME, __LINE__)                                              \
+        .GetStream()

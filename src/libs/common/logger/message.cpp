@@ -1,0 +1,62 @@
+#include <common/logger/logger.h>
+
+#include <QIODevice>
+
+namespace common::logger
+{
+
+// QTextStream is built before the string it is to write to, so it is opened here and not in the initialiser
+// list.
+Message::Stream::Stream()
+{
+    setString(&text, QIODevice::ReadWrite);
+}
+
+Message::Message(ILogger* logger_, const Channel* channel_, int level_, const char* file_,
+                 const char* function_, int line_)
+    : logger(logger_)
+    , channel(channel_)
+    , level(level_)
+    , file(file_)
+    , function(function_)
+    , line(line_)
+{}
+
+Message::~Message()
+{
+    if (level < NotSet && logger != nullptr) {
+        logger->Write(*this);
+    }
+}
+
+int Message::GetLevel() const
+{
+    return level;
+}
+
+const Channel* Message::GetChannel() const
+{
+    return channel;
+}
+
+const QString* Message::GetText() const
+{
+    return &stream.GetText();
+}
+
+int Message::GetLine() const
+{
+    return line;
+}
+
+const char* Message::GetFile() const
+{
+    return file;
+}
+
+const char* Message::GetFunction() const
+{
+    return function;
+}
+
+} // namespace common::logger

@@ -1,0 +1,101 @@
+#include <common/sip/sipid.h>
+
+#include <QRegularExpression>
+#include <QStringList>
+
+namespace tools::sip
+{
+
+namespace
+{
+
+constexpr int notSet = -1;
+
+/// Which capture of a pattern goes to which output. A pattern that matches with fewer texts than `minimum`
+/// fails.
+struct Form
+{
+    QRegExp (*pattern)();
+    qsizetype minimum;
+    int user;
+    int domain;
+    int name;
+    int extension;
+    int port;
+    bool isSkype;
+};
+
+// The first pattern that matches decides. The Skype identifier captures 3 texts and asks for 4, so a name on
+// the short Skype domain is recognised here only to be refused; this is meant.
+constexpr Form forms[] = {
+    {SipId::URIRegExp, 13, 4, 7, 2, notSet, 10, false},
+    {SipId::IDRegExp, 10, 2, 5, notSet, 9, 8, false},
+    {SipId::SkypeURIRegExp, 4, 2, notSet, notSet, notSet, notSet, true},
+    {SipId::SkypeIDRegExp, 4, 1, notSet, notSet, notSet, notSet, true},
+    {SipId::PhoneNumberRegExp, 3, 1, notSet, notSet, 2, notSet, false},
+    {SipId::SIPUserRegExp, 3, 1, notSet, notSet, notSet, notSet, false},
+};
+
+void Assign(QString& output, const QStringList& captures, int index)
+{
+    if (index != notSet) {
+        output = captures.at(index);
+    }
+}
+
+} // namespace
+
+bool SipId::ParseURIEx(const QString& uri, QString& user, QString& domain, QString& name, QString& extension,
+                       QString& port)
+{
+    static const QRegularExpression whiteSpace(QStringLiteral("\\s"));
+
+    const QString text = uri.trimmed();
+    extension.clear();
+    user.clear();
+    domain.clear();
+    name.clear();
+
+    for (const Form& form : forms) {
+        QRegExp pattern = form.pattern();
+        if (!pattern.exactMatch(text)) {
+            continue;
+        }
+        const QStringList captures = pattern.capturedTexts();
+        if (captures.size() < form.minimum) {
+            break;
+        }
+        Assign(user, captures, form.user);
+        Assign(domain, captures, form.domain);
+        Assign(name, captures, form.name);
+        Assign(extension, captures, form.extension);
+        Assign(port, captures, form.port);
+        extension.remove(whiteSpace);
+        if (form.isSkype) {
+            domain = QStringLiteral("skype.com");
+        }
+        return true;
+    }
+    user = text;
+    return false;
+}
+
+bool SipId::ParseURIEx(const QString& uri, QString& user, QString& domain, QString& name, QString& extension)
+{
+    QString port;
+    if (!ParseURIEx(uri, user, domain, name, extension, port)) {
+        return false;
+    }
+    if (!port.isEmpty()) {
+        domain += u':' + port;
+    }
+    return true;
+}
+
+bool SipId::ParseURI(const QString& uri, QString& user, QString& domain, QString& name)
+{
+    QString extension;
+    return ParseURIEx(uri, user, domain, name, extension);
+}
+
+} // namespace tools::sip

@@ -1,0 +1,66 @@
+#include <common/tools/version.h>
+
+#include <QRegularExpression>
+#include <QStringList>
+
+#include <tuple>
+
+namespace common
+{
+
+Version::Version(unsigned int majorPart, unsigned int minorPart, unsigned int buildPart,
+                 unsigned int releasePart)
+    : major{majorPart}
+    , minor{minorPart}
+    , build{buildPart}
+    , release{releasePart}
+{}
+
+Version::Version(const QString& text)
+{
+    parse(text);
+}
+
+Version::Version(const char* text)
+{
+    parse(QString::fromUtf8(text));
+}
+
+bool Version::IsNull() const
+{
+    return *this == Version();
+}
+
+QString Version::ToString() const
+{
+    return QStringLiteral("%1.%2.%3.%4").arg(major).arg(minor).arg(build).arg(release);
+}
+
+bool Version::operator==(const Version& other) const
+{
+    return major == other.major && minor == other.minor && build == other.build && release == other.release;
+}
+
+bool Version::operator<(const Version& other) const
+{
+    return std::tie(major, minor, build, release) <
+           std::tie(other.major, other.minor, other.build, other.release);
+}
+
+bool Version::parse(const QString& text)
+{
+    static const QRegularExpression separator(QStringLiteral("[-,_.]"));
+    const QStringList parts = text.split(separator);
+    unsigned int* const fields[] = {&major, &minor, &build, &release};
+    qsizetype index = 0;
+    for (unsigned int* field : fields) {
+        if (index == parts.size()) {
+            break;
+        }
+        *field = parts.at(index).toUInt();
+        ++index;
+    }
+    return true;
+}
+
+} // namespace common
