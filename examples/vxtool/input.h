@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+namespace vxtool
+{
+
+/**
+ * Calls `handle` for each argument or, with none, for each line of standard input (UTF-8), as it comes.
+ *
+ * @return whether `handle` returned true each time
+ */
+bool ForEachInput(const QStringList& arguments, const std::function<bool(const QString&)>& handle);
+
+} // namespace vxtool

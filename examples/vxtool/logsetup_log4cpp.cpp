@@ -1,0 +1,21 @@
+#include "logsetup.h"
+
+#include <common/logger/logger.h>
+
+namespace vxtool
+{
+
+void SetUpLog(const LogOptions& options)
+{
+    using namespace common;
+    constexpr std::size_t maxFileSize = 10 * 1024 * 1024;
+    constexpr int maxBackups = 3;
+
+    logger::ILogger* log = logger::GetLog4cpp();
+    logger::SetLogger(log);
+    const unsigned int sourceOptions = options.source ? logger::ShowSource | logger::ShowFunction : 0;
+    log->Configure(options.level, logger::RollingFile, logger::PatternLayout | sourceOptions, QString(),
+                   QStringLiteral("qt"), QString(), options.file, QString(), maxFileSize, maxBackups);
+}
+
+} // namespace vxtool

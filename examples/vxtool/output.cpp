@@ -1,0 +1,125 @@
+#include "output.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QStringList>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace vxtool
+{
+
+namespace
+{
+
+void Print(std::FILE* file, const QString& line)
+{
+    const QByteArray bytes = line.toUtf8() + '\n';
+    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), file);
+}
+
+QString CellText(const QJsonValue& value)
+{
+    QString text = value.toVariant().toString();
+    text.replace(u'\t', QLatin1String("\\t"));
+    text.replace(u'\n', QLatin1String("\\n"));
+    text.replace(u'\r', QLatin1String("\\r"));
+    return text;
+}
+
+/// JSON with the values in the order of the row, which QJsonObject would sort.
+QString JsonText(const Row& row)
+{
+    QStringList members;
+    for (const auto& [name, value] : row) {
+        const QByteArray member = QJsonDocument(QJsonObject{{name, value}}).toJson(QJsonDocument::Compact);
+        members += QString::fromUtf8(member.mid(1, member.size() - 2));
+    }
+    return u'{' + members.join(u',') + u'}';
+}
+
+QString TabText(const Row& row)
+{
+    QStringList cells;
+    for (const auto& [name, value] : row) {
+        cells += CellText(value);
+    }
+    return cells.join(u'\t');
+}
+
+void PrintTable(const std::vector<Row>& rows)
+{
+    std::vector<QStringList> lines(1);
+    for (const auto& [name, value] : rows.front()) {
+        lines.front() += name;
+    }
+    for (const Row& row : rows) {
+        QStringList cells;
+        for (const auto& [name, value] : row) {
+            cells += CellText(value);
+        }
+        lines.push_back(cells);
+    }
+    std::vector<qsizetype> widths(rows.front().size(), 0);
+    for (const QStringList& line : lines) {
+        for (std::size_t column = 0; column < widths.size(); ++column) {
+            widths[column] = std::max(widths[column], line.at(static_cast<qsizetype>(column)).size());
+        }
+    }
+    for (const QStringList& line : lines) {
+        QString text;
+        for (std::size_t column = 0; column < widths.size(); ++column) {
+            text += line.at(static_cast<qsizetype>(column)).leftJustified(widths[column] + 2);
+        }
+        PrintLine(text.trimmed());
+    }
+}
+
+} // namespace
+
+void PrintLine(const QString& line)
+{
+    Print(stdout, line);
+}
+
+void PrintError(const QString& line)
+{
+    Print(stderr, line);
+}
+
+void RowPrinter::AddOptions(QCommandLineParser& parser)
+{
+    parser.addOption({QStringLiteral("json"), QStringLiteral("Print one JSON object a line.")});
+    parser.addOption({QStringLiteral("table"), QStringLiteral("Print a table with aligned columns.")});
+}
+
+RowPrinter::RowPrinter(const QCommandLineParser& parser)
+    : style(parser.isSet(QStringLiteral("json"))    ? Style::Json
+            : parser.isSet(QStringLiteral("table")) ? Style::Table
+                                                    : Style::Tabs)
+{}
+
+RowPrinter::~RowPrinter()
+{
+    if (!tableRows.empty()) {
+        PrintTable(tableRows);
+    }
+}
+
+void RowPrinter::Print(const Row& row)
+{
+    switch (style) {
+    case Style::Tabs:
+        PrintLine(TabText(row));
+        break;
+    case Style::Json:
+        PrintLine(JsonText(row));
+        break;
+    case Style::Table:
+        tableRows.push_back(row);
+        break;
+    }
+}
+
+} // namespace vxtool

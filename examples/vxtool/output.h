@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QCommandLineParser>
+#include <QJsonValue>
+#include <QString>
+
+#include <utility>
+#include <vector>
+
+namespace vxtool
+{
+
+void PrintLine(const QString& line);  ///< To standard output, in UTF-8.
+void PrintError(const QString& line); ///< To standard error, in UTF-8.
+
+/// What a command found for one input: named values in their order.
+using Row = std::vector<std::pair<QString, QJsonValue>>;
+
+/**
+ * Prints rows the way the options ask for: values between tabs, one JSON object a line (--json), or, when the
+ * rows are complete, a table with aligned columns (--table).
+ *
+ * Tabs and line breaks inside a value are shown as \t, \n and \r, so that a row stays one line; --json keeps
+ * them.
+ */
+class RowPrinter
+{
+public:
+    static void AddOptions(QCommandLineParser& parser);
+
+    explicit RowPrinter(const QCommandLineParser& parser);
+    ~RowPrinter();
+
+    void Print(const Row& row);
+
+private:
+    Q_DISABLE_COPY(RowPrinter)
+
+    enum class Style
+    {
+        Tabs,
+        Json,
+        Table
+    };
+
+    Style style;
+    std::vector<Row> tableRows;
+};
+
+} // namespace vxtool
