@@ -16,8 +16,10 @@
 #include <log4cpp/SimpleLayout.hh>
 
 #include <atomic>
+#include <chrono>
 #include <iostream>
 #include <memory>
+#include <thread>
 
 namespace common::logger::l4cpp
 {
@@ -131,6 +133,23 @@ private:
     std::unique_ptr<log4cpp::Appender> appender;
 };
 
+/// Counts a thread that is inside Logger::Write.
+class WriterCount
+{
+public:
+    explicit WriterCount(std::atomic<int>& writers_)
+        : writers(writers_)
+    {
+        ++writers;
+    }
+    ~WriterCount() { --writers; }
+
+private:
+    Q_DISABLE_COPY(WriterCount)
+
+    std::atomic<int>& writers;
+};
+
 /**
  * Maps channels onto log4cpp categories. One instance a process, never freed, so that a statement in a late
  * destructor still finds an object; what it wrote to is gone by then, and the line is dropped.
@@ -161,6 +180,7 @@ private:
     Q_DISABLE_COPY(Logger)
 
     void DoDestroy() override {}
+    bool WaitForWriters() const;
     void AddOwnedAppender(std::unique_ptr<log4cpp::Appender> appender, const QString& pattern);
 
     log4cpp::Category& root = log4cpp::Category::getRoot();
@@ -169,23 +189,24 @@ private:
     AttachedAppender shortFileAppender{mainCategory};
     unsigned int targets = 0;
     unsigned int options = 0;
+    std::atomic<int> writers = 0;
     std::atomic<bool> ended = false;
 };
 
 void Logger::Write(const IMessage& message)
 {
+    const WriterCount count(writers);
+    const Channel* channel = message.GetChannel();
+    if (ended.load() || (channel != nullptr && channel->name == nullptr)) {
+        return;
+    }
     try {
-        const Channel* channel = message.GetChannel();
-        if (ended.load(std::memory_order_acquire) || (channel != nullptr && channel->name == nullptr)) {
-            return;
-        }
         const std::string suffix = SourceSuffix(*this, options, message);
         log4cpp::Category& category =
             channel != nullptr ? log4cpp::Category::getInstance(channel->name) : root;
         category.getStream(PriorityOf(message.GetLevel())) << message.GetText()->toStdString() << suffix;
     } catch (...) {
-        // A line that cannot be written is dropped.
-        return;
+        // A line that cannot be written is dropped: there is nobody left to tell.
     }
 }
 
@@ -274,9 +295,25 @@ void Logger::SetFileLoggingEnabled(bool enabled)
 void Logger::End()
 {
     RestoreQtMessageHandler();
-    ended.store(true, std::memory_order_release);
-    shortFileAppender.Replace(nullptr);
-    fileAppender.Replace(nullptr);
+    ended.store(true);
+    if (WaitForWriters()) {
+        shortFileAppender.Replace(nullptr);
+        fileAppender.Replace(nullptr);
+    }
+}
+
+/// False if a writer does not come back: Windows ends the other threads before it unloads libraries.
+bool Logger::WaitForWriters() const
+{
+    constexpr std::chrono::milliseconds patience(200);
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (writers.load() != 0) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
 }
 
 /// Puts the end of life on the exit list.

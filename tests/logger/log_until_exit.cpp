@@ -1,0 +1,61 @@
+// Logs through log4cpp from its first static constructor to its last static destructor, while threads that
+// nobody stopped still log. Arguments: the log file; then "config" and a property file, or nothing.
+
+#include <common/logger/logger.h>
+
+#include <QDebug>
+#include <QString>
+
+#include <thread>
+
+namespace logger = common::logger;
+
+namespace
+{
+
+/// Logs when it is made and when it dies.
+struct Speaker
+{
+    explicit Speaker(const char* name_)
+        : name(name_)
+    {
+        Speak("begins");
+    }
+    ~Speaker() { Speak("ends"); }
+
+    void Speak(const char* text) const
+    {
+        LOG_MESSAGE(logger::Error) << name << ' ' << text;
+        qWarning("%s %s, says Qt", name, text);
+    }
+
+    const char* name;
+};
+
+// Made before the backend exists, so it dies after it.
+const Speaker early("early");
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    if (argc < 2) {
+        return 2;
+    }
+    logger::ILogger* log = logger::GetLog4cpp();
+    logger::SetLogger(log);
+    const QString logFile = QString::fromLocal8Bit(argv[1]);
+    const QString configFile = argc > 2 ? QString::fromLocal8Bit(argv[2]) : QString();
+    log->Configure(logger::Debug, logger::RollingFile | logger::Debugger, logger::PatternLayout,
+                   QStringLiteral("%p %c %m%n"), QStringLiteral("qt.messages"), configFile, logFile,
+                   logFile + QStringLiteral(".short"), 100000000, 2);
+    // Made after the backend, so it dies first.
+    static const Speaker late("late");
+    LOG_MESSAGE(logger::Info) << "main runs";
+    std::thread([] {
+        while (true) {
+            LOG_MESSAGE(logger::Debug) << "thread runs";
+        }
+    }).detach();
+    return 0;
+}

@@ -1,0 +1,58 @@
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+class TestLoggingAtExit : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void linesAtExit_data();
+    void linesAtExit();
+};
+
+void TestLoggingAtExit::linesAtExit_data()
+{
+    QTest::addColumn<bool>("configured");
+
+    QTest::newRow("own appenders") << false;
+    QTest::newRow("appenders of a property file") << true;
+}
+
+void TestLoggingAtExit::linesAtExit()
+{
+    QFETCH(bool, configured);
+
+    const QTemporaryDir dir;
+    const QString logFile = dir.filePath(QStringLiteral("exit.log"));
+    QStringList arguments{logFile};
+    if (configured) {
+        QFile config(dir.filePath(QStringLiteral("log.properties")));
+        QVERIFY(config.open(QIODevice::WriteOnly));
+        config.write("rootCategory=DEBUG, A\nappender.A=RollingFileAppender\nappender.A.fileName=" +
+                     logFile.toLocal8Bit() +
+                     "\nappender.A.maxFileSize=100000000\nappender.A.maxBackupIndex=2\n"
+                     "appender.A.layout=PatternLayout\nappender.A.layout.ConversionPattern=%p %c %m%n\n");
+        config.close();
+        arguments += config.fileName();
+    }
+    QProcess program;
+    program.setProcessChannelMode(QProcess::MergedChannels);
+    program.start(QStringLiteral(LOG_UNTIL_EXIT_PROGRAM), arguments);
+    QVERIFY(program.waitForFinished(60000));
+    const QByteArray output = program.readAll();
+    QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+    QVERIFY2(program.exitCode() == 0, output.constData());
+
+    QFile file(logFile);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray text = file.readAll();
+    QVERIFY2(text.contains("ERROR main late begins\n"), text.right(500).constData());
+    QVERIFY(text.contains("WARN qt.messages late begins, says Qt\n"));
+    QVERIFY2(text.contains("ERROR main late ends\n"), "a line before the end of life is written");
+    QVERIFY(!text.contains("early"));
+}
+
+QTEST_GUILESS_MAIN(TestLoggingAtExit)
+#include "tst_logging_at_exit.moc"
