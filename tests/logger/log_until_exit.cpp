@@ -6,6 +6,7 @@
 #include <QDebug>
 #include <QString>
 
+#include <chrono>
 #include <thread>
 
 namespace logger = common::logger;
@@ -55,6 +56,7 @@ int main(int argc, char* argv[])
     std::thread([] {
         while (true) {
             LOG_MESSAGE(logger::Debug) << "thread runs";
+            std::this_thread::sleep_for(std::chrono::microseconds(1));
         }
     }).detach();
     return 0;

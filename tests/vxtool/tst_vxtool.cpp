@@ -1,0 +1,161 @@
+#include <common/vxcommon_features.h>
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace
+{
+
+struct Result
+{
+    int exitCode;
+    QByteArray output;
+    QByteArray error;
+};
+
+Result RunTool(const QStringList& arguments, const QByteArray& input = QByteArray())
+{
+    QProcess process;
+    process.start(QStringLiteral(VXTOOL_PROGRAM), arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit) {
+        return {-1, process.readAllStandardOutput(), process.errorString().toUtf8()};
+    }
+    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+} // namespace
+
+class TestVxtool : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void answers_data();
+    void answers();
+    void wrongUsage_data();
+    void wrongUsage();
+    void help();
+    void logFile();
+};
+
+void TestVxtool::answers_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<QByteArray>("output");
+    QTest::addColumn<int>("exitCode");
+
+    const auto row = [](const char* name, const char* arguments, const char* input, const char* output,
+                        int exitCode) {
+        QTest::newRow(name) << QString::fromUtf8(arguments).split(u'|') << QByteArray(input)
+                            << QByteArray(output) << exitCode;
+    };
+    row("compare", "version|compare|1.2.3|1.2.10", "", "1.2.3.0\t<\t1.2.10.0\n", 0);
+    row("compare from standard input", "version|compare", "2 1\n1 1.0\n",
+        "2.0.0.0\t>\t1.0.0.0\n1.0.0.0\t=\t1.0.0.0\n", 0);
+    row("compare with too little", "version|compare", "2\n1 1\n", "1.0.0.0\t=\t1.0.0.0\n", 1);
+    row("options before and behind", "version|parse|--json|1.2", "",
+        "{\"version\":\"1.2.0.0\",\"major\":1,\"minor\":2,\"build\":0,\"release\":0}\n", 0);
+    row("table", "version|parse|--table|1.2|10", "",
+        "version   major  minor  build  release\n"
+        "1.2.0.0   1      2      0      0\n"
+        "10.0.0.0  10     0      0      0\n",
+        0);
+    row("no input at all", "version|parse", "", "", 0);
+#if VXCOMMON_HAS_QREGEXP
+    row("sip check from standard input", "sip|check", "a@b.quollsip.com\r\nb\n\n c",
+        "NoError\ta@b.quollsip.com\nFormatError\tb\nLengthError\t\nSymbolError\t c\n", 1);
+    row("sip check, all valid", "sip|check|a@quollsip.com", "", "NoError\ta@quollsip.com\n", 0);
+    row("a row stays one line", "sip|check|a\tb\nc", "", "SymbolError\ta\\tb\\nc\n", 1);
+    row("sip parse", "sip|parse|--json|\"A\" <sip:a@b.com:5060;x>", "",
+        "{\"ok\":true,\"user\":\"a\",\"domain\":\"b.com\",\"name\":\"A\",\"extension\":\"\",\"port\":"
+        "\"5060\"}\n",
+        0);
+    row("contact", "contact|--json|--name|Ann|skype:ANN", "",
+        "{\"kind\":\"SkypeName\",\"address\":\"ann\",\"displayText\":\"skype: "
+        "ann\",\"fullAddress\":\"ann@skype.com\","
+        "\"number\":\"ann\",\"domain\":\"skype.com\",\"extension\":\"\",\"displayName\":\"Ann\"}\n",
+        0);
+    row("password", "password|good-enough|bad", "", "true\tgood-enough\nfalse\tbad\n", 1);
+#endif
+}
+
+void TestVxtool::answers()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, input);
+    QFETCH(QByteArray, output);
+    QFETCH(int, exitCode);
+
+    const Result result = RunTool(arguments, input);
+    QCOMPARE(result.output, output);
+    QCOMPARE(result.exitCode, exitCode);
+}
+
+void TestVxtool::wrongUsage_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("hint");
+
+    QTest::newRow("nothing") << QStringList{} << QByteArray("no command");
+    QTest::newRow("unknown command") << QStringList{"nonsense"} << QByteArray("\"nonsense\"");
+    QTest::newRow("half a command") << QStringList{"version"} << QByteArray("\"version\"");
+    QTest::newRow("unknown option") << QStringList{"version", "parse", "--frob"} << QByteArray("frob");
+    QTest::newRow("unknown option in front")
+        << QStringList{"--frob", "version", "parse"} << QByteArray("frob");
+    QTest::newRow("three versions") << QStringList{"version", "compare", "1", "2", "3"}
+                                    << QByteArray("two versions");
+    QTest::newRow("log level is no number")
+        << QStringList{"--log", "x", "--log-level", "loud", "version", "parse", "1"} << QByteArray("0 to 7");
+    QTest::newRow("log without a file")
+        << QStringList{"--log-source", "version", "parse", "1"} << QByteArray("--log");
+}
+
+void TestVxtool::wrongUsage()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, hint);
+
+    const Result result = RunTool(arguments);
+    QCOMPARE(result.exitCode, 2);
+    QVERIFY2(result.error.contains(hint), result.error.constData());
+    QCOMPARE(result.output, QByteArray());
+}
+
+void TestVxtool::help()
+{
+    const Result all = RunTool({"--help"});
+    QCOMPARE(all.exitCode, 0);
+    QVERIFY(all.output.contains("version compare"));
+    const Result one = RunTool({"version", "parse", "--help"});
+    QCOMPARE(one.exitCode, 0);
+    QVERIFY2(one.output.startsWith("Usage: vxtool version parse [options] [TEXT...]\n"),
+             one.output.constData());
+    QVERIFY(one.output.contains("--json"));
+}
+
+void TestVxtool::logFile()
+{
+    if (!VXCOMMON_HAS_LOG4CPP) {
+        const Result result = RunTool({"--log", "x", "version", "parse", "1"});
+        QVERIFY2(result.error.contains("without log4cpp"), result.error.constData());
+        QVERIFY2(result.error.contains("command version parse begins"), result.error.constData());
+        return;
+    }
+    const QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("tool.log"));
+    QCOMPARE(RunTool({"--log", path, "version", "parse", "1", "--log-source"}).exitCode, 0);
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray text = file.readAll();
+    QVERIFY2(text.contains("main: command version parse begins (vxtool::"), text.constData());
+}
+
+QTEST_GUILESS_MAIN(TestVxtool)
+#include "tst_vxtool.moc"
