@@ -13,7 +13,7 @@ struct LogOptions
     bool source = false;
 };
 
-/// Makes the library's log go where `options` say.
-void SetUpLog(const LogOptions& options);
+/// Makes the library's log go where `options` say; false if this build cannot write log files.
+bool SetUpLog(const LogOptions& options);
 
 } // namespace vxtool

@@ -5,7 +5,7 @@
 namespace vxtool
 {
 
-void SetUpLog(const LogOptions& options)
+bool SetUpLog(const LogOptions& options)
 {
     using namespace common;
     constexpr std::size_t maxFileSize = 10 * 1024 * 1024;
@@ -14,8 +14,9 @@ void SetUpLog(const LogOptions& options)
     logger::ILogger* log = logger::GetLog4cpp();
     logger::SetLogger(log);
     const unsigned int sourceOptions = options.source ? logger::ShowSource | logger::ShowFunction : 0;
-    log->Configure(options.level, logger::RollingFile, logger::PatternLayout | sourceOptions, QString(),
-                   QStringLiteral("qt"), QString(), options.file, QString(), maxFileSize, maxBackups);
+    return log->Configure(options.level, logger::RollingFile, logger::PatternLayout | sourceOptions,
+                          QString(), QStringLiteral("qt"), QString(), options.file, QString(), maxFileSize,
+                          maxBackups);
 }
 
 } // namespace vxtool

@@ -82,8 +82,8 @@ QString StartLog(const QCommandLineParser& parser)
         const bool pointless = options.source || parser.isSet(logLevelOption) || parser.isSet(logOption);
         return pointless ? QStringLiteral("a log needs a file: --log FILE") : QString();
     }
-    SetUpLog(options);
-    return QString();
+    return SetUpLog(options) ? QString()
+                             : QStringLiteral("this build has no log4cpp, so --log is not available");
 }
 
 /// Runs `command`; `leading` is the program and the options before the command's name, `words` what stands

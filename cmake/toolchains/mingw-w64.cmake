@@ -1,0 +1,27 @@
+# Cross-compiles for 64-bit Windows with Debian's mingw-w64 (posix threads) and runs programs under Wine.
+# The environment variable VXCOMMON_WINDOWS_SDK names a folder with qt6/ (Qt for mingw-w64, the same version as the
+# Qt of this machine, whose tools are used) and openssl/.
+
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+
+set(triplet x86_64-w64-mingw32)
+set(CMAKE_C_COMPILER ${triplet}-gcc-posix)
+set(CMAKE_CXX_COMPILER ${triplet}-g++-posix)
+set(CMAKE_RC_COMPILER ${triplet}-windres)
+
+# Kept in the cache, since a later run of CMake may not have the environment of the first.
+set(VXCOMMON_WINDOWS_SDK "$ENV{VXCOMMON_WINDOWS_SDK}" CACHE PATH "Folder with qt6/ and openssl/ for mingw-w64")
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VXCOMMON_WINDOWS_SDK)
+
+set(CMAKE_FIND_ROOT_PATH /usr/${triplet} "${VXCOMMON_WINDOWS_SDK}/qt6" "${VXCOMMON_WINDOWS_SDK}/openssl")
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+set(CMAKE_PREFIX_PATH "${VXCOMMON_WINDOWS_SDK}/qt6")
+set(QT_HOST_PATH /usr)
+set(QT_HOST_PATH_CMAKE_DIR /usr/lib/x86_64-linux-gnu/cmake)
+
+set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/../../scripts/run-wine.sh;${VXCOMMON_WINDOWS_SDK}")

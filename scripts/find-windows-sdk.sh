@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Prints where the Windows SDK is (a folder with qt6/ and openssl/, or with sdk.tar.xz), or nothing.
+# VXCOMMON_WINDOWS_SDK names it; otherwise it is looked for beside the project.
+
+source "$(dirname "$0")/lib.sh"
+
+if [ -n "${VXCOMMON_WINDOWS_SDK:-}" ]; then
+    [ -d "$VXCOMMON_WINDOWS_SDK" ] || die "VXCOMMON_WINDOWS_SDK is \"$VXCOMMON_WINDOWS_SDK\", which is no folder"
+    echo "$VXCOMMON_WINDOWS_SDK"
+elif [ -d ../shared/windows-sdk ]; then
+    (cd ../shared/windows-sdk && pwd)
+fi

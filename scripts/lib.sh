@@ -1,0 +1,25 @@
+# Sourced by the other scripts: where the project is, and how to say what is being done.
+
+set -euo pipefail
+
+project_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$project_dir"
+
+say() { printf '== %s\n' "$*"; }
+
+die() {
+    printf 'error: %s\n' "$*" >&2
+    exit 1
+}
+
+# Runs a command without its output, unless it fails.
+quietly() {
+    local log
+    log=$(mktemp)
+    if ! "$@" >"$log" 2>&1; then
+        cat "$log" >&2
+        rm -f "$log"
+        die "failed: $*"
+    fi
+    rm -f "$log"
+}

@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# Runs a Windows program under Wine with a prefix and a display of its own: scripts/run-wine.sh SDK PROGRAM ARGUMENTS...
+# The DLLs of the SDK, of the compiler and of this build are on its path.
+
+set -euo pipefail
+
+[ $# -ge 2 ] || { echo "usage: run-wine.sh SDK PROGRAM [ARGUMENT...]" >&2; exit 2; }
+sdk=$1
+program=$2
+shift 2
+
+project_dir=$(cd "$(dirname "$0")/.." && pwd)
+build_dir=$project_dir/build/windows-mingw
+
+export WINEPREFIX=$build_dir/wineprefix
+export WINEARCH=win64
+export WINEDEBUG=-all
+export WINEDLLOVERRIDES="mscoree,mshtml="
+# There is no console, and without it Qt would talk to a debugger only.
+export QT_FORCE_STDERR_LOGGING=1
+export QT_PLUGIN_PATH="Z:${sdk//\//\\}\\qt6\\plugins"
+dll_path=
+for folder in "$build_dir/src/libs/common" "$sdk/qt6/bin" "$sdk/openssl/bin" \
+    "$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++-6.dll)")" /usr/x86_64-w64-mingw32/lib; do
+    dll_path+="Z:${folder//\//\\};"
+done
+export WINEPATH=$dll_path
+
+# Wine says on standard error that a 32-bit side is missing; nobody here needs it.
+wine=/usr/lib/wine/wine64
+if [ ! -e "$WINEPREFIX/ready" ]; then
+    (
+        flock 9
+        if [ ! -e "$WINEPREFIX/ready" ]; then
+            "$wine" wineboot --init >/dev/null 2>&1
+            touch "$WINEPREFIX/ready"
+        fi
+    ) 9>"$build_dir/wineprefix.lock"
+fi
+exec "$wine" "$program" "$@" 2> >(grep -v -e 'it looks like wine32 is missing' -e 'multiarch needs to be enabled' \
+    -e 'dpkg --add-architecture' -e 'apt-get install wine32' -e '^as root, please$' >&2)

@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh demo|test|windows|bench...
+# Asks nothing; runs apt as root or through sudo.
+
+source "$(dirname "$0")/lib.sh"
+
+packages_of() {
+    local build="g++ cmake ninja-build ccache pkg-config qt6-base-dev qt6-5compat-dev qt6-svg-dev
+        liblog4cpp5-dev zlib1g-dev libssl-dev"
+    case $1 in
+    demo) echo "$build" ;;
+    test) echo "$build valgrind" ;;
+    windows) echo "$build g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
+    bench) echo "$build libbenchmark-dev libspdlog-dev python3" ;;
+    lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev" ;;
+    *) die "unknown group \"$1\"; known are: demo test windows bench lint" ;;
+    esac
+}
+
+[ $# -gt 0 ] || die "name what to set up: demo, test, windows, bench or lint"
+
+missing=()
+for group in "$@"; do
+    for package in $(packages_of "$group"); do
+        if ! dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed; then
+            missing+=("$package")
+        fi
+    done
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || die "packages are missing and there is no sudo; install as root: ${missing[*]}"
+    as_root=(sudo)
+fi
+say "Installing packages: ${missing[*]}"
+# Another apt may be at work, an unattended upgrade for one: wait for it.
+wait_for_lock=(-o DPkg::Lock::Timeout=600)
+quietly "${as_root[@]}" apt-get "${wait_for_lock[@]}" update -q
+quietly "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get "${wait_for_lock[@]}" install -y -q --no-install-recommends "${missing[@]}"

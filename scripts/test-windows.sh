@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Cross-builds the library, vxtool and the tests for 64-bit Windows and runs the tests under Wine.
+# The SDK is the folder in VXCOMMON_WINDOWS_SDK or, if that is not set, ../shared/windows-sdk.
+
+source "$(dirname "$0")/lib.sh"
+
+build_dir=$project_dir/build/windows-mingw
+sdk=$(scripts/find-windows-sdk.sh)
+[ -n "$sdk" ] || die "no Windows SDK: set VXCOMMON_WINDOWS_SDK to a folder with qt6/ and openssl/, or with sdk.tar.xz"
+
+scripts/setup.sh windows
+
+if [ ! -d "$sdk/qt6" ]; then
+    archive=$sdk/sdk.tar.xz
+    [ -f "$archive" ] || die "neither qt6/ nor sdk.tar.xz is in $sdk"
+    sdk=$build_dir/sdk/windows-sdk
+    if [ ! -f "$build_dir/sdk/unpacked" ] || [ "$archive" -nt "$build_dir/sdk/unpacked" ]; then
+        say "Unpacking the Windows SDK"
+        rm -rf "$build_dir/sdk"
+        mkdir -p "$build_dir/sdk"
+        tar -xJf "$archive" -C "$build_dir/sdk"
+        touch "$build_dir/sdk/unpacked"
+    fi
+fi
+
+say "Configuring and building (windows-mingw)"
+export VXCOMMON_WINDOWS_SDK=$sdk
+quietly cmake --preset windows-mingw
+quietly cmake --build --preset windows-mingw
+
+say "Compiling every class for Windows, those that the SDK cannot link included"
+quietly cmake --build --preset windows-mingw --target windows_syntax_check
+
+say "Running the tests under Wine (windows-mingw)"
+# A server that outlives single programs, or each test would start and stop one.
+export WINEPREFIX=$build_dir/wineprefix
+mkdir -p "$WINEPREFIX"
+WINEDEBUG=-all /usr/lib/wine/wineserver64 --persistent || true
+trap '/usr/lib/wine/wineserver64 --kill || true' EXIT
+ctest --preset windows-mingw

@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Builds and runs all tests: natively, then for Windows under Wine where a Windows SDK is to be had.
+# With arguments it runs these presets only, such as: scripts/test.sh asan tsan
+
+source "$(dirname "$0")/lib.sh"
+
+run_preset() {
+    say "Configuring and building ($1)"
+    quietly cmake --preset "$1"
+    quietly cmake --build --preset "$1"
+    say "Running the tests ($1)"
+    ctest --preset "$1"
+}
+
+scripts/setup.sh test
+if [ $# -gt 0 ]; then
+    for preset in "$@"; do
+        run_preset "$preset"
+    done
+    exit 0
+fi
+
+run_preset dev
+windows_sdk=$(scripts/find-windows-sdk.sh)
+if [ -n "$windows_sdk" ]; then
+    scripts/test-windows.sh
+else
+    say "The Windows lane was left out: no Windows SDK (set VXCOMMON_WINDOWS_SDK to one)"
+fi
+say "All tests passed"
