@@ -32,7 +32,7 @@ if [ ! -e "$WINEPREFIX/ready" ]; then
     (
         flock 9
         if [ ! -e "$WINEPREFIX/ready" ]; then
-            "$wine" wineboot --init >/dev/null 2>&1
+            "$wine" wineboot --init </dev/null >/dev/null 2>&1 9>&-
             touch "$WINEPREFIX/ready"
         fi
     ) 9>"$build_dir/wineprefix.lock"

@@ -32,9 +32,11 @@ say "Compiling every class for Windows, those that the SDK cannot link included"
 quietly cmake --build --preset windows-mingw --target windows_syntax_check
 
 say "Running the tests under Wine (windows-mingw)"
-# A server that outlives single programs, or each test would start and stop one.
+# One server for all tests, on a display of its own: otherwise each test would start and stop a server.
 export WINEPREFIX=$build_dir/wineprefix
+wineserver=/usr/lib/wine/wineserver64
 mkdir -p "$WINEPREFIX"
-WINEDEBUG=-all /usr/lib/wine/wineserver64 --persistent || true
-trap '/usr/lib/wine/wineserver64 --kill || true' EXIT
-ctest --preset windows-mingw
+"$wineserver" --kill || true
+WINEDEBUG=-all "$wineserver" --persistent </dev/null >/dev/null 2>&1 || true
+trap '"$wineserver" --kill || true' EXIT
+xvfb-run --auto-servernum bash -c 'scripts/run-wine.sh "$1" wineboot && ctest --preset windows-mingw' - "$sdk"

@@ -34,19 +34,29 @@ void AddGlobalOptions(QCommandLineParser& parser)
     parser.addOption({{QStringLiteral("h"), helpOption}, QStringLiteral("Show this help.")});
 }
 
+/// One line for each command whose name begins with `prefix`.
+QString CommandTable(const QString& prefix = QString())
+{
+    qsizetype width = 0;
+    for (const Command& command : Commands()) {
+        width = std::max(width, command.name.size());
+    }
+    QString text;
+    for (const Command& command : Commands()) {
+        if (command.name.startsWith(prefix)) {
+            text += QStringLiteral("  %1%2\n").arg(command.name.leftJustified(width + 2), command.summary);
+        }
+    }
+    return text;
+}
+
 QString MainHelp(const QCommandLineParser& globalParser)
 {
     QString text =
         QStringLiteral("Usage: vxtool [options] COMMAND [options] [ARGUMENT...]\n\n"
                        "The abilities of the vxcommon library on the command line.\n"
-                       "Without arguments a command reads lines from standard input.\n\nCommands:\n");
-    qsizetype width = 0;
-    for (const Command& command : Commands()) {
-        width = std::max(width, command.name.size());
-    }
-    for (const Command& command : Commands()) {
-        text += QStringLiteral("  %1%2\n").arg(command.name.leftJustified(width + 2), command.summary);
-    }
+                       "Without arguments a command reads lines from standard input.\n\nCommands:\n") +
+        CommandTable();
     const QString parserHelp = globalParser.helpText();
     text += u'\n' + parserHelp.mid(parserHelp.indexOf(QLatin1String("Options:")));
     text += QStringLiteral("\nExit code: 0 if all inputs were valid, 1 if some were not, 2 for wrong usage.\n"
@@ -137,6 +147,12 @@ int Run(const QStringList& arguments)
     }
     const Command* command = TakeCommand(words);
     if (command == nullptr) {
+        const QString group = CommandTable(words.constFirst() + u' ');
+        if (!group.isEmpty() &&
+            (words.contains(QStringLiteral("--help")) || words.contains(QStringLiteral("-h")))) {
+            PrintLine(QStringLiteral("The commands of \"%1\":\n").arg(words.constFirst()) + group.chopped(1));
+            return AllValid;
+        }
         return FailUsage(QStringLiteral("unknown command \"%1\"").arg(words.mid(0, 2).join(u' ')));
     }
 

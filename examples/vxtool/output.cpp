@@ -2,16 +2,23 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QStringList>
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 namespace vxtool
 {
 
 namespace
 {
+
+const QString jsonOption = QStringLiteral("json");
+const QString tableOption = QStringLiteral("table");
+const QString columnsOption = QStringLiteral("columns");
+
+/// A table cell wider than this is cut, so that one absurd input does not push all others off the screen.
+constexpr qsizetype maxCellWidth = 44;
 
 void Print(std::FILE* file, const QString& line)
 {
@@ -48,6 +55,12 @@ QString TabText(const Row& row)
     return cells.join(u'\t');
 }
 
+QString TableCellText(const QJsonValue& value)
+{
+    const QString text = CellText(value);
+    return text.size() <= maxCellWidth ? text : text.left(maxCellWidth - 1) + QChar(0x2026);
+}
+
 void PrintTable(const std::vector<Row>& rows)
 {
     std::vector<QStringList> lines(1);
@@ -57,7 +70,7 @@ void PrintTable(const std::vector<Row>& rows)
     for (const Row& row : rows) {
         QStringList cells;
         for (const auto& [name, value] : row) {
-            cells += CellText(value);
+            cells += TableCellText(value);
         }
         lines.push_back(cells);
     }
@@ -90,14 +103,19 @@ void PrintError(const QString& line)
 
 void RowPrinter::AddOptions(QCommandLineParser& parser)
 {
-    parser.addOption({QStringLiteral("json"), QStringLiteral("Print one JSON object a line.")});
-    parser.addOption({QStringLiteral("table"), QStringLiteral("Print a table with aligned columns.")});
+    parser.addOption({jsonOption, QStringLiteral("Print one JSON object a line.")});
+    parser.addOption(
+        {tableOption, QStringLiteral("Print a table with aligned columns; long cells are cut.")});
+    parser.addOption({columnsOption,
+                      QStringLiteral("Print these values only, by the names that --json shows, with commas."),
+                      QStringLiteral("LIST")});
 }
 
 RowPrinter::RowPrinter(const QCommandLineParser& parser)
-    : style(parser.isSet(QStringLiteral("json"))    ? Style::Json
-            : parser.isSet(QStringLiteral("table")) ? Style::Table
-                                                    : Style::Tabs)
+    : style(parser.isSet(jsonOption)    ? Style::Json
+            : parser.isSet(tableOption) ? Style::Table
+                                        : Style::Tabs)
+    , columns(parser.value(columnsOption).split(u',', Qt::SkipEmptyParts))
 {}
 
 RowPrinter::~RowPrinter()
@@ -109,17 +127,29 @@ RowPrinter::~RowPrinter()
 
 void RowPrinter::Print(const Row& row)
 {
+    const Row shown = ShownPart(row);
     switch (style) {
     case Style::Tabs:
-        PrintLine(TabText(row));
+        PrintLine(TabText(shown));
         break;
     case Style::Json:
-        PrintLine(JsonText(row));
+        PrintLine(JsonText(shown));
         break;
     case Style::Table:
-        tableRows.push_back(row);
+        tableRows.push_back(shown);
         break;
     }
+}
+
+Row RowPrinter::ShownPart(const Row& row) const
+{
+    if (columns.isEmpty()) {
+        return row;
+    }
+    Row shown;
+    std::copy_if(row.begin(), row.end(), std::back_inserter(shown),
+                 [this](const auto& value) { return columns.contains(value.first); });
+    return shown;
 }
 
 } // namespace vxtool

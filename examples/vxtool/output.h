@@ -3,6 +3,7 @@
 #include <QCommandLineParser>
 #include <QJsonValue>
 #include <QString>
+#include <QStringList>
 
 #include <utility>
 #include <vector>
@@ -43,7 +44,10 @@ private:
         Table
     };
 
+    Row ShownPart(const Row& row) const;
+
     Style style;
+    QStringList columns; ///< Names of the values to show; empty for all.
     std::vector<Row> tableRows;
 };
 

@@ -67,12 +67,17 @@ void TestVxtool::answers_data()
         "1.2.0.0   1      2      0      0\n"
         "10.0.0.0  10     0      0      0\n",
         0);
+    row("chosen columns", "version|parse|--table|--columns|version,minor|1.2", "",
+        "version  minor\n1.2.0.0  2\n", 0);
     row("no input at all", "version|parse", "", "", 0);
 #if VXCOMMON_HAS_QREGEXP
     row("sip check from standard input", "sip|check", "a@b.quollsip.com\r\nb\n\n c",
         "NoError\ta@b.quollsip.com\nFormatError\tb\nLengthError\t\nSymbolError\t c\n", 1);
     row("sip check, all valid", "sip|check|a@quollsip.com", "", "NoError\ta@quollsip.com\n", 0);
     row("a row stays one line", "sip|check|a\tb\nc", "", "SymbolError\ta\\tb\\nc\n", 1);
+    row("a long cell is cut", "sip|check|--table|--columns|id",
+        "12345678901234567890123456789012345678901234567890",
+        "id\n1234567890123456789012345678901234567890123\xe2\x80\xa6\n", 1);
     row("sip parse", "sip|parse|--json|\"A\" <sip:a@b.com:5060;x>", "",
         "{\"ok\":true,\"user\":\"a\",\"domain\":\"b.com\",\"name\":\"A\",\"extension\":\"\",\"port\":"
         "\"5060\"}\n",
@@ -133,6 +138,9 @@ void TestVxtool::help()
     const Result all = RunTool({"--help"});
     QCOMPARE(all.exitCode, 0);
     QVERIFY(all.output.contains("version compare"));
+    const Result group = RunTool({"version", "--help"});
+    QCOMPARE(group.exitCode, 0);
+    QVERIFY(group.output.contains("version parse") && !group.output.contains("links"));
     const Result one = RunTool({"version", "parse", "--help"});
     QCOMPARE(one.exitCode, 0);
     QVERIFY2(one.output.startsWith("Usage: vxtool version parse [options] [TEXT...]\n"),

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Builds the library and shows its main job on real input; installs first what is missing.
+#   scripts/demo.sh         an address book read by the address rules, with the log that came of it
+
+source "$(dirname "$0")/lib.sh"
+
+address_book=examples/data/addressbook.txt
+log=build/demo/vxtool.log
+vxtool=build/release/examples/vxtool/vxtool
+
+[ $# -eq 0 ] || die "unknown argument \"$1\"; the demo takes none"
+
+scripts/setup.sh demo
+say "Configuring and building (release)"
+quietly cmake --preset release
+quietly cmake --build --preset release
+
+mkdir -p "$(dirname "$log")"
+rm -f "$log"
+
+say "Reading $(wc -l <"$address_book") addresses of $address_book"
+"$vxtool" contact --table --columns kind,displayText,number,domain,extension --log "$log" <"$address_book"
+
+say "What they are"
+"$vxtool" contact --columns kind <"$address_book" | sort | uniq -c | sort -rn
+
+say "Which of them are SIP identifiers of the service"
+"$vxtool" sip check --columns result <"$address_book" | sort | uniq -c | sort -rn || true
+
+say "The log, $log: $(wc -l <"$log") lines, the last of them"
+tail -n 5 "$log"

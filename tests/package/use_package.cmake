@@ -1,0 +1,46 @@
+set(prefix "${WORK_DIR}/prefix")
+set(consumer_dir "${SOURCE_DIR}/examples/consumer")
+file(REMOVE_RECURSE "${WORK_DIR}")
+file(MAKE_DIRECTORY "${WORK_DIR}")
+
+function(run)
+    execute_process(COMMAND ${ARGV} WORKING_DIRECTORY "${WORK_DIR}" OUTPUT_VARIABLE output ERROR_VARIABLE output
+        RESULT_VARIABLE result)
+    if(NOT result EQUAL 0)
+        list(JOIN ARGV " " command)
+        message(FATAL_ERROR "${command}\nended with ${result}:\n${output}")
+    endif()
+    set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+# Runs the built example and looks for its line in the log that it writes.
+function(check_program program)
+    file(REMOVE "${WORK_DIR}/calls.log")
+    run("${CMAKE_COMMAND}" -E env "LD_LIBRARY_PATH=${prefix}/${LIBRARY_FOLDER}" "${program}" "skype:Anna")
+    file(READ "${WORK_DIR}/calls.log" log)
+    if(NOT log MATCHES " INFO .* main: would dial skype: anna\n$")
+        message(FATAL_ERROR "${program} logged:\n${log}")
+    endif()
+endfunction()
+
+run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${prefix}")
+
+# The example of the README is this very program.
+file(READ "${consumer_dir}/main.cpp" program)
+file(READ "${SOURCE_DIR}/README.md" readme)
+string(FIND "${readme}" "${program}" position)
+if(position EQUAL -1)
+    message(FATAL_ERROR "README.md does not show examples/consumer/main.cpp as it is")
+endif()
+
+run("${CMAKE_COMMAND}" -S "${consumer_dir}" -B cmake_build "-DCMAKE_PREFIX_PATH=${prefix}"
+    "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}")
+run("${CMAKE_COMMAND}" --build cmake_build)
+check_program("${WORK_DIR}/cmake_build/consumer")
+
+set(ENV{PKG_CONFIG_PATH} "${prefix}/${LIBRARY_FOLDER}/pkgconfig")
+run("${PKG_CONFIG_PROGRAM}" --cflags --libs vxcommon)
+separate_arguments(flags UNIX_COMMAND "${output}")
+separate_arguments(sanitizer_flags UNIX_COMMAND "${CXX_FLAGS}")
+run("${CXX_COMPILER}" ${sanitizer_flags} "${consumer_dir}/main.cpp" -o pkgconfig_consumer ${flags})
+check_program("${WORK_DIR}/pkgconfig_consumer")
