@@ -47,7 +47,9 @@ bool ReadInput(const QStringList& arguments, QByteArray& bytes)
     if (isOpen) {
         bytes = input.readAll();
     }
-    if (!isOpen || input.error() != QFileDevice::NoError) {
+    // At the end of a pipe QFile sees an error on Windows, where the C library sees none.
+    const bool isRead = arguments.isEmpty() ? std::ferror(stdin) == 0 : input.error() == QFileDevice::NoError;
+    if (!isOpen || !isRead) {
         const QString name = arguments.isEmpty() ? QStringLiteral("standard input") : arguments.constFirst();
         PrintError(QStringLiteral("vxtool: %1 cannot be read: %2").arg(name, input.errorString()));
         return false;
