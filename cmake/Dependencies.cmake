@@ -1,6 +1,6 @@
 # Every package that the library links. A missing one ends the configuration with its name.
 
-find_package(Qt6 6.4 REQUIRED COMPONENTS Core)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Network)
 if(UNIX)
     find_package(Qt6 6.4 REQUIRED COMPONENTS DBus)
     find_package(PkgConfig REQUIRED)
