@@ -43,8 +43,12 @@ public:
         QMap<QString, QString> values;
         const auto tree = Open();
         tree->beginGroup(key);
-        for (const QString& name : tree->allKeys()) {
-            values.insert(name, tree->value(name).toString());
+        for (QString name : tree->allKeys()) {
+            const QString value = tree->value(name).toString();
+            if (name.section('/', -1) == ".") {
+                name.replace(name.size() - 1, 1, "Default"); // How the registry lists its unnamed values.
+            }
+            values.insert(name, value);
         }
         return values;
     }
