@@ -1,6 +1,6 @@
 # Every package that the library links. A missing one ends the configuration with its name.
 
-find_package(Qt6 6.4 REQUIRED COMPONENTS Core)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Network)
 if(UNIX)
     find_package(Qt6 6.4 REQUIRED COMPONENTS DBus)
 endif()
@@ -10,3 +10,5 @@ endif()
 if(VXCOMMON_WITH_LOG4CPP)
     find_package(Log4cpp REQUIRED)
 endif()
+find_package(ZLIB REQUIRED)
+find_package(OpenSSL REQUIRED COMPONENTS Crypto)

@@ -11,8 +11,12 @@
 namespace vxtool
 {
 
-void PrintLine(const QString& line);  ///< To standard output, in UTF-8.
-void PrintError(const QString& line); ///< To standard error, in UTF-8.
+void PrintLine(const QString& line);      ///< To standard output, in UTF-8.
+void PrintError(const QString& line);     ///< To standard error, in UTF-8.
+void PrintBytes(const QByteArray& bytes); ///< To standard output, as they are.
+
+/// Writes out what is still held back; false if anything of standard output was lost on the way.
+bool FinishOutput();
 
 /// What a command found for one input: named values in their order.
 using Row = std::vector<std::pair<QString, QJsonValue>>;

@@ -23,8 +23,8 @@ public:
     enum Error : int
     {
         NoError = 0, ///< A valid identifier of the service.
-        FormatError =
-            1, ///< Allowed symbols, but no identifier of the service: no user, no domain or a foreign one.
+        /// Allowed symbols, but no identifier of the service: no user, no domain or a foreign one.
+        FormatError = 1,
         SymbolError = 2, ///< A symbol that is not allowed, in the whole text or in the domain.
         LengthError = 3  ///< Empty, or longer than an identifier may be.
     };
@@ -40,8 +40,8 @@ public:
     static QRegExp SkypeIDRegExp();       ///< NAME@ the Skype domain, short or long.
     static QRegExp PhoneNumberRegExp();   ///< Digits, "*" and "#", with trailing dial digits.
     static QRegExp SIPUserRegExp();       ///< A user part alone.
-    static QRegExp
-    NumericNumberRegExp();             ///< Digits and the separators of written phone numbers; may be empty.
+    /// Digits and the separators of written phone numbers; may be empty.
+    static QRegExp NumericNumberRegExp();
     static QRegExp NumericSipRegExp(); ///< As NumericNumberRegExp, beginning with "000".
 
     /// The inside of the character class of AllSymbolRegExp, for a class of the caller's own.

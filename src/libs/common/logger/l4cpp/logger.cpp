@@ -6,7 +6,6 @@
 
 #include <log4cpp/BasicLayout.hh>
 #include <log4cpp/Category.hh>
-#include <log4cpp/CategoryStream.hh>
 #include <log4cpp/FileAppender.hh>
 #include <log4cpp/OstreamAppender.hh>
 #include <log4cpp/PatternLayout.hh>
@@ -201,10 +200,12 @@ void Logger::Write(const IMessage& message)
         return;
     }
     try {
-        const std::string suffix = SourceSuffix(*this, options, message);
         log4cpp::Category& category =
             channel != nullptr ? log4cpp::Category::getInstance(channel->name) : root;
-        category.getStream(PriorityOf(message.GetLevel())) << message.GetText()->toStdString() << suffix;
+        const log4cpp::Priority::Value priority = PriorityOf(message.GetLevel());
+        if (category.isPriorityEnabled(priority)) {
+            category.log(priority, message.GetText()->toStdString() + SourceSuffix(*this, options, message));
+        }
     } catch (...) {
         // A line that cannot be written is dropped: there is nobody left to tell.
     }

@@ -1,0 +1,132 @@
+/// What an address costs, alone and in long lists, and how each pattern behaves on long texts.
+
+#include <common/sip/sipid.h>
+
+#include <QFile>
+#include <QStringList>
+
+#include <benchmark/benchmark.h>
+
+namespace bench
+{
+
+namespace
+{
+
+using tools::sip::SipId;
+
+/// The demo's address book, over and over until there are `count` addresses.
+QStringList Addresses(qsizetype count)
+{
+    QFile file(QStringLiteral(ADDRESS_BOOK));
+    QStringList book;
+    if (file.open(QIODevice::ReadOnly)) {
+        book = QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+    }
+    QStringList addresses;
+    addresses.reserve(count);
+    for (qsizetype i = 0; i < count && !book.isEmpty(); ++i) {
+        addresses += book.at(i % book.size());
+    }
+    return addresses;
+}
+
+void Check(benchmark::State& state)
+{
+    const QStringList addresses = Addresses(state.range(0));
+    for (auto _ : state) {
+        for (const QString& address : addresses) {
+            benchmark::DoNotOptimize(SipId::Check(address));
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * addresses.size());
+}
+BENCHMARK(Check)->Name("check of an address list/vxcommon")->RangeMultiplier(10)->Range(100, 100'000);
+
+void Parse(benchmark::State& state)
+{
+    const QStringList addresses = Addresses(state.range(0));
+    QString user, domain, name, extension, port;
+    for (auto _ : state) {
+        for (const QString& address : addresses) {
+            benchmark::DoNotOptimize(SipId::ParseURIEx(address, user, domain, name, extension, port));
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * addresses.size());
+}
+BENCHMARK(Parse)->Name("parsing of an address list/vxcommon")->RangeMultiplier(10)->Range(100, 100'000);
+
+struct Pattern
+{
+    const char* name;
+    QRegExp (*get)();
+};
+
+constexpr Pattern patterns[] = {
+    {"AllSymbolRegExp", SipId::AllSymbolRegExp},
+    {"SymbolRegExp", SipId::SymbolRegExp},
+    {"FormatRegExp", SipId::FormatRegExp},
+    {"QuollSipIDRegExp", SipId::QuollSipIDRegExp},
+    {"URIRegExp", SipId::URIRegExp},
+    {"IDRegExp", SipId::IDRegExp},
+    {"IDWithoutPortRegExp", SipId::IDWithoutPortRegExp},
+    {"SkypeURIRegExp", SipId::SkypeURIRegExp},
+    {"SkypeIDRegExp", SipId::SkypeIDRegExp},
+    {"PhoneNumberRegExp", SipId::PhoneNumberRegExp},
+    {"SIPUserRegExp", SipId::SIPUserRegExp},
+    {"NumericNumberRegExp", SipId::NumericNumberRegExp},
+    {"NumericSipRegExp", SipId::NumericSipRegExp},
+};
+
+/// Texts that reach deep into the patterns, cut to the length of the run: one symbol, and repeated pieces of
+/// addresses that keep several ways open to the engine.
+constexpr const char16_t* hostilePieces[] = {u"a",    u"1",        u".",        u"a.",
+                                             u"a@",   u",1",       u"- ",       u"a1-_",
+                                             u"@a.b", u"a@b.cc:1", u"\"\\\" <", u"\xd83d\xde00"};
+
+QStringList HostileTexts(qsizetype length)
+{
+    QStringList texts;
+    for (const char16_t* piece : hostilePieces) {
+        const QString unit = QString::fromUtf16(piece);
+        const QString body = unit.repeated(length / unit.size() + 1).left(length);
+        texts += body;
+        texts += QStringLiteral("\"a\" <sip:") + body;
+        texts += QStringLiteral("a@quollsip.") + body;
+        texts += QStringLiteral("skype:") + body + u'!';
+    }
+    return texts;
+}
+
+void MatchHostile(benchmark::State& state, const Pattern& pattern)
+{
+    const QStringList texts = HostileTexts(state.range(0));
+    for (auto _ : state) {
+        for (const QString& text : texts) {
+            benchmark::DoNotOptimize(pattern.get().exactMatch(text));
+        }
+    }
+}
+
+void RegisterPatterns()
+{
+    for (const Pattern& pattern : patterns) {
+        const std::string name = std::string("pattern on hostile texts/") + pattern.name;
+        benchmark::RegisterBenchmark(name.c_str(), MatchHostile, pattern)
+            ->Unit(benchmark::kMillisecond)
+            ->RangeMultiplier(10)
+            ->Range(10, 100'000);
+    }
+}
+
+} // namespace
+
+} // namespace bench
+
+int main(int argc, char* argv[])
+{
+    bench::RegisterPatterns();
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

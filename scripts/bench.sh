@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Runs the benchmarks. Without arguments it runs all and writes docs/performance.md anew; with names it runs these only
+# and prints what they found: scripts/bench.sh logging addresses
+
+source "$(dirname "$0")/lib.sh"
+
+results=build/bench/results
+
+scripts/setup.sh bench
+say "Configuring and building (bench)"
+quietly cmake --preset bench
+quietly cmake --build --preset bench
+
+programs=()
+if [ $# -gt 0 ]; then
+    programs=("$@")
+else
+    for program in build/bench/benchmarks/bench_*; do
+        [ -x "$program" ] && [ -f "$program" ] && programs+=("$(basename "$program" | sed 's/^bench_//')")
+    done
+fi
+
+rm -rf "$results"
+mkdir -p "$results"
+for name in "${programs[@]}"; do
+    program=build/bench/benchmarks/bench_$name
+    [ -x "$program" ] || die "there is no benchmark \"$name\""
+    say "Running $name"
+    quietly "$program" --benchmark_repetitions=3 --benchmark_report_aggregates_only=true \
+        --benchmark_out_format=json --benchmark_out="$results/$name.json"
+done
+
+if [ $# -gt 0 ]; then
+    python3 benchmarks/report.py benchmarks/topics.json "$results"
+else
+    python3 benchmarks/report.py benchmarks/topics.json "$results" docs
+    say "Written: docs/performance.md and its plots"
+fi
