@@ -96,17 +96,24 @@ public:
 
     void Run(const QString& path, const QString& canonicalPath)
     {
-        const auto entries = QDir(path).entryInfoList(
+        const QDir directory(path);
+        const auto entries = directory.entryInfoList(
             nameFilters, QDir::Dirs | QDir::Files | QDir::System | QDir::NoDotAndDotDot, QDir::NoSort);
+        // Made once for all entries, where QFileInfo::absoluteFilePath would make it for each.
+        QString prefix = directory.absolutePath();
+        if (!prefix.endsWith(u'/')) {
+            prefix += u'/';
+        }
         open.append(canonicalPath);
         for (const QFileInfo& entry : entries) {
+            const QString absolutePath = prefix + entry.fileName();
             if (!entry.isDir()) {
-                found.append(entry.absoluteFilePath());
+                found.append(absolutePath);
                 continue;
             }
             const QString canonicalEntry = CanonicalChild(canonicalPath, entry);
             if (!IsLink(entry) || !open.contains(canonicalEntry)) {
-                Run(entry.absoluteFilePath(), canonicalEntry);
+                Run(absolutePath, canonicalEntry);
             }
         }
         open.removeLast();
