@@ -60,7 +60,7 @@ int ListenSilently(const QByteArray& path)
 int RunAsChild(const QStringList& arguments)
 {
     const RecordingLogger log;
-    const QString job = arguments.at(1);
+    const QString& job = arguments.at(1);
     bool result = false;
     if (job == "folders") {
         std::puts(qPrintable(Shell::AppPath()));

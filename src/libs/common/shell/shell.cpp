@@ -176,7 +176,7 @@ QString Shell::applicationDirPath()
     const QString executable = shellservices::ExecutablePath();
     if (executable.isEmpty()) {
         LOG_MESSAGE(logger::Error) << "Shell::applicationDirPath failed";
-        return QString();
+        return {};
     }
     return QFileInfo(executable).absolutePath();
 }
