@@ -12,12 +12,13 @@ packages_of() {
     test) echo "$build valgrind pigz nodejs" ;;
     windows) echo "$build g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
     bench) echo "$build libbenchmark-dev libspdlog-dev python3" ;;
+    fuzz) echo "$build clang" ;;
     lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev" ;;
-    *) die "unknown group \"$1\"; known are: demo test windows bench lint" ;;
+    *) die "unknown group \"$1\"; known are: demo test windows bench fuzz lint" ;;
     esac
 }
 
-[ $# -gt 0 ] || die "name what to set up: demo, test, windows, bench or lint"
+[ $# -gt 0 ] || die "name what to set up: demo, test, windows, bench, fuzz or lint"
 
 missing=()
 for group in "$@"; do
