@@ -24,7 +24,7 @@ namespace
 namespace logger = common::logger;
 
 constexpr logger::Channel logChannel{"bench.line"};
-constexpr std::size_t maxFileSize = 10 * 1024 * 1024;
+constexpr std::size_t maxFileSize = std::size_t{10} * 1024 * 1024;
 constexpr int maxBackups = 2;
 /// The default pattern of the backend.
 constexpr const char* pattern = "%d{%Y.m.%d %H:%M:%S.%l} %6p [%5t] %c: %m%n";

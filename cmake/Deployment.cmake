@@ -1,4 +1,6 @@
-# Addresses of the telephony service that the client is deployed for. The defaults lie below ".test", a top-level
+# What differs from one deployment of the client to the next.
+#
+# First, addresses of the telephony service. The defaults lie below ".test", a top-level
 # domain reserved by RFC 2606, so an undeployed build reaches nobody.
 #
 # The service SIP domain must have the last-but-one label "quollsip" and a top-level label of 2 to 4 letters, or no
@@ -23,3 +25,26 @@ foreach(name EXTERNAL_SERVICE_SIP_DOMAIN RU_WEB_SERVICES_HOST DEFAULT_WEB_SERVIC
         message(FATAL_ERROR "VXCOMMON_${name} is \"${VXCOMMON_${name}}\": a lower-case host name is needed")
     endif()
 endforeach()
+
+# Second, the fixed texts of the local cipher. All copies of a client that share stored data must be built with the same
+# ones.
+
+set(VXCOMMON_CIPHER_IV "C4D17E09A2B6483F9E5A10D7B3F2686C" CACHE STRING
+    "32 upper-case hexadecimal digits; the first 16, as characters, are the initialisation vector")
+set(VXCOMMON_MACHINE_KEY_BASE "7AE3059C1D6B4F82A9C4E0136D5FB27E" CACHE STRING
+    "32 upper-case hexadecimal digits that the user's name is mixed into to make the machine key")
+set(VXCOMMON_MACHINE_KEY_DEFAULT_USER "{5D0C8E21-7B3F-4A96-B1E4-2F6A90C3D718}" CACHE STRING
+    "Braced GUID that stands for the user's name where the system tells none")
+
+foreach(name CIPHER_IV MACHINE_KEY_BASE)
+    string(LENGTH "${VXCOMMON_${name}}" length)
+    if(NOT length EQUAL 32 OR NOT VXCOMMON_${name} MATCHES "^[0-9A-F]+$")
+        message(FATAL_ERROR
+            "VXCOMMON_${name} is \"${VXCOMMON_${name}}\": 32 upper-case hexadecimal digits are needed")
+    endif()
+endforeach()
+string(LENGTH "${VXCOMMON_MACHINE_KEY_DEFAULT_USER}" length)
+if(NOT length EQUAL 38 OR NOT VXCOMMON_MACHINE_KEY_DEFAULT_USER MATCHES "^{[-0-9A-F]+}$")
+    message(FATAL_ERROR
+        "VXCOMMON_MACHINE_KEY_DEFAULT_USER is \"${VXCOMMON_MACHINE_KEY_DEFAULT_USER}\": a braced GUID is needed")
+endif()

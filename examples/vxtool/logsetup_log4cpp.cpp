@@ -8,7 +8,7 @@ namespace vxtool
 bool SetUpLog(const LogOptions& options)
 {
     using namespace common;
-    constexpr std::size_t maxFileSize = 10 * 1024 * 1024;
+    constexpr std::size_t maxFileSize = std::size_t{10} * 1024 * 1024;
     constexpr int maxBackups = 3;
 
     logger::ILogger* log = logger::GetLog4cpp();

@@ -170,5 +170,10 @@ int main(int argc, char* argv[])
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("vxtool"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VXCOMMON_VERSION));
-    return vxtool::Run(QCoreApplication::arguments());
+    const int exitCode = vxtool::Run(QCoreApplication::arguments());
+    if (!vxtool::FinishOutput()) {
+        vxtool::PrintError(QStringLiteral("vxtool: standard output cannot be written"));
+        return vxtool::SomeFailed;
+    }
+    return exitCode;
 }

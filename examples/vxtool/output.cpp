@@ -20,10 +20,16 @@ const QString columnsOption = QStringLiteral("columns");
 /// A table cell wider than this is cut, so that one absurd input does not push all others off the screen.
 constexpr qsizetype maxCellWidth = 44;
 
+/// Whether something could not be written to standard output: a full disk, or a reader that went away.
+bool outputFailed = false;
+
 void Print(std::FILE* file, const QString& line)
 {
     const QByteArray bytes = line.toUtf8() + '\n';
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), file);
+    const auto size = static_cast<std::size_t>(bytes.size());
+    if (std::fwrite(bytes.constData(), 1, size, file) != size && file == stdout) {
+        outputFailed = true;
+    }
 }
 
 QString CellText(const QJsonValue& value)
@@ -99,6 +105,11 @@ void PrintLine(const QString& line)
 void PrintError(const QString& line)
 {
     Print(stderr, line);
+}
+
+bool FinishOutput()
+{
+    return std::fflush(stdout) == 0 && !outputFailed;
 }
 
 void RowPrinter::AddOptions(QCommandLineParser& parser)

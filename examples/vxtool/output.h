@@ -14,6 +14,9 @@ namespace vxtool
 void PrintLine(const QString& line);  ///< To standard output, in UTF-8.
 void PrintError(const QString& line); ///< To standard error, in UTF-8.
 
+/// Writes out what is still held back; false if anything of standard output was lost on the way.
+bool FinishOutput();
+
 /// What a command found for one input: named values in their order.
 using Row = std::vector<std::pair<QString, QJsonValue>>;
 

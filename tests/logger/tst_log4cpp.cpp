@@ -23,7 +23,7 @@ namespace
 
 constexpr logger::Channel logChannel{"test.backend"};
 
-constexpr std::size_t largeFile = 100 * 1024 * 1024;
+constexpr std::size_t largeFile = std::size_t{100} * 1024 * 1024;
 
 QByteArray ReadFile(const QString& path)
 {
@@ -402,6 +402,7 @@ void TestLog4cpp::threadsIntoOneRollingFile()
     setup.maxBackups = 99;
     setup.Apply();
     std::vector<std::thread> threads;
+    threads.reserve(threadCount);
     for (int thread = 0; thread < threadCount; ++thread) {
         threads.emplace_back([thread] {
             for (int i = 0; i < linesEach; ++i) {

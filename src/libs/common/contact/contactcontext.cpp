@@ -15,9 +15,9 @@ using number::INumberContext;
 class ContactContext : public IContactContext
 {
 public:
-    ContactContext(QSharedPointer<INumberContext> number_, const QString& name_)
+    ContactContext(QSharedPointer<INumberContext> number_, QString name_)
         : number(std::move(number_))
-        , name(name_)
+        , name(std::move(name_))
     {}
 
     void* PassThrough(void* value) override { return value; }

@@ -1,0 +1,370 @@
+#include "filedownload.h"
+
+#include <common/logger/logger.h>
+#include <common/tools/stringconverter.h>
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTimer>
+
+#include <chrono>
+
+namespace common::http
+{
+
+namespace
+{
+
+constexpr logger::Channel logChannel{"http.download"};
+
+constexpr quint64 firstId = 100000;
+constexpr int defaultTimeout = 30; // Seconds of silence.
+constexpr std::chrono::milliseconds retryDelay{5000};
+
+constexpr int requestMissing = 900100;
+constexpr int requestFailed = 900101;
+constexpr int fileNotPrepared = 900102;
+constexpr int verificationFailed = 900103;
+
+// Qt tells progress ten times a second at most, and what comes between two tellings waits in memory. With its
+// buffer bounded a fast transfer would stand still until the next one, so half a buffer is written in
+// between.
+constexpr qint64 bufferSize = 16 * 1024 * 1024;
+constexpr qint64 fullBuffer = bufferSize / 2;
+
+quint64 NextId()
+{
+    static quint64 next = firstId;
+    return next++;
+}
+
+/// Maps the file, so that checking a large one does not need its size in memory. An empty file or one on a
+/// file system without mapping is read.
+QString ChecksumOf(QFile& file)
+{
+    using tools::string::converter;
+    const qint64 size = file.size();
+    uchar* const content = file.map(0, size);
+    if (content == nullptr) {
+        return converter::ToMD5(file.readAll());
+    }
+    const QString sum =
+        converter::ToMD5(QByteArray::fromRawData(reinterpret_cast<const char*>(content), size));
+    file.unmap(content);
+    return sum;
+}
+
+} // namespace
+
+IFileDownload::IFileDownload()
+    : QObject(nullptr)
+{}
+
+IFileDownload::~IFileDownload() = default;
+
+IFileDownload* CreateFileDownload(QNetworkAccessManager* manager, QObject* parent)
+{
+    return new FileDownload(manager, parent);
+}
+
+FileDownload::FileDownload(QNetworkAccessManager* manager, QObject* parent)
+    : id(NextId())
+{
+    CreateRequest(manager);
+    setParent(parent);
+}
+
+FileDownload::~FileDownload()
+{
+    file.reset();
+    delete request;
+}
+
+const quint64& FileDownload::GetId() const
+{
+    return id;
+}
+
+void FileDownload::SetUrl(const QUrl& url)
+{
+    if (request.isNull()) {
+        LOG_MESSAGE(logger::Crit) << LogPrefix() << "Can't set URL - request doesn't exist!";
+        return;
+    }
+    request->SetUrl(url);
+}
+
+QUrl FileDownload::GetUrl() const
+{
+    return request.isNull() ? QUrl() : request->GetUrl();
+}
+
+void FileDownload::SetFilePath(const QString& path)
+{
+    filePath = path;
+}
+
+QString FileDownload::GetFilePath() const
+{
+    return filePath;
+}
+
+void FileDownload::SetFileSize(qint64 bytes)
+{
+    fileSize = bytes;
+}
+
+qint64 FileDownload::GetFileSize() const
+{
+    return fileSize;
+}
+
+void FileDownload::SetChecksum(const QString& md5)
+{
+    checksum = md5;
+}
+
+QString FileDownload::GetChecksum() const
+{
+    return checksum;
+}
+
+void FileDownload::SetAttemptCount(int count)
+{
+    attemptCount = count;
+}
+
+int FileDownload::GetAttemptCount() const
+{
+    return attemptCount;
+}
+
+void FileDownload::SetTimeout(int seconds)
+{
+    if (request.isNull()) {
+        LOG_MESSAGE(logger::Crit) << LogPrefix() << "Can't set timeout - request doesn't exist!";
+        return;
+    }
+    request->SetTimeout(seconds);
+}
+
+int FileDownload::GetTimeout() const
+{
+    return request.isNull() ? defaultTimeout : request->GetTimeout();
+}
+
+bool FileDownload::isRunning() const
+{
+    if (!request.isNull()) {
+        (void)request->isRunning();
+    }
+    // Not what the request says; this is meant.
+    return false;
+}
+
+bool FileDownload::IgnoreSSLErrors() const
+{
+    return request.isNull() || request->IgnoreSSLErrors();
+}
+
+void FileDownload::SetIgnoreSSLErrors(bool ignore)
+{
+    if (request.isNull()) {
+        LOG_MESSAGE(logger::Crit) << LogPrefix() << "Can't set ignoring SSL errors - request doesn't exist!";
+        return;
+    }
+    request->SetIgnoreSSLErrors(ignore);
+}
+
+QFile::Permissions FileDownload::GetPermissions() const
+{
+    return permissions;
+}
+
+void FileDownload::SetPermissions(QFile::Permissions newPermissions)
+{
+    permissions = newPermissions;
+}
+
+void FileDownload::CreateRequest(QNetworkAccessManager* manager)
+{
+    request = CreateHttpRequest(manager, this);
+    if (request.isNull()) {
+        LOG_MESSAGE(logger::Crit) << LogPrefix() << "Failed to create HTTP request!";
+        return;
+    }
+    request->SetTimeout(defaultTimeout);
+    request->SetIgnoreSSLErrors(true);
+    connect(request, &IHttpRequest::requestError, this, &FileDownload::OnRequestError);
+    connect(request, &IHttpRequest::requestFinished, this, &FileDownload::OnRequestFinished);
+    connect(request, &IHttpRequest::downloadProgress, this, &FileDownload::OnDownloadProgress);
+    // Qt does not promise to tell the last bytes as progress, and after this signal the request takes them.
+    connect(request, &IHttpRequest::replyFinished, this, [this] { Drain(*request->Reply()); });
+}
+
+bool FileDownload::Start()
+{
+    LOG_MESSAGE(logger::Debug) << LogPrefix() << "Trying to start download...";
+    if (request.isNull()) {
+        return FailAtStart(requestMissing, QStringLiteral("Can't start download: request doesn't exist!"));
+    }
+    if (request->isRunning()) {
+        LOG_MESSAGE(logger::Crit) << LogPrefix() << "Can't start download: request already started!";
+        return false;
+    }
+    if (!PrepareFile(GetFilePath())) {
+        Q_EMIT failed(fileNotPrepared, QStringLiteral("Can't prepare file!"));
+        return false;
+    }
+    if (!request->Get()) {
+        return FailAtStart(requestFailed, QStringLiteral("Can't start download: request failed!"));
+    }
+    BoundBuffer();
+    return true;
+}
+
+bool FileDownload::FailAtStart(int error, const QString& text)
+{
+    LOG_MESSAGE(logger::Crit) << LogPrefix() << text;
+    Q_EMIT failed(error, text);
+    return false;
+}
+
+bool FileDownload::PrepareFile(const QString& path)
+{
+    if (file) {
+        LOG_MESSAGE(logger::Debug) << LogPrefix() << "closing previously open file '" << file->fileName()
+                                   << "'.";
+        file.reset();
+    }
+    const QFileInfo info(path);
+    const QString directory = info.absolutePath();
+    if (!QDir().mkpath(directory)) {
+        LOG_MESSAGE(logger::Crit) << LogPrefix() << "Failed to create directory '" << directory << "'!";
+        return false;
+    }
+    file = std::make_unique<QFile>(info.absoluteFilePath());
+    // The lines below name the directory where one expects the file; this is meant.
+    if (!file->open(QIODevice::WriteOnly)) {
+        LOG_MESSAGE(logger::Crit) << LogPrefix() << "Failed to open file '" << directory << "'!";
+        LOG_MESSAGE(logger::Error) << LogPrefix() << "I/O error: '" << file->errorString() << "'.";
+        file.reset();
+        return false;
+    }
+    if (!file->setPermissions(file->permissions() | GetPermissions())) {
+        LOG_MESSAGE(logger::Error) << LogPrefix() << "Failed to set permissions to file '" << directory
+                                   << "'!";
+        LOG_MESSAGE(logger::Error) << LogPrefix() << "I/O error: '" << file->errorString() << "'.";
+    }
+    return true;
+}
+
+void FileDownload::BoundBuffer()
+{
+    QNetworkReply* const reply = request->Reply();
+    reply->setReadBufferSize(bufferSize);
+    connect(reply, &QNetworkReply::readyRead, this, [this, reply] {
+        if (reply->bytesAvailable() >= fullBuffer) {
+            Drain(*reply);
+        }
+    });
+}
+
+void FileDownload::Drain(QNetworkReply& reply)
+{
+    const QByteArray bytes = reply.readAll();
+    if (file && !bytes.isEmpty()) {
+        const qint64 written = file->write(bytes);
+        LOG_MESSAGE(logger::Debug) << LogPrefix() << "readed from device " << bytes.size() << ", written "
+                                   << written << " bytes.";
+    }
+}
+
+void FileDownload::OnDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
+{
+    LOG_MESSAGE(logger::Debug) << LogPrefix() << "download progress: bytesReceived=" << bytesReceived
+                               << ", bytesTotal=" << bytesTotal << ".";
+    if (file) {
+        const auto* source = qobject_cast<IHttpRequest*>(sender());
+        QNetworkReply* const reply = source != nullptr ? source->Reply() : nullptr;
+        if (reply != nullptr) {
+            Drain(*reply);
+        } else {
+            LOG_MESSAGE(logger::Crit) << LogPrefix() << "can't access to reply!";
+        }
+    } else {
+        LOG_MESSAGE(logger::Crit) << LogPrefix() << "missing file to write!";
+    }
+    Q_EMIT progress(bytesReceived, bytesTotal);
+}
+
+void FileDownload::OnRequestFinished(const QString& /*result*/)
+{
+    file.reset();
+    if (CheckDownload()) {
+        Q_EMIT complete();
+    } else {
+        Retry(verificationFailed, QStringLiteral("Download verification failed!"));
+    }
+}
+
+void FileDownload::OnRequestError(int error, const QString& errorDesc)
+{
+    LOG_MESSAGE(logger::Error) << LogPrefix() << "Failed with error " << error << ", (" << errorDesc << ").";
+    file.reset();
+    Retry(error, errorDesc);
+}
+
+void FileDownload::Retry(int error, const QString& errorDesc)
+{
+    // Unsigned, so that a negative count never ends; this is meant.
+    if (attempt >= static_cast<unsigned int>(attemptCount)) {
+        LOG_MESSAGE(logger::Error) << LogPrefix() << "Downloading failed. No more tries.";
+        Q_EMIT failed(error, errorDesc);
+        return;
+    }
+    LOG_MESSAGE(logger::Debug) << LogPrefix() << "Retrying download...";
+    ++attempt;
+    QTimer::singleShot(retryDelay, this, &FileDownload::Start);
+}
+
+bool FileDownload::CheckDownload()
+{
+    QFile downloaded(GetFilePath());
+    if (!downloaded.open(QIODevice::ReadOnly)) {
+        LOG_MESSAGE(logger::Error) << LogPrefix() << "Checking download failed to open file '"
+                                   << downloaded.fileName() << "'.";
+        return false;
+    }
+    const qint64 size = downloaded.size();
+    if (fileSize >= 0 && fileSize != size) {
+        LOG_MESSAGE(logger::Error) << LogPrefix() << "Checking download failed by size! Expected " << fileSize
+                                   << " bytes, downloaded " << size << " bytes.";
+        return false;
+    }
+    if (!checksum.isEmpty()) {
+        const QString sum = ChecksumOf(downloaded);
+        if (sum.compare(checksum, Qt::CaseInsensitive) != 0) {
+            LOG_MESSAGE(logger::Error) << LogPrefix() << "Checking download failed by checksum! Expected '"
+                                       << checksum << "', downloaded '" << sum << "'.";
+            return false;
+        }
+    }
+    return true;
+}
+
+void FileDownload::Abort()
+{
+    if (request.isNull()) {
+        LOG_MESSAGE(logger::Crit) << LogPrefix() << "Can't abort request - request doesn't exist!";
+        return;
+    }
+    request->Abort();
+}
+
+QString FileDownload::LogPrefix() const
+{
+    return QStringLiteral("[%1, %2]: ").arg(QString::number(id), QString::number(attempt));
+}
+
+} // namespace common::http

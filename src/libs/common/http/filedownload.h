@@ -1,0 +1,72 @@
+#pragma once
+
+#include <common/http/ifiledownload.h>
+#include <common/http/ihttprequest.h>
+
+#include <QPointer>
+
+#include <memory>
+
+namespace common::http
+{
+
+class FileDownload final : public IFileDownload
+{
+    Q_OBJECT
+
+public:
+    FileDownload(QNetworkAccessManager* manager, QObject* parent);
+    ~FileDownload() override;
+
+    const quint64& GetId() const override;
+    void SetUrl(const QUrl& url) override;
+    QUrl GetUrl() const override;
+    void SetFilePath(const QString& path) override;
+    QString GetFilePath() const override;
+    void SetFileSize(qint64 bytes) override;
+    qint64 GetFileSize() const override;
+    void SetChecksum(const QString& md5) override;
+    QString GetChecksum() const override;
+    void SetAttemptCount(int count) override;
+    int GetAttemptCount() const override;
+    void SetTimeout(int seconds) override;
+    int GetTimeout() const override;
+    bool isRunning() const override;
+    bool IgnoreSSLErrors() const override;
+    void SetIgnoreSSLErrors(bool ignore) override;
+    QFile::Permissions GetPermissions() const override;
+    void SetPermissions(QFile::Permissions newPermissions) override;
+
+public Q_SLOTS:
+    bool Start() override;
+    void Abort() override;
+
+private Q_SLOTS:
+    void OnRequestError(int error, const QString& errorDesc);
+    void OnRequestFinished(const QString& result);
+    void OnDownloadProgress(qint64 bytesReceived, qint64 bytesTotal);
+
+private:
+    Q_DISABLE_COPY(FileDownload)
+
+    void CreateRequest(QNetworkAccessManager* manager);
+    bool PrepareFile(const QString& path);
+    void BoundBuffer();
+    void Drain(QNetworkReply& reply);
+    void Retry(int error, const QString& errorDesc);
+    bool CheckDownload();
+    bool FailAtStart(int error, const QString& text);
+    QString LogPrefix() const;
+
+    quint64 id;
+    QPointer<IHttpRequest> request; ///< Owned; weak, since whoever walks the children can delete it, too.
+    std::unique_ptr<QFile> file;
+    QString filePath;
+    QString checksum;
+    qint64 fileSize = -1;
+    int attemptCount = 0;
+    unsigned int attempt = 1;
+    QFile::Permissions permissions;
+};
+
+} // namespace common::http

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <common/http/ihttprequestdata.h>
+
+#include <QJsonObject>
+#include <QMap>
+
+namespace common::http
+{
+
+class HttpRequestJsonData final : public IHttpRequestSimpleData
+{
+public:
+    explicit HttpRequestJsonData(const QJsonObject& object_);
+
+    QString GetContentType() const override;
+    QByteArray GetData() const override;
+
+private:
+    QJsonObject object;
+};
+
+/// Keeps the map and leaves its form on the wire to the classes below.
+class HttpRequestDataMap : public IHttpRequestDataMap
+{
+public:
+    QString GetValue(const QString& key) const override;
+    void SetValue(const QString& key, const QString& value) override;
+    void RemoveValue(const QString& key) override;
+
+protected:
+    const QMap<QString, QString>& Values() const { return values; }
+
+private:
+    QMap<QString, QString> values;
+};
+
+class HttpRequestJsonDataMap final : public HttpRequestDataMap
+{
+public:
+    QString GetContentType() const override;
+    QByteArray GetData() const override;
+};
+
+/// What a GET puts behind the "?" of its URL, and the one payload that it takes.
+class HttpRequestUrlencodedDataMap final : public HttpRequestDataMap
+{
+public:
+    QString GetContentType() const override;
+    QByteArray GetData() const override;
+};
+
+} // namespace common::http

@@ -1,0 +1,56 @@
+#include <common/shell/filecopier.h>
+
+#include "filecopytask.h"
+
+#include <QDir>
+
+namespace common
+{
+
+namespace
+{
+
+std::pair<QString, QString> NativePaths(const QString& source, const QString& destination)
+{
+    return {QDir::toNativeSeparators(source), QDir::toNativeSeparators(destination)};
+}
+
+} // namespace
+
+FileCopier::FileCopier() = default;
+
+FileCopier::~FileCopier()
+{
+    DestroyFileTask(task);
+}
+
+bool FileCopier::Copy()
+{
+    if (!ReplaceFileTask(task, this, FileCopyTask::copyTraits, files, symlinks, directories)) {
+        return false;
+    }
+    task->Copy();
+    return true;
+}
+
+void FileCopier::Abort(bool force)
+{
+    DropFileTask(task, force);
+}
+
+void FileCopier::AddSymlink(const QString& fileSourcePath, const QString& fileDestPath)
+{
+    symlinks.append(NativePaths(fileSourcePath, fileDestPath));
+}
+
+void FileCopier::AddFile(const QString& fileSourcePath, const QString& fileDestPath)
+{
+    files.append(NativePaths(fileSourcePath, fileDestPath));
+}
+
+void FileCopier::AddDirectory(const QString& dirSourcePath, const QString& dirDestPath)
+{
+    directories.append(NativePaths(dirSourcePath, dirDestPath));
+}
+
+} // namespace common

@@ -1,0 +1,59 @@
+#include "fileentry.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace common
+{
+
+namespace
+{
+
+/// How many links in a row Linux follows before it calls them a loop.
+constexpr int maxLinks = 40;
+
+QString CanonicalFolder(const QFileInfo& entry)
+{
+    return QDir(entry.absolutePath()).canonicalPath();
+}
+
+bool HasSameName(const QFileInfo& first, const QFileInfo& second)
+{
+    // Of a file system that minds case two names that differ only in it are taken for one: better to refuse a
+    // copy than to lose a file.
+    return first.fileName().compare(second.fileName(), Qt::CaseInsensitive) == 0 &&
+           CanonicalFolder(first).compare(CanonicalFolder(second), Qt::CaseInsensitive) == 0;
+}
+
+bool IsSameEntry(const QString& first, const QString& second)
+{
+    const std::optional<FileId> firstId = GetFileId(first);
+    const std::optional<FileId> secondId = GetFileId(second);
+    if (!firstId || !secondId) {
+        return HasSameName(QFileInfo(first), QFileInfo(second));
+    }
+    if (firstId->volume != secondId->volume || firstId->file != secondId->file) {
+        return false;
+    }
+    return firstId->nameCount == 1 || HasSameName(QFileInfo(first), QFileInfo(second));
+}
+
+} // namespace
+
+bool LeadsTo(const QString& source, const QString& destination)
+{
+    QString path = source;
+    for (int i = 0; i <= maxLinks; ++i) {
+        if (IsSameEntry(path, destination)) {
+            return true;
+        }
+        const QFileInfo info(path);
+        if (!info.isSymLink()) {
+            return false;
+        }
+        path = info.symLinkTarget();
+    }
+    return false;
+}
+
+} // namespace common

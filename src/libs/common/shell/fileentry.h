@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+namespace common
+{
+
+/// What the file system knows a file by, whatever path leads to it.
+struct FileId
+{
+    quint64 volume;
+    quint64 file;
+    quint64 nameCount; ///< How many names (hard links) the file has.
+};
+
+/// The file, directory or link that `path` names; a link is not followed. Empty if there is none.
+std::optional<FileId> GetFileId(const QString& path);
+
+/// Whether `path` is a link that the system removes like an empty directory and not like a file.
+bool IsLinkOfDirectoryKind(const QString& path);
+
+/**
+ * Whether the removal of `destination` would take the content of `source` away: both name one directory
+ * entry, or `source` is a link that leads to `destination`. Two hard links of one file do not.
+ */
+bool LeadsTo(const QString& source, const QString& destination);
+
+} // namespace common

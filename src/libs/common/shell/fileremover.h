@@ -1,0 +1,90 @@
+#pragma once
+
+#include <common/vxcommon_export.h>
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+
+namespace common
+{
+
+class FileRemoveTask;
+
+/**
+ * Removes files, links and directory trees on a thread of its own. What is gone already is no failure.
+ *
+ * @code
+ * auto* remover = new common::FileRemover;
+ * remover->AddDirectory(QStringLiteral("/home/ann/skins"));
+ * QObject::connect(remover, &common::FileRemover::succesed, remover, &QObject::deleteLater);
+ * remover->Remove();
+ * @endcode
+ *
+ * Collect the work with the Add functions, then call Remove. A job first looks into the directories, hidden
+ * entries left out, then removes all files and links, and after them all directories, each behind those it
+ * holds and the added ones last. It stops at the first failure; what is removed stays removed. A directory
+ * with a hidden entry is never empty, so it cannot be removed. A link is removed as a link: what it leads to
+ * is not touched.
+ *
+ * All signals come on the remover's own thread, through its event loop. A job ends in exactly one of
+ * `succesed` and `failed`. Errors of `failed`:
+ * - 700201: no memory for the job
+ * - 700202: the job was aborted
+ * - 700203: a directory could not be removed
+ * - 700204: a file or link could not be removed
+ * - 700205: no thread for the job
+ *
+ * Details are written on the channel "shell.fileremove". Use a remover from one thread, the one that it lives
+ * on.
+ */
+class VXCOMMON_EXPORT FileRemover : public QObject
+{
+    Q_OBJECT
+
+public:
+    FileRemover();
+    /// Stops a running job and waits for it, as Abort(true) does.
+    ~FileRemover() override;
+
+public Q_SLOTS:
+    /**
+     * Starts a job with all that was added so far; later additions do not reach it. A job that is running is
+     * stopped and waited for first, and only those of its signals that are on their way already still come.
+     * The lists are kept, so a second call goes over everything once more.
+     *
+     * @return false only if there was no memory for the job; `failed` has then been emitted, too
+     */
+    bool Remove();
+
+    /**
+     * Waits until the running job has ended, without running the event loop, and forgets it. The signals of
+     * the job come afterwards. Does nothing without a job.
+     *
+     * @param force tell the job to stop at the next item; otherwise it is done to its end
+     */
+    void Abort(bool force = true);
+
+    /// Adds a file or a link. Nothing is looked at on the disk here and below.
+    void AddFile(const QString& filePath);
+    /// Adds a directory with all that is in it.
+    void AddDirectory(const QString& dirPath);
+
+Q_SIGNALS:
+    /// Another item is done, `current` of `total`. Nothing is reported while directories are scanned.
+    void progress(int current, int total);
+    /// Everything is gone.
+    void succesed();
+    /// The job has ended early.
+    void failed(int errorCode, const QString& errorText);
+
+private:
+    Q_DISABLE_COPY(FileRemover)
+
+    QStringList files;
+    QStringList directories;
+    QPointer<FileRemoveTask> task;
+};
+
+} // namespace common

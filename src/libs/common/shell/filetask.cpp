@@ -1,0 +1,135 @@
+#include "filetask.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QThread>
+
+#include <vector>
+
+namespace common
+{
+
+FileTask::FileTask(const FileTaskTraits& traits_)
+    : traits(traits_)
+    , logChannel(traits_.channel)
+{
+    try {
+        auto newThread = std::make_unique<QThread>();
+        connect(newThread.get(), &QThread::started, this, &FileTask::run, Qt::DirectConnection);
+        connect(newThread.get(), &QThread::finished, this, &FileTask::deleteLater, Qt::QueuedConnection);
+        thread = std::move(newThread);
+    } catch (const std::bad_alloc&) {
+        thread.reset(); // Start will tell.
+    }
+}
+
+FileTask::~FileTask() = default;
+
+void FileTask::Start()
+{
+    abortFlag = 0;
+    if (!thread) {
+        const QString text = QStringLiteral("Thread variable is NULL!");
+        LOG_MESSAGE(logger::Error) << text;
+        Q_EMIT failed(traits.threadMissingCode, text);
+        return;
+    }
+    thread->start(QThread::InheritPriority);
+    if (!thread->isRunning() && !thread->isFinished()) {
+        const QString text = QStringLiteral("The system has no thread left!");
+        LOG_MESSAGE(logger::Error) << text;
+        Q_EMIT failed(traits.threadMissingCode, text);
+    }
+}
+
+void FileTask::Abort(bool force)
+{
+    if (force) {
+        abortFlag = 1;
+    }
+    if (thread && thread->isRunning()) {
+        LOG_MESSAGE(logger::Debug) << traits.waitingText;
+        thread->wait(QDeadlineTimer(QDeadlineTimer::Forever));
+        LOG_MESSAGE(logger::Debug) << "Wait finished!";
+    }
+}
+
+void FileTask::run()
+{
+    QElapsedTimer timer;
+    timer.start();
+
+    int code = Scan();
+    if (code == 0) {
+        code = WorkAll();
+    }
+    if (code != 0) {
+        const QString text = QString::fromLatin1(traits.failedText).arg(code);
+        LOG_MESSAGE(logger::Error) << text;
+        Q_EMIT failed(code, text);
+    } else {
+        LOG_MESSAGE(logger::Info) << QString::fromLatin1(traits.finishedText).arg(timer.elapsed());
+        Q_EMIT succesed();
+    }
+    QThread::currentThread()->quit();
+}
+
+bool FileTask::IsAborted() const
+{
+    if (abortFlag == 0) {
+        return false;
+    }
+    LOG_MESSAGE(logger::Debug) << "user abort detected!";
+    return true;
+}
+
+int FileTask::WalkTree(const QString& root, int missingCode, const Visitor& visit) const
+{
+    // QDir::Hidden is left out on purpose.
+    constexpr QDir::Filters filters = QDir::Dirs | QDir::Files | QDir::System | QDir::NoDotAndDotDot;
+    const QDir rootDir(root);
+    // What is still to be visited, for each directory on the way from the root to where the walk is.
+    std::vector<QFileInfoList> levels;
+    const auto enter = [&](const QString& path) {
+        const QDir dir(path);
+        if (!dir.exists()) {
+            LOG_MESSAGE(logger::Warn) << QStringLiteral("Path '%1' doesn't exists!").arg(path);
+            return missingCode;
+        }
+        if (!dir.isReadable()) {
+            LOG_MESSAGE(logger::Warn) << QStringLiteral("Path '%1' may not be read!").arg(path);
+        }
+        levels.push_back(dir.entryInfoList(filters, QDir::NoSort));
+        return 0;
+    };
+
+    int code = enter(root);
+    while (code == 0 && !levels.empty()) {
+        if (levels.back().isEmpty()) {
+            levels.pop_back();
+            continue;
+        }
+        if (IsAborted()) {
+            return traits.abortedCode;
+        }
+        const QFileInfo entry = levels.back().takeFirst();
+        const QString path = entry.absoluteFilePath();
+        if (visit(entry, rootDir.relativeFilePath(path))) {
+            code = enter(path);
+        }
+    }
+    return code;
+}
+
+bool IsLink(const QFileInfo& entry)
+{
+    return entry.isSymLink() || entry.isJunction();
+}
+
+QString JoinPath(const QString& root, const QString& relativePath)
+{
+    return root + QDir::separator() + QDir::toNativeSeparators(relativePath);
+}
+
+} // namespace common

@@ -1,0 +1,14 @@
+#include "../copyonce.h"
+
+#include <QFile>
+
+namespace common
+{
+
+// QFile leaves the copying to the system here, and the system does not wait for the disk either.
+bool CopyOnce(QFile& file, const QString& newName)
+{
+    return file.copy(newName);
+}
+
+} // namespace common

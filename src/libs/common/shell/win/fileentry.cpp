@@ -1,0 +1,57 @@
+#include "../fileentry.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <string>
+#include <windows.h>
+
+namespace common
+{
+
+namespace
+{
+
+/// The absolute path in the form that knows no limit of 260 characters.
+std::wstring NativePath(const QString& path)
+{
+    const QString native = QDir::toNativeSeparators(QFileInfo(path).absoluteFilePath());
+    if (native.startsWith(QLatin1String("\\\\?\\"))) {
+        return native.toStdWString();
+    }
+    if (native.startsWith(QLatin1String("\\\\"))) {
+        return (QLatin1String("\\\\?\\UNC\\") + native.mid(2)).toStdWString();
+    }
+    return (QLatin1String("\\\\?\\") + native).toStdWString();
+}
+
+} // namespace
+
+std::optional<FileId> GetFileId(const QString& path)
+{
+    const HANDLE file = ::CreateFileW(
+        NativePath(path).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        return std::nullopt;
+    }
+    BY_HANDLE_FILE_INFORMATION information = {};
+    const bool known = ::GetFileInformationByHandle(file, &information) != 0;
+    ::CloseHandle(file);
+    if (!known) {
+        return std::nullopt;
+    }
+    constexpr int highShift = 32;
+    return FileId{information.dwVolumeSerialNumber,
+                  (quint64{information.nFileIndexHigh} << highShift) | information.nFileIndexLow,
+                  information.nNumberOfLinks};
+}
+
+bool IsLinkOfDirectoryKind(const QString& path)
+{
+    constexpr DWORD directoryLink = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    const DWORD attributes = ::GetFileAttributesW(NativePath(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & directoryLink) == directoryLink;
+}
+
+} // namespace common

@@ -1,0 +1,168 @@
+#include <common/tools/aes.h>
+
+#include "deployment.h"
+
+#include <QProcess>
+#include <QStringList>
+
+#include <array>
+#include <cstddef>
+#include <cstring>
+
+// The low-level calls are the contract here; OpenSSL 3 marks them as deprecated.
+#define OPENSSL_SUPPRESS_DEPRECATED
+#include <openssl/aes.h>
+
+namespace tools::cipher
+{
+
+namespace
+{
+
+constexpr qsizetype blockSize = AES_BLOCK_SIZE;
+constexpr qsizetype machineKeySize = 32; // the longest key that AES takes
+
+qsizetype RoundUpToBlocks(qsizetype size)
+{
+    return (size + blockSize - 1) / blockSize * blockSize;
+}
+
+/// `input` with zero bytes up to whole blocks.
+QByteArray Padded(const QByteArray& input)
+{
+    const qsizetype missing = RoundUpToBlocks(input.size()) - input.size();
+    return missing == 0 ? input : input + QByteArray(missing, '\0');
+}
+
+const unsigned char* Bytes(const QByteArray& bytes)
+{
+    return reinterpret_cast<const unsigned char*>(bytes.constData());
+}
+
+QString PairPrefix(const QString& name)
+{
+    return name + u'=';
+}
+
+} // namespace
+
+QString AES::encrypt(const QString& key, const QString& text)
+{
+    QByteArray output;
+    return QString::fromLatin1(encrypt(key, text.toUtf8(), output).toBase64());
+}
+
+QString AES::encrypt(const QString& text)
+{
+    return encrypt(machineKey(), text);
+}
+
+QByteArray& AES::encrypt(const QString& key, const QByteArray& input, QByteArray& output)
+{
+    return crypt(key, Padded(input), output, AES_ENCRYPT);
+}
+
+QByteArray& AES::encrypt(const QByteArray& input, QByteArray& output)
+{
+    return encrypt(machineKey(), input, output);
+}
+
+QString AES::decrypt(const QString& key, const QString& text)
+{
+    QByteArray output;
+    return QString::fromUtf8(decrypt(key, QByteArray::fromBase64(text.toUtf8()), output));
+}
+
+QString AES::decrypt(const QString& text)
+{
+    return decrypt(machineKey(), text);
+}
+
+QByteArray& AES::decrypt(const QString& key, const QByteArray& input, QByteArray& output)
+{
+    return crypt(key, input, output, AES_DECRYPT);
+}
+
+QByteArray& AES::decrypt(const QByteArray& input, QByteArray& output)
+{
+    return decrypt(machineKey(), input, output);
+}
+
+QString AES::encryptPair(const QString& name, const QString& value)
+{
+    return encrypt(PairPrefix(name) + value);
+}
+
+QString AES::decryptPair(const QString& name, const QString& text)
+{
+    const QString plain = decrypt(text);
+    const QString prefix = PairPrefix(name);
+    return plain.startsWith(prefix) ? plain.mid(prefix.size()) : QString();
+}
+
+QString AES::machineKey()
+{
+    QByteArray user = machineUser().toUtf8();
+    if (user.isEmpty()) {
+        user = common::deployment::machineKeyDefaultUser;
+    }
+    QByteArray key = common::deployment::machineKeyBase;
+    for (qsizetype i = 0; i < key.size(); ++i) {
+        key[i] = static_cast<char>(key.at(i) ^ user.at(i % user.size()));
+    }
+    return QString::fromLatin1(key.toBase64()).left(machineKeySize);
+}
+
+QByteArray& AES::crypt(const QString& key, const QByteArray& input, QByteArray& output, int mode)
+{
+    QByteArray result(RoundUpToBlocks(input.size()), '\0');
+    QByteArray keyBuffer;
+    const int bits = getKeyBuffer(key, keyBuffer);
+    AES_KEY schedule;
+    const int failure = mode == AES_ENCRYPT ? AES_set_encrypt_key(Bytes(keyBuffer), bits, &schedule)
+                                            : AES_set_decrypt_key(Bytes(keyBuffer), bits, &schedule);
+    // A key size that AES does not have leaves the schedule unset.
+    if (failure == 0) {
+        std::array<unsigned char, blockSize> iv;
+        std::memcpy(iv.data(), ivec().constData(), iv.size());
+        // OpenSSL reads whole blocks even where it writes the beginning of one only.
+        AES_cbc_encrypt(Bytes(Padded(input)), reinterpret_cast<unsigned char*>(result.data()),
+                        static_cast<std::size_t>(input.size()), &schedule, iv.data(), mode);
+    }
+    output.swap(result);
+    return output;
+}
+
+int AES::getKeyBuffer(const QString& key, QByteArray& buffer)
+{
+    buffer = key.toUtf8();
+    int bits = 512; // no key size of AES, so OpenSSL refuses it
+    for (const int size : {256, 192, 128}) {
+        if (buffer.size() <= size / 8) {
+            bits = size;
+        }
+    }
+    if (buffer.size() < bits / 8) {
+        buffer.append(bits / 8 - buffer.size(), '\0');
+    }
+    return bits;
+}
+
+QByteArray AES::ivec()
+{
+    return common::deployment::cipherIv;
+}
+
+QString AES::machineUser()
+{
+    const QStringList environment = QProcess::systemEnvironment();
+    for (const QString& entry : environment) {
+        if (entry.startsWith(QLatin1String("USER="), Qt::CaseInsensitive) ||
+            entry.startsWith(QLatin1String("USERNAME="), Qt::CaseInsensitive)) {
+            return entry.mid(entry.indexOf(u'=') + 1);
+        }
+    }
+    return {};
+}
+
+} // namespace tools::cipher
