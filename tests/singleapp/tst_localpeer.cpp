@@ -300,7 +300,7 @@ void TestLocalPeer::silentClients()
     QSignalSpy received(&first, &QtLocalPeer::messageReceived);
 
     std::vector<std::unique_ptr<QLocalSocket>> clients;
-    for (int i = 0; i < 31; ++i) {
+    for (int i = 0; i < 127; ++i) {
         clients.push_back(ConnectTo(socketName));
         QVERIFY(clients.back());
         QCoreApplication::processEvents();
@@ -318,7 +318,7 @@ void TestLocalPeer::silentClients()
 
     clients.back()->write(OnTheWire("late"));
     QTRY_COMPARE(received.size(), 3);
-    for (int i = 0; i < 30; ++i) {
+    for (int i = 0; i < 126; ++i) {
         QTest::ignoreMessage(QtWarningMsg, "QtLocalPeer: Peer disconnected");
     }
     clients.clear();

@@ -19,14 +19,18 @@ constexpr auto goodbyePatience = 1000ms; ///< For the client to read the answer 
 // Texts are command lines and addresses. Longer claims come from a broken or hostile client.
 constexpr quint32 maxTextLength = 16 * 1024 * 1024;
 
+// For the texts of all clients that are still speaking.
+constexpr qint64 maxBytesHeld = 64 * 1024 * 1024;
+
 // Bounds what lies unread, whatever a client sends.
 constexpr qint64 socketBufferSize = 64 * 1024;
 
 } // namespace
 
-MessageReceiver::MessageReceiver(QLocalSocket* socket_, QObject* parent)
+MessageReceiver::MessageReceiver(QLocalSocket* socket_, qint64& bytesHeld_, QObject* parent)
     : QObject(parent)
     , socket(socket_)
+    , bytesHeld(bytesHeld_)
 {
     socket->setParent(this);
     socket->setReadBufferSize(socketBufferSize);
@@ -45,6 +49,14 @@ MessageReceiver::MessageReceiver(QLocalSocket* socket_, QObject* parent)
             }
         },
         Qt::QueuedConnection);
+}
+
+MessageReceiver::~MessageReceiver()
+{
+    // A finished one holds nothing, and may die after the counter of its peer.
+    if (!text.isEmpty()) {
+        Forget();
+    }
 }
 
 qint64 MessageReceiver::GetSilence() const
@@ -122,6 +134,11 @@ void MessageReceiver::ReadText()
             return;
         }
         text += piece;
+        bytesHeld += piece.size();
+        if (bytesHeld > maxBytesHeld) {
+            Fail(QStringLiteral("too many long texts at once"));
+            return;
+        }
     }
     if (text.size() == length) {
         CompleteText();
@@ -133,9 +150,9 @@ void MessageReceiver::ReadText()
 /// A text that was cut off is not told apart from a whole one: what is missing reads as zero bytes.
 void MessageReceiver::CompleteText()
 {
-    text.append(static_cast<qsizetype>(length) - text.size(), '\0');
-    message = QString::fromUtf8(text);
-    text.clear();
+    const qsizetype missing = static_cast<qsizetype>(length) - text.size();
+    message = QString::fromUtf8(text + QByteArray(missing, '\0'));
+    Forget();
     stage = Stage::Goodbye;
     if (socket->state() != QLocalSocket::ConnectedState) {
         Finish();
@@ -157,7 +174,14 @@ void MessageReceiver::Finish()
     stage = Stage::Finished;
     patience.stop();
     socket->disconnect(this);
+    Forget();
     Q_EMIT finished(this);
+}
+
+void MessageReceiver::Forget()
+{
+    bytesHeld -= text.size();
+    text.clear();
 }
 
 } // namespace QtLP_Private

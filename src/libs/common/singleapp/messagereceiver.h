@@ -25,8 +25,13 @@ class MessageReceiver : public QObject
     Q_OBJECT
 
 public:
-    /// Takes the socket as a child. The work begins with the next turn of the event loop.
-    MessageReceiver(QLocalSocket* socket, QObject* parent);
+    /**
+     * Takes the socket as a child. The work begins with the next turn of the event loop.
+     *
+     * @param bytesHeld what all receivers together hold of texts that are not complete; outlives the receiver
+     */
+    MessageReceiver(QLocalSocket* socket, qint64& bytesHeld, QObject* parent);
+    ~MessageReceiver() override;
 
     /// What the client said, once finished; nothing if it failed or said too little.
     const std::optional<QString>& GetMessage() const { return message; }
@@ -59,7 +64,10 @@ private:
     void Fail(const QString& reason);
     void Finish();
 
+    void Forget();
+
     QLocalSocket* socket;
+    qint64& bytesHeld;
     QTimer patience;
     QElapsedTimer silence;
     Stage stage = Stage::Length;

@@ -26,8 +26,8 @@ constexpr int prefixLength = 6;
 // own.
 constexpr int listenBacklog = 512;
 
-// How many clients are served at a time. It bounds the memory that they can take together.
-constexpr int maxReceivers = 32;
+// How many clients are served at a time. Each takes a descriptor, of which a process has about a thousand.
+constexpr int maxReceivers = 128;
 
 // A client that says nothing may stay as long as there is room. When others wait, so much is granted to it,
 // in milliseconds: a sender writes right after it has connected, but a busy machine may hold it up.
@@ -97,6 +97,9 @@ QtLocalPeer::QtLocalPeer(QObject* parent, const QString& appId)
 
 QtLocalPeer::~QtLocalPeer()
 {
+    // They count in a member, which is gone before the children are.
+    qDeleteAll(receivers);
+    receivers.clear();
     // Closing removes the socket by its name, which may be the next owner's as soon as the lock is free.
     server->close();
 }
@@ -146,7 +149,7 @@ void QtLocalPeer::receiveConnection()
             roomTimer.start();
             return;
         }
-        auto* const receiver = new MessageReceiver(server->nextPendingConnection(), this);
+        auto* const receiver = new MessageReceiver(server->nextPendingConnection(), bytesHeld, this);
         receivers += receiver;
         // Queued, so that no socket is in the middle of a signal when a receiver of the text deletes the
         // peer.

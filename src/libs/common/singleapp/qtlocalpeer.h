@@ -76,5 +76,6 @@ private:
     QtLP_Private::QtLockedFile lockFile;
     bool foreignLockFile = false;
     QList<QtLP_Private::MessageReceiver*> receivers; ///< Oldest first.
+    qint64 bytesHeld = 0;                            ///< What the receivers hold of unfinished texts.
     QTimer roomTimer;                                ///< Runs while clients wait for others to go.
 };
