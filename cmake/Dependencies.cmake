@@ -1,6 +1,9 @@
 # Every package that the library links. A missing one ends the configuration with its name.
 
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core Network Gui Widgets)
+if(UNIX)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS DBus)
+endif()
 if(VXCOMMON_WITH_QREGEXP)
     find_package(Qt6 6.4 REQUIRED COMPONENTS Core5Compat)
 endif()

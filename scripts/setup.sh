@@ -9,7 +9,7 @@ packages_of() {
         liblog4cpp5-dev zlib1g-dev libssl-dev"
     case $1 in
     demo) echo "$build" ;;
-    test) echo "$build valgrind xvfb openbox" ;;
+    test) echo "$build valgrind xvfb openbox dbus-daemon desktop-file-utils libglib2.0-bin" ;;
     windows) echo "$build g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
     bench) echo "$build libbenchmark-dev libspdlog-dev python3" ;;
     lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev" ;;

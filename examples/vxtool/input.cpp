@@ -1,5 +1,7 @@
 #include "input.h"
 
+#include "output.h"
+
 #include <QFile>
 
 #include <cstdio>
@@ -30,6 +32,29 @@ bool ForEachInput(const QStringList& arguments, const std::function<bool(const Q
         allValid = handle(QString::fromUtf8(line)) && allValid;
     }
     return allValid;
+}
+
+bool ReadInput(const QStringList& arguments, QByteArray& bytes)
+{
+    QFile input;
+    bool isOpen = false;
+    if (arguments.isEmpty()) {
+        isOpen = input.open(stdin, QIODevice::ReadOnly);
+    } else {
+        input.setFileName(arguments.constFirst());
+        isOpen = input.open(QIODevice::ReadOnly);
+    }
+    if (isOpen) {
+        bytes = input.readAll();
+    }
+    // At the end of a pipe QFile sees an error on Windows, where the C library sees none.
+    const bool isRead = arguments.isEmpty() ? std::ferror(stdin) == 0 : input.error() == QFileDevice::NoError;
+    if (!isOpen || !isRead) {
+        const QString name = arguments.isEmpty() ? QStringLiteral("standard input") : arguments.constFirst();
+        PrintError(QStringLiteral("vxtool: %1 cannot be read: %2").arg(name, input.errorString()));
+        return false;
+    }
+    return true;
 }
 
 } // namespace vxtool

@@ -1,35 +1,12 @@
+#include "vxtool/runtool.h"
+
 #include <common/vxcommon_features.h>
 
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
-
-namespace
-{
-
-struct Result
-{
-    int exitCode;
-    QByteArray output;
-    QByteArray error;
-};
-
-Result RunTool(const QStringList& arguments, const QByteArray& input = QByteArray())
-{
-    QProcess process;
-    process.start(QStringLiteral(VXTOOL_PROGRAM), arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit) {
-        return {-1, process.readAllStandardOutput(), process.errorString().toUtf8()};
-    }
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
-}
-
-} // namespace
 
 class TestVxtool : public QObject
 {

@@ -3,6 +3,7 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QThread>
 
 #include <vector>
@@ -120,11 +121,6 @@ int FileTask::WalkTree(const QString& root, int missingCode, const Visitor& visi
         }
     }
     return code;
-}
-
-bool IsLink(const QFileInfo& entry)
-{
-    return entry.isSymLink() || entry.isJunction();
 }
 
 QString JoinPath(const QString& root, const QString& relativePath)
