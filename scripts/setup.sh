@@ -6,10 +6,11 @@ source "$(dirname "$0")/lib.sh"
 
 packages_of() {
     local build="g++ cmake ninja-build ccache pkg-config qt6-base-dev qt6-5compat-dev qt6-svg-dev
-        liblog4cpp5-dev zlib1g-dev libssl-dev"
+        liblog4cpp5-dev zlib1g-dev libssl-dev libxcb1-dev libxcb-screensaver0-dev libxcb-xkb-dev libpulse-dev"
     case $1 in
     demo) echo "$build" ;;
-    test) echo "$build valgrind xvfb openbox dbus-daemon desktop-file-utils libglib2.0-bin" ;;
+    test) echo "$build valgrind dbus-daemon desktop-file-utils libglib2.0-bin dbus-bin xdg-utils
+        xvfb openbox xdotool pulseaudio libfaketime" ;;
     windows) echo "$build g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
     bench) echo "$build libbenchmark-dev libspdlog-dev python3" ;;
     lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev" ;;
