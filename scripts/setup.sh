@@ -9,8 +9,8 @@ packages_of() {
         liblog4cpp5-dev zlib1g-dev libssl-dev"
     case $1 in
     demo) echo "$build" ;;
-    test) echo "$build valgrind" ;;
-    windows) echo "$build g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
+    test) echo "$build nginx-light openssl tinyproxy valgrind" ;;
+    windows) echo "$build nginx-light openssl tinyproxy g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
     bench) echo "$build libbenchmark-dev libspdlog-dev python3" ;;
     lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev" ;;
     *) die "unknown group \"$1\"; known are: demo test windows bench lint" ;;
