@@ -8,7 +8,7 @@ packages_of() {
     local build="g++ cmake ninja-build ccache pkg-config qt6-base-dev qt6-5compat-dev qt6-svg-dev
         liblog4cpp5-dev zlib1g-dev libssl-dev"
     case $1 in
-    demo) echo "$build" ;;
+    demo) echo "$build nginx-light" ;;
     test) echo "$build nginx-light openssl tinyproxy valgrind" ;;
     windows) echo "$build nginx-light openssl tinyproxy g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
     bench) echo "$build libbenchmark-dev libspdlog-dev python3" ;;
