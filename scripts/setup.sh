@@ -11,9 +11,9 @@ packages_of() {
     demo) echo "$build" ;;
     test) echo "$build valgrind pigz nodejs" ;;
     windows) echo "$build g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
-    bench) echo "$build libbenchmark-dev libspdlog-dev python3" ;;
+    bench) echo "$build libbenchmark-dev libspdlog-dev libdeflate-dev nodejs python3" ;;
     fuzz) echo "$build clang" ;;
-    lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev" ;;
+    lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev libdeflate-dev" ;;
     *) die "unknown group \"$1\"; known are: demo test windows bench fuzz lint" ;;
     esac
 }
