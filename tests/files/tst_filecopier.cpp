@@ -170,6 +170,11 @@ void TestFileCopier::fails_data()
         << QStringList{"a=1"} << QStringList{"L a t"} << 0 << 1 << 700107 << same
         << QStringList{"3 shell.filecopy Cannot copy link from 'ROOT/a' to 'ROOT/t' -> ''.",
                        copying.arg("a", "t", "700107")};
+#else
+    QTest::newRow("no source shortcut")
+        << QStringList{"a=1"} << QStringList{"L l.lnk t/l.lnk"} << 0 << 1 << 700103 << same
+        << QStringList{"3 shell.filecopy Source file 'ROOT/l.lnk' doesn't exist!",
+                       copying.arg("l.lnk", "t/l.lnk", "700103")};
 #endif
 }
 
@@ -236,7 +241,6 @@ void TestFileCopier::secondCopy()
 }
 
 #ifdef Q_OS_WIN
-// A link is a shortcut here, and the system makes its target absolute.
 void TestFileCopier::shortcut()
 {
     const QTemporaryDir folder;

@@ -5,8 +5,10 @@
 #include "jobrecorder.h"
 
 #include <common/shell/filecopier.h>
+#include <common/shell/filehelper.h>
 #include <common/shell/fileremover.h>
 
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -23,6 +25,7 @@
 #include <unistd.h>
 
 using common::FileCopier;
+using common::FileHelper;
 using common::FileRemover;
 
 namespace
@@ -304,6 +307,10 @@ void TestFileFaults::deepTree()
     QCOMPARE(CopyTree(folder.filePath("s"), folder.filePath("t")), Steps(1, 1, "done"));
     QVERIFY(QFile::exists(folder.filePath("t") + below + "/f"));
     QCOMPARE(RemoveTree(folder.filePath("t")), Steps(depth + 1, depth + 1, "done"));
+    FileHelper helper(folder.filePath("s"));
+    QSignalSpy found(&helper, &FileHelper::scan);
+    QVERIFY(helper.Remove());
+    QCOMPARE(found.size(), depth + 1);
 }
 
 void TestFileFaults::wideFolder()

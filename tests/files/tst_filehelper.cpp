@@ -15,7 +15,6 @@ private Q_SLOTS:
     void removes_data();
     void removes();
     void keepsWhatItFound();
-    void deepTree();
 };
 
 namespace
@@ -102,21 +101,6 @@ void TestFileHelper::keepsWhatItFound()
     QVERIFY(!helper.Remove());
     QCOMPARE(seen, QStringList({"found a 1", "found a 2", "a 1/2", "a 2/2", "failed a", "a 1/2", "failed a",
                                 "a 2/2", "failed a"}));
-}
-
-void TestFileHelper::deepTree()
-{
-    const QTemporaryDir folder;
-    const int depth = 1500;
-    const QString path = folder.path() + QString("/d").repeated(depth);
-    if (!QDir().mkpath(path)) {
-        QSKIP("the system has no such long paths");
-    }
-    FileHelper helper(folder.filePath("d"));
-    int found = 0;
-    connect(&helper, &FileHelper::scan, [&found] { ++found; });
-    QVERIFY(helper.Remove());
-    QCOMPARE(found, depth);
 }
 
 QTEST_GUILESS_MAIN(TestFileHelper)
