@@ -19,8 +19,9 @@ for folder in $(seq -w 40); do
         printf 'call %s of box %s\n' "$file" "$folder" >"$work/source/box$folder/sounds/call$file.txt"
     done
     ln -s sounds/call50.txt "$work/source/box$folder/latest"
-    ln -s ../box01/sounds "$work/source/box$folder/first box"
+    ln -s ../readme.txt "$work/source/box$folder/read me"
 done
+echo "Two thousand calls" >"$work/source/readme.txt"
 ln -s nowhere "$work/source/dangling"
 
 count() { find "$1" -type "$2" | wc -l; }
