@@ -22,6 +22,7 @@ const QString logLevelOption = QStringLiteral("log-level");
 const QString logSourceOption = QStringLiteral("log-source");
 const QString helpOption = QStringLiteral("help");
 const QString versionOption = QStringLiteral("version");
+const QString callOption = QStringLiteral("callto");
 
 /// The options that stand before or behind any command.
 void AddGlobalOptions(QCommandLineParser& parser)
@@ -136,6 +137,10 @@ int Run(const QStringList& arguments)
     globalParser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
     AddGlobalOptions(globalParser);
     globalParser.addOption({{QStringLiteral("v"), versionOption}, QStringLiteral("Show the version.")});
+    globalParser.addOption({callOption,
+                            QStringLiteral("Show ADDRESS and end. So does a click on an address whose scheme "
+                                           "was registered by 'protocols register'."),
+                            QStringLiteral("ADDRESS")});
     if (!globalParser.parse(arguments)) {
         return FailUsage(globalParser.errorText());
     }
@@ -145,6 +150,10 @@ int Run(const QStringList& arguments)
     }
     if (globalParser.isSet(versionOption)) {
         PrintLine(QStringLiteral("vxtool ") + QCoreApplication::applicationVersion());
+        return AllValid;
+    }
+    if (globalParser.isSet(callOption)) {
+        PrintLine(QStringLiteral("--callto ") + globalParser.value(callOption));
         return AllValid;
     }
 
