@@ -7,6 +7,7 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QFile>
 
 #include <algorithm>
 
@@ -93,8 +94,14 @@ QString StartLog(const QCommandLineParser& parser)
         const bool pointless = options.source || parser.isSet(logLevelOption) || parser.isSet(logOption);
         return pointless ? QStringLiteral("a log needs a file: --log FILE") : QString();
     }
-    return SetUpLog(options) ? QString()
-                             : QStringLiteral("this build has no log4cpp, so --log is not available");
+    if (!SetUpLog(options)) {
+        return QStringLiteral("this build has no log4cpp, so --log is not available");
+    }
+    // log4cpp keeps silent about a file that it cannot open.
+    QFile file(options.file);
+    return file.open(QIODevice::Append)
+               ? QString()
+               : QStringLiteral("the log %1 cannot be written: %2").arg(options.file, file.errorString());
 }
 
 /// Runs `command`; `leading` is the program and the options before the command's name, `words` what stands
@@ -179,10 +186,5 @@ int main(int argc, char* argv[])
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("vxtool"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VXCOMMON_VERSION));
-    const int exitCode = vxtool::Run(QCoreApplication::arguments());
-    if (!vxtool::FinishOutput()) {
-        vxtool::PrintError(QStringLiteral("vxtool: standard output cannot be written"));
-        return vxtool::SomeFailed;
-    }
-    return exitCode;
+    return vxtool::FinishOutput(vxtool::Run(QCoreApplication::arguments()));
 }
