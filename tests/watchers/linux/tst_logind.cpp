@@ -64,7 +64,7 @@ void TestLogind::children_data()
     QTest::addColumn<QByteArray>("inited");
 
     QTest::newRow("to the end of the application") << QByteArray("application") << "real" << QByteArray("1");
-    QTest::newRow("without an application") << QByteArray("no application") << "real" << QByteArray("0");
+    QTest::newRow("without an application") << QByteArray("no application") << "real" << QByteArray("1");
     QTest::newRow("without a bus") << QByteArray("application") << "none" << QByteArray("0");
     QTest::newRow("a bus that keeps silent") << QByteArray("application") << "silent" << QByteArray("0");
 }

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <future>
 #include <memory>
 
 namespace tools
@@ -38,17 +39,35 @@ QString SystemBusAddress()
                                 QStringLiteral("unix:path=/run/dbus/system_bus_socket"));
 }
 
-/// The thread that receives, and what lives on it.
-struct Subscription
+/// The thread that receives, from subscribing to its end.
+class ListenerThread : public QThread
 {
-    QThread thread;
-    SleepListener* listener = nullptr;
+public:
+    explicit ListenerThread(void* context_)
+        : context(context_)
+    {}
+
+    /// Waits for the outcome; to be asked once.
+    bool IsSubscribed() { return subscribed.get_future().get(); }
+
+protected:
+    void run() override
+    {
+        SleepListener listener(context);
+        subscribed.set_value(listener.Subscribe());
+        exec();
+        SleepListener::Unsubscribe();
+    }
+
+private:
+    void* context;
+    std::promise<bool> subscribed;
 };
 
-std::unique_ptr<Subscription>& CurrentSubscription()
+std::unique_ptr<ListenerThread>& CurrentThread()
 {
-    static std::unique_ptr<Subscription> subscription;
-    return subscription;
+    static std::unique_ptr<ListenerThread> thread;
+    return thread;
 }
 
 } // namespace
@@ -100,32 +119,21 @@ namespace powernotification
 
 Result Register(void* context)
 {
-    auto subscription = std::make_unique<Subscription>();
-    subscription->thread.setObjectName(QStringLiteral("vxcommon sleep"));
-    subscription->listener = new SleepListener(context);
-    subscription->listener->moveToThread(&subscription->thread);
-    // Runs on the thread itself, as its event loop ends.
-    QObject::connect(&subscription->thread, &QThread::finished, subscription->listener,
-                     &QObject::deleteLater);
-    subscription->thread.start();
-    bool subscribed = false;
-    QMetaObject::invokeMethod(
-        subscription->listener, [&] { subscribed = subscription->listener->Subscribe(); },
-        Qt::BlockingQueuedConnection);
-    CurrentSubscription() = std::move(subscription);
-    if (!subscribed) {
-        Unregister();
+    CurrentThread() = std::make_unique<ListenerThread>(context);
+    CurrentThread()->start();
+    if (CurrentThread()->IsSubscribed()) {
+        return Result::Done;
     }
-    return subscribed ? Result::Done : Result::Refused;
+    Unregister();
+    return Result::Refused;
 }
 
 Result Unregister()
 {
-    const std::unique_ptr<Subscription> subscription = std::move(CurrentSubscription());
-    if (subscription != nullptr) {
-        SleepListener::Unsubscribe();
-        subscription->thread.quit();
-        subscription->thread.wait();
+    const std::unique_ptr<ListenerThread> thread = std::move(CurrentThread());
+    if (thread != nullptr) {
+        thread->quit();
+        thread->wait();
     }
     return Result::Done;
 }
