@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh demo|test|windows|bench...
+# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh demo|screenshots|test|windows|bench...
 # Asks nothing; runs apt as root or through sudo.
 
 source "$(dirname "$0")/lib.sh"
@@ -11,14 +11,15 @@ packages_of() {
     demo) echo "$build" ;;
     test) echo "$build valgrind dbus-daemon desktop-file-utils libglib2.0-bin dbus-bin xdg-utils
         xvfb openbox xdotool pulseaudio libfaketime" ;;
+    screenshots) echo "xvfb openbox xdotool imagemagick python3 fonts-dejavu-core" ;;
     windows) echo "$build g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
     bench) echo "$build libbenchmark-dev libspdlog-dev python3" ;;
     lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev" ;;
-    *) die "unknown group \"$1\"; known are: demo test windows bench lint" ;;
+    *) die "unknown group \"$1\"; known are: demo screenshots test windows bench lint" ;;
     esac
 }
 
-[ $# -gt 0 ] || die "name what to set up: demo, test, windows, bench or lint"
+[ $# -gt 0 ] || die "name what to set up: demo, screenshots, test, windows, bench or lint"
 
 missing=()
 for group in "$@"; do

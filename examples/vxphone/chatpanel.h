@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QWidget>
+
+class QLineEdit;
+class QTextBrowser;
+class QUrl;
+
+namespace vxphone
+{
+
+/// A chat with oneself, whose links can be clicked.
+class ChatPanel : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit ChatPanel(QWidget* parent = nullptr);
+
+Q_SIGNALS:
+    void callLinkClicked(const QString& link); ///< A "tel:", "callto:", "sip:" or "sips:" link.
+
+private:
+    void Send();
+    void Open(const QUrl& link);
+
+    QTextBrowser* view;
+    QLineEdit* line;
+};
+
+} // namespace vxphone
