@@ -65,8 +65,9 @@ void StatusLine::ShowSchemes(const QStringList& schemes)
 
 void StatusLine::ShowDate()
 {
-    date->setText(QLocale().toString(tools::DateWatcher::CurrentDate(), QLocale::LongFormat) + u"  " +
-                  tools::DateWatcher::CurrentTimeZone().displayName(QTimeZone::GenericTime));
+    date->setText(QStringLiteral("%1  %2").arg(
+        QLocale().toString(tools::DateWatcher::CurrentDate(), QLocale::LongFormat),
+        tools::DateWatcher::CurrentTimeZone().displayName(QTimeZone::GenericTime)));
 }
 
 } // namespace vxphone
