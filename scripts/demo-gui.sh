@@ -51,8 +51,15 @@ openbox --sm-disable --startup "touch $project_dir/$work/ready" >/dev/null 2>&1 
 pids+=($!)
 until [ -e "$work/ready" ]; do sleep 0.1; done
 
+# Stands in for the system's bus, which tells of sleep.
+dbus-daemon --session --nofork --print-address >"$work/bus" 2>/dev/null &
+pids+=($!)
+until [ -s "$work/bus" ]; do sleep 0.1; done
+DBUS_SYSTEM_BUS_ADDRESS=$(cat "$work/bus")
+export DBUS_SYSTEM_BUS_ADDRESS
+
 # A server that takes its time, for a download that can be watched.
-python3 scripts/slow-server.py 64 8 >"$work/port" &
+python3 scripts/slow-server.py 48 6 >"$work/port" &
 pids+=($!)
 until [ -s "$work/port" ]; do sleep 0.1; done
 download="http://127.0.0.1:$(cat "$work/port")/skins.zip"
@@ -93,10 +100,9 @@ type_text "$download"
 key Return
 sleep 2
 picture vxphone-download
-key alt+d
-sleep 1
 
 key alt+v d
 "$vxphone" --callto "tel:+74951234567"
 key alt+c
 picture vxphone-dark
+key alt+b

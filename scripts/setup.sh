@@ -11,7 +11,7 @@ packages_of() {
     demo) echo "$build" ;;
     test) echo "$build valgrind dbus-daemon desktop-file-utils libglib2.0-bin dbus-bin xdg-utils
         xvfb openbox xdotool pulseaudio libfaketime" ;;
-    screenshots) echo "xvfb openbox xdotool imagemagick python3 fonts-dejavu-core" ;;
+    screenshots) echo "xvfb openbox xdotool imagemagick python3 dbus-daemon fonts-dejavu-core" ;;
     windows) echo "$build g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
     bench) echo "$build libbenchmark-dev libspdlog-dev python3" ;;
     lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev" ;;

@@ -3,6 +3,7 @@
 #include <common/tools/url.h>
 
 #include <QDesktopServices>
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -11,6 +12,8 @@
 #include <QTime>
 #include <QUrl>
 #include <QVBoxLayout>
+
+#include <utility>
 
 namespace vxphone
 {
@@ -63,14 +66,26 @@ ChatPanel::ChatPanel(QWidget* parent)
     connect(view, &QTextBrowser::anchorClicked, this, &ChatPanel::Open);
 }
 
+void ChatPanel::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) {
+        view->clear();
+        for (const QString& html : std::as_const(lines)) {
+            view->append(html);
+        }
+    }
+}
+
 void ChatPanel::Send()
 {
-    if (!line->text().trimmed().isEmpty()) {
-        view->append(
-            QStringLiteral("<b>%1</b>&nbsp; %2")
-                .arg(QTime::currentTime().toString(QStringLiteral("HH:mm")), WithAnchors(line->text())));
-        line->clear();
+    if (line->text().trimmed().isEmpty()) {
+        return;
     }
+    lines += QStringLiteral("<b>%1</b>&nbsp; %2")
+                 .arg(QTime::currentTime().toString(QStringLiteral("HH:mm")), WithAnchors(line->text()));
+    view->append(lines.last());
+    line->clear();
 }
 
 void ChatPanel::Open(const QUrl& link)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QStringList>
 #include <QWidget>
 
 class QLineEdit;
@@ -20,10 +21,14 @@ public:
 Q_SIGNALS:
     void callLinkClicked(const QString& link); ///< A "tel:", "callto:", "sip:" or "sips:" link.
 
+protected:
+    void changeEvent(QEvent* event) override; ///< Links take the colour of the palette when they are made.
+
 private:
     void Send();
     void Open(const QUrl& link);
 
+    QStringList lines; ///< As HTML.
     QTextBrowser* view;
     QLineEdit* line;
 };

@@ -18,16 +18,14 @@ CopyRow::CopyRow(QGridLayout* grid, int row, const QString& folder_, QObject* pa
     , folder(folder_)
     , source(new QLineEdit)
     , bar(new QProgressBar)
-    , button(new QPushButton(tr("Co&py")))
+    , button(new QPushButton(tr("Cop&y")))
     , status(new QLabel(tr("Nothing copied yet")))
 {
-    auto* const title = new QLabel(tr("Folder to ba&ck up:"));
+    auto* const title = new QLabel(tr("Folder to back &up:"));
     title->setBuddy(source);
-    source->setPlaceholderText(QDir::toNativeSeparators(QDir::homePath()));
+    source->setPlaceholderText(tr("Is copied with all that is in it"));
     status->setTextFormat(Qt::PlainText);
     status->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    bar->setRange(0, 1);
-    bar->setValue(0);
     grid->addWidget(title, row, 0);
     grid->addWidget(source, row, 1, 1, 2);
     grid->addWidget(button, row, 3);
@@ -89,7 +87,7 @@ void CopyRow::End(const QString& text)
     if (bar->maximum() == 0) {
         bar->setRange(0, 1);
     }
-    button->setText(tr("Co&py"));
+    button->setText(tr("Cop&y"));
     button->setEnabled(true);
     status->setText(text);
     copier->deleteLater();

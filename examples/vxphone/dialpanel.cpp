@@ -121,7 +121,7 @@ void DialPanel::ToggleCall()
 {
     inCall = !inCall;
     address->setReadOnly(inCall);
-    call->setText(inCall ? tr("&Hang up") : tr("&Call"));
+    call->setText(inCall ? tr("Ha&ng up") : tr("&Call"));
     ShowReading();
     Q_EMIT callChanged(inCall, shown->text());
 }

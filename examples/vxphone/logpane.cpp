@@ -46,6 +46,9 @@ PaneLogger::PaneLogger(common::logger::ILogger& next_, LogPane& pane_)
 void PaneLogger::Write(const common::logger::IMessage& message)
 {
     next.Write(message);
+    if (message.GetLevel() > paneLevel) {
+        return;
+    }
     const common::logger::Channel* const channel = message.GetChannel();
     const QString name = channel != nullptr ? QString::fromUtf8(channel->name) : QString();
     QMetaObject::invokeMethod(
@@ -63,6 +66,7 @@ int PaneLogger::GetLevel() const
 
 void PaneLogger::SetLevel(int level)
 {
+    paneLevel = level;
     next.SetLevel(level);
 }
 
@@ -80,6 +84,7 @@ bool PaneLogger::Configure(int level, unsigned int targets, unsigned int options
                            const QString& qtChannel, const QString& configFile, const QString& logFile,
                            const QString& shortLogFile, std::size_t maxFileSize, int maxBackups)
 {
+    paneLevel = level;
     return next.Configure(level, targets, options, pattern, qtChannel, configFile, logFile, shortLogFile,
                           maxFileSize, maxBackups);
 }

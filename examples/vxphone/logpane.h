@@ -4,6 +4,8 @@
 
 #include <QPlainTextEdit>
 
+#include <atomic>
+
 namespace vxphone
 {
 
@@ -40,6 +42,7 @@ private:
 
     common::logger::ILogger& next;
     LogPane& pane;
+    std::atomic<int> paneLevel = common::logger::Info; ///< The real one keeps its threshold to itself.
 };
 
 } // namespace vxphone

@@ -71,6 +71,7 @@ QWidget* MainWindow::CreateContents(const QString& dataFolder)
 
     auto* const work = new QWidget;
     auto* const layout = new QVBoxLayout(work);
+    layout->setSpacing(2 * layout->spacing());
     layout->addWidget(dialPanel);
     layout->addWidget(chat, 1);
     layout->addWidget(CreateTransfers(dataFolder));
@@ -84,8 +85,6 @@ QWidget* MainWindow::CreateContents(const QString& dataFolder)
     splitter->setStretchFactor(1, 1);
     splitter->setChildrenCollapsible(false);
     splitter->setSizes({220, 720});
-    // What is used most comes first, not what stands leftmost.
-    setTabOrder(dialPanel, chat);
     return splitter;
 }
 

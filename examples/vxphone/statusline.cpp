@@ -42,7 +42,7 @@ StatusLine::StatusLine(QWidget* parent)
 
     // With a receiver, since these signals come from a thread of the system.
     const auto* const sleepWatcher = tools::SleepWatcher::instance();
-    power->setText(sleepWatcher->isInited() ? tr("Awake") : tr("Sleep is not told"));
+    power->setText(sleepWatcher->isInited() ? tr("Awake") : tr("Sleep is not watched"));
     connect(sleepWatcher, &tools::SleepWatcher::sleep, this,
             [this] { power->setText(tr("Going to sleep")); });
     connect(sleepWatcher, &tools::SleepWatcher::wake, this, [this] {
