@@ -24,7 +24,7 @@ if [ "${1:-}" = "" ] && [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
     exec "$vxphone"
 fi
 
-scripts/setup.sh screenshots
+scripts/setup.sh gui-demo
 say "Showing vxphone on a display of its own"
 rm -rf "$work"
 mkdir -p "$work/web" "$work/home" "$work/tmp" "$pictures"

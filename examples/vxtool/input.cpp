@@ -4,10 +4,34 @@
 
 #include <QFile>
 
+#include <array>
+#include <cstddef>
 #include <cstdio>
 
 namespace vxtool
 {
+
+namespace
+{
+
+bool FailRead(const QString& name, const QString& reason)
+{
+    PrintError(QStringLiteral("vxtool: %1 cannot be read: %2").arg(name, reason));
+    return false;
+}
+
+/// Reads through the C library: QFile takes a pipe that is empty for now, or at its end, for a failure.
+bool ReadStandardInput(QByteArray& bytes)
+{
+    std::array<char, 65536> chunk;
+    for (std::size_t size = 1; size > 0;) {
+        size = std::fread(chunk.data(), 1, chunk.size(), stdin);
+        bytes.append(chunk.data(), static_cast<qsizetype>(size));
+    }
+    return std::ferror(stdin) == 0 || FailRead(QStringLiteral("standard input"), qt_error_string());
+}
+
+} // namespace
 
 bool ForEachInput(const QStringList& arguments, const std::function<bool(const QString&)>& handle)
 {
@@ -36,25 +60,15 @@ bool ForEachInput(const QStringList& arguments, const std::function<bool(const Q
 
 bool ReadInput(const QStringList& arguments, QByteArray& bytes)
 {
-    QFile input;
-    bool isOpen = false;
     if (arguments.isEmpty()) {
-        isOpen = input.open(stdin, QIODevice::ReadOnly);
-    } else {
-        input.setFileName(arguments.constFirst());
-        isOpen = input.open(QIODevice::ReadOnly);
+        return ReadStandardInput(bytes);
     }
-    if (isOpen) {
-        bytes = input.readAll();
+    QFile file(arguments.constFirst());
+    if (!file.open(QIODevice::ReadOnly)) {
+        return FailRead(file.fileName(), file.errorString());
     }
-    // At the end of a pipe QFile sees an error on Windows, where the C library sees none.
-    const bool isRead = arguments.isEmpty() ? std::ferror(stdin) == 0 : input.error() == QFileDevice::NoError;
-    if (!isOpen || !isRead) {
-        const QString name = arguments.isEmpty() ? QStringLiteral("standard input") : arguments.constFirst();
-        PrintError(QStringLiteral("vxtool: %1 cannot be read: %2").arg(name, input.errorString()));
-        return false;
-    }
-    return true;
+    bytes = file.readAll();
+    return file.error() == QFileDevice::NoError || FailRead(file.fileName(), file.errorString());
 }
 
 } // namespace vxtool
