@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh demo|gui-demo|test|windows|bench|fuzz|lint...
+# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh demo|gui-demo|test|windows|bench...
 # Asks nothing; runs apt as root or through sudo.
 
 source "$(dirname "$0")/lib.sh"
@@ -21,11 +21,11 @@ packages_of() {
     bench) echo "$build libbenchmark-dev libspdlog-dev python3" ;;
     fuzz) echo "$build clang" ;;
     lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev" ;;
-    *) die "unknown group \"$1\"; known are: demo test windows bench fuzz lint" ;;
+    *) die "unknown group \"$1\"; known are: demo gui-demo test windows bench fuzz lint" ;;
     esac
 }
 
-[ $# -gt 0 ] || die "name what to set up: demo, test, windows, bench, fuzz or lint"
+[ $# -gt 0 ] || die "name what to set up: demo, gui-demo, test, windows, bench, fuzz or lint"
 
 missing=()
 for group in "$@"; do
