@@ -10,7 +10,8 @@ foreach(module QtCore5Compat QtSvg)
     file(CREATE_LINK "${host_qt_headers}/${module}" "${check_headers}/${module}" SYMBOLIC)
 endforeach()
 
-add_library(windows_syntax_check OBJECT EXCLUDE_FROM_ALL ${log4cpp_sources} ${qregexp_sources} ${qregexp_headers})
+add_library(windows_syntax_check OBJECT EXCLUDE_FROM_ALL ${log4cpp_sources} ${qregexp_sources} ${qregexp_headers}
+    ${svg_sources} ${svg_headers})
 target_include_directories(windows_syntax_check PRIVATE "${generated_dir}/private")
 target_include_directories(windows_syntax_check SYSTEM PRIVATE
     "${check_headers}" "${check_headers}/QtCore5Compat" "${check_headers}/QtSvg")

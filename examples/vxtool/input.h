@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -14,5 +15,8 @@ namespace vxtool
  * @return whether `handle` returned true each time
  */
 bool ForEachInput(const QStringList& arguments, const std::function<bool(const QString&)>& handle);
+
+/// Reads the file that `arguments` names or, with none, standard input, as a whole; complains if that fails.
+bool ReadInput(const QStringList& arguments, QByteArray& bytes);
 
 } // namespace vxtool

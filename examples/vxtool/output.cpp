@@ -23,9 +23,8 @@ constexpr qsizetype maxCellWidth = 44;
 /// Whether something could not be written to standard output: a full disk, or a reader that went away.
 bool outputFailed = false;
 
-void Print(std::FILE* file, const QString& line)
+void Print(std::FILE* file, const QByteArray& bytes)
 {
-    const QByteArray bytes = line.toUtf8() + '\n';
     const auto size = static_cast<std::size_t>(bytes.size());
     if (std::fwrite(bytes.constData(), 1, size, file) != size && file == stdout) {
         outputFailed = true;
@@ -99,12 +98,17 @@ void PrintTable(const std::vector<Row>& rows)
 
 void PrintLine(const QString& line)
 {
-    Print(stdout, line);
+    Print(stdout, line.toUtf8() + '\n');
 }
 
 void PrintError(const QString& line)
 {
-    Print(stderr, line);
+    Print(stderr, line.toUtf8() + '\n');
+}
+
+void PrintBytes(const QByteArray& bytes)
+{
+    Print(stdout, bytes);
 }
 
 bool FinishOutput()

@@ -11,8 +11,9 @@
 namespace vxtool
 {
 
-void PrintLine(const QString& line);  ///< To standard output, in UTF-8.
-void PrintError(const QString& line); ///< To standard error, in UTF-8.
+void PrintLine(const QString& line);      ///< To standard output, in UTF-8.
+void PrintError(const QString& line);     ///< To standard error, in UTF-8.
+void PrintBytes(const QByteArray& bytes); ///< To standard output, as they are.
 
 /// Writes out what is still held back; false if anything of standard output was lost on the way.
 bool FinishOutput();

@@ -39,8 +39,14 @@ QString SizeText(qint64 bytes)
     return QStringLiteral("%1 %2").arg(size, 0, 'f', 1).arg(QLatin1String(*unit));
 }
 
-ProgressBar::ProgressBar()
-    : width(TerminalWidth())
+QString ItemsText(qint64 items)
+{
+    return items == 1 ? QStringLiteral("1 item") : QStringLiteral("%1 items").arg(items);
+}
+
+ProgressBar::ProgressBar(AmountText amountText_)
+    : amountText(amountText_)
+    , width(TerminalWidth())
 {
     sinceStart.start();
     sinceDrawn.start();
@@ -68,11 +74,11 @@ QString ProgressBar::Text() const
 {
     const qint64 rate = done * 1000 / std::max<qint64>(sinceStart.elapsed(), 1);
     if (total <= 0) {
-        return QStringLiteral("%1, %2/s").arg(SizeText(done), SizeText(rate));
+        return QStringLiteral("%1, %2/s").arg(amountText(done), amountText(rate));
     }
     QString text = QStringLiteral("%1 % of %2, %3/s")
                        .arg(static_cast<double>(done) * 100 / static_cast<double>(total), 3, 'f', 0)
-                       .arg(SizeText(total), SizeText(rate));
+                       .arg(amountText(total), amountText(rate));
     if (done < total && rate > 0) {
         text += QStringLiteral(", %1 left").arg(TimeText((total - done) / rate + 1));
     }

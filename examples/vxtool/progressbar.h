@@ -9,14 +9,20 @@ namespace vxtool
 /// A size for people, such as "12.3 MB", in powers of ten.
 QString SizeText(qint64 bytes);
 
+/// "1 item", "2 items".
+QString ItemsText(qint64 items);
+
 /**
- * Shows on standard error how far a transfer is, with its rate and the time it still needs: a bar that
- * redraws itself on a terminal, otherwise a line now and then.
+ * Shows on standard error how far a transfer or another job is, with its rate and the time it still needs: a
+ * bar that redraws itself on a terminal, otherwise a line now and then.
  */
 class ProgressBar
 {
 public:
-    ProgressBar();
+    using AmountText = QString (*)(qint64 amount);
+
+    /// `amountText` tells how an amount is shown.
+    explicit ProgressBar(AmountText amountText_ = SizeText);
 
     /// `total` is negative or 0 if it is not known.
     void Update(qint64 done, qint64 total);
@@ -28,6 +34,7 @@ private:
     void Draw();
     QString Text() const;
 
+    AmountText amountText;
     int width; ///< Of the terminal; 0 if there is none.
     QElapsedTimer sinceStart;
     QElapsedTimer sinceDrawn;

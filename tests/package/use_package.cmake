@@ -33,7 +33,7 @@ if(position EQUAL -1)
     message(FATAL_ERROR "README.md does not show examples/consumer/main.cpp as it is")
 endif()
 
-run("${CMAKE_COMMAND}" -S "${consumer_dir}" -B cmake_build "-DCMAKE_PREFIX_PATH=${prefix}"
+run("${CMAKE_COMMAND}" -S "${consumer_dir}" -B cmake_build -G "${GENERATOR}" "-DCMAKE_PREFIX_PATH=${prefix}"
     "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}")
 run("${CMAKE_COMMAND}" --build cmake_build)
 check_program("${WORK_DIR}/cmake_build/consumer")

@@ -151,6 +151,11 @@ void TestAes::machineKey_data()
     QTest::newRow("USER") << QByteArray("USER") << QByteArray("ann") << ann;
     QTest::newRow("USERNAME") << QByteArray("USERNAME") << QByteArray("ann") << ann;
     QTest::newRow("lower case") << QByteArray("username") << QByteArray("ann") << ann;
+    // The narrow environment of Windows has the characters of a code page only.
+    if (QSysInfo::kernelType() != "winnt") {
+        QTest::newRow("not ASCII") << QByteArray("USER") << QByteArray("жанна")
+                                   << QString("5/eVg+CI6f7h9Ob05Pboj5GEk4SVhuGD");
+    }
     QTest::newRow("nothing") << QByteArray() << QByteArray() << QString("THQBA3MNfHEAaQEABwAVBgAAdRkHAXQH");
 }
 

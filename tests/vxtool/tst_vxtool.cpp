@@ -1,35 +1,12 @@
+#include "vxtool/runtool.h"
+
 #include <common/vxcommon_features.h>
 
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
-
-namespace
-{
-
-struct Result
-{
-    int exitCode;
-    QByteArray output;
-    QByteArray error;
-};
-
-Result RunTool(const QStringList& arguments, const QByteArray& input = QByteArray())
-{
-    QProcess process;
-    process.start(QStringLiteral(VXTOOL_PROGRAM), arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit) {
-        return {-1, process.readAllStandardOutput(), process.errorString().toUtf8()};
-    }
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
-}
-
-} // namespace
 
 class TestVxtool : public QObject
 {
@@ -69,6 +46,12 @@ void TestVxtool::answers_data()
         0);
     row("chosen columns", "version|parse|--table|--columns|version,minor|1.2", "",
         "version  minor\n1.2.0.0  2\n", 0);
+    row("process that does not run", "process|exists|no such process", "", "false\tno such process\n", 1);
+    row("process from standard input", "process|wait|--timeout|100", "none\n", "0\tnone\n", 0);
+    row("shortcut that cannot be", "shortcut|target|/no/such/folder/x", "", "", 1);
+    row("options of the program that is started", "start|no such program|--json|-x", "", "", 1);
+    row("component that is none", "component|register|--admin|--json|none", "",
+        "{\"result\":\"0x80004002\",\"file\":\"none\"}\n", 1);
     row("no input at all", "version|parse", "", "", 0);
 #if VXCOMMON_HAS_QREGEXP
     row("sip check from standard input", "sip|check", "a@b.quollsip.com\r\nb\n\n c",
@@ -116,6 +99,9 @@ void TestVxtool::wrongUsage_data()
         << QStringList{"--frob", "version", "parse"} << QByteArray("frob");
     QTest::newRow("three versions") << QStringList{"version", "compare", "1", "2", "3"}
                                     << QByteArray("two versions");
+    QTest::newRow("one folder to copy") << QStringList{"copydir", "a"} << QByteArray("destination");
+    QTest::newRow("time-out is no number")
+        << QStringList{"process", "wait", "--timeout", "long", "x"} << QByteArray("--timeout");
     QTest::newRow("log level is no number")
         << QStringList{"--log", "x", "--log-level", "loud", "version", "parse", "1"} << QByteArray("0 to 7");
     QTest::newRow("log without a file")

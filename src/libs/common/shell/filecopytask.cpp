@@ -5,6 +5,7 @@
 #include "fileentry.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QSet>
 
 namespace common
@@ -175,8 +176,7 @@ int FileCopyTask::CopySymlink(const QString& source, const QString& destination)
 int FileCopyTask::BeforeCopy(const QString& source, const QString& destination) const
 {
     // A link whose target is gone can still be copied as a link.
-    const QFileInfo sourceInfo(source);
-    if (!IsLink(sourceInfo) && !sourceInfo.exists()) {
+    if (!IsThere(QFileInfo(source))) {
         LOG_MESSAGE(logger::Error) << QStringLiteral("Source file '%1' doesn't exist!").arg(source);
         return NoSource;
     }
@@ -187,11 +187,10 @@ int FileCopyTask::BeforeCopy(const QString& source, const QString& destination) 
         LOG_MESSAGE(logger::Error) << QStringLiteral("Cannot create path to '%1'").arg(destination);
         return NoDestinationFolder;
     }
-    const bool isLink = destinationInfo.isSymLink();
-    if (!isLink && !destinationInfo.exists()) {
+    if (!IsThere(destinationInfo)) {
         return 0;
     }
-    if ((isLink || !destinationInfo.isDir()) && LeadsTo(source, destination)) {
+    if ((IsLink(destinationInfo) || !destinationInfo.isDir()) && LeadsTo(source, destination)) {
         // Once the destination is removed, nothing would be left to copy.
         LOG_MESSAGE(logger::Error)
             << QStringLiteral("'%1' and '%2' are the same file").arg(source, destination);

@@ -40,6 +40,17 @@ bool IsSameEntry(const QString& first, const QString& second)
 
 } // namespace
 
+bool IsLink(const QFileInfo& entry)
+{
+    return entry.isSymLink() || entry.isJunction();
+}
+
+bool IsThere(const QFileInfo& entry)
+{
+    // Qt goes by the name to tell a shortcut, whether there is one or not.
+    return entry.exists() || (IsLink(entry) && GetFileId(entry.filePath()).has_value());
+}
+
 bool LeadsTo(const QString& source, const QString& destination)
 {
     QString path = source;

@@ -4,6 +4,8 @@
 
 #include <optional>
 
+class QFileInfo;
+
 namespace common
 {
 
@@ -17,6 +19,13 @@ struct FileId
 
 /// The file, directory or link that `path` names; a link is not followed. Empty if there is none.
 std::optional<FileId> GetFileId(const QString& path);
+
+/// Whether `entry` stands for something elsewhere: a symbolic link, a shortcut or an NTFS junction. What it
+/// leads to is not part of a tree.
+bool IsLink(const QFileInfo& entry);
+
+/// Whether something stands under the name of `entry`, if only a link to nothing.
+bool IsThere(const QFileInfo& entry);
 
 /// Whether `path` is a link that the system removes like an empty directory and not like a file.
 bool IsLinkOfDirectoryKind(const QString& path);

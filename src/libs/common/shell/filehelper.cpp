@@ -1,5 +1,7 @@
 #include <common/shell/filehelper.h>
 
+#include "fileentry.h"
+
 #include <QDir>
 
 #include <vector>
@@ -116,8 +118,7 @@ void FileHelper::ScanPath(const QString& root)
             continue;
         }
         const QFileInfo entry = level.entries.takeFirst();
-        const bool isLink = entry.isSymLink() || entry.isJunction();
-        if (entry.isDir() && !isLink) {
+        if (entry.isDir() && !IsLink(entry)) {
             enter(entry.absoluteFilePath());
         } else {
             AddFound(entry, entry.absoluteFilePath());

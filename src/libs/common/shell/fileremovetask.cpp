@@ -5,6 +5,7 @@
 #include "fileentry.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 #include <algorithm>
 
@@ -127,8 +128,7 @@ int FileRemoveTask::RemoveEach(const QStringList& paths, Step remove, const QStr
 
 int FileRemoveTask::RemoveFile(const QString& path) const
 {
-    const QFileInfo info(path);
-    if (!IsLink(info) && !info.exists()) {
+    if (!IsThere(QFileInfo(path))) {
         LOG_MESSAGE(logger::Warn) << QStringLiteral("File '%1' doesn't exist!").arg(path);
         return 0;
     }

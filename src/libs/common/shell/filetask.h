@@ -2,7 +2,6 @@
 
 #include <common/logger/logger.h>
 
-#include <QFileInfo>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -13,6 +12,7 @@
 #include <memory>
 #include <new>
 
+class QFileInfo;
 class QThread;
 
 namespace common
@@ -92,12 +92,9 @@ private:
     Q_DISABLE_COPY(FileTask)
 
     std::atomic<qint32> abortFlag = 0;
-    std::unique_ptr<QThread> thread; ///< Null if there was no memory for it.
+    std::atomic<bool> workerDone = false; ///< The worker touches nothing of the task any more.
+    std::unique_ptr<QThread> thread;      ///< Null if there was no memory for it.
 };
-
-/// Whether `entry` stands for something elsewhere: a symbolic link, a shortcut or an NTFS junction. What it
-/// leads to is not part of a tree.
-bool IsLink(const QFileInfo& entry);
 
 /// Path of an entry below a root that is used as it was given.
 QString JoinPath(const QString& root, const QString& relativePath);

@@ -1,0 +1,65 @@
+#include "desktopentry.h"
+
+namespace common
+{
+
+namespace
+{
+
+bool NeedsQuotes(const QString& argument)
+{
+    static const QString reserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
+    for (const QChar character : argument) {
+        if (reserved.contains(character)) {
+            return true;
+        }
+    }
+    return argument.isEmpty();
+}
+
+QString Quoted(const QString& argument)
+{
+    QString text;
+    for (const QChar character : argument) {
+        if (QStringLiteral("\"`$\\").contains(character)) {
+            text += u'\\';
+        }
+        text += character;
+        if (character == u'%') {
+            text += character; // A single one would begin a field code.
+        }
+    }
+    return NeedsQuotes(argument) ? u'"' + text + u'"' : text;
+}
+
+} // namespace
+
+QString DesktopExec(const QString& program, const QStringList& arguments)
+{
+    QStringList words = QStringList(program) + arguments;
+    if (program.contains(u'%') || program.contains(u'=')) {
+        // The name of the program itself must have no "=", and GLib looks for it with each "%%" in it.
+        words = QStringList{QStringLiteral("/bin/sh"), QStringLiteral("-c"), QStringLiteral("exec \"$@\""),
+                            QStringLiteral("sh")} +
+                words;
+    }
+    for (QString& word : words) {
+        word = Quoted(word);
+    }
+    return words.join(u' ');
+}
+
+QString DesktopEntryLine(const QString& key, const QString& value)
+{
+    QString text = value;
+    text.replace(u'\\', QLatin1String("\\\\"));
+    text.replace(u'\n', QLatin1String("\\n"));
+    text.replace(u'\r', QLatin1String("\\r"));
+    text.replace(u'\t', QLatin1String("\\t"));
+    if (text.startsWith(u' ')) {
+        text.replace(0, 1, QLatin1String("\\s"));
+    }
+    return key + u'=' + text + u'\n';
+}
+
+} // namespace common

@@ -1,0 +1,208 @@
+#include "../shellservices.h"
+
+#include "desktopentry.h"
+#include "spawn.h"
+
+#include <QDBusConnection>
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QSaveFile>
+#include <QStandardPaths>
+#include <QUrl>
+#include <QUuid>
+
+#include <algorithm>
+#include <chrono>
+
+#include <unistd.h>
+
+namespace common::shellservices
+{
+
+namespace
+{
+
+/// What the file manager may take, starting up included. Leaves time for the program that is tried next.
+constexpr std::chrono::milliseconds fileManagerLimit{1500};
+
+/// XDG: a base directory that is missing is made for its user only.
+void MakePrivatePath(const QString& path)
+{
+    if (!QFileInfo::exists(path)) {
+        const QFileInfo info(path);
+        if (!info.isRoot()) {
+            MakePrivatePath(info.path());
+        }
+        QDir().mkdir(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+}
+
+/// Whether an error comes from the bus, which has no file manager to ask, rather than from a file manager.
+bool IsNobodyThere(const QDBusMessage& error)
+{
+    switch (QDBusError(error).type()) {
+    case QDBusError::ServiceUnknown:
+    case QDBusError::NoServer:
+    case QDBusError::Disconnected:
+    case QDBusError::NoReply:
+    case QDBusError::Timeout:
+    case QDBusError::TimedOut:
+    case QDBusError::UnknownMethod:
+    case QDBusError::UnknownInterface:
+    case QDBusError::UnknownObject:
+        return true;
+    default:
+        return error.errorName().startsWith(QLatin1String("org.freedesktop.DBus.Error.Spawn."));
+    }
+}
+
+QString SessionBusAddress()
+{
+    const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    return address.isEmpty() ? QStringLiteral("unix:path=") + qEnvironmentVariable("XDG_RUNTIME_DIR") +
+                                   QLatin1String("/bus")
+                             : address;
+}
+
+/**
+ * A connection to the session bus that never blocks. QDBusConnection::connectToBus waits without end, and
+ * later keeps the program from exiting, if the bus takes the connection and then keeps silent. A peer
+ * connection does not wait; it is made one of the bus by saying Hello, like any call with a time limit.
+ */
+class SessionBus
+{
+public:
+    SessionBus()
+        : connection(QDBusConnection::connectToPeer(SessionBusAddress(), name))
+    {
+        const QString service = QStringLiteral("org.freedesktop.DBus");
+        const auto hello = QDBusMessage::createMethodCall(service, QStringLiteral("/org/freedesktop/DBus"),
+                                                          service, QStringLiteral("Hello"));
+        open = connection.isConnected() && Call(hello).type() == QDBusMessage::ReplyMessage;
+    }
+    ~SessionBus() { QDBusConnection::disconnectFromPeer(name); }
+
+    bool IsOpen() const { return open; }
+
+    QDBusMessage Call(const QDBusMessage& message)
+    {
+        // 0 would stand for "no limit of its own".
+        const qint64 left = std::max<qint64>(1, deadline.remainingTime());
+        return connection.call(message, QDBus::Block, static_cast<int>(left));
+    }
+
+private:
+    Q_DISABLE_COPY(SessionBus)
+
+    QDeadlineTimer deadline{fileManagerLimit};
+    QString name = QUuid::createUuid().toString();
+    QDBusConnection connection;
+    bool open = false;
+};
+
+} // namespace
+
+QString FolderPath(Folder folder)
+{
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    QString path;
+    switch (folder) {
+    case Folder::ApplicationData:
+        path = data;
+        break;
+    case Folder::Desktop:
+        path = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+        break;
+    case Folder::Programs:
+        path = data + QLatin1String("/applications");
+        break;
+    }
+    MakePrivatePath(path);
+    return path;
+}
+
+QString ExecutablePath()
+{
+    return QFile::symLinkTarget(QStringLiteral("/proc/self/exe"));
+}
+
+std::optional<bool> SelectInFileManager(const QString& path)
+{
+    SessionBus bus;
+    if (!bus.IsOpen()) {
+        return std::nullopt;
+    }
+    const QString service = QStringLiteral("org.freedesktop.FileManager1");
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        service, QStringLiteral("/org/freedesktop/FileManager1"), service, QStringLiteral("ShowItems"));
+    const QByteArray uri = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()).toEncoded();
+    call << QStringList{QString::fromLatin1(uri)} << QString();
+    const QDBusMessage reply = bus.Call(call);
+    if (reply.type() == QDBusMessage::ReplyMessage) {
+        return true;
+    }
+    return IsNobodyThere(reply) ? std::nullopt : std::optional(false);
+}
+
+bool StartFileManager(const QString& path, QString& command)
+{
+    const QFileInfo info(path);
+    const QString folder = info.isDir() ? info.absoluteFilePath() : info.absolutePath();
+    const QString program = QStringLiteral("xdg-open");
+    command = program + u' ' + folder;
+    return SpawnDetached(program, {folder}, QString()) == 0;
+}
+
+bool SaveShortcut(const Shortcut& shortcut, const QString& path)
+{
+    if (shortcut.target.isEmpty()) {
+        return false;
+    }
+    // A name without a slash is one to look up in PATH; any other must be absolute.
+    const QString program =
+        shortcut.target.contains(u'/') ? QFileInfo(shortcut.target).absoluteFilePath() : shortcut.target;
+    const QString exec = DesktopExec(program, QProcess::splitCommand(shortcut.arguments));
+    QString text = QStringLiteral("[Desktop Entry]\nType=Application\n") +
+                   DesktopEntryLine(QStringLiteral("Name"), QFileInfo(path).completeBaseName()) +
+                   DesktopEntryLine(QStringLiteral("Exec"), exec);
+    const std::pair<QString, QString> optionalKeys[] = {
+        {QStringLiteral("Path"), shortcut.workingDirectory},
+        {QStringLiteral("Comment"), shortcut.description},
+        {QStringLiteral("StartupWMClass"), shortcut.applicationId}};
+    for (const auto& [key, value] : optionalKeys) {
+        if (!value.isEmpty()) {
+            text += DesktopEntryLine(key, value);
+        }
+    }
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return false;
+    }
+    file.write(text.toUtf8());
+    // Desktops start only entries that are marked executable.
+    file.setPermissions(file.permissions() | QFile::ExeOwner | QFile::ExeUser | QFile::ExeGroup |
+                        QFile::ExeOther);
+    return file.commit();
+}
+
+unsigned long StartRemoval(const QString& directory, const QString& workingDirectory, QString& command)
+{
+    const QString shell = QStringLiteral("/bin/sh");
+    // Waits for the end of process $2 for up to 5 s. The path is an argument, so that nothing in it is read
+    // as a command or an option.
+    const QString script = QStringLiteral("for i in 1 2 3 4 5; do kill -0 \"$2\" 2>/dev/null || break; "
+                                          "sleep 1; done; rm -rf -- \"$1\"");
+    // An empty path stays empty and removes nothing, although Qt takes it for the current directory.
+    const QString absolute = directory.isEmpty() ? directory : QDir(directory).absolutePath();
+    const QStringList arguments{QStringLiteral("-c"), script, QStringLiteral("sh"), absolute,
+                                QString::number(getpid())};
+    command = shell + u' ' + arguments.join(u' ');
+    return static_cast<unsigned long>(SpawnDetached(shell, arguments, workingDirectory));
+}
+
+} // namespace common::shellservices

@@ -1,0 +1,306 @@
+#include <common/shell/shell.h>
+
+#include <common/logger/logger.h>
+
+#include "shellservices.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QLocale>
+#include <QStandardPaths>
+
+#include <atomic>
+
+namespace common
+{
+
+namespace
+{
+
+constexpr logger::Channel logChannel{"common.shell"};
+
+/// Where the numbers of temporary names begin: three digits make the first names of a process sort in order.
+constexpr int firstTempNumber = 100;
+
+/// What a walk never leaves: links that are no directory themselves but lead to one.
+bool IsLink(const QFileInfo& info)
+{
+    return info.isSymLink() || info.isJunction();
+}
+
+QString CanonicalChild(const QString& canonicalParent, const QFileInfo& child)
+{
+    return IsLink(child) ? child.canonicalFilePath() : QDir(canonicalParent).filePath(child.fileName());
+}
+
+/// The canonical path that `path` has or, if nothing is there yet, will have.
+QString CanonicalPlace(const QString& path)
+{
+    const QFileInfo info(QDir::cleanPath(QFileInfo(path).absoluteFilePath()));
+    if (info.exists() || info.isRoot()) {
+        return info.canonicalFilePath();
+    }
+    return QDir(CanonicalPlace(info.path())).filePath(info.fileName());
+}
+
+/// One CopyDir: keeps the directories that must not be entered, since copying them would never end.
+class DirCopier
+{
+public:
+    explicit DirCopier(const QString& destination)
+        : closed{CanonicalPlace(destination)}
+    {}
+
+    bool Run(const QString& source, const QString& canonicalSource, const QString& destination,
+             QDir::Filters filters, bool tolerate)
+    {
+        const QDir sourceDir(source);
+        if (!sourceDir.exists()) {
+            return false;
+        }
+        closed.append(canonicalSource);
+        for (const QFileInfo& entry : sourceDir.entryInfoList(filters, QDir::NoSort)) {
+            const QString name = entry.fileName();
+            const QString target = destination + QDir::separator() + name;
+            const QString canonicalEntry = CanonicalChild(canonicalSource, entry);
+            // Below the first level only directories are selected and nothing is tolerated; this is meant.
+            if (closed.contains(canonicalEntry) || !QDir().mkpath(target) ||
+                !Run(source + QDir::separator() + name, canonicalEntry, target,
+                     QDir::Dirs | QDir::NoDotAndDotDot, false)) {
+                return false;
+            }
+        }
+        closed.removeLast();
+        for (const QString& name : sourceDir.entryList(QDir::Files, QDir::NoSort)) {
+            const bool copied =
+                QFile::copy(source + QDir::separator() + name, destination + QDir::separator() + name);
+            if (!copied && !tolerate) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+private:
+    QStringList closed;
+};
+
+/// One ScanFiles.
+class FileScanner
+{
+public:
+    explicit FileScanner(const QStringList& nameFilters_)
+        : nameFilters(nameFilters_)
+    {}
+
+    void Run(const QString& path, const QString& canonicalPath)
+    {
+        const auto entries = QDir(path).entryInfoList(
+            nameFilters, QDir::Dirs | QDir::Files | QDir::System | QDir::NoDotAndDotDot, QDir::NoSort);
+        open.append(canonicalPath);
+        for (const QFileInfo& entry : entries) {
+            if (!entry.isDir()) {
+                found.append(entry.absoluteFilePath());
+                continue;
+            }
+            const QString canonicalEntry = CanonicalChild(canonicalPath, entry);
+            if (!IsLink(entry) || !open.contains(canonicalEntry)) {
+                Run(entry.absoluteFilePath(), canonicalEntry);
+            }
+        }
+        open.removeLast();
+    }
+
+    QStringList found;
+
+private:
+    const QStringList& nameFilters;
+    QStringList open; ///< Canonical paths of the directories that are being scanned.
+};
+
+/// Reading a pipe or a device may never end.
+bool IsReadableToTheEnd(const QString& path)
+{
+    const QFileInfo target(QFileInfo(path).canonicalFilePath());
+    return !target.exists() || target.isFile() || target.isDir();
+}
+
+/// Empty for a path without a drive, which on Windows is one that is not absolute.
+QString DriveOf(const QString& path)
+{
+    const qsizetype colon = path.indexOf(u':');
+    return colon < 0 ? QString() : path.left(colon).trimmed();
+}
+
+} // namespace
+
+QString Shell::AppPath()
+{
+    return shellservices::FolderPath(shellservices::Folder::ApplicationData);
+}
+
+QString Shell::DesktopPath()
+{
+    return shellservices::FolderPath(shellservices::Folder::Desktop);
+}
+
+QString Shell::StartMenuPath()
+{
+    return shellservices::FolderPath(shellservices::Folder::Programs);
+}
+
+QString Shell::QuickLaunchPath()
+{
+    QString path = AppPath();
+    if (!path.isEmpty()) {
+        path += QLatin1String("/Microsoft/Internet Explorer/Quick Launch");
+    }
+    return QDir::toNativeSeparators(path);
+}
+
+bool Shell::IsQuickLaunchAvailable()
+{
+    return false;
+}
+
+QString Shell::applicationDirPath()
+{
+    const QString executable = shellservices::ExecutablePath();
+    if (executable.isEmpty()) {
+        LOG_MESSAGE(logger::Error) << "Shell::applicationDirPath failed";
+        return QString();
+    }
+    return QFileInfo(executable).absolutePath();
+}
+
+QString Shell::TempPath()
+{
+    static std::atomic<int> nextNumber{firstTempNumber};
+
+    const QString directory = QStandardPaths::writableLocation(QStandardPaths::TempLocation);
+    const QString time = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMddHHmmss"));
+    return QDir::toNativeSeparators(directory) + QDir::separator() +
+           QStringLiteral("QUOLL_%1_%2").arg(time).arg(nextNumber++);
+}
+
+bool Shell::Is64BitSystem()
+{
+    return true;
+}
+
+QString Shell::LocaleName()
+{
+    const QLocale locale = QLocale::system();
+    const QStringList languages = locale.uiLanguages();
+    return languages.isEmpty() ? locale.name() : languages.first();
+}
+
+bool Shell::Copy(const QString& source, const QString& destination, bool overwrite)
+{
+    QDir directory{QString()};
+    if (overwrite && directory.exists(destination) && !directory.remove(destination)) {
+        LOG_MESSAGE(logger::Error) << "Failed to remove file '" << destination << "'.";
+    }
+    const QString parent = QFileInfo(destination).absolutePath();
+    if (!directory.mkpath(parent)) {
+        LOG_MESSAGE(logger::Error) << "Failed to create path '" << parent << "'.";
+    }
+    if (!IsReadableToTheEnd(source) || !QFile(source).copy(destination)) {
+        LOG_MESSAGE(logger::Error) << "Copy file '" << source << "' to '" << destination << "' failed!";
+        return false;
+    }
+    return true;
+}
+
+bool Shell::Copy(const QStringList& files, const QString& sourceDirectory,
+                 const QString& destinationDirectory, bool overwrite)
+{
+    const QDir directory(sourceDirectory);
+    for (const QString& file : files) {
+        const QString relative = QDir::separator() + directory.relativeFilePath(file);
+        if (!Copy(QDir::toNativeSeparators(sourceDirectory + relative),
+                  QDir::toNativeSeparators(destinationDirectory + relative), overwrite)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Shell::CopyDir(const QString& source, const QString& destination, QDir::Filters filters, bool tolerate)
+{
+    return DirCopier(destination).Run(source, QDir(source).canonicalPath(), destination, filters, tolerate);
+}
+
+bool Shell::MoveDir(const QString& source, const QString& destination)
+{
+    const QString sourceDrive = DriveOf(source);
+    const QString destinationDrive = DriveOf(destination);
+    if (sourceDrive.isEmpty() || destinationDrive.isEmpty()) {
+        LOG_MESSAGE(logger::Error) << "MoveDir: source or destination dir is not absolute path: " << source
+                                   << " " << destination;
+        return QDir(QString()).rename(source, destination);
+    }
+    // Drives that differ in case only are taken for two drives; this is meant.
+    if (sourceDrive == destinationDrive) {
+        return QDir(QString()).rename(source, destination);
+    }
+    if (!CopyDir(source, destination, QDir::Dirs | QDir::NoDotAndDotDot, false)) {
+        LOG_MESSAGE(logger::Error) << "MoveDir: failed to copy dir: " << source << " -> " << destination;
+        return false;
+    }
+    if (!QDir(source).removeRecursively()) {
+        LOG_MESSAGE(logger::Warn) << "MoveDir: failed to delete source dir: " << source;
+    }
+    return true;
+}
+
+QStringList Shell::ScanFiles(const QString& path, const QStringList& nameFilters)
+{
+    FileScanner scanner(nameFilters);
+    scanner.Run(path, QDir(path).canonicalPath());
+    return scanner.found;
+}
+
+bool Shell::ShowFile(const QString& path)
+{
+    if (const std::optional<bool> shown = shellservices::SelectInFileManager(path)) {
+        return *shown;
+    }
+    QString command;
+    if (!shellservices::StartFileManager(path, command)) {
+        LOG_MESSAGE(logger::Error) << "Shell::ShowFile() - unable to start '" << command << "'";
+        return false;
+    }
+    return true;
+}
+
+bool Shell::CreateShortcut(const QString& target, const QString& workingDirectory, const QString& arguments,
+                           const QString& shortcutPath, const QString& description,
+                           const QString& applicationId)
+{
+    return shellservices::SaveShortcut({target, workingDirectory, arguments, description, applicationId},
+                                       shortcutPath);
+}
+
+bool Shell::RemoveAfterExit(const QString& path)
+{
+    QDir directory(path);
+    if (!directory.exists()) {
+        return true;
+    }
+    directory.cdUp();
+    const QString workingDirectory = QDir::toNativeSeparators(directory.absolutePath());
+    QString command;
+    const unsigned long error = shellservices::StartRemoval(path, workingDirectory, command);
+    if (error != 0) {
+        LOG_MESSAGE(logger::Error) << "RemoveAfterExit() - CreateProcessW(" << command << ", "
+                                   << workingDirectory << ") failed with error '" << error << "'!";
+        return false;
+    }
+    LOG_MESSAGE(logger::Debug) << "RemoveAfterExit() - CreateProcessW(" << command << ", " << workingDirectory
+                               << ") successfully started!";
+    return true;
+}
+
+} // namespace common

@@ -1,0 +1,194 @@
+#include <common/tools/jsonfile.h>
+
+#include <common/logger/logger.h>
+#include <common/tools/aes.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QStorageInfo>
+
+namespace tools
+{
+
+namespace
+{
+
+constexpr common::logger::Channel logChannel{"jsonfile"};
+
+enum class Outcome
+{
+    Written,
+    CannotOpen,
+    CannotWrite
+};
+
+/// A write to a file is complete only when its buffer is flushed.
+bool WriteAll(QFileDevice& file, const QByteArray& bytes)
+{
+    return file.write(bytes) == bytes.size() && file.flush();
+}
+
+Outcome WriteInPlace(const QString& fileName, const QByteArray& bytes)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return Outcome::CannotOpen;
+    }
+    const bool isWritten = WriteAll(file, bytes);
+    file.close();
+    return isWritten && file.error() == QFileDevice::NoError ? Outcome::Written : Outcome::CannotWrite;
+}
+
+/// Writes a new file aside and puts it in the place of `fileName`.
+Outcome Replace(const QString& fileName, const QByteArray& bytes)
+{
+    QSaveFile file(fileName);
+    if (file.open(QIODevice::WriteOnly)) {
+        if (!WriteAll(file, bytes)) {
+            file.cancelWriting();
+            return Outcome::CannotWrite;
+        }
+        if (file.commit()) {
+            return Outcome::Written;
+        }
+    }
+    // The folder forbids new files or the exchange. Opening the old one empties it: not without room for the
+    // new.
+    const qint64 room = QStorageInfo(QFileInfo(fileName).absolutePath()).bytesAvailable();
+    if (QFileInfo::exists(fileName) && room < bytes.size()) {
+        return Outcome::CannotWrite;
+    }
+    return WriteInPlace(fileName, bytes);
+}
+
+Outcome Write(const QString& fileName, const QByteArray& bytes)
+{
+    const QFileInfo info(fileName);
+    const bool isSpecial = info.exists() && !info.isFile(); // a device or a pipe must not be replaced
+    return isSpecial ? WriteInPlace(fileName, bytes) : Replace(fileName, bytes);
+}
+
+} // namespace
+
+JsonFile::JsonFile(const QString& fileName_, const QString& key_)
+    : fileName{fileName_}
+    , key{key_}
+{}
+
+JsonFile::JsonFile(const QString& fileName_, const QJsonDocument& document_, const QString& key_)
+    : document(document_)
+    , fileName{fileName_}
+    , key{key_}
+{}
+
+JsonFile::JsonFile(const QString& fileName_, const QJsonObject& object, const QString& key_)
+    : document(object)
+    , fileName{fileName_}
+    , key{key_}
+{}
+
+JsonFile::JsonFile(const JsonFile& other) = default;
+JsonFile::JsonFile(JsonFile&& other) noexcept = default;
+JsonFile& JsonFile::operator=(const JsonFile& other) = default;
+JsonFile& JsonFile::operator=(JsonFile&& other) noexcept = default;
+JsonFile::~JsonFile() = default;
+
+bool JsonFile::Load()
+{
+    if (fileName.isEmpty()) {
+        LOG_MESSAGE(common::logger::Error) << "FileName is empty!";
+        return false;
+    }
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly)) {
+        LOG_MESSAGE(common::logger::Error)
+            << QStringLiteral("Failed to open file '%1' for read!").arg(fileName);
+        return false;
+    }
+    QByteArray bytes = file.readAll();
+    if (!key.isEmpty()) {
+        cipher::AES::decrypt(key, bytes, bytes);
+        qsizetype size = bytes.size();
+        while (size > 0 && bytes.at(size - 1) == '\0') {
+            --size;
+        }
+        bytes.truncate(size);
+    }
+    document = QJsonDocument::fromJson(bytes);
+    return true;
+}
+
+bool JsonFile::Save()
+{
+    if (fileName.isEmpty()) {
+        LOG_MESSAGE(common::logger::Error) << "FileName is empty!";
+        return false;
+    }
+    const QDir dir = QFileInfo(fileName).absoluteDir();
+    if (!dir.exists() && !dir.mkpath(dir.absolutePath())) {
+        LOG_MESSAGE(common::logger::Error)
+            << QStringLiteral("Failed to create directory '%1'!").arg(dir.absolutePath());
+    }
+    QByteArray bytes = document.toJson(QJsonDocument::Indented);
+    if (!key.isEmpty()) {
+        cipher::AES::encrypt(key, bytes, bytes);
+    }
+    const Outcome outcome = Write(fileName, bytes);
+    if (outcome == Outcome::CannotOpen) {
+        LOG_MESSAGE(common::logger::Error)
+            << QStringLiteral("Failed to open file '%1' for write!").arg(fileName);
+    } else if (outcome == Outcome::CannotWrite) {
+        LOG_MESSAGE(common::logger::Error)
+            << QStringLiteral("Failed to save document in file '%1'!").arg(fileName);
+    }
+    return outcome == Outcome::Written;
+}
+
+const QJsonDocument& JsonFile::Document() const
+{
+    return document;
+}
+
+QJsonObject JsonFile::Object() const
+{
+    return document.object();
+}
+
+} // namespace tools
+
+QTextStream& operator<<(QTextStream& stream, const QJsonDocument& document)
+{
+    return stream << document.toJson(QJsonDocument::Indented);
+}
+
+QTextStream& operator<<(QTextStream& stream, const QJsonObject& object)
+{
+    return stream << QJsonDocument(object);
+}
+
+QTextStream& operator<<(QTextStream& stream, const QJsonArray& array)
+{
+    return stream << QJsonDocument(array);
+}
+
+QTextStream& operator<<(QTextStream& stream, const QJsonValue& value)
+{
+    switch (value.type()) {
+    case QJsonValue::Object:
+        return stream << value.toObject();
+    case QJsonValue::Array:
+        return stream << value.toArray();
+    case QJsonValue::Bool:
+        return stream << (value.toBool() ? 1 : 0);
+    case QJsonValue::Double:
+        return stream << value.toDouble();
+    case QJsonValue::String:
+        return stream << value.toString();
+    case QJsonValue::Null:
+        return stream << "(null)";
+    default:
+        return stream << "(undefined)";
+    }
+}

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <QDir>
+#include <QString>
+#include <QStringList>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#ifdef Q_OS_WIN
+#include <windows.h>
+#endif
+
+/// Trees in short: "d/" is a directory, "d/f=text" a file, "d/l->a" a link; a name with a leading dot is
+/// hidden.
+namespace filetree
+{
+
+inline std::filesystem::path ToPath(const QString& path)
+{
+    return std::filesystem::path(path.toStdU16String());
+}
+
+inline void Write(const std::filesystem::path& path, const QByteArray& text)
+{
+    std::ofstream(path, std::ios::binary).write(text.constData(), text.size());
+}
+
+inline void Build(const QString& root, const QStringList& entries)
+{
+    for (const QString& entry : entries) {
+        const auto path = ToPath(root + u'/' + entry.section("->", 0, 0).section('=', 0, 0));
+        std::filesystem::create_directories(path.parent_path());
+        if (entry.endsWith('/')) {
+            std::filesystem::create_directories(path);
+        } else if (entry.contains("->")) {
+            std::filesystem::create_symlink(ToPath(entry.section("->", 1)), path);
+        } else {
+            Write(path, entry.section('=', 1).toUtf8());
+        }
+#ifdef Q_OS_WIN
+        if (path.filename().native().front() == L'.') {
+            ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_HIDDEN);
+        }
+#endif
+    }
+}
+
+/// What stands below a folder, sorted; empty directories only.
+inline QStringList Snapshot(const QString& folder)
+{
+    namespace fs = std::filesystem;
+    QStringList entries;
+    if (!fs::is_directory(ToPath(folder))) {
+        return entries;
+    }
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(ToPath(folder))) {
+        const QString name =
+            QString::fromStdU16String(entry.path().lexically_relative(ToPath(folder)).generic_u16string());
+        if (entry.is_symlink()) {
+            entries += name + "->" + QString::fromStdString(fs::read_symlink(entry.path()).string());
+        } else if (entry.is_directory()) {
+            if (fs::is_empty(entry.path())) {
+                entries += name + u'/';
+            }
+        } else {
+            std::ifstream file(entry.path(), std::ios::binary);
+            const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+            entries += name + u'=' + QString::fromStdString(text);
+        }
+    }
+    std::sort(entries.begin(), entries.end());
+    return entries;
+}
+
+} // namespace filetree
