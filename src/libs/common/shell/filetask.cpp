@@ -54,6 +54,9 @@ void FileTask::Abort(bool force)
         thread->wait(QDeadlineTimer(QDeadlineTimer::Forever));
         LOG_MESSAGE(logger::Debug) << "Wait finished!";
     }
+    // Qt sees to this order already. Looking at it makes it known to race detectors, which cannot see into
+    // Qt.
+    Q_ASSERT(!thread || !thread->isFinished() || workerDone);
 }
 
 void FileTask::run()
@@ -74,6 +77,7 @@ void FileTask::run()
         Q_EMIT succesed();
     }
     QThread::currentThread()->quit();
+    workerDone = true;
 }
 
 bool FileTask::IsAborted() const

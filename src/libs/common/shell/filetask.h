@@ -92,7 +92,8 @@ private:
     Q_DISABLE_COPY(FileTask)
 
     std::atomic<qint32> abortFlag = 0;
-    std::unique_ptr<QThread> thread; ///< Null if there was no memory for it.
+    std::atomic<bool> workerDone = false; ///< The worker touches nothing of the task any more.
+    std::unique_ptr<QThread> thread;      ///< Null if there was no memory for it.
 };
 
 /// Path of an entry below a root that is used as it was given.
