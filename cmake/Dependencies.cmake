@@ -1,11 +1,17 @@
 # Every package that the library links. A missing one ends the configuration with its name.
 
-find_package(Qt6 6.4 REQUIRED COMPONENTS Core Network)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Network Gui Widgets)
 if(UNIX)
     find_package(Qt6 6.4 REQUIRED COMPONENTS DBus)
+    find_package(PkgConfig REQUIRED)
+    pkg_check_modules(Xcb REQUIRED IMPORTED_TARGET xcb xcb-screensaver xcb-xkb)
+    pkg_check_modules(PulseAudio REQUIRED IMPORTED_TARGET libpulse)
 endif()
 if(VXCOMMON_WITH_QREGEXP)
     find_package(Qt6 6.4 REQUIRED COMPONENTS Core5Compat)
+endif()
+if(VXCOMMON_WITH_SVG)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS Svg)
 endif()
 if(VXCOMMON_WITH_LOG4CPP)
     find_package(Log4cpp REQUIRED)

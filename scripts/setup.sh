@@ -1,23 +1,31 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh demo|test|windows|bench...
+# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh demo|test|windows|bench|fuzz|lint...
 # Asks nothing; runs apt as root or through sudo.
 
 source "$(dirname "$0")/lib.sh"
 
 packages_of() {
-    local build="g++ cmake ninja-build ccache pkg-config qt6-base-dev qt6-5compat-dev qt6-svg-dev
-        liblog4cpp5-dev zlib1g-dev libssl-dev"
+    local build="g++ cmake ninja-build ccache pkg-config
+        qt6-base-dev qt6-5compat-dev qt6-svg-dev liblog4cpp5-dev zlib1g-dev libssl-dev
+        libxcb1-dev libxcb-screensaver0-dev libxcb-xkb-dev libpulse-dev"
+    # What the tests drive for real: web servers, buses, desktop files, displays, sound, other packers.
+    local servers="nginx-light tinyproxy openssl"
+    local desktop="dbus-daemon dbus-bin libglib2.0-bin desktop-file-utils xdg-utils
+        xvfb xauth xdotool openbox pulseaudio libfaketime"
+    local packers="pigz nodejs"
     case $1 in
-    demo) echo "$build" ;;
-    test) echo "$build valgrind dbus-daemon desktop-file-utils libglib2.0-bin" ;;
-    windows) echo "$build g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
-    bench) echo "$build libbenchmark-dev libspdlog-dev python3" ;;
-    lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev" ;;
-    *) die "unknown group \"$1\"; known are: demo test windows bench lint" ;;
+    demo) echo "$build nginx-light openssl" ;;
+    gui-demo) echo "xvfb openbox xdotool imagemagick python3 dbus-daemon fonts-dejavu-core" ;;
+    test) echo "$build valgrind $servers $desktop $packers" ;;
+    windows) echo "$build $servers g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
+    bench) echo "$build $servers curl libbenchmark-dev libspdlog-dev libdeflate-dev nodejs python3" ;;
+    fuzz) echo "$build clang" ;;
+    lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev libdeflate-dev" ;;
+    *) die "unknown group \"$1\"; known are: demo gui-demo test windows bench fuzz lint" ;;
     esac
 }
 
-[ $# -gt 0 ] || die "name what to set up: demo, test, windows, bench or lint"
+[ $# -gt 0 ] || die "name what to set up: demo, test, windows, bench, fuzz or lint"
 
 missing=()
 for group in "$@"; do

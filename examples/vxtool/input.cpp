@@ -4,10 +4,53 @@
 
 #include <QFile>
 
+#include <array>
+#include <cstddef>
 #include <cstdio>
 
 namespace vxtool
 {
+
+namespace
+{
+
+bool FailRead(const QString& name, const QString& reason)
+{
+    PrintError(QStringLiteral("vxtool: %1 cannot be read: %2").arg(name, reason));
+    return false;
+}
+
+// Standard input is read through the C library: QFile takes a pipe that is empty for now for its end.
+
+/// Tells whether reading has come to the end and not to an error, about which it complains.
+bool StandardInputWasRead()
+{
+    return std::ferror(stdin) == 0 || FailRead(QStringLiteral("standard input"), qt_error_string());
+}
+
+/// Reads up to the next line feed, which it drops; false at the end.
+bool ReadLine(QByteArray& line)
+{
+    line.clear();
+    int byte = std::getc(stdin);
+    const bool atEnd = byte == EOF;
+    for (; byte != EOF && byte != '\n'; byte = std::getc(stdin)) {
+        line.append(static_cast<char>(byte));
+    }
+    return !atEnd;
+}
+
+bool ReadStandardInput(QByteArray& bytes)
+{
+    std::array<char, 65536> chunk;
+    for (std::size_t size = 1; size > 0;) {
+        size = std::fread(chunk.data(), 1, chunk.size(), stdin);
+        bytes.append(chunk.data(), static_cast<qsizetype>(size));
+    }
+    return StandardInputWasRead();
+}
+
+} // namespace
 
 bool ForEachInput(const QStringList& arguments, const std::function<bool(const QString&)>& handle)
 {
@@ -18,43 +61,26 @@ bool ForEachInput(const QStringList& arguments, const std::function<bool(const Q
         }
         return allValid;
     }
-    QFile input;
-    if (!input.open(stdin, QIODevice::ReadOnly)) {
-        return false;
-    }
-    for (QByteArray line = input.readLine(); !line.isEmpty(); line = input.readLine()) {
-        if (line.endsWith('\n')) {
-            line.chop(1);
-        }
+    for (QByteArray line; ReadLine(line);) {
         if (line.endsWith('\r')) {
             line.chop(1);
         }
         allValid = handle(QString::fromUtf8(line)) && allValid;
     }
-    return allValid;
+    return StandardInputWasRead() && allValid;
 }
 
 bool ReadInput(const QStringList& arguments, QByteArray& bytes)
 {
-    QFile input;
-    bool isOpen = false;
     if (arguments.isEmpty()) {
-        isOpen = input.open(stdin, QIODevice::ReadOnly);
-    } else {
-        input.setFileName(arguments.constFirst());
-        isOpen = input.open(QIODevice::ReadOnly);
+        return ReadStandardInput(bytes);
     }
-    if (isOpen) {
-        bytes = input.readAll();
+    QFile file(arguments.constFirst());
+    if (!file.open(QIODevice::ReadOnly)) {
+        return FailRead(file.fileName(), file.errorString());
     }
-    // At the end of a pipe QFile sees an error on Windows, where the C library sees none.
-    const bool isRead = arguments.isEmpty() ? std::ferror(stdin) == 0 : input.error() == QFileDevice::NoError;
-    if (!isOpen || !isRead) {
-        const QString name = arguments.isEmpty() ? QStringLiteral("standard input") : arguments.constFirst();
-        PrintError(QStringLiteral("vxtool: %1 cannot be read: %2").arg(name, input.errorString()));
-        return false;
-    }
-    return true;
+    bytes = file.readAll();
+    return file.error() == QFileDevice::NoError || FailRead(file.fileName(), file.errorString());
 }
 
 } // namespace vxtool

@@ -127,6 +127,19 @@ void TestVxtoolText::gzip()
     const Result cut = RunTool({"gunzip"}, packed.output.chopped(1));
     QCOMPARE(cut.exitCode, 1);
     QCOMPARE(cut.output, input);
+
+    // Input that comes late, through a pipe from another process.
+    QProcess packer;
+    QProcess unpacker;
+    packer.setStandardOutputProcess(&unpacker);
+    unpacker.start(QStringLiteral(VXTOOL_PROGRAM), {"gunzip"});
+    QVERIFY(unpacker.waitForStarted(60000));
+    packer.start(QStringLiteral(VXTOOL_PROGRAM), {"gzip"});
+    packer.write(input);
+    packer.closeWriteChannel();
+    QVERIFY(packer.waitForFinished(60000));
+    QVERIFY(unpacker.waitForFinished(60000));
+    QCOMPARE(unpacker.readAllStandardOutput(), input);
 }
 
 void TestVxtoolText::chat()

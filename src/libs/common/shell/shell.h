@@ -141,6 +141,78 @@ public:
      */
     static bool RemoveAfterExit(const QString& path);
     /// @}
+
+    /**
+     * @name Processes
+     *
+     * A `name` without a directory is compared with the executable names of all processes, one with a
+     * directory with the full paths of their images; letter case does not matter. A process that this user
+     * may not open counts as none, and so does one that has ended but was not yet collected by its parent. No
+     * more than 64 processes are looked at, the first in the system's order. Nothing is logged, but for one
+     * Warn line on a Linux kernel without pidfd.
+     *
+     * On Linux the executable name is the base name of the image file, not what a program calls itself: a
+     * script is its interpreter. Of a process whose image is not for this user to see it is the kernel's
+     * name, which ends after 15 bytes.
+     */
+    /// @{
+
+    /// Whether at least one process matches. An empty name matches none; so it is below.
+    static bool ProcessExists(const QString& name);
+
+    /**
+     * Ends all matching processes at once, unasked: TerminateProcess with exit code 1; SIGKILL on Linux.
+     *
+     * @return 0 if all that could be opened for ending were ended, or there were none; else -1
+     */
+    static int ProcessKill(const QString& name);
+
+    /**
+     * Waits until all processes have ended that match at the moment of the call.
+     *
+     * @param timeout in ms; -1 waits without end
+     * @return 0 when all have ended or none matched, 1 on time-out, -1 if the wait failed or, on Windows, an
+     * asynchronous procedure call came in between
+     */
+    static int ProcessWait(const QString& name, int timeout);
+
+    /**
+     * Paths of the executable and the libraries that are loaded into this process and have `name` somewhere
+     * in their path, here with regard to letter case; in the loader's order.
+     */
+    static QStringList ProcessModules(const QString& name);
+
+    /**
+     * Starts a program that goes on by itself when this one ends, and that gets no open file, socket or
+     * other handle of this process except, on Linux, the standard streams.
+     *
+     * @param workingDirectory empty for the current one
+     * @return whether it started; false for a missing program or working directory
+     */
+    static bool ProcessStartDetached(const QString& program, const QStringList& arguments,
+                                     const QString& workingDirectory);
+    /// @}
+
+    /// @name Components
+    /// @{
+
+    /**
+     * Loads a component library and runs its own registration, "DllRegisterServer": on Windows a COM
+     * component, on Linux any shared object with a function of that name,
+     * `extern "C" int32_t DllRegisterServer()`.
+     *
+     * @param path of the library, as QLibrary takes it
+     * @param admin register for all users; else for the current one, for which HKEY_CLASSES_ROOT is
+     * redirected to Software\Classes of HKEY_CURRENT_USER while the component runs. See RegistryOverrider for
+     * what that means to other threads; on Linux there is nothing to redirect, which an Error line tells
+     * @return the HRESULT of the component, so 0 for success; 0x80004002 (E_NOINTERFACE) if the library does
+     * not load or has no such function. Failures are logged
+     */
+    static unsigned long RegisterComponent(const QString& path, bool admin);
+
+    /// The same with "DllUnregisterServer".
+    static unsigned long UnregisterComponent(const QString& path, bool admin);
+    /// @}
 };
 
 } // namespace common

@@ -1,0 +1,79 @@
+#!/usr/bin/env bash
+# Downloads a file from a real web server on the loopback, checked by size and MD5 sum, then a corrupted one, which must
+# fail: scripts/demo-download.sh [MEGABYTES]
+# The server is nginx with a configuration of its own in a temporary folder; it is stopped at the end.
+
+source "$(dirname "$0")/lib.sh"
+
+vxtool=build/release/examples/vxtool/vxtool
+size=$((${1:-200} * 1000000))
+
+scripts/setup.sh demo
+if [ ! -x "$vxtool" ]; then
+    say "Configuring and building (release)"
+    quietly cmake --preset release
+    quietly cmake --build --preset release
+fi
+
+dir=$(mktemp -d)
+server_pid=
+stop_server() {
+    if [ -n "$server_pid" ]; then
+        kill "$server_pid" 2>/dev/null || true
+        wait "$server_pid" 2>/dev/null || true
+    fi
+    rm -rf "$dir"
+}
+trap stop_server EXIT
+trap 'exit 130' INT TERM
+
+say "Making a file of $((size / 1000000)) MB, and a copy with one wrong byte"
+mkdir "$dir/root" "$dir/tmp"
+head -c "$size" /dev/urandom >"$dir/root/update.bin"
+cp "$dir/root/update.bin" "$dir/root/corrupted.bin"
+middle=$((size / 2))
+byte=$(od -An -tu1 -j $middle -N 1 "$dir/root/corrupted.bin")
+printf "\\x$(printf %x $(((byte + 1) % 256)))" |
+    dd of="$dir/root/corrupted.bin" bs=1 seek=$middle conv=notrunc status=none
+md5=$(md5sum <"$dir/root/update.bin" | cut -d' ' -f1)
+chmod -R a+rX "$dir"
+
+nginx=$(PATH=$PATH:/usr/sbin command -v nginx)
+for _ in {1..10}; do
+    port=$((20000 + RANDOM % 12000))
+    cat >"$dir/nginx.conf" <<CONF
+daemon off;
+pid $dir/nginx.pid;
+error_log $dir/error.log;
+events {}
+http {
+    access_log off;
+    sendfile on;
+    client_body_temp_path $dir/tmp; proxy_temp_path $dir/tmp; fastcgi_temp_path $dir/tmp;
+    uwsgi_temp_path $dir/tmp; scgi_temp_path $dir/tmp;
+    server { listen 127.0.0.1:$port; root $dir/root; }
+}
+CONF
+    "$nginx" -c "$dir/nginx.conf" 2>>"$dir/error.log" &
+    server_pid=$!
+    # nginx writes the file once it holds its port.
+    for _ in {1..50}; do
+        [ -s "$dir/nginx.pid" ] && break 2
+        kill -0 $server_pid 2>/dev/null || break
+        sleep 0.1
+    done
+    server_pid=
+done
+[ -n "$server_pid" ] || { cat "$dir/error.log" >&2; die "nginx did not start"; }
+
+say "Downloading it, checked by size and MD5 sum $md5"
+"$vxtool" download "http://127.0.0.1:$port/update.bin" "$dir/got/update.bin" --size "$size" --md5 "$md5"
+cmp "$dir/root/update.bin" "$dir/got/update.bin"
+
+say "Downloading the corrupted one, which must fail with 900103"
+if "$vxtool" download "http://127.0.0.1:$port/corrupted.bin" "$dir/got/update.bin" --size "$size" --md5 "$md5" \
+    2>"$dir/complaint"; then
+    die "the corrupted download was taken for good"
+fi
+tail -n 1 "$dir/complaint"
+grep -q 'error 900103: Download verification failed!' "$dir/complaint"

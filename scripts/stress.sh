@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Puts the single-instance classes under load, ten rounds each, or as many as the argument says:
+# 200 processes that start at once, a first process that is killed among them, and clients that misbehave.
+
+source "$(dirname "$0")/lib.sh"
+
+rounds=${1:-10}
+program=build/dev/tests/singleapp/single_app_stress
+
+scripts/setup.sh test
+say "Configuring and building (dev)"
+quietly cmake --preset dev
+quietly cmake --build --preset dev --target single_app_stress
+
+for kind in storm kill hostile; do
+    say "$kind, $rounds rounds"
+    "$program" "$kind" "$rounds" 2>/dev/null
+done
+say "All rounds passed"

@@ -1,0 +1,164 @@
+#include "mimeapps.h"
+
+namespace common
+{
+
+namespace
+{
+
+constexpr char defaultsHeader[] = "[Default Applications]";
+constexpr char removedHeader[] = "[Removed Associations]";
+constexpr char schemePrefix[] = "x-scheme-handler/";
+
+bool IsHeader(const QByteArray& line)
+{
+    return line.startsWith('[');
+}
+
+/// The key of a "key=value" line; empty for any other line.
+QByteArray KeyOf(const QByteArray& line)
+{
+    const qsizetype sign = line.indexOf('=');
+    return sign < 0 || line.startsWith('#') ? QByteArray() : line.left(sign).trimmed();
+}
+
+/// Where the line's end, if it has one, begins.
+qsizetype ContentSize(const QByteArray& line)
+{
+    qsizetype size = line.size();
+    while (size > 0 && (line.at(size - 1) == '\n' || line.at(size - 1) == '\r')) {
+        --size;
+    }
+    return size;
+}
+
+/// What stands behind the "=", with its blanks.
+QByteArray ValueOf(const QByteArray& line)
+{
+    const qsizetype start = line.indexOf('=') + 1;
+    return line.mid(start, ContentSize(line) - start);
+}
+
+QByteArray WithoutId(const QByteArray& value, const QByteArray& id)
+{
+    QByteArrayList ids = value.split(';');
+    ids.removeIf([&id](const QByteArray& text) { return text.trimmed() == id; });
+    return ids.join(';');
+}
+
+/// The line with another value; its key and its line end stay.
+QByteArray WithValue(const QByteArray& line, const QByteArray& value)
+{
+    return line.left(line.indexOf('=') + 1) + value + line.mid(ContentSize(line));
+}
+
+/// Removes what stands from `section` on if it is a header only; whether it was.
+bool DropSectionIfEmpty(QByteArrayList& lines, qsizetype section)
+{
+    for (qsizetype i = section + 1; i < lines.size(); ++i) {
+        if (section < 0 || !lines.at(i).trimmed().isEmpty()) {
+            return false;
+        }
+    }
+    lines.resize(section < 0 ? lines.size() : section);
+    return section >= 0;
+}
+
+} // namespace
+
+MimeApps::MimeApps(const QByteArray& text)
+{
+    qsizetype start = 0;
+    while (start < text.size()) {
+        const qsizetype end = text.indexOf('\n', start);
+        const qsizetype next = end < 0 ? text.size() : end + 1;
+        lines += text.mid(start, next - start);
+        start = next;
+    }
+}
+
+QByteArrayList MimeApps::Defaults(const QByteArray& type) const
+{
+    QByteArrayList ids;
+    bool inDefaults = false;
+    for (const QByteArray& line : lines) {
+        if (IsHeader(line)) {
+            inDefaults = line.trimmed() == defaultsHeader;
+        } else if (inDefaults && KeyOf(line) == type) {
+            for (const QByteArray& id : ValueOf(line).split(';')) {
+                ids += id.trimmed();
+            }
+        }
+    }
+    ids.removeAll(QByteArray());
+    return ids;
+}
+
+void MimeApps::SetDefault(const QByteArray& type, const QByteArray& id)
+{
+    bool inDefaults = false;
+    qsizetype insertAt = -1;
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        QByteArray& line = lines[i];
+        if (IsHeader(line)) {
+            inDefaults = line.trimmed() == defaultsHeader;
+        } else if (inDefaults && KeyOf(line) == type) {
+            line = WithValue(line, id + ';' + WithoutId(ValueOf(line), id));
+            return;
+        }
+        if (inDefaults && insertAt <= i && !line.trimmed().isEmpty()) {
+            insertAt = i + 1;
+        }
+    }
+    if (!lines.isEmpty() && !lines.last().endsWith('\n')) {
+        lines.last() += '\n';
+    }
+    if (insertAt < 0) {
+        if (!lines.isEmpty()) {
+            lines += QByteArrayLiteral("\n");
+        }
+        lines += QByteArray(defaultsHeader) + '\n';
+        insertAt = lines.size();
+    }
+    lines.insert(insertAt, type + '=' + id + ";\n");
+}
+
+void MimeApps::RemoveExcept(const QByteArrayList& types, const QByteArray& id)
+{
+    QByteArrayList kept;
+    qsizetype section = -1; // Where the current section begins in `kept`.
+    bool cut = false;       // Whether the current section has lost a line.
+    bool blocked = false;
+    for (const QByteArray& line : lines) {
+        if (IsHeader(line)) {
+            if (cut) {
+                DropSectionIfEmpty(kept, section);
+            }
+            section = kept.size();
+            cut = false;
+            blocked = line.trimmed() == removedHeader;
+        }
+        const QByteArray type = KeyOf(line);
+        const QByteArray value = ValueOf(line);
+        const QByteArray rest = WithoutId(value, id);
+        if (!type.startsWith(schemePrefix) || rest == value || (types.contains(type) && !blocked)) {
+            kept += line;
+        } else if (!rest.trimmed().isEmpty()) {
+            kept += WithValue(line, rest);
+        } else {
+            cut = true;
+        }
+    }
+    // The blank line that sets a last section off goes with it.
+    if (cut && DropSectionIfEmpty(kept, section) && !kept.isEmpty() && kept.last().trimmed().isEmpty()) {
+        kept.removeLast();
+    }
+    lines = kept;
+}
+
+QByteArray MimeApps::Text() const
+{
+    return lines.join();
+}
+
+} // namespace common

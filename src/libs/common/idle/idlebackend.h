@@ -1,0 +1,13 @@
+#pragma once
+
+#include <common/idle/idlewatcher.h>
+
+#include <memory>
+
+namespace common
+{
+
+/// The best backend that this system offers; null, with an Error line, if it offers none.
+std::unique_ptr<IIdleBackend> createIdleBackend();
+
+} // namespace common

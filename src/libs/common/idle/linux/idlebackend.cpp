@@ -1,0 +1,187 @@
+#include "../idlebackend.h"
+
+#include "../../tools/linux/xdisplay.h"
+
+#include <common/logger/logger.h>
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QElapsedTimer>
+#include <QFile>
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+
+#include <xcb/screensaver.h>
+
+namespace common
+{
+
+namespace
+{
+
+constexpr logger::Channel logChannel{"common.idle"};
+
+constexpr quint64 millisecondsPerSecond = 1000;
+/// A desktop answers at once; more would be felt in the interface.
+constexpr int answerLimit = 500;
+
+int ToSeconds(std::optional<quint64> milliseconds)
+{
+    if (!milliseconds.has_value()) {
+        LOG_MESSAGE(logger::Error) << "GetLastInputInfo returned not ok";
+        return 0;
+    }
+    constexpr quint64 most = std::numeric_limits<int>::max();
+    return static_cast<int>(std::min(*milliseconds / millisecondsPerSecond, most));
+}
+
+/// The X server's own clock of idleness, by the MIT-SCREEN-SAVER extension.
+class ScreenSaverExtensionBackend : public IIdleBackend
+{
+public:
+    ScreenSaverExtensionBackend()
+        : connection(tools::ConnectToX(&screenNumber))
+    {
+        if (connection == nullptr) {
+            return;
+        }
+        auto screen = xcb_setup_roots_iterator(xcb_get_setup(connection.get()));
+        for (int i = 0; i < screenNumber && screen.rem > 1; ++i) {
+            xcb_screen_next(&screen);
+        }
+        const auto* extension = xcb_get_extension_data(connection.get(), &xcb_screensaver_id);
+        if (screen.rem > 0 && extension != nullptr && extension->present != 0) {
+            root = screen.data->root;
+        }
+    }
+
+    bool IsUsable() const { return root != XCB_NONE; }
+
+    int getSeconds() override
+    {
+        const auto cookie = xcb_screensaver_query_info(connection.get(), root);
+        const tools::XReply<xcb_screensaver_query_info_reply_t> reply(
+            xcb_screensaver_query_info_reply(connection.get(), cookie, nullptr));
+        return ToSeconds(reply != nullptr ? std::optional<quint64>(reply->ms_since_user_input)
+                                          : std::nullopt);
+    }
+
+private:
+    int screenNumber = 0;
+    tools::XConnection connection;
+    xcb_window_t root = XCB_NONE;
+};
+
+/// A service on the session bus that tells the idle time by a call without arguments.
+struct IdleService
+{
+    const char* service;
+    const char* path;
+    const char* interface;
+    const char* method;
+};
+
+constexpr IdleService mutterIdleMonitor{"org.gnome.Mutter.IdleMonitor", "/org/gnome/Mutter/IdleMonitor/Core",
+                                        "org.gnome.Mutter.IdleMonitor", "GetIdletime"};
+constexpr IdleService screenSaver{"org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver",
+                                  "org.freedesktop.ScreenSaver", "GetSessionIdleTime"};
+
+std::optional<quint64> Ask(const IdleService& service)
+{
+    const auto call =
+        QDBusMessage::createMethodCall(QLatin1String(service.service), QLatin1String(service.path),
+                                       QLatin1String(service.interface), QLatin1String(service.method));
+    const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, answerLimit);
+    bool ok = false;
+    const quint64 number = reply.arguments().value(0).toULongLong(&ok);
+    return reply.type() == QDBusMessage::ReplyMessage && ok ? std::optional(number) : std::nullopt;
+}
+
+class MutterBackend : public IIdleBackend
+{
+public:
+    int getSeconds() override { return ToSeconds(Ask(mutterIdleMonitor)); }
+};
+
+/**
+ * GetSessionIdleTime tells seconds on some desktops and milliseconds on others. While the user rests, the
+ * number grows by the time between two calls, and so shows its unit; until then nobody counts as idle.
+ */
+class ScreenSaverServiceBackend : public IIdleBackend
+{
+public:
+    int getSeconds() override
+    {
+        const std::optional<quint64> number = Ask(screenSaver);
+        if (number.has_value()) {
+            LearnUnit(*number);
+        }
+        return unit == 0 && number.has_value()
+                   ? 0
+                   : ToSeconds(number.has_value() ? std::optional(*number * unit) : std::nullopt);
+    }
+
+private:
+    void LearnUnit(quint64 number)
+    {
+        // Long enough to tell the two apart, one step of a clock in seconds included.
+        constexpr qint64 shortest = 500;
+        const qint64 elapsed = sinceReading.isValid() ? sinceReading.elapsed() : 0;
+        if (unit == 0 && elapsed >= shortest && number > reading) {
+            const quint64 growth = number - reading;
+            unit = growth > static_cast<quint64>(elapsed) / 10 ? 1 : millisecondsPerSecond;
+        }
+        reading = number;
+        sinceReading.start();
+    }
+
+    quint64 unit = 0; ///< Milliseconds in one of the service's units; 0 until it is known.
+    quint64 reading = 0;
+    QElapsedTimer sinceReading;
+};
+
+/// Whether a bus is to be expected. Qt would look for one by starting a program.
+bool HasSessionBus()
+{
+    return !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS") ||
+           QFile::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QLatin1String("/bus"));
+}
+
+std::unique_ptr<IIdleBackend> CreateServiceBackend()
+{
+    if (!HasSessionBus()) {
+        return nullptr;
+    }
+    if (Ask(mutterIdleMonitor).has_value()) {
+        return std::make_unique<MutterBackend>();
+    }
+    if (Ask(screenSaver).has_value()) {
+        return std::make_unique<ScreenSaverServiceBackend>();
+    }
+    return nullptr;
+}
+
+std::unique_ptr<IIdleBackend> CreateExtensionBackend()
+{
+    auto backend = std::make_unique<ScreenSaverExtensionBackend>();
+    return backend->IsUsable() ? std::move(backend) : nullptr;
+}
+
+} // namespace
+
+std::unique_ptr<IIdleBackend> createIdleBackend()
+{
+    const bool wayland = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    std::unique_ptr<IIdleBackend> backend = wayland ? CreateServiceBackend() : CreateExtensionBackend();
+    if (backend == nullptr) {
+        backend = wayland ? CreateExtensionBackend() : CreateServiceBackend();
+    }
+    if (backend == nullptr) {
+        LOG_MESSAGE(logger::Error) << "cant resolve GetLastInputInfo Or IdleUIGetLastInputTime";
+    }
+    return backend;
+}
+
+} // namespace common

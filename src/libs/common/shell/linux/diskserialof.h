@@ -1,0 +1,20 @@
+#pragma once
+
+#include "../diskserial.h"
+
+#include <QString>
+
+#include <sys/types.h>
+
+namespace common::shell
+{
+
+/**
+ * The serial number of the disk below a file system.
+ *
+ * @param root prefix of /proc, /sys, /run; empty but in tests
+ * @param device the file system, as st_dev of a file on it
+ */
+DiskSerial ReadDiskSerialOf(const QString& root, dev_t device);
+
+} // namespace common::shell

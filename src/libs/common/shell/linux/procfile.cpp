@@ -1,0 +1,111 @@
+#include "procfile.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QList>
+
+#include <array>
+#include <climits>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace common::procfile
+{
+
+namespace
+{
+
+QByteArray PathOf(pid_t process, const char* file)
+{
+    return "/proc/" + QByteArray::number(process) + '/' + file;
+}
+
+/// Whole content of a small file of /proc, which has no size that could be asked for; empty on failure.
+QByteArray ReadAll(const QByteArray& path)
+{
+    QByteArray content;
+    const int descriptor = open(path.constData(), O_RDONLY | O_CLOEXEC);
+    if (descriptor >= 0) {
+        std::array<char, 4096> buffer{};
+        ssize_t count = 0;
+        while ((count = read(descriptor, buffer.data(), buffer.size())) > 0) {
+            content.append(buffer.data(), count);
+        }
+        close(descriptor);
+    }
+    return content;
+}
+
+/// A value of a "KEY:\tVALUE" line.
+QByteArray StatusValue(const QByteArray& path, const char* key)
+{
+    const QByteArray status = ReadAll(path);
+    const QByteArray lead = QByteArray("\n") + key + ":\t";
+    const qsizetype begin = status.indexOf(lead) + lead.size();
+    return begin < lead.size() ? QByteArray("0") : status.mid(begin, status.indexOf('\n', begin) - begin);
+}
+
+} // namespace
+
+std::optional<Stat> ReadStat(pid_t process)
+{
+    // "PID (NAME) STATE PARENT ...": the name may hold blanks and parentheses.
+    const QByteArray text = ReadAll(PathOf(process, "stat"));
+    const qsizetype nameBegin = text.indexOf('(') + 1;
+    const qsizetype nameEnd = text.lastIndexOf(')');
+    constexpr int state = 0;
+    constexpr int parent = 1;
+    constexpr int threads = 17;
+    constexpr int startTime = 19;
+    const QList<QByteArray> fields = text.mid(nameEnd + 2).split(' ');
+    if (nameBegin == 0 || nameEnd < nameBegin || fields.size() <= startTime) {
+        return std::nullopt;
+    }
+    Stat stat;
+    stat.kernelName = text.mid(nameBegin, nameEnd - nameBegin);
+    stat.parent = fields.at(parent).toInt();
+    // The first thread of a process may end before the others; it is a zombie then, but the process runs.
+    const bool isZombie = fields.at(state) == "Z" || fields.at(state) == "X";
+    stat.hasEnded = isZombie && fields.at(threads).toInt() <= 1;
+    stat.startTime = fields.at(startTime).toULongLong();
+    return stat;
+}
+
+QString ImagePath(pid_t process)
+{
+    std::array<char, PATH_MAX> target{};
+    const ssize_t length = readlink(PathOf(process, "exe").constData(), target.data(), target.size());
+    if (length <= 0) {
+        return {};
+    }
+    QString path = QFile::decodeName(QByteArray(target.data(), length));
+    // What the kernel appends when the file is gone, as it is after an update of the program.
+    const QLatin1String deleted(" (deleted)");
+    if (path.endsWith(deleted) && !QFileInfo::exists(path)) {
+        path.chop(deleted.size());
+    }
+    return path;
+}
+
+QString ExecutableName(pid_t process)
+{
+    const QString path = ImagePath(process);
+    if (!path.isEmpty()) {
+        return path.mid(path.lastIndexOf(u'/') + 1);
+    }
+    const std::optional<Stat> stat = ReadStat(process);
+    return stat && !stat->hasEnded ? QFile::decodeName(stat->kernelName) : QString();
+}
+
+bool IsProcess(pid_t id)
+{
+    return StatusValue(PathOf(id, "status"), "Tgid") == QByteArray::number(id);
+}
+
+bool IsTraced()
+{
+    return StatusValue("/proc/self/status", "TracerPid") != "0";
+}
+
+} // namespace common::procfile

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+#include <sys/types.h>
+
+namespace common::procfile
+{
+
+/// What /proc/PID/stat says of a process; see proc(5).
+struct Stat
+{
+    QByteArray kernelName; ///< At most 15 bytes.
+    pid_t parent = 0;
+    bool hasEnded = false; ///< Only the exit code is left, for the parent to collect.
+    quint64 startTime = 0; ///< Clock ticks since boot; tells two processes with the same id apart.
+};
+
+/// Nothing if there is no such process.
+std::optional<Stat> ReadStat(pid_t process);
+
+/// Path of the image; empty for kernel threads, ended processes and those that this user may not look into.
+QString ImagePath(pid_t process);
+
+/// Base name of the image or, where that cannot be told, the kernel's name; empty if the process has ended.
+QString ExecutableName(pid_t process);
+
+/// Whether an id is that of a process, and not of a further thread of one.
+bool IsProcess(pid_t id);
+
+/// Whether this process is traced, by a debugger for one.
+bool IsTraced();
+
+} // namespace common::procfile

@@ -1,0 +1,48 @@
+#include <common/shell/prochelper.h>
+
+#include "processes.h"
+
+namespace tools::process
+{
+
+namespace
+{
+
+namespace processes = common::processes;
+
+unsigned long Find(const QString& name, const std::function<bool(const processes::Entry&)>& accepts)
+{
+    const processes::DebuggerOutput debugger;
+    unsigned long id = 0;
+    processes::ForEach([&](const processes::Entry& entry) {
+        // Each process that is passed is traced; this is meant to stay.
+        debugger.Write(entry.executableName + QLatin1String("\r\n"));
+        if (entry.executableName.compare(name, Qt::CaseInsensitive) == 0 && accepts(entry)) {
+            id = entry.id;
+        }
+        return id == 0;
+    });
+    return id;
+}
+
+} // namespace
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes its texts by value.
+unsigned long ProcHelper::FindProcessId(QString name)
+{
+    return Find(name, [](const processes::Entry&) { return true; });
+}
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
+unsigned long ProcHelper::FindChildProcessId(unsigned long parentId, QString name)
+{
+    return Find(name, [parentId](const processes::Entry& entry) { return entry.parentId() == parentId; });
+}
+
+bool ProcHelper::Terminate(unsigned long processId)
+{
+    processes::EndById(processId);
+    return true;
+}
+
+} // namespace tools::process

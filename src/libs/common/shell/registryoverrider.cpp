@@ -1,0 +1,144 @@
+#include <common/shell/registryoverrider.h>
+
+#include <common/logger/logger.h>
+
+#include "registrykeys.h"
+
+#include <mutex>
+#include <new>
+#include <set>
+
+namespace common
+{
+
+/// Holds the predefined key that is redirected; null if none is.
+class RegistryOverriderImpl
+{
+public:
+    RegistryOverriderImpl(registrykeys::Key source, registrykeys::Key destination, const wchar_t* subkey);
+
+    void Restore() const;
+
+private:
+    registrykeys::Key overridden = nullptr;
+};
+
+namespace
+{
+
+constexpr logger::Channel logChannel{"common.shell"};
+
+/// The predefined keys as the Windows headers number them.
+struct RootName
+{
+    const char* name;
+    quint32 value;
+};
+
+constexpr RootName rootNames[] = {{"HKEY_CLASSES_ROOT", 0x80000000},
+                                  {"HKEY_CURRENT_USER", 0x80000001},
+                                  {"HKEY_LOCAL_MACHINE", 0x80000002},
+                                  {"HKEY_USERS", 0x80000003},
+                                  {"HKEY_PERFORMANCE_DATA", 0x80000004},
+                                  {"HKEY_PERFORMANCE_TEXT", 0x80000050},
+                                  {"HKEY_PERFORMANCE_NLSTEXT", 0x80000060},
+                                  {"HKEY_CURRENT_CONFIG", 0x80000005},
+                                  {"HKEY_DYN_DATA", 0x80000006},
+                                  {"HKEY_CURRENT_USER_LOCAL_SETTINGS", 0x80000007}};
+
+registrykeys::Key RootKey(const QString& name)
+{
+    for (const RootName& root : rootNames) {
+        if (name == QLatin1String(root.name)) {
+            // Handles of predefined keys are sign-extended to the width of a pointer.
+            return reinterpret_cast<registrykeys::Key>(static_cast<qintptr>(static_cast<qint32>(root.value)));
+        }
+    }
+    return nullptr;
+}
+
+/// An error code as both log lines show it, padded with blanks.
+QString ErrorText(unsigned long error)
+{
+    constexpr int width = 8;
+    constexpr int base = 16;
+    return QStringLiteral("0x%1").arg(error, width, base, QLatin1Char(' '));
+}
+
+/// Impls that were not destroyed yet: copies of an overrider share one, and all but the first that dies must
+/// leave it alone.
+struct LivingImpls
+{
+    std::mutex mutex;
+    std::set<RegistryOverriderImpl*> impls;
+};
+
+LivingImpls& Living()
+{
+    static LivingImpls living;
+    return living;
+}
+
+} // namespace
+
+RegistryOverriderImpl::RegistryOverriderImpl(registrykeys::Key source, registrykeys::Key destination,
+                                             const wchar_t* subkey)
+{
+    registrykeys::Key opened = nullptr;
+    if (const unsigned long error = registrykeys::Open(destination, subkey, opened); error != 0) {
+        LOG_MESSAGE(logger::Error) << "Failed to open dstKey: " << ErrorText(error);
+        return;
+    }
+    const unsigned long error = registrykeys::Override(source, opened);
+    registrykeys::Close(opened);
+    if (error != 0) {
+        LOG_MESSAGE(logger::Error) << "Failed to override srcKey: " << ErrorText(error);
+        return;
+    }
+    overridden = source;
+}
+
+void RegistryOverriderImpl::Restore() const
+{
+    if (overridden != nullptr) {
+        LOG_MESSAGE(logger::Debug) << "Restoring ovveridden key";
+        registrykeys::Override(overridden, nullptr);
+    }
+}
+
+RegistryOverrider::RegistryOverrider(const QString& sourceRoot, const QString& destinationRoot,
+                                     const wchar_t* destinationSubkey)
+    : impl(CreateRegistryOverriderImpl(sourceRoot, destinationRoot, destinationSubkey))
+{}
+
+RegistryOverrider::~RegistryOverrider()
+{
+    Destroy(impl);
+}
+
+RegistryOverriderImpl* RegistryOverrider::CreateRegistryOverriderImpl(const QString& sourceRoot,
+                                                                      const QString& destinationRoot,
+                                                                      const wchar_t* destinationSubkey)
+{
+    auto* const created = new (std::nothrow)
+        RegistryOverriderImpl(RootKey(sourceRoot), RootKey(destinationRoot), destinationSubkey);
+    if (created != nullptr) {
+        const std::lock_guard lock(Living().mutex);
+        Living().impls.insert(created);
+    }
+    return created;
+}
+
+void RegistryOverrider::Destroy(RegistryOverriderImpl* impl)
+{
+    {
+        const std::lock_guard lock(Living().mutex);
+        if (Living().impls.erase(impl) == 0) {
+            return;
+        }
+    }
+    impl->Restore();
+    delete impl;
+}
+
+} // namespace common

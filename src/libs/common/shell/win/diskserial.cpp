@@ -1,0 +1,96 @@
+#include "../diskserial.h"
+
+#include <array>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <qt_windows.h>
+#include <winioctl.h>
+
+namespace common::shell
+{
+
+namespace
+{
+
+constexpr std::size_t descriptorSize = 10000; // More than any disk tells about itself.
+
+class Device
+{
+public:
+    /// Without any access right: enough to ask, and allowed to every user.
+    explicit Device(const std::wstring& name)
+        : handle(CreateFileW(name.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0,
+                             nullptr))
+    {}
+    ~Device()
+    {
+        if (IsOpen()) {
+            CloseHandle(handle);
+        }
+    }
+    Device(const Device&) = delete;
+    Device& operator=(const Device&) = delete;
+
+    bool IsOpen() const { return handle != INVALID_HANDLE_VALUE; }
+
+    bool Ask(DWORD code, void* input, DWORD inputSize, void* output, DWORD outputSize) const
+    {
+        DWORD returned = 0;
+        return DeviceIoControl(handle, code, input, inputSize, output, outputSize, &returned, nullptr) != 0;
+    }
+
+private:
+    HANDLE handle;
+};
+
+/// The number of the disk below the current directory; 0 if anything fails.
+DWORD DiskNumber()
+{
+    std::array<wchar_t, MAX_PATH> path{};
+    GetVolumePathNameW(L".", path.data(), MAX_PATH);
+    std::wstring volume(path.data());
+    if (!volume.empty()) {
+        volume.pop_back(); // The closing backslash.
+    }
+    const Device device(L"\\\\.\\" + volume);
+    VOLUME_DISK_EXTENTS extents{};
+    if (device.IsOpen() &&
+        device.Ask(IOCTL_VOLUME_GET_VOLUME_DISK_EXTENTS, nullptr, 0, &extents, sizeof(extents)) &&
+        extents.NumberOfDiskExtents > 0) {
+        return extents.Extents[0].DiskNumber;
+    }
+    return 0;
+}
+
+} // namespace
+
+DiskSerial ReadDiskSerial()
+{
+    const Device device(L"\\\\.\\PhysicalDrive" + std::to_wstring(DiskNumber()));
+    if (!device.IsOpen()) {
+        return {GetLastError(), QString()};
+    }
+    STORAGE_PROPERTY_QUERY query{};
+    query.PropertyId = StorageDeviceProperty;
+    query.QueryType = PropertyStandardQuery;
+    STORAGE_DESCRIPTOR_HEADER header{};
+    if (!device.Ask(IOCTL_STORAGE_QUERY_PROPERTY, &query, sizeof(query), &header, sizeof(header))) {
+        return {GetLastError(), QString()};
+    }
+    // One byte more than is offered, so that the text ends in any case.
+    std::vector<char> buffer(descriptorSize + 1);
+    if (!device.Ask(IOCTL_STORAGE_QUERY_PROPERTY, &query, sizeof(query), buffer.data(), descriptorSize)) {
+        return {GetLastError(), QString()};
+    }
+    STORAGE_DEVICE_DESCRIPTOR descriptor{};
+    std::memcpy(&descriptor, buffer.data(), sizeof(descriptor));
+    const DWORD offset = descriptor.SerialNumberOffset;
+    if (offset == 0 || offset >= descriptorSize) {
+        return {};
+    }
+    return {0, QString::fromLocal8Bit(buffer.data() + offset).trimmed()};
+}
+
+} // namespace common::shell

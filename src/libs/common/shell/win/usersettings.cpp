@@ -1,0 +1,11 @@
+#include "../usersettings.h"
+
+namespace common
+{
+
+std::unique_ptr<QSettings> OpenUserSettings(const QString& path, UserSettingsAccess /*access*/)
+{
+    return std::make_unique<QSettings>(path, QSettings::NativeFormat);
+}
+
+} // namespace common

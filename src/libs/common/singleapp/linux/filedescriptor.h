@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <utility>
+
+#include <unistd.h>
+
+namespace QtLP_Private
+{
+
+/// Owns a file descriptor, or none.
+class FileDescriptor
+{
+public:
+    FileDescriptor() = default;
+    explicit FileDescriptor(int descriptor_)
+        : descriptor(descriptor_)
+    {}
+    FileDescriptor(FileDescriptor&& other) noexcept
+        : descriptor(other.Take())
+    {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept
+    {
+        std::swap(descriptor, other.descriptor);
+        return *this;
+    }
+    ~FileDescriptor() { Close(); }
+
+    bool IsOpen() const { return descriptor >= 0; }
+    int Get() const { return descriptor; }
+    int Take() { return std::exchange(descriptor, -1); }
+    void Close()
+    {
+        if (IsOpen()) {
+            ::close(Take());
+        }
+    }
+
+private:
+    Q_DISABLE_COPY(FileDescriptor)
+
+    int descriptor = -1;
+};
+
+} // namespace QtLP_Private

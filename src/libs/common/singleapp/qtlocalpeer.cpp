@@ -1,0 +1,190 @@
+#include <common/singleapp/qtlocalpeer.h>
+
+#include "messagereceiver.h"
+#include "peerplatform.h"
+
+#include <QCoreApplication>
+#include <QDataStream>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QRegularExpression>
+#include <QThread>
+
+#include <algorithm>
+
+using QtLP_Private::MessageReceiver;
+using QtLP_Private::QtLockedFile;
+
+namespace
+{
+
+constexpr int prefixLength = 6;
+
+// So many processes may knock at the same moment, as when a session starts; the system has a limit of its
+// own.
+constexpr int listenBacklog = 512;
+
+// How many clients are served at a time. Each takes a descriptor, of which a process has about a thousand.
+constexpr int maxReceivers = 128;
+
+// A client that says nothing may stay as long as there is room. When others wait, so much is granted to it,
+// in milliseconds: a sender writes right after it has connected, but a busy machine may hold it up.
+constexpr int grantedSilence = 2000;
+
+// Between the two tries to connect, in milliseconds.
+constexpr unsigned long pauseBetweenTries = 250;
+
+// A first process holds its lock a moment before it listens. So long, in milliseconds, until it is asked
+// again.
+constexpr unsigned long listenPoll = 10;
+
+QString LettersOf(QString text)
+{
+    static const QRegularExpression others(QStringLiteral("[^a-zA-Z]"));
+    return text.remove(others);
+}
+
+} // namespace
+
+QtLocalPeer::QtLocalPeer(QObject* parent, const QString& appId)
+    : QObject(parent)
+    , id(appId)
+    , server(new QLocalServer(this))
+{
+    QString prefix = appId;
+    if (id.isEmpty()) {
+        id = QCoreApplication::applicationFilePath().toLower();
+        prefix = id.section(u'/', -1);
+    }
+    prefix = LettersOf(prefix).left(prefixLength);
+    const quint16 checksum = qChecksum(id.toUtf8(), Qt::ChecksumIso3309);
+    socketName = QStringLiteral("qtsingleapp-") + prefix + u'-' + QString::number(checksum, 16) +
+                 QtLP_Private::GroupSuffix();
+
+    roomTimer.setSingleShot(true);
+    roomTimer.setInterval(grantedSilence);
+    connect(&roomTimer, &QTimer::timeout, this, &QtLocalPeer::receiveConnection);
+
+    // Only the holder of the lock listens, so it may take the place of a socket that a killed process left.
+    server->setSocketOptions(QLocalServer::UserAccessOption);
+    server->setListenBacklogSize(listenBacklog);
+
+    lockFile.setFileName(QDir(QDir::tempPath()).absolutePath() + u'/' + socketName +
+                         QStringLiteral("-lockfile"));
+    foreignLockFile = !QtLP_Private::OpenLockFile(lockFile);
+}
+
+QtLocalPeer::~QtLocalPeer()
+{
+    // They count in a member, which is gone before the children are.
+    qDeleteAll(receivers);
+    receivers.clear();
+    // Closing removes the socket by its name, which may be the next owner's as soon as the lock is free.
+    server->close();
+}
+
+bool QtLocalPeer::isSecondary()
+{
+    if (lockFile.isLocked() || foreignLockFile) {
+        return false;
+    }
+    if (!lockFile.lock(QtLockedFile::WriteLock, false)) {
+        return true;
+    }
+    if (!server->listen(socketName)) {
+        qWarning("QtSingleCoreApplication: listen on local socket failed, %s",
+                 qPrintable(server->errorString()));
+    }
+    connect(server, &QLocalServer::newConnection, this, &QtLocalPeer::receiveConnection);
+    return false;
+}
+
+/// One try to connect: as long as the first process does not listen yet, or too many others knock, until the
+/// time is over. Ends early if there is no first process any more; then this one has become it.
+bool QtLocalPeer::Connect(QLocalSocket& socket, int timeout)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (isSecondary()) {
+        const int remaining = std::max(timeout - static_cast<int>(timer.elapsed()), 0);
+        socket.connectToServer(socketName, QIODevice::ReadWrite);
+        if (socket.waitForConnected(remaining)) {
+            return true;
+        }
+        if (timer.hasExpired(timeout)) {
+            return false;
+        }
+        socket.abort();
+        QThread::msleep(std::min<unsigned long>(listenPoll, static_cast<unsigned long>(remaining) + 1));
+    }
+    return false;
+}
+
+bool QtLocalPeer::sendMessage(const QString& message, int timeout)
+{
+    if (!isSecondary()) {
+        return false;
+    }
+    QLocalSocket socket;
+    bool connected = Connect(socket, timeout / 2);
+    if (!connected && isSecondary()) {
+        QThread::msleep(pauseBetweenTries);
+        connected = Connect(socket, timeout / 2);
+    }
+    if (!connected || !QtLP_Private::IsOwnPeer(socket)) {
+        return false;
+    }
+    const QByteArray text = message.toUtf8();
+    QDataStream(&socket).writeBytes(text.constData(), static_cast<uint>(text.size()));
+    if (!socket.waitForBytesWritten(timeout) || !socket.waitForReadyRead(timeout)) {
+        return false;
+    }
+    return socket.read(QtLP_Private::acknowledgementSize) == QtLP_Private::acknowledgement;
+}
+
+void QtLocalPeer::receiveConnection()
+{
+    while (server->hasPendingConnections()) {
+        if (!HasRoom()) {
+            roomTimer.start();
+            return;
+        }
+        auto* const receiver = new MessageReceiver(server->nextPendingConnection(), bytesHeld, this);
+        receivers += receiver;
+        // Queued, so that no socket is in the middle of a signal when a receiver of the text deletes the
+        // peer.
+        connect(receiver, &MessageReceiver::finished, this, &QtLocalPeer::OnReceiverFinished,
+                Qt::QueuedConnection);
+    }
+}
+
+/// Whether one more client can be served. Dismisses one that was silent for too long, if need be.
+bool QtLocalPeer::HasRoom()
+{
+    if (receivers.size() < maxReceivers) {
+        return true;
+    }
+    const auto silent =
+        std::find_if(receivers.cbegin(), receivers.cend(), [](const MessageReceiver* receiver) {
+            return receiver->GetSilence() >= grantedSilence;
+        });
+    if (silent == receivers.cend()) {
+        return false;
+    }
+    (*silent)->Dismiss();
+    receivers.erase(silent);
+    return true;
+}
+
+void QtLocalPeer::OnReceiverFinished(MessageReceiver* receiver)
+{
+    receivers.removeOne(receiver);
+    const std::optional<QString> message = receiver->GetMessage();
+    receiver->deleteLater();
+    receiveConnection();
+    if (message) {
+        Q_EMIT messageReceived(*message);
+    }
+}

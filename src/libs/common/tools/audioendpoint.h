@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+
+namespace tools
+{
+
+/// The answer to a question for a default audio device.
+struct AudioEndpoint
+{
+    QString name;
+    const char* failedCall = nullptr; ///< The call that failed; null if none did.
+    long error = 0;                   ///< What it failed with.
+};
+
+AudioEndpoint FindDefaultAudioEndpoint(bool render);
+
+} // namespace tools

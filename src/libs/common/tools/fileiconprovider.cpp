@@ -1,0 +1,49 @@
+#include <common/tools/fileiconprovider.h>
+
+#include <QDir>
+#include <QPixmap>
+#include <QTemporaryFile>
+
+namespace tools
+{
+
+namespace
+{
+
+/// Real pixmaps instead of an icon that may ask the system again when the file it stands for is gone.
+QIcon CopyOf(const QIcon& icon)
+{
+    QIcon copy;
+    const QList<QSize> sizes = icon.availableSizes(QIcon::Normal, QIcon::Off);
+    for (const QSize& size : sizes) {
+        copy.addPixmap(icon.pixmap(size, QIcon::Normal, QIcon::Off), QIcon::Normal, QIcon::Off);
+    }
+    return copy;
+}
+
+} // namespace
+
+QMap<QString, QIcon> FileIconProvider::iconCache_;
+
+FileIconProvider::FileIconProvider() = default;
+
+FileIconProvider::~FileIconProvider() = default;
+
+QIcon FileIconProvider::icon(const QFileInfo& info) const
+{
+    const QString suffix = info.suffix();
+    const auto cached = iconCache_.constFind(suffix);
+    if (cached != iconCache_.constEnd()) {
+        return *cached;
+    }
+    QTemporaryFile sample(QDir::tempPath() + QDir::separator() + QStringLiteral("XXXXXX") + u'.' + suffix);
+    const QFileInfo sampleInfo = sample.open() ? QFileInfo(sample) : QFileInfo();
+    const QIcon icon = CopyOf(QFileIconProvider::icon(sampleInfo));
+    if (icon.isNull()) {
+        return QFileIconProvider::icon(QAbstractFileIconProvider::File);
+    }
+    iconCache_.insert(suffix, icon);
+    return icon;
+}
+
+} // namespace tools

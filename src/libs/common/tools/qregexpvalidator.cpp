@@ -1,0 +1,50 @@
+#include <common/tools/qregexpvalidator.h>
+
+namespace
+{
+
+/// The same pattern without a match. A copy would go on pointing to the last match of its source, also when
+/// that is gone.
+QRegExp WithoutMatch(const QRegExp& regExp)
+{
+    QRegExp fresh(regExp.pattern(), regExp.caseSensitivity(), regExp.patternSyntax());
+    fresh.setMinimal(regExp.isMinimal());
+    return fresh;
+}
+
+} // namespace
+
+QRegExpValidator::QRegExpValidator(QObject* parent)
+    : QRegExpValidator(QRegExp(QStringLiteral(".*"), Qt::CaseSensitive, QRegExp::RegExp), parent)
+{}
+
+QRegExpValidator::QRegExpValidator(const QRegExp& regExp, QObject* parent)
+    : QValidator(parent)
+    , pattern(WithoutMatch(regExp))
+{}
+
+QRegExpValidator::~QRegExpValidator() = default;
+
+void QRegExpValidator::setRegExp(const QRegExp& regExp)
+{
+    if (pattern == regExp) {
+        return;
+    }
+    pattern = WithoutMatch(regExp);
+    Q_EMIT regExpChanged(pattern);
+    Q_EMIT changed();
+}
+
+QValidator::State QRegExpValidator::validate(QString& input, int& pos) const
+{
+    // A match is kept inside its QRegExp, hence the copy.
+    const QRegExp copy = pattern;
+    if (copy.exactMatch(input)) {
+        return Acceptable;
+    }
+    if (copy.matchedLength() == input.size()) {
+        return Intermediate;
+    }
+    pos = static_cast<int>(input.size());
+    return Invalid;
+}

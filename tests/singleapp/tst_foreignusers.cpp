@@ -1,0 +1,177 @@
+// What other users of a shared temporary folder may try. Needs the rights of root to play another user.
+
+#include <common/singleapp/qtlocalpeer.h>
+
+#include <QDir>
+#include <QFile>
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr uid_t otherUser = 65534;
+
+QString SocketName(const QString& appId)
+{
+    const QtLocalPeer peer(nullptr, appId);
+    return QDir::temp().entryList({"qtsingleapp-" + appId + "-*-lockfile"}).value(0).chopped(9);
+}
+
+/// Connects to a socket as another user; 0 if that works.
+int RunIntruder(int argc, char** argv)
+{
+    if (setuid(otherUser) != 0) {
+        return 2;
+    }
+    QCoreApplication application(argc, argv);
+    QLocalSocket socket;
+    socket.connectToServer(QString::fromLocal8Bit(argv[2]));
+    return socket.waitForConnected(1000) ? 0 : 1;
+}
+
+/// Listens as another user, tells so, and answers whatever comes until it is killed.
+int RunImpostor(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    QLocalServer server;
+    server.setSocketOptions(QLocalServer::WorldAccessOption);
+    if (setuid(otherUser) != 0 || !server.listen(QString::fromLocal8Bit(argv[2]))) {
+        return 2;
+    }
+    QObject::connect(&server, &QLocalServer::newConnection, &server, [&server] {
+        QLocalSocket* const socket = server.nextPendingConnection();
+        socket->write("ack");
+    });
+    std::puts("listening");
+    std::fflush(stdout);
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+class TestForeignUsers : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void plantedLockFile_data();
+    void plantedLockFile();
+    void lockFileIsPrivate();
+    void intruder();
+    void impostor();
+};
+
+void TestForeignUsers::plantedLockFile_data()
+{
+    QTest::addColumn<QString>("planted");
+
+    for (const char* planted :
+         {"link to a file", "dangling link", "folder", "pipe", "file of another user"}) {
+        QTest::newRow(planted) << planted;
+    }
+}
+
+void TestForeignUsers::plantedLockFile()
+{
+    QFETCH(QString, planted);
+    if (planted == "file of another user" && geteuid() != 0) {
+        QSKIP("only root can make a file of another user");
+    }
+
+    const QString socketName = SocketName("plant");
+    const QByteArray path = QFile::encodeName(QDir::temp().filePath(socketName + "-lockfile"));
+    const QByteArray target = QFile::encodeName(QDir::temp().filePath("target"));
+    QVERIFY(unlink(path.constData()) == 0);
+    QFile file(QFile::decodeName(planted == "file of another user" ? path : target));
+    if (planted == "link to a file" || planted == "file of another user") {
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("precious") > 0 && file.flush());
+    }
+    if (planted == "folder") {
+        QVERIFY(mkdir(path.constData(), 0700) == 0);
+    } else if (planted == "pipe") {
+        QVERIFY(mkfifo(path.constData(), 0600) == 0);
+    } else if (planted == "file of another user") {
+        QVERIFY(chown(path.constData(), otherUser, otherUser) == 0);
+        QVERIFY(flock(file.handle(), LOCK_EX) == 0);
+    } else {
+        QVERIFY(symlink(target.constData(), path.constData()) == 0);
+    }
+
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("lockfile is not a file of this user"));
+    QtLocalPeer peer(nullptr, "plant");
+    QVERIFY2(!peer.isSecondary(), "nobody's file keeps this user from starting");
+    QVERIFY(!peer.sendMessage("x", 100));
+    QVERIFY(!QFile::exists(QDir::temp().filePath(socketName)));
+    QCOMPARE(file.exists() ? file.size() : 0, file.isOpen() ? 8 : 0);
+    file.close();
+    QVERIFY(remove(path.constData()) == 0);
+    file.remove();
+}
+
+void TestForeignUsers::lockFileIsPrivate()
+{
+    const QString path = QDir::temp().filePath(SocketName("priv") + "-lockfile");
+    QVERIFY(chmod(QFile::encodeName(path).constData(), 0666) == 0);
+    const QtLocalPeer peer(nullptr, "priv");
+    struct stat status = {};
+    QVERIFY(stat(QFile::encodeName(path).constData(), &status) == 0);
+    QCOMPARE(status.st_mode & 07777, 0600U);
+}
+
+void TestForeignUsers::intruder()
+{
+    if (geteuid() != 0) {
+        QSKIP("only root can become another user");
+    }
+    QtLocalPeer first(nullptr, "intru");
+    QVERIFY(!first.isSecondary());
+    const QString path = QDir::temp().filePath(SocketName("intru"));
+    QCOMPARE(QProcess::execute(QCoreApplication::applicationFilePath(), {"intruder", path}), 1);
+}
+
+void TestForeignUsers::impostor()
+{
+    if (geteuid() != 0) {
+        QSKIP("only root can become another user");
+    }
+    const QString socketName = SocketName("impo");
+    QtLP_Private::QtLockedFile lockFile(QDir::temp().filePath(socketName + "-lockfile"));
+    QVERIFY(lockFile.open(QIODevice::ReadWrite));
+    QVERIFY(lockFile.lock(QtLP_Private::QtLockedFile::WriteLock, false));
+    QProcess impostor;
+    impostor.start(QCoreApplication::applicationFilePath(), {"impostor", QDir::temp().filePath(socketName)});
+    QVERIFY(impostor.waitForReadyRead(30000));
+    QtLocalPeer peer(nullptr, "impo");
+    QTest::ignoreMessage(QtWarningMsg,
+                         "QtLocalPeer: the process behind the local socket belongs to another user");
+    QVERIFY(!peer.sendMessage("secret", 5000));
+    impostor.kill();
+    QVERIFY(impostor.waitForFinished());
+}
+
+int main(int argc, char** argv)
+{
+    if (argc == 3 && qstrcmp(argv[1], "intruder") == 0) {
+        return RunIntruder(argc, argv);
+    }
+    if (argc == 3 && qstrcmp(argv[1], "impostor") == 0) {
+        return RunImpostor(argc, argv);
+    }
+    const QTemporaryDir dir;
+    chmod(QFile::encodeName(dir.path()).constData(), 01777);
+    qputenv("TMPDIR", QFile::encodeName(dir.path()));
+    QCoreApplication application(argc, argv);
+    TestForeignUsers test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_foreignusers.moc"

@@ -1,0 +1,227 @@
+#include <common/singleapp/qtlockedfile.h>
+
+#include "thread.h"
+
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdio>
+#include <vector>
+
+using QtLP_Private::QtLockedFile;
+
+namespace
+{
+
+/// Takes a lock on a thread of its own and keeps it until it is let go.
+class Holder
+{
+public:
+    Holder(const QString& path, QtLockedFile::LockMode mode, bool block = false)
+    {
+        thread = StartThread([this, path, mode, block] {
+            QtLockedFile file(path);
+            taken = file.open(QIODevice::ReadWrite) && file.lock(mode, block);
+            decided.release();
+            end.acquire();
+        });
+    }
+    ~Holder() { LetGo(); }
+
+    bool HasDecided(int milliseconds) { return decided.tryAcquire(1, milliseconds); }
+    bool HasTaken() { return HasDecided(30000) && taken; }
+    void LetGo()
+    {
+        end.release();
+        thread->wait();
+    }
+
+private:
+    std::unique_ptr<QThread> thread;
+    QSemaphore decided;
+    QSemaphore end;
+    bool taken = false;
+};
+
+/// Another process that does as Holder does.
+int RunChild(char* path)
+{
+    QtLockedFile file(QString::fromLocal8Bit(path));
+    const bool taken = file.open(QIODevice::ReadWrite) && file.lock(QtLockedFile::WriteLock, false);
+    std::puts(taken ? "taken" : "busy");
+    std::fflush(stdout);
+    return std::getchar() == EOF ? 0 : 1;
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(QtLockedFile::LockMode)
+
+class TestLockedFile : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void refusals();
+    void exclusion_data();
+    void exclusion();
+    void changeOfMode();
+    void tooManyReaders();
+    void blockingWaits_data();
+    void blockingWaits();
+    void lockOutlastsClose();
+    void freedByDeath();
+
+private:
+    QTemporaryDir dir;
+    QString path;
+};
+
+void TestLockedFile::init()
+{
+    path = dir.filePath(QTest::currentTestFunction() + QString("-") + QTest::currentDataTag());
+}
+
+void TestLockedFile::refusals()
+{
+    QtLockedFile file(path);
+    QTest::ignoreMessage(QtWarningMsg, "QtLockedFile::lock(): file is not opened");
+    QVERIFY(!file.lock(QtLockedFile::WriteLock, false));
+    QTest::ignoreMessage(QtWarningMsg, "QtLockedFile::unlock(): file is not opened");
+    QVERIFY(!file.unlock());
+
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    file.write("kept");
+    file.close();
+    QTest::ignoreMessage(QtWarningMsg, "QtLockedFile::open(): Truncate mode not allowed.");
+    QVERIFY(!file.open(QIODevice::ReadWrite | QIODevice::Truncate));
+    QVERIFY(!file.isOpen());
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), QByteArray("kept"));
+    QVERIFY(file.unlock());
+    QVERIFY2(file.lock(QtLockedFile::ReadLock, false), "a reader needs no right to write");
+}
+
+void TestLockedFile::exclusion_data()
+{
+    QTest::addColumn<QtLockedFile::LockMode>("held");
+    QTest::addColumn<QtLockedFile::LockMode>("wanted");
+    QTest::addColumn<bool>("expected");
+
+    QTest::newRow("two readers") << QtLockedFile::ReadLock << QtLockedFile::ReadLock << true;
+    QTest::newRow("reader, writer") << QtLockedFile::ReadLock << QtLockedFile::WriteLock << false;
+    QTest::newRow("writer, reader") << QtLockedFile::WriteLock << QtLockedFile::ReadLock << false;
+    QTest::newRow("two writers") << QtLockedFile::WriteLock << QtLockedFile::WriteLock << false;
+}
+
+void TestLockedFile::exclusion()
+{
+    QFETCH(QtLockedFile::LockMode, held);
+    QFETCH(QtLockedFile::LockMode, wanted);
+    QFETCH(bool, expected);
+
+    Holder holder(path, held);
+    QVERIFY(holder.HasTaken());
+    QtLockedFile file(path);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QCOMPARE(file.lock(wanted, false), expected);
+    QCOMPARE(file.isLocked(), expected);
+    QVERIFY(file.unlock());
+    holder.LetGo();
+    QVERIFY(file.lock(wanted, false));
+}
+
+void TestLockedFile::changeOfMode()
+{
+    QtLockedFile file(path);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QVERIFY(file.lock(QtLockedFile::WriteLock, false));
+    QVERIFY(file.lock(QtLockedFile::WriteLock, false));
+    QVERIFY(file.lock(QtLockedFile::ReadLock, false));
+    Holder reader(path, QtLockedFile::ReadLock);
+    QVERIFY(reader.HasTaken());
+    QVERIFY(!file.lock(QtLockedFile::WriteLock, false));
+    QVERIFY2(!file.isLocked(), "the read lock is lost with the failed change");
+    reader.LetGo();
+    QVERIFY(file.lock(QtLockedFile::WriteLock, false));
+    QVERIFY(file.lock(QtLockedFile::NoLock, false));
+    QVERIFY(Holder(path, QtLockedFile::WriteLock).HasTaken());
+}
+
+void TestLockedFile::tooManyReaders()
+{
+    std::vector<std::unique_ptr<Holder>> readers;
+    for (int i = 0; i < 64; ++i) {
+        readers.push_back(std::make_unique<Holder>(path, QtLockedFile::ReadLock));
+        QVERIFY(readers.back()->HasTaken());
+    }
+    QtLockedFile file(path);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QTest::ignoreMessage(QtWarningMsg, "QtLockedFile::lock(): too many readers");
+    QVERIFY2(!file.lock(QtLockedFile::ReadLock, true), "fails at once instead of blocking");
+    QVERIFY(!file.lock(QtLockedFile::WriteLock, false));
+    readers.at(10)->LetGo();
+    QVERIFY(file.lock(QtLockedFile::ReadLock, false));
+    readers.clear();
+    QVERIFY(file.lock(QtLockedFile::WriteLock, false));
+}
+
+void TestLockedFile::blockingWaits_data()
+{
+    exclusion_data();
+}
+
+void TestLockedFile::blockingWaits()
+{
+    QFETCH(QtLockedFile::LockMode, held);
+    QFETCH(QtLockedFile::LockMode, wanted);
+    QFETCH(bool, expected);
+
+    Holder first(path, held);
+    QVERIFY(first.HasTaken());
+    Holder second(path, wanted, true);
+    QCOMPARE(second.HasDecided(expected ? 30000 : 100), expected);
+    first.LetGo();
+    QVERIFY(expected || second.HasTaken());
+}
+
+void TestLockedFile::lockOutlastsClose()
+{
+    QtLockedFile file(path);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QVERIFY(file.lock(QtLockedFile::WriteLock, false));
+    file.close();
+    QVERIFY(!Holder(path, QtLockedFile::WriteLock).HasTaken());
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QVERIFY(file.unlock());
+    QVERIFY(Holder(path, QtLockedFile::WriteLock).HasTaken());
+}
+
+void TestLockedFile::freedByDeath()
+{
+    QProcess child;
+    child.start(QCoreApplication::applicationFilePath(), {"hold", path});
+    QVERIFY(child.waitForReadyRead(30000));
+    QCOMPARE(child.readLine().trimmed(), QByteArray("taken"));
+    QtLockedFile file(path);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QVERIFY(!file.lock(QtLockedFile::WriteLock, false));
+    child.kill();
+    QVERIFY2(file.lock(QtLockedFile::WriteLock, true), "the lock of a killed process is free");
+    QVERIFY(child.waitForFinished());
+}
+
+int main(int argc, char** argv)
+{
+    if (argc == 3 && qstrcmp(argv[1], "hold") == 0) {
+        return RunChild(argv[2]);
+    }
+    QCoreApplication application(argc, argv);
+    TestLockedFile test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_lockedfile.moc"
