@@ -30,24 +30,6 @@ void AddProtocolOptions(QCommandLineParser& parser)
                       QStringLiteral("NAME"), QStringLiteral("vxcommon")});
 }
 
-/// The schemes that the library tells to be the application's, or those of `schemes` among them.
-int PrintState(const QCommandLineParser& parser, QStringList schemes)
-{
-    const QStringList own =
-        ClickToCall::stateOfProtocols(parser.value(applicationOption), parser.value(organizationOption));
-    bool all = true;
-    if (schemes.isEmpty()) {
-        schemes = ClickToCall::availableProtocols();
-    }
-    RowPrinter printer(parser);
-    for (const QString& scheme : schemes) {
-        const bool isOwn = own.contains(scheme);
-        printer.Print({{QStringLiteral("own"), isOwn}, {QStringLiteral("scheme"), scheme}});
-        all = all && isOwn;
-    }
-    return all || parser.positionalArguments().isEmpty() ? AllValid : SomeFailed;
-}
-
 using ChangeProtocols = std::function<bool(const QList<QString>&, const QString&, const QString&)>;
 
 int Change(const QCommandLineParser& parser, const ChangeProtocols& change)
@@ -81,7 +63,17 @@ int UnregisterApplication(const QCommandLineParser& parser)
 
 int State(const QCommandLineParser& parser)
 {
-    return PrintState(parser, parser.positionalArguments());
+    const QStringList own =
+        ClickToCall::stateOfProtocols(parser.value(applicationOption), parser.value(organizationOption));
+    const QStringList asked = parser.positionalArguments();
+    RowPrinter printer(parser);
+    bool all = true;
+    for (const QString& scheme : asked.isEmpty() ? ClickToCall::availableProtocols() : asked) {
+        const bool isOwn = own.contains(scheme);
+        printer.Print({{QStringLiteral("own"), isOwn}, {QStringLiteral("scheme"), scheme}});
+        all = all && isOwn;
+    }
+    return all || asked.isEmpty() ? AllValid : SomeFailed;
 }
 
 /// Does `job` to each extension and prints what it answered.

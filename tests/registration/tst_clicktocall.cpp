@@ -188,6 +188,7 @@ void TestClickToCall::refused()
     QCOMPARE(log.lines.front().level, static_cast<int>(common::logger::Error));
     QCOMPARE(log.lines.front().channel, QByteArray("common.clicktocall"));
     QCOMPARE(log.lines.front().text, QString("ClickToCall::registerProtocols1"));
+    UserTree::Open()->remove("Software/RegisteredApplications/" + tooLong);
     qputenv("XDG_CONFIG_HOME", config);
 }
 

@@ -54,6 +54,7 @@ void TestVxtool::answers_data()
     row("options of the program that is started", "start|no such program|--json|-x", "", "", 1);
     row("component that is none", "component|register|--admin|--json|none", "",
         "{\"result\":\"0x80004002\",\"file\":\"none\"}\n", 1);
+    row("a clicked address", "--callto|tel:+49 1", "", "--callto tel:+49 1\n", 0);
     row("no input at all", "version|parse", "", "", 0);
     row("single, first", "single|tst_vxtool|unheard", "", "first\ttst_vxtool\n", 0);
 #if VXCOMMON_HAS_QREGEXP
@@ -113,6 +114,10 @@ void TestVxtool::wrongUsage_data()
     QTest::newRow("one folder to copy") << QStringList{"copydir", "a"} << QByteArray("destination");
     QTest::newRow("time-out is no number")
         << QStringList{"process", "wait", "--timeout", "long", "x"} << QByteArray("--timeout");
+    QTest::newRow("watch for no number")
+        << QStringList{"watch", "--for", "-1"} << QByteArray("number of seconds");
+    QTest::newRow("an application without a name")
+        << QStringList{"protocols", "unregister-app", "--application", ""} << QByteArray("must not be empty");
     QTest::newRow("log level is no number")
         << QStringList{"--log", "x", "--log-level", "loud", "version", "parse", "1"} << QByteArray("0 to 7");
 #if VXCOMMON_HAS_LOG4CPP
