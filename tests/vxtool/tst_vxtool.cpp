@@ -19,6 +19,8 @@ private Q_SLOTS:
     void wrongUsage();
     void help();
     void logFile();
+    void unreadableInput();
+    void handOver();
 };
 
 void TestVxtool::answers_data()
@@ -53,6 +55,7 @@ void TestVxtool::answers_data()
     row("component that is none", "component|register|--admin|--json|none", "",
         "{\"result\":\"0x80004002\",\"file\":\"none\"}\n", 1);
     row("no input at all", "version|parse", "", "", 0);
+    row("single, first", "single|tst_vxtool|unheard", "", "first\ttst_vxtool\n", 0);
 #if VXCOMMON_HAS_QREGEXP
     row("sip check from standard input", "sip|check", "a@b.quollsip.com\r\nb\n\n c",
         "NoError\ta@b.quollsip.com\nFormatError\tb\nLengthError\t\nSymbolError\t c\n", 1);
@@ -65,6 +68,9 @@ void TestVxtool::answers_data()
         "{\"ok\":true,\"user\":\"a\",\"domain\":\"b.com\",\"name\":\"A\",\"extension\":\"\",\"port\":"
         "\"5060\"}\n",
         0);
+    row("an empty first cell keeps its column",
+        "sip|parse|--table|--columns|name,port,domain|123|a@b.com:5060", "",
+        "name  port  domain\n\n      5060  b.com\n", 0);
     row("contact", "contact|--json|--name|Ann|skype:ANN", "",
         "{\"kind\":\"SkypeName\",\"address\":\"ann\",\"displayText\":\"skype: "
         "ann\",\"fullAddress\":\"ann@skype.com\","
@@ -93,10 +99,15 @@ void TestVxtool::wrongUsage_data()
 
     QTest::newRow("nothing") << QStringList{} << QByteArray("no command");
     QTest::newRow("unknown command") << QStringList{"nonsense"} << QByteArray("\"nonsense\"");
+    QTest::newRow("single without an id") << QStringList{"single"} << QByteArray("application id");
+    QTest::newRow("single for no time")
+        << QStringList{"single", "a", "--serve", "-1"} << QByteArray("--serve");
     QTest::newRow("half a command") << QStringList{"version"} << QByteArray("\"version\"");
     QTest::newRow("unknown option") << QStringList{"version", "parse", "--frob"} << QByteArray("frob");
     QTest::newRow("unknown option in front")
         << QStringList{"--frob", "version", "parse"} << QByteArray("frob");
+    QTest::newRow("unknown column") << QStringList{"version", "parse", "--columns", "major,frob", "1"}
+                                    << QByteArray("\"frob\"");
     QTest::newRow("three versions") << QStringList{"version", "compare", "1", "2", "3"}
                                     << QByteArray("two versions");
     QTest::newRow("one folder to copy") << QStringList{"copydir", "a"} << QByteArray("destination");
@@ -104,6 +115,10 @@ void TestVxtool::wrongUsage_data()
         << QStringList{"process", "wait", "--timeout", "long", "x"} << QByteArray("--timeout");
     QTest::newRow("log level is no number")
         << QStringList{"--log", "x", "--log-level", "loud", "version", "parse", "1"} << QByteArray("0 to 7");
+#if VXCOMMON_HAS_LOG4CPP
+    QTest::newRow("log in no folder")
+        << QStringList{"--log", "/no/such/folder/a.log", "version", "parse", "1"} << QByteArray("a.log");
+#endif
     QTest::newRow("log without a file")
         << QStringList{"--log-source", "version", "parse", "1"} << QByteArray("--log");
 }
@@ -149,6 +164,34 @@ void TestVxtool::logFile()
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QByteArray text = file.readAll();
     QVERIFY2(text.contains("main: command version parse begins (vxtool::"), text.constData());
+}
+
+void TestVxtool::unreadableInput()
+{
+#ifdef Q_OS_LINUX
+    QProcess process;
+    process.setStandardInputFile(QStringLiteral("/"));
+    process.start(QStringLiteral(VXTOOL_PROGRAM), {"version", "parse"});
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.exitCode(), 1);
+    QVERIFY(process.readAllStandardError().contains("standard input cannot be read"));
+#endif
+}
+
+void TestVxtool::handOver()
+{
+    QProcess first;
+    first.start(QStringLiteral(VXTOOL_PROGRAM), {"single", "tst_vxtool hand-over", "--serve", "60"});
+    QVERIFY(first.waitForReadyRead(60000));
+    QCOMPARE(first.readLine().trimmed(), QByteArray("first\ttst_vxtool hand-over"));
+    const Result second = RunTool({"single", "tst_vxtool hand-over", "hello", "--json"});
+    QCOMPARE(second.exitCode, 0);
+    QCOMPARE(second.output, QByteArray("{\"event\":\"second\",\"text\":\"tst_vxtool hand-over\"}\n"
+                                       "{\"event\":\"sent\",\"text\":\"hello\"}\n"));
+    QVERIFY(first.canReadLine() || first.waitForReadyRead(60000));
+    QCOMPARE(first.readLine().trimmed(), QByteArray("received\thello"));
+    first.kill();
+    QVERIFY(first.waitForFinished());
 }
 
 QTEST_GUILESS_MAIN(TestVxtool)
