@@ -63,7 +63,9 @@ private Q_SLOTS:
     void redirectPolicy();
     void tooManyRequests();
     void slowIsNotSilent();
+#ifndef _WIN32 // Wine's TLS finds no way to use one.
     void clientCertificate();
+#endif
     void verifiedPeer_data();
     void verifiedPeer();
     void actionInsideSslErrors_data();
@@ -178,6 +180,7 @@ void TestHttpServers::slowIsNotSilent()
     QCOMPARE(told->binaryBody, Hello());
 }
 
+#ifndef _WIN32
 void TestHttpServers::clientCertificate()
 {
     request->SetUrl(Url("SERVER_MTLS", "/hello.txt", "https"));
@@ -186,9 +189,11 @@ void TestHttpServers::clientCertificate()
                                QSslCertificate::fromData(Fetch("/server.crt")));
     QVERIFY(request->Get());
     QTRY_VERIFY(told->HasEnded());
+    QVERIFY2(told->events.last() == "finished", qPrintable(told->errorText));
     QCOMPARE(told->Told(), QString("replyFinished, binary, finished"));
     QCOMPARE(told->binaryBody, Hello());
 }
+#endif
 
 void TestHttpServers::verifiedPeer_data()
 {
