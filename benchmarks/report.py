@@ -27,7 +27,7 @@ def load(folder):
                 sys.exit(f"error: {benchmark['name']}: {benchmark['error_message']}")
             if benchmark.get("aggregate_name", "median") != "median":
                 continue
-            parts = [part for part in benchmark["run_name"].split("/") if part not in ("real_time", "process_time")]
+            parts = [part for part in benchmark["run_name"].split("/") if part not in ("real_time", "process_time", "manual_time")]
             parts = [part for part in parts if ":" not in part]
             size = int(parts[2]) if len(parts) > 2 else None
             topics.setdefault(parts[0], {}).setdefault(size, {})[parts[1]] = benchmark

@@ -10,8 +10,13 @@ foreach(module QtCore5Compat QtSvg)
     file(CREATE_LINK "${host_qt_headers}/${module}" "${check_headers}/${module}" SYMBOLIC)
 endforeach()
 
-add_library(windows_syntax_check OBJECT EXCLUDE_FROM_ALL ${log4cpp_sources} ${qregexp_sources} ${qregexp_headers}
-    ${svg_sources} ${svg_headers})
+set(vxtool_dir "${PROJECT_SOURCE_DIR}/examples/vxtool")
+add_library(windows_syntax_check OBJECT EXCLUDE_FROM_ALL
+    ${log4cpp_sources} ${qregexp_sources} ${qregexp_headers} ${svg_sources} ${svg_headers}
+    "${vxtool_dir}/contactcommand.cpp"
+    "${vxtool_dir}/logsetup_log4cpp.cpp"
+    "${vxtool_dir}/sipcommands.cpp"
+    "${vxtool_dir}/webcommand.cpp")
 target_include_directories(windows_syntax_check PRIVATE "${generated_dir}/private")
 target_include_directories(windows_syntax_check SYSTEM PRIVATE
     "${check_headers}" "${check_headers}/QtCore5Compat" "${check_headers}/QtSvg")

@@ -13,7 +13,7 @@ void RunInput(const QByteArray& input)
     if (input.isEmpty()) {
         return;
     }
-    const int limit = static_cast<signed char>(input.front());
+    const int limit = static_cast<unsigned char>(input.front()) - 20;
     QString text((input.size() - 1) / 2, Qt::Uninitialized);
     std::memcpy(text.data(), input.constData() + 1, static_cast<std::size_t>(text.size()) * sizeof(QChar));
 

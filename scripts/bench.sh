@@ -7,6 +7,12 @@ source "$(dirname "$0")/lib.sh"
 results=build/bench/results
 
 scripts/setup.sh bench
+peers=build/bench/peers
+if command -v npm >/dev/null; then
+    [ -d "$peers/node_modules/linkify-it" ] || quietly npm install --no-audit --no-fund --prefix "$peers" linkify-it@5.0.0
+else
+    say "linkify-it is left out: there is no npm"
+fi
 say "Configuring and building (bench)"
 quietly cmake --preset bench
 quietly cmake --build --preset bench

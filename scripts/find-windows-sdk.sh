@@ -5,8 +5,9 @@
 source "$(dirname "$0")/lib.sh"
 
 if [ -n "${VXCOMMON_WINDOWS_SDK:-}" ]; then
+    cd "$caller_dir"
     [ -d "$VXCOMMON_WINDOWS_SDK" ] || die "VXCOMMON_WINDOWS_SDK is \"$VXCOMMON_WINDOWS_SDK\", which is no folder"
-    echo "$VXCOMMON_WINDOWS_SDK"
+    (cd "$VXCOMMON_WINDOWS_SDK" && pwd)
 elif [ -d ../shared/windows-sdk ]; then
     (cd ../shared/windows-sdk && pwd)
 fi

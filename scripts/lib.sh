@@ -2,6 +2,7 @@
 
 set -euo pipefail
 
+caller_dir=$PWD
 project_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$project_dir"
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh demo|gui-demo|test|windows|bench...
+# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh demo|test|windows|bench|fuzz|lint...
 # Asks nothing; runs apt as root or through sudo.
 
 source "$(dirname "$0")/lib.sh"
@@ -18,14 +18,14 @@ packages_of() {
     gui-demo) echo "xvfb openbox xdotool imagemagick python3 dbus-daemon fonts-dejavu-core" ;;
     test) echo "$build valgrind $servers $desktop $packers" ;;
     windows) echo "$build $servers g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
-    bench) echo "$build libbenchmark-dev libspdlog-dev python3" ;;
+    bench) echo "$build $servers curl libbenchmark-dev libspdlog-dev libdeflate-dev nodejs python3" ;;
     fuzz) echo "$build clang" ;;
-    lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev" ;;
+    lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev libdeflate-dev" ;;
     *) die "unknown group \"$1\"; known are: demo gui-demo test windows bench fuzz lint" ;;
     esac
 }
 
-[ $# -gt 0 ] || die "name what to set up: demo, gui-demo, test, windows, bench, fuzz or lint"
+[ $# -gt 0 ] || die "name what to set up: demo, test, windows, bench, fuzz or lint"
 
 missing=()
 for group in "$@"; do

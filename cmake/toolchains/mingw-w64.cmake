@@ -11,7 +11,9 @@ set(CMAKE_CXX_COMPILER ${triplet}-g++-posix)
 set(CMAKE_RC_COMPILER ${triplet}-windres)
 
 # Kept in the cache, since a later run of CMake may not have the environment of the first.
-set(VXCOMMON_WINDOWS_SDK "$ENV{VXCOMMON_WINDOWS_SDK}" CACHE PATH "Folder with qt6/ and openssl/ for mingw-w64")
+if(NOT "$ENV{VXCOMMON_WINDOWS_SDK}" STREQUAL "")
+    set(VXCOMMON_WINDOWS_SDK "$ENV{VXCOMMON_WINDOWS_SDK}" CACHE PATH "Folder with qt6/ and openssl/ for mingw-w64" FORCE)
+endif()
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VXCOMMON_WINDOWS_SDK)
 
 set(CMAKE_FIND_ROOT_PATH /usr/${triplet} "${VXCOMMON_WINDOWS_SDK}/qt6" "${VXCOMMON_WINDOWS_SDK}/openssl")

@@ -44,11 +44,10 @@ int Run(const QCommandLineParser& parser, const Cipher& cipher)
     }
     const QStringList arguments = parser.positionalArguments();
     if (!parser.isSet(rawOption)) {
-        ForEachInput(arguments, [&](const QString& text) {
+        return ExitCodeOf(ForEachInput(arguments, [&](const QString& text) {
             PrintLine(cipher.text(key, text));
             return true;
-        });
-        return AllValid;
+        }));
     }
     if (arguments.size() > 1) {
         return FailUsage(QStringLiteral("one file at a time"), cipher.name);

@@ -17,6 +17,12 @@ enum ExitCode : int
     WrongUsage = 2  ///< The command line makes no sense.
 };
 
+/// The exit code for whether every input was valid, or every job done.
+constexpr ExitCode ExitCodeOf(bool allDone)
+{
+    return allDone ? AllValid : SomeFailed;
+}
+
 /// One subcommand: its words, its help, its options and its work.
 struct Command
 {

@@ -41,7 +41,7 @@ void AddOptions(QCommandLineParser& parser)
 int Contact(const QCommandLineParser& parser)
 {
     RowPrinter printer(parser);
-    ForEachInput(parser.positionalArguments(), [&](const QString& text) {
+    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& text) {
         const auto contact = common::contact::CreateInstance(text, parser.value(nameOption));
         const QString kind = KindName(contact->Kind());
         LOG_MESSAGE(common::logger::Info) << kind << ": " << contact->FullAddress();
@@ -54,8 +54,7 @@ int Contact(const QCommandLineParser& parser)
                        {QStringLiteral("extension"), contact->Extension()},
                        {QStringLiteral("displayName"), contact->DisplayName()}});
         return true;
-    });
-    return AllValid;
+    }));
 }
 
 const CommandRegistration registration{

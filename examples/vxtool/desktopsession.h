@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QtGlobal>
+
 namespace vxtool
 {
 
@@ -11,8 +13,7 @@ public:
     ~DesktopSession();
 
 private:
-    DesktopSession(const DesktopSession&) = delete;
-    DesktopSession& operator=(const DesktopSession&) = delete;
+    Q_DISABLE_COPY(DesktopSession)
 };
 
 } // namespace vxtool

@@ -20,7 +20,26 @@ bool FailRead(const QString& name, const QString& reason)
     return false;
 }
 
-/// Reads through the C library: QFile takes a pipe that is empty for now, or at its end, for a failure.
+// Standard input is read through the C library: QFile takes a pipe that is empty for now for its end.
+
+/// Tells whether reading has come to the end and not to an error, about which it complains.
+bool StandardInputWasRead()
+{
+    return std::ferror(stdin) == 0 || FailRead(QStringLiteral("standard input"), qt_error_string());
+}
+
+/// Reads up to the next line feed, which it drops; false at the end.
+bool ReadLine(QByteArray& line)
+{
+    line.clear();
+    int byte = std::getc(stdin);
+    const bool atEnd = byte == EOF;
+    for (; byte != EOF && byte != '\n'; byte = std::getc(stdin)) {
+        line.append(static_cast<char>(byte));
+    }
+    return !atEnd;
+}
+
 bool ReadStandardInput(QByteArray& bytes)
 {
     std::array<char, 65536> chunk;
@@ -28,7 +47,7 @@ bool ReadStandardInput(QByteArray& bytes)
         size = std::fread(chunk.data(), 1, chunk.size(), stdin);
         bytes.append(chunk.data(), static_cast<qsizetype>(size));
     }
-    return std::ferror(stdin) == 0 || FailRead(QStringLiteral("standard input"), qt_error_string());
+    return StandardInputWasRead();
 }
 
 } // namespace
@@ -42,20 +61,13 @@ bool ForEachInput(const QStringList& arguments, const std::function<bool(const Q
         }
         return allValid;
     }
-    QFile input;
-    if (!input.open(stdin, QIODevice::ReadOnly)) {
-        return false;
-    }
-    for (QByteArray line = input.readLine(); !line.isEmpty(); line = input.readLine()) {
-        if (line.endsWith('\n')) {
-            line.chop(1);
-        }
+    for (QByteArray line; ReadLine(line);) {
         if (line.endsWith('\r')) {
             line.chop(1);
         }
         allValid = handle(QString::fromUtf8(line)) && allValid;
     }
-    return allValid;
+    return StandardInputWasRead() && allValid;
 }
 
 bool ReadInput(const QStringList& arguments, QByteArray& bytes)

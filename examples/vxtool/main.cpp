@@ -7,6 +7,7 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QFile>
 
 #include <algorithm>
 
@@ -21,6 +22,7 @@ const QString logLevelOption = QStringLiteral("log-level");
 const QString logSourceOption = QStringLiteral("log-source");
 const QString helpOption = QStringLiteral("help");
 const QString versionOption = QStringLiteral("version");
+const QString callOption = QStringLiteral("callto");
 
 /// The options that stand before or behind any command.
 void AddGlobalOptions(QCommandLineParser& parser)
@@ -92,8 +94,14 @@ QString StartLog(const QCommandLineParser& parser)
         const bool pointless = options.source || parser.isSet(logLevelOption) || parser.isSet(logOption);
         return pointless ? QStringLiteral("a log needs a file: --log FILE") : QString();
     }
-    return SetUpLog(options) ? QString()
-                             : QStringLiteral("this build has no log4cpp, so --log is not available");
+    if (!SetUpLog(options)) {
+        return QStringLiteral("this build has no log4cpp, so --log is not available");
+    }
+    // log4cpp keeps silent about a file that it cannot open.
+    QFile file(options.file);
+    return file.open(QIODevice::Append)
+               ? QString()
+               : QStringLiteral("the log %1 cannot be written: %2").arg(options.file, file.errorString());
 }
 
 /// Runs `command`; `leading` is the program and the options before the command's name, `words` what stands
@@ -129,6 +137,10 @@ int Run(const QStringList& arguments)
     globalParser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
     AddGlobalOptions(globalParser);
     globalParser.addOption({{QStringLiteral("v"), versionOption}, QStringLiteral("Show the version.")});
+    globalParser.addOption({callOption,
+                            QStringLiteral("Show ADDRESS and end. So does a click on an address whose scheme "
+                                           "was registered by 'protocols register'."),
+                            QStringLiteral("ADDRESS")});
     if (!globalParser.parse(arguments)) {
         return FailUsage(globalParser.errorText());
     }
@@ -138,6 +150,10 @@ int Run(const QStringList& arguments)
     }
     if (globalParser.isSet(versionOption)) {
         PrintLine(QStringLiteral("vxtool ") + QCoreApplication::applicationVersion());
+        return AllValid;
+    }
+    if (globalParser.isSet(callOption)) {
+        PrintLine(QStringLiteral("--callto ") + globalParser.value(callOption));
         return AllValid;
     }
 
@@ -170,10 +186,5 @@ int main(int argc, char* argv[])
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("vxtool"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VXCOMMON_VERSION));
-    const int exitCode = vxtool::Run(QCoreApplication::arguments());
-    if (!vxtool::FinishOutput()) {
-        vxtool::PrintError(QStringLiteral("vxtool: standard output cannot be written"));
-        return vxtool::SomeFailed;
-    }
-    return exitCode;
+    return vxtool::FinishOutput(vxtool::Run(QCoreApplication::arguments()));
 }

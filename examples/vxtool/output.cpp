@@ -1,11 +1,12 @@
 #include "output.h"
 
+#include "command.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 
 #include <algorithm>
 #include <cstdio>
-#include <iterator>
 
 namespace vxtool
 {
@@ -22,6 +23,9 @@ constexpr qsizetype maxCellWidth = 44;
 
 /// Whether something could not be written to standard output: a full disk, or a reader that went away.
 bool outputFailed = false;
+
+/// A name given to --columns that no row has.
+QString unknownColumn;
 
 void Print(std::FILE* file, const QByteArray& bytes)
 {
@@ -63,7 +67,11 @@ QString TabText(const Row& row)
 QString TableCellText(const QJsonValue& value)
 {
     const QString text = CellText(value);
-    return text.size() <= maxCellWidth ? text : text.left(maxCellWidth - 1) + QChar(0x2026);
+    if (text.size() <= maxCellWidth) {
+        return text;
+    }
+    const bool insidePair = text.at(maxCellWidth - 2).isHighSurrogate();
+    return text.left(maxCellWidth - (insidePair ? 2 : 1)) + QChar(0x2026);
 }
 
 void PrintTable(const std::vector<Row>& rows)
@@ -90,7 +98,10 @@ void PrintTable(const std::vector<Row>& rows)
         for (std::size_t column = 0; column < widths.size(); ++column) {
             text += line.at(static_cast<qsizetype>(column)).leftJustified(widths[column] + 2);
         }
-        PrintLine(text.trimmed());
+        while (text.endsWith(u' ')) {
+            text.chop(1);
+        }
+        PrintLine(text);
     }
 }
 
@@ -111,9 +122,16 @@ void PrintBytes(const QByteArray& bytes)
     Print(stdout, bytes);
 }
 
-bool FinishOutput()
+int FinishOutput(int exitCode)
 {
-    return std::fflush(stdout) == 0 && !outputFailed;
+    if (!unknownColumn.isEmpty()) {
+        return FailUsage(QStringLiteral("--columns: there is no value \"%1\" here").arg(unknownColumn));
+    }
+    if (std::fflush(stdout) != 0 || outputFailed) {
+        PrintError(QStringLiteral("vxtool: standard output cannot be written"));
+        return SomeFailed;
+    }
+    return exitCode;
 }
 
 void RowPrinter::AddOptions(QCommandLineParser& parser)
@@ -143,6 +161,9 @@ RowPrinter::~RowPrinter()
 void RowPrinter::Print(const Row& row)
 {
     const Row shown = ShownPart(row);
+    if (!unknownColumn.isEmpty()) {
+        return;
+    }
     switch (style) {
     case Style::Tabs:
         PrintLine(TabText(shown));
@@ -162,8 +183,15 @@ Row RowPrinter::ShownPart(const Row& row) const
         return row;
     }
     Row shown;
-    std::copy_if(row.begin(), row.end(), std::back_inserter(shown),
-                 [this](const auto& value) { return columns.contains(value.first); });
+    for (const QString& column : columns) {
+        const auto value = std::find_if(
+            row.begin(), row.end(), [&column](const auto& candidate) { return candidate.first == column; });
+        if (value != row.end()) {
+            shown.push_back(*value);
+        } else {
+            unknownColumn = column;
+        }
+    }
     return shown;
 }
 

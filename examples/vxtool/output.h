@@ -15,8 +15,9 @@ void PrintLine(const QString& line);      ///< To standard output, in UTF-8.
 void PrintError(const QString& line);     ///< To standard error, in UTF-8.
 void PrintBytes(const QByteArray& bytes); ///< To standard output, as they are.
 
-/// Writes out what is still held back; false if anything of standard output was lost on the way.
-bool FinishOutput();
+/// Writes out what is still held back. Returns `exitCode`, or another if output was lost or could not be
+/// made.
+int FinishOutput(int exitCode);
 
 /// What a command found for one input: named values in their order.
 using Row = std::vector<std::pair<QString, QJsonValue>>;
@@ -51,7 +52,7 @@ private:
     Row ShownPart(const Row& row) const;
 
     Style style;
-    QStringList columns; ///< Names of the values to show; empty for all.
+    QStringList columns; ///< Names of the values to show, in this order; empty for all.
     std::vector<Row> tableRows;
 };
 

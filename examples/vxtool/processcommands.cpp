@@ -28,7 +28,7 @@ int ForEachName(const QCommandLineParser& parser, const QJsonValue& expected,
         printer.Print({{QStringLiteral("result"), answer}, {QStringLiteral("name"), name}});
         return answer == expected;
     });
-    return allDone ? AllValid : SomeFailed;
+    return ExitCodeOf(allDone);
 }
 
 int Exists(const QCommandLineParser& parser)
@@ -83,7 +83,7 @@ int List(const QCommandLineParser& parser)
         printer.Print({{QStringLiteral("id"), static_cast<qint64>(id)}, {QStringLiteral("name"), name}});
         return id != 0;
     });
-    return allFound ? AllValid : SomeFailed;
+    return ExitCodeOf(allFound);
 }
 
 int Terminate(const QCommandLineParser& parser)
@@ -96,7 +96,7 @@ int Terminate(const QCommandLineParser& parser)
         }
         return isNumber && ProcHelper::Terminate(id);
     });
-    return allAreIds ? AllValid : SomeFailed;
+    return ExitCodeOf(allAreIds);
 }
 
 int Modules(const QCommandLineParser& parser)

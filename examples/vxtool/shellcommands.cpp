@@ -21,11 +21,6 @@ const QString tolerateOption = QStringLiteral("tolerate");
 const QString filterOption = QStringLiteral("filter");
 const QString adminOption = QStringLiteral("admin");
 
-int ExitCodeOf(bool done)
-{
-    return done ? AllValid : SomeFailed;
-}
-
 int Paths(const QCommandLineParser& parser)
 {
     RowPrinter printer(parser);
@@ -116,13 +111,12 @@ void AddScanOptions(QCommandLineParser& parser)
 int Scan(const QCommandLineParser& parser)
 {
     RowPrinter printer(parser);
-    ForEachInput(parser.positionalArguments(), [&](const QString& path) {
+    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& path) {
         for (const QString& file : Shell::ScanFiles(path, parser.values(filterOption))) {
             printer.Print({{QStringLiteral("file"), file}});
         }
         return true;
-    });
-    return AllValid;
+    }));
 }
 
 void AddComponentOptions(QCommandLineParser& parser)

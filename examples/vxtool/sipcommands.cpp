@@ -41,7 +41,7 @@ int Check(const QCommandLineParser& parser)
         printer.Print({{QStringLiteral("result"), ErrorName(error)}, {QStringLiteral("id"), id}});
         return error == SipId::NoError;
     });
-    return allValid ? AllValid : SomeFailed;
+    return ExitCodeOf(allValid);
 }
 
 int Parse(const QCommandLineParser& parser)
@@ -65,7 +65,7 @@ int Parse(const QCommandLineParser& parser)
                        {QStringLiteral("port"), port}});
         return ok;
     });
-    return allValid ? AllValid : SomeFailed;
+    return ExitCodeOf(allValid);
 }
 
 int CheckPassword(const QCommandLineParser& parser)
@@ -76,7 +76,7 @@ int CheckPassword(const QCommandLineParser& parser)
         printer.Print({{QStringLiteral("good"), good}, {QStringLiteral("password"), password}});
         return good;
     });
-    return allValid ? AllValid : SomeFailed;
+    return ExitCodeOf(allValid);
 }
 
 const CommandRegistration registration{

@@ -23,11 +23,10 @@ const QString splitName = QStringLiteral("split");
 
 int Convert(const QStringList& arguments, const std::function<QString(const QString&)>& convert)
 {
-    ForEachInput(arguments, [&convert](const QString& text) {
+    return ExitCodeOf(ForEachInput(arguments, [&convert](const QString& text) {
         PrintLine(convert(text));
         return true;
-    });
-    return AllValid;
+    }));
 }
 
 int Hex(const QCommandLineParser& parser)
@@ -57,7 +56,7 @@ int Md5(const QCommandLineParser& parser)
         allRead = isRead && allRead;
         arguments = arguments.mid(1);
     } while (!arguments.isEmpty());
-    return allRead ? AllValid : SomeFailed;
+    return ExitCodeOf(allRead);
 }
 
 void AddUuidFormOptions(QCommandLineParser& parser)
@@ -99,7 +98,7 @@ int Split(const QCommandLineParser& parser)
                          splitName);
     }
     RowPrinter printer(parser);
-    ForEachInput(parser.positionalArguments(), [&](const QString& text) {
+    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& text) {
         const QStringList pieces = isUtf8 ? splitter::Utf8(text, limit) : splitter::Ucs2(text, limit);
         for (const QString& piece : pieces) {
             printer.Print({{QStringLiteral("units"), piece.size()},
@@ -107,8 +106,7 @@ int Split(const QCommandLineParser& parser)
                            {QStringLiteral("text"), piece}});
         }
         return true;
-    });
-    return AllValid;
+    }));
 }
 
 const CommandRegistration registration{

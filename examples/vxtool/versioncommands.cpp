@@ -17,7 +17,7 @@ using common::Version;
 int Parse(const QCommandLineParser& parser)
 {
     RowPrinter printer(parser);
-    ForEachInput(parser.positionalArguments(), [&printer](const QString& text) {
+    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&printer](const QString& text) {
         const Version version(text);
         printer.Print({{QStringLiteral("version"), version.ToString()},
                        {QStringLiteral("major"), static_cast<qint64>(version.Major())},
@@ -25,8 +25,7 @@ int Parse(const QCommandLineParser& parser)
                        {QStringLiteral("build"), static_cast<qint64>(version.Build())},
                        {QStringLiteral("release"), static_cast<qint64>(version.Release())}});
         return true;
-    });
-    return AllValid;
+    }));
 }
 
 QString Relation(const Version& a, const Version& b)
@@ -59,7 +58,7 @@ int Compare(const QCommandLineParser& parser)
         const bool allValid = ForEachInput(arguments, [&compare](const QString& line) {
             return compare(line.split(u' ', Qt::SkipEmptyParts));
         });
-        return allValid ? AllValid : SomeFailed;
+        return ExitCodeOf(allValid);
     }
     return compare(arguments) ? AllValid : WrongUsage;
 }

@@ -28,13 +28,12 @@ QString LocaleName(Web::Locale locale)
 int WebAddress(const QCommandLineParser& parser)
 {
     RowPrinter printer(parser);
-    ForEachInput(parser.positionalArguments(), [&printer](const QString& sipId) {
+    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&printer](const QString& sipId) {
         printer.Print({{QStringLiteral("url"), Web::GetWebServisesUrl(sipId)},
                        {QStringLiteral("locale"), LocaleName(Web::GetLocale(sipId))},
                        {QStringLiteral("id"), sipId}});
         return true;
-    });
-    return AllValid;
+    }));
 }
 
 const CommandRegistration registration{

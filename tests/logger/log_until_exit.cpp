@@ -1,5 +1,5 @@
 // Logs through log4cpp from its first static constructor to its last static destructor, while threads that
-// nobody stopped still log. Arguments: the log file; then "config" and a property file, or nothing.
+// nobody stopped still log. Arguments: the log file; then a property file, or nothing.
 
 #include <common/logger/logger.h>
 
@@ -33,7 +33,27 @@ struct Speaker
     const char* name;
 };
 
-// Made before the backend exists, so it dies after it.
+/// Uses loggers that have ended in all ways there are.
+struct Latecomer
+{
+    ~Latecomer()
+    {
+        logger::ILogger* log = logger::GetLog4cpp();
+        logger::Message(log, nullptr, logger::Fatal, nullptr, nullptr, 0).GetStream()
+            << "early, on no channel";
+        log->SetLevel(logger::Debug);
+        log->Configure(logger::Debug, logger::Console | logger::RollingFile, logger::PatternLayout, QString(),
+                       QString(), QString(), QString(), QStringLiteral("/dev/null"), 1000, 1);
+        log->SetFileLoggingEnabled(true);
+        logger::SetLogger(defaultLogger);
+        LOG_MESSAGE(logger::Error) << "early, by the default logger";
+    }
+
+    logger::ILogger* defaultLogger = nullptr;
+};
+
+// Made before the backend exists, so they die after it.
+Latecomer latecomer;
 const Speaker early("early");
 
 } // namespace
@@ -44,7 +64,7 @@ int main(int argc, char* argv[])
         return 2;
     }
     logger::ILogger* log = logger::GetLog4cpp();
-    logger::SetLogger(log);
+    latecomer.defaultLogger = logger::SetLogger(log);
     const QString logFile = QString::fromLocal8Bit(argv[1]);
     const QString configFile = argc > 2 ? QString::fromLocal8Bit(argv[2]) : QString();
     log->Configure(logger::Debug, logger::RollingFile | logger::Debugger, logger::PatternLayout,

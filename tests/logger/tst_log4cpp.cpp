@@ -95,6 +95,7 @@ private Q_SLOTS:
     void badPlaces_data();
     void badPlaces();
     void vanishingDirectory();
+    void negativeBackups();
     void threadsIntoOneRollingFile();
     void channels();
     void qtMessages();
@@ -388,6 +389,20 @@ void TestLog4cpp::vanishingDirectory()
     logger::GetLogger()->SetFileLoggingEnabled(true);
     LOG_MESSAGE(logger::Info) << "after";
     QCOMPARE(ReadFile(setup.logFile), "after\n");
+}
+
+void TestLog4cpp::negativeBackups()
+{
+    Setup setup;
+    setup.logFile = File("a.log");
+    setup.maxFileSize = 100;
+    setup.maxBackups = -1;
+    setup.Apply();
+    for (int i = 0; i < 50; ++i) {
+        LogOnMain("a line of which ten are enough for a rollover");
+    }
+    QVERIFY(ReadFile(setup.logFile).size() < 1000);
+    QVERIFY(!QFile::exists(File("a.log.2")));
 }
 
 void TestLog4cpp::threadsIntoOneRollingFile()

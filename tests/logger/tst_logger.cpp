@@ -275,6 +275,7 @@ void TestLogger::qtMessagesArrive_data()
     QTest::newRow("info counts as debug") << int(QtInfoMsg) << 7;
     QTest::newRow("warning") << int(QtWarningMsg) << 4;
     QTest::newRow("critical") << int(QtCriticalMsg) << 3;
+    QTest::newRow("fatal") << int(QtFatalMsg) << 2;
 }
 
 void TestLogger::qtMessagesArrive()
@@ -282,24 +283,9 @@ void TestLogger::qtMessagesArrive()
     QFETCH(int, type);
     QFETCH(int, level);
 
-    const QtMessageHandler testHandler = qInstallMessageHandler(libraryHandler);
     RecordingLogger recorder;
-    const QMessageLogger qtLogger("f.cpp", 3, "n::F", "some.category");
-    switch (type) {
-    case QtDebugMsg:
-        qtLogger.debug("t\xC3\xA9xt");
-        break;
-    case QtInfoMsg:
-        qtLogger.info("t\xC3\xA9xt");
-        break;
-    case QtWarningMsg:
-        qtLogger.warning("t\xC3\xA9xt");
-        break;
-    default:
-        qtLogger.critical("t\xC3\xA9xt");
-        break;
-    }
-    qInstallMessageHandler(testHandler);
+    libraryHandler(QtMsgType(type), QMessageLogContext("f.cpp", 3, "n::F", "some.category"),
+                   QStringLiteral("t\u00E9xt"));
 
     QCOMPARE(recorder.lines.size(), 1u);
     QCOMPARE(recorder.lines.front().level, level);

@@ -25,6 +25,9 @@ endfunction()
 
 run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${prefix}")
 
+# The installed tool finds the installed library by itself.
+run("${prefix}/bin/vxtool" --version)
+
 # The example of the README is this very program.
 file(READ "${consumer_dir}/main.cpp" program)
 file(READ "${SOURCE_DIR}/README.md" readme)

@@ -40,13 +40,13 @@ void Unmark()
 void Mark()
 {
     if (std::FILE* const file = std::fopen(std::getenv("COMPONENT_FILE"), "w")) {
-        std::fclose(file);
+        static_cast<void>(std::fclose(file));
     }
 }
 
 void Unmark()
 {
-    std::remove(std::getenv("COMPONENT_FILE"));
+    static_cast<void>(std::remove(std::getenv("COMPONENT_FILE")));
 }
 #endif
 

@@ -46,10 +46,10 @@ void Report(const char* path, const char* handle)
 
 int main(int argc, char* argv[])
 {
-    std::signal(SIGTERM, SIG_IGN);
+    static_cast<void>(std::signal(SIGTERM, SIG_IGN));
     if (argc > 2) {
         Report(argv[2], argc > 3 ? argv[3] : "0");
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(argc > 1 ? std::atoi(argv[1]) : 0));
+    std::this_thread::sleep_for(std::chrono::milliseconds(argc > 1 ? std::strtol(argv[1], nullptr, 10) : 0));
     return 0;
 }

@@ -117,19 +117,17 @@ void TestShell::tempPath()
     QVERIFY(!QFileInfo::exists(path));
 
     constexpr int namesEach = 500;
-    QStringList names[2];
-    std::thread threads[2];
-    for (int i = 0; i < 2; ++i) {
-        threads[i] = std::thread([&list = names[i]] {
-            for (int n = 0; n < namesEach; ++n) {
-                list += Shell::TempPath().section(u'_', -1);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    const QStringList all = names[0] + names[1];
+    const auto takeNames = [](QStringList* names) {
+        for (int n = 0; n < namesEach; ++n) {
+            *names += Shell::TempPath().section(u'_', -1);
+        }
+    };
+    QStringList names;
+    QStringList others;
+    std::thread thread(takeNames, &names);
+    takeNames(&others);
+    thread.join();
+    const QStringList all = names + others;
     QCOMPARE(QSet<QString>(all.begin(), all.end()).size(), 2 * namesEach);
 }
 
@@ -342,7 +340,7 @@ void TestShell::moveDir()
     QFETCH(bool, result);
     QFETCH(QStringList, lines);
 
-    const auto place = [this](QString name) {
+    const auto place = [this](const QString& name) {
         const bool hasDrive = name.size() > 1 && name.at(1) == u':' && name.at(0) != u' ';
         return hasDrive ? OnDrive(name.at(0).toLatin1(), name.mid(2)) : name;
     };

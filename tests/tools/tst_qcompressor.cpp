@@ -3,6 +3,8 @@
 #include <QRandomGenerator>
 #include <QTest>
 
+#include <zlib.h>
+
 using tools::QCompressor;
 
 namespace
@@ -30,6 +32,34 @@ QByteArray Packed(const QByteArray& input, int level = 6)
     return output;
 }
 
+/// Chunk by chunk, each one appended by itself: what damaged streams must give.
+bool StepwiseDecompress(const QByteArray& input, QByteArray& output)
+{
+    z_stream stream{};
+    if (inflateInit2(&stream, 31) != Z_OK) {
+        return false;
+    }
+    int result = Z_OK;
+    for (qsizetype position = 0; position < input.size() && result != Z_STREAM_END; position += chunkSize) {
+        QByteArray in = input.mid(position, chunkSize);
+        stream.next_in = reinterpret_cast<Bytef*>(in.data());
+        stream.avail_in = static_cast<uInt>(in.size());
+        do {
+            QByteArray out(chunkSize, Qt::Uninitialized);
+            stream.next_out = reinterpret_cast<Bytef*>(out.data());
+            stream.avail_out = chunkSize;
+            result = inflate(&stream, Z_NO_FLUSH);
+            if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) {
+                inflateEnd(&stream);
+                return false;
+            }
+            output += out.first(chunkSize - qsizetype{stream.avail_out});
+        } while (stream.avail_out == 0);
+    }
+    inflateEnd(&stream);
+    return result == Z_STREAM_END;
+}
+
 } // namespace
 
 class TestQCompressor : public QObject
@@ -46,6 +76,7 @@ private Q_SLOTS:
     void sameObject();
     void truncated();
     void flippedBits();
+    void damagedLikeStepwise();
     void bomb();
 };
 
@@ -176,6 +207,25 @@ void TestQCompressor::flippedBits()
             // Header fields that are only told, and bits that pad the last byte, may differ.
             QVERIFY(!success || output == input);
         }
+    }
+}
+
+void TestQCompressor::damagedLikeStepwise()
+{
+    // Parts that pack well, badly and to exact multiples of a chunk.
+    const QByteArray packed =
+        Packed(QByteArray(3 * chunkSize, 'a') + Noise(chunkSize) + QByteArray("abc").repeated(chunkSize));
+    QRandomGenerator random(4);
+    for (int i = 0; i < 1500; ++i) {
+        QByteArray damaged = packed;
+        const int position = random.bounded(static_cast<int>(packed.size()));
+        damaged[i % 3 == 0 ? packed.size() - 1 - position % 400 : position] =
+            static_cast<char>(random.generate());
+        QByteArray output;
+        QByteArray expected;
+        const bool success = QCompressor::gzipDecompress(damaged, output);
+        QCOMPARE(success, StepwiseDecompress(damaged, expected));
+        QVERIFY(output == expected);
     }
 }
 

@@ -19,6 +19,7 @@ private Q_SLOTS:
     void wrongUsage();
     void help();
     void logFile();
+    void unreadableInput();
     void handOver();
 };
 
@@ -67,6 +68,9 @@ void TestVxtool::answers_data()
         "{\"ok\":true,\"user\":\"a\",\"domain\":\"b.com\",\"name\":\"A\",\"extension\":\"\",\"port\":"
         "\"5060\"}\n",
         0);
+    row("an empty first cell keeps its column",
+        "sip|parse|--table|--columns|name,port,domain|123|a@b.com:5060", "",
+        "name  port  domain\n\n      5060  b.com\n", 0);
     row("contact", "contact|--json|--name|Ann|skype:ANN", "",
         "{\"kind\":\"SkypeName\",\"address\":\"ann\",\"displayText\":\"skype: "
         "ann\",\"fullAddress\":\"ann@skype.com\","
@@ -102,6 +106,8 @@ void TestVxtool::wrongUsage_data()
     QTest::newRow("unknown option") << QStringList{"version", "parse", "--frob"} << QByteArray("frob");
     QTest::newRow("unknown option in front")
         << QStringList{"--frob", "version", "parse"} << QByteArray("frob");
+    QTest::newRow("unknown column") << QStringList{"version", "parse", "--columns", "major,frob", "1"}
+                                    << QByteArray("\"frob\"");
     QTest::newRow("three versions") << QStringList{"version", "compare", "1", "2", "3"}
                                     << QByteArray("two versions");
     QTest::newRow("one folder to copy") << QStringList{"copydir", "a"} << QByteArray("destination");
@@ -109,6 +115,10 @@ void TestVxtool::wrongUsage_data()
         << QStringList{"process", "wait", "--timeout", "long", "x"} << QByteArray("--timeout");
     QTest::newRow("log level is no number")
         << QStringList{"--log", "x", "--log-level", "loud", "version", "parse", "1"} << QByteArray("0 to 7");
+#if VXCOMMON_HAS_LOG4CPP
+    QTest::newRow("log in no folder")
+        << QStringList{"--log", "/no/such/folder/a.log", "version", "parse", "1"} << QByteArray("a.log");
+#endif
     QTest::newRow("log without a file")
         << QStringList{"--log-source", "version", "parse", "1"} << QByteArray("--log");
 }
@@ -154,6 +164,18 @@ void TestVxtool::logFile()
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QByteArray text = file.readAll();
     QVERIFY2(text.contains("main: command version parse begins (vxtool::"), text.constData());
+}
+
+void TestVxtool::unreadableInput()
+{
+#ifdef Q_OS_LINUX
+    QProcess process;
+    process.setStandardInputFile(QStringLiteral("/"));
+    process.start(QStringLiteral(VXTOOL_PROGRAM), {"version", "parse"});
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.exitCode(), 1);
+    QVERIFY(process.readAllStandardError().contains("standard input cannot be read"));
+#endif
 }
 
 void TestVxtool::handOver()

@@ -8,6 +8,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
@@ -60,7 +61,7 @@ int ListenSilently(const QByteArray& path)
 int RunAsChild(const QStringList& arguments)
 {
     const RecordingLogger log;
-    const QString job = arguments.at(1);
+    const QString& job = arguments.at(1);
     bool result = false;
     if (job == "folders") {
         std::puts(qPrintable(Shell::AppPath()));
@@ -118,7 +119,7 @@ private Q_SLOTS:
     void shortcutThatCannotBe();
     void removeAfterExit_data();
     void removeAfterExit();
-    void copyOfAPipe();
+    void unusualFiles();
 
 private:
     void StartBus();
@@ -390,16 +391,27 @@ void TestDesktop::removeAfterExit()
     QVERIFY(QFileInfo(dir->filePath("other/sub")).isDir());
 }
 
-void TestDesktop::copyOfAPipe()
+void TestDesktop::unusualFiles()
 {
     const QString pipe = dir->filePath("pipe");
     QCOMPARE(mkfifo(pipe.toUtf8().constData(), 0600), 0);
     QVERIFY(QFile::link("pipe", dir->filePath("link")));
     QVERIFY(!Shell::Copy(pipe, dir->filePath("copy"), true));
     QVERIFY(!Shell::Copy(dir->filePath("link"), dir->filePath("copy"), true));
+    QVERIFY(QFile::link("nowhere", dir->filePath("dangling")));
+    WriteFile(dir->filePath(".hidden"), "");
+    WriteFile(dir->filePath("bin/.hidden"), "");
+    QVERIFY(QFile::link("bin", dir->filePath("folder")));
+    WriteFile(dir->filePath("bin/x"), "");
+    const QByteArray noText = QFile::encodeName(dir->path()) + "/\xff";
+    QCOMPARE(mkfifo(noText.constData(), 0600), 0);
     QStringList found = Shell::ScanFiles(dir->path(), {});
     found.sort();
-    QCOMPARE(found, QStringList({dir->filePath("link"), pipe}));
+    const QStringList expected{"bin/x", "dangling", "folder/x", "link", "pipe"};
+    QCOMPARE(found, QStringList(expected).replaceInStrings(QRegularExpression("^"), dir->path() + '/'));
+    QDir base(dir->path()); // The same by Qt.
+    QCOMPARE(base.entryList(QDir::Files | QDir::System | QDir::NoDotAndDotDot, QDir::Name),
+             QStringList({"dangling", "link", "pipe"}));
 }
 
 int main(int argc, char* argv[])

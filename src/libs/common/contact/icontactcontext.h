@@ -43,7 +43,7 @@ Q_SIGNALS:
 VXCOMMON_EXPORT QSharedPointer<IContactContext> CreateInstance(const QString& number, const QString& domain,
                                                                const QString& name, const QString& extension);
 
-/// Makes a contact from an address text. A display name inside `uri` is dropped.
+/// Makes a contact from an address text. Only `name` names it, whatever a name-addr in `uri` says.
 VXCOMMON_EXPORT QSharedPointer<IContactContext> CreateInstance(const QString& uri, const QString& name);
 
 } // namespace common::contact

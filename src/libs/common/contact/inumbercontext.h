@@ -12,14 +12,14 @@ namespace common::contact::number
 /// What kind of address a number context holds.
 enum NumberKind : int
 {
-    ServiceNumber = 0, ///< An address inside the service's own SIP domain.
-    PhoneNumber = 1,   ///< A plain telephone number.
-    SipAddress = 2,    ///< Any other SIP address, or a number that begins with "000".
+    ServiceNumber = 0, ///< Its domain is the service's or lies below it.
+    PhoneNumber = 1,   ///< Digits and separators.
+    SipAddress = 2,    ///< A name elsewhere, or digits led by "000".
     SkypeName = 3      ///< A Skype name.
 };
 
 /**
- * The party to call: one address in normal form, its kind, and the forms that dialler and interface need.
+ * Whom to call: an address brought into one form, what sort of address it is, and how to dial and show it.
  *
  * Immutable, so it may be read from any thread. As a QObject it belongs to the thread that made it.
  */

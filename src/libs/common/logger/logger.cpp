@@ -32,13 +32,11 @@ QDebug OpenQtStream(const QMessageLogger& qtLogger, int level, const QLoggingCat
     }
 }
 
-/// The logger that is current from the start. Static, so Destroy leaves it alone; it ends with the program.
+/// The logger that is current from the start. Static, so Destroy leaves it alone.
 class DefaultLogger final : public Logger
 {
 public:
     constexpr DefaultLogger() = default;
-    /// Statements in later destructors must find no dead object.
-    ~DefaultLogger() override;
 
 private:
     Q_DISABLE_COPY(DefaultLogger)
@@ -46,22 +44,42 @@ private:
     void DoDestroy() override {}
 };
 
-ILogger* GetDefaultLogger()
+/// Keeps the default logger from being destroyed: a late destructor may put it back and log through it.
+union DefaultLoggerStorage {
+    constexpr DefaultLoggerStorage()
+        : logger()
+    {}
+    ~DefaultLoggerStorage() {}
+
+    DefaultLogger logger;
+};
+
+DefaultLoggerStorage defaultLogger;
+
+/// The end of the default logger's life as the current one: it is let go when the program ends.
+class DefaultLoggerEnd
 {
-    static DefaultLogger logger;
-    return &logger;
-}
+public:
+    explicit DefaultLoggerEnd(std::atomic<ILogger*>& current_)
+        : current(current_)
+    {}
+    ~DefaultLoggerEnd()
+    {
+        ILogger* logger = &defaultLogger.logger;
+        current.compare_exchange_strong(logger, nullptr);
+    }
+
+private:
+    Q_DISABLE_COPY(DefaultLoggerEnd)
+
+    std::atomic<ILogger*>& current;
+};
 
 std::atomic<ILogger*>& CurrentLogger()
 {
-    static std::atomic<ILogger*> logger = GetDefaultLogger();
-    return logger;
-}
-
-DefaultLogger::~DefaultLogger()
-{
-    ILogger* self = this;
-    CurrentLogger().compare_exchange_strong(self, nullptr);
+    static std::atomic<ILogger*> current{&defaultLogger.logger};
+    static const DefaultLoggerEnd end(current);
+    return current;
 }
 
 } // namespace

@@ -32,7 +32,7 @@
 namespace common::logger
 {
 
-/// Severity of a message and threshold of a logger; the lower the number, the more severe.
+/// Severity of a message and threshold of a logger. The worst comes first: a small number is a grave message.
 enum Level : int
 {
     Fatal = 0,
@@ -55,8 +55,8 @@ struct Channel
 /// Bits of the `options` argument of ILogger::Configure.
 enum Option : unsigned int
 {
-    ShowSource = 1,      ///< Append the source location to each line.
-    ShowFunction = 2,    ///< Show the function name in the source location, too.
+    ShowSource = 1,      ///< End each line in where its statement stands.
+    ShowFunction = 2,    ///< Tell there in which function, too.
     PatternLayout = 256, ///< Lines by a conversion pattern; wins over the two below.
     SimpleLayout = 512,  ///< log4cpp's SimpleLayout.
     BasicLayout = 1024   ///< log4cpp's BasicLayout; wins over SimpleLayout.
@@ -93,7 +93,7 @@ protected:
 class VXCOMMON_EXPORT ILogger
 {
 public:
-    /// Takes one finished message. Never reports failure; a logger that cannot write drops the line.
+    /// Gets each message when its text is complete. There is no way to report that a line was lost.
     virtual void Write(const IMessage& message) = 0;
 
     /// The threshold: messages up to this level are kept; NotSet if the logger has none of its own.
@@ -105,7 +105,7 @@ public:
     virtual void SetSourceShown(bool shown) = 0;
 
     /**
-     * Sets the logger up in one call.
+     * Everything that a program settles about its log, at once.
      *
      * @param level threshold, see SetLevel
      * @param targets bits of Target
@@ -116,23 +116,25 @@ public:
      * @param logFile path of the main log; empty for none
      * @param shortLogFile path of the log of the channel "main" and those below it; empty for none
      * @param maxFileSize size in bytes at which a rolling file is rolled over
-     * @param maxBackups number of backups of the main rolling file
+     * @param maxBackups number of backups of the main rolling file; log4cpp keeps one at least
      * @return true in the loggers of this library, also if a file cannot be opened
      */
     virtual bool Configure(int level, unsigned int targets, unsigned int options, const QString& pattern,
                            const QString& qtChannel, const QString& configFile, const QString& logFile,
                            const QString& shortLogFile, std::size_t maxFileSize, int maxBackups) = 0;
 
-    /// Loads an external configuration. True means that it was loaded and nothing more is to be set up.
+    /// Reads log4cpp's property file; after true, the arguments of Configure count for nothing.
     virtual bool LoadConfiguration(const QString& configFile) = 0;
 
     /**
-     * Destroys a logger that was made on the heap and frees it. Does nothing on a null pointer, and nothing
-     * on the loggers that the library itself owns.
+     * Destroys a logger that was made on the heap and frees it. Does nothing on the loggers that the library
+     * itself owns, and nothing through a null pointer.
      *
-     * This front is not virtual and does not test `this`: compilers take it for non-null and drop such a
-     * test. It passes the pointer on as an ordinary argument to DestroyLogger, which is compiled elsewhere,
-     * tests it there and only then takes the virtual step, DoDestroy.
+     * C++ leaves a member call through null undefined, and compilers drop a test of `this`. So this front is
+     * not virtual and does not look at `this`: it passes it on as an ordinary argument to DestroyLogger,
+     * which is compiled elsewhere and tests it there before the virtual step, DoDestroy. What remains is the
+     * caller's side: the compiler may take the pointer for non-null behind the call, and a sanitizer reports
+     * the call itself. Where a pointer may be null, call DestroyLogger on it, which is defined for null.
      */
     void Destroy();
 
@@ -165,7 +167,9 @@ inline void ILogger::Destroy()
 /**
  * The default logger: writes through Qt's logging, each line under a category named after its channel.
  *
- * Silent until SetLevel is called. Takes no lock: set it up before other threads log.
+ * Silent until SetLevel is called. Qt's messages come back to the current logger, so with this one current
+ * Qt's recursion guard prints what it wrote, in Qt's own format, if its Qt severity is warning or worse.
+ * Takes no lock: set it up before other threads log.
  */
 class VXCOMMON_EXPORT Logger : public ILogger
 {
@@ -195,8 +199,8 @@ private:
 VXCOMMON_EXPORT ILogger* GetLogger();
 
 /**
- * Makes `logger` current, takes no ownership, and returns the one that was current. Null makes statements
- * silent. Call it during start-up, before other threads log.
+ * Makes `logger` current and returns the one that was; who made it keeps it. Null turns statements silent.
+ * Belongs into the start of a program, while it has one thread.
  */
 VXCOMMON_EXPORT ILogger* SetLogger(ILogger* logger);
 

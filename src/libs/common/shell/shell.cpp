@@ -2,15 +2,19 @@
 
 #include <common/logger/logger.h>
 
+#include "directorylisting.h"
 #include "shellservices.h"
 
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 #include <QLocale>
+#include <QRegularExpression>
 #include <QStandardPaths>
 
+#include <algorithm>
 #include <atomic>
+#include <vector>
 
 namespace common
 {
@@ -90,23 +94,30 @@ private:
 class FileScanner
 {
 public:
-    explicit FileScanner(const QStringList& nameFilters_)
-        : nameFilters(nameFilters_)
-    {}
-
-    void Run(const QString& path, const QString& canonicalPath)
+    explicit FileScanner(const QStringList& nameFilters)
     {
-        const auto entries = QDir(path).entryInfoList(
-            nameFilters, QDir::Dirs | QDir::Files | QDir::System | QDir::NoDotAndDotDot, QDir::NoSort);
+        for (const QString& filter : nameFilters) {
+            patterns.push_back(QRegularExpression::fromWildcard(filter, Qt::CaseInsensitive));
+        }
+    }
+
+    void Run(const QString& absolutePath, const QString& canonicalPath)
+    {
+        const QString prefix = absolutePath.endsWith(u'/') ? absolutePath : absolutePath + u'/';
         open.append(canonicalPath);
-        for (const QFileInfo& entry : entries) {
-            if (!entry.isDir()) {
-                found.append(entry.absoluteFilePath());
+        for (const ListedEntry& entry : ListDirectory(absolutePath)) {
+            if (!Matches(entry.name)) {
                 continue;
             }
-            const QString canonicalEntry = CanonicalChild(canonicalPath, entry);
-            if (!IsLink(entry) || !open.contains(canonicalEntry)) {
-                Run(entry.absoluteFilePath(), canonicalEntry);
+            const QString path = prefix + entry.name;
+            if (!entry.isDirectory) {
+                found.append(path);
+                continue;
+            }
+            const QString canonicalEntry =
+                entry.isLink ? QFileInfo(path).canonicalFilePath() : QDir(canonicalPath).filePath(entry.name);
+            if (!entry.isLink || !open.contains(canonicalEntry)) {
+                Run(path, canonicalEntry);
             }
         }
         open.removeLast();
@@ -115,7 +126,15 @@ public:
     QStringList found;
 
 private:
-    const QStringList& nameFilters;
+    bool Matches(const QString& name) const
+    {
+        const auto matches = [&name](const QRegularExpression& pattern) {
+            return pattern.match(name).hasMatch();
+        };
+        return patterns.empty() || std::any_of(patterns.begin(), patterns.end(), matches);
+    }
+
+    std::vector<QRegularExpression> patterns;
     QStringList open; ///< Canonical paths of the directories that are being scanned.
 };
 
@@ -169,7 +188,7 @@ QString Shell::applicationDirPath()
     const QString executable = shellservices::ExecutablePath();
     if (executable.isEmpty()) {
         LOG_MESSAGE(logger::Error) << "Shell::applicationDirPath failed";
-        return QString();
+        return {};
     }
     return QFileInfo(executable).absolutePath();
 }
@@ -257,8 +276,9 @@ bool Shell::MoveDir(const QString& source, const QString& destination)
 
 QStringList Shell::ScanFiles(const QString& path, const QStringList& nameFilters)
 {
+    const QDir directory(path);
     FileScanner scanner(nameFilters);
-    scanner.Run(path, QDir(path).canonicalPath());
+    scanner.Run(directory.absolutePath(), directory.canonicalPath());
     return scanner.found;
 }
 

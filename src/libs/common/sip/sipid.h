@@ -9,10 +9,10 @@ namespace tools::sip
 {
 
 /**
- * The rules for SIP identifiers and phone numbers, and the parser that splits an address text into its parts.
+ * What SIP identifiers and phone numbers look like, and the parser that takes an address text apart.
  *
  * The patterns are meant for QRegExp::exactMatch and ignore case. Each call returns a copy, so a caller may
- * match on it at will. All members may be called from any thread; none logs or throws.
+ * match on it at will. Thread-safe; nothing here logs or throws.
  */
 class VXCOMMON_EXPORT SipId
 {
@@ -23,7 +23,8 @@ public:
     enum Error : int
     {
         NoError = 0, ///< A valid identifier of the service.
-        /// Allowed symbols, but no identifier of the service: no user, no domain or a foreign one.
+        /// Every symbol may stand in an identifier, but this is none of the service's own: incomplete or
+        /// foreign.
         FormatError = 1,
         SymbolError = 2, ///< A symbol that is not allowed, in the whole text or in the domain.
         LengthError = 3  ///< Empty, or longer than an identifier may be.
@@ -58,10 +59,10 @@ public:
      * name.
      *
      * @param uri the text; white space around it is ignored
-     * @param user the user part or the whole number, without scheme; the trimmed text on failure
+     * @param user who is called there, or the number; what was not understood comes back in it, trimmed
      * @param domain the host; for a Skype address always the long form of the Skype domain
-     * @param name the display name of a name-addr, without its quotes
-     * @param extension the dial digits behind the address, with their leading comma and without white space
+     * @param name what a name-addr shows between quotes
+     * @param extension digits to dial once the call stands, led by a comma; white space is taken out
      * @param port the digits of the port; keeps its old value where the text has no place for a port
      * @return whether the text was understood
      */

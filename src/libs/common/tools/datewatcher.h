@@ -15,6 +15,10 @@ namespace tools
 /**
  * Notices a new calendar day and a new offset from UTC by comparing clock readings every 3 s.
  *
+ * The offset is the distance between the clock of UTC, read as if it were local, and local time. When summer
+ * time begins or ends, it therefore changes at the hour at which the clock of UTC, not the local one, shows
+ * the time of the change.
+ *
  * Lives on the thread that first asks for it; polling and signals need that thread's event loop. The fields
  * are plain: other threads should not read while it polls.
  */

@@ -16,60 +16,56 @@ constexpr qsizetype chunkSize = 32768;
 constexpr int windowBits = 31; // a window of 2^15 bytes, plus 16 for the gzip wrapper
 constexpr int memoryLevel = 8; // zlib's own default
 
-/// A zlib stream that reads a buffer in chunks, writes to another one, and ends itself with `endStream`.
-class Stream
+/// A zlib stream that reads a buffer in chunks and ends itself with `endStream`.
+class Stream : public z_stream
 {
 public:
-    Stream(const QByteArray& input_, QByteArray& output_, int (*endStream_)(z_streamp))
-        : input{input_}
-        , output{output_}
+    Stream(const QByteArray& input_, int (*endStream_)(z_streamp))
+        : z_stream{}
+        , input{input_}
         , endStream{endStream_}
     {}
-    ~Stream() { endStream(&stream); }
+    ~Stream() { endStream(this); }
     Q_DISABLE_COPY_MOVE(Stream)
 
-    z_stream* Get() { return &stream; }
     bool HasMoreInput() const { return position < input.size(); }
 
     void TakeChunk()
     {
         const qsizetype size = std::min(chunkSize, input.size() - position);
-        stream.next_in = reinterpret_cast<const Bytef*>(input.constData() + position);
-        stream.avail_in = static_cast<uInt>(size);
+        next_in = reinterpret_cast<const Bytef*>(input.constData() + position);
+        avail_in = static_cast<uInt>(size);
         position += size;
     }
 
-    /// Runs `step` (deflate or inflate) until it leaves room in the output chunk, that is, until it wants
-    /// more input, or until it returns a result that `isFailure`. What a failed step made is dropped.
-    template<typename IsFailure>
-    int Drain(int (*step)(z_streamp, int), int flush, IsFailure isFailure)
-    {
-        Bytef chunk[chunkSize];
-        int result = Z_OK;
-        do {
-            stream.next_out = chunk;
-            stream.avail_out = chunkSize;
-            result = step(&stream, flush);
-            if (isFailure(result)) {
-                break;
-            }
-            // Grows geometrically, so that each byte is moved a constant number of times.
-            output.append(reinterpret_cast<const char*>(chunk), chunkSize - qsizetype{stream.avail_out});
-        } while (stream.avail_out == 0);
-        return result;
-    }
-
 private:
-    z_stream stream{};
     const QByteArray& input;
-    QByteArray& output;
     int (*endStream)(z_streamp);
     qsizetype position = 0;
 };
 
-bool IsDeflateFailure(int result)
+bool Compress(const QByteArray& input, QByteArray& output, int level)
 {
-    return result == Z_STREAM_ERROR;
+    Stream stream(input, deflateEnd);
+    if (deflateInit2(&stream, level, Z_DEFLATED, windowBits, memoryLevel, Z_DEFAULT_STRATEGY) != Z_OK) {
+        return false;
+    }
+    int result = Z_OK;
+    while (stream.HasMoreInput()) {
+        stream.TakeChunk();
+        const int flush = stream.HasMoreInput() ? Z_NO_FLUSH : Z_FINISH;
+        Bytef chunk[chunkSize];
+        do {
+            stream.next_out = chunk;
+            stream.avail_out = chunkSize;
+            result = deflate(&stream, flush);
+            if (result == Z_STREAM_ERROR) {
+                return false;
+            }
+            output.append(reinterpret_cast<const char*>(chunk), chunkSize - qsizetype{stream.avail_out});
+        } while (stream.avail_out == 0);
+    }
+    return result == Z_STREAM_END;
 }
 
 bool IsInflateFailure(int result)
@@ -78,33 +74,60 @@ bool IsInflateFailure(int result)
            result == Z_NEED_DICT;
 }
 
-bool Compress(const QByteArray& input, QByteArray& output, int level)
+/// A buffer that zlib writes into directly. Between two calls zlib must copy its window; the longer the
+/// calls, the less it copies.
+class GrowingOutput
 {
-    Stream stream(input, output, deflateEnd);
-    if (deflateInit2(stream.Get(), level, Z_DEFLATED, windowBits, memoryLevel, Z_DEFAULT_STRATEGY) != Z_OK) {
-        return false;
-    }
-    int result = Z_OK;
-    while (stream.HasMoreInput()) {
-        stream.TakeChunk();
-        result = stream.Drain(deflate, stream.HasMoreInput() ? Z_NO_FLUSH : Z_FINISH, IsDeflateFailure);
-        if (IsDeflateFailure(result)) {
-            return false;
+public:
+    GrowingOutput(QByteArray& bytes_, qsizetype inputSize)
+        : bytes{bytes_}
+        , nextSize{std::clamp(4 * inputSize, qsizetype{1024}, 4 * chunkSize)}
+    {}
+    ~GrowingOutput() { bytes.truncate(written); }
+    Q_DISABLE_COPY_MOVE(GrowingOutput)
+
+    /// Inflates until there is room left, that is, until more input is wanted, or until it fails.
+    int Inflate(z_stream& stream)
+    {
+        const qsizetype begin = written;
+        int result = Z_OK;
+        do {
+            if (written == bytes.size()) {
+                bytes.resize(nextSize);
+                nextSize *= 2;
+            }
+            const qsizetype room = std::min(bytes.size() - written, maxRoom);
+            stream.next_out = reinterpret_cast<Bytef*>(bytes.data() + written);
+            stream.avail_out = static_cast<uInt>(room);
+            result = inflate(&stream, Z_NO_FLUSH);
+            written += room - qsizetype{stream.avail_out};
+        } while (stream.avail_out == 0 && !IsInflateFailure(result));
+        // The chunk in which a failure shows is not part of the output.
+        if (IsInflateFailure(result) && written > begin) {
+            written = begin + (written - begin - 1) / chunkSize * chunkSize;
         }
+        return result;
     }
-    return result == Z_STREAM_END;
-}
+
+private:
+    static constexpr qsizetype maxRoom = 1 << 30; // zlib counts in unsigned int
+
+    QByteArray& bytes;
+    qsizetype nextSize;
+    qsizetype written = 0;
+};
 
 bool Decompress(const QByteArray& input, QByteArray& output)
 {
-    Stream stream(input, output, inflateEnd);
-    if (inflateInit2(stream.Get(), windowBits) != Z_OK) {
+    Stream stream(input, inflateEnd);
+    if (inflateInit2(&stream, windowBits) != Z_OK) {
         return false;
     }
+    GrowingOutput growing(output, input.size());
     int result = Z_OK;
     while (result != Z_STREAM_END && stream.HasMoreInput()) {
         stream.TakeChunk();
-        result = stream.Drain(inflate, Z_NO_FLUSH, IsInflateFailure);
+        result = growing.Inflate(stream);
         if (IsInflateFailure(result)) {
             return false;
         }

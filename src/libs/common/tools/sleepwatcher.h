@@ -13,7 +13,8 @@ namespace tools
  * The system reports on a thread of its own, and the signals are emitted on that thread: connect with a
  * receiver object and the automatic kind of connection, and the slot runs on the receiver's thread. Windows:
  * PowerRegisterSuspendResumeNotification. Linux: PrepareForSleep of logind on the system bus; a machine
- * without that bus counts as one that refused the subscription. Log channel: "sleepwatcher".
+ * without that bus, or a program without a QCoreApplication, counts as one that was refused. Log channel:
+ * "sleepwatcher".
  */
 class VXCOMMON_EXPORT SleepWatcher : public QObject
 {

@@ -39,6 +39,11 @@ bool EndsRun(char16_t unit)
            unit == 0x205F || unit == 0x3000;
 }
 
+bool MayBeLetter(char16_t unit)
+{
+    return unit >= 0x80 || ((unit | 0x20) >= u'a' && (unit | 0x20) <= u'z');
+}
+
 UrlCandidate FromMatch(const QRegularExpressionMatch& match)
 {
     UrlCandidate candidate{};
@@ -77,16 +82,18 @@ void ForEachUrlCandidate(const QString& text, const std::function<void(const Url
     const QStringView view(text);
     qsizetype start = 0;
     qsizetype firstMark = -1;
+    bool hasLetter = false;
     for (qsizetype i = 0; i <= view.size(); ++i) {
-        const bool atEnd = i == view.size() || EndsRun(view.at(i).unicode());
-        if (!atEnd) {
-            if (firstMark < 0 && (view.at(i) == u'.' || view.at(i) == u':')) {
+        const char16_t unit = i < view.size() ? view.at(i).unicode() : u' ';
+        if (!EndsRun(unit)) {
+            if (firstMark < 0 && (unit == u'.' || unit == u':')) {
                 firstMark = i;
             }
+            hasLetter = hasLetter || MayBeLetter(unit);
             continue;
         }
-        // Every candidate has a dot or a colon with something behind it; most words do not.
-        if (firstMark >= 0 && firstMark < i - 1) {
+        // A link has a dot or a colon with something behind it, and a letter; most words and numbers do not.
+        if (hasLetter && firstMark >= 0 && firstMark < i - 1) {
             ScanRun(view.mid(start, i - start), [&handle, start](UrlCandidate candidate) {
                 candidate.start += start;
                 handle(candidate);
@@ -94,6 +101,7 @@ void ForEachUrlCandidate(const QString& text, const std::function<void(const Url
         }
         start = i + 1;
         firstMark = -1;
+        hasLetter = false;
     }
 }
 

@@ -19,7 +19,7 @@ public:
     Version(const QString& text);
     Version(const char* text); ///< As above, from UTF-8.
 
-    explicit operator bool() const { return !IsNull(); }
+    operator bool() const { return !IsNull(); }
     bool IsNull() const;
 
     unsigned int Major() const { return major; }

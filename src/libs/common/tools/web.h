@@ -7,8 +7,8 @@
 namespace tools::web
 {
 
-/// Picks the web address that belongs to a SIP identity, by the country domain of the identity. Any thread
-/// may call.
+/// Which of the service's web hosts is at home for a SIP identity, told by where its domain ends.
+/// Thread-safe.
 class VXCOMMON_EXPORT Web
 {
 public:

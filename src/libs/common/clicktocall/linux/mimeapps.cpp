@@ -22,9 +22,21 @@ QByteArray KeyOf(const QByteArray& line)
     return sign < 0 || line.startsWith('#') ? QByteArray() : line.left(sign).trimmed();
 }
 
+/// Where the line's end, if it has one, begins.
+qsizetype ContentSize(const QByteArray& line)
+{
+    qsizetype size = line.size();
+    while (size > 0 && (line.at(size - 1) == '\n' || line.at(size - 1) == '\r')) {
+        --size;
+    }
+    return size;
+}
+
+/// What stands behind the "=", with its blanks.
 QByteArray ValueOf(const QByteArray& line)
 {
-    return line.mid(line.indexOf('=') + 1).trimmed();
+    const qsizetype start = line.indexOf('=') + 1;
+    return line.mid(start, ContentSize(line) - start);
 }
 
 QByteArray WithoutId(const QByteArray& value, const QByteArray& id)
@@ -37,12 +49,7 @@ QByteArray WithoutId(const QByteArray& value, const QByteArray& id)
 /// The line with another value; its key and its line end stay.
 QByteArray WithValue(const QByteArray& line, const QByteArray& value)
 {
-    const qsizetype valueStart = line.indexOf('=') + 1;
-    qsizetype lineEnd = line.size();
-    while (lineEnd > valueStart && (line.at(lineEnd - 1) == '\n' || line.at(lineEnd - 1) == '\r')) {
-        --lineEnd;
-    }
-    return line.left(valueStart) + value + line.mid(lineEnd);
+    return line.left(line.indexOf('=') + 1) + value + line.mid(ContentSize(line));
 }
 
 /// Removes what stands from `section` on if it is a header only; whether it was.
@@ -136,7 +143,7 @@ void MimeApps::RemoveExcept(const QByteArrayList& types, const QByteArray& id)
         const QByteArray rest = WithoutId(value, id);
         if (!type.startsWith(schemePrefix) || rest == value || (types.contains(type) && !blocked)) {
             kept += line;
-        } else if (!rest.isEmpty()) {
+        } else if (!rest.trimmed().isEmpty()) {
             kept += WithValue(line, rest);
         } else {
             cut = true;

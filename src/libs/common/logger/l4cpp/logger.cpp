@@ -14,6 +14,7 @@
 #include <log4cpp/RollingFileAppender.hh>
 #include <log4cpp/SimpleLayout.hh>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <iostream>
@@ -72,9 +73,9 @@ std::unique_ptr<log4cpp::Appender> CreateFileAppender(unsigned int targets, cons
                                                       std::size_t maxFileSize, int maxBackups)
 {
     if ((targets & RollingFile) != 0) {
-        return std::make_unique<log4cpp::RollingFileAppender>("rollingfile", LocalPath(logFile), maxFileSize,
-                                                              static_cast<unsigned int>(maxBackups), true,
-                                                              logFileMode);
+        return std::make_unique<log4cpp::RollingFileAppender>(
+            "rollingfile", LocalPath(logFile), maxFileSize,
+            static_cast<unsigned int>(std::max(maxBackups, 0)), true, logFileMode);
     }
     if ((targets & File) != 0) {
         return std::make_unique<log4cpp::FileAppender>("file", LocalPath(logFile), true, logFileMode);
@@ -213,6 +214,9 @@ void Logger::Write(const IMessage& message)
 
 void Logger::SetLevel(int level)
 {
+    if (ended.load()) {
+        return;
+    }
     const log4cpp::Priority::Value priority = PriorityOf(level);
     root.setPriority(priority);
     mainCategory.setPriority(priority);
@@ -228,6 +232,9 @@ bool Logger::Configure(int level, unsigned int newTargets, unsigned int newOptio
                        const QString& qtChannel, const QString& configFile, const QString& logFile,
                        const QString& shortLogFile, std::size_t maxFileSize, int maxBackups)
 {
+    if (ended.load()) {
+        return true;
+    }
     targets = newTargets;
     options = newOptions;
     SetQtChannel(qtChannel);
@@ -268,7 +275,7 @@ bool Logger::Configure(int level, unsigned int newTargets, unsigned int newOptio
 
 bool Logger::LoadConfiguration(const QString& configFile)
 {
-    if (configFile.isEmpty()) {
+    if (configFile.isEmpty() || ended.load()) {
         return false;
     }
     try {
@@ -281,7 +288,7 @@ bool Logger::LoadConfiguration(const QString& configFile)
 
 void Logger::SetFileLoggingEnabled(bool enabled)
 {
-    if (fileAppender.IsNull()) {
+    if (fileAppender.IsNull() || ended.load()) {
         return;
     }
     if (enabled) {

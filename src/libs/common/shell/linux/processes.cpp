@@ -264,7 +264,7 @@ DebuggerOutput::DebuggerOutput()
 void DebuggerOutput::Write(const QString& text) const
 {
     if (attached) {
-        std::fputs(text.toLocal8Bit().constData(), stderr);
+        static_cast<void>(std::fputs(text.toLocal8Bit().constData(), stderr));
     }
 }
 

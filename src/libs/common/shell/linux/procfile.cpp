@@ -77,7 +77,7 @@ QString ImagePath(pid_t process)
     std::array<char, PATH_MAX> target{};
     const ssize_t length = readlink(PathOf(process, "exe").constData(), target.data(), target.size());
     if (length <= 0) {
-        return QString();
+        return {};
     }
     QString path = QFile::decodeName(QByteArray(target.data(), length));
     // What the kernel appends when the file is gone, as it is after an update of the program.

@@ -87,7 +87,7 @@ void CloseRange(unsigned int first, unsigned int last, unsigned int limit)
 /// Runs in the child. The child's own child becomes the program, so that this one can end at once.
 [[noreturn]] void RunChild(const Launch& launch)
 {
-    std::signal(SIGPIPE, SIG_DFL);
+    static_cast<void>(std::signal(SIGPIPE, SIG_DFL));
     setsid();
     const pid_t program = fork();
     if (program < 0) {

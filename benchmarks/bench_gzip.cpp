@@ -1,0 +1,199 @@
+/// gzip of whole buffers beside zlib in one call, with the same settings, and libdeflate.
+
+#include <common/tools/qcompressor.h>
+
+#include <QFile>
+#include <QRandomGenerator>
+
+#include <benchmark/benchmark.h>
+#include <libdeflate.h>
+#include <zlib.h>
+
+#include <vector>
+
+namespace bench
+{
+
+namespace
+{
+
+constexpr qsizetype inputSize = 64'000'000;
+constexpr int level = 6;
+constexpr int windowBits = 31;
+constexpr int memoryLevel = 8;
+
+/// Words of the example's chat in random order, which pack about as well as a log or an answer in JSON does.
+const QByteArray& Input()
+{
+    static const QByteArray input = [] {
+        QFile file(QStringLiteral(CHAT));
+        QByteArray text;
+        if (file.open(QIODevice::ReadOnly)) {
+            const QByteArrayList words = file.readAll().split(' ');
+            QRandomGenerator random(1);
+            text.reserve(inputSize + 1000);
+            while (text.size() < inputSize) {
+                text += words.at(random.bounded(static_cast<int>(words.size()))) + ' ';
+            }
+        }
+        text.truncate(inputSize);
+        return text;
+    }();
+    return input;
+}
+
+const QByteArray& Packed()
+{
+    static const QByteArray packed = [] {
+        QByteArray output;
+        tools::QCompressor::gzipCompress(Input(), output, level);
+        return output;
+    }();
+    return packed;
+}
+
+/// Makes both, so that no measured run does.
+void Prepare()
+{
+    Packed();
+}
+
+Bytef* Bytes(const QByteArray& bytes)
+{
+    return reinterpret_cast<Bytef*>(const_cast<char*>(bytes.constData()));
+}
+
+void SetBytes(benchmark::State& state)
+{
+    state.SetBytesProcessed(state.iterations() * Input().size());
+}
+
+void Compress(benchmark::State& state)
+{
+    Prepare();
+    for (auto _ : state) {
+        QByteArray output;
+        if (!tools::QCompressor::gzipCompress(Input(), output, level)) {
+            state.SkipWithError("packing failed");
+        }
+        benchmark::DoNotOptimize(output.constData());
+    }
+    SetBytes(state);
+}
+BENCHMARK(Compress)->Name("gzip of 64 MB/vxcommon")->Unit(benchmark::kMillisecond);
+
+void CompressZlib(benchmark::State& state)
+{
+    Prepare();
+    for (auto _ : state) {
+        z_stream stream{};
+        deflateInit2(&stream, level, Z_DEFLATED, windowBits, memoryLevel, Z_DEFAULT_STRATEGY);
+        std::vector<Bytef> output(deflateBound(&stream, static_cast<uLong>(Input().size())));
+        stream.next_in = Bytes(Input());
+        stream.avail_in = static_cast<uInt>(Input().size());
+        stream.next_out = output.data();
+        stream.avail_out = static_cast<uInt>(output.size());
+        if (deflate(&stream, Z_FINISH) != Z_STREAM_END) {
+            state.SkipWithError("packing failed");
+        }
+        deflateEnd(&stream);
+    }
+    SetBytes(state);
+}
+BENCHMARK(CompressZlib)->Name("gzip of 64 MB/zlib")->Unit(benchmark::kMillisecond);
+
+void CompressLibdeflate(benchmark::State& state)
+{
+    Prepare();
+    for (auto _ : state) {
+        libdeflate_compressor* compressor = libdeflate_alloc_compressor(level);
+        const auto size = static_cast<std::size_t>(Input().size());
+        std::vector<char> output(libdeflate_gzip_compress_bound(compressor, size));
+        if (libdeflate_gzip_compress(compressor, Input().constData(), size, output.data(), output.size()) ==
+            0) {
+            state.SkipWithError("packing failed");
+        }
+        libdeflate_free_compressor(compressor);
+    }
+    SetBytes(state);
+}
+BENCHMARK(CompressLibdeflate)->Name("gzip of 64 MB/libdeflate")->Unit(benchmark::kMillisecond);
+
+void Decompress(benchmark::State& state)
+{
+    Prepare();
+    for (auto _ : state) {
+        QByteArray output;
+        if (!tools::QCompressor::gzipDecompress(Packed(), output)) {
+            state.SkipWithError("unpacking failed");
+        }
+        benchmark::DoNotOptimize(output.constData());
+    }
+    SetBytes(state);
+}
+BENCHMARK(Decompress)->Name("gunzip of 64 MB/vxcommon")->Unit(benchmark::kMillisecond);
+
+void DecompressZlib(benchmark::State& state)
+{
+    Prepare();
+    for (auto _ : state) {
+        z_stream stream{};
+        inflateInit2(&stream, windowBits);
+        // The size is known here, as it is in none of the library's uses.
+        QByteArray output(Input().size(), Qt::Uninitialized);
+        stream.next_in = Bytes(Packed());
+        stream.avail_in = static_cast<uInt>(Packed().size());
+        stream.next_out = Bytes(output);
+        stream.avail_out = static_cast<uInt>(output.size());
+        if (inflate(&stream, Z_FINISH) != Z_STREAM_END) {
+            state.SkipWithError("unpacking failed");
+        }
+        inflateEnd(&stream);
+    }
+    SetBytes(state);
+}
+BENCHMARK(DecompressZlib)->Name("gunzip of 64 MB/zlib")->Unit(benchmark::kMillisecond);
+
+void DecompressLibdeflate(benchmark::State& state)
+{
+    Prepare();
+    for (auto _ : state) {
+        libdeflate_decompressor* decompressor = libdeflate_alloc_decompressor();
+        QByteArray output(Input().size(), Qt::Uninitialized);
+        if (libdeflate_gzip_decompress(
+                decompressor, Packed().constData(), static_cast<std::size_t>(Packed().size()), output.data(),
+                static_cast<std::size_t>(output.size()), nullptr) != LIBDEFLATE_SUCCESS) {
+            state.SkipWithError("unpacking failed");
+        }
+        libdeflate_free_decompressor(decompressor);
+    }
+    SetBytes(state);
+}
+BENCHMARK(DecompressLibdeflate)->Name("gunzip of 64 MB/libdeflate")->Unit(benchmark::kMillisecond);
+
+/// What a growing output costs when nearly nothing else does: the time must grow as the size does.
+void DecompressZeros(benchmark::State& state)
+{
+    QByteArray packed;
+    tools::QCompressor::gzipCompress(QByteArray(state.range(0), '\0'), packed, 9);
+    for (auto _ : state) {
+        QByteArray output;
+        if (!tools::QCompressor::gzipDecompress(packed, output)) {
+            state.SkipWithError("unpacking failed");
+        }
+        benchmark::DoNotOptimize(output.constData());
+    }
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(DecompressZeros)
+    ->Name("gunzip of zeros/vxcommon")
+    ->Arg(1 << 20)
+    ->Arg(1 << 25)
+    ->Arg(1 << 30)
+    ->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+} // namespace bench
+
+BENCHMARK_MAIN();

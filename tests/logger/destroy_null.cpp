@@ -1,0 +1,11 @@
+// Calls ILogger::Destroy through a null pointer, optimised, so that a compiler has its chance to break it.
+
+#include <common/logger/logger.h>
+
+int main()
+{
+    common::logger::ILogger* volatile none = nullptr;
+    none->Destroy();
+    common::logger::DestroyLogger(none);
+    return 0;
+}

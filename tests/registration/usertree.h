@@ -1,0 +1,85 @@
+#pragma once
+
+#include <QDir>
+#include <QFile>
+#include <QMap>
+#include <QProcess>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+/// Gives the test a home of its own, and sees the user's settings tree as the system stores it.
+class UserTree
+{
+public:
+    UserTree()
+    {
+        qputenv("HOME", QFile::encodeName(home.path()));
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(ConfigPath()));
+        qputenv("XDG_DATA_HOME", QFile::encodeName(DataPath()));
+        qputenv("DISPLAY", ":none"); // Tools ask whether there is one; none of them connects.
+        qunsetenv("XDG_CURRENT_DESKTOP");
+        qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    }
+
+    QString ConfigPath(const QString& name = QString()) const { return home.filePath("config/" + name); }
+    QString DataPath(const QString& name = QString()) const { return home.filePath("data/" + name); }
+
+    static std::unique_ptr<QSettings> Open()
+    {
+#ifdef Q_OS_WIN
+        return std::make_unique<QSettings>("HKEY_CURRENT_USER", QSettings::NativeFormat);
+#else
+        return std::make_unique<QSettings>(qEnvironmentVariable("XDG_CONFIG_HOME") + "/vxcommon/registry.ini",
+                                           QSettings::IniFormat);
+#endif
+    }
+
+    /// All values below `key`.
+    static QMap<QString, QString> Below(const QString& key)
+    {
+        QMap<QString, QString> values;
+        const auto tree = Open();
+        tree->beginGroup(key);
+        for (QString name : tree->allKeys()) {
+            const QString value = tree->value(name).toString();
+            if (name.section('/', -1) == ".") {
+                name.replace(name.size() - 1, 1, "Default"); // How the registry lists its unnamed values.
+            }
+            values.insert(name, value);
+        }
+        return values;
+    }
+
+    static void Write(const QString& path, const QByteArray& content)
+    {
+        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(content), content.size());
+    }
+
+    static QByteArray Read(const QString& path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
+    }
+
+    /// What a program printed, or why it failed.
+    static QByteArray Run(const QString& program, const QStringList& arguments)
+    {
+        QProcess process;
+        process.start(program, arguments);
+        if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit ||
+            process.exitCode() != 0) {
+            return "failed: " + process.errorString().toUtf8() + process.readAll() +
+                   process.readAllStandardError();
+        }
+        return process.readAll().trimmed();
+    }
+
+private:
+    QTemporaryDir home;
+};
