@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Builds the library and shows its main job on real input; installs first what is missing.
-#   scripts/demo.sh         an address book read by the address rules, with the log that came of it
+#   scripts/demo.sh         an address book read by the address rules, with the log that came of it; a verified
+#                           download from a real server; a tree of files copied and removed
+#   scripts/demo.sh --gui   the miniature softphone; without a display, pictures of it
 
 source "$(dirname "$0")/lib.sh"
 
@@ -8,7 +10,11 @@ address_book=examples/data/addressbook.txt
 log=build/demo/vxtool.log
 vxtool=build/release/examples/vxtool/vxtool
 
-[ $# -eq 0 ] || die "unknown argument \"$1\"; the demo takes none"
+case "${1:-}" in
+"") ;;
+--gui) exec scripts/demo-gui.sh ;;
+*) die "unknown argument \"$1\"; the demo takes --gui or nothing" ;;
+esac
 
 scripts/setup.sh demo
 say "Configuring and building (release)"
@@ -29,3 +35,6 @@ say "Which of them are SIP identifiers of the service"
 
 say "The log, $log: $(wc -l <"$log") lines, the last of them"
 tail -n 5 "$log"
+
+scripts/demo-download.sh
+scripts/demo-files.sh

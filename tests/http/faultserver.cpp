@@ -1,6 +1,5 @@
 #include "faultserver.h"
 
-#include <QRegularExpression>
 #include <QTcpSocket>
 #include <QTimer>
 
@@ -16,10 +15,12 @@ bool IsWhole(const QByteArray& request)
     if (headEnd < 0) {
         return false;
     }
-    static const QRegularExpression length(QStringLiteral("\r\ncontent-length: *(\\d+)"),
-                                           QRegularExpression::CaseInsensitiveOption);
-    const auto match = length.match(QString::fromLatin1(request.left(headEnd)));
-    return request.size() >= headEnd + 4 + match.captured(1).toLongLong();
+    const QByteArray name = "\r\ncontent-length: ";
+    const qsizetype field = request.left(headEnd).toLower().indexOf(name);
+    const qsizetype value = field + name.size();
+    const qint64 length =
+        field < 0 ? 0 : request.mid(value, request.indexOf('\r', value) - value).trimmed().toLongLong();
+    return request.size() >= headEnd + 4 + length;
 }
 
 } // namespace

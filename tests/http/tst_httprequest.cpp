@@ -305,7 +305,7 @@ void TestHttpRequest::outcome_data()
     row("no HTTP at all", {{"SSH-2.0-OpenSSH\r\n\r\n"}}, 2, "replyFinished, replyFinished, error 2 0", "",
         -1);
     row("redirects for ever", {{Response("302 Found", "", "Location: /\r\n")}}, 3,
-        "replyFinished, error 10 0", "", 51);
+        "replyFinished, error 10 0", "", -1);
 
     // Network problems: silent but for replyFinished until the last try.
     const QByteArray half = Response("200 OK", "body").chopped(2);
@@ -710,10 +710,15 @@ void TestHttpRequest::actionInsideSignal()
     }
     if (where.startsWith("own")) {
         QTRY_VERIFY(reply.isNull() || reply->bytesAvailable() > 0);
-        // A first progress may have come already.
-        if (!reply.isNull()) {
-            reply->abort();
-        }
+        // A first progress may have come already. From an event loop, as in a real program.
+        QEventLoop loop;
+        QTimer::singleShot(0, &loop, [reply, &loop] {
+            if (!reply.isNull()) {
+                reply->abort();
+            }
+            loop.quit();
+        });
+        loop.exec();
     }
     QTRY_COMPARE_WITH_TIMEOUT(calls, 1, 10000);
     if (action == "send") {

@@ -20,6 +20,7 @@ private Q_SLOTS:
     void help();
     void logFile();
     void unreadableInput();
+    void handOver();
 };
 
 void TestVxtool::answers_data()
@@ -55,6 +56,7 @@ void TestVxtool::answers_data()
         "{\"result\":\"0x80004002\",\"file\":\"none\"}\n", 1);
     row("a clicked address", "--callto|tel:+49 1", "", "--callto tel:+49 1\n", 0);
     row("no input at all", "version|parse", "", "", 0);
+    row("single, first", "single|tst_vxtool|unheard", "", "first\ttst_vxtool\n", 0);
 #if VXCOMMON_HAS_QREGEXP
     row("sip check from standard input", "sip|check", "a@b.quollsip.com\r\nb\n\n c",
         "NoError\ta@b.quollsip.com\nFormatError\tb\nLengthError\t\nSymbolError\t c\n", 1);
@@ -98,6 +100,9 @@ void TestVxtool::wrongUsage_data()
 
     QTest::newRow("nothing") << QStringList{} << QByteArray("no command");
     QTest::newRow("unknown command") << QStringList{"nonsense"} << QByteArray("\"nonsense\"");
+    QTest::newRow("single without an id") << QStringList{"single"} << QByteArray("application id");
+    QTest::newRow("single for no time")
+        << QStringList{"single", "a", "--serve", "-1"} << QByteArray("--serve");
     QTest::newRow("half a command") << QStringList{"version"} << QByteArray("\"version\"");
     QTest::newRow("unknown option") << QStringList{"version", "parse", "--frob"} << QByteArray("frob");
     QTest::newRow("unknown option in front")
@@ -176,6 +181,22 @@ void TestVxtool::unreadableInput()
     QCOMPARE(process.exitCode(), 1);
     QVERIFY(process.readAllStandardError().contains("standard input cannot be read"));
 #endif
+}
+
+void TestVxtool::handOver()
+{
+    QProcess first;
+    first.start(QStringLiteral(VXTOOL_PROGRAM), {"single", "tst_vxtool hand-over", "--serve", "60"});
+    QVERIFY(first.waitForReadyRead(60000));
+    QCOMPARE(first.readLine().trimmed(), QByteArray("first\ttst_vxtool hand-over"));
+    const Result second = RunTool({"single", "tst_vxtool hand-over", "hello", "--json"});
+    QCOMPARE(second.exitCode, 0);
+    QCOMPARE(second.output, QByteArray("{\"event\":\"second\",\"text\":\"tst_vxtool hand-over\"}\n"
+                                       "{\"event\":\"sent\",\"text\":\"hello\"}\n"));
+    QVERIFY(first.canReadLine() || first.waitForReadyRead(60000));
+    QCOMPARE(first.readLine().trimmed(), QByteArray("received\thello"));
+    first.kill();
+    QVERIFY(first.waitForFinished());
 }
 
 QTEST_GUILESS_MAIN(TestVxtool)

@@ -29,7 +29,7 @@ constexpr int verificationFailed = 900103;
 // Qt tells progress ten times a second at most, and what comes between two tellings waits in memory. With its
 // buffer bounded a fast transfer would stand still until the next one, so half a buffer is written in
 // between.
-constexpr qint64 bufferSize = 16 * 1024 * 1024;
+constexpr qint64 bufferSize = qint64{4} * 1024 * 1024;
 constexpr qint64 fullBuffer = bufferSize / 2;
 
 quint64 NextId()
@@ -48,8 +48,7 @@ QString ChecksumOf(QFile& file)
     if (content == nullptr) {
         return converter::ToMD5(file.readAll());
     }
-    const QString sum =
-        converter::ToMD5(QByteArray::fromRawData(reinterpret_cast<const char*>(content), size));
+    QString sum = converter::ToMD5(QByteArray::fromRawData(reinterpret_cast<const char*>(content), size));
     file.unmap(content);
     return sum;
 }

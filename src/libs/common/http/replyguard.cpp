@@ -1,6 +1,7 @@
 #include "replyguard.h"
 
 #include <QPointer>
+#include <QThread>
 
 namespace common::http
 {
@@ -42,8 +43,6 @@ void ReplyGuard::Delete(QNetworkReply* reply)
     }
     if (guard->depth > 0) {
         guard->deleteRequested = true;
-    } else if (guard->unseenWork) {
-        reply->deleteLater();
     } else {
         delete reply;
     }
@@ -54,15 +53,32 @@ bool ReplyGuard::eventFilter(QObject* watched, QEvent* event)
     const QPointer<ReplyGuard> self = this;
     ++depth;
     watched->event(event);
-    if (!self.isNull() && --depth == 0 && deleteRequested) {
-        delete reply;
+    if (!self.isNull()) {
+        EndWork();
     }
     return true;
 }
 
 void ReplyGuard::NoteWork()
 {
-    unseenWork = unseenWork || depth == 0;
+    if (depth > 0) {
+        return;
+    }
+    ++depth;
+    // Qt runs a deferred deletion in the loop that it was asked for in, not in one nested in it. Without any
+    // loop that does not hold: such a reply is left to its manager.
+    if (QThread::currentThread()->loopLevel() > 0) {
+        auto* mark = new QObject;
+        connect(mark, &QObject::destroyed, this, &ReplyGuard::EndWork);
+        mark->deleteLater();
+    }
+}
+
+void ReplyGuard::EndWork()
+{
+    if (--depth == 0 && deleteRequested) {
+        delete reply;
+    }
 }
 
 } // namespace common::http

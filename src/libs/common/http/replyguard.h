@@ -34,11 +34,10 @@ public:
 
 private:
     void NoteWork();
+    void EndWork();
 
     QNetworkReply* reply;
-    int depth = 0; ///< How many events of the reply, and calls of ours to it, are on the stack.
-    bool unseenWork =
-        false; ///< Work of the reply has been seen whose end cannot be, as in a caller's abort().
+    int depth = 0; ///< How many events of the reply, and other work in it, are on the stack.
     bool deleteRequested = false;
 };
 

@@ -126,16 +126,21 @@ int FileRemoveTask::RemoveEach(const QStringList& paths, Step remove, const QStr
     return 0;
 }
 
+// In both steps below a removal that works at once has answered whether there was anything to remove.
+
 int FileRemoveTask::RemoveFile(const QString& path) const
 {
-    if (!IsThere(QFileInfo(path))) {
-        LOG_MESSAGE(logger::Warn) << QStringLiteral("File '%1' doesn't exist!").arg(path);
-        return 0;
-    }
     QFile file(path);
-    QDir workingDir;
-    const bool removed = IsLinkOfDirectoryKind(path) ? FileCommands::RemoveDirectory(workingDir, path)
-                                                     : FileCommands::RemoveFile(file);
+    bool removed = file.remove();
+    if (!removed) {
+        if (!IsThere(QFileInfo(path))) {
+            LOG_MESSAGE(logger::Warn) << QStringLiteral("File '%1' doesn't exist!").arg(path);
+            return 0;
+        }
+        QDir workingDir;
+        removed = IsLinkOfDirectoryKind(path) ? FileCommands::RemoveDirectory(workingDir, path)
+                                              : FileCommands::RemoveFile(file);
+    }
     if (!removed) {
         LOG_MESSAGE(logger::Error) << QStringLiteral("Cannot remove file '%1'!").arg(path);
         return FileStays;
@@ -146,13 +151,17 @@ int FileRemoveTask::RemoveFile(const QString& path) const
 
 int FileRemoveTask::RemoveDirectory(const QString& path) const
 {
-    if (!QDir(path).exists()) {
-        LOG_MESSAGE(logger::Warn) << QStringLiteral("Directory '%1' doesn't exist!").arg(path);
-        return 0;
-    }
     // Not that directory itself: a relative path would be looked for below it.
     QDir workingDir;
-    if (!FileCommands::RemoveDirectory(workingDir, path)) {
+    bool removed = workingDir.rmdir(path);
+    if (!removed) {
+        if (!QDir(path).exists()) {
+            LOG_MESSAGE(logger::Warn) << QStringLiteral("Directory '%1' doesn't exist!").arg(path);
+            return 0;
+        }
+        removed = FileCommands::RemoveDirectory(workingDir, path);
+    }
+    if (!removed) {
         LOG_MESSAGE(logger::Error) << QStringLiteral("Cannot remove directory '%1'!").arg(path);
         return DirectoryStays;
     }

@@ -20,10 +20,10 @@ constexpr auto goodbyePatience = 1000ms; ///< For the client to read the answer 
 constexpr quint32 maxTextLength = 16 * 1024 * 1024;
 
 // For the texts of all clients that are still speaking.
-constexpr qint64 maxBytesHeld = 64 * 1024 * 1024;
+constexpr qint64 maxBytesHeld = Q_INT64_C(64) * 1024 * 1024;
 
 // Bounds what lies unread, whatever a client sends.
-constexpr qint64 socketBufferSize = 64 * 1024;
+constexpr qint64 socketBufferSize = Q_INT64_C(64) * 1024;
 
 } // namespace
 

@@ -21,7 +21,7 @@ QString GroupSuffix();
  */
 bool OpenLockFile(QtLockedFile& file);
 
-/// Whether the process behind a connected socket belongs to this user; warns if not.
+/// Whether the process behind a connected socket belongs to this user; warns if it is another's.
 bool IsOwnPeer(const QLocalSocket& socket);
 
 } // namespace QtLP_Private

@@ -46,25 +46,6 @@ QString LettersOf(QString text)
     return text.remove(others);
 }
 
-/// One try to connect: as long as nobody listens, or too many others knock, until the time is over.
-bool Connect(QLocalSocket& socket, const QString& name, int timeout)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (true) {
-        const int remaining = std::max(timeout - static_cast<int>(timer.elapsed()), 0);
-        socket.connectToServer(name, QIODevice::ReadWrite);
-        if (socket.waitForConnected(remaining)) {
-            return true;
-        }
-        if (timer.hasExpired(timeout)) {
-            return false;
-        }
-        socket.abort();
-        QThread::msleep(std::min<unsigned long>(listenPoll, static_cast<unsigned long>(remaining) + 1));
-    }
-}
-
 } // namespace
 
 QtLocalPeer::QtLocalPeer(QObject* parent, const QString& appId)
@@ -120,16 +101,37 @@ bool QtLocalPeer::isSecondary()
     return false;
 }
 
+/// One try to connect: as long as the first process does not listen yet, or too many others knock, until the
+/// time is over. Ends early if there is no first process any more; then this one has become it.
+bool QtLocalPeer::Connect(QLocalSocket& socket, int timeout)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (isSecondary()) {
+        const int remaining = std::max(timeout - static_cast<int>(timer.elapsed()), 0);
+        socket.connectToServer(socketName, QIODevice::ReadWrite);
+        if (socket.waitForConnected(remaining)) {
+            return true;
+        }
+        if (timer.hasExpired(timeout)) {
+            return false;
+        }
+        socket.abort();
+        QThread::msleep(std::min<unsigned long>(listenPoll, static_cast<unsigned long>(remaining) + 1));
+    }
+    return false;
+}
+
 bool QtLocalPeer::sendMessage(const QString& message, int timeout)
 {
     if (!isSecondary()) {
         return false;
     }
     QLocalSocket socket;
-    bool connected = Connect(socket, socketName, timeout / 2);
-    if (!connected) {
+    bool connected = Connect(socket, timeout / 2);
+    if (!connected && isSecondary()) {
         QThread::msleep(pauseBetweenTries);
-        connected = Connect(socket, socketName, timeout / 2);
+        connected = Connect(socket, timeout / 2);
     }
     if (!connected || !QtLP_Private::IsOwnPeer(socket)) {
         return false;

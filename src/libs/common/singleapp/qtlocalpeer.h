@@ -9,6 +9,7 @@
 #include <QTimer>
 
 class QLocalServer;
+class QLocalSocket;
 
 namespace QtLP_Private
 {
@@ -67,6 +68,7 @@ private Q_SLOTS:
 private:
     Q_DISABLE_COPY(QtLocalPeer)
 
+    bool Connect(QLocalSocket& socket, int timeout);
     bool HasRoom();
     void OnReceiverFinished(QtLP_Private::MessageReceiver* receiver);
 

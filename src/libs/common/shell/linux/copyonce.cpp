@@ -1,11 +1,9 @@
 #include "../copyonce.h"
 
 #include <QFile>
-#include <QFileInfo>
 
+#include <algorithm>
 #include <fcntl.h>
-#include <linux/fs.h>
-#include <sys/ioctl.h>
 #include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -39,25 +37,24 @@ private:
     int value;
 };
 
-/// Lets the kernel move the bytes, within one file system first and then between any two.
+/// Lets the kernel move the bytes, within one file system first, where it may let both files share their
+/// blocks, and then between any two.
 ssize_t MoveChunk(int source, int target)
 {
     const ssize_t moved = ::copy_file_range(source, nullptr, target, nullptr, maxChunk, 0);
     return moved >= 0 ? moved : ::sendfile(target, source, nullptr, maxChunk);
 }
 
-bool CopyContent(int source, int target)
+bool CopyContent(int source, int target, off_t size)
 {
-    // A file system that can share the blocks of both files is done at once.
-    if (::ioctl(target, FICLONE, source) == 0) {
-        return true;
-    }
+    off_t done = 0;
     for (;;) {
         const ssize_t moved = MoveChunk(source, target);
         if (moved < 0) {
             return false;
         }
-        if (moved == 0) {
+        done += moved;
+        if (moved == 0 || done == size) {
             // Files that the kernel makes up, such as those in /proc, can look empty to it but not to a read.
             char byte = 0;
             return ::read(source, &byte, 1) == 0;
@@ -83,22 +80,25 @@ mode_t CopiedPermissions(const char* source, mode_t sourceMode)
     return mode;
 }
 
-/// Copies a regular file without a name and then names it. False leaves nothing behind.
-bool CopyByKernel(const QString& sourceName, const QString& newName)
-{
-    const QByteArray source = QFile::encodeName(sourceName);
-    const QByteArray target = QFile::encodeName(newName);
-    const QByteArray targetFolder = QFile::encodeName(QFileInfo(newName).path());
+} // namespace
 
-    // Not to block on what turns out to be a fifo.
-    const Descriptor input(::open(source.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+// The copy is made without a name and gets it when it is whole.
+bool CopyQuickly(const QString& source, const QString& newName)
+{
+    const QByteArray sourcePath = QFile::encodeName(source);
+    const QByteArray target = QFile::encodeName(newName);
+    const qsizetype slash = target.lastIndexOf('/');
+    const QByteArray folder = slash < 0 ? QByteArrayLiteral(".") : target.left(std::max<qsizetype>(slash, 1));
+
+    // Looked at before it is opened: opening alone can block on a fifo, or do something to a device.
     struct stat status = {};
-    if (!input.IsValid() || ::fstat(input.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (::stat(sourcePath.constData(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return false;
     }
-    Descriptor output(::open(targetFolder.constData(), O_RDWR | O_CLOEXEC | O_TMPFILE, 0600));
-    if (!output.IsValid() || !CopyContent(input.Get(), output.Get()) ||
-        ::fchmod(output.Get(), CopiedPermissions(source.constData(), status.st_mode)) != 0) {
+    const Descriptor input(::open(sourcePath.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    Descriptor output(::open(folder.constData(), O_RDWR | O_CLOEXEC | O_TMPFILE, 0600));
+    if (!input.IsValid() || !output.IsValid() || !CopyContent(input.Get(), output.Get(), status.st_size) ||
+        ::fchmod(output.Get(), CopiedPermissions(sourcePath.constData(), status.st_mode)) != 0) {
         return false;
     }
     const QByteArray openFile = "/proc/self/fd/" + QByteArray::number(output.Get());
@@ -112,13 +112,11 @@ bool CopyByKernel(const QString& sourceName, const QString& newName)
     return true;
 }
 
-} // namespace
-
 // Whatever goes wrong on the fast way, and whatever it is not made for, QFile::copy has the last word on: it
 // knows more ways, and leaves its error in `file`.
 bool CopyOnce(QFile& file, const QString& newName)
 {
-    if (file.isOpen() || !CopyByKernel(file.fileName(), newName)) {
+    if (file.isOpen() || !CopyQuickly(file.fileName(), newName)) {
         return file.copy(newName);
     }
     file.unsetError();

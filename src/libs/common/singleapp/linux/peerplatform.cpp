@@ -68,12 +68,14 @@ bool IsOwnPeer(const QLocalSocket& socket)
     ucred credentials = {};
     socklen_t size = sizeof(credentials);
     if (::getsockopt(static_cast<int>(socket.socketDescriptor()), SOL_SOCKET, SO_PEERCRED, &credentials,
-                     &size) == 0 &&
-        credentials.uid == ::geteuid()) {
-        return true;
+                     &size) != 0) {
+        return false; // The connection is gone already.
     }
-    qWarning("QtLocalPeer: the process behind the local socket belongs to another user");
-    return false;
+    if (credentials.uid != ::geteuid()) {
+        qWarning("QtLocalPeer: the process behind the local socket belongs to another user");
+        return false;
+    }
+    return true;
 }
 
 } // namespace QtLP_Private

@@ -1,0 +1,239 @@
+/// Copying and removing trees, against the programs of the system that do the same. The files lie in TMPDIR.
+
+#include <common/shell/filecopier.h>
+#include <common/shell/fileremover.h>
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+
+#include <malloc.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace bench
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+constexpr std::int64_t largeTree = 50000;
+constexpr std::int64_t filesPerFolder = 100;
+constexpr std::int64_t bigFileSize = std::int64_t{2} << 30;
+
+/// A folder for one benchmark, with a source tree in it.
+class Work
+{
+public:
+    fs::path Source() const { return Path("source"); }
+    fs::path Target() const { return Path("target"); }
+
+    void MakeTree(std::int64_t files) const
+    {
+        const std::string content(4096, 'x');
+        for (std::int64_t i = 0; i < files; ++i) {
+            const fs::path parent = Source() / std::to_string(i / filesPerFolder);
+            if (i % filesPerFolder == 0) {
+                fs::create_directories(parent);
+            }
+            std::ofstream(parent / std::to_string(i % filesPerFolder)) << content;
+        }
+        ::sync();
+    }
+    void MakeBigFile() const
+    {
+        const std::string block(std::size_t{1} << 20, 'x');
+        std::ofstream file(Source());
+        for (std::int64_t size = 0; size < bigFileSize; size += static_cast<std::int64_t>(block.size())) {
+            file << block;
+        }
+        file.close();
+        ::sync();
+    }
+    void CopyTree() const { fs::copy(Source(), Target(), fs::copy_options::recursive); }
+    void Clear() const
+    {
+        fs::remove_all(Target());
+        ::sync();
+    }
+
+private:
+    fs::path Path(const char* name) const { return fs::path(folder.path().toStdString()) / name; }
+
+    QTemporaryDir folder;
+};
+
+/// Runs a job as a program would, in an event loop; the time of the last signal is that of the end.
+template<class Job>
+bool Run(Job& job, bool (Job::*start)(), bool listen)
+{
+    QEventLoop loop;
+    bool ok = false;
+    int seen = 0;
+    if (listen) {
+        QObject::connect(&job, &Job::progress, &loop, [&seen](int current, int) { seen = current; });
+    }
+    QObject::connect(&job, &Job::succesed, &loop, [&] {
+        ok = true;
+        loop.quit();
+    });
+    QObject::connect(&job, &Job::failed, &loop, &QEventLoop::quit);
+    (job.*start)();
+    loop.exec();
+    return ok && (!listen || seen > 0);
+}
+
+bool Copy(const Work& work, bool listen)
+{
+    common::FileCopier copier;
+    const QString source = QString::fromStdString(work.Source().string());
+    const QString target = QString::fromStdString(work.Target().string());
+    if (fs::is_directory(work.Source())) {
+        copier.AddDirectory(source, target);
+    } else {
+        copier.AddFile(source, target);
+    }
+    return Run(copier, &common::FileCopier::Copy, listen);
+}
+
+bool Remove(const Work& work)
+{
+    common::FileRemover remover;
+    remover.AddDirectory(QString::fromStdString(work.Target().string()));
+    return Run(remover, &common::FileRemover::Remove, false);
+}
+
+bool RunProgram(std::vector<std::string> words)
+{
+    std::vector<char*> arguments;
+    for (std::string& word : words) {
+        arguments.push_back(word.data());
+    }
+    arguments.push_back(nullptr);
+    pid_t child = 0;
+    int status = -1;
+    return posix_spawnp(&child, arguments.front(), nullptr, nullptr, arguments.data(), environ) == 0 &&
+           waitpid(child, &status, 0) == child && status == 0;
+}
+
+/// Measures `step`, with `prepare` before and a clean folder after each round.
+template<class Prepare, class Step>
+void Measure(benchmark::State& state, const Work& work, const Prepare& prepare, const Step& step)
+{
+    for (auto _ : state) {
+        state.PauseTiming();
+        prepare();
+        state.ResumeTiming();
+        const bool ok = step();
+        state.PauseTiming();
+        work.Clear();
+        state.ResumeTiming();
+        if (!ok) {
+            state.SkipWithError("the job failed");
+            return;
+        }
+    }
+}
+
+void CopyTree(benchmark::State& state, const char* variant)
+{
+    const std::string name = variant;
+    const std::int64_t files = state.range(0);
+    const Work work;
+    work.MakeTree(files);
+    Measure(
+        state, work, [] {},
+        [&] {
+            return name == "cp" ? RunProgram({"cp", "-r", work.Source().string(), work.Target().string()})
+                                : Copy(work, name == "listening");
+        });
+    state.SetItemsProcessed(state.iterations() * files);
+}
+
+void CopyBigFile(benchmark::State& state, bool ours)
+{
+    const Work work;
+    work.MakeBigFile();
+    Measure(
+        state, work, [] {},
+        [&] {
+            return ours
+                       ? Copy(work, false)
+                       : RunProgram({"cp", "--reflink=auto", work.Source().string(), work.Target().string()});
+        });
+    state.SetBytesProcessed(state.iterations() * bigFileSize);
+}
+
+void RemoveTree(benchmark::State& state, bool ours)
+{
+    const std::int64_t files = state.range(0);
+    const Work work;
+    work.MakeTree(files);
+    Measure(
+        state, work, [&] { work.CopyTree(); },
+        [&] {
+            return ours ? Remove(work) : RunProgram({"rm", "-rf", work.Target().string()});
+        });
+    state.SetItemsProcessed(state.iterations() * files);
+}
+
+/// Memory of the lists of a copier, for paths of 60 characters, as the heap counts it.
+void ListMemory(benchmark::State& state)
+{
+    constexpr int items = 200000;
+    double bytes = 0;
+    for (auto _ : state) {
+        const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
+        common::FileCopier copier;
+        for (int i = 0; i < items; ++i) {
+            const QString name = QStringLiteral("/%1").arg(i, 59, 10, QLatin1Char('0'));
+            copier.AddFile(QString(name), QString(name));
+        }
+        bytes = static_cast<double>(mallinfo2().uordblks + mallinfo2().hblkhd - before);
+    }
+    state.counters["bytes an item"] = bytes / items;
+    state.SetItemsProcessed(state.iterations() * items);
+}
+
+void Register()
+{
+    const auto once = [](auto* benchmark) {
+        return benchmark->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+    };
+    for (const std::int64_t files : {std::int64_t{1000}, largeTree, 4 * largeTree}) {
+        once(benchmark::RegisterBenchmark("copy of a tree/vxcommon", CopyTree, "vxcommon"))->Arg(files);
+        once(benchmark::RegisterBenchmark("copy of a tree/with a progress receiver", CopyTree, "listening"))
+            ->Arg(files);
+        once(benchmark::RegisterBenchmark("copy of a tree/cp -r", CopyTree, "cp"))->Arg(files);
+        once(benchmark::RegisterBenchmark("removal of a tree/vxcommon", RemoveTree, true))->Arg(files);
+        once(benchmark::RegisterBenchmark("removal of a tree/rm -rf", RemoveTree, false))->Arg(files);
+    }
+    once(benchmark::RegisterBenchmark("copy of a file of 2 GiB/vxcommon", CopyBigFile, true));
+    once(benchmark::RegisterBenchmark("copy of a file of 2 GiB/cp --reflink=auto", CopyBigFile, false));
+    once(benchmark::RegisterBenchmark("list of a copier/vxcommon", ListMemory));
+}
+
+} // namespace
+
+} // namespace bench
+
+int main(int argc, char* argv[])
+{
+    const QCoreApplication application(argc, argv);
+    bench::Register();
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

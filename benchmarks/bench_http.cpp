@@ -1,0 +1,204 @@
+/// Downloads and small requests against nginx on the loopback, beside curl and Qt's own classes. The program
+/// starts the server through a script that runs it once more.
+
+#include <common/http/ifiledownload.h>
+#include <common/http/ihttprequest.h>
+#include <common/tools/stringconverter.h>
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QFile>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace bench
+{
+
+namespace
+{
+
+using common::http::IFileDownload;
+using common::http::IHttpRequest;
+
+constexpr qint64 fileSize = 1000000000;
+constexpr int requestCount = 5000;
+constexpr int inFlight = 6; // As many as Qt has connections to a host.
+
+QUrl Url(const QString& path)
+{
+    return QUrl(
+        QStringLiteral("http://127.0.0.1:%1/%2").arg(qEnvironmentVariableIntValue("SERVER_HTTP")).arg(path));
+}
+
+QString ServedFile(const QString& name)
+{
+    return qEnvironmentVariable("SERVER_ROOT") + u'/' + name;
+}
+
+/// The MD5 sum of the file that is downloaded, which is made on the first call.
+QString ServedSum()
+{
+    static const QString sum = [] {
+        QFile file(ServedFile(QStringLiteral("benchmark.bin")));
+        if (!file.open(QIODevice::ReadWrite) || !file.resize(fileSize)) {
+            return QString();
+        }
+        const uchar* const content = file.map(0, fileSize);
+        return tools::string::converter::ToMD5(
+            QByteArray::fromRawData(reinterpret_cast<const char*>(content), fileSize));
+    }();
+    return sum;
+}
+
+void DownloadByLibrary(benchmark::State& state)
+{
+    const QString sum = ServedSum();
+    const QTemporaryDir dir;
+    QNetworkAccessManager manager;
+    for ([[maybe_unused]] const auto iteration : state) {
+        const std::unique_ptr<IFileDownload> download(common::http::CreateFileDownload(&manager, nullptr));
+        download->SetUrl(Url(QStringLiteral("benchmark.bin")));
+        download->SetFilePath(dir.filePath(QStringLiteral("file")));
+        download->SetFileSize(fileSize);
+        download->SetChecksum(sum);
+        QEventLoop loop;
+        QObject::connect(download.get(), &IFileDownload::complete, &loop, &QEventLoop::quit);
+        QObject::connect(download.get(), &IFileDownload::failed, &loop, [&](int, const QString& text) {
+            state.SkipWithError(qPrintable(text));
+            loop.quit();
+        });
+        download->Start();
+        loop.exec();
+        state.PauseTiming();
+        QFile::remove(dir.filePath(QStringLiteral("file")));
+        state.ResumeTiming();
+    }
+    state.SetBytesProcessed(state.iterations() * fileSize);
+}
+
+void DownloadByCurl(benchmark::State& state)
+{
+    const QString sum = ServedSum();
+    const QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("file"));
+    for ([[maybe_unused]] const auto iteration : state) {
+        QProcess md5;
+        const int fetched =
+            QProcess::execute(QStringLiteral("curl"), {QStringLiteral("-s"), QStringLiteral("-o"), path,
+                                                       Url(QStringLiteral("benchmark.bin")).toString()});
+        md5.start(QStringLiteral("md5sum"), {path});
+        md5.waitForFinished(-1);
+        if (fetched != 0 || !md5.readAll().startsWith(sum.toLatin1())) {
+            state.SkipWithError("curl and md5sum found another file");
+        }
+        state.PauseTiming();
+        QFile::remove(path);
+        state.ResumeTiming();
+    }
+    state.SetBytesProcessed(state.iterations() * fileSize);
+}
+
+/// Six requests of the library, each sent again as soon as it has ended.
+void SmallByLibrary(benchmark::State& state)
+{
+    QNetworkAccessManager manager;
+    for ([[maybe_unused]] const auto iteration : state) {
+        int sent = 0;
+        int ended = 0;
+        QEventLoop loop;
+        std::vector<std::unique_ptr<IHttpRequest>> requests;
+        for (int i = 0; i < inFlight; ++i) {
+            auto& request = requests.emplace_back(common::http::CreateHttpRequest(&manager, nullptr));
+            request->SetUrl(Url(QStringLiteral("large.md5")));
+            request->SetTimeout(30);
+            QObject::connect(request.get(), &IHttpRequest::requestFinished, &loop,
+                             [&, one = request.get()](const QString& body) {
+                                 benchmark::DoNotOptimize(body.size());
+                                 if (++ended == requestCount) {
+                                     loop.quit();
+                                 } else if (sent < requestCount) {
+                                     ++sent;
+                                     one->Get();
+                                 }
+                             });
+            QObject::connect(request.get(), &IHttpRequest::requestError, &loop,
+                             [&](int, const QString& text) {
+                                 state.SkipWithError(qPrintable(text));
+                                 loop.quit();
+                             });
+            ++sent;
+            request->Get();
+        }
+        loop.exec();
+    }
+    state.SetItemsProcessed(state.iterations() * requestCount);
+}
+
+/// The same on the bare manager, with the header that the library sends.
+void SmallByQt(benchmark::State& state)
+{
+    QNetworkAccessManager manager;
+    for ([[maybe_unused]] const auto iteration : state) {
+        int sent = 0;
+        int ended = 0;
+        QEventLoop loop;
+        const std::function<void()> send = [&] {
+            ++sent;
+            QNetworkRequest request(Url(QStringLiteral("large.md5")));
+            request.setRawHeader("Accept-Encoding", "gzip");
+            QNetworkReply* const reply = manager.get(request);
+            QObject::connect(reply, &QNetworkReply::finished, &loop, [&, reply] {
+                if (reply->error() != QNetworkReply::NoError) {
+                    state.SkipWithError(qPrintable(reply->errorString()));
+                    loop.quit();
+                }
+                benchmark::DoNotOptimize(QString::fromUtf8(reply->readAll()).size());
+                reply->deleteLater();
+                if (++ended == requestCount) {
+                    loop.quit();
+                } else if (sent < requestCount) {
+                    send();
+                }
+            });
+        };
+        for (int i = 0; i < inFlight; ++i) {
+            send();
+        }
+        loop.exec();
+    }
+    state.SetItemsProcessed(state.iterations() * requestCount);
+}
+
+void Configure(benchmark::internal::Benchmark* one)
+{
+    one->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+}
+
+} // namespace
+
+} // namespace bench
+
+BENCHMARK(bench::DownloadByLibrary)->Name("download of 1 GB/vxcommon")->Apply(bench::Configure);
+BENCHMARK(bench::DownloadByCurl)->Name("download of 1 GB/curl and md5sum")->Apply(bench::Configure);
+BENCHMARK(bench::SmallByLibrary)->Name("5,000 small GETs/vxcommon")->Apply(bench::Configure);
+BENCHMARK(bench::SmallByQt)->Name("5,000 small GETs/QNetworkAccessManager")->Apply(bench::Configure);
+
+int main(int argc, char* argv[])
+{
+    const QCoreApplication application(argc, argv);
+    if (!qEnvironmentVariableIsSet("SERVER_HTTP")) {
+        return QProcess::execute(QStringLiteral(WITH_SERVERS), QCoreApplication::arguments());
+    }
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

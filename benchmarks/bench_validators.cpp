@@ -1,0 +1,75 @@
+/// What an input field does with a paste of 10,000 characters.
+
+#include <common/sip/sipid.h>
+#include <common/tools/insertionfixupvalidator.h>
+
+#include <benchmark/benchmark.h>
+
+#include <QRegExp>
+#include <QString>
+
+namespace bench
+{
+
+namespace
+{
+
+using tools::sip::SipId;
+
+/// The rule of fixup without short cuts: one character, one match.
+void RemoveOneByOne(const QRegExp& pattern, QString& text)
+{
+    pattern.exactMatch(text);
+    while (!text.isEmpty() && pattern.matchedLength() != text.size()) {
+        text.remove(pattern.matchedLength(), 1);
+        pattern.exactMatch(text);
+    }
+}
+
+void Fixup(benchmark::State& state, const QRegExp& pattern, const QString& text)
+{
+    const tools::CInsertionFixupValidator validator(pattern);
+    for (auto _ : state) {
+        QString input = text;
+        validator.fixup(input);
+        benchmark::DoNotOptimize(input);
+    }
+}
+
+void OneByOne(benchmark::State& state, const QRegExp& pattern, const QString& text)
+{
+    for (auto _ : state) {
+        QString input = text;
+        RemoveOneByOne(pattern, input);
+        benchmark::DoNotOptimize(input);
+    }
+}
+
+void Register(const char* topic, const QRegExp& pattern, const QString& text)
+{
+    const std::string name = topic;
+    benchmark::RegisterBenchmark((name + "/vxcommon").c_str(), Fixup, pattern, text)
+        ->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark((name + "/one by one").c_str(), OneByOne, pattern, text)
+        ->Unit(benchmark::kMillisecond);
+}
+
+} // namespace
+
+} // namespace bench
+
+int main(int argc, char** argv)
+{
+    using bench::SipId;
+    bench::Register("paste of prose into an address field", SipId::AllSymbolRegExp(),
+                    QStringLiteral("Call me at work. ").repeated(589).left(10000));
+    bench::Register("paste with letters between all digits", SipId::PhoneNumberRegExp(),
+                    QStringLiteral("1x").repeated(5000));
+    bench::Register("paste with misplaced signs between all digits", SipId::PhoneNumberRegExp(),
+                    QStringLiteral("1+").repeated(5000));
+    bench::Register("paste beyond the length limit", SipId::SymbolRegExp(),
+                    QStringLiteral("abcdefghij").repeated(1000));
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -1,0 +1,141 @@
+#include "mainwindow.h"
+
+#include "appearance.h"
+#include "chatpanel.h"
+#include "contactpanel.h"
+#include "copyrow.h"
+#include "dialpanel.h"
+#include "downloadrow.h"
+#include "logpane.h"
+#include "schemeregistration.h"
+#include "statusline.h"
+
+#include <common/logger/logger.h>
+
+#include <QDir>
+#include <QDockWidget>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QMenuBar>
+#include <QSplitter>
+#include <QSystemTrayIcon>
+#include <QVBoxLayout>
+
+namespace vxphone
+{
+
+namespace
+{
+
+constexpr common::logger::Channel logChannel{"vxphone"};
+
+} // namespace
+
+MainWindow::MainWindow(const QString& dataFolder, LogPane* log, bool dark)
+    : dialPanel(new DialPanel)
+    , callIcon(new CallIcon(this))
+    , registration(new SchemeRegistration(this))
+{
+    setWindowTitle(tr("vxphone"));
+    setCentralWidget(CreateContents(dataFolder));
+
+    auto* const logDock = new QDockWidget(tr("Log"), this);
+    logDock->setObjectName(QStringLiteral("log"));
+    logDock->setWidget(log);
+    addDockWidget(Qt::BottomDockWidgetArea, logDock);
+
+    auto* const status = new StatusLine;
+    setStatusBar(status);
+    connect(registration, &SchemeRegistration::stateFound, status, &StatusLine::ShowSchemes);
+    registration->Refresh();
+
+    CreateMenus(logDock, dark);
+    CreateIcon();
+    resize(940, 720);
+    resizeDocks({logDock}, {130}, Qt::Vertical);
+    dialPanel->setFocus();
+}
+
+QWidget* MainWindow::CreateContents(const QString& dataFolder)
+{
+    auto* const contacts = new ContactPanel(QDir(dataFolder).filePath(QStringLiteral("contacts.json")));
+    auto* const chat = new ChatPanel;
+    connect(contacts, &ContactPanel::chosen, dialPanel, &DialPanel::SetAddress);
+    connect(chat, &ChatPanel::callLinkClicked, dialPanel, &DialPanel::SetAddress);
+    connect(dialPanel, &DialPanel::keepAsked, contacts, &ContactPanel::Add);
+    connect(dialPanel, &DialPanel::callChanged, this, [this](bool inCall, const QString& text) {
+        callIcon->SetInCall(inCall);
+        setWindowTitle(inCall ? tr("%1 – vxphone").arg(text) : tr("vxphone"));
+        LOG_MESSAGE(common::logger::Info) << (inCall ? "call to " : "end of the call to ") << text;
+    });
+
+    auto* const work = new QWidget;
+    auto* const layout = new QVBoxLayout(work);
+    layout->setSpacing(2 * layout->spacing());
+    layout->addWidget(dialPanel);
+    layout->addWidget(chat, 1);
+    layout->addWidget(CreateTransfers(dataFolder));
+    auto* const side = new QWidget;
+    auto* const sideLayout = new QVBoxLayout(side);
+    sideLayout->addWidget(contacts);
+
+    auto* const splitter = new QSplitter;
+    splitter->addWidget(side);
+    splitter->addWidget(work);
+    splitter->setStretchFactor(1, 1);
+    splitter->setChildrenCollapsible(false);
+    splitter->setSizes({220, 720});
+    return splitter;
+}
+
+QWidget* MainWindow::CreateTransfers(const QString& dataFolder)
+{
+    auto* const group = new QGroupBox(tr("Transfers"));
+    auto* const grid = new QGridLayout(group);
+    grid->setColumnStretch(1, 3);
+    grid->setColumnStretch(2, 2);
+    new DownloadRow(grid, 0, QDir(dataFolder).filePath(QStringLiteral("downloads")), this);
+    new CopyRow(grid, 2, QDir(dataFolder).filePath(QStringLiteral("backup")), this);
+    return group;
+}
+
+void MainWindow::CreateMenus(QDockWidget* logDock, bool dark)
+{
+    QMenu* const phone = menuBar()->addMenu(tr("&Phone"));
+    phone->addAction(tr("&Open call links with this program"), registration, &SchemeRegistration::Register);
+    phone->addAction(tr("&Give call links up"), registration, &SchemeRegistration::Unregister);
+    phone->addSeparator();
+    phone->addAction(tr("&Quit"), QKeySequence::Quit, this, &QWidget::close);
+
+    QMenu* const view = menuBar()->addMenu(tr("&View"));
+    QAction* const showLog = logDock->toggleViewAction();
+    showLog->setText(tr("&Log"));
+    showLog->setShortcut(Qt::Key_F12);
+    view->addAction(showLog);
+    QAction* const darkColours = view->addAction(tr("&Dark colours"));
+    darkColours->setCheckable(true);
+    darkColours->setChecked(dark);
+    connect(darkColours, &QAction::toggled, this, &ApplyColours);
+}
+
+void MainWindow::CreateIcon()
+{
+    setWindowIcon(callIcon->Current());
+    connect(callIcon, &CallIcon::changed, this, &QWidget::setWindowIcon);
+    if (QSystemTrayIcon::isSystemTrayAvailable()) {
+        tray = new QSystemTrayIcon(callIcon->Current(), this);
+        connect(callIcon, &CallIcon::changed, tray, &QSystemTrayIcon::setIcon);
+        connect(tray, &QSystemTrayIcon::activated, this, [this] { activateWindow(); });
+        tray->show();
+    }
+}
+
+void MainWindow::TakeAddress(const QString& address)
+{
+    if (!address.isEmpty()) {
+        LOG_MESSAGE(common::logger::Info) << "address to call: " << address;
+        dialPanel->SetAddress(address);
+    }
+}
+
+} // namespace vxphone

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QMainWindow>
+
+class QDockWidget;
+class QSystemTrayIcon;
+
+namespace vxphone
+{
+
+class CallIcon;
+class DialPanel;
+class LogPane;
+class SchemeRegistration;
+
+/// The window: contacts on the left; dialling, chat and transfers on the right; the log below.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    /// @param dataFolder where contacts and files are kept
+    MainWindow(const QString& dataFolder, LogPane* log, bool dark);
+
+    /// An address to call, from the command line or from another process; empty to come to the front only.
+    void TakeAddress(const QString& address);
+
+private:
+    QWidget* CreateContents(const QString& dataFolder);
+    QWidget* CreateTransfers(const QString& dataFolder);
+    void CreateMenus(QDockWidget* logDock, bool dark);
+    void CreateIcon();
+
+    DialPanel* dialPanel;
+    CallIcon* callIcon;
+    SchemeRegistration* registration;
+    QSystemTrayIcon* tray = nullptr;
+};
+
+} // namespace vxphone

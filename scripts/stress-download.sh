@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# Downloads that are too much for every test run, from a real server on the loopback: a file of many GB, with the memory
+# that it takes, and one that does not fit on the disk: scripts/stress-download.sh [GIGABYTES]
+# Needs a release build; takes about 6 s and twice the disk space for each GB.
+
+source "$(dirname "$0")/lib.sh"
+
+vxtool=$project_dir/build/release/examples/vxtool/vxtool
+gigabytes=${1:-5}
+
+if [ -z "${SERVER_ROOT:-}" ]; then
+    scripts/setup.sh test
+    [ -x "$vxtool" ] || { quietly cmake --preset release; quietly cmake --build --preset release; }
+    exec tests/http/with-servers.sh "$0" "$@"
+fi
+
+out=$(mktemp -d)
+trap 'rm -rf "$out"' EXIT
+url=http://127.0.0.1:$SERVER_HTTP
+
+# The most memory of its own, in kB, that a command has while it runs. A mapped file is memory of the page cache.
+own_memory_of() {
+    local peak=0 now
+    "$@" >"$out/stdout" 2>"$out/stderr" &
+    local pid=$!
+    while now=$(sed -n 's/^RssAnon:[[:space:]]*\([0-9]*\) kB$/\1/p' "/proc/$pid/status" 2>/dev/null) && [ -n "$now" ]; do
+        ((now > peak)) && peak=$now
+        sleep 0.02
+    done
+    wait $pid || { cat "$out/stderr" >&2; die "failed: $*"; }
+    echo "$peak"
+}
+
+say "A file of $gigabytes GB, checked by size and MD5 sum"
+size=$((gigabytes * 1000000000))
+truncate -s $size "$SERVER_ROOT/sparse.bin"
+printf 'end' | dd of="$SERVER_ROOT/sparse.bin" bs=1 seek=$((size - 3)) conv=notrunc status=none
+md5=$(md5sum <"$SERVER_ROOT/sparse.bin" | cut -d' ' -f1)
+baseline=$(own_memory_of "$vxtool" get "$url/slow" --timeout 30)
+peak=$(own_memory_of "$vxtool" download "$url/sparse.bin" "$out/sparse.bin" --size $size --md5 "$md5")
+cmp "$SERVER_ROOT/sparse.bin" "$out/sparse.bin"
+cat "$out/stdout"
+say "Memory of its own: $((peak / 1024)) MB at most, $(((peak - baseline) / 1024)) MB more than a small request takes"
+((peak - baseline < 64 * 1024)) || die "that is too much"
+rm -f "$out/sparse.bin" "$SERVER_ROOT/sparse.bin"
+
+say "A file of 40 MB where only 20 MB may be written"
+large_md5=$(cat "$SERVER_ROOT/large.md5")
+for check in "--size 40000000" "--md5 $large_md5"; do
+    # Ignored, the signal becomes an ordinary failure of the write, as a full disk is.
+    # shellcheck disable=SC2086
+    if (trap '' XFSZ; ulimit -f 20000; exec "$vxtool" download "$url/large.bin" "$out/large.bin" $check \
+        --log "$out/log" --log-level 7) 2>"$out/stderr"; then
+        die "a file cut short was taken for good"
+    fi
+    grep 'error 900103: Download verification failed!' "$out/stderr"
+    grep -o 'http.download: .*\(Checking download failed.*\|written -1 bytes.\)' "$out/log" | sort | uniq -c | tail -n 3
+    rm -f "$out/log"
+done
