@@ -9,7 +9,6 @@
 #include <QNetworkAccessManager>
 #include <QTimer>
 
-#include <cstdio>
 #include <memory>
 
 namespace vxtool
@@ -77,9 +76,7 @@ int RunRequest(IHttpRequest& request, IHttpRequest::HTTPRequestMethod method, co
         loop.quit();
     };
     QObject::connect(&request, &IHttpRequest::requestFinishedWithBinaryData, &loop,
-                     [](const QByteArray& body) {
-                         std::fwrite(body.constData(), 1, static_cast<std::size_t>(body.size()), stdout);
-                     });
+                     [](const QByteArray& body) { PrintBytes(body); });
     QObject::connect(&request, &IHttpRequest::requestFinished, &loop, &QEventLoop::quit);
     QObject::connect(&request, &IHttpRequest::requestError, &loop, [&](int error, const QString& text) {
         // Never the last word: a retry follows, or the same reply once more under its own code.

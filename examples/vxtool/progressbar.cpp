@@ -100,8 +100,8 @@ void ProgressBar::Draw()
     }
     // A full last column would break the line.
     const QByteArray bytes = '\r' + line.left(width - 1).leftJustified(width - 1).toUtf8();
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
-    std::fflush(stderr);
+    static_cast<void>(std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr));
+    static_cast<void>(std::fflush(stderr));
 }
 
 } // namespace vxtool

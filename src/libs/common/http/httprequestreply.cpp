@@ -85,7 +85,7 @@ bool IsProxyProblem(int error)
 
 void HttpRequest::OnRequestFinished()
 {
-    QNetworkReply* const finished = qobject_cast<QNetworkReply*>(sender());
+    auto* const finished = qobject_cast<QNetworkReply*>(sender());
     if (reply != finished) {
         LOG_MESSAGE(logger::Crit) << LogPrefix() << "Cannot process unknown QNetworkReply";
         return;
