@@ -44,7 +44,7 @@ void PrintEvent(RowPrinter& printer, const QString& event, const QString& text)
 {
     LOG_MESSAGE(common::logger::Info) << event << ": " << text;
     printer.Print({{QStringLiteral("event"), event}, {QStringLiteral("text"), text}});
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout)); // What is lost is told when the program ends.
 }
 
 /// The work of the first process.

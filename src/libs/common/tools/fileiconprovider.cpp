@@ -38,7 +38,7 @@ QIcon FileIconProvider::icon(const QFileInfo& info) const
     }
     QTemporaryFile sample(QDir::tempPath() + QDir::separator() + QStringLiteral("XXXXXX") + u'.' + suffix);
     const QFileInfo sampleInfo = sample.open() ? QFileInfo(sample) : QFileInfo();
-    const QIcon icon = CopyOf(QFileIconProvider::icon(sampleInfo));
+    QIcon icon = CopyOf(QFileIconProvider::icon(sampleInfo));
     if (icon.isNull()) {
         return QFileIconProvider::icon(QAbstractFileIconProvider::File);
     }
