@@ -128,16 +128,13 @@ void TestVxtoolText::gzip()
     QCOMPARE(cut.exitCode, 1);
     QCOMPARE(cut.output, input);
 
-    // Input that comes late, through a pipe from another process.
-    QProcess packer;
+    // Input that comes late: an empty pipe is waited for, and is no failure.
     QProcess unpacker;
-    packer.setStandardOutputProcess(&unpacker);
     unpacker.start(QStringLiteral(VXTOOL_PROGRAM), {"gunzip"});
     QVERIFY(unpacker.waitForStarted(60000));
-    packer.start(QStringLiteral(VXTOOL_PROGRAM), {"gzip"});
-    packer.write(input);
-    packer.closeWriteChannel();
-    QVERIFY(packer.waitForFinished(60000));
+    QVERIFY(!unpacker.waitForFinished(300));
+    unpacker.write(packed.output);
+    unpacker.closeWriteChannel();
     QVERIFY(unpacker.waitForFinished(60000));
     QCOMPARE(unpacker.readAllStandardOutput(), input);
 }
