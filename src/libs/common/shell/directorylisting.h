@@ -14,7 +14,8 @@ struct ListedEntry
     bool isLink;
 };
 
-/// What is in a directory but for hidden names, in the order of the file system; nothing if it cannot be read.
+/// What is in a directory but for hidden names, in the order of the file system; nothing if it cannot be
+/// read.
 std::vector<ListedEntry> ListDirectory(const QString& absolutePath);
 
 } // namespace common
