@@ -8,7 +8,7 @@ namespace common
 
 /**
  * The command line of an Exec key of a desktop entry, by the quoting rules of the freedesktop.org Desktop
- * Entry Specification: each argument arrives as it is, a percent sign too. Not yet escaped as a value of the
+ * Entry standard: each argument arrives as it is, a percent sign too. Not yet escaped as a value of the
  * file.
  */
 QString DesktopExec(const QString& program, const QStringList& arguments);
