@@ -37,5 +37,11 @@ if [ ! -e "$WINEPREFIX/ready" ]; then
         fi
     ) 9>"$build_dir/wineprefix.lock"
 fi
-exec "$wine" "$program" "$@" 2> >(grep -v -e 'it looks like wine32 is missing' -e 'multiarch needs to be enabled' \
-    -e 'dpkg --add-architecture' -e 'apt-get install wine32' -e '^as root, please$' >&2)
+# Standard error goes to a file first: a console that outlives the program would keep a pipe open for ever.
+errors=$(mktemp)
+trap 'rm -f "$errors"' EXIT
+exit_code=0
+"$wine" "$program" "$@" 2>"$errors" || exit_code=$?
+grep -v -e 'it looks like wine32 is missing' -e 'multiarch needs to be enabled' -e 'dpkg --add-architecture' \
+    -e 'apt-get install wine32' -e '^as root, please$' "$errors" >&2 || true
+exit $exit_code
