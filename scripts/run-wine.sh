@@ -37,11 +37,12 @@ if [ ! -e "$WINEPREFIX/ready" ]; then
         fi
     ) 9>"$build_dir/wineprefix.lock"
 fi
-# Standard error goes to a file first: a console that outlives the program would keep a pipe open for ever.
-errors=$(mktemp)
-trap 'rm -f "$errors"' EXIT
+# What it prints goes to files first: a console that outlives the program would keep a pipe open for ever.
+output=$(mktemp -d)
+trap 'rm -rf "$output"' EXIT
 exit_code=0
-"$wine" "$program" "$@" 2>"$errors" || exit_code=$?
+"$wine" "$program" "$@" >"$output/stdout" 2>"$output/stderr" || exit_code=$?
+cat "$output/stdout"
 grep -v -e 'it looks like wine32 is missing' -e 'multiarch needs to be enabled' -e 'dpkg --add-architecture' \
-    -e 'apt-get install wine32' -e '^as root, please$' "$errors" >&2 || true
+    -e 'apt-get install wine32' -e '^as root, please$' "$output/stderr" >&2 || true
 exit $exit_code
