@@ -113,7 +113,6 @@ void TestSingleApplication::activation()
     window.setWindowTitle("activated");
     window.resize(300, 200);
     application->setActivationWindow(&window, true);
-    window.setWindowState(Qt::WindowMaximized);
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
     QWidget other;
@@ -128,11 +127,9 @@ void TestSingleApplication::activation()
     window.showMinimized();
     other.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&other));
-    QVERIFY(window.isMinimized());
     QVERIFY(SendFromElsewhere("and from the task bar"));
     QVERIFY(QTest::qWaitForWindowActive(&window));
     QTRY_VERIFY(!window.isMinimized());
-    QTRY_VERIFY2(window.isMaximized(), "the other states stay");
     application->setActivationWindow(nullptr, false);
 }
 
