@@ -1,15 +1,12 @@
 // What other users of a shared temporary folder may try. Needs the rights of root to play another user.
 
-#include <common/singleapp/qtlocalpeer.h>
+#include "peers.h"
 
-#include <QDir>
 #include <QFile>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QTemporaryDir>
-#include <QTest>
 
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -19,12 +16,6 @@ namespace
 {
 
 constexpr uid_t otherUser = 65534;
-
-QString SocketName(const QString& appId)
-{
-    const QtLocalPeer peer(nullptr, appId);
-    return QDir::temp().entryList({"qtsingleapp-" + appId + "-*-lockfile"}).value(0).chopped(9);
-}
 
 /// Connects to a socket as another user; 0 if that works.
 int RunIntruder(int argc, char** argv)
@@ -74,8 +65,8 @@ void TestForeignUsers::plantedLockFile_data()
 {
     QTest::addColumn<QString>("planted");
 
-    for (const char* planted :
-         {"link to a file", "dangling link", "folder", "pipe", "file of another user"}) {
+    for (const char* planted : {"link to a file", "second name of a file", "dangling link", "folder", "pipe",
+                                "file of another user"}) {
         QTest::newRow(planted) << planted;
     }
 }
@@ -92,7 +83,7 @@ void TestForeignUsers::plantedLockFile()
     const QByteArray target = QFile::encodeName(QDir::temp().filePath("target"));
     QVERIFY(unlink(path.constData()) == 0);
     QFile file(QFile::decodeName(planted == "file of another user" ? path : target));
-    if (planted == "link to a file" || planted == "file of another user") {
+    if (planted.endsWith("file") || planted == "file of another user") {
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write("precious") > 0 && file.flush());
     }
     if (planted == "folder") {
@@ -102,6 +93,9 @@ void TestForeignUsers::plantedLockFile()
     } else if (planted == "file of another user") {
         QVERIFY(chown(path.constData(), otherUser, otherUser) == 0);
         QVERIFY(flock(file.handle(), LOCK_EX) == 0);
+    } else if (planted == "second name of a file") {
+        QVERIFY(chmod(target.constData(), 0640) == 0);
+        QVERIFY(link(target.constData(), path.constData()) == 0);
     } else {
         QVERIFY(symlink(target.constData(), path.constData()) == 0);
     }
@@ -112,6 +106,10 @@ void TestForeignUsers::plantedLockFile()
     QVERIFY(!peer.sendMessage("x", 100));
     QVERIFY(!QFile::exists(QDir::temp().filePath(socketName)));
     QCOMPARE(file.exists() ? file.size() : 0, file.isOpen() ? 8 : 0);
+    struct stat status = {};
+    QVERIFY2(planted != "second name of a file" ||
+                 (stat(target.constData(), &status) == 0 && (status.st_mode & 0777) == 0640),
+             "the file keeps its mode");
     file.close();
     QVERIFY(remove(path.constData()) == 0);
     file.remove();
@@ -166,9 +164,8 @@ int main(int argc, char** argv)
     if (argc == 3 && qstrcmp(argv[1], "impostor") == 0) {
         return RunImpostor(argc, argv);
     }
-    const QTemporaryDir dir;
-    chmod(QFile::encodeName(dir.path()).constData(), 01777);
-    qputenv("TMPDIR", QFile::encodeName(dir.path()));
+    const PrivateTemp temp;
+    chmod(QFile::encodeName(temp.path()).constData(), 01777);
     QCoreApplication application(argc, argv);
     TestForeignUsers test;
     return QTest::qExec(&test, argc, argv);
