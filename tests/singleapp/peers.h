@@ -11,59 +11,27 @@
 #include <functional>
 #include <memory>
 
-#ifdef Q_OS_WIN
-#include <windows.h>
-#endif
-
-/**
- * Work on a thread of its own, since a lock may belong to a thread.
- *
- * Join keeps the event loop of this thread going until the system is through with the other one.
- * QThread::wait may return a moment earlier on Windows, and a mingw program that ends in that moment hangs in
- * the detach of its runtime, which waits for a lock that died with the thread.
- */
+/// Work on a thread of its own, since a lock may belong to a thread. Join keeps the event loop of this one
+/// going.
 class Thread
 {
 public:
     explicit Thread(const std::function<void()>& work)
-        : thread(QThread::create([this, work] {
-            KeepHandle();
-            work();
-        }))
+        : thread(QThread::create(work))
     {
         thread->start();
     }
-    ~Thread()
-    {
-        Join();
-#ifdef Q_OS_WIN
-        ::CloseHandle(handle);
-#endif
-    }
+    ~Thread() { Join(); }
 
     void Join()
     {
         while (!thread->wait(1)) {
             QCoreApplication::processEvents();
         }
-#ifdef Q_OS_WIN
-        ::WaitForSingleObject(handle, INFINITE);
-#endif
     }
 
 private:
     Q_DISABLE_COPY(Thread)
-
-#ifdef Q_OS_WIN
-    void KeepHandle()
-    {
-        ::DuplicateHandle(::GetCurrentProcess(), ::GetCurrentThread(), ::GetCurrentProcess(), &handle,
-                          SYNCHRONIZE, FALSE, 0);
-    }
-    HANDLE handle = nullptr;
-#else
-    void KeepHandle() {}
-#endif
 
     const std::unique_ptr<QThread> thread;
 };

@@ -9,7 +9,6 @@
 #include <QDir>
 #include <QLocalServer>
 #include <QLocalSocket>
-#include <QRegularExpression>
 #include <QThread>
 
 #include <algorithm>
@@ -40,10 +39,14 @@ constexpr unsigned long pauseBetweenTries = 250;
 // again.
 constexpr unsigned long listenPoll = 10;
 
+/// Without a regular expression: built with mingw, Qt's breaks a thread that used one when the thread ends.
 QString LettersOf(QString text)
 {
-    static const QRegularExpression others(QStringLiteral("[^a-zA-Z]"));
-    return text.remove(others);
+    text.removeIf([](QChar character) {
+        const char16_t lower = character.unicode() | 0x20;
+        return lower < u'a' || lower > u'z';
+    });
+    return text;
 }
 
 } // namespace
@@ -165,9 +168,8 @@ bool QtLocalPeer::HasRoom()
     if (receivers.size() < maxReceivers) {
         return true;
     }
-    const auto overdue =
-        std::find_if(receivers.cbegin(), receivers.cend(),
-                     [](const MessageReceiver* receiver) { return receiver->IsOverdue(); });
+    const auto overdue = std::find_if(receivers.cbegin(), receivers.cend(),
+                                      [](const MessageReceiver* receiver) { return receiver->IsOverdue(); });
     if (overdue == receivers.cend()) {
         return false;
     }
