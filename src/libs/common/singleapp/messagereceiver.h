@@ -28,7 +28,8 @@ public:
     /**
      * Takes the socket as a child. The work begins with the next turn of the event loop.
      *
-     * @param longTexts how many bytes of long texts all receivers together were promised; outlives the receiver
+     * @param longTexts how many bytes of long texts all receivers together were promised; outlives the
+     * receiver
      */
     MessageReceiver(QLocalSocket* socket, qint64& longTexts, QObject* parent);
     ~MessageReceiver() override;

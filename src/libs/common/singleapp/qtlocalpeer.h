@@ -52,8 +52,8 @@ public:
      * process that this call makes the first.
      *
      * @param timeout milliseconds: half of it for each of two tries to connect, and the whole for the text to
-     * be written and for the answer to it. Negative: no limit, as long as there is a first process. False does
-     * not rule out that the text arrived.
+     * be written and for the answer to it. Negative: no limit, as long as there is a first process. False
+     * does not rule out that the text arrived.
      */
     bool sendMessage(const QString& message, int timeout);
 

@@ -49,7 +49,7 @@ public:
      * for each text; this is meant. A call with false removes all.
      */
     void setActivationWindow(QWidget* window, bool onMessage = true);
-    QWidget* activationWindow() const;
+    QWidget* activationWindow() const; ///< As set.
 
 Q_SIGNALS:
     /// A text from another process; in the first process only.

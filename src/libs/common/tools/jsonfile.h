@@ -23,12 +23,14 @@ public:
     /// Takes note of the file and does not touch it. With an empty `key` the file is plain text; see
     /// cipher::AES for what makes a key, above all that more than 32 bytes do not.
     JsonFile(const QString& fileName, const QString& key);
+    /// As above, with a document to save.
     JsonFile(const QString& fileName, const QJsonDocument& document, const QString& key);
+    /// As above, with an object to save.
     JsonFile(const QString& fileName, const QJsonObject& object, const QString& key);
-    JsonFile(const JsonFile& other);
-    JsonFile(JsonFile&& other) noexcept;
-    JsonFile& operator=(const JsonFile& other);
-    JsonFile& operator=(JsonFile&& other) noexcept;
+    JsonFile(const JsonFile& other);                ///< Copies document, file name and key.
+    JsonFile(JsonFile&& other) noexcept;            ///< Takes document, file name and key over.
+    JsonFile& operator=(const JsonFile& other);     ///< As the copy.
+    JsonFile& operator=(JsonFile&& other) noexcept; ///< As the move.
     ~JsonFile();
 
     /**
@@ -51,8 +53,8 @@ public:
      */
     bool Save();
 
-    const QJsonDocument& Document() const;
-    QJsonObject Object() const; ///< The document's object; empty if it is none.
+    const QJsonDocument& Document() const; ///< As loaded or given.
+    QJsonObject Object() const;            ///< The document's object; empty if it is none.
 
 private:
     QJsonDocument document;
