@@ -1,0 +1,71 @@
+#include <common/tools/audiodevicetools.h>
+#include <common/tools/keyboard.h>
+
+#include <desktop/xserver.h>
+#include <logger/recordinglogger.h>
+
+#include <QTcpServer>
+#include <QTemporaryDir>
+#include <QTest>
+
+using tools::AudioDeviceTools;
+using tools::Keyboard;
+
+class TestDevices : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void capsLock();
+    void soundServer();
+    void silentSoundServer();
+};
+
+void TestDevices::capsLock()
+{
+    const XServer server;
+    QVERIFY(server.IsRunning());
+    QVERIFY(!Keyboard::IsCapsLock());
+    for (const bool on : {true, false}) {
+        QVERIFY(XServer::Act({"keydown", "Caps_Lock"}));
+        QVERIFY2(!Keyboard::IsCapsLock(), "held");
+        QVERIFY(XServer::Act({"keyup", "Caps_Lock"}) && XServer::Act({"keydown", "shift"}));
+        QCOMPARE(Keyboard::IsCapsLock(), on);
+        QVERIFY(XServer::Act({"keyup", "shift"}));
+    }
+}
+
+void TestDevices::soundServer()
+{
+    const QTemporaryDir dir;
+    QProcess server;
+    server.setEnvironment({"HOME=" + dir.path(), "XDG_RUNTIME_DIR=" + dir.path(), "PATH=" + qgetenv("PATH")});
+    server.setProcessChannelMode(QProcess::MergedChannels);
+    server.start("pulseaudio",
+                 {"-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1",
+                  "--load=module-null-sink sink_name=speaker "
+                  "sink_properties=device.description=Küchen-Lautsprecher",
+                  "--load=module-null-sink sink_name=other",
+                  "--load=module-native-protocol-unix auth-anonymous=1 socket=" + dir.filePath("native")});
+    qputenv("PULSE_SERVER", "unix:" + dir.filePath("native").toUtf8());
+    QTRY_COMPARE_WITH_TIMEOUT(AudioDeviceTools::getDefaultDeviceName(true), "Küchen-Lautsprecher", 20000);
+    const RecordingLogger log;
+    QCOMPARE(AudioDeviceTools::getDefaultDeviceName(false), "Monitor of Küchen-Lautsprecher");
+    QVERIFY(log.lines.empty());
+    server.terminate();
+    QVERIFY(server.waitForFinished());
+}
+
+void TestDevices::silentSoundServer()
+{
+    QTcpServer server; // Takes the connection and says nothing.
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    qputenv("PULSE_SERVER", "tcp:127.0.0.1:" + QByteArray::number(server.serverPort()));
+    const RecordingLogger log;
+    QCOMPARE(AudioDeviceTools::getDefaultDeviceName(true), QString()); // The client library waits for 30 s.
+    QCOMPARE(log.lines.at(0).text,
+             QString("tools::AudioDeviceTools::getDefaultDeviceName pa_context_connect() error 8"));
+}
+
+QTEST_GUILESS_MAIN(TestDevices)
+#include "tst_devices.moc"
