@@ -9,8 +9,6 @@ using common::ClickToCall;
 namespace
 {
 
-const QString applications = QStringLiteral("applications/");
-
 /// Started by a click on an address, this program notes how; else it registers a name many times.
 int RunAsChild(const QStringList& arguments)
 {
@@ -43,7 +41,6 @@ class TestUrlHandlers : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
     void names_data();
     void names();
     void click();
@@ -52,17 +49,7 @@ private Q_SLOTS:
     void listOfOthers();
     void desktopsOwnList();
     void severalProcesses();
-
-private:
-    std::unique_ptr<UserTree> user;
 };
-
-void TestUrlHandlers::init()
-{
-    user = std::make_unique<UserTree>();
-    UserTree::Write(user->DataPath(applications + "other.desktop"),
-                    "[Desktop Entry]\nType=Application\nName=Other\nExec=true %u\n");
-}
 
 void TestUrlHandlers::names_data()
 {
@@ -85,7 +72,8 @@ void TestUrlHandlers::names()
     QFETCH(QString, application);
     QFETCH(QString, vendor);
 
-    const QDir folder(user->DataPath(applications));
+    const UserTree user;
+    const QDir folder(user.DataPath("applications"));
     QVERIFY(ClickToCall::registerProtocols({"tel"}, application, vendor));
     QVERIFY(ClickToCall::registerProtocols({"sip"}, application + "2", vendor));
     QCOMPARE(ClickToCall::stateOfProtocols(application, vendor), QStringList("tel"));
@@ -98,12 +86,13 @@ void TestUrlHandlers::names()
     QVERIFY(ClickToCall::unregisterProtocols({"tel"}, application, vendor));
     QVERIFY(ClickToCall::unregisterApplication(application + "2", vendor));
     QCOMPARE(folder.entryList({"*-url-handler.desktop"}), QStringList());
-    QCOMPARE(UserTree::Read(user->ConfigPath("mimeapps.list")), "no file");
+    QCOMPARE(UserTree::Read(user.ConfigPath("mimeapps.list")), "no file");
 }
 
 void TestUrlHandlers::click()
 {
-    const QString record = user->DataPath("record");
+    const UserTree user;
+    const QString record = user.DataPath("record");
     qputenv("CALL_RECORD", record.toUtf8());
     QVERIFY(ClickToCall::registerProtocols({"sip", "tel"}, "Phone", "Maker"));
     // A scheme that an earlier version of the program, elsewhere, has registered.
@@ -118,6 +107,9 @@ void TestUrlHandlers::click()
 
 void TestUrlHandlers::chosenElsewhere()
 {
+    const UserTree user;
+    UserTree::Write(user.DataPath("applications/other.desktop"),
+                    "[Desktop Entry]\nName=Other\nExec=true %u\n");
     QVERIFY(ClickToCall::registerProtocols({"tel", "sip"}, "Phone", "Maker"));
     const QString own = DefaultHandler("tel");
     QVERIFY(ChooseForTel("other.desktop"));
@@ -150,7 +142,8 @@ void TestUrlHandlers::listOfOthers()
 {
     QFETCH(QByteArray, list);
 
-    const QString path = user->ConfigPath("mimeapps.list");
+    const UserTree user;
+    const QString path = user.ConfigPath("mimeapps.list");
     UserTree::Write(path, list);
     QVERIFY(ClickToCall::registerProtocols({"tel", "sip"}, "Phone", "Maker"));
     QCOMPARE(DefaultHandler("sip"), "Maker.Phone-url-handler.desktop");
@@ -160,8 +153,9 @@ void TestUrlHandlers::listOfOthers()
 
 void TestUrlHandlers::desktopsOwnList()
 {
+    const UserTree user;
     qputenv("XDG_CURRENT_DESKTOP", "Nowhere:Somewhere");
-    const QString path = user->ConfigPath("somewhere-mimeapps.list");
+    const QString path = user.ConfigPath("somewhere-mimeapps.list");
     UserTree::Write(path, "[Default Applications]\nx-scheme-handler/tel=other.desktop\n"
                           "[Removed Associations]\nx-scheme-handler/tel=Maker.Phone-url-handler.desktop;\n");
     QVERIFY(ClickToCall::registerProtocols({"tel"}, "Phone", "Maker"));
@@ -172,6 +166,7 @@ void TestUrlHandlers::desktopsOwnList()
 
 void TestUrlHandlers::severalProcesses()
 {
+    const UserTree user;
     QProcess processes[3];
     for (int i = 0; i < 3; ++i) {
         processes[i].start(QCoreApplication::applicationFilePath(),
@@ -181,7 +176,7 @@ void TestUrlHandlers::severalProcesses()
         QVERIFY(process.waitForFinished(60000));
         QCOMPARE(process.exitCode(), 0);
     }
-    const QByteArray list = UserTree::Read(user->ConfigPath("mimeapps.list"));
+    const QByteArray list = UserTree::Read(user.ConfigPath("mimeapps.list"));
     for (const char* name : {"a", "b", "c"}) {
         const QString key = QString("Software/Maker/%1/Capabilities/URLAssociations").arg(name);
         QCOMPARE(UserTree::Below(key).size(), 10);

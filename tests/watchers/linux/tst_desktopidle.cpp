@@ -93,10 +93,9 @@ void TestDesktopIdle::screenSaverExtension()
 
 void TestDesktopIdle::unit_data()
 {
-    QTest::addColumn<QList<uint>>(
-        "before");                    // Answers each 3 s while the user types or the service keeps quiet.
-    QTest::addColumn<uint>("step");   // What the answers grow by after that.
-    QTest::addColumn<qint64>("told"); // What the tenth of them is taken for, in ms.
+    QTest::addColumn<QList<uint>>("before"); // Answers each 3 s while there is input, or none is counted.
+    QTest::addColumn<uint>("step");          // What the answers grow by after that.
+    QTest::addColumn<qint64>("told");        // What the tenth of them is taken for, in ms.
 
     const QList<uint> typing{3, 6, 9, 12, 15, 18, 21, 24, 27, 5};
     QTest::newRow("seconds") << QList<uint>{0, 0, 0} << 3U << qint64{27000};
