@@ -102,6 +102,8 @@ void TestDesktopIdle::unit_data()
     QTest::newRow("seconds from a jump on") << QList<uint>{0, 0, 300} << 3U << qint64{327000};
     QTest::newRow("milliseconds") << QList<uint>{2999, 100} << 3000U << qint64{27100};
     QTest::newRow("milliseconds after typing that looks like seconds") << typing << 3000U << qint64{27005};
+    const QList<uint> resting{100, 3100, 6100, 9100, 12100, 15100, 18100, 21100, 24100, 127};
+    QTest::newRow("milliseconds that come to look like seconds") << resting << 3000U << qint64{27127};
     QTest::newRow("neither") << typing << 30U << qint64{-1};
 }
 
