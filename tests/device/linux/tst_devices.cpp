@@ -1,3 +1,6 @@
+#include "../../../src/libs/common/shell/diskserial.h"
+
+#include <common/shell/devinfo.h>
 #include <common/tools/audiodevicetools.h>
 #include <common/tools/keyboard.h>
 
@@ -7,18 +10,34 @@
 #include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QUuid>
 
 using tools::AudioDeviceTools;
 using tools::Keyboard;
+
+/// The disk of this test.
+common::shell::DiskSerial common::shell::ReadDiskSerial()
+{
+    return {};
+}
 
 class TestDevices : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
+    void noSerial();
     void capsLock();
     void soundServer();
 };
+
+void TestDevices::noSerial()
+{
+    const RecordingLogger log;
+    const QString identity = common::shell::DeviceInfo::GetSerialNumber();
+    QCOMPARE(log.lines.at(0).text,
+             "GetPlatformSerialNumber failed. Error: (0), Use Uuid: " + QUuid(identity).toString());
+}
 
 void TestDevices::capsLock()
 {
