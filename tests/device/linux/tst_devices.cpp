@@ -1,42 +1,80 @@
-#include "../../../src/libs/common/shell/diskserial.h"
+#include "../../../src/libs/common/shell/linux/diskserialof.h"
 
-#include <common/shell/devinfo.h>
 #include <common/tools/audiodevicetools.h>
 #include <common/tools/keyboard.h>
 
 #include <desktop/xserver.h>
 #include <logger/recordinglogger.h>
 
+#include <QDir>
 #include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QUuid>
+
+#include <sys/sysmacros.h>
 
 using tools::AudioDeviceTools;
 using tools::Keyboard;
-
-/// The disk of this test.
-common::shell::DiskSerial common::shell::ReadDiskSerial()
-{
-    return {};
-}
 
 class TestDevices : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void noSerial();
+    void serial_data();
+    void serial();
     void capsLock();
     void soundServer();
 };
 
-void TestDevices::noSerial()
+// The device 8:0 is a disk with the partition 8:1; 253:0 is mapped onto others.
+void TestDevices::serial_data()
 {
-    const RecordingLogger log;
-    const QString identity = common::shell::DeviceInfo::GetSerialNumber();
-    QCOMPARE(log.lines.at(0).text,
-             "GetPlatformSerialNumber failed. Error: (0), Use Uuid: " + QUuid(identity).toString());
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<dev_t>("device");
+    QTest::addColumn<QStringList>("mappedOnto");
+    QTest::addColumn<QString>("found");
+
+    const auto row = [](const char* name, const char* file, const QByteArray& content, const char* found,
+                        dev_t device = makedev(8, 1), const QStringList& mappedOnto = {}) {
+        QTest::newRow(name) << QString(file) << content << device << mappedOnto << QString(found);
+    };
+    row("udev", "run/udev/data/b8:0", "E:ID_SERIAL=Maker_S1\nE:ID_SERIAL_SHORT=S1\n", "0 S1");
+    row("NVMe, padded", "disk/device/serial", "  N3  \n", "0 N3");
+    row("SCSI page", "disk/device/vpd_pg80", QByteArray("\0\x80\0\x04S 4 \0x", 10), "0 S 4");
+    row("SCSI page that is cut", "disk/device/vpd_pg80", QByteArray("\0\x80", 2), "0 ");
+    row("mapped", "disk/serial", "V", "0 V", makedev(253, 0), {"disk/part"});
+    row("mapped onto several", "disk/serial", "V", "76 ", makedev(253, 0), {"disk", "disk/part"}); // ENOTUNIQ
+    row("mapped onto itself", "disk/serial", "V", "76 ", makedev(253, 0), {"mapped"});
+    row("no such device", "disk/serial", "V", "2 ", makedev(9, 9)); // ENOENT
+}
+
+void TestDevices::serial()
+{
+    QFETCH(QString, file);
+    QFETCH(QByteArray, content);
+    QFETCH(dev_t, device);
+    QFETCH(QStringList, mappedOnto);
+    QFETCH(QString, found);
+
+    const QTemporaryDir root;
+    const QDir dir(root.path());
+    for (const auto& [name, bytes] : {std::pair<QString, QByteArray>{"disk/dev", "8:0\n"},
+                                      {"disk/part/partition", "1\n"},
+                                      {file, content}}) {
+        QFile output(dir.filePath(name));
+        QVERIFY(dir.mkpath(QFileInfo(output).path()) && output.open(QIODevice::WriteOnly));
+        QCOMPARE(output.write(bytes), bytes.size());
+    }
+    QVERIFY(dir.mkpath("sys/dev/block") && dir.mkpath("mapped/slaves"));
+    QVERIFY(QFile::link(dir.filePath("disk/part"), dir.filePath("sys/dev/block/8:1")));
+    QVERIFY(QFile::link(dir.filePath("mapped"), dir.filePath("sys/dev/block/253:0")));
+    for (const QString& target : mappedOnto) {
+        QVERIFY(QFile::link(dir.filePath(target), dir.filePath("mapped/slaves/" + target.section('/', -1))));
+    }
+    const auto serial = common::shell::ReadDiskSerialOf(dir.path(), device);
+    QCOMPARE(QString::number(serial.error) + ' ' + serial.text, found);
 }
 
 void TestDevices::capsLock()

@@ -1,3 +1,4 @@
+#include <common/chrome/pluginutils.h>
 #include <common/clicktocall/clicktocall.h>
 
 #include <logger/recordinglogger.h>
@@ -6,6 +7,7 @@
 #include <QCoreApplication>
 
 using common::ClickToCall;
+using common::chrome::PluginUtils;
 
 namespace
 {
@@ -23,7 +25,7 @@ QString ProgId(const QString& protocol)
 
 } // namespace
 
-class TestClickToCall : public QObject
+class TestRegistration : public QObject
 {
     Q_OBJECT
 
@@ -32,6 +34,8 @@ private Q_SLOTS:
     void tree();
     void owner_data();
     void owner();
+    void extension_data();
+    void extension();
     void refused();
 
 private:
@@ -39,7 +43,7 @@ private:
 };
 
 // The test runs on the real registry, so that only what it wrote may go.
-void TestClickToCall::cleanup()
+void TestRegistration::cleanup()
 {
     const auto settings = UserTree::Open();
     for (const QString& scheme : ClickToCall::availableProtocols() + QStringList{"vxtest"}) {
@@ -53,7 +57,7 @@ void TestClickToCall::cleanup()
     QFile::remove(user.ConfigPath("mimeapps.list"));
 }
 
-void TestClickToCall::tree()
+void TestRegistration::tree()
 {
     QCOMPARE(ClickToCall::currentAvailableProtocols(), QStringList({"callto", "tel", "sip"}));
     QVERIFY(ClickToCall::registerProtocols({"vxtest", "fax"}, application, organization));
@@ -101,7 +105,7 @@ void TestClickToCall::tree()
     QCOMPARE(UserTree::Below(classes + "sip").value("shell/open/command/Default"), command);
 }
 
-void TestClickToCall::owner_data()
+void TestRegistration::owner_data()
 {
     QTest::addColumn<QString>("choice");
     QTest::addColumn<bool>("own");
@@ -114,7 +118,7 @@ void TestClickToCall::owner_data()
     QTest::newRow("somebody else") << "OtherPhone.tel" << false;
 }
 
-void TestClickToCall::owner()
+void TestRegistration::owner()
 {
     QFETCH(QString, choice);
     QFETCH(bool, own);
@@ -130,9 +134,49 @@ void TestClickToCall::owner()
     QCOMPARE(UserTree::Open()->value(key).toString(), application);
 }
 
+void TestRegistration::extension_data()
+{
+    QTest::addColumn<QString>("id");
+    QTest::addColumn<bool>("published"); // In a file of the browser, besides the settings tree.
+
+    QTest::newRow("an id") << "abcdefghijklmnopabcdefghijklmnop" << (QSysInfo::productType() != "windows");
+    QTest::newRow("a path") << "../../../escape" << false;
+    QTest::newRow("not ASCII") << "é ü" << false;
+}
+
+void TestRegistration::extension()
+{
+    QFETCH(QString, id);
+    QFETCH(bool, published);
+
+    const QString root = "Software/Google/Chrome/Extensions/";
+    const QString name = root + id + "/update_url";
+    RecordingLogger log;
+    QVERIFY(PluginUtils::IsChromeInstalled() && !PluginUtils::IsRegistered(id));
+    UserTree::Open()->setValue(name, "https://example.com/updates");
+    QVERIFY(!PluginUtils::IsRegistered(id));
+    QVERIFY(PluginUtils::UnregisterPlugin(id));
+    QCOMPARE(UserTree::Open()->value(name), "https://example.com/updates");
+    QVERIFY(PluginUtils::RegisterPlugin(id));
+    QVERIFY(PluginUtils::IsRegistered(id));
+    const QString address = UserTree::Open()->value(name).toString();
+    QVERIFY(address.startsWith("https://") && address.endsWith("/service/update2/crx"));
+    const QString file = user.ConfigPath("chromium/External Extensions/" + id + ".json");
+    QCOMPARE(UserTree::Read(file).contains("\"external_update_url\": \"" + address.toUtf8() + "\""),
+             published);
+    QVERIFY(log.lines.empty());
+    QVERIFY(!PluginUtils::RegisterPlugin(id));
+    QVERIFY(log.lines[0].level == common::logger::Warn && log.lines[0].channel == "common.pluginutils");
+    QCOMPARE(log.lines[0].text, "Registry key 'update_url' with value '" + address + "' already exists in '" +
+                                    QDir::toNativeSeparators("HKEY_CURRENT_USER/" + root + id) + "'");
+    QVERIFY(PluginUtils::UnregisterPlugin(id));
+    QVERIFY(UserTree::Below(root).isEmpty());
+    QVERIFY(!QFile::exists(user.ConfigPath("chromium")));
+}
+
 // Where the file's folder should be there is a file; in the registry a key is too long for its 255
 // characters.
-void TestClickToCall::refused()
+void TestRegistration::refused()
 {
     qputenv("XDG_CONFIG_HOME", QFile::encodeName(user.DataPath()));
     UserTree::Write(user.DataPath("vxcommon"), "in the way");
@@ -146,5 +190,5 @@ void TestClickToCall::refused()
     UserTree::Open()->remove(registered + tooLong);
 }
 
-QTEST_GUILESS_MAIN(TestClickToCall)
-#include "tst_clicktocall.moc"
+QTEST_GUILESS_MAIN(TestRegistration)
+#include "tst_registration.moc"
