@@ -97,11 +97,10 @@ void TestDevices::soundServer()
     QProcess server;
     server.setEnvironment({"HOME=" + dir.path(), "XDG_RUNTIME_DIR=" + dir.path(), "PATH=" + qgetenv("PATH")});
     server.setProcessChannelMode(QProcess::MergedChannels);
+    const QString speaker = "sink_name=speaker sink_properties=device.description=Küchen-Lautsprecher";
     server.start("pulseaudio",
                  {"-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1",
-                  "--load=module-null-sink sink_name=speaker "
-                  "sink_properties=device.description=Küchen-Lautsprecher",
-                  "--load=module-null-sink sink_name=other",
+                  "--load=module-null-sink " + speaker, "--load=module-null-sink sink_name=other",
                   "--load=module-native-protocol-unix auth-anonymous=1 socket=" + dir.filePath("native")});
     qputenv("PULSE_SERVER", "unix:" + dir.filePath("native").toUtf8());
     QTRY_COMPARE_WITH_TIMEOUT(AudioDeviceTools::getDefaultDeviceName(true), "Küchen-Lautsprecher", 20000);

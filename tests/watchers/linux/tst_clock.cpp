@@ -60,9 +60,10 @@ void TestClock::changes()
     std::vector<std::unique_ptr<QProcess>> processes;
     for (const auto& entry : cases) {
         processes.push_back(std::make_unique<QProcess>());
-        processes.back()->start("env", {QString("TZ=") + entry.zone, QString("FAKETIME=@") + entry.start,
-                                        "FAKETIME_DONT_FAKE_MONOTONIC=1", "LD_PRELOAD=" FAKETIME_LIBRARY,
-                                        QCoreApplication::applicationFilePath(), "--watch"});
+        processes.back()->start("env",
+                                {QString("TZ=") + entry.zone, QString("FAKETIME=@") + entry.start,
+                                 "FAKETIME_DONT_FAKE_MONOTONIC=1", QString("LD_PRELOAD=") + FAKETIME_LIBRARY,
+                                 QCoreApplication::applicationFilePath(), "--watch"});
     }
     for (std::size_t i = 0; i < processes.size(); ++i) {
         QVERIFY(processes[i]->waitForFinished(60000));

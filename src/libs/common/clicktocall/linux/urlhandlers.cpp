@@ -119,7 +119,7 @@ QString PreferredEntry(const QByteArray& type)
     for (const QString& path : ListFiles()) {
         const MimeApps list(ReadFile(path).value_or(QByteArray()));
         for (const QByteArray& bytes : list.Defaults(type)) {
-            const QString id = QString::fromUtf8(bytes);
+            QString id = QString::fromUtf8(bytes);
             if (IsInstalled(id)) {
                 return id;
             }
@@ -162,7 +162,7 @@ QString ProgramOf(const QSettings& settings, const QString& application, const Q
 QString UserChoice(const QSettings& settings, const QString& protocol, const QString& application,
                    const QString& organization)
 {
-    const QString stored = settings.value(protocolkeys::UserChoice(protocol)).toString();
+    QString stored = settings.value(protocolkeys::UserChoice(protocol)).toString();
     const QByteArray type = TypeOf(protocol);
     const QString entry = type.isEmpty() ? QString() : PreferredEntry(type);
     if (entry.isEmpty() || entry == settings.value(ProjectedChoiceKey(protocol)).toString()) {
