@@ -203,7 +203,7 @@ int Flood(QLocalSocket& socket)
         }
         ++written;
     }
-    return written;
+    return written - static_cast<int>(socket.bytesToWrite() >> 20);
 }
 
 /// Floods, then 500 clients that stay, some with great claims, the others silent; an honest text must come
