@@ -1,0 +1,128 @@
+#include <common/tools/stringconverter.h>
+#include <common/tools/stringsplitter.h>
+
+#include <QRandomGenerator>
+#include <QTest>
+
+#include <limits>
+
+using tools::string::converter;
+using tools::string::splitter;
+
+namespace
+{
+
+/// Unit by unit, measured anew at each unit: slow, and plain enough to be trusted.
+QStringList StepwiseUtf8(const QString& text, int limit)
+{
+    QStringList result;
+    QString current;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        current += text.at(i);
+        const qsizetype size = current.toUtf8().size();
+        if (current.size() < limit / 2 || size < limit) {
+            continue;
+        }
+        if (size > limit) {
+            current.chop(1);
+            --i;
+        }
+        result += current;
+        current.clear();
+    }
+    return current.isEmpty() ? result : result << current;
+}
+
+} // namespace
+
+class TestStrings : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void hexAndMd5();
+    void uuidForm();
+    void pieces_data();
+    void pieces();
+    void sameAsStepwise();
+};
+
+void TestStrings::hexAndMd5()
+{
+    QCOMPARE(converter::ToMD5(QByteArray()), "d41d8cd98f00b204e9800998ecf8427e");
+    // printf 'жЖ' | md5sum
+    QCOMPARE(converter::ToMD5(QString("жЖ")), "6a15fb62413894a6064ef13ae820f556");
+    QCOMPARE(converter::ToHex("жЖ"), "d0b6d096");
+}
+
+void TestStrings::uuidForm()
+{
+    QCOMPARE(converter::ToUuidForm("", 1), "{}");
+    QCOMPARE(converter::ToUuidForm("ab", 8), "{6162}");
+    // The brace counts as a digit of what is left.
+    QCOMPARE(converter::ToUuidForm("abcd", 4), "{6162-6364}");
+    QCOMPARE(converter::ToUuidForm("abcd", 3), "{616-263-64}");
+    QCOMPARE(converter::ToUuidForm("abcde", 4), "{6162-636465}");
+    // No group size, and one whose double is above 32 bits.
+    QCOMPARE(converter::ToUuidForm("abcd", 0), "{61626364}");
+    QCOMPARE(converter::ToUuidForm("abcd", 0x80000001U), "{61626364}");
+}
+
+void TestStrings::pieces_data()
+{
+    QTest::addColumn<int>("limit");
+    QTest::addColumn<QString>("utf8"); // the pieces, with a bar between them
+    QTest::addColumn<QString>("ucs2");
+
+    QTest::newRow("empty") << 10 << ""
+                           << "";
+    QTest::newRow("no empty piece behind a full one") << 4 << "abcd|efgh"
+                                                      << "abcd|efgh";
+    QTest::newRow("two bytes, odd limit") << 5 << "аб|вг|д"
+                                          << "аб|вг|д";
+    QTest::newRow("three bytes overrun") << 8 << "中文字|中文字"
+                                         << "中文字中|文字";
+    QTest::newRow("odd limit, ASCII above it") << 5 << "abcde|fghij"
+                                               << "abcdef|ghij";
+    QTest::newRow("Cyrillic between ASCII") << 8 << "aaaabбb|bccccddd|d"
+                                            << "aaaa|bбbb|ccccdddd";
+    QTest::newRow("slices of one unit") << 3 << "abc|б|中|d"
+                                        << "abc|б|中|d";
+    QTest::newRow("limit too small") << 1 << "abc"
+                                     << "abc";
+    QTest::newRow("negative limit") << -5 << "abc"
+                                    << "abc";
+    QTest::newRow("largest limit") << std::numeric_limits<int>::max() << "aб"
+                                   << "aб";
+}
+
+void TestStrings::pieces()
+{
+    QFETCH(int, limit);
+    QFETCH(QString, utf8);
+    QFETCH(QString, ucs2);
+
+    const QString text = QString(utf8).remove('|');
+    QCOMPARE(splitter::Utf8(text, limit).join('|'), utf8);
+    QCOMPARE(splitter::Ucs2(text, limit).join('|'), ucs2);
+    QCOMPARE(splitter::Ucs2(text, limit).isEmpty(), text.isEmpty());
+}
+
+void TestStrings::sameAsStepwise()
+{
+    const QStringList alphabets{"abc 012.", "abcабв中", "абвгд", "中文字", "😀😁", "a😀б中"};
+    QRandomGenerator random(2);
+    for (int i = 0; i < 20000; ++i) {
+        const QString alphabet = alphabets.at(random.bounded(int(alphabets.size())));
+        QString text;
+        for (int left = random.bounded(120); left > 0; --left) {
+            text += alphabet.at(random.bounded(int(alphabet.size()))); // halves of pairs, too
+        }
+        const int limit = 3 + random.bounded(60);
+        QCOMPARE(splitter::Utf8(text, limit), StepwiseUtf8(text, limit));
+        QCOMPARE(splitter::Ucs2(text, limit).join(QString()), text);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestStrings)
+#include "tst_strings.moc"
