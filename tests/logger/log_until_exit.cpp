@@ -1,10 +1,9 @@
 // Logs through log4cpp from its first static constructor to its last static destructor, while threads that
-// nobody stopped still log. Arguments: the log file; then a property file, or nothing.
+// nobody stopped still log. Arguments: the log file and a property file, which need not exist.
 
 #include <common/logger/logger.h>
 
 #include <QDebug>
-#include <QString>
 
 #include <chrono>
 #include <thread>
@@ -42,8 +41,8 @@ struct Latecomer
         logger::Message(log, nullptr, logger::Fatal, nullptr, nullptr, 0).GetStream()
             << "early, on no channel";
         log->SetLevel(logger::Debug);
-        log->Configure(logger::Debug, logger::Console | logger::RollingFile, logger::PatternLayout, QString(),
-                       QString(), QString(), QString(), QStringLiteral("/dev/null"), 1000, 1);
+        log->Configure(logger::Debug, logger::Console | logger::RollingFile, 0, {}, {}, {}, {},
+                       QStringLiteral("/dev/null"), 1000, 1);
         log->SetFileLoggingEnabled(true);
         logger::SetLogger(defaultLogger);
         LOG_MESSAGE(logger::Error) << "early, by the default logger";
@@ -58,21 +57,16 @@ const Speaker early("early");
 
 } // namespace
 
-int main(int argc, char* argv[])
+int main(int /*argc*/, char* argv[])
 {
-    if (argc < 2) {
-        return 2;
-    }
     logger::ILogger* log = logger::GetLog4cpp();
     latecomer.defaultLogger = logger::SetLogger(log);
-    const QString logFile = QString::fromLocal8Bit(argv[1]);
-    const QString configFile = argc > 2 ? QString::fromLocal8Bit(argv[2]) : QString();
     log->Configure(logger::Debug, logger::RollingFile | logger::Debugger, logger::PatternLayout,
-                   QStringLiteral("%p %c %m%n"), QStringLiteral("qt.messages"), configFile, logFile,
-                   logFile + QStringLiteral(".short"), 100000000, 2);
+                   QStringLiteral("%p %c %m%n"), QStringLiteral("qt.messages"),
+                   QString::fromLocal8Bit(argv[2]), QString::fromLocal8Bit(argv[1]),
+                   QStringLiteral("short.log"), 100000000, 2);
     // Made after the backend, so it dies first.
     static const Speaker late("late");
-    LOG_MESSAGE(logger::Info) << "main runs";
     std::thread([] {
         while (true) {
             LOG_MESSAGE(logger::Debug) << "thread runs";

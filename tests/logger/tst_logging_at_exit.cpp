@@ -14,56 +14,50 @@ private Q_SLOTS:
 
 void TestLoggingAtExit::linesAtExit_data()
 {
-    QTest::addColumn<QStringList>("runner");
-    QTest::addColumn<bool>("configured");
+    QTest::addColumn<QByteArray>("configuration");
 
-    QTest::newRow("own appenders") << QStringList() << false;
-    QTest::newRow("appenders of a property file") << QStringList() << true;
-#ifdef RUN_UNDER_VALGRIND
-    // The thread that the program leaves behind keeps its stack, so only blocks that nothing points to are
-    // leaks.
-    const QStringList valgrind{"valgrind",
-                               "--quiet",
-                               "--error-exitcode=9",
-                               "--leak-check=full",
-                               "--show-leak-kinds=definite,indirect",
-                               "--errors-for-leak-kinds=definite,indirect"};
-    QTest::newRow("own appenders under valgrind") << valgrind << false;
-    QTest::newRow("appenders of a property file under valgrind") << valgrind << true;
-#endif
+    QTest::newRow("own appenders") << QByteArray();
+    QTest::newRow("appenders of a property file")
+        << QByteArray("rootCategory=DEBUG, A\nappender.A=RollingFileAppender\nappender.A.fileName=exit.log\n"
+                      "appender.A.maxFileSize=100000000\nappender.A.maxBackupIndex=2\n"
+                      "appender.A.layout=PatternLayout\nappender.A.layout.ConversionPattern=%p %c %m%n\n");
 }
 
 void TestLoggingAtExit::linesAtExit()
 {
-    QFETCH(QStringList, runner);
-    QFETCH(bool, configured);
+    QFETCH(QByteArray, configuration);
 
     const QTemporaryDir dir;
-    const QString logFile = dir.filePath(QStringLiteral("exit.log"));
-    QStringList command = runner + QStringList{QStringLiteral(LOG_UNTIL_EXIT_PROGRAM), logFile};
-    if (configured) {
-        QFile config(dir.filePath(QStringLiteral("log.properties")));
-        QVERIFY(config.open(QIODevice::WriteOnly));
-        config.write("rootCategory=DEBUG, A\nappender.A=RollingFileAppender\nappender.A.fileName=" +
-                     logFile.toLocal8Bit() +
-                     "\nappender.A.maxFileSize=100000000\nappender.A.maxBackupIndex=2\n"
-                     "appender.A.layout=PatternLayout\nappender.A.layout.ConversionPattern=%p %c %m%n\n");
-        config.close();
-        command += config.fileName();
-    }
+    QFile config(dir.filePath("log.properties"));
+    QVERIFY(configuration.isEmpty() || config.open(QIODevice::WriteOnly));
+    config.write(configuration);
+    config.close();
+
+    QStringList command{LOG_UNTIL_EXIT_PROGRAM, "exit.log", "log.properties"};
+#ifdef RUN_UNDER_VALGRIND
+    // The thread that the program leaves behind keeps its stack, so only blocks that nothing points to are
+    // leaks.
+    command = QStringList{"valgrind",
+                          "--quiet",
+                          "--error-exitcode=9",
+                          "--leak-check=full",
+                          "--show-leak-kinds=definite,indirect",
+                          "--errors-for-leak-kinds=definite,indirect"} +
+              command;
+#endif
     QProcess program;
+    program.setWorkingDirectory(dir.path());
     program.setProcessChannelMode(QProcess::MergedChannels);
     program.start(command.takeFirst(), command);
     QVERIFY(program.waitForFinished(60000));
     const QByteArray output = program.readAll();
-    QCOMPARE(program.exitStatus(), QProcess::NormalExit);
-    QVERIFY2(program.exitCode() == 0, output.constData());
+    QVERIFY2(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0, output);
     QVERIFY2(output.contains("early ends, says Qt"), "Qt's own handler is back at the end");
 
-    QFile file(logFile);
+    QFile file(dir.filePath("exit.log"));
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QByteArray text = file.readAll();
-    QVERIFY2(text.contains("ERROR main late begins\n"), text.right(500).constData());
+    QVERIFY2(text.contains("ERROR main late begins\n"), text.right(500));
     QVERIFY(text.contains("WARN qt.messages late begins, says Qt\n"));
     QVERIFY2(text.contains("ERROR main late ends\n"), "a line before the end of life is written");
     QVERIFY(!text.contains("early"));
