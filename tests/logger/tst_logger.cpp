@@ -9,31 +9,14 @@ namespace logger = common::logger;
 namespace
 {
 
-/// Collects Qt messages in the place of the library's own handler as long as it lives.
-class QtLineRecorder
+QString qtTypes;    ///< One letter for each line that Qt got: "c" for critical and so on.
+QString lastQtLine; ///< Behind its category and a bar.
+
+void RecordQtLine(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
-public:
-    QtLineRecorder()
-        : previous(qInstallMessageHandler(&Record))
-    {
-        types.clear();
-    }
-    ~QtLineRecorder() { qInstallMessageHandler(previous); }
-
-    static inline QString types; ///< One letter for each line: "c" for critical and so on.
-    static inline QString last;  ///< The last line, behind its category and a bar.
-
-private:
-    Q_DISABLE_COPY(QtLineRecorder)
-
-    static void Record(QtMsgType type, const QMessageLogContext& context, const QString& text)
-    {
-        types += QChar("dwcfi"[type]);
-        last = QString(context.category) + '|' + text;
-    }
-
-    QtMessageHandler previous;
-};
+    qtTypes += QChar("dwcfi"[type]);
+    lastQtLine = QString(context.category) + '|' + text;
+}
 
 /// The handler that the library installed when it was loaded; QtTest puts its own on top of it.
 QtMessageHandler libraryHandler = nullptr;
@@ -67,44 +50,51 @@ class TestLogger : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void init();
+    void cleanup() { qInstallMessageHandler(testHandler); }
     void threshold();
     void qtLine();
     void statement();
     void functionNames();
-    void nullLoggerIsSilent();
     void configure();
-    void destroy();
+    void lifeOfLoggers();
     void qtMessagesArrive();
+
+private:
+    QtMessageHandler testHandler = nullptr;
 };
+
+void TestLogger::init()
+{
+    qtTypes.clear();
+    testHandler = qInstallMessageHandler(&RecordQtLine);
+}
 
 void TestLogger::threshold()
 {
     logger::ILogger* log = logger::GetLogger();
-    const auto types = [] {
-        const QtLineRecorder recorder;
+    const auto verify = [log](int reported, const char* types) {
+        qtTypes.clear();
         LogAtEveryLevel();
-        return QtLineRecorder::types;
+        QCOMPARE(log->GetLevel(), reported);
+        QCOMPARE(qtTypes, types);
     };
-    QCOMPARE(log->GetLevel(), 8);
-    QCOMPARE(types(), ""); // a fresh process is silent
+    verify(8, ""); // a fresh process is silent
     log->SetLevel(3);
-    QCOMPARE(log->GetLevel(), 3);
-    QCOMPARE(types(), "cccc");
+    verify(3, "cccc");
     log->SetLevel(100); // NotSet itself is never seen
-    QCOMPARE(log->GetLevel(), 8);
-    QCOMPARE(types(), "ccccwiid");
+    verify(8, "ccccwiid");
 }
 
 void TestLogger::qtLine()
 {
-    const QtLineRecorder recorder;
     static const QRegularExpression time(R"(\d{4}\.\d\d\.\d\d \d\d:\d\d:\d\d\.\d{3}:)");
     const auto line = [](const logger::Channel* channel, int level, unsigned int options, const char* file,
                          const char* function) {
         logger::Logger log;
         log.Configure(100, 0, options, {}, {}, {}, {}, {}, 0, 0);
         logger::Message(&log, channel, level, file, function, 12).GetStream() << "téxt";
-        return QtLineRecorder::last.replace(time, "TIME");
+        return lastQtLine.replace(time, "TIME");
     };
     const logger::Channel c{"c"};
     const logger::Channel nameless{nullptr};
@@ -113,30 +103,33 @@ void TestLogger::qtLine()
     QCOMPARE(line(&c, 6, 3, "f.cpp", "n::F"), "c|TIME téxt  (n::F: file: f.cpp(12))");
     QCOMPARE(line(&nameless, 6, 3, "f.cpp", nullptr), "|TIME téxt  (file: f.cpp(12))");
     QCOMPARE(line(nullptr, -5, 3, nullptr, "n::F"), "|TIME téxt ");
-    QCOMPARE(QtLineRecorder::types, "iiiid");
+    QCOMPARE(qtTypes, "iiiid");
 }
 
 void TestLogger::statement()
 {
     RecordingLogger recorder;
-    const int line = voice::Speak();
-    QCOMPARE(recorder.lines.size(), 1u);
-    QCOMPARE(recorder.lines.front().text, "number 5 text \u0416 1.5");
-    QCOMPARE(recorder.lines.front().channel, "test.voice");
-    QCOMPARE(recorder.lines.front().function, "voice::Speak");
-    QCOMPARE(recorder.lines.front().level, int(logger::Warn));
-    QCOMPARE(recorder.lines.front().line, line);
-    QCOMPARE(recorder.lines.front().file, __FILE__);
+    const int lineNumber = voice::Speak();
+    const RecordingLogger::Line line = recorder.lines.at(0);
+    QCOMPARE(line.text, "number 5 text Ж 1.5");
+    QCOMPARE(line.channel + '|' + line.function, "test.voice|voice::Speak");
+    QCOMPARE(line.level, int(logger::Warn));
+    QCOMPARE(line.line, lineNumber);
+    QCOMPARE(line.file, __FILE__);
 
     // It goes to the logger that was current when it began, here on the default channel.
     RecordingLogger second;
-    const auto switchLogger = [&recorder] {
-        logger::SetLogger(&recorder);
+    const auto silence = [] {
+        logger::SetLogger(nullptr);
         return "text";
     };
-    LOG_MESSAGE(logger::Error) << switchLogger();
-    QCOMPARE(recorder.lines.size(), 1u);
-    QCOMPARE(second.lines.front().channel, "main");
+    LOG_MESSAGE(logger::Error) << silence();
+    QCOMPARE(second.lines.at(0).channel, "main");
+    LogAtEveryLevel();
+    qWarning("nobody hears this");
+    QVERIFY(logger::GetLogger() == nullptr);
+    QVERIFY(logger::SetLogger(&recorder) == nullptr);
+    QCOMPARE(second.lines.size() + recorder.lines.size(), 2u);
 }
 
 // What compilers, MSVC the last, tell of the lambda in a statement.
@@ -156,36 +149,23 @@ void TestLogger::functionNames()
     QCOMPARE(name("a::B::F::<lambda_0123>::operator ()"), "a::B::F");
 }
 
-void TestLogger::nullLoggerIsSilent()
-{
-    logger::ILogger* previous = logger::SetLogger(nullptr);
-    LogAtEveryLevel();
-    qWarning("nobody hears this");
-    QVERIFY(logger::GetLogger() == nullptr);
-    QVERIFY(logger::SetLogger(previous) == nullptr);
-    QCOMPARE(logger::GetLogger(), previous);
-}
-
 void TestLogger::configure()
 {
-    class Loaded : public logger::Logger
+    struct Loaded : logger::Logger
     {
-    public:
         bool LoadConfiguration(const QString& configFile) override { return configFile == "there"; }
     };
     Loaded log;
     QVERIFY(log.Configure(logger::Debug, 0, logger::ShowSource, {}, {}, "there", {}, {}, 0, 0));
     QCOMPARE(log.GetLevel(), int(logger::NotSet));
     QVERIFY(log.IsSourceShown());
+    log.SetSourceShown(false);
     QVERIFY(log.Configure(logger::Debug, 0, 0, {}, {}, "elsewhere", {}, {}, 0, 0));
     QCOMPARE(log.GetLevel(), int(logger::Debug));
-    log.SetSourceShown(true);
-    QVERIFY(log.IsSourceShown());
-    log.SetSourceShown(false);
     QVERIFY(!log.IsSourceShown());
 }
 
-void TestLogger::destroy()
+void TestLogger::lifeOfLoggers()
 {
     static int destroyed = 0;
     struct Counted : logger::Logger

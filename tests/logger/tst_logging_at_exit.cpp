@@ -1,7 +1,81 @@
+// Logs through log4cpp from the first static constructor to the last static destructor, while threads that
+// nobody stopped still log. The test starts itself to do so, with the log file and a property file.
+
+#include <common/logger/logger.h>
+
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <chrono>
+#include <thread>
+
+namespace logger = common::logger;
+
+namespace
+{
+
+/// Logs when it is made and when it dies.
+struct Speaker
+{
+    explicit Speaker(const char* name_)
+        : name(name_)
+    {
+        Speak("begins");
+    }
+    ~Speaker() { Speak("ends"); }
+
+    void Speak(const char* text) const
+    {
+        LOG_MESSAGE(logger::Error) << name << ' ' << text;
+        qWarning("%s %s, says Qt", name, text);
+    }
+
+    const char* name;
+};
+
+/// Uses loggers that have ended in all ways there are.
+struct Latecomer
+{
+    ~Latecomer()
+    {
+        logger::ILogger* log = logger::GetLog4cpp();
+        logger::Message(log, nullptr, logger::Fatal, nullptr, nullptr, 0).GetStream()
+            << "early, on no channel";
+        log->SetLevel(logger::Debug);
+        log->Configure(logger::Debug, logger::Console | logger::RollingFile, 0, {}, {}, {}, {}, "/dev/null",
+                       1000, 1);
+        log->SetFileLoggingEnabled(true);
+        logger::SetLogger(defaultLogger);
+        LOG_MESSAGE(logger::Error) << "early, by the default logger";
+    }
+
+    logger::ILogger* defaultLogger = nullptr;
+};
+
+// Made before the backend exists, so they die after it.
+Latecomer latecomer;
+const Speaker early("early");
+
+int LogUntilExit(const char* logFile, const char* configFile)
+{
+    logger::ILogger* log = logger::GetLog4cpp();
+    latecomer.defaultLogger = logger::SetLogger(log);
+    log->Configure(logger::Debug, logger::RollingFile | logger::Debugger, logger::PatternLayout, "%p %c %m%n",
+                   "qt.messages", configFile, logFile, "short.log", 100000000, 2);
+    // Made after the backend, so it dies first.
+    static const Speaker late("late");
+    std::thread([] {
+        while (true) {
+            LOG_MESSAGE(logger::Debug) << "thread runs";
+            std::this_thread::sleep_for(std::chrono::microseconds(1));
+        }
+    }).detach();
+    return 0;
+}
+
+} // namespace
 
 class TestLoggingAtExit : public QObject
 {
@@ -16,10 +90,9 @@ void TestLoggingAtExit::linesAtExit_data()
 {
     QTest::addColumn<QByteArray>("configuration");
 
-    QTest::newRow("own appenders") << QByteArray();
+    QTest::newRow("own appenders") << QByteArray("appender.A=NoSuchAppender\n");
     QTest::newRow("appenders of a property file")
-        << QByteArray("rootCategory=DEBUG, A\nappender.A=RollingFileAppender\nappender.A.fileName=exit.log\n"
-                      "appender.A.maxFileSize=100000000\nappender.A.maxBackupIndex=2\n"
+        << QByteArray("rootCategory=DEBUG, A\nappender.A=FileAppender\nappender.A.fileName=exit.log\n"
                       "appender.A.layout=PatternLayout\nappender.A.layout.ConversionPattern=%p %c %m%n\n");
 }
 
@@ -29,11 +102,9 @@ void TestLoggingAtExit::linesAtExit()
 
     const QTemporaryDir dir;
     QFile config(dir.filePath("log.properties"));
-    QVERIFY(configuration.isEmpty() || config.open(QIODevice::WriteOnly));
-    config.write(configuration);
-    config.close();
+    QVERIFY(config.open(QIODevice::WriteOnly) && config.write(configuration) > 0 && config.flush());
 
-    QStringList command{LOG_UNTIL_EXIT_PROGRAM, "exit.log", "log.properties"};
+    QStringList command{QCoreApplication::applicationFilePath(), "exit.log", "log.properties"};
 #ifdef RUN_UNDER_VALGRIND
     // The thread that the program leaves behind keeps its stack, so only blocks that nothing points to are
     // leaks.
@@ -63,5 +134,13 @@ void TestLoggingAtExit::linesAtExit()
     QVERIFY(!text.contains("early"));
 }
 
-QTEST_GUILESS_MAIN(TestLoggingAtExit)
+int main(int argc, char* argv[])
+{
+    if (argc == 3) {
+        return LogUntilExit(argv[1], argv[2]);
+    }
+    QCoreApplication application(argc, argv);
+    TestLoggingAtExit test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_logging_at_exit.moc"

@@ -42,7 +42,6 @@ class TestStrings : public QObject
 private Q_SLOTS:
     void hexAndMd5();
     void uuidForm();
-    void pieces_data();
     void pieces();
     void sameAsStepwise();
 };
@@ -68,44 +67,25 @@ void TestStrings::uuidForm()
     QCOMPARE(converter::ToUuidForm("abcd", 0x80000001U), "{61626364}");
 }
 
-void TestStrings::pieces_data()
-{
-    QTest::addColumn<int>("limit");
-    QTest::addColumn<QString>("utf8"); // the pieces, with a bar between them
-    QTest::addColumn<QString>("ucs2");
-
-    QTest::newRow("empty") << 10 << ""
-                           << "";
-    QTest::newRow("no empty piece behind a full one") << 4 << "abcd|efgh"
-                                                      << "abcd|efgh";
-    QTest::newRow("two bytes, odd limit") << 5 << "аб|вг|д"
-                                          << "аб|вг|д";
-    QTest::newRow("three bytes overrun") << 8 << "中文字|中文字"
-                                         << "中文字中|文字";
-    QTest::newRow("odd limit, ASCII above it") << 5 << "abcde|fghij"
-                                               << "abcdef|ghij";
-    QTest::newRow("Cyrillic between ASCII") << 8 << "aaaabбb|bccccddd|d"
-                                            << "aaaa|bбbb|ccccdddd";
-    QTest::newRow("slices of one unit") << 3 << "abc|б|中|d"
-                                        << "abc|б|中|d";
-    QTest::newRow("limit too small") << 1 << "abc"
-                                     << "abc";
-    QTest::newRow("negative limit") << -5 << "abc"
-                                    << "abc";
-    QTest::newRow("largest limit") << std::numeric_limits<int>::max() << "aб"
-                                   << "aб";
-}
-
 void TestStrings::pieces()
 {
-    QFETCH(int, limit);
-    QFETCH(QString, utf8);
-    QFETCH(QString, ucs2);
-
-    const QString text = QString(utf8).remove('|');
-    QCOMPARE(splitter::Utf8(text, limit).join('|'), utf8);
-    QCOMPARE(splitter::Ucs2(text, limit).join('|'), ucs2);
-    QCOMPARE(splitter::Ucs2(text, limit).isEmpty(), text.isEmpty());
+    // The pieces, with a bar between them.
+    const auto verify = [](int limit, const QString& utf8, const QString& ucs2) {
+        const QString text = QString(utf8).remove('|');
+        QCOMPARE(splitter::Utf8(text, limit).join('|'), utf8);
+        QCOMPARE(splitter::Ucs2(text, limit).join('|'), ucs2);
+    };
+    QVERIFY(splitter::Utf8("", 10).isEmpty() && splitter::Ucs2("", 10).isEmpty());
+    verify(4, "abcd|efgh", "abcd|efgh");
+    verify(5, "аб|вг|д", "аб|вг|д");
+    verify(8, "中文字|中文字", "中文字中|文字"); // three bytes each overrun the limit
+    verify(5, "abcde|fghij", "abcdef|ghij");
+    verify(8, "aaaabбb|bccccddd|d", "aaaa|bбbb|ccccdddd");
+    verify(3, "abc|б|中|d", "abc|б|中|d");
+    // No room for a character, and room for all.
+    verify(1, "abc", "abc");
+    verify(-5, "abc", "abc");
+    verify(std::numeric_limits<int>::max(), "aб", "aб");
 }
 
 void TestStrings::sameAsStepwise()

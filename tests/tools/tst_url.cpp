@@ -34,7 +34,6 @@ private Q_SLOTS:
     void links();
     void longRuns();
     void whiteSpace();
-    void hostile_data();
     void hostile();
     void topLevelDomain();
 };
@@ -127,29 +126,21 @@ void TestUrl::whiteSpace()
     }
 }
 
-void TestUrl::hostile_data()
-{
-    QTest::addColumn<QString>("text");
-
-    for (const QString unit :
-         {"a", "a.", "(", "http://", "a+a:", "\u0301", "\U0001F600", "http://\u0301\u0316 ", "a-", "xn--"}) {
-        QTest::newRow(qPrintable(unit)) << unit.repeated(1000000 / unit.size());
-    }
-    QTest::newRow("marks out of order in a host") << "http://" + QString("\u0301\u0316").repeated(500000);
-    QTest::newRow("the same, percent-encoded") << "http://" + QString("%CC%81%CC%96").repeated(80000);
-    QTest::newRow("closers behind a link") << "http://a/" + QString(1000000, ')');
-    QTest::newRow("hosts with long labels") << (QString(63, 'a') + '.').repeated(15000);
-}
-
 void TestUrl::hostile()
 {
-    QFETCH(QString, text);
-
+    QStringList texts{"http://" + QString("\u0301\u0316").repeated(500000),
+                      "http://" + QString("%CC%81%CC%96").repeated(80000),
+                      "http://a/" + QString(1000000, ')'), (QString(63, 'a') + '.').repeated(15000)};
+    for (const QString unit :
+         {"a", "a.", "(", "http://", "a+a:", "\u0301", "\U0001F600", "http://\u0301\u0316 ", "a-", "xn--"}) {
+        texts += unit.repeated(1000000 / unit.size());
+    }
     // Must end in time, and must not hide what stands behind.
     const QString link = "http://behind.com";
-    const auto last = FindUrlRanges(text + ' ' + link).last();
-    QCOMPARE(last.start, text.size() + 1);
-    QCOMPARE(last.length, link.size());
+    for (const QString& text : texts) {
+        const auto last = FindUrlRanges(text + ' ' + link).last();
+        QVERIFY2(last.start == text.size() + 1 && last.length == link.size(), qPrintable(text.left(20)));
+    }
 }
 
 void TestUrl::topLevelDomain()
