@@ -316,7 +316,7 @@ void TestLog4cpp::configurationFile()
     QVERIFY(!log->LoadConfiguration(setup.configFile));
 
     file.close();
-    QVERIFY(write("rootCategory=WARN, A\nappender.A=FileAppender\nappender.A.fileName=" +
+    QVERIFY(write("rootCategory=WARN, A\ncategory.main=FATAL\nappender.A=FileAppender\nappender.A.fileName=" +
                   File("configured.log").toLocal8Bit() +
                   "\nappender.A.layout=PatternLayout\n"
                   "appender.A.layout.ConversionPattern=configured %m%n\n"));
@@ -329,7 +329,7 @@ void TestLog4cpp::configurationFile()
     QVERIFY2(!QFile::exists(setup.logFile), "the file decides everything");
 }
 
-// The console appender stays with the root category, so this comes last.
+// After the property file; and last, since the console appender stays with the root category.
 void TestLog4cpp::console()
 {
     setup.targets = logger::Console;
@@ -337,9 +337,9 @@ void TestLog4cpp::console()
     setup.Apply();
     std::ostringstream text;
     std::streambuf* previous = std::cout.rdbuf(text.rdbuf());
-    LOG_MESSAGE(logger::Info) << "to the console";
+    LogOnMain("to the console"); // at the level of Configure again, not of the property file
     setup.Apply();
-    LOG_MESSAGE(logger::Info) << "doubled";
+    LogOnMain("doubled");
     std::cout.rdbuf(previous);
     QCOMPARE(text.str(), "to the console\ndoubled\ndoubled\n");
 }

@@ -142,7 +142,7 @@ void TestLogger::functionNames()
     QCOMPARE(name("a::B::operator()(int) const::<lambda()>"), "a::B::operator()");
     QCOMPARE(name("a::B::operator<(const a::B&) const::<lambda()>"), "a::B::operator<");
     QCOMPARE(name("a::B::operator bool() const::<lambda()>"), "a::B::operator bool");
-    QCOMPARE(name("a::B::operatorLike()::<lambda()>"), "a::B::operatorLike");
+    QCOMPARE(name("a::cooperator()::<lambda()>"), "a::cooperator");
     QCOMPARE(name("a::B<void (*)(int)>::F(T) const::<lambda()>"), "a::B<void (*)(int)>::F");
     QCOMPARE(name("auto a::(anonymous namespace)::F(int)::(anonymous class)::operator()() const"),
              "a::(anonymous namespace)::F");
