@@ -250,6 +250,7 @@ void TestLog4cpp::threadsIntoOneRollingFile()
     setup.maxBackups = 99;
     setup.Apply();
     std::vector<std::thread> threads;
+    threads.reserve(threadCount);
     for (int thread = 0; thread < threadCount; ++thread) {
         threads.emplace_back([thread] {
             for (int i = 0; i < linesEach; ++i) {

@@ -36,7 +36,7 @@ void WriteFile(const QString& path, const QByteArray& bytes)
 }
 
 /// Runs Load or Save; gives what was logged about a failure, and nothing after a success.
-QString Failure(JsonFile file, bool (JsonFile::*step)())
+QString Failure(JsonFile&& file, bool (JsonFile::*step)())
 {
     RecordingLogger logger;
     if ((file.*step)()) {
@@ -48,7 +48,7 @@ QString Failure(JsonFile file, bool (JsonFile::*step)())
         const bool isTold = line.level == 3 && line.channel == "jsonfile" && line.function == function;
         texts += isTold ? line.text : "wrong line: " + line.text;
     }
-    return texts.join('\n');
+    return texts.isEmpty() ? "failed in silence" : texts.join('\n');
 }
 
 QStringList Names(const QString& folder)
@@ -62,6 +62,11 @@ class TestJsonFile : public QObject
 {
     Q_OBJECT
 
+    QString File(const char* name) const { return dir->filePath(QString(name)); }
+
+    std::unique_ptr<QTemporaryDir> dir;
+    QString old; ///< A file that holds `sample`.
+
 private Q_SLOTS:
     void init();
     void roundTrip();
@@ -74,15 +79,6 @@ private Q_SLOTS:
     void fullDisk();
     void closedFolder();
 #endif
-
-private:
-    QString File(const char* name) const
-    {
-        return dir->filePath(QString(name));
-    }
-
-    std::unique_ptr<QTemporaryDir> dir;
-    QString old; ///< A file that holds `sample`.
 };
 
 void TestJsonFile::init()
@@ -138,7 +134,7 @@ void TestJsonFile::failures()
     JsonFile file(missing, sample, "");
     QVERIFY(!file.Load());
     QCOMPARE(file.Object(), sample);
-    QCOMPARE(Failure(file, &JsonFile::Load), "Failed to open file '" + missing + "' for read!");
+    QCOMPARE(Failure({missing, ""}, &JsonFile::Load), "Failed to open file '" + missing + "' for read!");
 
     const QString folder = dir->path();
     QCOMPARE(Failure({folder, ""}, &JsonFile::Save), "Failed to open file '" + folder + "' for write!");

@@ -93,7 +93,7 @@ void TestStrings::sameAsStepwise()
     const QStringList alphabets{"abc 012.", "abcабв中", "абвгд", "中文字", "😀😁", "a😀б中"};
     QRandomGenerator random(2);
     for (int i = 0; i < 20000; ++i) {
-        const QString alphabet = alphabets.at(random.bounded(int(alphabets.size())));
+        const QString& alphabet = alphabets.at(random.bounded(int(alphabets.size())));
         QString text;
         for (int left = random.bounded(120); left > 0; --left) {
             text += alphabet.at(random.bounded(int(alphabet.size()))); // halves of pairs, too
