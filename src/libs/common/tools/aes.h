@@ -29,6 +29,8 @@ class VXCOMMON_EXPORT AES
 public:
     AES() = delete;
 
+    static constexpr int maxKeySize = 32; ///< In bytes of UTF-8.
+
     /// Enciphers the UTF-8 form of `text`; the result is Base64 (RFC 4648). An empty text stays empty.
     static QString encrypt(const QString& key, const QString& text);
     static QString encrypt(const QString& text); ///< As above, with the machine key.

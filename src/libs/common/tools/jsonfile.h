@@ -21,7 +21,7 @@ class VXCOMMON_EXPORT JsonFile
 {
 public:
     /// Takes note of the file and does not touch it. With an empty `key` the file is plain text; see
-    /// cipher::AES for what makes a key, above all that more than 32 bytes do not.
+    /// cipher::AES for what makes a key, above all that more than AES::maxKeySize bytes do not.
     JsonFile(const QString& fileName, const QString& key);
     /// As above, with a document to save.
     JsonFile(const QString& fileName, const QJsonDocument& document, const QString& key);
@@ -36,9 +36,9 @@ public:
     /**
      * Reads the document from the file.
      *
-     * @return false, with the document as it was, if there is no file name or the file cannot be opened. A
-     * file that holds no JSON, or was enciphered with another key, is read as the null document, and that is
-     * no error.
+     * @return false, with the document as it was, if there is no file name or the file cannot be opened or
+     * not be read. A file that holds no JSON, or was enciphered with another key, is read as the null
+     * document, and that is no error.
      */
     bool Load();
 
@@ -47,9 +47,10 @@ public:
      *
      * The file is written aside and then put in the place of the old one, which stays as it was if the disk
      * is full or the process dies. Where the folder does not allow that, and for what is no regular file, it
-     * is written in place.
+     * is written in place. A link stays, and the file it leads to is written.
      *
-     * @return false if there is no file name, or the file cannot be opened or not be written as a whole
+     * @return false if there is no file name, or the file cannot be opened or not be written as a whole, or
+     * the key is not supported, which leaves the old file as it was
      */
     bool Save();
 
