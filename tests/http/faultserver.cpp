@@ -12,15 +12,44 @@ namespace
 bool IsWhole(const QByteArray& request)
 {
     const qsizetype headEnd = request.indexOf("\r\n\r\n");
-    if (headEnd < 0) {
-        return false;
-    }
-    const QByteArray name = "\r\ncontent-length: ";
+    const QByteArray name = "\ncontent-length: ";
     const qsizetype field = request.left(headEnd).toLower().indexOf(name);
     const qsizetype value = field + name.size();
     const qint64 length =
-        field < 0 ? 0 : request.mid(value, request.indexOf('\r', value) - value).trimmed().toLongLong();
-    return request.size() >= headEnd + 4 + length;
+        field < 0 ? 0 : request.mid(value, request.indexOf('\r', value) - value).toLongLong();
+    return headEnd > 0 && request.size() >= headEnd + 4 + length;
+}
+
+void End(QTcpSocket* socket, Answer::Ending ending)
+{
+    if (ending == Answer::Close) {
+        socket->disconnectFromHost();
+    } else if (ending == Answer::Reset) {
+        socket->abort();
+    }
+}
+
+void Play(QTcpSocket* socket, const Answer& answer)
+{
+    if (answer.interval == 0) {
+        socket->write(answer.bytes);
+        // A reset must not overtake what was written.
+        socket->waitForBytesWritten();
+        End(socket, answer.ending);
+        return;
+    }
+    auto* timer = new QTimer(socket);
+    const qsizetype headSize = answer.bytes.indexOf("\r\n\r\n") + 4;
+    socket->write(answer.bytes.left(headSize));
+    QObject::connect(timer, &QTimer::timeout, socket, [=, rest = answer.bytes.mid(headSize)]() mutable {
+        socket->write(rest.left(1));
+        rest.remove(0, 1);
+        if (rest.isEmpty()) {
+            timer->stop();
+            End(socket, answer.ending);
+        }
+    });
+    timer->start(answer.interval);
 }
 
 } // namespace
@@ -35,7 +64,11 @@ QByteArray Response(const QByteArray& status, const QByteArray& body, const QByt
 FaultServer::FaultServer(const QList<Answer>& answers_)
     : answers(answers_)
 {
-    connect(this, &QTcpServer::newConnection, this, &FaultServer::OnNewConnection);
+    connect(this, &QTcpServer::newConnection, this, [this] {
+        while (QTcpSocket* const socket = nextPendingConnection()) {
+            Receive(socket, answers.size() > 1 ? answers.takeFirst() : answers.value(0));
+        }
+    });
     listen(QHostAddress::LocalHost);
 }
 
@@ -44,28 +77,16 @@ QUrl FaultServer::Url(const QString& path) const
     return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(serverPort()).arg(path));
 }
 
-void FaultServer::OnNewConnection()
-{
-    while (QTcpSocket* const socket = nextPendingConnection()) {
-        ++connections;
-        ++openConnections;
-        connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
-            --openConnections;
-            socket->deleteLater();
-        });
-        const Answer answer = answers.size() > 1 ? answers.takeFirst() : answers.value(0);
-        if (answer.reads) {
-            Receive(socket, answer);
-        } else {
-            End(socket, answer.ending);
-        }
-    }
-}
-
 void FaultServer::Receive(QTcpSocket* socket, const Answer& answer)
 {
+    ++connections;
+    ++openConnections;
+    connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
+        --openConnections;
+        socket->deleteLater();
+    });
     const auto request = std::make_shared<QByteArray>();
-    const auto read = [this, socket, answer, request] {
+    const auto read = [=] {
         if (!IsWhole(*request)) {
             *request += socket->readAll();
             if (IsWhole(*request)) {
@@ -76,37 +97,4 @@ void FaultServer::Receive(QTcpSocket* socket, const Answer& answer)
     };
     connect(socket, &QTcpSocket::readyRead, this, read);
     read();
-}
-
-void FaultServer::Play(QTcpSocket* socket, const Answer& answer)
-{
-    if (answer.interval == 0) {
-        socket->write(answer.bytes);
-        // A reset must not overtake what was written.
-        socket->waitForBytesWritten();
-        End(socket, answer.ending);
-        return;
-    }
-    auto* timer = new QTimer(socket);
-    const qsizetype headSize = answer.bytes.indexOf("\r\n\r\n") + 4;
-    socket->write(answer.bytes.left(headSize));
-    connect(timer, &QTimer::timeout, socket,
-            [socket, timer, answer, rest = answer.bytes.mid(headSize)]() mutable {
-                socket->write(rest.left(answer.piece));
-                rest.remove(0, answer.piece);
-                if (rest.isEmpty()) {
-                    timer->stop();
-                    End(socket, answer.ending);
-                }
-            });
-    timer->start(answer.interval);
-}
-
-void FaultServer::End(QTcpSocket* socket, Answer::Ending ending)
-{
-    if (ending == Answer::Close) {
-        socket->disconnectFromHost();
-    } else if (ending == Answer::Reset) {
-        socket->abort();
-    }
 }
