@@ -5,8 +5,6 @@
 #include <QTcpServer>
 #include <QUrl>
 
-class QTcpSocket;
-
 /// What the server does on one connection, once the request is there whole.
 struct Answer
 {
@@ -35,7 +33,6 @@ public:
     QUrl Url(const QString& path = QStringLiteral("/")) const;
 
     QList<QByteArray> requests; ///< As they came, whole ones only.
-    int connections = 0;
     int openConnections = 0;
 
 private:
