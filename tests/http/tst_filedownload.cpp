@@ -25,14 +25,19 @@ private Q_SLOTS:
     void outcome_data();
     void outcome();
     void notStarted();
+#ifndef _WIN32 // Which has no device that is always full.
     void fullDisk();
+#endif
     void startAndAbort();
     void retry();
     void busyServer();
     void deletedInside();
 
 public Q_SLOTS:
-    void Delete() { download.reset(); }
+    void Delete()
+    {
+        download.reset();
+    }
 
 private:
     void Start(const FaultServer& server);
@@ -137,7 +142,9 @@ void TestFileDownload::outcome()
     QVERIFY2(events.at(0).startsWith(event), qPrintable(events.at(0)));
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly) && file.readAll() == content);
+#ifndef _WIN32 // Where the name decides it.
     QVERIFY(QFileInfo(file).isExecutable());
+#endif
     QCOMPARE(lastProgress, content.size());
     QVERIFY2(HasLogged(line), qPrintable(line));
     QCOMPARE(HasLogged("Downloading failed. No more tries."), event != "complete");
@@ -170,11 +177,9 @@ void TestFileDownload::notStarted()
              QStringList({unprepared, unprepared, "failed 900101 Can't start download: request failed!"}));
 }
 
+#ifndef _WIN32
 void TestFileDownload::fullDisk()
 {
-    if (!QFile::exists("/dev/full")) {
-        QSKIP("no device here that is always full");
-    }
     FaultServer server({{Response("200 OK", QByteArray(100000, 'x'))}});
     download->SetFilePath("/dev/full");
     download->SetFileSize(100000);
@@ -182,6 +187,7 @@ void TestFileDownload::fullDisk()
     QTRY_COMPARE(events, QStringList{"failed 900103 Download verification failed!"});
     QVERIFY(HasLogged("readed from device 100000, written -1 bytes."));
 }
+#endif
 
 void TestFileDownload::startAndAbort()
 {
