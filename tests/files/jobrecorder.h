@@ -3,6 +3,7 @@
 #include "../logger/recordinglogger.h"
 
 #include <common/shell/filecopier.h>
+#include <common/shell/filehelper.h>
 #include <common/shell/fileremover.h>
 
 #include <QDir>
@@ -96,4 +97,62 @@ inline QStringList Steps(int done, int total, const QString& end)
         steps += QString("%1/%2").arg(i).arg(total);
     }
     return steps << end;
+}
+
+/// Signals of the helper: "found PATH N", "PATH I/N", "failed PATH"; paths relative to a folder.
+inline void Record(common::FileHelper& helper, const QString& root, QStringList& seen)
+{
+    using common::FileHelper;
+    const auto add = [root, &seen](const QString& text, const QString& path) {
+        seen += text.arg(QDir(root).relativeFilePath(path));
+    };
+    QObject::connect(&helper, &FileHelper::scan, [add](const QString& file, quint64 total) {
+        add("found %1 " + QString::number(total), file);
+    });
+    QObject::connect(&helper, &FileHelper::progress,
+                     [add](const QString& file, quint64 current, quint64 total) {
+                         add("%1 " + QString::number(current) + '/' + QString::number(total), file);
+                     });
+    QObject::connect(&helper, &FileHelper::failed, [add](const QString& file) { add("failed %1", file); });
+}
+
+/// Lets a "copier", "remover" or "helper" do work: "F path" (file), "D path" (directory), "N filter" and, to
+/// copy, "F from to", "L from to" (link) and "D from to". Paths are below a folder, but for empty ones and
+/// those with
+/// "." or "/" in front. Returns the signals.
+inline QStringList RunJob(const QString& job, const QString& root, const QStringList& work)
+{
+    common::FileCopier copier;
+    common::FileRemover remover;
+    common::FileHelper helper;
+    JobRecorder copying(&copier);
+    JobRecorder removing(&remover);
+    QStringList helping;
+    Record(helper, root, helping);
+    for (const QString& item : work) {
+        const auto path = [&](int word) {
+            const QString text = item.section(' ', word, word);
+            const bool isWhole = text.isEmpty() || text.startsWith('.') || text.startsWith('/');
+            return isWhole ? text : root + u'/' + text;
+        };
+        if (item.startsWith('L')) {
+            copier.AddSymlink(path(1), path(2));
+        } else if (item.startsWith('N')) {
+            helper.SetNameFilters(helper.NameFilters() + QStringList{item.mid(2)});
+        } else if (item.startsWith('F')) {
+            copier.AddFile(path(1), path(2));
+            remover.AddFile(path(1));
+            helper.AppendFiles({path(1)});
+        } else {
+            copier.AddDirectory(path(1), path(2));
+            remover.AddDirectory(path(1));
+            helper.AppendDir(path(1));
+        }
+    }
+    if (job == "helper") {
+        const bool removed = helper.Remove();
+        return removed == helping.filter("failed").isEmpty() ? helping : QStringList("wrong result");
+    }
+    const bool started = job == "copier" ? copier.Copy() : remover.Remove();
+    return started ? (job == "copier" ? copying : removing).Wait() : QStringList("not started");
 }

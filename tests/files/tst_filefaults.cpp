@@ -1,9 +1,7 @@
-/// What a Linux machine can do to a file job: no rights, no space, no memory, no thread, big trees.
+/// What a Linux machine can do to a file job: no rights, no space, no memory, big trees.
 
 #include "filetree.h"
 #include "jobrecorder.h"
-
-#include <common/shell/filehelper.h>
 
 #include <QScopeGuard>
 #include <QTemporaryDir>
@@ -11,7 +9,6 @@
 #include <cstdlib>
 #include <new>
 
-#include <pthread.h>
 #include <sched.h>
 #include <sys/fsuid.h>
 #include <sys/mount.h>
@@ -27,24 +24,6 @@ namespace
 /// The size that the next allocation of this thread must have for it to fail, and no other after it.
 constexpr std::size_t anySize = 1;
 thread_local std::size_t failingSize = 0;
-
-QStringList CopyTree(const QString& source, const QString& destination)
-{
-    FileCopier copier;
-    JobRecorder recorder(&copier);
-    copier.AddDirectory(source, destination);
-    copier.Copy();
-    return recorder.Wait();
-}
-
-QStringList RemoveTree(const QString& path)
-{
-    FileRemover remover;
-    JobRecorder recorder(&remover);
-    remover.AddDirectory(path);
-    remover.Remove();
-    return recorder.Wait();
-}
 
 } // namespace
 
@@ -75,7 +54,6 @@ class TestFileFaults : public QObject
 
 private Q_SLOTS:
     void noMemory();
-    void noThread();
     void vanishesAfterTheScan();
     void noRights();
     void fullDisk();
@@ -109,23 +87,6 @@ void TestFileFaults::noMemory()
     TestNoMemory(&FileRemover::Remove, "Remove", sizeof(QThread), "failed 700205 Thread variable is NULL!");
 }
 
-void TestFileFaults::noThread()
-{
-    pthread_attr_t usual;
-    pthread_attr_t huge;
-    QCOMPARE(::pthread_getattr_default_np(&usual), 0);
-    ::pthread_attr_init(&huge);
-    QCOMPARE(::pthread_attr_setstacksize(&huge, std::size_t{1} << 50), 0);
-    FileCopier copier;
-    JobRecorder recorder(&copier);
-    QCOMPARE(::pthread_setattr_default_np(&huge), 0);
-    copier.Copy();
-    QCOMPARE(::pthread_setattr_default_np(&usual), 0);
-    QCOMPARE(recorder.Wait(), QStringList("failed 700108 The system has no thread left!"));
-    copier.Copy();
-    QCOMPARE(recorder.Wait().last(), "done");
-}
-
 void TestFileFaults::vanishesAfterTheScan()
 {
     const QTemporaryDir folder;
@@ -136,9 +97,9 @@ void TestFileFaults::vanishesAfterTheScan()
         }
     };
     filetree::Build(folder.path(), {"s/a=1"});
-    QCOMPARE(CopyTree(folder.filePath("s"), folder.filePath("t")), QStringList("failed 700103"));
+    QCOMPARE(RunJob("copier", folder.path(), {"D s t"}), QStringList("failed 700103"));
     filetree::Build(folder.path(), {"s/a=1"});
-    QCOMPARE(RemoveTree(folder.filePath("s")), Steps(2, 2, "done"));
+    QCOMPARE(RunJob("remover", folder.path(), {"D s"}), Steps(2, 2, "done"));
 }
 
 void TestFileFaults::noRights()
@@ -151,10 +112,9 @@ void TestFileFaults::noRights()
     }
     constexpr uid_t nobody = 65534;
     ::setfsuid(nobody); // Of this thread and of those that it starts.
-    const QStringList ends = CopyTree(folder.filePath("s"), folder.filePath("t")) +
-                             CopyTree(folder.filePath("s"), folder.filePath("t/x")) +
-                             CopyTree(folder.filePath("s"), folder.filePath("u")) +
-                             RemoveTree(folder.filePath("t"));
+    const QStringList ends =
+        RunJob("copier", folder.path(), {"D s t"}) + RunJob("copier", folder.path(), {"D s t/x"}) +
+        RunJob("copier", folder.path(), {"D s u"}) + RunJob("remover", folder.path(), {"D t"});
     ::setfsuid(::geteuid());
     QCOMPARE(ends, QStringList({"failed 700107", "failed 700104", "failed 700106", "failed 700204"}));
     QCOMPARE(filetree::Snapshot(folder.path()), before);
@@ -174,7 +134,7 @@ void TestFileFaults::fullDisk()
         QSKIP("this user may not mount a file system");
     }
     const auto unmount = qScopeGuard([&target] { ::umount(target.constData()); });
-    QCOMPARE(CopyTree(folder.filePath("s"), folder.filePath("t")), Steps(1, 2, "failed 700107"));
+    QCOMPARE(RunJob("copier", folder.path(), {"D s t"}), Steps(1, 2, "failed 700107"));
     // No half file is left.
     const QStringList copied = filetree::Snapshot(folder.filePath("t"));
     QCOMPARE(copied.size(), 1);
@@ -189,18 +149,18 @@ void TestFileFaults::largeTrees()
     const QString deep = folder.filePath("s") + QString("/d").repeated(depth - 1);
     QVERIFY(QDir().mkpath(deep));
     filetree::Write(filetree::ToPath(deep + "/f"), "1");
-    QCOMPARE(CopyTree(folder.filePath("s"), folder.filePath("t")), Steps(1, 1, "done"));
-    QCOMPARE(RemoveTree(folder.filePath("t")), Steps(depth + 1, depth + 1, "done"));
-    QVERIFY(common::FileHelper(folder.filePath("s")).Remove());
+    QCOMPARE(RunJob("copier", folder.path(), {"D s t"}), Steps(1, 1, "done"));
+    QCOMPARE(RunJob("remover", folder.path(), {"D t"}), Steps(depth + 1, depth + 1, "done"));
+    QCOMPARE(RunJob("helper", folder.path(), {"D s"}).size(), 2 * (depth + 1));
     QVERIFY(!QFile::exists(folder.filePath("s")));
 
     filetree::Build(folder.path(), {"s/"});
     for (int i = 0; i < width; ++i) {
         filetree::Write(filetree::ToPath(folder.filePath("s")) / std::to_string(i), QByteArray());
     }
-    QCOMPARE(CopyTree(folder.filePath("s"), folder.filePath("t")), Steps(width, width, "done"));
-    QCOMPARE(RemoveTree(folder.filePath("s")), Steps(width + 1, width + 1, "done"));
-    QCOMPARE(RemoveTree(folder.filePath("t")), Steps(width + 1, width + 1, "done"));
+    QCOMPARE(RunJob("copier", folder.path(), {"D s t"}), Steps(width, width, "done"));
+    QCOMPARE(RunJob("remover", folder.path(), {"D s"}), Steps(width + 1, width + 1, "done"));
+    QCOMPARE(RunJob("remover", folder.path(), {"D t"}), Steps(width + 1, width + 1, "done"));
 }
 
 QTEST_GUILESS_MAIN(TestFileFaults)

@@ -3,8 +3,6 @@
 #include "filetree.h"
 #include "jobrecorder.h"
 
-#include <common/shell/filehelper.h>
-
 #include <QTemporaryDir>
 
 using common::FileHelper;
@@ -66,63 +64,6 @@ void AddSameFile(const char* name, const QString& tree, const QString& from, con
     AddRow(name, tree, "F " + from + ' ' + to, "failed 700107", "+",
            {QString("3 'ROOT/%1' and 'ROOT/%2' are the same file").arg(from, to),
             CopyingFailed(from, to, 700107)});
-}
-
-/// Signals of the helper: "found PATH N", "PATH I/N", "failed PATH"; paths relative to a folder.
-void Record(FileHelper& helper, const QString& root, QStringList& seen)
-{
-    const auto add = [root, &seen](QString text, const QString& path) {
-        seen += text.replace("PATH", QDir(root).relativeFilePath(path));
-    };
-    QObject::connect(&helper, &FileHelper::scan, [add](const QString& file, quint64 total) {
-        add(QString("found PATH %1").arg(total), file);
-    });
-    QObject::connect(&helper, &FileHelper::progress,
-                     [add](const QString& file, quint64 current, quint64 total) {
-                         add(QString("PATH %1/%2").arg(current).arg(total), file);
-                     });
-    QObject::connect(&helper, &FileHelper::failed, [add](const QString& file) { add("failed PATH", file); });
-}
-
-/// Does work given as "F path" (file), "D path" (directory), "N filter" and, to copy, "F from to", "L from
-/// to" (link) and "D from to". Paths are below a folder, but for empty ones and those with "." or "/" in
-/// front.
-QStringList RunJob(const QString& job, const QString& root, const QStringList& work)
-{
-    common::FileCopier copier;
-    common::FileRemover remover;
-    FileHelper helper;
-    JobRecorder copying(&copier);
-    JobRecorder removing(&remover);
-    QStringList helping;
-    Record(helper, root, helping);
-    for (const QString& item : work) {
-        const auto path = [&](int word) {
-            const QString text = item.section(' ', word, word);
-            const bool isWhole = text.isEmpty() || text.startsWith('.') || text.startsWith('/');
-            return isWhole ? text : root + u'/' + text;
-        };
-        if (item.startsWith('L')) {
-            copier.AddSymlink(path(1), path(2));
-        } else if (item.startsWith('N')) {
-            helper.SetNameFilters(helper.NameFilters() + QStringList{item.mid(2)});
-        } else if (item.startsWith('F')) {
-            copier.AddFile(path(1), path(2));
-            remover.AddFile(path(1));
-            helper.AppendFiles({path(1)});
-        } else {
-            copier.AddDirectory(path(1), path(2));
-            remover.AddDirectory(path(1));
-            helper.AppendDir(path(1));
-        }
-    }
-    if (job == "helper") {
-        const bool removed = helper.Remove();
-        return removed == helping.filter("failed").isEmpty() ? helping : QStringList("wrong result");
-    }
-    const bool copies = job == "copier";
-    const bool started = copies ? copier.Copy() : remover.Remove();
-    return started ? (copies ? copying : removing).Wait() : QStringList("not started");
 }
 
 } // namespace

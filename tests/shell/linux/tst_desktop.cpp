@@ -15,10 +15,6 @@
 #include <memory>
 #include <thread>
 
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
 using common::Shell;
 
 namespace
@@ -37,18 +33,6 @@ void WriteScript(const QString& path)
                     "#!/bin/sh\n{ pwd; for a; do printf '%s\\0' \"$a\"; done; } >\"$OUT.new\"\n"
                     "mv \"$OUT.new\" \"$OUT\"\n");
     QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-}
-
-/// A socket that takes connections in and then keeps silent.
-int ListenSilently(const QByteArray& path)
-{
-    const int descriptor = socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    qstrncpy(address.sun_path, path.constData(), sizeof(address.sun_path));
-    const bool listening = bind(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
-                           listen(descriptor, 1) == 0;
-    return listening ? descriptor : -1;
 }
 
 } // namespace
@@ -83,9 +67,7 @@ private Q_SLOTS:
     void folders();
     void showFile_data();
     void showFile();
-    void shortcut_data();
     void shortcut();
-    void shortcutThatCannotBe();
     void removeAfterExit();
 
 private:
@@ -136,8 +118,6 @@ void TestDesktop::showFile_data()
     QTest::newRow("is silent") << file << true << uri << ".";
     QTest::newRow("is not there") << file << true << ""
                                   << ".";
-    QTest::newRow("bus is silent") << file << true << ""
-                                   << ".";
     QTest::newRow("no bus") << "bin" << true << ""
                             << "bin";
     QTest::newRow("no bus, dots behind a link") << "link/../bin" << true << ""
@@ -160,10 +140,8 @@ void TestDesktop::showFile()
     const bool found = behaviour != "no bus, no xdg-open";
     qputenv("PATH", found ? QFile::encodeName(Path("bin")) + ":" + oldPath : QByteArray("/none"));
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + bus.Path());
-    int silentBus = -1;
-    if (behaviour.contains("bus")) {
-        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + QFile::encodeName(Path("bus")));
-        silentBus = behaviour == "bus is silent" ? ListenSilently(QFile::encodeName(Path("bus"))) : -1;
+    if (behaviour.startsWith("no bus")) {
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/none");
     }
     FileManager manager;
     manager.behaviour = behaviour;
@@ -182,7 +160,6 @@ void TestDesktop::showFile()
     // Well below the 25 s that a call takes by default, and above what a loaded machine adds to 2 s.
     const bool inTime = QTest::qWaitFor([&] { return answer >= 0; }, 10000);
     caller.join();
-    close(silentBus);
     QDBusConnection::disconnectFromBus(behaviour);
     qputenv("PATH", oldPath);
     QVERIFY(inTime);
@@ -198,54 +175,39 @@ void TestDesktop::showFile()
             log.lines[0].text == "Shell::ShowFile() - unable to start 'xdg-open " + dir->path() + "'");
 }
 
-void TestDesktop::shortcut_data()
-{
-    QTest::addColumn<QString>("program");
-    QTest::addColumn<QString>("arguments");
-
-    const auto row = [](const char* name, const char* program, const char* arguments) {
-        QTest::newRow(name) << QString(program) << QString(arguments);
-    };
-    row("plain", "phone", "");
-    row("blanks", "my phone", "--call \"tel:+1 2\" \"\" end");
-    row("percent signs", "100%U=phone%%", "%u 50% \"%f and %F\"");
-    row("shell characters", "$HOME `id` ;&|<>*?#()~'", "$HOME \"$(id)\" `id` ;touch\\ x' *");
-    row("backslashes and quotes", "a\\b\\\\c\"d",
-        "\\ back\\slash \"C:\\dir with\\\\\" \"a\"\"\"quote\"\"\"b\"");
-    row("tabs, line breaks, umlauts", "ü\t1", "\"a\nb\" \"c\td\" ü");
-}
-
 void TestDesktop::shortcut()
 {
-    QFETCH(QString, program);
-    QFETCH(QString, arguments);
-
-    WriteScript(Path(program));
+    const std::pair<QString, QString> commands[] = {
+        {"phone", ""},
+        {"a b\\c\\\\\"d $HOME `id` ;&|<>*?#()~'",
+         "--call \"tel:+1 2\" \"\" $HOME \"$(id)\" `id` ;touch\\ x' *"},
+        {"100%U=ü%%\t1",
+         "%u 50% \"%f and %F\" \\ \"C:\\dir with\\\\\" \"a\"\"\"q\"\"\"b\" \"a\nb\" \"c\td\" ü"}};
     const QString work = Path("wo\\rk dir");
     const QString path = Path("My phone.desktop");
     filetree::Build(dir->path(), {"wo\\rk dir/", "My phone.desktop=left over"});
-    QVERIFY(Shell::CreateShortcut(Path(program), work, arguments, path, " Calls\\people\nand more",
-                                  "vexline.phone"));
-    QProcess validator;
-    validator.start("desktop-file-validate", {path});
-    QVERIFY2(validator.waitForFinished() && validator.exitCode() == 0, validator.readAll().constData());
-    QVERIFY(QFileInfo(path).isExecutable());
-    const QByteArray text = ReadFile(path);
-    QVERIFY2(text.contains("\nName=My phone\n") && text.contains("\nStartupWMClass=vexline.phone\n") &&
-                 text.contains("\nComment=\\sCalls\\\\people\\nand more\n"),
-             text.constData());
-
-    QCOMPARE(QProcess::execute("gio", {"launch", path}), 0);
-    QTRY_VERIFY2(QFileInfo::exists(Path("out")), text.constData());
-    QByteArray expected = work.toUtf8() + '\n';
-    for (const QString& argument : QProcess::splitCommand(arguments)) {
-        expected += argument.toUtf8() + '\0';
+    for (const auto& [program, arguments] : commands) {
+        WriteScript(Path(program));
+        QVERIFY(Shell::CreateShortcut(Path(program), work, arguments, path, " Calls\\people\nand more",
+                                      "vexline.phone"));
+        QProcess validator;
+        validator.start("desktop-file-validate", {path});
+        QVERIFY2(validator.waitForFinished() && validator.exitCode() == 0, validator.readAll().constData());
+        QVERIFY(QFileInfo(path).isExecutable());
+        const QByteArray text = ReadFile(path);
+        for (const char* line :
+             {"Name=My phone", "StartupWMClass=vexline.phone", "Comment=\\sCalls\\\\people\\nand more"}) {
+            QVERIFY2(text.split('\n').contains(line), text.constData());
+        }
+        QCOMPARE(QProcess::execute("gio", {"launch", path}), 0);
+        QTRY_VERIFY2(QFileInfo::exists(Path("out")), text.constData());
+        QByteArray expected = work.toUtf8() + '\n';
+        for (const QString& argument : QProcess::splitCommand(arguments)) {
+            expected += argument.toUtf8() + '\0';
+        }
+        QCOMPARE(ReadFile(Path("out")), expected);
+        QVERIFY(QFile::remove(Path("out")));
     }
-    QCOMPARE(ReadFile(Path("out")), expected);
-}
-
-void TestDesktop::shortcutThatCannotBe()
-{
     QVERIFY(!Shell::CreateShortcut("/bin/sh", "", "", Path("none/x.desktop"), "", ""));
     QVERIFY(!Shell::CreateShortcut("", "", "", Path("x.desktop"), "", ""));
     QVERIFY(Shell::CreateShortcut("sh", "", "", Path("x.desktop"), "", ""));

@@ -20,31 +20,6 @@
 using common::Shell;
 using tools::process::ProcHelper;
 
-namespace
-{
-
-constexpr uid_t anotherUser = 65534;
-
-/// Makes this test an ordinary user, as far as the kernel is concerned, until it goes out of scope.
-class AsAnotherUser
-{
-public:
-    AsAnotherUser() { isSet = setresuid(anotherUser, anotherUser, 0) == 0; }
-    ~AsAnotherUser()
-    {
-        if (isSet && setresuid(0, 0, 0) != 0) {
-            qFatal("cannot become root again");
-        }
-    }
-
-private:
-    Q_DISABLE_COPY(AsAnotherUser)
-
-    bool isSet;
-};
-
-} // namespace
-
 class TestLinuxProcesses : public QObject
 {
     Q_OBJECT
@@ -52,11 +27,9 @@ class TestLinuxProcesses : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
-    void imageThatWasReplaced_data();
     void imageThatWasReplaced();
     void processOfAnotherUser();
     void threads();
-    void processWhoseFirstThreadEnded();
     void detachedChildIsNobodys();
     void closedStandardStreams();
 
@@ -83,46 +56,41 @@ void TestLinuxProcesses::cleanup()
     child.waitForFinished();
 }
 
-void TestLinuxProcesses::imageThatWasReplaced_data()
-{
-    QTest::addColumn<QString>("suffix");
-
-    QTest::newRow("deleted") << "";
-    QTest::newRow("deleted, and called so") << " (deleted)";
-}
-
 void TestLinuxProcesses::imageThatWasReplaced()
 {
-    QFETCH(QString, suffix);
-
-    QVERIFY(suffix.isEmpty() || QFile::rename(program, program + suffix));
-    child.start(program + suffix, {"60000"});
-    QVERIFY(child.waitForStarted());
-    QVERIFY(Shell::ProcessExists(name + suffix));
-    QVERIFY(QFile::remove(program + suffix));
-    QVERIFY(Shell::ProcessExists(name + suffix));
-    QVERIFY(Shell::ProcessExists(program + suffix));
-    QCOMPARE(ProcHelper::FindProcessId(name + suffix), static_cast<unsigned long>(child.processId()));
-    QVERIFY(!Shell::ProcessExists(name + suffix + " (deleted)"));
+    QVERIFY(QFile::remove(program));
+    for (const QString suffix : {"", " (deleted)"}) {
+        QVERIFY(QFile::copy(QStringLiteral(CHILD_PROGRAM), program + suffix));
+        child.start(program + suffix, {"60000"});
+        QVERIFY(child.waitForStarted());
+        QVERIFY(QFile::remove(program + suffix));
+        QVERIFY(Shell::ProcessExists(name + suffix));
+        QVERIFY(Shell::ProcessExists(program + suffix));
+        QCOMPARE(ProcHelper::FindProcessId(name + suffix), static_cast<unsigned long>(child.processId()));
+        QVERIFY(!Shell::ProcessExists(name + suffix + " (deleted)"));
+        cleanup();
+    }
 }
 
 void TestLinuxProcesses::processOfAnotherUser()
 {
-    if (geteuid() != 0) {
-        QSKIP("only root can become another user");
-    }
+    constexpr uid_t anotherUser = 65534;
     child.start(program, {"60000"});
     QVERIFY(child.waitForStarted());
-    {
-        const AsAnotherUser user;
-        QVERIFY2(QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(child.processId())).isEmpty(),
-                 "its image is not for us to see");
-        QVERIFY2(Shell::ProcessExists(name), "found by the kernel's name");
-        QVERIFY2(!Shell::ProcessExists(program), "a path cannot be compared");
-        QCOMPARE(Shell::ProcessWait(name, 50), 1);
-        QCOMPARE(Shell::ProcessKill(name), 0);
-        QVERIFY(ProcHelper::Terminate(static_cast<unsigned long>(child.processId())));
+    const auto id = static_cast<unsigned long>(child.processId());
+    if (setresuid(anotherUser, anotherUser, 0) != 0) {
+        QSKIP("only root can become another user");
     }
+    const bool isHidden = QFile::symLinkTarget(QString("/proc/%1/exe").arg(id)).isEmpty();
+    const bool isFoundByKernelName = Shell::ProcessExists(name);
+    const bool isFoundByPath = Shell::ProcessExists(program);
+    const int waited = Shell::ProcessWait(name, 50);
+    const int killed = Shell::ProcessKill(name);
+    ProcHelper::Terminate(id);
+    QCOMPARE(setresuid(0, 0, 0), 0);
+    QVERIFY(isHidden && isFoundByKernelName && !isFoundByPath);
+    QCOMPARE(waited, 1);
+    QCOMPARE(killed, 0);
     QVERIFY(!child.waitForFinished(100));
     QCOMPARE(Shell::ProcessKill(name), 0);
     QVERIFY(child.waitForFinished());
@@ -130,6 +98,7 @@ void TestLinuxProcesses::processOfAnotherUser()
 
 void TestLinuxProcesses::threads()
 {
+    // The id of a thread is not that of a process, so nothing is ended; above all not this one.
     std::atomic<long> id{0};
     std::atomic<bool> done{false};
     std::thread thread([&] {
@@ -138,37 +107,21 @@ void TestLinuxProcesses::threads()
             std::this_thread::yield();
         }
     });
-    while (id == 0) {
-        std::this_thread::yield();
-    }
-    // Not a process, so nothing is ended; above all not this one.
+    QTRY_VERIFY(id != 0);
     QVERIFY(ProcHelper::Terminate(static_cast<unsigned long>(id)));
     done = true;
     thread.join();
-}
 
-void TestLinuxProcesses::processWhoseFirstThreadEnded()
-{
-    int ends[2];
-    QCOMPARE(pipe(ends), 0);
-    const pid_t process = fork();
-    if (process == 0) {
-        std::thread([&] {
-            char end = 0;
-            _exit(read(ends[0], &end, 1) == 1 ? 7 : 8);
-        }).detach();
-        syscall(SYS_exit, 0); // Ends this thread only.
-    }
-    const QString kernelName = QFileInfo(QCoreApplication::applicationFilePath()).fileName().left(15);
-    const auto parent = static_cast<unsigned long>(getpid());
-    QTRY_COMPARE(ProcHelper::FindChildProcessId(parent, kernelName), static_cast<unsigned long>(process));
-    QCOMPARE(Shell::ProcessWait(kernelName, 50), 1);
-    QCOMPARE(write(ends[1], "", 1), 1);
-    int status = 0;
-    QCOMPARE(Shell::ProcessWait(kernelName, 30000), 0);
-    QCOMPARE(ProcHelper::FindChildProcessId(parent, kernelName), 0UL);
-    QCOMPARE(waitpid(process, &status, 0), process);
-    QCOMPARE(WEXITSTATUS(status), 7);
+    // A process whose first thread has ended runs as long as the others; only its kernel name is left.
+    child.start(program, {"500", "thread"});
+    QVERIFY(child.waitForStarted());
+    QTRY_VERIFY(QFile::symLinkTarget(QString("/proc/%1/exe").arg(child.processId())).isEmpty());
+    QVERIFY(Shell::ProcessExists(name));
+    QCOMPARE(Shell::ProcessWait(name, 20), 1);
+    QCOMPARE(Shell::ProcessWait(name, 30000), 0);
+    QVERIFY(!Shell::ProcessExists(name));
+    QVERIFY(child.waitForFinished());
+    QCOMPARE(child.exitCode(), 7);
 }
 
 void TestLinuxProcesses::detachedChildIsNobodys()
@@ -191,8 +144,8 @@ void TestLinuxProcesses::closedStandardStreams()
     dup2(saved, 0);
     close(saved);
     QVERIFY(missing && started);
-    QTRY_VERIFY(QFileInfo::exists(dir->filePath("report")));
     QFile report(dir->filePath("report"));
+    QTRY_VERIFY(report.exists());
     QVERIFY(report.open(QIODevice::ReadOnly));
     QVERIFY2(report.readAll().endsWith("\n1\n2\n"), "nothing slipped into the place of a closed stream");
 }
