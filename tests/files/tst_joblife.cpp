@@ -107,6 +107,14 @@ void TestRestartAndDestruction()
     QCOMPARE(destroyed.Lines().count("7 user abort detected!"), 1);
 }
 
+template<class Job>
+void TestLife()
+{
+    TestAbort<Job>(true);
+    TestAbort<Job>(false);
+    TestRestartAndDestruction<Job>();
+}
+
 /// Starts, aborts and destroys in many ways, with signals on their way or delivered; nothing may go wrong.
 template<class Job>
 void Round(const Work& work, QRandomGenerator& random, bool hasEventLoop)
@@ -153,30 +161,11 @@ class TestJobLife : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void abort();
-    void restartAndDestruction();
-    void randomMoments();
+    void copier() { TestLife<FileCopier>(); }
+    void remover() { TestLife<FileRemover>(); }
+    void randomMoments() { RunRounds(rounds, true); }
+    void callerWithoutEventLoop() { std::thread(RunRounds, 50, false).join(); }
 };
-
-void TestJobLife::abort()
-{
-    for (const bool force : {true, false}) {
-        TestAbort<FileCopier>(force);
-        TestAbort<FileRemover>(force);
-    }
-}
-
-void TestJobLife::restartAndDestruction()
-{
-    TestRestartAndDestruction<FileCopier>();
-    TestRestartAndDestruction<FileRemover>();
-}
-
-void TestJobLife::randomMoments()
-{
-    RunRounds(rounds, true);
-    std::thread(RunRounds, 50, false).join();
-}
 
 QTEST_GUILESS_MAIN(TestJobLife)
 #include "tst_joblife.moc"
