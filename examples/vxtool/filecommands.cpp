@@ -31,10 +31,17 @@ void AddOptions(QCommandLineParser& parser)
     parser.addOption({timingOption, QStringLiteral("Show how long it took, too.")});
 }
 
-/// Without dots and slashes that say nothing, so that it has a last name.
+/// With a last name, also of ".." and of a folder with a slash behind it. It is the file system that tells
+/// what stands before a "..", and links at the end stay links.
 QString FullPath(const QString& path)
 {
-    return QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+    const QFileInfo info(QDir(path).path()); // QDir takes the slash away.
+    const QString name = info.fileName();
+    if (name == QLatin1String(".") || name == QLatin1String("..")) {
+        return info.canonicalFilePath();
+    }
+    const QString folder = QFileInfo(info.path()).canonicalFilePath();
+    return folder.isEmpty() ? info.absoluteFilePath() : QDir(folder).filePath(name);
 }
 
 QString TimingText(int items, qint64 milliseconds)

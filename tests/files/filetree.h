@@ -9,10 +9,12 @@
 #include <fstream>
 #ifdef Q_OS_WIN
 #include <windows.h>
+#else
+#include <sys/stat.h>
 #endif
 
-/// Trees in short: "d/" is a directory, "d/f=text" a file, "d/l->a" a link; a name with a leading dot is
-/// hidden.
+/// Trees in short: "d/" is a directory, "d/f=text" a file, "d/l->a" a link, "p|" a fifo; a name with a
+/// leading dot is hidden.
 namespace filetree
 {
 
@@ -35,6 +37,10 @@ inline void Build(const QString& root, const QStringList& entries)
             std::filesystem::create_directories(path);
         } else if (entry.contains("->")) {
             std::filesystem::create_symlink(ToPath(entry.section("->", 1)), path);
+#ifdef Q_OS_UNIX
+        } else if (entry.endsWith('|')) {
+            ::mkfifo(qPrintable(root + u'/' + entry.chopped(1)), S_IRUSR | S_IWUSR);
+#endif
         } else {
             Write(path, entry.section('=', 1).toUtf8());
         }
@@ -63,6 +69,8 @@ inline QStringList Snapshot(const QString& folder)
             if (fs::is_empty(entry.path())) {
                 entries += name + u'/';
             }
+        } else if (!entry.is_regular_file()) {
+            entries += name + u'|';
         } else {
             std::ifstream file(entry.path(), std::ios::binary);
             const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());

@@ -12,54 +12,27 @@
 #define EXPORTED extern "C" __attribute__((visibility("default")))
 #endif
 
-namespace
+EXPORTED std::int32_t DllRegisterServer()
 {
-
-std::int32_t Result()
-{
-    const char* const text = std::getenv("COMPONENT_RESULT");
-    return text != nullptr ? static_cast<std::int32_t>(std::strtoul(text, nullptr, 16)) : 0;
-}
-
 #ifdef _WIN32
-const wchar_t* const key = L"vxcommon.test.component";
-
-void Mark()
-{
     HKEY created = nullptr;
-    if (RegCreateKeyW(HKEY_CLASSES_ROOT, key, &created) == ERROR_SUCCESS) {
+    if (RegCreateKeyW(HKEY_CLASSES_ROOT, L"vxcommon.test.component", &created) == ERROR_SUCCESS) {
         RegCloseKey(created);
     }
-}
-
-void Unmark()
-{
-    RegDeleteKeyW(HKEY_CLASSES_ROOT, key);
-}
 #else
-void Mark()
-{
     if (std::FILE* const file = std::fopen(std::getenv("COMPONENT_FILE"), "w")) {
         static_cast<void>(std::fclose(file));
     }
-}
-
-void Unmark()
-{
-    static_cast<void>(std::remove(std::getenv("COMPONENT_FILE")));
-}
 #endif
-
-} // namespace
-
-EXPORTED std::int32_t DllRegisterServer()
-{
-    Mark();
-    return Result();
+    return static_cast<std::int32_t>(std::strtoul(std::getenv("COMPONENT_RESULT"), nullptr, 16));
 }
 
 EXPORTED std::int32_t DllUnregisterServer()
 {
-    Unmark();
-    return Result();
+#ifdef _WIN32
+    RegDeleteKeyW(HKEY_CLASSES_ROOT, L"vxcommon.test.component");
+#else
+    static_cast<void>(std::remove(std::getenv("COMPONENT_FILE")));
+#endif
+    return static_cast<std::int32_t>(std::strtoul(std::getenv("COMPONENT_RESULT"), nullptr, 16));
 }

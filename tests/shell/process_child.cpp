@@ -1,45 +1,39 @@
 // A process that lives for as long as it is told: process_child MILLISECONDS [REPORT [HANDLE]]
-// REPORT receives one line each: the working directory, then every descriptor that is open or, on Windows,
-// HANDLE if that is one.
+// REPORT receives one line each: the working directory, and whether HANDLE, a descriptor on Linux, is "open"
+// or "closed". With "thread" as REPORT the first thread ends at once, on Linux, and a second one lives on.
 
 #include <chrono>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <string>
 #include <thread>
 
 #ifdef _WIN32
 #include <windows.h>
 #else
 #include <fcntl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 #endif
 
 namespace
 {
 
-void Report(const char* path, const char* handle)
+void Report(const std::string& path, const char* handle)
 {
-    std::ofstream report(std::string(path) + ".new");
-    report << std::filesystem::current_path().u8string() << '\n';
 #ifdef _WIN32
     DWORD flags = 0;
-    if (GetHandleInformation(reinterpret_cast<HANDLE>(std::strtoull(handle, nullptr, 10)), &flags) != 0) {
-        report << handle << '\n';
-    }
+    const bool isOpen =
+        GetHandleInformation(reinterpret_cast<HANDLE>(std::strtoull(handle, nullptr, 10)), &flags) != 0;
 #else
-    static_cast<void>(handle);
-    constexpr int reportDescriptor = 3;
-    constexpr int limit = 1024;
-    for (int descriptor = 0; descriptor < limit; ++descriptor) {
-        if (descriptor != reportDescriptor && fcntl(descriptor, F_GETFD) >= 0) {
-            report << descriptor << '\n';
-        }
-    }
+    const bool isOpen = fcntl(std::atoi(handle), F_GETFD) >= 0;
 #endif
-    report.close();
-    std::filesystem::rename(std::string(path) + ".new", path);
+    std::ofstream(path + ".new") << std::filesystem::current_path().u8string() << '\n'
+                                 << (isOpen ? "open" : "closed") << '\n';
+    std::filesystem::rename(path + ".new", path);
 }
 
 } // namespace
@@ -47,9 +41,19 @@ void Report(const char* path, const char* handle)
 int main(int argc, char* argv[])
 {
     static_cast<void>(std::signal(SIGTERM, SIG_IGN));
+    const std::chrono::milliseconds lifetime(argc > 1 ? std::strtol(argv[1], nullptr, 10) : 0);
+#ifndef _WIN32
+    if (argc > 2 && std::strcmp(argv[2], "thread") == 0) {
+        std::thread([lifetime] {
+            std::this_thread::sleep_for(lifetime);
+            _exit(7);
+        }).detach();
+        syscall(SYS_exit, 0); // Ends this thread only.
+    }
+#endif
     if (argc > 2) {
         Report(argv[2], argc > 3 ? argv[3] : "0");
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(argc > 1 ? std::strtol(argv[1], nullptr, 10) : 0));
+    std::this_thread::sleep_for(lifetime);
     return 0;
 }

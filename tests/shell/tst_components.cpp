@@ -8,61 +8,46 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <memory>
-
 #ifdef Q_OS_WIN
 #include <qt_windows.h>
 #endif
 
 using common::RegistryOverrider;
+using common::Shell;
 
 namespace
 {
 
+const QString restored = QStringLiteral("7: Restoring ovveridden key");
+
 #ifdef Q_OS_WIN
 constexpr bool hasRegistry = true;
-
-bool KeyExists(HKEY root, const wchar_t* path)
-{
-    HKEY key = nullptr;
-    const bool exists = RegOpenKeyW(root, path, &key) == ERROR_SUCCESS;
-    if (exists) {
-        RegCloseKey(key);
-    }
-    return exists;
-}
-
-bool IsMarkedForUser()
-{
-    return KeyExists(HKEY_CURRENT_USER, L"Software\\Classes\\vxcommon.test.component");
-}
-
-bool IsMarkedForAll()
-{
-    return KeyExists(HKEY_LOCAL_MACHINE, L"Software\\Classes\\vxcommon.test.component");
-}
+const QString userOverride = restored;
 #else
 constexpr bool hasRegistry = false;
-
-// There is one place for both: whoever runs the component decides.
-bool IsMarkedForUser()
-{
-    return QFile::exists(qEnvironmentVariable("COMPONENT_FILE"));
-}
-
-bool IsMarkedForAll()
-{
-    return IsMarkedForUser();
-}
+const QString userOverride = QStringLiteral("3: Failed to open dstKey: 0x      78");
 #endif
 
-const QString overrideFails = QStringLiteral("3: Failed to open dstKey: 0x      78");
+/// Whether the component has left its mark for this user or for all; without a registry that is one place.
+bool IsMarked(bool forAll)
+{
+#ifdef Q_OS_WIN
+    HKEY key = nullptr;
+    const bool exists = RegOpenKeyW(forAll ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER,
+                                    L"Software\\Classes\\vxcommon.test.component", &key) == ERROR_SUCCESS;
+    RegCloseKey(key);
+    return exists;
+#else
+    static_cast<void>(forAll);
+    return QFile::exists(qEnvironmentVariable("COMPONENT_FILE"));
+#endif
+}
 
 QStringList TakeLines(RecordingLogger& log)
 {
     QStringList lines;
     for (const auto& line : log.lines) {
-        lines += QStringLiteral("%1: %2").arg(line.level).arg(line.text);
+        lines += QString("%1: %2").arg(line.level).arg(line.text);
     }
     log.lines.clear();
     return lines;
@@ -78,12 +63,8 @@ private Q_SLOTS:
     void initTestCase();
     void registration_data();
     void registration();
-    void failures_data();
-    void failures();
     void libraryThatStays();
-    void overrider_data();
     void overrider();
-    void copiesOfAnOverrider();
 
 private:
     QTemporaryDir dir;
@@ -103,123 +84,80 @@ void TestComponents::initTestCase()
 
 void TestComponents::registration_data()
 {
+    QTest::addColumn<QString>("path");
     QTest::addColumn<bool>("admin");
+    QTest::addColumn<QByteArray>("answer"); // Of the entry points, as hexadecimal number.
+    QTest::addColumn<unsigned long>("result");
+    QTest::addColumn<QStringList>("lines");
 
-    QTest::newRow("user") << false;
-    QTest::newRow("admin") << true;
+    const QString noEntry = "3: Failed to resolve DllRegisterServer()";
+    const QString failed = "3: Failed to invoke DllRegisterServer(): 0x";
+    const QByteArray done = "0";
+    QTest::newRow("user") << COMPONENT << false << done << 0UL << QStringList{userOverride};
+    QTest::newRow("admin") << COMPONENT << true << done << 0UL << QStringList();
+    QTest::newRow("no library") << "/no/such" << true << done << 0x80004002UL << QStringList{noEntry};
+    QTest::newRow("no entry point") << NO_COMPONENT << false << done << 0x80004002UL << QStringList{noEntry};
+    QTest::newRow("E_FAIL") << COMPONENT << false << QByteArray("80004005") << 0x80004005UL
+                            << QStringList{userOverride, failed + "80004005"};
+    QTest::newRow("S_FALSE") << COMPONENT << true << QByteArray("1") << 1UL
+                             << QStringList{failed + "       1"};
 }
 
 void TestComponents::registration()
 {
-    QFETCH(bool, admin);
-
-    const QString path = QStringLiteral(COMPONENT);
-    const QString tail = QStringLiteral(" DLL: '%1' from %2").arg(path, admin ? "admin" : "user");
-    QStringList overriding;
-    if (!admin) {
-        overriding += hasRegistry ? QStringLiteral("7: Restoring ovveridden key") : overrideFails;
-    }
-    RecordingLogger log;
-    QCOMPARE(common::Shell::RegisterComponent(path, admin), 0UL);
-    QCOMPARE(TakeLines(log), QStringList("7: Registering" + tail) + overriding);
-    QCOMPARE(IsMarkedForUser(), !admin || !hasRegistry);
-    QCOMPARE(IsMarkedForAll(), admin || !hasRegistry);
-    QCOMPARE(common::Shell::ProcessModules(QFileInfo(path).fileName()), QStringList());
-
-    QCOMPARE(common::Shell::UnregisterComponent(path, admin), 0UL);
-    QCOMPARE(TakeLines(log), QStringList("7: Unregistering" + tail) + overriding);
-    QVERIFY(!IsMarkedForUser() && !IsMarkedForAll());
-}
-
-void TestComponents::failures_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<unsigned long>("result");
-    QTest::addColumn<QString>("line");
-
-    const QString noEntry = QStringLiteral("3: Failed to resolve DllRegisterServer()");
-    const QString failed = QStringLiteral("3: Failed to invoke DllRegisterServer(): 0x");
-    QTest::newRow("no library") << "/no/such/library" << QByteArray() << 0x80004002UL << noEntry;
-    QTest::newRow("no entry point") << NO_COMPONENT << QByteArray() << 0x80004002UL << noEntry;
-    QTest::newRow("E_FAIL") << COMPONENT << QByteArray("80004005") << 0x80004005UL << failed + "80004005";
-    QTest::newRow("S_FALSE counts as failure") << COMPONENT << QByteArray("1") << 1UL << failed + "       1";
-}
-
-void TestComponents::failures()
-{
     QFETCH(QString, path);
+    QFETCH(bool, admin);
     QFETCH(QByteArray, answer);
     QFETCH(unsigned long, result);
-    QFETCH(QString, line);
+    QFETCH(QStringList, lines);
 
     qputenv("COMPONENT_RESULT", answer);
+    const QString tail = QString("egistering DLL: '%1' from %2").arg(path, admin ? "admin" : "user");
+    const bool isMarked = path == COMPONENT;
     RecordingLogger log;
-    QCOMPARE(common::Shell::RegisterComponent(path, true), result);
-    QCOMPARE(TakeLines(log), QStringList({"7: Registering DLL: '" + path + "' from admin", line}));
-    QCOMPARE(common::Shell::ProcessModules(QFileInfo(path).fileName()), QStringList());
-    QCOMPARE(common::Shell::UnregisterComponent(path, true), result);
-    QCOMPARE(TakeLines(log).last(), line.replace("DllRegister", "DllUnregister"));
-    qunsetenv("COMPONENT_RESULT");
+    QCOMPARE(Shell::RegisterComponent(path, admin), result);
+    QCOMPARE(TakeLines(log), QStringList("7: R" + tail) + lines);
+    QCOMPARE(IsMarked(false), isMarked && (!admin || !hasRegistry));
+    QCOMPARE(IsMarked(true), isMarked && (admin || !hasRegistry));
+    QCOMPARE(Shell::ProcessModules(QFileInfo(path).fileName()), QStringList());
+    QCOMPARE(Shell::UnregisterComponent(path, admin), result);
+    QCOMPARE(TakeLines(log), QStringList("7: Unr" + tail) + lines.replaceInStrings("DllReg", "DllUnreg"));
+    QVERIFY(!IsMarked(false) && !IsMarked(true));
 }
 
 void TestComponents::libraryThatStays()
 {
+    qputenv("COMPONENT_RESULT", "0");
     // Qt counts a user of a library only if it was made before another one loaded it.
     QLibrary first(QStringLiteral(COMPONENT));
     QLibrary second(QStringLiteral(COMPONENT));
     QVERIFY(first.load() && second.load());
     RecordingLogger log;
-    QCOMPARE(common::Shell::RegisterComponent(QStringLiteral(COMPONENT), true), 0UL);
+    QCOMPARE(Shell::RegisterComponent(QStringLiteral(COMPONENT), true), 0UL);
     QCOMPARE(TakeLines(log).mid(1), QStringList{"3: Failed to unload DLL"});
-    QCOMPARE(common::Shell::UnregisterComponent(QStringLiteral(COMPONENT), true), 0UL);
-}
-
-void TestComponents::overrider_data()
-{
-    QTest::addColumn<QString>("source");
-    QTest::addColumn<QString>("destination");
-    QTest::addColumn<QString>("subkey");
-    QTest::addColumn<QStringList>("lines");
-
-    const QString user = QStringLiteral("HKEY_CURRENT_USER");
-    const QString classes = QStringLiteral("HKEY_CLASSES_ROOT");
-    const QString noOverride = QStringLiteral("3: Failed to override srcKey: 0x       6");
-    QTest::newRow("works") << classes << user << "Software" << QStringList{"7: Restoring ovveridden key"};
-    QTest::newRow("unknown source") << "HKEY_CLASSES" << user << "Software" << QStringList{noOverride};
-    QTest::newRow("lower-case source")
-        << "hkey_classes_root" << user << "Software" << QStringList{noOverride};
-    QTest::newRow("lower-case destination")
-        << classes << "hkey_current_user"
-        << "Software" << QStringList{"3: Failed to open dstKey: 0x       6"};
-    QTest::newRow("no such subkey") << classes << user << "no such key"
-                                    << QStringList{"3: Failed to open dstKey: 0x       2"};
+    QCOMPARE(Shell::UnregisterComponent(QStringLiteral(COMPONENT), true), 0UL);
 }
 
 void TestComponents::overrider()
 {
-    QFETCH(QString, source);
-    QFETCH(QString, destination);
-    QFETCH(QString, subkey);
-    QFETCH(QStringList, lines);
-
-    RecordingLogger log;
-    {
-        const RegistryOverrider overrider(source, destination, subkey.toStdWString().c_str());
+    const QString user = "HKEY_CURRENT_USER";
+    const QString classes = "HKEY_CLASSES_ROOT";
+    const QString noSource = "3: Failed to override srcKey: 0x       6";
+    const QStringList cases[] = {
+        {classes, user, "Software", restored},
+        {"HKEY_CLASSES", user, "Software", noSource},
+        {classes.toLower(), user, "Software", noSource},
+        {classes, user.toLower(), "Software", "3: Failed to open dstKey: 0x       6"},
+        {classes, user, "no such key", "3: Failed to open dstKey: 0x       2"}};
+    for (const QStringList& row : cases) {
+        RecordingLogger log;
+        {
+            const RegistryOverrider first(row[0], row[1], row[2].toStdWString().c_str());
+            RegistryOverrider second = first; // Its end must leave the impl alone that both share.
+            second = RegistryOverrider(first);
+        }
+        QCOMPARE(TakeLines(log), QStringList{hasRegistry ? row[3] : userOverride});
     }
-    QCOMPARE(TakeLines(log), hasRegistry ? lines : QStringList{overrideFails});
-}
-
-void TestComponents::copiesOfAnOverrider()
-{
-    RecordingLogger log;
-    {
-        const RegistryOverrider first("HKEY_CLASSES_ROOT", "HKEY_CURRENT_USER", L"Software");
-        RegistryOverrider second = first;
-        second = RegistryOverrider(first);
-        log.lines.clear();
-    }
-    QCOMPARE(TakeLines(log), QStringList());
 }
 
 QTEST_GUILESS_MAIN(TestComponents)

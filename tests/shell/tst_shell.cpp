@@ -1,426 +1,219 @@
 #include <common/shell/shell.h>
 
+#include <files/filetree.h>
 #include <logger/recordinglogger.h>
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QLocale>
-#include <QSet>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <memory>
-#include <thread>
-
 using common::Shell;
-namespace logger = common::logger;
-
-namespace
-{
-
-constexpr auto onlyDirs = QDir::Dirs | QDir::NoDotAndDotDot;
-
-void WriteFile(const QString& path, const QByteArray& content)
-{
-    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
-}
-
-QByteArray ReadFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(none)");
-}
-
-/// The lines of a log as "level: text".
-QStringList Lines(const RecordingLogger& log)
-{
-    QStringList lines;
-    for (const auto& line : log.lines) {
-        lines += QStringLiteral("%1: %2").arg(line.level).arg(line.text);
-        if (line.channel != "common.shell") {
-            lines += QStringLiteral("on a wrong channel");
-        }
-    }
-    return lines;
-}
-
-} // namespace
 
 class TestShell : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
-    void tempPath();
     void fixedAnswers();
-    void copy_data();
-    void copy();
-    void copyList();
-    void copyDir_data();
-    void copyDir();
-    void copyDirKeepsWhatIsThere();
-    void endlessTrees();
-    void moveDir_data();
-    void moveDir();
-    void moveDirLeavesSource();
+    void files_data();
+    void files();
     void scanFiles();
-    void removeAfterExit();
-
-private:
-    QString OnDrive(char letter, const QString& name) const;
-
-    QString oldCurrent = QDir::currentPath();
-    std::unique_ptr<QTemporaryDir> dir;
 };
 
-void TestShell::init()
+namespace
 {
-    dir = std::make_unique<QTemporaryDir>();
-    QVERIFY(QDir::setCurrent(dir->path()));
+
+/// "c:/NAME" and "C:/NAME" are NAME in the current folder with its drive before it; where there are no
+/// drives, they are what they look like.
+QString Place(const QString& path)
+{
+    const bool hasDrive = path.startsWith("c:/") || path.startsWith("C:/");
+    return hasDrive && QDir::currentPath().contains(':')
+               ? path.front() + QDir::currentPath().mid(1) + path.mid(2)
+               : path;
 }
 
-void TestShell::cleanup()
+/// Entries between commas as they stand in a tree, without drives where `Place` knows these.
+QStringList Entries(QString list)
 {
-    QDir::setCurrent(oldCurrent);
-    dir.reset();
-}
-
-/// A path in the temporary folder that begins with a drive; a folder of that name where there are no drives.
-QString TestShell::OnDrive(char letter, const QString& name) const
-{
-    const QString path = dir->path();
-    if (path.contains(u':')) {
-        return QLatin1Char(letter) + path.mid(1) + u'/' + name;
+    if (QDir::currentPath().contains(':')) {
+        list.remove("c:/").remove("C:/");
     }
-    return QLatin1Char(letter) + QStringLiteral(":/") + name;
+    return list.split(", ", Qt::SkipEmptyParts);
 }
 
-void TestShell::tempPath()
+/// Calls an operation; "+" at its end lets a copy overwrite or tolerate.
+bool Call(QStringList words)
 {
-    const QStringList first = QFileInfo(Shell::TempPath()).fileName().split(u'_');
-    const QStringList second = QFileInfo(Shell::TempPath()).fileName().split(u'_');
-    QCOMPARE(first.size(), 3);
-    QCOMPARE(first.at(0), "QUOLL");
-    QVERIFY(QDateTime::fromString(first.at(1), "yyyyMMddHHmmss").isValid());
-    QCOMPARE(first.at(2), "100");
-    QCOMPARE(second.at(2), "101");
-
-    const QString path = Shell::TempPath();
-    QCOMPARE(path, QDir::toNativeSeparators(path));
-    QCOMPARE(QFileInfo(path).absolutePath(), QDir(QDir::tempPath()).absolutePath());
-    QVERIFY(!QFileInfo::exists(path));
-
-    constexpr int namesEach = 500;
-    const auto takeNames = [](QStringList* names) {
-        for (int n = 0; n < namesEach; ++n) {
-            *names += Shell::TempPath().section(u'_', -1);
-        }
-    };
-    QStringList names;
-    QStringList others;
-    std::thread thread(takeNames, &names);
-    takeNames(&others);
-    thread.join();
-    const QStringList all = names + others;
-    QCOMPARE(QSet<QString>(all.begin(), all.end()).size(), 2 * namesEach);
+    constexpr auto onlyDirs = QDir::Dirs | QDir::NoDotAndDotDot;
+    const bool flag = words.removeAll("+") > 0;
+    const QString name = words.takeFirst();
+    const QString from = Place(words.value(0));
+    const QString to = Place(words.value(1));
+    if (name == "Copy") {
+        return Shell::Copy(from, to, flag);
+    }
+    if (name == "CopyList") {
+        return Shell::Copy(words.mid(2), from, to, flag);
+    }
+    return name == "CopyDir" ? Shell::CopyDir(from, to, onlyDirs, flag) : Shell::MoveDir(from, to);
 }
+
+} // namespace
 
 void TestShell::fixedAnswers()
 {
+    const QStringList first = Shell::TempPath().split(u'_');
+    const QString path = Shell::TempPath();
+    QCOMPARE(first.value(2), "100");
+    QVERIFY(QDateTime::fromString(first.value(1), "yyyyMMddHHmmss").isValid());
+    QVERIFY(path.endsWith("_101"));
+    QVERIFY(path.startsWith(QDir::toNativeSeparators(QDir::tempPath() + "/QUOLL_")));
+    QVERIFY(!QFileInfo::exists(path));
     QVERIFY(Shell::Is64BitSystem());
     QVERIFY(!Shell::IsQuickLaunchAvailable());
     QCOMPARE(Shell::applicationDirPath(), QCoreApplication::applicationDirPath());
     QCOMPARE(Shell::LocaleName(), QLocale::system().uiLanguages().value(0, QLocale::system().name()));
-    for (const QString& path : {Shell::AppPath(), Shell::DesktopPath(), Shell::StartMenuPath()}) {
-        QVERIFY2(QDir(path).isAbsolute() && QDir(path).exists(), qPrintable(path));
-        QCOMPARE(path, QDir::toNativeSeparators(path));
-    }
     QCOMPARE(Shell::QuickLaunchPath(),
              QDir::toNativeSeparators(Shell::AppPath() + "/Microsoft/Internet Explorer/Quick Launch"));
 }
 
-void TestShell::copy_data()
+void TestShell::files_data()
 {
-    QTest::addColumn<QString>("source");
-    QTest::addColumn<QString>("destination");
-    QTest::addColumn<bool>("overwrite");
+    QTest::addColumn<QString>("tree");
+    QTest::addColumn<QString>("call");
     QTest::addColumn<bool>("result");
-    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("after"); // Behind "+" only what came anew.
     QTest::addColumn<QStringList>("lines");
 
-    const auto failed = [](const char* source, const char* destination) {
-        return QStringLiteral("3: Copy file '%1' to '%2' failed!").arg(source, destination);
+    const auto row = [](const char* name, const QString& tree, const QString& call, bool result,
+                        const QString& after, const QStringList& lines = QStringList()) {
+        QTest::newRow(name) << tree << call << result << after << lines;
     };
-    QTest::newRow("into folders that are missing")
-        << "new"
-        << "a/b/copy" << false << true << QByteArray("new") << QStringList();
-    QTest::newRow("existing, kept") << "new"
-                                    << "old" << false << false << QByteArray("old")
-                                    << QStringList{failed("new", "old")};
-    QTest::newRow("existing, replaced") << "new"
-                                        << "old" << true << true << QByteArray("new") << QStringList();
-    QTest::newRow("a folder cannot be removed")
-        << "new"
-        << "folder" << true << false << QByteArray("(none)")
-        << QStringList{"3: Failed to remove file 'folder'.", failed("new", "folder")};
-    QTest::newRow("a file where a folder is needed")
-        << "new"
-        << "old/copy" << false << false << QByteArray("(none)")
-        << QStringList{"3: Failed to create path 'DIR/old'.", failed("new", "old/copy")};
-    QTest::newRow("no source") << "none"
-                               << "copy" << false << false << QByteArray("(none)")
-                               << QStringList{failed("none", "copy")};
-    QTest::newRow("a source that is lost by overwriting")
-        << "none"
-        << "old" << true << false << QByteArray("(none)") << QStringList{failed("none", "old")};
-    QTest::newRow("a folder") << "folder"
-                              << "copy" << false << false << QByteArray("(none)")
-                              << QStringList{failed("folder", "copy")};
-}
+    const auto failed = [](const QString& source, const QString& destination) {
+        return QString("3: Copy file '%1' to '%2' failed!").arg(source, destination);
+    };
+    row("copy into folders that are missing", "a=1", "Copy a x/y/b", true, "+x/y/b=1");
+    row("existing, kept", "a=1, b=2", "Copy a b", false, "+", {failed("a", "b")});
+    row("existing, replaced", "a=1, b=2", "Copy a b +", true, "a=1, b=1");
+    row("folder in the way", "a=1, d/", "Copy a d +", false, "+",
+        {"3: Failed to remove file 'd'.", failed("a", "d")});
+    row("file where a folder is needed", "a=1, b=2", "Copy a b/c", false, "+",
+        {"3: Failed to create path 'DIR/b'.", failed("a", "b/c")});
+    row("lost by overwriting with nothing", "b=2", "Copy a b +", false, "", {failed("a", "b")});
+    row("copy of a folder", "d/a=1", "Copy d e", false, "+", {failed("d", "e")});
+    row("onto itself", "d/a=1", "Copy d/a d/../d/./a +", false, "+", {failed("d/a", "d/../d/./a")});
+    row("list, up to the first failure", "from/1=1, from/sub/2=2, from/3=3",
+        "CopyList from to 1 sub/2 none 3", false, "+to/1=1, to/sub/2=2", {failed("from/none", "to/none")});
+    row("empty list", "a=1", "CopyList from to", true, "+");
+    row("list in no folder", "a=1", "CopyList   a", false, "+",
+        {"3: Failed to create path ''.", failed("", "")});
 
-void TestShell::copy()
-{
-    QFETCH(QString, source);
-    QFETCH(QString, destination);
-    QFETCH(bool, overwrite);
-    QFETCH(bool, result);
-    QFETCH(QByteArray, content);
-    QFETCH(QStringList, lines);
-
-    WriteFile("new", "new");
-    WriteFile("old", "old");
-    QDir().mkdir("folder");
-    lines.replaceInStrings("DIR", QDir::currentPath());
-    const RecordingLogger log;
-    QCOMPARE(Shell::Copy(source, destination, overwrite), result);
-    QCOMPARE(ReadFile(destination), content);
-    QCOMPARE(Lines(log), lines);
-}
-
-void TestShell::copyList()
-{
-    WriteFile("from/1", "1");
-    WriteFile("from/sub/2", "2");
-    WriteFile("from/3", "3");
-    const QString absolute = QDir::current().absoluteFilePath("from/sub/2");
-    QVERIFY(!Shell::Copy({"1", absolute, "none", "3"}, QDir::currentPath() + "/from", "to", false));
-    QCOMPARE(ReadFile("to/1"), "1");
-    QCOMPARE(ReadFile("to/sub/2"), "2");
-    QVERIFY2(!QFileInfo::exists("to/3"), "nothing is copied behind the first failure");
-
-    QVERIFY(Shell::Copy(QStringList{}, "from", "to", false));
-    QVERIFY(Shell::Copy({"1", "3"}, "from", "to", true));
-}
-
-void TestShell::copyDir_data()
-{
-    QTest::addColumn<QStringList>("before"); // What exists besides the source.
-    QTest::addColumn<QString>("source");
-    QTest::addColumn<bool>("tolerate");
-    QTest::addColumn<bool>("result");
-    QTest::addColumn<QStringList>("after");
-
-    QTest::newRow("a tree makes its destination")
-        << QStringList() << "tree" << false << true << QStringList{"a/b/deep", "a/file", "top"};
-    QTest::newRow("flat, destination missing") << QStringList() << "flat" << false << false << QStringList();
-    QTest::newRow("flat, destination missing, tolerated")
-        << QStringList() << "flat" << true << true << QStringList();
-    QTest::newRow("flat, destination there")
-        << QStringList{"to/other"} << "flat" << false << true << QStringList{"1", "other"};
-    QTest::newRow("existing file") << QStringList{"to/1"} << "flat" << false << false << QStringList{"1"};
-    QTest::newRow("existing file, tolerated")
-        << QStringList{"to/1"} << "flat" << true << true << QStringList{"1"};
-    QTest::newRow("below the first level nothing is tolerated")
-        << QStringList{"to/a/file"} << "tree" << true << false << QStringList{"a/b/deep", "a/file"};
-    QTest::newRow("a file where a folder is needed")
-        << QStringList{"to/a"} << "tree" << true << false << QStringList{"a"};
-    QTest::newRow("no source") << QStringList{"to/x"} << "none" << true << false << QStringList{"x"};
-}
-
-void TestShell::copyDir()
-{
-    QFETCH(QStringList, before);
-    QFETCH(QString, source);
-    QFETCH(bool, tolerate);
-    QFETCH(bool, result);
-    QFETCH(QStringList, after);
-
-    for (const char* path : {"tree/top", "tree/a/file", "tree/a/b/deep", "flat/1"}) {
-        WriteFile(path, path);
-    }
-    for (const QString& path : before) {
-        WriteFile(path, "before");
-    }
-    const RecordingLogger log;
-    QCOMPARE(Shell::CopyDir(source, "to", onlyDirs, tolerate), result);
-    QStringList found;
-    for (const QString& path : Shell::ScanFiles("to", {})) {
-        found += QDir("to").relativeFilePath(path);
-        const bool wasThere = before.contains("to/" + found.last());
-        QCOMPARE(ReadFile(path), wasThere ? QByteArray("before") : (source + u'/' + found.last()).toUtf8());
-    }
-    found.sort();
-    QCOMPARE(found, after);
-    QCOMPARE(Lines(log), QStringList());
-}
-
-void TestShell::copyDirKeepsWhatIsThere()
-{
-    for (const char* path : {"from/a/1", "from/b/2", "from/3"}) {
-        WriteFile(path, path);
-    }
-    QDir().mkdir("to");
-    QVERIFY2(Shell::CopyDir("from", "to", QDir::Files, false) == false, "a file is no directory to enter");
-    QVERIFY(QDir("to").removeRecursively() && QDir().mkdir("to"));
-    QVERIFY(Shell::CopyDir("from", "to", QDir::Hidden | QDir::NoDotAndDotDot, false));
-    QCOMPARE(QDir("to").entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList{"3"});
-}
-
-void TestShell::endlessTrees()
-{
-    WriteFile("from/a/1", "1");
-    QVERIFY(!Shell::CopyDir("from", "from/a", onlyDirs, true));
-    QVERIFY(!Shell::CopyDir("from", "from/a/new", onlyDirs, true));
-    QVERIFY(QDir("from/a").entryList(onlyDirs).size() <= 1);
-    QVERIFY(QDir("from").removeRecursively());
-
-#ifdef Q_OS_UNIX
-    WriteFile("from/a/1", "1");
-    WriteFile("other/2", "2");
-    QVERIFY(QFile::link("..", "from/a/up"));
-    QVERIFY(QFile::link(QDir::currentPath() + "/other", "from/a/other"));
-    const QString a = QDir::currentPath() + "/from/a/";
-    QStringList found = Shell::ScanFiles("from", {});
-    found.sort();
-    QCOMPARE(found, QStringList({a + "1", a + "other/2"}));
-    QVERIFY(!Shell::CopyDir("from", "to", onlyDirs, true));
-    QVERIFY(QFile::remove("from/a/up") && QDir("to").removeRecursively());
-    QVERIFY(Shell::CopyDir("from", "to", onlyDirs, false));
-    QCOMPARE(ReadFile("to/a/other/2"), "2");
-#endif
-}
-
-void TestShell::moveDir_data()
-{
-    QTest::addColumn<QString>("source");
-    QTest::addColumn<QString>("destination");
-    QTest::addColumn<bool>("result");
-    QTest::addColumn<QStringList>("lines");
+    row("tree makes its destination", "from/a/b/x=1, from/y=2", "CopyDir from to", true,
+        "+to/a/b/x=1, to/y=2");
+    row("flat, destination missing", "from/x=1", "CopyDir from to", false, "+");
+    row("flat, destination missing, tolerated", "from/x=1", "CopyDir from to +", true, "+");
+    row("flat, destination there", "from/x=1, from/.h=2, to/", "CopyDir from to", true,
+        "from/.h=2, from/x=1, to/x=1");
+    row("existing file", "from/x=1, to/x=2", "CopyDir from to", false, "+");
+    row("existing file, tolerated", "from/x=1, from/y=2, to/x=3", "CopyDir from to +", true, "+to/y=2");
+    row("not tolerated below", "from/a/x=1, to/a/x=2", "CopyDir from to +", false, "+");
+    row("a file where a directory is needed", "from/a/x=1, to/a=2", "CopyDir from to +", false, "+");
+    row("no source", "to/x=1", "CopyDir from to +", false, "+");
+    row("no names", "a/x=1", "CopyDir   +", false, "+");
+    row("into itself", "from/a/x=1", "CopyDir from from/a +", false, "+");
+    row("into itself, not there yet", "from/a/x=1", "CopyDir from from/a/new +", false, "+from/a/new/a/");
 
     const QString noDrive = "3: MoveDir: source or destination dir is not absolute path: ";
-    QTest::newRow("same drive") << "c:from"
-                                << "c:to" << true << QStringList();
-    QTest::newRow("same drive, nothing there") << "c:none"
-                                               << "c:to" << false << QStringList();
-    QTest::newRow("drives that differ in case are copied") << "c:from"
-                                                           << "C:there" << true << QStringList();
-    QTest::newRow("another drive, flat, destination missing")
-        << "c:flat"
-        << "C:to" << false << QStringList{"3: MoveDir: failed to copy dir: c:flat -> C:to"};
-    QTest::newRow("no drive") << "from"
-                              << "to" << true << QStringList{noDrive + "from to"};
-    QTest::newRow("no drive, nothing there") << "none"
-                                             << "to" << false << QStringList{noDrive + "none to"};
-    QTest::newRow("no drive at the destination") << "c:from"
-                                                 << "to" << true << QStringList{noDrive + "c:from to"};
-    QTest::newRow("blanks are no drive") << " :from"
-                                         << "to" << false << QStringList{noDrive + " :from to"};
+    const QString notCopied = "3: MoveDir: failed to copy dir: ";
+    row("same drive", "c:/from/a/.h=1", "MoveDir c:/from c:/to", true, "c:/to/a/.h=1");
+    row("same drive, nothing there", "c:/", "MoveDir c:/from c:/to", false, "+");
+    row("no drive", "from/a/.h=1", "MoveDir from to", true, "to/a/.h=1", {noDrive + "from to"});
+    row("no drive at the source", "from/a/1=1, c:/", "MoveDir from c:/to", true, "c:/to/a/1=1",
+        {noDrive + "from c:/to"});
+    row("another drive", "c:/from/a/1=1, C:/to/", "MoveDir c:/from C:/to", true, "C:/to/a/1=1, c:/");
+    row("another drive, flat", "c:/from/1=1, C:/", "MoveDir c:/from C:/to", false, "+",
+        {notCopied + "c:/from -> C:/to"});
+#ifdef Q_OS_UNIX
+    row("onto itself through a link", "a=1, l->a", "Copy l a +", false, "+", {failed("l", "a")});
+    row("dots behind a link", "a/b/x=1, a/y=2, l->a/b, y=3", "Copy l/../y l/../z/y", true, "+a/z/y=2");
+    row("copy of a fifo", "p|, l->p", "Copy l b", false, "+", {failed("l", "b")});
+    row("endless tree", "from/a/up->.., to/", "CopyDir from to", false, "from/a/up->.., to/a/");
+    row("linked directory", "from/l->../d, d/x=1", "CopyDir from to", true, "+to/l/x=1");
+    row("move into itself", "c:/from/.h/, c:/from/1=1, C:->c:", "MoveDir c:/from C:/from/.h", false, "+",
+        {notCopied + "c:/from -> C:/from/.h"});
+    row("move onto what it would remove", "c:/a/b/b/1=1, C:->c:", "MoveDir c:/a/b C:/a", false, "+",
+        {notCopied + "c:/a/b -> C:/a"});
+    row("source that stays", "c:/real/1=1, c:/from->real, C:/to/", "MoveDir c:/from C:/to", true,
+        "C:/to/1=1, c:/from->real, c:/real/", {"4: MoveDir: failed to delete source dir: c:/from"});
+#else
+    row("move into itself", "from/.h/, from/1=1", "MoveDir c:/from C:/from/.h", false, "+",
+        {notCopied + "c:/from -> C:/from/.h"});
+    row("source that stays", "from/held=1, to/", "MoveDir c:/from C:/to", true, "from/held=1, to/held=1",
+        {"4: MoveDir: failed to delete source dir: c:/from"});
+#endif
 }
 
-void TestShell::moveDir()
+void TestShell::files()
 {
-    QFETCH(QString, source);
-    QFETCH(QString, destination);
+    QFETCH(QString, tree);
+    QFETCH(QString, call);
     QFETCH(bool, result);
+    QFETCH(QString, after);
     QFETCH(QStringList, lines);
 
-    const auto place = [this](const QString& name) {
-        const bool hasDrive = name.size() > 1 && name.at(1) == u':' && name.at(0) != u' ';
-        return hasDrive ? OnDrive(name.at(0).toLatin1(), name.mid(2)) : name;
-    };
-    lines.replaceInStrings(source, place(source));
-    lines.replaceInStrings(destination, place(destination));
-    source = place(source);
-    destination = place(destination);
-    for (const QString& base : {QString("from"), OnDrive('c', "from")}) {
-        WriteFile(base + "/a/1", "1");
+    const QTemporaryDir dir;
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(dir.path()));
+    filetree::Build(dir.path(), Entries(tree));
+    QStringList expected = Entries(after.startsWith('+') ? after.mid(1) : after);
+    if (after.startsWith('+')) {
+        expected = filetree::Snapshot(dir.path()) + expected;
     }
-    WriteFile(OnDrive('c', "flat/2"), "2");
-    QVERIFY(QDir().mkpath(OnDrive('C', "there")));
-
+    expected.sort();
     const RecordingLogger log;
-    QCOMPARE(Shell::MoveDir(source, destination), result);
-    QCOMPARE(ReadFile(destination + "/a/1"), result ? QByteArray("1") : QByteArray("(none)"));
-    QVERIFY(!result || !QFileInfo::exists(source));
-    QCOMPARE(Lines(log), lines);
-}
-
-void TestShell::moveDirLeavesSource()
-{
-    const QString source = OnDrive('c', "kept");
-    WriteFile(OnDrive('c', "real/1"), "1");
-#ifdef Q_OS_WIN
-    QVERIFY(QDir().rename(OnDrive('c', "real"), source));
-    QFile held(source + "/1"); // An open file cannot be deleted.
-    QVERIFY(held.open(QIODevice::ReadOnly));
-#else
-    QVERIFY(QFile::link("real", source)); // A link is no directory that could be removed.
-#endif
-    QVERIFY(QDir().mkpath(OnDrive('C', "there")));
-    const RecordingLogger log;
-    QVERIFY(Shell::MoveDir(source, OnDrive('C', "there")));
-    QCOMPARE(ReadFile(OnDrive('C', "there/1")), "1");
-    QCOMPARE(Lines(log), QStringList{"4: MoveDir: failed to delete source dir: " + source});
+    QFile held(dir.filePath("from/held")); // Cannot be removed on Windows.
+    held.open(QIODevice::ReadOnly);
+    const bool answer = Call(call.split(' '));
+    held.close();
+    QStringList told;
+    for (const auto& line : log.lines) {
+        told += QString("%1: %2").arg(line.level).arg(QDir::fromNativeSeparators(line.text));
+        QCOMPARE(line.channel, "common.shell");
+    }
+    QDir::setCurrent(before);
+    QCOMPARE(answer, result);
+    QCOMPARE(filetree::Snapshot(dir.path()), expected);
+    QCOMPARE(told, lines.replaceInStrings("DIR", dir.path()));
 }
 
 void TestShell::scanFiles()
 {
-    for (const char* path : {"scan/x.txt", "scan/txt.d/y.txt", "scan/txt.d/z.bin", "scan/other/w.txt"}) {
-        WriteFile(path, path);
-    }
-    QVERIFY(QDir().mkpath("scan/empty"));
-    const auto scan = [](const QString& path, const QStringList& filters) {
+    const QTemporaryDir dir;
+    filetree::Build(dir.path(), {"s/x.txt=", "s/txt.d/y.txt=", "s/txt.d/z.bin=", "s/.h=", "s/e/"});
+    QString path = dir.filePath("s");
+    const auto scan = [&path](const QStringList& filters) {
         QStringList found;
         for (const QString& file : Shell::ScanFiles(path, filters)) {
-            found += QDir::current().relativeFilePath(file);
-            if (!QDir::isAbsolutePath(file)) {
-                found += "not absolute";
-            }
+            found += file.startsWith(path + '/') ? file.mid(path.size() + 1) : "elsewhere " + file;
         }
         found.sort();
         return found;
     };
-    QCOMPARE(scan("scan", {}),
-             QStringList({"scan/other/w.txt", "scan/txt.d/y.txt", "scan/txt.d/z.bin", "scan/x.txt"}));
-    QCOMPARE(scan("scan/txt.d/..", {"*TXT*"}), QStringList({"scan/txt.d/y.txt", "scan/x.txt"}));
-    QCOMPARE(scan("scan", {"*.bin", "txt*"}), QStringList{"scan/txt.d/z.bin"});
-    QCOMPARE(scan("none", {}), QStringList());
-    QCOMPARE(scan("scan/x.txt", {}), QStringList());
-}
-
-void TestShell::removeAfterExit()
-{
-    RecordingLogger log;
-    QVERIFY(Shell::RemoveAfterExit("none"));
-    QCOMPARE(Lines(log), QStringList());
-
-    WriteFile("gone/sub/1", "1");
-    const QString path = QDir::current().absoluteFilePath("gone");
-    QVERIFY(Shell::RemoveAfterExit(path));
-    QCOMPARE(log.lines.size(), 1U);
-    QCOMPARE(log.lines[0].level, logger::Debug);
-    QVERIFY2(log.lines[0].text.startsWith("RemoveAfterExit() - CreateProcessW("), qPrintable(Lines(log)[0]));
-    QVERIFY2(log.lines[0].text.endsWith(", " + QDir::toNativeSeparators(QDir::currentPath()) +
-                                        ") successfully started!"),
-             qPrintable(Lines(log)[0]));
-    QVERIFY(log.lines[0].text.contains(QDir::toNativeSeparators(path)));
-    QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists("gone"), 15000);
+    QCOMPARE(scan({}), QStringList({"txt.d/y.txt", "txt.d/z.bin", "x.txt"}));
+    QCOMPARE(scan({"*TXT*"}), QStringList({"txt.d/y.txt", "x.txt"}));
+    QCOMPARE(scan({"*.bin", "txt*"}), QStringList{"txt.d/z.bin"});
+    QCOMPARE(Shell::ScanFiles(dir.filePath("none"), {}) + Shell::ScanFiles(path + "/x.txt", {}),
+             QStringList());
+#ifdef Q_OS_UNIX
+    filetree::Build(dir.path(),
+                    {"s/up->..", "s/l->e", "s/e/gone->x", "s/e/p|", "far/s/a=", "far/b/c=", "m->far/b"});
+    filetree::Write(filetree::ToPath(path) / "no text \xff", {});
+    QCOMPARE(scan({"l", "gone", "p", "x*", "up"}), QStringList({"l/gone", "l/p", "x.txt"}));
+    QCOMPARE(Shell::ScanFiles(dir.filePath("m/../s"), {}), QStringList{dir.filePath("far/s/a")});
+    QVERIFY(std::filesystem::remove(filetree::ToPath(path) / "no text \xff"));
+#endif
 }
 
 QTEST_GUILESS_MAIN(TestShell)

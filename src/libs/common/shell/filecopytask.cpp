@@ -187,9 +187,9 @@ int FileCopyTask::BeforeCopy(const QString& source, const QString& destination) 
         return NoSource;
     }
     const QFileInfo destinationInfo(destination);
-    const QString folder = destinationInfo.absolutePath();
+    const QString folder = ResolvedPath(destinationInfo.path());
     QDir dir(folder);
-    if (!dir.exists() && !FileCommands::CreateDirectory(dir, folder)) {
+    if ((folder.isEmpty() || !dir.exists()) && !FileCommands::CreateDirectory(dir, folder)) {
         LOG_MESSAGE(logger::Error) << QStringLiteral("Cannot create path to '%1'").arg(destination);
         return NoDestinationFolder;
     }

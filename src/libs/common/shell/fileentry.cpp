@@ -14,7 +14,7 @@ constexpr int maxLinks = 40;
 
 QString CanonicalFolder(const QFileInfo& entry)
 {
-    return QDir(entry.absolutePath()).canonicalPath();
+    return QDir(entry.path()).canonicalPath();
 }
 
 bool HasSameName(const QFileInfo& first, const QFileInfo& second)
@@ -32,10 +32,8 @@ bool IsSameEntry(const QString& first, const QString& second)
     if (!firstId || !secondId) {
         return HasSameName(QFileInfo(first), QFileInfo(second));
     }
-    if (firstId->volume != secondId->volume || firstId->file != secondId->file) {
-        return false;
-    }
-    return firstId->nameCount == 1 || HasSameName(QFileInfo(first), QFileInfo(second));
+    return *firstId == *secondId &&
+           (firstId->nameCount == 1 || HasSameName(QFileInfo(first), QFileInfo(second)));
 }
 
 } // namespace
@@ -54,17 +52,18 @@ bool IsThere(const QFileInfo& entry)
 bool LeadsTo(const QString& source, const QString& destination)
 {
     QString path = source;
-    for (int i = 0; i <= maxLinks; ++i) {
+    for (int i = 0; i <= maxLinks && !path.isEmpty(); ++i) {
         if (IsSameEntry(path, destination)) {
             return true;
         }
-        const QFileInfo info(path);
-        if (!info.isSymLink()) {
-            return false;
-        }
-        path = info.symLinkTarget();
+        path = ReadLink(path);
     }
     return false;
+}
+
+QString JoinPath(const QString& root, const QString& relativePath)
+{
+    return root.isEmpty() ? root : root + QDir::separator() + QDir::toNativeSeparators(relativePath);
 }
 
 } // namespace common

@@ -89,7 +89,7 @@ void FileHelper::Scan()
     }
     const QStringList scannedFiles = files;
     for (const QString& file : scannedFiles) {
-        const QFileInfo info(file);
+        const QFileInfo info(ResolvedPath(file));
         if (info.exists()) {
             AddFound(info, file);
         }
@@ -103,12 +103,12 @@ void FileHelper::ScanPath(const QString& root)
     std::vector<Level> levels;
     const auto enter = [&](const QString& path) {
         const QDir dir(path);
-        if (dir.exists()) {
+        if (!path.isEmpty() && dir.exists()) {
             levels.push_back({path, dir.entryInfoList(nameFilters, filters, QDir::NoSort)});
         }
     };
 
-    enter(root);
+    enter(ResolvedPath(root));
     while (!levels.empty()) {
         Level& level = levels.back();
         if (level.entries.isEmpty()) {

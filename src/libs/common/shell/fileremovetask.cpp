@@ -155,7 +155,7 @@ int FileRemoveTask::RemoveDirectory(const QString& path) const
     QDir workingDir;
     bool removed = workingDir.rmdir(path);
     if (!removed) {
-        if (!QDir(path).exists()) {
+        if (path.isEmpty() || !QDir(path).exists()) {
             LOG_MESSAGE(logger::Warn) << QStringLiteral("Directory '%1' doesn't exist!").arg(path);
             return 0;
         }

@@ -1,5 +1,7 @@
 #include "filetask.h"
 
+#include "fileentry.h"
+
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QElapsedTimer>
@@ -93,23 +95,25 @@ int FileTask::WalkTree(const QString& root, int missingCode, const Visitor& visi
 {
     // QDir::Hidden is left out on purpose.
     constexpr QDir::Filters filters = QDir::Dirs | QDir::Files | QDir::System | QDir::NoDotAndDotDot;
-    const QDir rootDir(root);
+    const QString start = ResolvedPath(root);
+    const QDir rootDir(start);
     // What is still to be visited, for each directory on the way from the root to where the walk is.
     std::vector<QFileInfoList> levels;
     const auto enter = [&](const QString& path) {
         const QDir dir(path);
-        if (!dir.exists()) {
-            LOG_MESSAGE(logger::Warn) << QStringLiteral("Path '%1' doesn't exists!").arg(path);
+        const QString& told = levels.empty() ? root : path;
+        if (path.isEmpty() || !dir.exists()) {
+            LOG_MESSAGE(logger::Warn) << QStringLiteral("Path '%1' doesn't exists!").arg(told);
             return missingCode;
         }
         if (!dir.isReadable()) {
-            LOG_MESSAGE(logger::Warn) << QStringLiteral("Path '%1' may not be read!").arg(path);
+            LOG_MESSAGE(logger::Warn) << QStringLiteral("Path '%1' may not be read!").arg(told);
         }
         levels.push_back(dir.entryInfoList(filters, QDir::NoSort));
         return 0;
     };
 
-    int code = enter(root);
+    int code = enter(start);
     while (code == 0 && !levels.empty()) {
         if (levels.back().isEmpty()) {
             levels.pop_back();
@@ -125,11 +129,6 @@ int FileTask::WalkTree(const QString& root, int missingCode, const Visitor& visi
         }
     }
     return code;
-}
-
-QString JoinPath(const QString& root, const QString& relativePath)
-{
-    return root + QDir::separator() + QDir::toNativeSeparators(relativePath);
 }
 
 } // namespace common

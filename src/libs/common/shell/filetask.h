@@ -96,9 +96,6 @@ private:
     std::unique_ptr<QThread> thread;      ///< Null if there was no memory for it.
 };
 
-/// Path of an entry below a root that is used as it was given.
-QString JoinPath(const QString& root, const QString& relativePath);
-
 /// Makes a task whose signals come out of `owner`, by way of its event loop; null if memory is short.
 template<class Task, class Owner, class... Lists>
 Task* CreateFileTask(Owner* owner, const Lists&... lists)

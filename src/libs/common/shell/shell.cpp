@@ -3,6 +3,7 @@
 #include <common/logger/logger.h>
 
 #include "directorylisting.h"
+#include "fileentry.h"
 #include "shellservices.h"
 
 #include <QDateTime>
@@ -14,6 +15,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <optional>
+#include <utility>
 #include <vector>
 
 namespace common
@@ -27,55 +30,57 @@ constexpr logger::Channel logChannel{"common.shell"};
 /// Where the numbers of temporary names begin: three digits make the first names of a process sort in order.
 constexpr int firstTempNumber = 100;
 
-/// What a walk never leaves: links that are no directory themselves but lead to one.
-bool IsLink(const QFileInfo& info)
-{
-    return info.isSymLink() || info.isJunction();
-}
-
-QString CanonicalChild(const QString& canonicalParent, const QFileInfo& child)
-{
-    return IsLink(child) ? child.canonicalFilePath() : QDir(canonicalParent).filePath(child.fileName());
-}
-
 /// The canonical path that `path` has or, if nothing is there yet, will have.
 QString CanonicalPlace(const QString& path)
 {
-    const QFileInfo info(QDir::cleanPath(QFileInfo(path).absoluteFilePath()));
+    const QFileInfo info(ResolvedPath(path));
     if (info.exists() || info.isRoot()) {
         return info.canonicalFilePath();
     }
     return QDir(CanonicalPlace(info.path())).filePath(info.fileName());
 }
 
-/// One CopyDir: keeps the directories that must not be entered, since copying them would never end.
+/// Whether a directory at `path`, which need not exist yet, is `folder` itself or somewhere in it.
+bool IsWithin(const QString& path, const QString& folder)
+{
+    const std::optional<FileId> id = GetTargetId(folder);
+    QString place = CanonicalPlace(path);
+    QString child;
+    while (place != child) {
+        if (id && GetTargetId(place) == id) {
+            return true;
+        }
+        child = std::exchange(place, QFileInfo(place).path());
+    }
+    return false;
+}
+
+/// One CopyDir: never enters a directory whose copying would not end, and never writes into its source.
 class DirCopier
 {
 public:
-    explicit DirCopier(const QString& destination)
-        : closed{CanonicalPlace(destination)}
+    explicit DirCopier(const QString& destination_)
+        : destinationRoot(destination_)
+        , destinationId(GetTargetId(destination_))
     {}
 
-    bool Run(const QString& source, const QString& canonicalSource, const QString& destination,
-             QDir::Filters filters, bool tolerate)
+    bool Run(const QString& source, const QString& destination, QDir::Filters filters, bool tolerate)
     {
         const QDir sourceDir(source);
         if (!sourceDir.exists()) {
             return false;
         }
-        closed.append(canonicalSource);
-        for (const QFileInfo& entry : sourceDir.entryInfoList(filters, QDir::NoSort)) {
-            const QString name = entry.fileName();
-            const QString target = destination + QDir::separator() + name;
-            const QString canonicalEntry = CanonicalChild(canonicalSource, entry);
+        open.push_back(GetTargetId(source));
+        for (const QString& name : sourceDir.entryList(filters, QDir::NoSort)) {
+            const QString from = source + QDir::separator() + name;
+            const QString to = destination + QDir::separator() + name;
             // Below the first level only directories are selected and nothing is tolerated; this is meant.
-            if (closed.contains(canonicalEntry) || !QDir().mkpath(target) ||
-                !Run(source + QDir::separator() + name, canonicalEntry, target,
-                     QDir::Dirs | QDir::NoDotAndDotDot, false)) {
+            if (IsEndless(GetTargetId(from)) || !MakeDirectory(to) ||
+                !Run(from, to, QDir::Dirs | QDir::NoDotAndDotDot, false)) {
                 return false;
             }
         }
-        closed.removeLast();
+        open.pop_back();
         for (const QString& name : sourceDir.entryList(QDir::Files, QDir::NoSort)) {
             const bool copied =
                 QFile::copy(source + QDir::separator() + name, destination + QDir::separator() + name);
@@ -87,7 +92,27 @@ public:
     }
 
 private:
-    QStringList closed;
+    bool IsEndless(const std::optional<FileId>& source) const
+    {
+        return source &&
+               (source == destinationId || std::find(open.begin(), open.end(), source) != open.end());
+    }
+
+    bool MakeDirectory(const QString& path)
+    {
+        if (!QDir().mkpath(path)) {
+            return false;
+        }
+        if (!destinationId) {
+            destinationId = GetTargetId(destinationRoot); // Has just come into being.
+        }
+        const std::optional<FileId> id = GetTargetId(path);
+        return !id || !(id == open.front());
+    }
+
+    const QString destinationRoot;
+    std::optional<FileId> destinationId;
+    std::vector<std::optional<FileId>> open; ///< The directories that are being copied, the source first.
 };
 
 /// One ScanFiles.
@@ -218,14 +243,16 @@ QString Shell::LocaleName()
 bool Shell::Copy(const QString& source, const QString& destination, bool overwrite)
 {
     QDir directory{QString()};
-    if (overwrite && directory.exists(destination) && !directory.remove(destination)) {
+    // Of a file that is to be copied onto itself nothing would be left.
+    const bool isItself = LeadsTo(source, destination);
+    if (overwrite && !isItself && directory.exists(destination) && !directory.remove(destination)) {
         LOG_MESSAGE(logger::Error) << "Failed to remove file '" << destination << "'.";
     }
-    const QString parent = QFileInfo(destination).absolutePath();
+    const QString parent = ResolvedPath(QFileInfo(destination).path());
     if (!directory.mkpath(parent)) {
         LOG_MESSAGE(logger::Error) << "Failed to create path '" << parent << "'.";
     }
-    if (!IsReadableToTheEnd(source) || !QFile(source).copy(destination)) {
+    if (isItself || !IsReadableToTheEnd(source) || !QFile(source).copy(destination)) {
         LOG_MESSAGE(logger::Error) << "Copy file '" << source << "' to '" << destination << "' failed!";
         return false;
     }
@@ -237,9 +264,9 @@ bool Shell::Copy(const QStringList& files, const QString& sourceDirectory,
 {
     const QDir directory(sourceDirectory);
     for (const QString& file : files) {
-        const QString relative = QDir::separator() + directory.relativeFilePath(file);
-        if (!Copy(QDir::toNativeSeparators(sourceDirectory + relative),
-                  QDir::toNativeSeparators(destinationDirectory + relative), overwrite)) {
+        const QString relative = directory.relativeFilePath(file);
+        if (!Copy(QDir::toNativeSeparators(JoinPath(sourceDirectory, relative)),
+                  QDir::toNativeSeparators(JoinPath(destinationDirectory, relative)), overwrite)) {
             return false;
         }
     }
@@ -248,7 +275,9 @@ bool Shell::Copy(const QStringList& files, const QString& sourceDirectory,
 
 bool Shell::CopyDir(const QString& source, const QString& destination, QDir::Filters filters, bool tolerate)
 {
-    return DirCopier(destination).Run(source, QDir(source).canonicalPath(), destination, filters, tolerate);
+    // An empty path names no directory, although Qt takes it for the current one.
+    return !source.isEmpty() && !destination.isEmpty() &&
+           DirCopier(destination).Run(source, destination, filters, tolerate);
 }
 
 bool Shell::MoveDir(const QString& source, const QString& destination)
@@ -264,7 +293,9 @@ bool Shell::MoveDir(const QString& source, const QString& destination)
     if (sourceDrive == destinationDrive) {
         return QDir(QString()).rename(source, destination);
     }
-    if (!CopyDir(source, destination, QDir::Dirs | QDir::NoDotAndDotDot, false)) {
+    // What had been copied into the source would be removed with it.
+    if (IsWithin(destination, source) ||
+        !CopyDir(source, destination, QDir::Dirs | QDir::NoDotAndDotDot, false)) {
         LOG_MESSAGE(logger::Error) << "MoveDir: failed to copy dir: " << source << " -> " << destination;
         return false;
     }
@@ -278,7 +309,7 @@ QStringList Shell::ScanFiles(const QString& path, const QStringList& nameFilters
 {
     const QDir directory(path);
     FileScanner scanner(nameFilters);
-    scanner.Run(directory.absolutePath(), directory.canonicalPath());
+    scanner.Run(ResolvedPath(directory.path()), directory.canonicalPath());
     return scanner.found;
 }
 

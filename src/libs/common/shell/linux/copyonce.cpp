@@ -90,8 +90,12 @@ bool CopyQuickly(const QString& source, const QString& newName)
     const qsizetype slash = target.lastIndexOf('/');
     const QByteArray folder = slash < 0 ? QByteArrayLiteral(".") : target.left(std::max<qsizetype>(slash, 1));
 
-    // Looked at before it is opened: opening alone can block on a fifo, or do something to a device.
+    // A name that is taken would be found out only after the copying.
     struct stat status = {};
+    if (sourcePath.contains('\0') || target.contains('\0') || ::lstat(target.constData(), &status) == 0) {
+        return false;
+    }
+    // Looked at before it is opened: opening alone can block on a fifo, or do something to a device.
     if (::stat(sourcePath.constData(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return false;
     }

@@ -1,5 +1,6 @@
 #include "../shellservices.h"
 
+#include "../fileentry.h"
 #include "desktopentry.h"
 #include "spawn.h"
 
@@ -140,7 +141,7 @@ std::optional<bool> SelectInFileManager(const QString& path)
     const QString service = QStringLiteral("org.freedesktop.FileManager1");
     QDBusMessage call = QDBusMessage::createMethodCall(
         service, QStringLiteral("/org/freedesktop/FileManager1"), service, QStringLiteral("ShowItems"));
-    const QByteArray uri = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()).toEncoded();
+    const QByteArray uri = QUrl::fromLocalFile(ResolvedPath(path)).toEncoded();
     call << QStringList{QString::fromLatin1(uri)} << QString();
     const QDBusMessage reply = bus.Call(call);
     if (reply.type() == QDBusMessage::ReplyMessage) {
@@ -151,8 +152,8 @@ std::optional<bool> SelectInFileManager(const QString& path)
 
 bool StartFileManager(const QString& path, QString& command)
 {
-    const QFileInfo info(path);
-    const QString folder = info.isDir() ? info.absoluteFilePath() : info.absolutePath();
+    const QFileInfo info(ResolvedPath(path));
+    const QString folder = info.isDir() ? info.filePath() : info.path();
     const QString program = QStringLiteral("xdg-open");
     command = program + u' ' + folder;
     return SpawnDetached(program, {folder}, QString()) == 0;
@@ -164,8 +165,7 @@ bool SaveShortcut(const Shortcut& shortcut, const QString& path)
         return false;
     }
     // A name without a slash is one to look up in PATH; any other must be absolute.
-    const QString program =
-        shortcut.target.contains(u'/') ? QFileInfo(shortcut.target).absoluteFilePath() : shortcut.target;
+    const QString program = shortcut.target.contains(u'/') ? ResolvedPath(shortcut.target) : shortcut.target;
     const QString exec = DesktopExec(program, QProcess::splitCommand(shortcut.arguments));
     QString text = QStringLiteral("[Desktop Entry]\nType=Application\n") +
                    DesktopEntryLine(QStringLiteral("Name"), QFileInfo(path).completeBaseName()) +
@@ -198,8 +198,7 @@ unsigned long StartRemoval(const QString& directory, const QString& workingDirec
     const QString script = QStringLiteral("for i in 1 2 3 4 5; do kill -0 \"$2\" 2>/dev/null || break; "
                                           "sleep 1; done; rm -rf -- \"$1\"");
     // An empty path stays empty and removes nothing, although Qt takes it for the current directory.
-    const QString absolute = directory.isEmpty() ? directory : QDir(directory).absolutePath();
-    const QStringList arguments{QStringLiteral("-c"), script, QStringLiteral("sh"), absolute,
+    const QStringList arguments{QStringLiteral("-c"), script, QStringLiteral("sh"), ResolvedPath(directory),
                                 QString::number(getpid())};
     command = shell + u' ' + arguments.join(u' ');
     return static_cast<unsigned long>(SpawnDetached(shell, arguments, workingDirectory));

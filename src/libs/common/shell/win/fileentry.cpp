@@ -25,13 +25,11 @@ std::wstring NativePath(const QString& path)
     return (QLatin1String("\\\\?\\") + native).toStdWString();
 }
 
-} // namespace
-
-std::optional<FileId> GetFileId(const QString& path)
+std::optional<FileId> GetId(const QString& path, DWORD flags)
 {
-    const HANDLE file = ::CreateFileW(
-        NativePath(path).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    const HANDLE file =
+        ::CreateFileW(NativePath(path).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                      nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | flags, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
         return std::nullopt;
     }
@@ -45,6 +43,30 @@ std::optional<FileId> GetFileId(const QString& path)
     return FileId{information.dwVolumeSerialNumber,
                   (quint64{information.nFileIndexHigh} << highShift) | information.nFileIndexLow,
                   information.nNumberOfLinks};
+}
+
+} // namespace
+
+std::optional<FileId> GetFileId(const QString& path)
+{
+    return GetId(path, FILE_FLAG_OPEN_REPARSE_POINT);
+}
+
+std::optional<FileId> GetTargetId(const QString& path)
+{
+    return GetId(path, 0);
+}
+
+QString ReadLink(const QString& path)
+{
+    const QFileInfo info(path);
+    return info.isJunction() ? info.junctionTarget() : info.symLinkTarget();
+}
+
+// The system itself takes ".." away from the text.
+QString ResolvedPath(const QString& path)
+{
+    return QFileInfo(path).absoluteFilePath();
 }
 
 bool IsLinkOfDirectoryKind(const QString& path)
