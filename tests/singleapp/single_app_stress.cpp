@@ -133,14 +133,14 @@ bool Storm(int round, int size, bool killFirst)
         --size;
         victim->kill();
     }
-    WaitFor([&] { return isOver() && findFirst() != peers.end(); });
-    bool heard = false;
+    WaitFor(isOver);
+    Peer newcomer(appId, "newcomer");
+    newcomer.write("\n");
     QSet<QByteArray> texts;
     bool twice = false;
+    bool heard = false;
     if (findFirst() != peers.end()) {
         Peer& first = **findFirst();
-        Peer newcomer(appId, "newcomer");
-        newcomer.write("\n");
         heard = first.Says("received newcomer");
         for (const QByteArray& line : first.Lines()) {
             twice = twice || texts.contains(line);
@@ -148,14 +148,20 @@ bool Storm(int round, int size, bool killFirst)
         }
         texts -= {"ready", "first"};
     }
+    // When it is killed after the last text, there is nobody left to follow.
+    const bool isLast = killFirst && count("sent") == size && newcomer.Says("first");
     std::printf(
         "%s %d: %d first, %d handed over, %d failed, %d texts arrived at the last first%s, newcomer %s, "
         "%lld ms\n",
         killFirst ? "kill" : "storm", round, static_cast<int>(count("first")),
         static_cast<int>(count("sent")), static_cast<int>(count("failed")), static_cast<int>(texts.size()),
-        twice ? ", some twice" : "", heard ? "heard" : "not heard", static_cast<long long>(timer.elapsed()));
+        twice ? ", some twice" : "",
+        heard    ? "heard"
+        : isLast ? "first"
+                 : "not heard",
+        static_cast<long long>(timer.elapsed()));
     const bool allArrived = killFirst || (count("sent") == size - 1 && texts.size() == size);
-    return count("first") == 1 && count("failed") == 0 && heard && !twice && allArrived;
+    return isLast || (count("first") == 1 && count("failed") == 0 && heard && !twice && allArrived);
 }
 
 /// Resident memory of a process in KiB, now ("VmRSS:") or at its highest ("VmHWM:").
