@@ -122,7 +122,7 @@ void TestDesktop::showFile()
     QCOMPARE(shown, SUCCEEDED(served));
     QCOMPARE(log.lines.size(), 1U);
     QCOMPARE(log.lines[0].text,
-             "common::Shell::ShowFile() - unable to start 'explorer.exe /select,C:\\no such folder\\a b'");
+             "Shell::ShowFile() - unable to start 'explorer.exe /select,C:\\no such folder\\a b'");
 }
 
 void TestDesktop::removeAfterExit()
