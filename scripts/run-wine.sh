@@ -40,9 +40,20 @@ fi
 # What it prints goes to files first: a console that outlives the program would keep a pipe open for ever.
 output=$(mktemp -d)
 trap 'rm -rf "$output"' EXIT
+# Without a console QtTest reports to the debugger, unless it is told a file. The limit, in seconds, is below that of the
+# test, so that a test that hangs tells how far it came.
+report=()
+limit=0
+case $(basename "$program") in
+tst_*)
+    report=(-o "Z:${output//\//\\}\\report,txt")
+    limit=280
+    ;;
+esac
 exit_code=0
-"$wine" "$program" "$@" >"$output/stdout" 2>"$output/stderr" || exit_code=$?
+timeout "$limit" "$wine" "$program" "$@" "${report[@]}" >"$output/stdout" 2>"$output/stderr" || exit_code=$?
 cat "$output/stdout"
+[ ! -f "$output/report" ] || cat "$output/report"
 grep -v -e 'it looks like wine32 is missing' -e 'multiarch needs to be enabled' -e 'dpkg --add-architecture' \
     -e 'apt-get install wine32' -e '^as root, please$' "$output/stderr" >&2 || true
 exit $exit_code

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh demo|test|windows|bench|fuzz|lint...
+# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh demo|test|windows|bench|fuzz|docs|lint...
 # Asks nothing; runs apt as root or through sudo.
 
 source "$(dirname "$0")/lib.sh"
@@ -20,12 +20,13 @@ packages_of() {
     windows) echo "$build $servers g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
     bench) echo "$build $servers curl libbenchmark-dev libspdlog-dev libdeflate-dev nodejs python3" ;;
     fuzz) echo "$build clang" ;;
+    docs) echo "doxygen" ;;
     lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev libdeflate-dev" ;;
-    *) die "unknown group \"$1\"; known are: demo gui-demo test windows bench fuzz lint" ;;
+    *) die "unknown group \"$1\"; known are: demo gui-demo test windows bench fuzz docs lint" ;;
     esac
 }
 
-[ $# -gt 0 ] || die "name what to set up: demo, test, windows, bench, fuzz or lint"
+[ $# -gt 0 ] || die "name what to set up: demo, test, windows, bench, fuzz, docs or lint"
 
 missing=()
 for group in "$@"; do

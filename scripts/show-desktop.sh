@@ -31,7 +31,7 @@ wait_for() {
     done
 }
 
-exec 3< <(exec Xvfb -displayfd 1 -nolisten tcp 2>/dev/null)
+exec 3< <(exec Xvfb -displayfd 1 -nolisten tcp -noreset 2>/dev/null)
 children+=($!)
 read -r display <&3
 export DISPLAY=:$display

@@ -5,6 +5,7 @@
 #include <common/tools/aes.h>
 #include <common/tools/jsonfile.h>
 
+#include <QDateTime>
 #include <QFile>
 #include <QInputDialog>
 #include <QLabel>
@@ -77,8 +78,9 @@ void ContactPanel::Load()
         return;
     }
     tools::JsonFile file(fileName, tools::cipher::AES::machineKey());
-    if (!file.Load()) {
-        LOG_MESSAGE(common::logger::Error) << "the contacts cannot be read from " << fileName;
+    // What was enciphered with another key, or is damaged, loads as no document.
+    if (!file.Load() || !file.Document().isObject()) {
+        PutAside();
         return;
     }
     const QJsonArray contacts = file.Object().value(contactsKey).toArray();
@@ -88,8 +90,26 @@ void ContactPanel::Load()
     LOG_MESSAGE(common::logger::Info) << list->count() << " contacts are read";
 }
 
+/// Keeps a file that cannot be read from being written over.
+void ContactPanel::PutAside()
+{
+    const QString moment = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
+    const QString aside = fileName + u'.' + moment + QStringLiteral(".unreadable");
+    saves = QFile::rename(fileName, aside);
+    if (saves) {
+        LOG_MESSAGE(common::logger::Error) << "the contacts cannot be read; their file is kept as " << aside;
+    } else {
+        LOG_MESSAGE(common::logger::Error) << "the contacts cannot be read from " << fileName
+                                           << "; what changes is not kept until that file is moved away";
+    }
+}
+
 void ContactPanel::Save() const
 {
+    if (!saves) {
+        LOG_MESSAGE(common::logger::Error) << "the contacts are not written: " << fileName << " is in the way";
+        return;
+    }
     QJsonArray contacts;
     for (int row = 0; row < list->count(); ++row) {
         const QListWidgetItem* const item = list->item(row);

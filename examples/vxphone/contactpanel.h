@@ -23,11 +23,13 @@ Q_SIGNALS:
 
 private:
     void Load();
+    void PutAside();
     void Save() const;
     void Show(const QString& name, const QString& address);
     void RemoveCurrent();
 
     QString fileName;
+    bool saves = true; ///< Off while a file that cannot be read stands in the way.
     QListWidget* list;
     QPushButton* remove;
 };

@@ -59,7 +59,7 @@ DownloadRow::DownloadRow(QGridLayout* grid, int row, const QString& folder_, QOb
 
 void DownloadRow::Toggle()
 {
-    if (download->isRunning()) {
+    if (running) {
         download->Abort();
         End(tr("Aborted"));
     } else {
@@ -80,7 +80,8 @@ void DownloadRow::Start()
     bar->setRange(0, barParts);
     bar->setValue(0);
     status->setText(tr("Connecting…"));
-    if (download->Start()) {
+    running = download->Start();
+    if (running) {
         button->setText(tr("A&bort"));
     } else {
         End(tr("The download could not be started"));
@@ -89,6 +90,7 @@ void DownloadRow::Start()
 
 void DownloadRow::End(const QString& text)
 {
+    running = false;
     bar->setRange(0, barParts);
     button->setText(tr("&Download"));
     status->setText(text);

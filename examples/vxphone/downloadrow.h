@@ -39,6 +39,7 @@ private:
     QProgressBar* bar;
     QPushButton* button;
     QLabel* status;
+    bool running = false; ///< The download itself does not tell.
 };
 
 } // namespace vxphone

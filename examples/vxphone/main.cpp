@@ -56,8 +56,13 @@ void ConfigureLog(const QString& dataFolder)
 int Run(QtSingleApplication& application)
 {
     const Options options = ReadOptions();
+    if (application.isRunning() && application.sendMessage(options.address)) {
+        return 0;
+    }
+    // If the first process ended in the meantime, this one has taken its place.
     if (application.isRunning()) {
-        return application.sendMessage(options.address) ? 0 : 1;
+        qCritical("vxphone: the process that runs already does not answer; end it and try again");
+        return 1;
     }
     QDir().mkpath(options.dataFolder);
     ConfigureLog(options.dataFolder);

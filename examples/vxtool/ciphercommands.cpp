@@ -22,13 +22,6 @@ void AddOptions(QCommandLineParser& parser)
     parser.addOption({rawOption, QStringLiteral("Take the bytes of FILE or standard input, print bytes.")});
 }
 
-/// A key that the cipher does not support makes zero bytes of everything, which nobody wants to store.
-bool IsKeyTooLong(const QString& key)
-{
-    constexpr qsizetype maxKeySize = 32;
-    return key.toUtf8().size() > maxKeySize;
-}
-
 struct Cipher
 {
     QString name;
@@ -39,8 +32,9 @@ struct Cipher
 int Run(const QCommandLineParser& parser, const Cipher& cipher)
 {
     const QString key = parser.isSet(keyOption) ? parser.value(keyOption) : AES::machineKey();
-    if (IsKeyTooLong(key)) {
-        return FailUsage(QStringLiteral("the key is longer than 32 bytes"), cipher.name);
+    // With a key that is not supported everything becomes zero bytes, which nobody wants to store.
+    if (key.toUtf8().size() > AES::maxKeySize) {
+        return FailUsage(QStringLiteral("the key is longer than %1 bytes").arg(AES::maxKeySize), cipher.name);
     }
     const QStringList arguments = parser.positionalArguments();
     if (!parser.isSet(rawOption)) {

@@ -1,4 +1,5 @@
 #include "command.h"
+#include "httpoptions.h"
 #include "interrupt.h"
 #include "output.h"
 #include "progressbar.h"
@@ -10,8 +11,8 @@
 #include <QFileInfo>
 #include <QNetworkAccessManager>
 
+#include <limits>
 #include <memory>
-#include <optional>
 
 namespace vxtool
 {
@@ -30,18 +31,10 @@ void AddOptions(QCommandLineParser& parser)
     parser.addOption({sizeOption, QStringLiteral("Size that the file must have."), QStringLiteral("BYTES")});
     parser.addOption({md5Option, QStringLiteral("MD5 sum that the file must have."), QStringLiteral("HEX")});
     parser.addOption({attemptsOption, QStringLiteral("Tries in all, 5 seconds apart; 1 if not given."),
-                      QStringLiteral("N"), QStringLiteral("1")});
+                      QStringLiteral("N")});
     parser.addOption({timeoutOption,
                       QStringLiteral("Seconds of silence after which a try fails; 30 if not given."),
-                      QStringLiteral("S"), QStringLiteral("30")});
-}
-
-/// The number that an option holds, or nothing if it holds none.
-std::optional<qint64> Number(const QCommandLineParser& parser, const QString& option)
-{
-    bool ok = false;
-    const qint64 number = parser.value(option).toLongLong(&ok);
-    return ok ? std::optional(number) : std::nullopt;
+                      QStringLiteral("S")});
 }
 
 int RunDownload(common::http::IFileDownload& download)
@@ -51,14 +44,10 @@ int RunDownload(common::http::IFileDownload& download)
     QElapsedTimer time;
     time.start();
     QEventLoop loop;
-    int exitCode = SomeFailed;
     QString complaint;
     QObject::connect(&download, &IFileDownload::progress, &loop,
                      [&bar](qint64 received, qint64 total) { bar.Update(received, total); });
-    QObject::connect(&download, &IFileDownload::complete, &loop, [&] {
-        exitCode = AllValid;
-        loop.quit();
-    });
+    QObject::connect(&download, &IFileDownload::complete, &loop, &QEventLoop::quit);
     QObject::connect(&download, &IFileDownload::failed, &loop, [&](int error, const QString& text) {
         complaint = QStringLiteral("error %1: %2").arg(error).arg(text);
         loop.quit();
@@ -71,16 +60,15 @@ int RunDownload(common::http::IFileDownload& download)
     if (download.Start()) {
         loop.exec();
     }
-    if (complaint.isEmpty()) {
-        bar.Finish();
-        PrintLine(QStringLiteral("%1: %2 in %3 s")
-                      .arg(download.GetFilePath(), SizeText(QFileInfo(download.GetFilePath()).size()))
-                      .arg(static_cast<double>(time.elapsed()) / 1000, 0, 'f', 2));
-    } else {
-        bar.Finish();
+    bar.Finish();
+    if (!complaint.isEmpty()) {
         PrintError(QStringLiteral("vxtool download: ") + complaint);
+        return SomeFailed;
     }
-    return exitCode;
+    PrintLine(QStringLiteral("%1: %2 in %3 s")
+                  .arg(download.GetFilePath(), SizeText(QFileInfo(download.GetFilePath()).size()))
+                  .arg(static_cast<double>(time.elapsed()) / 1000, 0, 'f', 2));
+    return AllValid;
 }
 
 int Download(const QCommandLineParser& parser)
@@ -89,9 +77,16 @@ int Download(const QCommandLineParser& parser)
     if (arguments.size() != 2) {
         return FailUsage(QStringLiteral("a URL and a file are needed"), commandName);
     }
-    for (const QString& option : {sizeOption, attemptsOption, timeoutOption}) {
-        if (parser.isSet(option) && !Number(parser, option)) {
-            return FailUsage(QStringLiteral("--%1 takes a number").arg(option), commandName);
+    qint64 size = -1;
+    qint64 attempts = 1;
+    qint64 timeout = 30;
+    constexpr qint64 mostInt = std::numeric_limits<int>::max();
+    const QString problems[] = {ReadNumber(parser, sizeOption, 0, std::numeric_limits<qint64>::max(), size),
+                                ReadNumber(parser, attemptsOption, 1, mostInt, attempts),
+                                ReadNumber(parser, timeoutOption, 0, mostInt, timeout)};
+    for (const QString& problem : problems) {
+        if (!problem.isEmpty()) {
+            return FailUsage(problem, commandName);
         }
     }
     QNetworkAccessManager manager;
@@ -99,10 +94,10 @@ int Download(const QCommandLineParser& parser)
         common::http::CreateFileDownload(&manager, nullptr));
     download->SetUrl(QUrl(arguments.at(0), QUrl::TolerantMode));
     download->SetFilePath(arguments.at(1));
-    download->SetFileSize(Number(parser, sizeOption).value_or(-1));
+    download->SetFileSize(size);
     download->SetChecksum(parser.value(md5Option));
-    download->SetAttemptCount(static_cast<int>(Number(parser, attemptsOption).value_or(1)));
-    download->SetTimeout(static_cast<int>(Number(parser, timeoutOption).value_or(0)));
+    download->SetAttemptCount(static_cast<int>(attempts));
+    download->SetTimeout(static_cast<int>(timeout));
     return RunDownload(*download);
 }
 

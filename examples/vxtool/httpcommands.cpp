@@ -56,9 +56,9 @@ void ShowSignals(const IHttpRequest* request)
 /// A retry that cannot be sent is told by the log alone: a request that neither runs nor waits has failed.
 void WatchIdleness(const IHttpRequest& request, QTimer& timer, const std::function<void()>& onIdle)
 {
-    constexpr int marginSeconds = 2;
+    constexpr qint64 marginSeconds = 2;
     timer.setInterval(1000);
-    QObject::connect(&timer, &QTimer::timeout, &timer, [&request, onIdle, idleSeconds = 0]() mutable {
+    QObject::connect(&timer, &QTimer::timeout, &timer, [&request, onIdle, idleSeconds = qint64{0}]() mutable {
         idleSeconds = request.isRunning() ? 0 : idleSeconds + 1;
         if (idleSeconds > request.GetAttemptIntervalOnNetworkProblem() + marginSeconds) {
             onIdle();

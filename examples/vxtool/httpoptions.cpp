@@ -7,6 +7,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
+#include <limits>
+
 namespace vxtool
 {
 
@@ -76,6 +79,30 @@ QString ForEachPair(const QCommandLineParser& parser, const QString& option, con
     return {};
 }
 
+/// Headers and the names of parts go out as they stand, so a line break in one would begin a header of its
+/// own.
+bool HasControls(const QString& text)
+{
+    return std::any_of(text.begin(), text.end(), [](QChar character) {
+        return character.category() == QChar::Other_Control && character != u'\t';
+    });
+}
+
+QString ApplyHeaders(const QCommandLineParser& parser, IHttpRequest& request)
+{
+    for (const QString& header : parser.values(headerOption)) {
+        const qsizetype colon = header.indexOf(u':');
+        if (colon <= 0) {
+            return QStringLiteral("--%1 takes NAME: VALUE, not \"%2\"").arg(headerOption, header);
+        }
+        if (HasControls(header)) {
+            return QStringLiteral("--%1 takes no line breaks or other control characters").arg(headerOption);
+        }
+        request.SetRawHeader(header.left(colon), header.mid(colon + 1).trimmed());
+    }
+    return {};
+}
+
 QString ApplyMap(const QCommandLineParser& parser, const QString& option, IHttpRequest& request)
 {
     const auto map = IHttpRequestDataMap::CreateUrlencodedDataMap();
@@ -102,13 +129,18 @@ QString ApplyForm(const QCommandLineParser& parser, IHttpRequest& request)
 {
     const auto form = IHttpRequestMultiPartData::CreateMultiPartFormData();
     request.SetData(form);
-    const QString problem =
-        ForEachPair(parser, textOption, [&form](const QString& name, const QString& text) {
-            form->AddPart(IHttpRequestPartData::CreateTextPartFormData(name, text));
-        });
-    return problem + ForEachPair(parser, fileOption, [&form](const QString& name, const QString& path) {
-               form->AddPart(IHttpRequestPartData::CreateFilePartFormData(name, path));
-           });
+    bool hasControls = false;
+    QString problem = ForEachPair(parser, textOption, [&](const QString& name, const QString& text) {
+        hasControls |= HasControls(name);
+        form->AddPart(IHttpRequestPartData::CreateTextPartFormData(name, text));
+    });
+    problem += ForEachPair(parser, fileOption, [&](const QString& name, const QString& path) {
+        hasControls |= HasControls(name + path);
+        form->AddPart(IHttpRequestPartData::CreateFilePartFormData(name, path));
+    });
+    return hasControls
+               ? QStringLiteral("names of parts and files hold no line breaks or other control characters")
+               : problem;
 }
 
 QString ApplyPayload(const QCommandLineParser& parser, IHttpRequest& request)
@@ -135,17 +167,19 @@ QString ApplyNumbers(const QCommandLineParser& parser, IHttpRequest& request)
     const struct
     {
         const QString& option;
+        int least;
         void (IHttpRequest::*set)(int);
-    } numbers[] = {{timeoutOption, &IHttpRequest::SetTimeout},
-                   {attemptsOption, &IHttpRequest::SetAttemptCountOnNetworkProblem},
-                   {intervalOption, &IHttpRequest::SetAttemptIntervalOnNetworkProblem}};
-    for (const auto& [option, set] : numbers) {
-        bool ok = true;
-        if (parser.isSet(option)) {
-            (request.*set)(parser.value(option).toInt(&ok));
+    } numbers[] = {{timeoutOption, 0, &IHttpRequest::SetTimeout},
+                   {attemptsOption, 1, &IHttpRequest::SetAttemptCountOnNetworkProblem},
+                   {intervalOption, 0, &IHttpRequest::SetAttemptIntervalOnNetworkProblem}};
+    for (const auto& [option, least, set] : numbers) {
+        qint64 number = 0;
+        const QString problem = ReadNumber(parser, option, least, std::numeric_limits<int>::max(), number);
+        if (!problem.isEmpty()) {
+            return problem;
         }
-        if (!ok) {
-            return QStringLiteral("--%1 takes a number").arg(option);
+        if (parser.isSet(option)) {
+            (request.*set)(static_cast<int>(number));
         }
     }
     return {};
@@ -216,6 +250,19 @@ void AddPostOptions(QCommandLineParser& parser)
                       QStringLiteral("NAME=PATH")});
 }
 
+QString ReadNumber(const QCommandLineParser& parser, const QString& option, qint64 least, qint64 most,
+                   qint64& number)
+{
+    if (!parser.isSet(option)) {
+        return {};
+    }
+    bool ok = false;
+    number = parser.value(option).toLongLong(&ok);
+    return ok && number >= least && number <= most
+               ? QString()
+               : QStringLiteral("--%1 takes a number from %2 to %3").arg(option).arg(least).arg(most);
+}
+
 QString ApplyHttpOptions(const QCommandLineParser& parser, IHttpRequest& request)
 {
     const QStringList arguments = parser.positionalArguments();
@@ -223,14 +270,10 @@ QString ApplyHttpOptions(const QCommandLineParser& parser, IHttpRequest& request
         return QStringLiteral("one URL is needed");
     }
     request.SetUrl(QUrl(arguments.front(), QUrl::TolerantMode));
-    for (const QString& header : parser.values(headerOption)) {
-        const qsizetype colon = header.indexOf(u':');
-        if (colon <= 0) {
-            return QStringLiteral("--%1 takes NAME: VALUE, not \"%2\"").arg(headerOption, header);
-        }
-        request.SetRawHeader(header.left(colon), header.mid(colon + 1).trimmed());
+    QString problem = ApplyHeaders(parser, request);
+    if (problem.isEmpty()) {
+        problem = ApplyNumbers(parser, request);
     }
-    QString problem = ApplyNumbers(parser, request);
     if (problem.isEmpty() && parser.isSet(redirectOption)) {
         problem = ApplyRedirect(parser.value(redirectOption), request);
     }

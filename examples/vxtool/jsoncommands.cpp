@@ -1,6 +1,7 @@
 #include "command.h"
 #include "output.h"
 
+#include <common/tools/aes.h>
 #include <common/tools/jsonfile.h>
 
 #include <QFileInfo>
@@ -13,6 +14,7 @@ namespace
 {
 
 using tools::JsonFile;
+using tools::cipher::AES;
 
 const QString keyOption = QStringLiteral("key");
 const QString showName = QStringLiteral("json show");
@@ -67,8 +69,8 @@ int Set(const QCommandLineParser& parser)
     }
     const QString& fileName = arguments.at(0);
     const QString key = parser.value(keyOption);
-    if (key.toUtf8().size() > 32) {
-        return FailUsage(QStringLiteral("the key is longer than 32 bytes"), setName);
+    if (key.toUtf8().size() > AES::maxKeySize) {
+        return FailUsage(QStringLiteral("the key is longer than %1 bytes").arg(AES::maxKeySize), setName);
     }
     JsonFile old(fileName, QJsonObject(), key);
     // A file that is there and cannot be understood is not overwritten.

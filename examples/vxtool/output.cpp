@@ -44,6 +44,18 @@ QString CellText(const QJsonValue& value)
     return text;
 }
 
+QString WithoutControls(const QString& text)
+{
+    QString shown;
+    for (const QChar character : text) {
+        const bool harmless =
+            character.category() != QChar::Other_Control || character == u'\n' || character == u'\t';
+        shown += harmless ? QString(character)
+                          : QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
+    }
+    return shown;
+}
+
 /// JSON with the values in the order of the row, which QJsonObject would sort.
 QString JsonText(const Row& row)
 {
@@ -112,14 +124,14 @@ void PrintLine(const QString& line)
     Print(stdout, line.toUtf8() + '\n');
 }
 
-void PrintError(const QString& line)
-{
-    Print(stderr, line.toUtf8() + '\n');
-}
-
 void PrintBytes(const QByteArray& bytes)
 {
     Print(stdout, bytes);
+}
+
+void PrintError(const QString& line)
+{
+    Print(stderr, WithoutControls(line).toUtf8() + '\n');
 }
 
 int FinishOutput(int exitCode)

@@ -12,8 +12,11 @@ namespace vxtool
 {
 
 void PrintLine(const QString& line);      ///< To standard output, in UTF-8.
-void PrintError(const QString& line);     ///< To standard error, in UTF-8.
 void PrintBytes(const QByteArray& bytes); ///< To standard output, as they are.
+
+/// To standard error, in UTF-8. Control characters other than line breaks and tabs are shown as "\xNN": the
+/// text may come from a server, and must not steer the terminal.
+void PrintError(const QString& line);
 
 /// Writes out what is still held back. Returns `exitCode`, or another if output was lost or could not be
 /// made.

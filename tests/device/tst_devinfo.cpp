@@ -23,24 +23,17 @@ private Q_SLOTS:
 
 void TestDevInfo::identity()
 {
-#ifndef Q_OS_WIN
-    QVERIFY(QDir::setCurrent("/proc")); // No disk holds it.
-#endif
+    QDir::setCurrent("/proc"); // No disk holds it.
     RecordingLogger log;
     const QString generated = DeviceInfo::GetSerialNumber();
-    QVERIFY(!QUuid(generated).isNull() && generated.startsWith('{'));
+    QCOMPARE(QUuid(generated).toString(), generated);
     QCOMPARE(DeviceInfo::GetSerialNumber(), generated);
     QCOMPARE(log.lines.size(), std::size_t{2});
-    QCOMPARE(log.lines.front().level, static_cast<int>(common::logger::Crit));
-    QCOMPARE(log.lines.front().channel, QByteArray("common.devinfo"));
-    const QRegularExpression text("^GetPlatformSerialNumber failed. Error: \\((\\d+)\\), Use Uuid: (.+)$");
-    QCOMPARE(text.match(log.lines.front().text).captured(2), generated);
-#ifndef Q_OS_WIN
-    QCOMPARE(text.match(log.lines.front().text).captured(1).toInt(), ENOENT);
-#endif
-
+    QVERIFY(log.lines[0].level == common::logger::Crit && log.lines[0].channel == "common.devinfo");
+    QCOMPARE(log.lines[0].text.replace(QRegularExpression("\\(\\d+\\)"), "(N)"),
+             "GetPlatformSerialNumber failed. Error: (N), Use Uuid: " + generated);
     DeviceInfo::SetAlternativeDeviceId("id-1");
-    QCOMPARE(DeviceInfo::GetSerialNumber(), QString("id-1"));
+    QCOMPARE(DeviceInfo::GetSerialNumber(), "id-1");
     QCOMPARE(DeviceInfo::GetSerialNumberMD5Hash("p"), tools::string::converter::ToMD5(QString("pid-1")));
     DeviceInfo::GetAlternativeDeviceId().clear();
     QCOMPARE(DeviceInfo::GetSerialNumber(), generated);
@@ -50,17 +43,15 @@ void TestDevInfo::withoutServices()
 {
     qunsetenv("DISPLAY");
     qputenv("PULSE_SERVER", "unix:/nonexistent/pulse");
-    QCOMPARE(tools::Keyboard::IsCapsLock(), false);
-    for (const bool render : {true, false}) {
-        const RecordingLogger log;
-        QCOMPARE(tools::AudioDeviceTools::getDefaultDeviceName(render), QString());
-        QCOMPARE(log.lines.size(), std::size_t{1});
-        QCOMPARE(log.lines.front().level, static_cast<int>(common::logger::Error));
-        QCOMPARE(log.lines.front().channel, QByteArray());
-        const QRegularExpression text(
-            "^tools::AudioDeviceTools::getDefaultDeviceName \\w+\\(\\) error -?[1-9]\\d*$");
-        QVERIFY2(text.match(log.lines.front().text).hasMatch(), qPrintable(log.lines.front().text));
-    }
+    QVERIFY(!tools::Keyboard::IsCapsLock());
+    const RecordingLogger log;
+    QCOMPARE(tools::AudioDeviceTools::getDefaultDeviceName(true), QString());
+    QCOMPARE(tools::AudioDeviceTools::getDefaultDeviceName(false), QString());
+    QCOMPARE(log.lines.size(), std::size_t{2});
+    QVERIFY(log.lines[0].level == common::logger::Error && log.lines[0].channel.isEmpty());
+    const QRegularExpression text(
+        "^tools::AudioDeviceTools::getDefaultDeviceName \\w+\\(\\) error -?[1-9]\\d*$");
+    QVERIFY2(text.match(log.lines[0].text).hasMatch(), qPrintable(log.lines[0].text));
 }
 
 QTEST_GUILESS_MAIN(TestDevInfo)

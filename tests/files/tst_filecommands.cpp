@@ -44,7 +44,7 @@ void TestFileCommands::givesUpAfterFiveAttempts()
     const std::pair<QString, std::function<bool()>> commands[] = {
         {"copy file 'ROOT/f' to 'ROOT/d/b'", [&] { return FileCommands::CopyFile(file, path("d/b")); }},
         {"create directory 'ROOT/f/x'", [&] { return FileCommands::CreateDirectory(dir, path("f/x")); }},
-        {"create link 'ROOT/f' --> 'x/y'", [&] { return FileCommands::CreateSymlink("x/y", path("f")); }},
+        {"create link 'ROOT/x/l' --> 'x/y'", [&] { return FileCommands::CreateSymlink("x/y", path("x/l")); }},
         {"remove directory 'ROOT/d'", [&] { return FileCommands::RemoveDirectory(dir, path("d")); }},
         {"remove file 'ROOT/a%1b'", [&] { return FileCommands::RemoveFile(missing); }},
         {"rename directory 'ROOT/x' to 'ROOT/z'",

@@ -9,11 +9,11 @@ using tools::svg::SvgIcon;
 namespace
 {
 
-const QList<int> sizes{16, 24, 32, 48, 64, 128};
+const QList<QSize> sizes{{16, 16}, {24, 24}, {32, 32}, {48, 48}, {64, 64}, {128, 128}};
 
-QImage ImageOf(const QIcon& icon, int size)
+QImage ImageOf(const QIcon& icon, const QSize& size)
 {
-    return icon.pixmap(size, size).toImage().convertToFormat(QImage::Format_ARGB32);
+    return icon.pixmap(size, 1.0).toImage().convertToFormat(QImage::Format_ARGB32);
 }
 
 } // namespace
@@ -23,132 +23,80 @@ class TestSvgIcon : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void allSizes();
-    void sharpEdges();
-    void brokenFiles_data();
     void brokenFiles();
     void fade();
-    void pictures();
+    void picture();
 
 private:
-    QString Write(const char* name, const QByteArray& content);
+    QString Write(const QByteArray& content);
 
     QTemporaryDir dir;
-    QString red;
-    QString blue;
 };
 
-QString TestSvgIcon::Write(const char* name, const QByteArray& content)
+QString TestSvgIcon::Write(const QByteArray& content)
 {
-    QFile file(dir.filePath(name));
+    QFile file(dir.filePath(QString::number(qHash(content))));
     return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() ? file.fileName()
                                                                                     : QString();
 }
 
-void TestSvgIcon::initTestCase()
-{
-    const QByteArray begin = "<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 16 16'>";
-    red = Write("red.svg", begin + "<rect width='8' height='16' fill='#f00'/></svg>");
-    blue = Write("blue.svg", begin + "<rect width='16' height='8' fill='#00f'/></svg>");
-    QVERIFY(!red.isEmpty() && !blue.isEmpty());
-}
-
-void TestSvgIcon::allSizes()
-{
-    const QIcon icon = SvgIcon::CreateFromSvg(red);
-    QList<int> found;
-    for (const QSize& size : icon.availableSizes(QIcon::Normal, QIcon::Off)) {
-        QCOMPARE(size.width(), size.height());
-        found += size.width();
-    }
-    QCOMPARE(found, sizes);
-}
-
-// Drawn at each size, not scaled: the edge in the middle has no pixel between red and nothing.
-void TestSvgIcon::sharpEdges()
-{
-    const QIcon icon = SvgIcon::CreateFromSvg(red);
-    for (const int size : sizes) {
-        const QImage image = ImageOf(icon, size);
-        QCOMPARE(image.pixel(size / 2 - 1, size / 2), qRgba(255, 0, 0, 255));
-        QCOMPARE(image.pixel(size / 2, size / 2), qRgba(0, 0, 0, 0));
-    }
-}
-
-void TestSvgIcon::brokenFiles_data()
-{
-    QTest::addColumn<QString>("path");
-
-    QTest::newRow("missing") << dir.filePath("missing.svg");
-    QTest::newRow("no SVG") << Write("text.svg", "this is no picture");
-    QTest::newRow("cut off") << Write("cut.svg", "<svg xmlns='http://www.w3.org/2000/svg'><rect");
-    QTest::newRow("empty") << Write("empty.svg", "");
-}
-
 void TestSvgIcon::brokenFiles()
 {
-    QFETCH(QString, path);
-
-    const QIcon icon = SvgIcon::CreateFromSvg(path);
-    QCOMPARE(icon.availableSizes().size(), sizes.size());
-    QCOMPARE(ImageOf(icon, 32).pixel(8, 8), qRgba(0, 0, 0, 0));
-    QCOMPARE(SvgIcon::CreateFromTwoSvgWithOverlay(path, path, 2).size(), 2);
+    for (const QString& path : {dir.filePath("missing"), Write("no picture"), Write("<svg><rect")}) {
+        const QIcon icon = SvgIcon::CreateFromSvg(path);
+        QCOMPARE(icon.availableSizes(), sizes);
+        QCOMPARE(ImageOf(icon, sizes.last()).pixel(8, 8), qRgba(0, 0, 0, 0));
+    }
 }
 
 void TestSvgIcon::fade()
 {
-    QVERIFY(SvgIcon::CreateFromTwoSvgWithOverlay(red, blue, 0).isEmpty());
-    QVERIFY(SvgIcon::CreateFromTwoSvgWithOverlay(red, blue, -1).isEmpty());
-    QCOMPARE(SvgIcon::CreateFromTwoSvgWithOverlay(red, blue, 1).size(), 1);
-
-    const QList<QIcon> frames = SvgIcon::CreateFromTwoSvgWithOverlay(red, blue, 4);
-    QCOMPARE(frames.size(), 4);
-    for (int i = 0; i < frames.size(); ++i) {
-        QCOMPARE(frames.at(i).availableSizes().size(), sizes.size());
-        const int expected = 255 * (i + 1) / 4;
-        for (const int size : sizes) {
-            const QImage image = ImageOf(frames.at(i), size);
-            const QRgb both = image.pixel(1, 1);
-            const QRgb onlySecond = image.pixel(size - 2, 1);
-            QVERIFY2(qAbs(qBlue(both) - expected) <= 1 && qAbs(qRed(both) - (255 - expected)) <= 1,
-                     qPrintable(QString("frame %1: %2").arg(i).arg(both, 8, 16)));
-            QVERIFY(qAbs(qAlpha(onlySecond) - expected) <= 1);
-            QCOMPARE(image.pixel(1, size - 2), qRgba(255, 0, 0, 255));
+    const QByteArray begin = "<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 16 16'><rect ";
+    const QString left = Write(begin + "width='8' height='16' fill='#f00'/></svg>");
+    const QString top = Write(begin + "width='16' height='7.5' fill='#00f'/></svg>");
+    QVERIFY(SvgIcon::CreateFromTwoSvgWithOverlay(left, top, -1).isEmpty());
+    const QIcon second = SvgIcon::CreateFromSvg(top);
+    for (const int steps : {1, 4}) {
+        const QList<QIcon> frames = SvgIcon::CreateFromTwoSvgWithOverlay(left, top, steps);
+        QCOMPARE(frames.size(), steps);
+        for (int i = 0; i < steps; ++i) {
+            QCOMPARE(frames.at(i).availableSizes(QIcon::Normal, QIcon::Off), sizes);
+            const int opacity = 255 * (i + 1) / steps;
+            for (const QSize& size : sizes) {
+                const QImage image = ImageOf(frames.at(i), size);
+                const int last = image.width() - 2;
+                const int middle = image.width() / 2;
+                const QRgb both = image.pixel(1, 1);
+                QVERIFY(qAbs(qBlue(both) - opacity) <= 1 && qAbs(qRed(both) - (255 - opacity)) <= 1);
+                QVERIFY(qAbs(qAlpha(image.pixel(last, 1)) - opacity) <= 1);
+                // Drawn at each size, not scaled: the upright edge is sharp, and the other as it was drawn.
+                QCOMPARE(image.pixel(middle - 1, last), qRgba(255, 0, 0, 255));
+                QCOMPARE(image.pixel(middle, last), qRgba(0, 0, 0, 0));
+                const int edge = qAlpha(ImageOf(second, size).pixel(last, middle - 1));
+                QVERIFY(qAbs(qAlpha(image.pixel(last, middle - 1)) - edge * opacity / 255) <= 1);
+            }
         }
     }
 }
 
-// With VXCOMMON_PICTURES set to a folder, the pictures of the manual are written there.
-void TestSvgIcon::pictures()
+// With VXCOMMON_PICTURES set to a folder, the picture of the manual is written there.
+void TestSvgIcon::picture()
 {
-    const QString icons = QStringLiteral(ICON_DIR "/");
-    const QIcon idle = SvgIcon::CreateFromSvg(icons + "phone.svg");
-    const QList<QIcon> fade =
-        SvgIcon::CreateFromTwoSvgWithOverlay(icons + "phone.svg", icons + "phone-call.svg", 6);
-    constexpr int gap = 8;
-    QImage allSizes(7 * gap + 16 + 24 + 32 + 48 + 64 + 128, 128 + 2 * gap, QImage::Format_ARGB32);
-    QImage frames(gap + 6 * (64 + gap), 64 + 2 * gap, QImage::Format_ARGB32);
-    for (QImage* image : {&allSizes, &frames}) {
-        image->fill(Qt::white);
+    const QString phone = QStringLiteral(ICON_DIR "/phone.svg");
+    const QIcon idle = SvgIcon::CreateFromSvg(phone);
+    const auto fade = SvgIcon::CreateFromTwoSvgWithOverlay(phone, ICON_DIR "/phone-call.svg", 6);
+    QImage picture(440, 216, QImage::Format_ARGB32);
+    picture.fill(Qt::white);
+    QPainter painter(&picture);
+    for (int i = 0, x = 8; i < sizes.size(); ++i) {
+        const QImage image = ImageOf(idle, sizes.at(i));
+        painter.drawImage(x, 136 - image.height(), image);
+        painter.drawImage(8 + 72 * i, 144, ImageOf(fade.at(i), {64, 64}));
+        QVERIFY2(image != ImageOf(fade.last(), sizes.at(i)), "the two states differ at this size");
+        x += image.width() + 8;
     }
-    QPainter painter(&allSizes);
-    int x = gap;
-    for (const int size : sizes) {
-        QVERIFY2(ImageOf(idle, size) != ImageOf(fade.last(), size), "the two states differ at this size");
-        painter.drawPixmap(x, allSizes.height() - gap - size, idle.pixmap(size, size));
-        x += size + gap;
-    }
-    QVERIFY(painter.end() && painter.begin(&frames));
-    for (int i = 0; i < fade.size(); ++i) {
-        painter.drawPixmap(gap + i * (64 + gap), gap, fade.at(i).pixmap(64, 64));
-    }
-    painter.end();
-    if (qEnvironmentVariableIsSet("VXCOMMON_PICTURES")) {
-        const QDir target(qEnvironmentVariable("VXCOMMON_PICTURES"));
-        QVERIFY(allSizes.save(target.filePath("icon-sizes.png")));
-        QVERIFY(frames.save(target.filePath("icon-fade.png")));
-    }
+    const QString folder = qEnvironmentVariable("VXCOMMON_PICTURES");
+    QVERIFY(folder.isEmpty() || picture.save(folder + "/icons.png"));
 }
 
 QTEST_MAIN(TestSvgIcon)

@@ -1,5 +1,6 @@
 #include "faultserver.h"
 
+#include <QRegularExpression>
 #include <QTcpSocket>
 #include <QTimer>
 
@@ -11,31 +12,47 @@ namespace
 /// Whether `request` holds its head and as much body as the head says.
 bool IsWhole(const QByteArray& request)
 {
+    static const QRegularExpression field("\nContent-Length: (\\d+)",
+                                          QRegularExpression::CaseInsensitiveOption);
     const qsizetype headEnd = request.indexOf("\r\n\r\n");
-    if (headEnd < 0) {
-        return false;
+    const QString head = QString::fromLatin1(request.left(headEnd));
+    return headEnd > 0 && request.size() >= headEnd + 4 + field.match(head).captured(1).toLongLong();
+}
+
+void Play(QTcpSocket* socket, const Answer& answer, qsizetype sent = 0)
+{
+    const qsizetype end = answer.interval == 0 ? answer.bytes.size()
+                          : sent == 0          ? answer.bytes.indexOf("\r\n\r\n") + 4
+                                               : sent + 1;
+    socket->write(answer.bytes.mid(sent, end - sent));
+    // A reset must not overtake what was written.
+    socket->waitForBytesWritten();
+    if (end < answer.bytes.size()) {
+        QTimer::singleShot(answer.interval, socket, [=] { Play(socket, answer, end); });
+    } else if (answer.ending == Answer::Close) {
+        socket->disconnectFromHost();
+    } else if (answer.ending == Answer::Reset) {
+        socket->abort();
     }
-    const QByteArray name = "\r\ncontent-length: ";
-    const qsizetype field = request.left(headEnd).toLower().indexOf(name);
-    const qsizetype value = field + name.size();
-    const qint64 length =
-        field < 0 ? 0 : request.mid(value, request.indexOf('\r', value) - value).trimmed().toLongLong();
-    return request.size() >= headEnd + 4 + length;
 }
 
 } // namespace
 
 QByteArray Response(const QByteArray& status, const QByteArray& body, const QByteArray& headers)
 {
-    return "HTTP/1.1 " + status +
-           "\r\nConnection: close\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n" + headers +
+    const QByteArray length = QByteArray::number(body.size());
+    return "HTTP/1.1 " + status + "\r\nConnection: close\r\nContent-Length: " + length + "\r\n" + headers +
            "\r\n" + body;
 }
 
 FaultServer::FaultServer(const QList<Answer>& answers_)
     : answers(answers_)
 {
-    connect(this, &QTcpServer::newConnection, this, &FaultServer::OnNewConnection);
+    connect(this, &QTcpServer::newConnection, this, [this] {
+        while (QTcpSocket* const socket = nextPendingConnection()) {
+            Receive(socket, answers.size() > 1 ? answers.takeFirst() : answers.value(0));
+        }
+    });
     listen(QHostAddress::LocalHost);
 }
 
@@ -44,69 +61,20 @@ QUrl FaultServer::Url(const QString& path) const
     return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(serverPort()).arg(path));
 }
 
-void FaultServer::OnNewConnection()
-{
-    while (QTcpSocket* const socket = nextPendingConnection()) {
-        ++connections;
-        ++openConnections;
-        connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
-            --openConnections;
-            socket->deleteLater();
-        });
-        const Answer answer = answers.size() > 1 ? answers.takeFirst() : answers.value(0);
-        if (answer.reads) {
-            Receive(socket, answer);
-        } else {
-            End(socket, answer.ending);
-        }
-    }
-}
-
 void FaultServer::Receive(QTcpSocket* socket, const Answer& answer)
 {
-    const auto request = std::make_shared<QByteArray>();
-    const auto read = [this, socket, answer, request] {
-        if (!IsWhole(*request)) {
-            *request += socket->readAll();
-            if (IsWhole(*request)) {
-                requests += *request;
-                Play(socket, answer);
-            }
+    ++openConnections;
+    connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
+        --openConnections;
+        socket->deleteLater();
+    });
+    const auto read = [=, request = std::make_shared<QByteArray>()] {
+        *request += socket->readAll();
+        if (IsWhole(*request)) {
+            requests += std::exchange(*request, QByteArray());
+            Play(socket, answer);
         }
     };
     connect(socket, &QTcpSocket::readyRead, this, read);
     read();
-}
-
-void FaultServer::Play(QTcpSocket* socket, const Answer& answer)
-{
-    if (answer.interval == 0) {
-        socket->write(answer.bytes);
-        // A reset must not overtake what was written.
-        socket->waitForBytesWritten();
-        End(socket, answer.ending);
-        return;
-    }
-    auto* timer = new QTimer(socket);
-    const qsizetype headSize = answer.bytes.indexOf("\r\n\r\n") + 4;
-    socket->write(answer.bytes.left(headSize));
-    connect(timer, &QTimer::timeout, socket,
-            [socket, timer, answer, rest = answer.bytes.mid(headSize)]() mutable {
-                socket->write(rest.left(answer.piece));
-                rest.remove(0, answer.piece);
-                if (rest.isEmpty()) {
-                    timer->stop();
-                    End(socket, answer.ending);
-                }
-            });
-    timer->start(answer.interval);
-}
-
-void FaultServer::End(QTcpSocket* socket, Answer::Ending ending)
-{
-    if (ending == Answer::Close) {
-        socket->disconnectFromHost();
-    } else if (ending == Answer::Reset) {
-        socket->abort();
-    }
 }

@@ -5,9 +5,7 @@
 #include <QTcpServer>
 #include <QUrl>
 
-class QTcpSocket;
-
-/// What the server does on one connection.
+/// What the server does on one connection, once the request is there whole.
 struct Answer
 {
     enum Ending
@@ -17,11 +15,9 @@ struct Answer
         Hang   ///< Never.
     };
 
-    QByteArray bytes; ///< Sent as they stand, once the request is there whole.
+    QByteArray bytes; ///< Sent as they stand.
     Ending ending = Close;
-    int interval = 0;  ///< Milliseconds between two pieces of the body; 0 to send all at once.
-    int piece = 1;     ///< Bytes in a piece.
-    bool reads = true; ///< False to end before anything of the request is read.
+    int interval = 0; ///< Milliseconds between two bytes of the body; 0 to send all at once.
 };
 
 /// A response with "Connection: close" and its length, to be spoilt as needed.
@@ -31,24 +27,16 @@ QByteArray Response(const QByteArray& status, const QByteArray& body,
 /// A server on the loopback that misbehaves as told, a connection at a time; the last answer repeats.
 class FaultServer : public QTcpServer
 {
-    Q_OBJECT
-
 public:
     explicit FaultServer(const QList<Answer>& answers_ = {});
 
     QUrl Url(const QString& path = QStringLiteral("/")) const;
-    const QList<QByteArray>& Requests() const { return requests; } ///< As they came, whole ones only.
-    int Connections() const { return connections; }
-    int OpenConnections() const { return openConnections; }
+
+    QList<QByteArray> requests; ///< As they came, whole ones only.
+    int openConnections = 0;
 
 private:
-    void OnNewConnection();
     void Receive(QTcpSocket* socket, const Answer& answer);
-    void Play(QTcpSocket* socket, const Answer& answer);
-    static void End(QTcpSocket* socket, Answer::Ending ending);
 
     QList<Answer> answers;
-    QList<QByteArray> requests;
-    int connections = 0;
-    int openConnections = 0;
 };

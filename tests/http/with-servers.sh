@@ -55,7 +55,10 @@ http {
         location /limited { limit_req zone=one; limit_req_status 429; try_files /hello.txt =404; }
         location /slow { limit_rate 200; gzip off; try_files /hello.txt =404; }
     }
-    server { listen 127.0.0.1:$tls ssl; }
+    server {
+        listen 127.0.0.1:$tls ssl;
+        location /unsafe { return 302 http://127.0.0.1:$http/hello.txt; }
+    }
     server { listen 127.0.0.1:$mtls ssl; ssl_client_certificate $root/client.crt; ssl_verify_client on; }
 }
 CONF

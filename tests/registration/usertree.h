@@ -20,8 +20,9 @@ public:
         qputenv("XDG_CONFIG_HOME", QFile::encodeName(ConfigPath()));
         qputenv("XDG_DATA_HOME", QFile::encodeName(DataPath()));
         qputenv("DISPLAY", ":none"); // Tools ask whether there is one; none of them connects.
-        qunsetenv("XDG_CURRENT_DESKTOP");
-        qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+        for (const char* variable : {"XDG_CURRENT_DESKTOP", "DBUS_SESSION_BUS_ADDRESS"}) {
+            qunsetenv(variable);
+        }
     }
 
     QString ConfigPath(const QString& name = QString()) const { return home.filePath("config/" + name); }
@@ -43,21 +44,18 @@ public:
         QMap<QString, QString> values;
         const auto tree = Open();
         tree->beginGroup(key);
-        for (QString name : tree->allKeys()) {
-            const QString value = tree->value(name).toString();
-            if (name.section('/', -1) == ".") {
-                name.replace(name.size() - 1, 1, "Default"); // How the registry lists its unnamed values.
-            }
-            values.insert(name, value);
+        for (const QString& name : tree->allKeys()) {
+            // The registry lists its unnamed values as ".".
+            values.insert(QString(name).replace(QRegularExpression("(^|/)\\.$"), "\\1Default"),
+                          tree->value(name).toString());
         }
         return values;
     }
 
     static void Write(const QString& path, const QByteArray& content)
     {
-        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
         QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(QDir().mkpath(QFileInfo(file).path()) && file.open(QIODevice::WriteOnly));
         QCOMPARE(file.write(content), content.size());
     }
 
@@ -67,17 +65,15 @@ public:
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
     }
 
-    /// What a program printed, or why it failed.
+    /// What a program printed, or that it failed.
     static QByteArray Run(const QString& program, const QStringList& arguments)
     {
         QProcess process;
         process.start(program, arguments);
-        if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit ||
-            process.exitCode() != 0) {
-            return "failed: " + process.errorString().toUtf8() + process.readAll() +
-                   process.readAllStandardError();
-        }
-        return process.readAll().trimmed();
+        process.waitForFinished(60000);
+        const QByteArray printed = process.readAllStandardOutput().trimmed();
+        const bool done = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+        return done ? printed : "failed: " + printed + process.readAllStandardError();
     }
 
 private:

@@ -177,15 +177,17 @@ void TestShell::files()
     held.open(QIODevice::ReadOnly);
     const bool answer = Call(call.split(' '));
     held.close();
+    // Where paths begin with a drive, the rows leave out what stands between it and the folder.
+    const QString way = dir.path().contains(':') ? dir.path().mid(2) : QString();
     QStringList told;
     for (const auto& line : log.lines) {
-        told += QString("%1: %2").arg(line.level).arg(QDir::fromNativeSeparators(line.text));
+        told += QString("%1: %2").arg(line.level).arg(QDir::fromNativeSeparators(line.text).remove(way));
         QCOMPARE(line.channel, "common.shell");
     }
     QDir::setCurrent(before);
     QCOMPARE(answer, result);
     QCOMPARE(filetree::Snapshot(dir.path()), expected);
-    QCOMPARE(told, lines.replaceInStrings("DIR", dir.path()));
+    QCOMPARE(told, lines.replaceInStrings("DIR", dir.path().remove(way)));
 }
 
 void TestShell::scanFiles()

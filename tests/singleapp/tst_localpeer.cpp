@@ -1,6 +1,4 @@
-#include <common/singleapp/qtlocalpeer.h>
-
-#include "thread.h"
+#include "peers.h"
 
 #include <QDataStream>
 #include <QElapsedTimer>
@@ -9,8 +7,6 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
 
 #include <cstdio>
 #include <vector>
@@ -20,31 +16,6 @@ using QtLP_Private::QtLockedFile;
 namespace
 {
 
-/// What a process of its own hands over, and whether it was told that it arrived.
-bool SendFromElsewhere(const QString& appId, const QString& text, int timeout = 20000)
-{
-    bool sent = false;
-    const auto thread = StartThread([&] { sent = QtLocalPeer(nullptr, appId).sendMessage(text, timeout); });
-    while (!thread->wait(1)) {
-        QCoreApplication::processEvents();
-    }
-    QTest::qWait(1);
-    return sent;
-}
-
-/// The name of the only lock file that belongs to `appId`, without its ending, which is the socket's name.
-QString SocketName(const QString& appId)
-{
-    const QStringList before = QDir::temp().entryList(QDir::Files);
-    const QtLocalPeer peer(nullptr, appId);
-    QStringList after = QDir::temp().entryList(QDir::Files);
-    for (const QString& name : before) {
-        after.removeOne(name);
-    }
-    const QString name = after.value(0);
-    return name.endsWith("-lockfile") ? name.chopped(9) : QString();
-}
-
 std::unique_ptr<QLocalSocket> ConnectTo(const QString& socketName)
 {
     auto socket = std::make_unique<QLocalSocket>();
@@ -52,14 +23,8 @@ std::unique_ptr<QLocalSocket> ConnectTo(const QString& socketName)
     return socket->waitForConnected(10000) ? std::move(socket) : nullptr;
 }
 
-QByteArray OnTheWire(const QByteArray& text)
-{
-    QByteArray bytes;
-    QDataStream(&bytes, QIODevice::WriteOnly).writeBytes(text.constData(), static_cast<uint>(text.size()));
-    return bytes;
-}
-
-QByteArray WithLength(quint32 length, const QByteArray& text)
+/// A text on the wire, with a length that may be a lie.
+QByteArray OnTheWire(const QByteArray& text, quint32 length)
 {
     QByteArray bytes;
     QDataStream(&bytes, QIODevice::WriteOnly) << length;
@@ -85,19 +50,16 @@ class TestLocalPeer : public QObject
 private Q_SLOTS:
     void names_data();
     void names();
-    void ownNameWithoutId();
     void handOver_data();
     void handOver();
-    void claimOnFirstUse();
-    void takeOver();
+    void claim();
     void takeOverFromKilled();
     void lockFileCannotBeMade();
     void clients_data();
     void clients();
-    void dribblingClient();
-    void silentClients();
+    void slowClients();
+    void longTextsAreCounted();
     void receiverDeletesPeer();
-    void foreignAnswer();
     void firstThatDoesNotAnswer();
 };
 
@@ -107,8 +69,8 @@ void TestLocalPeer::names_data()
     QTest::addColumn<QString>("expected");
 
     // The checksums are CRC-16 of ISO 3309, calculated by another program.
-    QTest::newRow("letters only, cut") << "App 2-x"
-                                       << "qtsingleapp-Appx-d490";
+    QTest::newRow("letters only") << "App 2-x"
+                                  << "qtsingleapp-Appx-d490";
     QTest::newRow("no letters") << "123"
                                 << "qtsingleapp--9cb4";
     QTest::newRow("same prefix, a") << "vexline-a"
@@ -116,6 +78,8 @@ void TestLocalPeer::names_data()
     QTest::newRow("same prefix, b") << "vexline-b"
                                     << "qtsingleapp-vexlin-ee6d";
     QTest::newRow("long") << "Vexline" + QString(300, u'x') << "qtsingleapp-Vexlin-e60a";
+    QTest::newRow("path of the executable") << ""
+                                            << "qtsingleapp-tstloc-";
 }
 
 void TestLocalPeer::names()
@@ -124,22 +88,16 @@ void TestLocalPeer::names()
     QFETCH(QString, expected);
 
     const QString name = SocketName(appId);
-    QCOMPARE(name.section(u'-', 0, -2), expected);
-    QVERIFY(QRegularExpression("^[0-9a-f]+$").match(name.section(u'-', -1)).hasMatch());
-}
-
-void TestLocalPeer::ownNameWithoutId()
-{
-    const QtLocalPeer peer(nullptr, QString());
-    QCOMPARE(peer.applicationId(), QCoreApplication::applicationFilePath().toLower());
-    QCOMPARE(QDir::temp().entryList({"qtsingleapp-tstloc-*-lockfile"}).size(), 1);
+    QVERIFY2(QRegularExpression('^' + expected + "[0-9a-f]*-[0-9a-f]+$").match(name).hasMatch(),
+             qPrintable(name));
+    const QString path = QCoreApplication::applicationFilePath().toLower();
+    QCOMPARE(QtLocalPeer(nullptr, appId).applicationId(), appId.isEmpty() ? path : appId);
 }
 
 void TestLocalPeer::handOver_data()
 {
     QTest::addColumn<QString>("text");
 
-    QTest::newRow("address") << "--callto tel:+74951234567";
     QTest::newRow("nothing") << "";
     QTest::newRow("beyond Latin") << u"\u0442\u0435\u0441\u0442 \U0001F4DE"_qs;
     QTest::newRow("zero inside") << u"a\0b"_qs;
@@ -156,31 +114,18 @@ void TestLocalPeer::handOver()
     QVERIFY(SendFromElsewhere("handOver", text));
     QTRY_COMPARE(received.size(), 1);
     QCOMPARE(received.at(0).at(0).toString(), text);
-    QVERIFY(!first.isSecondary());
     QVERIFY2(!first.sendMessage(text, 1000), "the first has nobody to talk to");
 }
 
-void TestLocalPeer::claimOnFirstUse()
+void TestLocalPeer::claim()
 {
-    QtLocalPeer undecided(nullptr, "claim");
-    QtLocalPeer sender(nullptr, "claim");
-    QVERIFY(!sender.sendMessage("to nobody", 1000));
-    QVERIFY(!sender.isSecondary());
-    bool secondary = false;
-    StartThread([&] { secondary = QtLocalPeer(nullptr, "claim").isSecondary(); })->wait();
-    QVERIFY(secondary);
-}
-
-void TestLocalPeer::takeOver()
-{
-    auto first = std::make_unique<QtLocalPeer>(nullptr, "takeOver");
+    const QtLocalPeer undecided(nullptr, "claim");
+    auto first = std::make_unique<QtLocalPeer>(nullptr, "claim");
+    QVERIFY2(!first->sendMessage("to nobody", 1000), "becomes the first");
     QVERIFY(!first->isSecondary());
+    QVERIFY(IsTaken("claim"));
     first.reset();
-    QtLocalPeer second(nullptr, "takeOver");
-    QVERIFY(!second.isSecondary());
-    QSignalSpy received(&second, &QtLocalPeer::messageReceived);
-    QVERIFY(SendFromElsewhere("takeOver", "hello"));
-    QTRY_COMPARE(received.size(), 1);
+    QVERIFY(!IsTaken("claim"));
 }
 
 void TestLocalPeer::takeOverFromKilled()
@@ -221,26 +166,28 @@ void TestLocalPeer::clients_data()
     QTest::addColumn<QString>("expected");
     QTest::addColumn<QString>("warning");
 
-    const QByteArray whole = OnTheWire("hello");
-    for (int size = 0; size <= whole.size(); ++size) {
+    const QByteArray whole = OnTheWire("hello", 5);
+    const QString disconnected = "QtLocalPeer: Peer disconnected";
+    for (int size = 0; size < 4; ++size) {
+        QTest::addRow("leaves after %d bytes", size) << whole.left(size) << true << QString() << disconnected;
+    }
+    for (int size = 4; size <= whole.size(); ++size) {
         const QByteArray text = whole.mid(4, size - 4).leftJustified(5, '\0');
         QTest::addRow("leaves after %d bytes", size)
-            << whole.left(size) << true << (size < 4 ? QString() : QString::fromLatin1(text))
-            << (size < 4 ? "QtLocalPeer: Peer disconnected" : "");
+            << whole.left(size) << true << QString::fromLatin1(text) << "";
     }
     QTest::newRow("pause inside") << whole.left(6) << false << u"he\0\0\0"_qs << "";
-    QTest::newRow("stays after the answer") << whole << false << "hello"
-                                            << "";
-    QTest::newRow("says more than announced") << whole + "world" << false << "hello"
-                                              << "";
-    const QString failure = "QtLocalPeer: Message reception failed a text of %1 bytes is too long";
-    QTest::newRow("claims 4 GiB") << WithLength(0xffffffff, "x") << true << QString()
-                                  << failure.arg(0xffffffff);
+    QTest::newRow("stays, with more than announced") << whole + "world" << false << "hello"
+                                                     << "";
+    constexpr quint32 limit = 16 * 1024 * 1024;
+    const QString tooLong = "QtLocalPeer: Message reception failed a text of %1 bytes is too long";
+    QTest::newRow("claims 4 GiB") << OnTheWire("x", 0xffffffff) << true << QString()
+                                  << tooLong.arg(0xffffffff);
     QTest::newRow("claims a byte too much")
-        << WithLength(16 * 1024 * 1024 + 1, "x") << false << QString() << failure.arg(16 * 1024 * 1024 + 1);
-    QTest::newRow("claims 16 MiB") << WithLength(16 * 1024 * 1024, "x") << true
-                                   << "x" + QString(16 * 1024 * 1024 - 1, QChar(u'\0')) << "";
-    QTest::newRow("no UTF-8") << OnTheWire("a\xff") << true << u"a\ufffd"_qs << "";
+        << OnTheWire("x", limit + 1) << false << QString() << tooLong.arg(limit + 1);
+    QTest::newRow("claims 16 MiB") << OnTheWire("x", limit) << true << "x" + QString(limit - 1, QChar(u'\0'))
+                                   << "";
+    QTest::newRow("no UTF-8") << OnTheWire("a\xff", 2) << true << u"a\ufffd"_qs << "";
 }
 
 void TestLocalPeer::clients()
@@ -275,54 +222,56 @@ void TestLocalPeer::clients()
     QCOMPARE(received.at(0).at(0).toString(), "honest");
 }
 
-void TestLocalPeer::dribblingClient()
+// All places taken by clients that say nothing, and one that says a little from time to time.
+void TestLocalPeer::slowClients()
 {
-    const QString socketName = SocketName("dribble");
-    QtLocalPeer first(nullptr, "dribble");
+    const QString socketName = SocketName("slow");
+    QtLocalPeer first(nullptr, "slow");
     QVERIFY(!first.isSecondary());
     QSignalSpy received(&first, &QtLocalPeer::messageReceived);
-    const auto client = ConnectTo(socketName);
-    QVERIFY(client);
-    for (const char byte : OnTheWire("hello")) {
-        client->putChar(byte);
-        QTest::qWait(300); // Longer than the patience with a text, all in all.
-    }
-    QTRY_COMPARE(received.size(), 1);
-    QCOMPARE(received.at(0).at(0).toString(), "hello");
-    QCOMPARE(client->readAll(), QByteArray("ack"));
-}
-
-void TestLocalPeer::silentClients()
-{
-    const QString socketName = SocketName("silent");
-    QtLocalPeer first(nullptr, "silent");
-    QVERIFY(!first.isSecondary());
-    QSignalSpy received(&first, &QtLocalPeer::messageReceived);
-
     std::vector<std::unique_ptr<QLocalSocket>> clients;
-    for (int i = 0; i < 127; ++i) {
+    for (int i = 0; i < 128; ++i) {
         clients.push_back(ConnectTo(socketName));
         QVERIFY(clients.back());
         QCoreApplication::processEvents();
     }
-    QElapsedTimer timer;
-    timer.start();
-    QVERIFY(SendFromElsewhere("silent", "no waiting"));
-    QVERIFY2(timer.elapsed() < 2000, "a place is left, so nobody waits for the silent ones");
-
+    const QByteArray text = OnTheWire("hello", 5);
+    for (const char byte : text) {
+        clients.back()->putChar(byte);
+        QTest::qWait(260); // Longer than the patience with a text, all in all.
+    }
+    QTRY_COMPARE(received.size(), 1);
+    QCOMPARE(received.at(0).at(0).toString(), "hello");
     clients.push_back(ConnectTo(socketName));
-    QVERIFY(clients.back());
-    QTest::ignoreMessage(QtWarningMsg, "QtLocalPeer: Peer disconnected");
-    QVERIFY2(SendFromElsewhere("silent", "place made"), "the oldest silent one has to go");
-    QTRY_COMPARE(received.size(), 2);
-
-    clients.back()->write(OnTheWire("late"));
-    QTRY_COMPARE(received.size(), 3);
-    for (int i = 0; i < 126; ++i) {
+    for (int i = 0; i < 127; ++i) {
         QTest::ignoreMessage(QtWarningMsg, "QtLocalPeer: Peer disconnected");
     }
+    QVERIFY2(SendFromElsewhere("slow", "place made"), "the oldest silent one has to go");
+    QTRY_COMPARE(received.size(), 2);
+    clients.back()->write(text);
+    QTRY_COMPARE(received.size(), 3);
     clients.clear();
     QTest::qWait(100);
+}
+
+void TestLocalPeer::longTextsAreCounted()
+{
+    const QString socketName = SocketName("long");
+    QtLocalPeer first(nullptr, "long");
+    QVERIFY(!first.isSecondary());
+    QSignalSpy received(&first, &QtLocalPeer::messageReceived);
+    QTest::ignoreMessage(QtWarningMsg, "QtLocalPeer: Message reception failed too many long texts at once");
+    std::vector<std::unique_ptr<QLocalSocket>> clients;
+    for (int i = 0; i < 3; ++i) {
+        clients.push_back(ConnectTo(socketName));
+        QVERIFY(clients.back());
+        clients.back()->write(OnTheWire("x", 16 * 1024 * 1024));
+        clients.back()->flush();
+        QCoreApplication::processEvents();
+    }
+    QVERIFY2(SendFromElsewhere("long", QString(64 * 1024, u'x')), "shorter ones get through");
+    QTRY_COMPARE(received.size(), 3);
+    QVERIFY2(SendFromElsewhere("long", QString(16 * 1024 * 1024, u'x')), "the room is given back");
 }
 
 void TestLocalPeer::receiverDeletesPeer()
@@ -338,20 +287,6 @@ void TestLocalPeer::receiverDeletesPeer()
     QTRY_VERIFY(deleted);
 }
 
-void TestLocalPeer::foreignAnswer()
-{
-    const QString socketName = SocketName("foreign");
-    QtLockedFile lockFile(QDir::temp().filePath(socketName + "-lockfile"));
-    QVERIFY(lockFile.open(QIODevice::ReadWrite) && lockFile.lock(QtLockedFile::WriteLock, false));
-    QLocalServer server;
-    QVERIFY(server.listen(socketName));
-    connect(&server, &QLocalServer::newConnection, this, [&server] {
-        QLocalSocket* const socket = server.nextPendingConnection();
-        connect(socket, &QLocalSocket::readyRead, socket, [socket] { socket->write("nak"); });
-    });
-    QVERIFY(!SendFromElsewhere("foreign", "hello"));
-}
-
 void TestLocalPeer::firstThatDoesNotAnswer()
 {
     const QString socketName = SocketName("mute");
@@ -361,6 +296,14 @@ void TestLocalPeer::firstThatDoesNotAnswer()
     timer.start();
     QVERIFY(!SendFromElsewhere("mute", "hello", 400));
     QVERIFY2(timer.elapsed() >= 200 + 250 + 200, "half the time, a pause, half the time");
+
+    QLocalServer server;
+    QVERIFY(server.listen(socketName));
+    connect(&server, &QLocalServer::newConnection, this, [&server] {
+        QLocalSocket* const socket = server.nextPendingConnection();
+        connect(socket, &QLocalSocket::readyRead, socket, [socket] { socket->write("nak"); });
+    });
+    QVERIFY2(!SendFromElsewhere("mute", "hello"), "another answer");
 }
 
 int main(int argc, char** argv)
@@ -368,11 +311,7 @@ int main(int argc, char** argv)
     if (argc == 3 && qstrcmp(argv[1], "first") == 0) {
         return RunChild(argc, argv);
     }
-    // The files of this run only, in a folder that children inherit.
-    const QTemporaryDir dir;
-    for (const char* variable : {"TMPDIR", "TMP", "TEMP"}) {
-        qputenv(variable, dir.path().toLocal8Bit());
-    }
+    const PrivateTemp temp;
     QCoreApplication application(argc, argv);
     TestLocalPeer test;
     return QTest::qExec(&test, argc, argv);

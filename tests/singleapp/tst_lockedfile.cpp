@@ -1,11 +1,9 @@
+#include "peers.h"
+
 #include <common/singleapp/qtlockedfile.h>
 
-#include "thread.h"
-
 #include <QProcess>
-#include <QRegularExpression>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QSemaphore>
 
 #include <cstdio>
 #include <vector>
@@ -20,14 +18,13 @@ class Holder
 {
 public:
     Holder(const QString& path, QtLockedFile::LockMode mode, bool block = false)
-    {
-        thread = StartThread([this, path, mode, block] {
+        : thread([this, path, mode, block] {
             QtLockedFile file(path);
             taken = file.open(QIODevice::ReadWrite) && file.lock(mode, block);
             decided.release();
             end.acquire();
-        });
-    }
+        })
+    {}
     ~Holder() { LetGo(); }
 
     bool HasDecided(int milliseconds) { return decided.tryAcquire(1, milliseconds); }
@@ -35,17 +32,17 @@ public:
     void LetGo()
     {
         end.release();
-        thread->wait();
+        thread.Join();
     }
 
 private:
-    std::unique_ptr<QThread> thread;
     QSemaphore decided;
     QSemaphore end;
     bool taken = false;
+    Thread thread;
 };
 
-/// Another process that does as Holder does.
+/// Another process that takes the lock and keeps it until it is killed.
 int RunChild(char* path)
 {
     QtLockedFile file(QString::fromLocal8Bit(path));
@@ -64,26 +61,21 @@ class TestLockedFile : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init()
+    {
+        path = dir.filePath(QTest::currentTestFunction() + QString("-") + QTest::currentDataTag());
+    }
     void refusals();
     void exclusion_data();
     void exclusion();
     void changeOfMode();
     void tooManyReaders();
-    void blockingWaits_data();
-    void blockingWaits();
-    void lockOutlastsClose();
     void freedByDeath();
 
 private:
     QTemporaryDir dir;
     QString path;
 };
-
-void TestLockedFile::init()
-{
-    path = dir.filePath(QTest::currentTestFunction() + QString("-") + QTest::currentDataTag());
-}
 
 void TestLockedFile::refusals()
 {
@@ -92,16 +84,13 @@ void TestLockedFile::refusals()
     QVERIFY(!file.lock(QtLockedFile::WriteLock, false));
     QTest::ignoreMessage(QtWarningMsg, "QtLockedFile::unlock(): file is not opened");
     QVERIFY(!file.unlock());
-
     QVERIFY(file.open(QIODevice::ReadWrite));
     file.write("kept");
     file.close();
     QTest::ignoreMessage(QtWarningMsg, "QtLockedFile::open(): Truncate mode not allowed.");
     QVERIFY(!file.open(QIODevice::ReadWrite | QIODevice::Truncate));
-    QVERIFY(!file.isOpen());
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), QByteArray("kept"));
-    QVERIFY(file.unlock());
     QVERIFY2(file.lock(QtLockedFile::ReadLock, false), "a reader needs no right to write");
 }
 
@@ -130,8 +119,10 @@ void TestLockedFile::exclusion()
     QCOMPARE(file.lock(wanted, false), expected);
     QCOMPARE(file.isLocked(), expected);
     QVERIFY(file.unlock());
+    Holder waiting(path, wanted, true);
+    QCOMPARE(waiting.HasDecided(expected ? 30000 : 100), expected);
     holder.LetGo();
-    QVERIFY(file.lock(wanted, false));
+    QVERIFY(expected || waiting.HasTaken());
 }
 
 void TestLockedFile::changeOfMode()
@@ -147,6 +138,9 @@ void TestLockedFile::changeOfMode()
     QVERIFY2(!file.isLocked(), "the read lock is lost with the failed change");
     reader.LetGo();
     QVERIFY(file.lock(QtLockedFile::WriteLock, false));
+    file.close();
+    QVERIFY2(!Holder(path, QtLockedFile::WriteLock).HasTaken(), "the lock outlasts the close");
+    QVERIFY(file.open(QIODevice::ReadWrite));
     QVERIFY(file.lock(QtLockedFile::NoLock, false));
     QVERIFY(Holder(path, QtLockedFile::WriteLock).HasTaken());
 }
@@ -167,37 +161,6 @@ void TestLockedFile::tooManyReaders()
     QVERIFY(file.lock(QtLockedFile::ReadLock, false));
     readers.clear();
     QVERIFY(file.lock(QtLockedFile::WriteLock, false));
-}
-
-void TestLockedFile::blockingWaits_data()
-{
-    exclusion_data();
-}
-
-void TestLockedFile::blockingWaits()
-{
-    QFETCH(QtLockedFile::LockMode, held);
-    QFETCH(QtLockedFile::LockMode, wanted);
-    QFETCH(bool, expected);
-
-    Holder first(path, held);
-    QVERIFY(first.HasTaken());
-    Holder second(path, wanted, true);
-    QCOMPARE(second.HasDecided(expected ? 30000 : 100), expected);
-    first.LetGo();
-    QVERIFY(expected || second.HasTaken());
-}
-
-void TestLockedFile::lockOutlastsClose()
-{
-    QtLockedFile file(path);
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    QVERIFY(file.lock(QtLockedFile::WriteLock, false));
-    file.close();
-    QVERIFY(!Holder(path, QtLockedFile::WriteLock).HasTaken());
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    QVERIFY(file.unlock());
-    QVERIFY(Holder(path, QtLockedFile::WriteLock).HasTaken());
 }
 
 void TestLockedFile::freedByDeath()

@@ -1,15 +1,11 @@
 #include <common/singleapp/qtsingleapplication.h>
 
-#include "thread.h"
-
-#include <common/singleapp/qtlocalpeer.h>
+#include "peers.h"
 
 #include <QMetaMethod>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QWidget>
 
 namespace
@@ -17,27 +13,17 @@ namespace
 
 const QString appId = "single application";
 
-bool SendFromElsewhere(const QString& text)
-{
-    bool sent = false;
-    const auto thread = StartThread([&] { sent = QtLocalPeer(nullptr, appId).sendMessage(text, 20000); });
-    while (!thread->wait(1)) {
-        QCoreApplication::processEvents();
-    }
-    return sent;
-}
-
-/// Counts how often it is brought to the front.
+/// Keeps the states that it was given, in their order.
 class Window : public QWidget
 {
 public:
-    int shownNormal = 0;
+    QList<Qt::WindowStates> states;
 
 protected:
     void changeEvent(QEvent* event) override
     {
-        if (event->type() == QEvent::WindowStateChange && !isMinimized()) {
-            ++shownNormal;
+        if (event->type() == QEvent::WindowStateChange) {
+            states += windowState();
         }
         QWidget::changeEvent(event);
     }
@@ -54,6 +40,9 @@ private Q_SLOTS:
     void claimAndMessages();
     void activationConnections();
     void activation();
+
+private:
+    QtSingleApplication* const application = static_cast<QtSingleApplication*>(qApp);
 };
 
 void TestSingleApplication::methodOrder()
@@ -69,48 +58,46 @@ void TestSingleApplication::methodOrder()
 
 void TestSingleApplication::claimAndMessages()
 {
-    auto* const application = static_cast<QtSingleApplication*>(qApp);
     QCOMPARE(application->id(), appId);
-    bool secondary = true;
-    StartThread([&] { secondary = QtLocalPeer(nullptr, appId).isSecondary(); })->wait();
-    QVERIFY2(!secondary, "undecided until asked");
-    QVERIFY(!application->isRunning());
+    QVERIFY2(!IsTaken(appId), "undecided until asked");
     QVERIFY(!application->isRunning());
     application->initialize(true);
+    QVERIFY(!application->isRunning());
     QVERIFY(!application->sendMessage("to nobody"));
     QSignalSpy received(application, &QtSingleApplication::messageReceived);
-    QVERIFY(SendFromElsewhere("hello"));
+    QVERIFY(SendFromElsewhere(appId, "hello"));
     QTRY_COMPARE(received.size(), 1);
     QCOMPARE(received.at(0).at(0).toString(), "hello");
 }
 
 void TestSingleApplication::activationConnections()
 {
-    auto* const application = static_cast<QtSingleApplication*>(qApp);
     QSignalSpy received(application, &QtSingleApplication::messageReceived);
     application->setActivationWindow(nullptr, true);
-    QVERIFY(SendFromElsewhere("nothing to do"));
+    QVERIFY(SendFromElsewhere(appId, "nothing to do"));
     QTRY_COMPARE(received.size(), 1);
-    QVERIFY(application->activationWindow() == nullptr);
 
     Window window;
-    window.showMinimized();
-    window.shownNormal = 0;
-    application->setActivationWindow(&window, true);
+    window.setWindowState(Qt::WindowMinimized | Qt::WindowMaximized);
+    window.states.clear();
     application->setActivationWindow(&window, false);
-    QVERIFY(SendFromElsewhere("not activated"));
-    QTRY_COMPARE(received.size(), 2);
-    QVERIFY(window.isMinimized());
     QVERIFY(application->activationWindow() == &window);
+    QVERIFY(SendFromElsewhere(appId, "not activated"));
+    QTRY_COMPARE(received.size(), 2);
+    QVERIFY(window.states.isEmpty());
+
+    application->setActivationWindow(&window, true);
+    QVERIFY(SendFromElsewhere(appId, "activated"));
+    QTRY_COMPARE(received.size(), 3);
+    // What the window system makes of it comes later.
+    QCOMPARE(window.states.value(0), Qt::WindowStates(Qt::WindowMaximized));
     application->setActivationWindow(nullptr, false);
 }
 
 // The real thing, where there is a window manager: from behind and from the task bar to the front.
 void TestSingleApplication::activation()
 {
-    auto* const application = static_cast<QtSingleApplication*>(qApp);
     Window window;
-    window.setWindowTitle("activated");
     window.resize(300, 200);
     application->setActivationWindow(&window, true);
     window.show();
@@ -121,13 +108,14 @@ void TestSingleApplication::activation()
     other.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&other));
 
-    QVERIFY(SendFromElsewhere("come to the front"));
+    QVERIFY(SendFromElsewhere(appId, "come to the front"));
     QVERIFY(QTest::qWaitForWindowActive(&window));
 
     window.showMinimized();
     other.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&other));
-    QVERIFY(SendFromElsewhere("and from the task bar"));
+    QTRY_VERIFY(window.isMinimized());
+    QVERIFY(SendFromElsewhere(appId, "and from the task bar"));
     QVERIFY(QTest::qWaitForWindowActive(&window));
     QTRY_VERIFY(!window.isMinimized());
     application->setActivationWindow(nullptr, false);
@@ -139,12 +127,7 @@ class Desktop
 public:
     bool Start()
     {
-        const QString server = QStandardPaths::findExecutable("Xvfb");
-        const QString windowManager = QStandardPaths::findExecutable("openbox");
-        if (server.isEmpty() || windowManager.isEmpty()) {
-            return false;
-        }
-        display.start(server, {"-displayfd", "1", "-screen", "0", "1024x768x24", "-nolisten", "tcp"});
+        display.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1024x768x24", "-nolisten", "tcp"});
         if (!display.waitForReadyRead(30000)) {
             return false;
         }
@@ -152,7 +135,7 @@ public:
         qputenv("QT_QPA_PLATFORM", "xcb");
         // Otherwise libdbus looks for a session, and what it loses on the way is not for us to mend.
         qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
-        manager.start(windowManager, {"--sm-disable", "--startup", "echo ready"});
+        manager.start("openbox", {"--sm-disable", "--startup", "echo ready"});
         return manager.waitForReadyRead(30000);
     }
 
@@ -171,10 +154,7 @@ private:
 
 int main(int argc, char** argv)
 {
-    const QTemporaryDir dir;
-    for (const char* variable : {"TMPDIR", "TMP", "TEMP"}) {
-        qputenv(variable, dir.path().toLocal8Bit());
-    }
+    const PrivateTemp temp;
 #ifndef Q_OS_WIN
     Desktop desktop;
     if (!desktop.Start()) {

@@ -8,7 +8,15 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#ifdef Q_OS_UNIX
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
 using tools::JsonFile;
+using tools::cipher::AES;
 
 namespace
 {
@@ -18,28 +26,34 @@ const QJsonObject sample{{"name", "Жанна"}, {"list", QJsonArray{1, 2.5, QJs
 QByteArray ReadFile(const QString& path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        qFatal("%s cannot be read", qPrintable(path));
-    }
-    return file.readAll();
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : "no such file";
 }
 
 void WriteFile(const QString& path, const QByteArray& bytes)
 {
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size()) {
-        qFatal("%s cannot be written", qPrintable(path));
-    }
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
 }
 
-template<typename Value>
-QString Printed(const Value& value)
+/// Runs Load or Save; gives what was logged about a failure, and nothing after a success.
+QString Failure(JsonFile&& file, bool (JsonFile::*step)())
 {
-    QString text;
-    QTextStream stream(&text);
-    stream << value;
-    stream.flush();
-    return text;
+    RecordingLogger logger;
+    if ((file.*step)()) {
+        return logger.lines.empty() ? "" : "success with a line";
+    }
+    const char* function = step == &JsonFile::Load ? "tools::JsonFile::Load" : "tools::JsonFile::Save";
+    QStringList texts;
+    for (const auto& line : logger.lines) {
+        const bool isTold = line.level == 3 && line.channel == "jsonfile" && line.function == function;
+        texts += isTold ? line.text : "wrong line: " + line.text;
+    }
+    return texts.isEmpty() ? "failed in silence" : texts.join('\n');
+}
+
+QStringList Names(const QString& folder)
+{
+    return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
 }
 
 } // namespace
@@ -48,199 +62,168 @@ class TestJsonFile : public QObject
 {
     Q_OBJECT
 
-    QTemporaryDir dir;
+    QString File(const char* name) const { return dir->filePath(QString(name)); }
+
+    std::unique_ptr<QTemporaryDir> dir;
+    QString old; ///< A file that holds `sample`.
 
 private Q_SLOTS:
-    void roundTrip_data();
+    void init();
     void roundTrip();
-    void wrongKey();
-    void noJson_data();
     void noJson();
-    void failures_data();
     void failures();
-    void directoryCannotBeMade();
-    void replacesTheFile();
-    void values();
-    void printing_data();
     void printing();
+#ifdef Q_OS_UNIX
+    void links();
+    void devices();
+    void fullDisk();
+    void closedFolder();
+#endif
 };
 
-void TestJsonFile::roundTrip_data()
+void TestJsonFile::init()
 {
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QJsonDocument>("document");
-
-    // Texts of 16 sizes, so that the padding has each length.
-    for (int size = 0; size < 16; ++size) {
-        const QJsonObject object{{"text", QString(size, 'x')}};
-        QTest::addRow("object, %d", size) << "secret" << QJsonDocument(object);
-    }
-    QTest::newRow("array") << "secret" << QJsonDocument(QJsonArray{1, "Ж"});
-    QTest::newRow("null document") << "secret" << QJsonDocument();
-    QTest::newRow("plain text") << "" << QJsonDocument(sample);
-    QTest::newRow("plain null document") << "" << QJsonDocument();
+    dir = std::make_unique<QTemporaryDir>();
+    old = File("new/folder/файл.json");
+    QCOMPARE(Failure({old, sample, QString()}, &JsonFile::Save), "");
 }
 
 void TestJsonFile::roundTrip()
 {
-    QFETCH(QString, key);
-    QFETCH(QJsonDocument, document);
-
-    const QString path = dir.filePath("new/folder/файл.json");
-    QVERIFY(JsonFile(path, document, key).Save());
-    const QByteArray bytes = ReadFile(path);
-    const QByteArray plain = document.toJson(QJsonDocument::Indented);
-    if (key.isEmpty()) {
-        QCOMPARE(bytes, plain);
-    } else {
-        QByteArray expected;
-        QCOMPARE(bytes, tools::cipher::AES::encrypt(key, plain, expected));
+    QList<QJsonDocument> documents{QJsonDocument(), QJsonDocument(QJsonArray{1, "Ж"}), QJsonDocument(sample)};
+    for (int size = 0; size < 16; ++size) { // so that the padding has each length
+        documents += QJsonDocument(QJsonObject{{"text", QString(size, 'x')}});
     }
-    JsonFile file(path, key);
-    QVERIFY(file.Load());
-    QCOMPARE(file.Document(), document);
-    QVERIFY(QDir(dir.filePath("new")).removeRecursively());
-}
-
-void TestJsonFile::wrongKey()
-{
-    const QString path = dir.filePath("wrong.json");
-    QVERIFY(JsonFile(path, sample, "right").Save());
-    for (const QString key : {"wrong", ""}) {
-        JsonFile file(path, sample, key);
-        QVERIFY(file.Load());
-        QVERIFY(file.Document().isNull());
-        QVERIFY(file.Object().isEmpty());
+    QVERIFY(QFile::setPermissions(old, QFile::ReadOwner | QFile::WriteOwner));
+    const auto permissions = QFile::permissions(old);
+    for (const QString& key : {QString(), QString("secret"), QString(32, 'k')}) {
+        for (const QJsonDocument& document : documents) {
+            QCOMPARE(Failure({old, document, key}, &JsonFile::Save), "");
+            QByteArray expected = document.toJson(QJsonDocument::Indented);
+            QCOMPARE(ReadFile(old), key.isEmpty() ? expected : AES::encrypt(key, expected, expected));
+            JsonFile loaded(old, key);
+            QVERIFY(loaded.Load());
+            QCOMPARE(loaded.Document(), document);
+            QCOMPARE(loaded.Object(), document.object());
+        }
     }
-}
-
-void TestJsonFile::noJson_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-
-    QTest::newRow("empty") << QByteArray();
-    QTest::newRow("text") << QByteArray("hello");
-    QTest::newRow("half an object") << QByteArray("{\"a\":");
-    QTest::newRow("zero bytes") << QByteArray(33, '\0');
-    QTest::newRow("nested too deep") << QByteArray(1000000, '[');
+    QCOMPARE(QFile::permissions(old), permissions);
+    QCOMPARE(Names(File("new/folder")), QStringList{"файл.json"});
 }
 
 void TestJsonFile::noJson()
 {
-    QFETCH(QByteArray, bytes);
-
-    const QString path = dir.filePath("nojson.json");
-    WriteFile(path, bytes);
-    for (const QString key : {"", "key"}) {
-        RecordingLogger logger;
-        JsonFile file(path, sample, key);
-        QVERIFY(file.Load());
-        QVERIFY(file.Document().isNull());
-        QVERIFY(logger.lines.empty());
+    QByteArray enciphered;
+    AES::encrypt("another key", "{}", enciphered);
+    for (const QByteArray& bytes :
+         {QByteArray("{\"a\":"), QByteArray(33, '\0'), QByteArray(1000000, '['), enciphered}) {
+        WriteFile(old, bytes);
+        for (const QString key : {"", "key"}) {
+            JsonFile file(old, sample, key);
+            QVERIFY(file.Load());
+            QVERIFY(file.Document().isNull());
+        }
     }
-}
-
-void TestJsonFile::failures_data()
-{
-    QTest::addColumn<QString>("fileName");
-    QTest::addColumn<bool>("save");
-    QTest::addColumn<QString>("text");
-
-    const QString folder = dir.path();
-    const QString missing = dir.filePath("missing.json");
-    QTest::newRow("load, no name") << "" << false << "FileName is empty!";
-    QTest::newRow("save, no name") << "" << true << "FileName is empty!";
-    QTest::newRow("load, no file") << missing << false
-                                   << QString("Failed to open file '%1' for read!").arg(missing);
-    QTest::newRow("save to a folder")
-        << folder << true << QString("Failed to open file '%1' for write!").arg(folder);
 }
 
 void TestJsonFile::failures()
 {
-    QFETCH(QString, fileName);
-    QFETCH(bool, save);
-    QFETCH(QString, text);
-
-    RecordingLogger logger;
-    JsonFile file(fileName, sample, QString());
-    QVERIFY(!(save ? file.Save() : file.Load()));
+    QCOMPARE(Failure({"", ""}, &JsonFile::Load), "FileName is empty!");
+    QCOMPARE(Failure({"", ""}, &JsonFile::Save), "FileName is empty!");
+    const QString missing = File("missing.json");
+    JsonFile file(missing, sample, "");
+    QVERIFY(!file.Load());
     QCOMPARE(file.Object(), sample);
-    QCOMPARE(logger.lines.size(), std::size_t{1});
-    QCOMPARE(logger.lines.front().text, text);
-    QCOMPARE(logger.lines.front().level, 3);
-    QCOMPARE(logger.lines.front().channel, QByteArray("jsonfile"));
-    QCOMPARE(logger.lines.front().function,
-             QByteArray(save ? "tools::JsonFile::Save" : "tools::JsonFile::Load"));
-}
+    QCOMPARE(Failure({missing, ""}, &JsonFile::Load), "Failed to open file '" + missing + "' for read!");
 
-void TestJsonFile::directoryCannotBeMade()
-{
-    const QString obstacle = dir.filePath("obstacle");
-    WriteFile(obstacle, "x");
-    const QString path = obstacle + "/sub/file.json";
-    RecordingLogger logger;
-    QVERIFY(!JsonFile(path, sample, QString()).Save());
-    QCOMPARE(logger.lines.size(), std::size_t{2});
-    QCOMPARE(logger.lines[0].text, QString("Failed to create directory '%1'!").arg(obstacle + "/sub"));
-    QCOMPARE(logger.lines[1].text, QString("Failed to open file '%1' for write!").arg(path));
-}
-
-void TestJsonFile::replacesTheFile()
-{
-    const QString path = dir.filePath("replaced/file.json");
-    QVERIFY(JsonFile(path, sample, QString()).Save());
-    QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner));
-    const auto permissions = QFile::permissions(path);
-    const QJsonObject other{{"a", 1}};
-    QVERIFY(JsonFile(path, other, QString()).Save());
-    QCOMPARE(ReadFile(path), QJsonDocument(other).toJson());
-    QCOMPARE(QFile::permissions(path), permissions);
-    QCOMPARE(QDir(dir.filePath("replaced")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
-             QStringList{"file.json"});
-}
-
-void TestJsonFile::values()
-{
-    const JsonFile first("a", sample, "k");
-    JsonFile second("b", "l");
-    QVERIFY(second.Document().isNull());
-    second = first;
-    const JsonFile third = std::move(second);
-    QCOMPARE(third.Object(), sample);
-    QCOMPARE(first.Document(), QJsonDocument(sample));
-}
-
-void TestJsonFile::printing_data()
-{
-    QTest::addColumn<QString>("printed");
-    QTest::addColumn<QString>("expected");
-
-    const QJsonObject object{{"a", "Ж"}};
-    const QJsonArray array{1};
-    const QString objectText = "{\n    \"a\": \"Ж\"\n}\n";
-    const QString arrayText = "[\n    1\n]\n";
-    QTest::newRow("document") << Printed(QJsonDocument(array)) << arrayText;
-    QTest::newRow("object") << Printed(object) << objectText;
-    QTest::newRow("array") << Printed(array) << arrayText;
-    QTest::newRow("object value") << Printed(QJsonValue(object)) << objectText;
-    QTest::newRow("array value") << Printed(QJsonValue(array)) << arrayText;
-    QTest::newRow("true") << Printed(QJsonValue(true)) << "1";
-    QTest::newRow("false") << Printed(QJsonValue(false)) << "0";
-    QTest::newRow("double") << Printed(QJsonValue(2.5)) << "2.5";
-    QTest::newRow("stream's own format of a double") << Printed(QJsonValue(1e7)) << "1e+07";
-    QTest::newRow("string") << Printed(QJsonValue("Ж")) << "Ж";
-    QTest::newRow("null") << Printed(QJsonValue(QJsonValue::Null)) << "(null)";
-    QTest::newRow("undefined") << Printed(QJsonValue(QJsonValue::Undefined)) << "(undefined)";
+    const QString folder = dir->path();
+    QCOMPARE(Failure({folder, ""}, &JsonFile::Save), "Failed to open file '" + folder + "' for write!");
+    QCOMPARE(Failure({old + "/b/c", ""}, &JsonFile::Save),
+             QString("Failed to create directory '%1/b'!\nFailed to open file '%1/b/c' for write!").arg(old));
+    QCOMPARE(Failure({old, QString(33, 'k')}, &JsonFile::Save),
+             "Failed to save document in file '" + old + "'!");
+    QCOMPARE(ReadFile(old), QJsonDocument(sample).toJson());
 }
 
 void TestJsonFile::printing()
 {
-    QFETCH(QString, printed);
-    QFETCH(QString, expected);
-
-    QCOMPARE(printed, expected);
+    QString text;
+    QTextStream stream(&text);
+    const QJsonObject object{{"a", "Ж"}};
+    stream << QJsonDocument(object) << object << QJsonValue(object);
+    QCOMPARE(text, QString("{\n    \"a\": \"Ж\"\n}\n").repeated(3));
+    text.clear();
+    stream << QJsonArray{1} << QJsonValue(QJsonArray{1});
+    QCOMPARE(text, QString("[\n    1\n]\n").repeated(2));
+    text.clear();
+    stream << QJsonValue(true) << QJsonValue(false) << ' ' << QJsonValue(2.5) << ' ' << QJsonValue(1e7)
+           << QJsonValue("Ж") << QJsonValue() << QJsonValue(QJsonValue::Undefined);
+    QCOMPARE(text, "10 2.5 1e+07Ж(null)(undefined)");
 }
+
+#ifdef Q_OS_UNIX
+
+void TestJsonFile::links()
+{
+    const QString link = File("new/folder/link.json");
+    const QString target = File("new/folder/target.json");
+    QVERIFY(QFile::link("target.json", link));
+    for (const int value : {1, 2}) { // the target is missing at first
+        const QJsonDocument document(QJsonArray{value});
+        QCOMPARE(Failure({link, document, ""}, &JsonFile::Save), "");
+        QVERIFY(QFileInfo(link).isSymLink() && !QFileInfo(target).isSymLink());
+        QCOMPARE(ReadFile(target), document.toJson());
+    }
+    const QString circle = File("circle.json");
+    QVERIFY(QFile::link("circle.json", circle));
+    QCOMPARE(Failure({circle, ""}, &JsonFile::Save), "Failed to open file '" + circle + "' for write!");
+    QVERIFY(QFileInfo(circle).isSymLink());
+}
+
+void TestJsonFile::devices()
+{
+    QCOMPARE(Failure({"/dev/full", sample, ""}, &JsonFile::Save),
+             "Failed to save document in file '/dev/full'!");
+    QVERIFY(!QFileInfo("/dev/full").isFile());
+    // Can be opened, but not be read.
+    QCOMPARE(Failure({"/proc/self/mem", ""}, &JsonFile::Load),
+             "Failed to open file '/proc/self/mem' for read!");
+}
+
+void TestJsonFile::fullDisk()
+{
+    // A limit on the size of files fails a write half-way, as a full disk does.
+    rlimit limit{};
+    QCOMPARE(getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const rlimit tight{100000, limit.rlim_max};
+    QVERIFY(std::signal(SIGXFSZ, SIG_IGN) != SIG_ERR);
+    QCOMPARE(setrlimit(RLIMIT_FSIZE, &tight), 0);
+    const QString failure = Failure({old, QJsonObject{{"a", QString(200000, 'x')}}, ""}, &JsonFile::Save);
+    setrlimit(RLIMIT_FSIZE, &limit);
+
+    QCOMPARE(failure, "Failed to save document in file '" + old + "'!");
+    QCOMPARE(ReadFile(old), QJsonDocument(sample).toJson());
+    QCOMPARE(Names(File("new/folder")), QStringList{"файл.json"});
+}
+
+void TestJsonFile::closedFolder()
+{
+    const auto change = [](const QString& path, mode_t mode) {
+        return chmod(QFile::encodeName(path).constData(), mode) == 0;
+    };
+    QVERIFY(change(old, 0666) && change(File("new/folder"), 0555) && change(dir->path(), 0755));
+    // The superuser is not refused anything.
+    constexpr uid_t nobody = 65534;
+    const bool isRoot = geteuid() == 0;
+    QVERIFY(!isRoot || seteuid(nobody) == 0);
+    const QString failure = Failure({old, QJsonDocument(QJsonArray{1}), ""}, &JsonFile::Save);
+    QVERIFY(!isRoot || seteuid(0) == 0);
+    QVERIFY(change(File("new/folder"), 0755));
+    QCOMPARE(failure, "");
+    QCOMPARE(ReadFile(old), QJsonDocument(QJsonArray{1}).toJson());
+}
+
+#endif
 
 QTEST_GUILESS_MAIN(TestJsonFile)
 #include "tst_jsonfile.moc"

@@ -1,4 +1,4 @@
-#include <QElapsedTimer>
+#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -10,6 +10,7 @@ class TestVxphone : public QObject
 
 private Q_SLOTS:
     void handOver();
+    void unreadableContacts();
 
 private:
     /// Starts the program without a display and with nothing of the user's own.
@@ -59,6 +60,23 @@ void TestVxphone::handOver()
     QCOMPARE(first.state(), QProcess::Running);
     first.terminate();
     QVERIFY(first.waitForFinished(30000));
+}
+
+void TestVxphone::unreadableContacts()
+{
+    QFile contacts(dir.filePath("data/contacts.json"));
+    QVERIFY(contacts.open(QIODevice::WriteOnly) && contacts.write("from another machine") > 0);
+    contacts.close();
+    QProcess phone;
+    Start(phone, {});
+    QVERIFY(LogContains("their file is kept as"));
+    phone.kill();
+    QVERIFY(phone.waitForFinished(30000));
+    const QStringList kept = QDir(dir.filePath("data")).entryList({"contacts.json.*.unreadable"});
+    QCOMPARE(kept.size(), 1);
+    QFile aside(dir.filePath("data/" + kept.first()));
+    QVERIFY(aside.open(QIODevice::ReadOnly));
+    QCOMPARE(aside.readAll(), QByteArray("from another machine"));
 }
 
 QTEST_GUILESS_MAIN(TestVxphone)

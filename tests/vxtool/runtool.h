@@ -12,11 +12,9 @@ struct Result
     QByteArray error;
 };
 
-inline Result RunTool(const QStringList& arguments, const QByteArray& input = QByteArray(),
-                      const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment())
+inline Result RunTool(const QStringList& arguments, const QByteArray& input = QByteArray())
 {
     QProcess process;
-    process.setProcessEnvironment(environment);
     process.start(QStringLiteral(VXTOOL_PROGRAM), arguments);
     process.write(input);
     process.closeWriteChannel();

@@ -13,7 +13,6 @@
 #include <shlobj.h>
 #include <wrl/client.h>
 
-using common::Shell;
 using Microsoft::WRL::ComPtr;
 
 namespace
@@ -73,9 +72,9 @@ private Q_SLOTS:
 void TestDesktop::folders()
 {
     std::array<wchar_t, MAX_PATH> path{};
-    const std::pair<int, QString> folders[] = {{CSIDL_APPDATA, Shell::AppPath()},
-                                               {CSIDL_DESKTOPDIRECTORY, Shell::DesktopPath()},
-                                               {CSIDL_PROGRAMS, Shell::StartMenuPath()}};
+    const std::pair<int, QString> folders[] = {{CSIDL_APPDATA, common::Shell::AppPath()},
+                                               {CSIDL_DESKTOPDIRECTORY, common::Shell::DesktopPath()},
+                                               {CSIDL_PROGRAMS, common::Shell::StartMenuPath()}};
     for (const auto& [id, told] : folders) {
         QVERIFY(SHGetFolderPathW(nullptr, id, nullptr, SHGFP_TYPE_CURRENT, path.data()) == S_OK);
         QCOMPARE(told, QString::fromWCharArray(path.data()));
@@ -90,14 +89,14 @@ void TestDesktop::shortcut()
     QVERIFY(QFile(target).open(QIODevice::WriteOnly));
     const QString work = QDir::toNativeSeparators(dir.path());
     const QString arguments = "--call \"tel:+1 2\" %TEMP% ü";
-    QVERIFY2(!Shell::CreateShortcut(target, work, "", link, "", ""), "there is no COM yet");
+    QVERIFY2(!common::Shell::CreateShortcut(target, work, "", link, "", ""), "there is no COM yet");
 
     QVERIFY(SUCCEEDED(CoInitialize(nullptr)));
-    QVERIFY(Shell::CreateShortcut(target, work, arguments, link, "Calls people", "vexline.phone"));
+    QVERIFY(common::Shell::CreateShortcut(target, work, arguments, link, "Calls people", "vexline.phone"));
     const QStringList fields = ReadLink(link);
-    QVERIFY(Shell::CreateShortcut(target, work, "", link, "", ""));
+    QVERIFY(common::Shell::CreateShortcut(target, work, "", link, "", ""));
     const QStringList plain = ReadLink(link);
-    QVERIFY(!Shell::CreateShortcut(target, work, "", dir.filePath("none/x.lnk"), "", ""));
+    QVERIFY(!common::Shell::CreateShortcut(target, work, "", dir.filePath("none/x.lnk"), "", ""));
     CoUninitialize();
     QCOMPARE(fields.mid(0, 4), QStringList({target, work, arguments, "Calls people"}));
     // IPropertyStore::SetValue of a shell link is not implemented in Wine.
@@ -110,10 +109,10 @@ void TestDesktop::showFile()
 {
     const RecordingLogger log;
     const QTemporaryDir dir;
-    QVERIFY(!Shell::ShowFile("C:/no such folder/a b"));
-    QVERIFY2(!Shell::ShowFile(dir.path()), "there is no COM yet");
+    QVERIFY(!common::Shell::ShowFile("C:/no such folder/a b"));
+    QVERIFY2(!common::Shell::ShowFile(dir.path()), "there is no COM yet");
     QVERIFY(SUCCEEDED(CoInitialize(nullptr)));
-    const bool shown = Shell::ShowFile(dir.path());
+    const bool shown = common::Shell::ShowFile(dir.path());
     // The desktop has to serve this object. Wine's does not once the display of its first program is gone.
     ComPtr<IUnknown> windows;
     const HRESULT served = CoCreateInstance(CLSID_ShellWindows, nullptr, CLSCTX_LOCAL_SERVER,
@@ -129,7 +128,7 @@ void TestDesktop::showFile()
 void TestDesktop::removeAfterExit()
 {
     RecordingLogger log;
-    QVERIFY(Shell::RemoveAfterExit("none"));
+    QVERIFY(common::Shell::RemoveAfterExit("none"));
     QCOMPARE(log.lines.size(), 0U);
     for (const QString& name : {QString("a b"), QString(250, u'x')}) {
         QTemporaryDir dir;
@@ -141,7 +140,7 @@ void TestDesktop::removeAfterExit()
         QVERIFY(QDir().mkpath(parent + u'/' + name));
         const QString native = QDir::toNativeSeparators(parent + u'/' + name);
         log.lines.clear();
-        QVERIFY(Shell::RemoveAfterExit(parent + u'/' + name));
+        QVERIFY(common::Shell::RemoveAfterExit(parent + u'/' + name));
         QString command = "cmd.exe /C \"ping 1.1.1.1 -n 1 -w 5000 > Nul & rmdir /S /Q \"" + native + "\"\"";
         command.truncate(519);
         QCOMPARE(log.lines.size(), 1U);

@@ -1,70 +1,38 @@
+#include "../../../src/libs/common/idle/linux/idleunit.h"
+
 #include <common/idle/idlewatcher.h>
 
 #include <desktop/privatebus.h>
 #include <desktop/xserver.h>
 #include <logger/recordinglogger.h>
 
-#include <QCoreApplication>
 #include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
 #include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
 #include <QThread>
 
-#include <cstdio>
-
 using common::IdleWatcher;
 
-namespace
+/// Answers for the screen saver, whose time grows with the clock, and for the window manager.
+class IdleServices : public QDBusVirtualObject
 {
-
-/// Prints what the backend that is found here tells each 600 ms, as often as is asked for.
-int PrintReadings(int count)
-{
-    const auto watcher = IdleWatcher::instance();
-    const auto& backend = watcher->idleWatcherPrivate()->backend;
-    for (int i = 0; i < count; ++i) {
-        std::printf("%d ", backend != nullptr ? backend->getSeconds() : -1);
-        std::fflush(stdout);
-        QThread::msleep(600);
-    }
-    return 0;
-}
-
-} // namespace
-
-/// Tells an idle time that grows with the clock, in the unit that a desktop uses.
-class IdleService : public QObject
-{
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.ScreenSaver")
-
 public:
-    explicit IdleService(int unitsPerSecond_)
-        : unitsPerSecond(unitsPerSecond_)
-    {
-        clock.start();
-    }
+    IdleServices() { clock.start(); }
 
-public Q_SLOTS:
-    uint GetSessionIdleTime() const
+    QString introspect(const QString& /*path*/) const override { return {}; }
+
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
     {
-        constexpr qint64 start = 100000; // ms
-        return static_cast<uint>((start + clock.elapsed()) * unitsPerSecond / 1000);
+        const bool windowManager = message.member() == "GetIdletime";
+        const QVariant saverTime = static_cast<uint>(100000 + clock.elapsed());
+        return connection.send(message.createReply(windowManager ? QVariant(4999ULL) : saverTime));
     }
 
 private:
-    int unitsPerSecond;
     QElapsedTimer clock;
-};
-
-class MutterService : public QObject
-{
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.gnome.Mutter.IdleMonitor")
-
-public Q_SLOTS:
-    qulonglong GetIdletime() const { return 4999; }
 };
 
 class TestDesktopIdle : public QObject
@@ -73,22 +41,18 @@ class TestDesktopIdle : public QObject
 
 private Q_SLOTS:
     void screenSaverExtension();
-    void serverGoesAway();
-    void service_data();
-    void service();
-
-private:
-    static QByteArray Readings(const QByteArray& wayland = QByteArray());
+    void unit_data();
+    void unit();
+    void services();
 };
 
 void TestDesktopIdle::screenSaverExtension()
 {
-    const XServer server;
-    QVERIFY(server.IsRunning());
-    QVERIFY(XServer::Act({"mousemove", "10", "10"}));
+    auto server = std::make_unique<XServer>();
+    QVERIFY(server->IsRunning());
     const auto watcher = IdleWatcher::instance();
     auto* parts = watcher->idleWatcherPrivate();
-    QVERIFY(parts->backend != nullptr);
+    QVERIFY(XServer::Act({"mousemove", "10", "10"}));
     QTRY_VERIFY_WITH_TIMEOUT(parts->backend->getSeconds() == 2, 10000);
 
     // As if a minute had gone: the return is seen by the poll of the idle state.
@@ -97,89 +61,70 @@ void TestDesktopIdle::screenSaverExtension()
     const QSignalSpy active(watcher.data(), &IdleWatcher::active);
     QVERIFY(XServer::Act({"mousemove", "20", "20"}));
     QTRY_COMPARE_WITH_TIMEOUT(active.count(), 1, 1500);
-    QVERIFY(parts->backend->getSeconds() <= 1);
-}
 
-void TestDesktopIdle::serverGoesAway()
-{
-    auto server = std::make_unique<XServer>();
-    const auto watcher = IdleWatcher::instance();
-    auto* parts = watcher->idleWatcherPrivate();
-    QVERIFY(parts->backend != nullptr);
     server.reset();
     const RecordingLogger log;
     QCOMPARE(parts->backend->getSeconds(), 0);
-    QCOMPARE(log.lines.size(), std::size_t{1});
-    QCOMPARE(log.lines.front().text, QString("GetLastInputInfo returned not ok"));
-    QCOMPARE(log.lines.front().channel, QByteArray("common.idle"));
-    QCOMPARE(log.lines.front().level, static_cast<int>(common::logger::Error));
+    QCOMPARE(log.lines[0].text, "GetLastInputInfo returned not ok");
+    QVERIFY(log.lines[0].level == common::logger::Error && log.lines[0].channel == "common.idle");
 }
 
-/// What a program of its own reads, while this one answers.
-QByteArray TestDesktopIdle::Readings(const QByteArray& wayland)
+void TestDesktopIdle::unit_data()
 {
-    QProcess process;
-    auto environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("WAYLAND_DISPLAY", wayland);
-    process.setProcessEnvironment(environment);
-    process.start(QCoreApplication::applicationFilePath(), {"--readings", "4"});
-    QSignalSpy finished(&process, &QProcess::finished);
-    return finished.wait(30000) ? process.readAllStandardOutput() : "not finished";
+    QTest::addColumn<QList<uint>>("before"); // Answers each 3 s while there is input, or none is counted.
+    QTest::addColumn<uint>("step");          // What the answers grow by after that.
+    QTest::addColumn<qint64>("told");        // What the tenth of them is taken for, in ms.
+
+    const QList<uint> typing{3, 6, 9, 12, 15, 18, 21, 24, 27, 5};
+    QTest::newRow("seconds") << QList<uint>{0, 0, 0} << 3U << qint64{27000};
+    QTest::newRow("seconds from a jump on") << QList<uint>{0, 0, 300} << 3U << qint64{327000};
+    QTest::newRow("milliseconds") << QList<uint>{2999, 100} << 3000U << qint64{27100};
+    QTest::newRow("milliseconds after typing that looks like seconds") << typing << 3000U << qint64{27005};
+    const QList<uint> resting{100, 3100, 6100, 9100, 12100, 15100, 18100, 21100, 24100, 127};
+    QTest::newRow("milliseconds that come to look like seconds") << resting << 3000U << qint64{27127};
+    QTest::newRow("neither") << typing << 30U << qint64{-1};
 }
 
-void TestDesktopIdle::service_data()
+void TestDesktopIdle::unit()
 {
-    QTest::addColumn<int>("unitsPerSecond");
-    QTest::addColumn<bool>("mutter");
-    QTest::addColumn<QString>("readings");
+    QFETCH(QList<uint>, before);
+    QFETCH(uint, step);
+    QFETCH(qint64, told);
 
-    QTest::newRow("in seconds") << 1 << false << "0 (0 )*(10[0-9] )+";
-    QTest::newRow("in milliseconds") << 1000 << false << "0 10[0-9] 10[0-9] 10[0-9] ";
-    QTest::newRow("the window manager's own") << 0 << true << "4 4 4 4 ";
-    QTest::newRow("nobody") << 0 << false << "-1 -1 -1 -1 ";
+    common::IdleUnit unit;
+    qint64 now = 4000000000; // Ticks of 32 bits have wrapped.
+    for (const uint number : before) {
+        QVERIFY(!unit.ToMilliseconds(number, now += 3000).has_value());
+    }
+    for (uint i = 1; i < 10; ++i) {
+        const auto idle = unit.ToMilliseconds(before.last() + i * step, now += 3000);
+        QCOMPARE(idle.has_value() ? static_cast<qint64>(*idle) : -1, i < 9 ? -1 : told);
+    }
 }
 
-void TestDesktopIdle::service()
+void TestDesktopIdle::services()
 {
-    QFETCH(int, unitsPerSecond);
-    QFETCH(bool, mutter);
-    QFETCH(QString, readings);
-
     const PrivateBus bus("session");
     QVERIFY(bus.IsRunning());
-    const QString name = QTest::currentDataTag();
-    auto connection = QDBusConnection::connectToBus(QString::fromUtf8("unix:path=" + bus.Path()), name);
-    IdleService screenSaver(unitsPerSecond);
-    MutterService monitor;
-    if (unitsPerSecond > 0) {
-        QVERIFY(connection.registerObject("/org/freedesktop/ScreenSaver", &screenSaver,
-                                          QDBusConnection::ExportAllSlots));
-        QVERIFY(connection.registerService("org.freedesktop.ScreenSaver"));
-    }
-    if (mutter) {
-        QVERIFY(connection.registerObject("/org/gnome/Mutter/IdleMonitor/Core", &monitor,
-                                          QDBusConnection::ExportAllSlots));
-        QVERIFY(connection.registerService("org.gnome.Mutter.IdleMonitor"));
-    }
-    const QRegularExpression expected(QRegularExpression::anchoredPattern(readings));
-    QByteArray told = Readings();
-    QVERIFY2(expected.match(told).hasMatch(), told.constData());
-    if (mutter) {
-        const XServer server;
-        told = Readings("wayland-0");
-        QVERIFY2(expected.match(told).hasMatch(), "comes before the X server in a Wayland session");
-    }
-    QDBusConnection::disconnectFromBus(name);
+    auto connection = QDBusConnection::connectToBus("unix:path=" + bus.Path(), "services");
+    IdleServices services;
+    QVERIFY(connection.registerVirtualObject("/org", &services, QDBusConnection::SubPath));
+    QThread thread; // It answers while the watcher waits.
+    services.moveToThread(&thread);
+    thread.start();
+
+    QVERIFY(IdleWatcher::instance()->idleWatcherPrivate()->backend == nullptr);
+    QVERIFY(connection.registerService("org.freedesktop.ScreenSaver"));
+    const auto screenSaver = IdleWatcher::instance();
+    QCOMPARE(screenSaver->idleWatcherPrivate()->backend->getSeconds(), 0);
+    QTRY_COMPARE(screenSaver->idleWatcherPrivate()->backend->getSeconds() / 10, 10);
+    const XServer server;
+    qputenv("WAYLAND_DISPLAY", "wayland-0");
+    QVERIFY(connection.registerService("org.gnome.Mutter.IdleMonitor"));
+    QCOMPARE(IdleWatcher::instance()->idleWatcherPrivate()->backend->getSeconds(), 4);
+    thread.quit();
+    QVERIFY(thread.wait());
 }
 
-int main(int argc, char* argv[])
-{
-    QCoreApplication app(argc, argv);
-    if (argc > 2 && qstrcmp(argv[1], "--readings") == 0) {
-        return PrintReadings(QByteArray(argv[2]).toInt());
-    }
-    TestDesktopIdle test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_GUILESS_MAIN(TestDesktopIdle)
 #include "tst_desktopidle.moc"

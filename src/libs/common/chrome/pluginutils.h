@@ -38,7 +38,7 @@ public:
     static bool UnregisterPlugin(const QString& id);
 
 private:
-    ~PluginUtils() = delete;
+    ~PluginUtils() = default;
 };
 
 } // namespace common::chrome

@@ -22,18 +22,17 @@ public:
     ~IContactContext() override;
 
     virtual void* PassThrough(void* value) = 0; ///< Gives `value` back.
-    virtual bool IsMarked() const = 0;
-    virtual QString DisplayName() const = 0; ///< The name to show; empty if it only repeats the number.
-    virtual QString
-    Address() const = 0; ///< As in number::INumberContext, like the getters of the same name below.
-    virtual QString DisplayText() const = 0;
-    virtual int Kind() const = 0;         ///< One of number::NumberKind.
-    virtual QString Name() const = 0;     ///< The name as it was given.
-    virtual QString Ringtone() const = 0; ///< Resource path of a sound.
-    virtual QString FullAddress() const = 0;
-    virtual QString Number() const = 0;
-    virtual QString Domain() const = 0;
-    virtual QString Extension() const = 0;
+    virtual bool IsMarked() const = 0;          ///< Whether the list marks it; this library's own never is.
+    virtual QString DisplayName() const = 0;    ///< The name to show; empty if it only repeats the number.
+    virtual QString Address() const = 0;        ///< As in number::INumberContext.
+    virtual QString DisplayText() const = 0;    ///< As in number::INumberContext.
+    virtual int Kind() const = 0;               ///< One of number::NumberKind.
+    virtual QString Name() const = 0;           ///< The name as it was given.
+    virtual QString Ringtone() const = 0;       ///< Resource path of a sound.
+    virtual QString FullAddress() const = 0;    ///< As in number::INumberContext.
+    virtual QString Number() const = 0;         ///< As in number::INumberContext.
+    virtual QString Domain() const = 0;         ///< As in number::INumberContext.
+    virtual QString Extension() const = 0;      ///< As in number::INumberContext.
 
 Q_SIGNALS:
     void changed(); ///< For implementations that can change; this library's own never does.

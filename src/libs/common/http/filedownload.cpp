@@ -271,8 +271,9 @@ void FileDownload::BoundBuffer()
 
 void FileDownload::Drain(QNetworkReply& reply)
 {
-    const QByteArray bytes = reply.readAll();
-    if (file && !bytes.isEmpty()) {
+    // In pieces, since the reply of a file: URL has all of the file at once.
+    for (QByteArray bytes = reply.read(bufferSize); file && !bytes.isEmpty();
+         bytes = reply.read(bufferSize)) {
         const qint64 written = file->write(bytes);
         LOG_MESSAGE(logger::Debug) << LogPrefix() << "readed from device " << bytes.size() << ", written "
                                    << written << " bytes.";

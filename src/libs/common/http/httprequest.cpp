@@ -190,14 +190,17 @@ bool HttpRequest::SendRequest(HTTPRequestMethod newMethod)
 {
     method = newMethod;
     if (!reply.isNull()) {
-        // A slot on a signal of the reply itself may delete the request while the reply is aborted.
+        // A slot on a signal of the reply itself may delete the request while the reply is aborted
+        // and deleted.
         const QPointer<HttpRequest> self = this;
         CutOffReply();
         Abort();
+        if (!self.isNull()) {
+            DeleteReply();
+        }
         if (self.isNull()) {
             return false;
         }
-        DeleteReply();
     }
     if (manager.isNull()) {
         LOG_MESSAGE(logger::Crit) << LogPrefix() << "Failed to  SendRequest(): HttpRequestManager is NULL!";

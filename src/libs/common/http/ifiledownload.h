@@ -44,33 +44,33 @@ public:
 
     virtual const quint64& GetId() const = 0; ///< Number of the object in the log, from 100000.
 
-    virtual void SetUrl(const QUrl& url) = 0;
-    virtual QUrl GetUrl() const = 0;
+    virtual void SetUrl(const QUrl& url) = 0; ///< Where to download from.
+    virtual QUrl GetUrl() const = 0;          ///< As set.
 
     /// The file to write. Missing folders are made; a file that is there is emptied at each try.
     virtual void SetFilePath(const QString& path) = 0;
-    virtual QString GetFilePath() const = 0;
+    virtual QString GetFilePath() const = 0; ///< As set.
 
     virtual void SetFileSize(qint64 bytes) = 0; ///< What to expect; negative, the default, for no check.
-    virtual qint64 GetFileSize() const = 0;
+    virtual qint64 GetFileSize() const = 0;     ///< As set.
 
     /// The MD5 sum to expect, in hexadecimal of either case; empty, the default, for no check.
     virtual void SetChecksum(const QString& md5) = 0;
-    virtual QString GetChecksum() const = 0;
+    virtual QString GetChecksum() const = 0; ///< As set.
 
     virtual void SetAttemptCount(int count) = 0; ///< Tries in all, 5 s apart; 0, the default, means one, too.
-    virtual int GetAttemptCount() const = 0;
+    virtual int GetAttemptCount() const = 0;     ///< As set.
 
     virtual void SetTimeout(int seconds) = 0; ///< See IHttpRequest::SetTimeout; 30 by default.
-    virtual int GetTimeout() const = 0;
+    virtual int GetTimeout() const = 0;       ///< As set.
 
     /// Always false, also while a download runs; this is meant.
     virtual bool isRunning() const = 0;
 
-    virtual bool IgnoreSSLErrors() const = 0; ///< True by default.
-    virtual void SetIgnoreSSLErrors(bool ignore) = 0;
+    virtual bool IgnoreSSLErrors() const = 0;         ///< True by default.
+    virtual void SetIgnoreSSLErrors(bool ignore) = 0; ///< See IHttpRequest::IgnoreSSLErrors.
 
-    virtual QFile::Permissions GetPermissions() const = 0;
+    virtual QFile::Permissions GetPermissions() const = 0; ///< As set.
     /// Permissions that the file gets on top of the usual ones; none by default.
     virtual void SetPermissions(QFile::Permissions permissions) = 0;
 
@@ -87,6 +87,7 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void complete(); ///< The file is on disk and as expected.
+    /// After the last try: the code of the request's last failure, or 900100 to 900103.
     void failed(int error, const QString& errorString);
     void progress(qint64 bytesReceived, qint64 bytesTotal); ///< In bytes; a total of -1 is unknown.
 };

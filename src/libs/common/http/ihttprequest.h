@@ -57,6 +57,7 @@ class VXCOMMON_EXPORT IHttpRequest : public QObject
     Q_OBJECT
 
 public:
+    /// What Send sends.
     enum HTTPRequestMethod : int
     {
         POST = 0,
@@ -68,11 +69,11 @@ public:
 
     /// The target. Not looked at before the send; a bad one comes back as an error of the reply.
     virtual void SetUrl(const QUrl& url) = 0;
-    virtual QUrl GetUrl() const = 0;
+    virtual QUrl GetUrl() const = 0; ///< As set.
 
     /// The payload, or null for none; a GET takes none but IHttpRequestDataMap::CreateUrlencodedDataMap.
     virtual void SetData(const QSharedPointer<IHttpRequestData>& data) = 0;
-    virtual QSharedPointer<IHttpRequestData> Data() const = 0;
+    virtual QSharedPointer<IHttpRequestData> Data() const = 0; ///< As set.
 
     /**
      * A header to send; names are told apart by case. The only one that is added unasked is
@@ -88,16 +89,16 @@ public:
 
     /// Number of tries in all; 1, the default, or less means no retry.
     virtual void SetAttemptCountOnNetworkProblem(int count) = 0;
-    virtual int GetAttemptCountOnNetworkProblem() const = 0;
+    virtual int GetAttemptCountOnNetworkProblem() const = 0; ///< As set.
 
     /// Seconds between a failed try and the next; 20 by default. Acts at once, on a waiting retry too.
     virtual void SetAttemptIntervalOnNetworkProblem(int seconds) = 0;
-    virtual int GetAttemptIntervalOnNetworkProblem() const = 0;
+    virtual int GetAttemptIntervalOnNetworkProblem() const = 0; ///< As set.
 
     /// Seconds of silence, without any progress up or down, after which an attempt fails; 0, the default, or
     /// less means no limit. Acts from the next attempt on.
     virtual void SetTimeout(int seconds) = 0;
-    virtual int GetTimeout() const = 0;
+    virtual int GetTimeout() const = 0; ///< As set.
 
     /**
      * Sends the request, as its first try.
@@ -114,7 +115,7 @@ public:
 
     /// Whether errors that Qt finds in a TLS handshake are ignored; false by default.
     virtual bool IgnoreSSLErrors() const = 0;
-    virtual void SetIgnoreSSLErrors(bool ignore) = 0;
+    virtual void SetIgnoreSSLErrors(bool ignore) = 0; ///< See IgnoreSSLErrors.
 
     /// The client's certificate and key and the authorities it knows, for the sends to come; a null one or an
     /// empty list leaves Qt's default.

@@ -43,9 +43,9 @@ public:
 class VXCOMMON_EXPORT IHttpRequestDataMap : public IHttpRequestSimpleData
 {
 public:
-    virtual QString GetValue(const QString& key) const = 0; ///< Empty for an unknown key.
-    virtual void SetValue(const QString& key, const QString& value) = 0;
-    virtual void RemoveValue(const QString& key) = 0; ///< An unknown key is no error.
+    virtual QString GetValue(const QString& key) const = 0;              ///< Empty for an unknown key.
+    virtual void SetValue(const QString& key, const QString& value) = 0; ///< Replaces an earlier value.
+    virtual void RemoveValue(const QString& key) = 0;                    ///< An unknown key is no error.
 
     /// An empty map that becomes a JSON object ("application/json") whose values are all strings; for numbers
     /// and nested values use CreateJsonData.

@@ -45,6 +45,7 @@ public:
     /// appended; no part behind that one is tried.
     virtual QHttpMultiPart* MultiPart() = 0;
 
+    /// Puts a part behind those that are there.
     virtual void AddPart(const QSharedPointer<IHttpRequestPartData>& part) = 0;
 
     static QSharedPointer<IHttpRequestMultiPartData> CreateMultiPartFormData(); ///< An empty form.

@@ -98,11 +98,11 @@ public:
 
     /// The threshold: messages up to this level are kept; NotSet if the logger has none of its own.
     virtual int GetLevel() const = 0;
-    virtual void SetLevel(int level) = 0;
+    virtual void SetLevel(int level) = 0; ///< Sets the threshold.
 
     /// Whether lines end in their source location (Option::ShowSource).
     virtual bool IsSourceShown() const = 0;
-    virtual void SetSourceShown(bool shown) = 0;
+    virtual void SetSourceShown(bool shown) = 0; ///< See IsSourceShown.
 
     /**
      * Everything that a program settles about its log, at once.
@@ -177,10 +177,10 @@ public:
     constexpr Logger() = default;
 
     void Write(const IMessage& message) override;
-    int GetLevel() const override; ///< NotSet unless the stored level is one of Fatal to Debug.
-    void SetLevel(int level) override;
+    int GetLevel() const override;     ///< NotSet unless the stored level is one of Fatal to Debug.
+    void SetLevel(int level) override; ///< Stores any number as it is.
     bool IsSourceShown() const override;
-    void SetSourceShown(bool shown) override;
+    void SetSourceShown(bool shown) override; ///< Sets or clears the bit of the options.
     /// Stores targets and options, loads `configFile` or else sets the level; the other arguments are not
     /// used.
     bool Configure(int level, unsigned int targets, unsigned int options, const QString& pattern,
@@ -224,7 +224,7 @@ public:
     {
     public:
         Stream();
-        const QString& GetText() const { return text; }
+        const QString& GetText() const { return text; } ///< What was streamed so far.
 
     private:
         Q_DISABLE_COPY(Stream)
@@ -237,7 +237,7 @@ public:
             int line);
     ~Message();
 
-    Stream& GetStream() { return stream; }
+    Stream& GetStream() { return stream; } ///< Where the items of the statement go.
 
     int GetLevel() const override;
     const Channel* GetChannel() const override;

@@ -26,7 +26,7 @@ QString GeneratedIdentity()
 QString DeviceInfo::GetSerialNumber()
 {
     const DiskSerial serial = ReadDiskSerial();
-    if (serial.error == 0 && !serial.text.isEmpty()) {
+    if (!serial.text.isEmpty()) {
         return serial.text;
     }
     const QString& alternative = GetAlternativeDeviceId();

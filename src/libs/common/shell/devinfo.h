@@ -28,6 +28,7 @@ public:
 
     /// The identity to use where the disk gives none; empty at first, and open to assignment.
     static QString& GetAlternativeDeviceId();
+    /// Sets the identity to use where the disk gives none.
     static void SetAlternativeDeviceId(const QString& id);
 };
 

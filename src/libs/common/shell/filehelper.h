@@ -30,7 +30,7 @@ public:
     void AppendDir(const QString& dir);         ///< Adds a directory to be scanned.
     void AppendFiles(const QStringList& added); ///< Adds single files; missing ones are passed over.
 
-    const QStringList& NameFilters() const;
+    const QStringList& NameFilters() const; ///< As set.
     /// Wildcards as QDir::setNameFilters takes them; empty for all. A directory below a given one whose name
     /// does not match is not entered.
     void SetNameFilters(const QStringList& filters);

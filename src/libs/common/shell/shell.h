@@ -207,8 +207,8 @@ public:
      *
      * @param path of the library, as QLibrary takes it
      * @param admin register for all users; else for the current one, for which HKEY_CLASSES_ROOT is
-     * redirected to Software\Classes of HKEY_CURRENT_USER while the component runs. See RegistryOverrider for
-     * what that means to other threads; on Linux there is nothing to redirect, which an Error line tells
+     * redirected to `Software\\Classes` of HKEY_CURRENT_USER while the component runs. See RegistryOverrider
+     * for what that means to other threads; on Linux there is nothing to redirect, which an Error line tells
      * @return the HRESULT of the component, so 0 for success; 0x80004002 (E_NOINTERFACE) if the library does
      * not load or has no such function. Failures are logged
      */

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 namespace QtLP_Private
 {
@@ -19,18 +20,26 @@ constexpr auto goodbyePatience = 1000ms; ///< For the client to read the answer 
 // Texts are command lines and addresses. Longer claims come from a broken or hostile client.
 constexpr quint32 maxTextLength = 16 * 1024 * 1024;
 
-// For the texts of all clients that are still speaking.
-constexpr qint64 maxBytesHeld = Q_INT64_C(64) * 1024 * 1024;
+// Shorter texts are taken from any number of clients. All longer ones together may have so many bytes, from
+// the claim until the text is delivered, so that the memory of clients that claim much and say little is
+// bounded.
+constexpr quint32 longText = 64 * 1024;
+constexpr qint64 maxLongTexts = Q_INT64_C(32) * 1024 * 1024;
+
+// What is granted to a client before it has to make place for one that waits. A sender writes all right after
+// it has connected, but a busy machine may hold it up.
+constexpr qint64 grantedSilence = 2000;
+constexpr qint64 grantedText = 10000;
 
 // Bounds what lies unread, whatever a client sends.
 constexpr qint64 socketBufferSize = Q_INT64_C(64) * 1024;
 
 } // namespace
 
-MessageReceiver::MessageReceiver(QLocalSocket* socket_, qint64& bytesHeld_, QObject* parent)
+MessageReceiver::MessageReceiver(QLocalSocket* socket_, qint64& longTexts_, QObject* parent)
     : QObject(parent)
     , socket(socket_)
-    , bytesHeld(bytesHeld_)
+    , longTexts(longTexts_)
 {
     socket->setParent(this);
     socket->setReadBufferSize(socketBufferSize);
@@ -38,7 +47,7 @@ MessageReceiver::MessageReceiver(QLocalSocket* socket_, qint64& bytesHeld_, QObj
     connect(socket, &QLocalSocket::disconnected, this, &MessageReceiver::OnDisconnected);
     patience.setSingleShot(true);
     connect(&patience, &QTimer::timeout, this, &MessageReceiver::OnTimeout);
-    silence.start();
+    age.start();
     // The client may have spoken or gone before the socket was handed over.
     QMetaObject::invokeMethod(
         this,
@@ -53,15 +62,14 @@ MessageReceiver::MessageReceiver(QLocalSocket* socket_, qint64& bytesHeld_, QObj
 
 MessageReceiver::~MessageReceiver()
 {
-    // A finished one holds nothing, and may die after the counter of its peer.
-    if (!text.isEmpty()) {
-        Forget();
-    }
+    // A finished one has nothing to give back, and may die after the counter of its peer.
+    GiveBack();
 }
 
-qint64 MessageReceiver::GetSilence() const
+bool MessageReceiver::IsOverdue() const
 {
-    return stage == Stage::Length ? silence.elapsed() : 0;
+    return (stage == Stage::Length && age.hasExpired(grantedSilence)) ||
+           (stage == Stage::Text && age.hasExpired(grantedText));
 }
 
 void MessageReceiver::Dismiss()
@@ -69,6 +77,8 @@ void MessageReceiver::Dismiss()
     if (stage == Stage::Length) {
         qWarning("QtLocalPeer: Peer disconnected");
         Finish();
+    } else if (stage == Stage::Text) {
+        Fail(QStringLiteral("it takes too long"));
     }
 }
 
@@ -112,13 +122,20 @@ void MessageReceiver::OnTimeout()
 void MessageReceiver::ReadLength()
 {
     if (socket->bytesAvailable() < static_cast<qint64>(sizeof(length))) {
-        silence.restart();
         return;
     }
     QDataStream(socket) >> length;
     if (length > maxTextLength) {
         Fail(QStringLiteral("a text of %1 bytes is too long").arg(length));
         return;
+    }
+    if (length > longText) {
+        if (longTexts + length > maxLongTexts) {
+            Fail(QStringLiteral("too many long texts at once"));
+            return;
+        }
+        promised = length;
+        longTexts += promised;
     }
     stage = Stage::Text;
 }
@@ -134,11 +151,6 @@ void MessageReceiver::ReadText()
             return;
         }
         text += piece;
-        bytesHeld += piece.size();
-        if (bytesHeld > maxBytesHeld) {
-            Fail(QStringLiteral("too many long texts at once"));
-            return;
-        }
     }
     if (text.size() == length) {
         CompleteText();
@@ -150,9 +162,9 @@ void MessageReceiver::ReadText()
 /// A text that was cut off is not told apart from a whole one: what is missing reads as zero bytes.
 void MessageReceiver::CompleteText()
 {
-    const qsizetype missing = static_cast<qsizetype>(length) - text.size();
-    message = QString::fromUtf8(text + QByteArray(missing, '\0'));
-    Forget();
+    text.resize(static_cast<qsizetype>(length), '\0');
+    message = QString::fromUtf8(text);
+    text = QByteArray();
     stage = Stage::Goodbye;
     if (socket->state() != QLocalSocket::ConnectedState) {
         Finish();
@@ -174,14 +186,16 @@ void MessageReceiver::Finish()
     stage = Stage::Finished;
     patience.stop();
     socket->disconnect(this);
-    Forget();
+    text = QByteArray();
+    GiveBack();
     Q_EMIT finished(this);
 }
 
-void MessageReceiver::Forget()
+void MessageReceiver::GiveBack()
 {
-    bytesHeld -= text.size();
-    text.clear();
+    if (promised > 0) {
+        longTexts -= std::exchange(promised, 0);
+    }
 }
 
 } // namespace QtLP_Private

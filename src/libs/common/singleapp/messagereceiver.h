@@ -28,18 +28,19 @@ public:
     /**
      * Takes the socket as a child. The work begins with the next turn of the event loop.
      *
-     * @param bytesHeld what all receivers together hold of texts that are not complete; outlives the receiver
+     * @param longTexts how many bytes of long texts all receivers together were promised; outlives the
+     * receiver
      */
-    MessageReceiver(QLocalSocket* socket, qint64& bytesHeld, QObject* parent);
+    MessageReceiver(QLocalSocket* socket, qint64& longTexts, QObject* parent);
     ~MessageReceiver() override;
 
     /// What the client said, once finished; nothing if it failed or said too little.
     const std::optional<QString>& GetMessage() const { return message; }
 
-    /// How long the client has been expected to tell a length; 0 if it did. In milliseconds.
-    qint64 GetSilence() const;
+    /// Whether the client had its time and still speaks or says nothing: it may have to go when others wait.
+    bool IsOverdue() const;
 
-    /// Lets a client go that has said too little.
+    /// Ends with a failure, whatever the client has said so far.
     void Dismiss();
 
 Q_SIGNALS:
@@ -63,13 +64,13 @@ private:
     void CompleteText();
     void Fail(const QString& reason);
     void Finish();
-
-    void Forget();
+    void GiveBack();
 
     QLocalSocket* socket;
-    qint64& bytesHeld;
+    qint64& longTexts;
+    qint64 promised = 0; ///< The part of this receiver in it.
     QTimer patience;
-    QElapsedTimer silence;
+    QElapsedTimer age;
     Stage stage = Stage::Length;
     quint32 length = 0;
     QByteArray text;

@@ -5,11 +5,10 @@
 
 #include <QCoreApplication>
 #include <QDataStream>
+#include <QDeadlineTimer>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QLocalServer>
 #include <QLocalSocket>
-#include <QRegularExpression>
 #include <QThread>
 
 #include <algorithm>
@@ -29,9 +28,9 @@ constexpr int listenBacklog = 512;
 // How many clients are served at a time. Each takes a descriptor, of which a process has about a thousand.
 constexpr int maxReceivers = 128;
 
-// A client that says nothing may stay as long as there is room. When others wait, so much is granted to it,
-// in milliseconds: a sender writes right after it has connected, but a busy machine may hold it up.
-constexpr int grantedSilence = 2000;
+// A client that says nothing may stay as long as there is room. When others wait, it is looked so often, in
+// milliseconds, for one that has had its time.
+constexpr int roomPoll = 500;
 
 // Between the two tries to connect, in milliseconds.
 constexpr unsigned long pauseBetweenTries = 250;
@@ -40,10 +39,14 @@ constexpr unsigned long pauseBetweenTries = 250;
 // again.
 constexpr unsigned long listenPoll = 10;
 
+/// Without a regular expression: built with mingw, Qt's breaks a thread that used one when the thread ends.
 QString LettersOf(QString text)
 {
-    static const QRegularExpression others(QStringLiteral("[^a-zA-Z]"));
-    return text.remove(others);
+    text.removeIf([](QChar character) {
+        const char16_t lower = character.unicode() | 0x20;
+        return lower < u'a' || lower > u'z';
+    });
+    return text;
 }
 
 } // namespace
@@ -64,7 +67,7 @@ QtLocalPeer::QtLocalPeer(QObject* parent, const QString& appId)
                  QtLP_Private::GroupSuffix();
 
     roomTimer.setSingleShot(true);
-    roomTimer.setInterval(grantedSilence);
+    roomTimer.setInterval(roomPoll);
     connect(&roomTimer, &QTimer::timeout, this, &QtLocalPeer::receiveConnection);
 
     // Only the holder of the lock listens, so it may take the place of a socket that a killed process left.
@@ -105,19 +108,17 @@ bool QtLocalPeer::isSecondary()
 /// time is over. Ends early if there is no first process any more; then this one has become it.
 bool QtLocalPeer::Connect(QLocalSocket& socket, int timeout)
 {
-    QElapsedTimer timer;
-    timer.start();
+    const QDeadlineTimer deadline(timeout);
     while (isSecondary()) {
-        const int remaining = std::max(timeout - static_cast<int>(timer.elapsed()), 0);
         socket.connectToServer(socketName, QIODevice::ReadWrite);
-        if (socket.waitForConnected(remaining)) {
+        if (socket.waitForConnected(static_cast<int>(deadline.remainingTime()))) {
             return true;
         }
-        if (timer.hasExpired(timeout)) {
+        if (deadline.hasExpired()) {
             return false;
         }
         socket.abort();
-        QThread::msleep(std::min<unsigned long>(listenPoll, static_cast<unsigned long>(remaining) + 1));
+        QThread::msleep(listenPoll);
     }
     return false;
 }
@@ -127,11 +128,12 @@ bool QtLocalPeer::sendMessage(const QString& message, int timeout)
     if (!isSecondary()) {
         return false;
     }
+    const int half = timeout < 0 ? -1 : timeout / 2;
     QLocalSocket socket;
-    bool connected = Connect(socket, timeout / 2);
+    bool connected = Connect(socket, half);
     if (!connected && isSecondary()) {
         QThread::msleep(pauseBetweenTries);
-        connected = Connect(socket, timeout / 2);
+        connected = Connect(socket, half);
     }
     if (!connected || !QtLP_Private::IsOwnPeer(socket)) {
         return false;
@@ -151,7 +153,7 @@ void QtLocalPeer::receiveConnection()
             roomTimer.start();
             return;
         }
-        auto* const receiver = new MessageReceiver(server->nextPendingConnection(), bytesHeld, this);
+        auto* const receiver = new MessageReceiver(server->nextPendingConnection(), longTexts, this);
         receivers += receiver;
         // Queued, so that no socket is in the middle of a signal when a receiver of the text deletes the
         // peer.
@@ -160,21 +162,19 @@ void QtLocalPeer::receiveConnection()
     }
 }
 
-/// Whether one more client can be served. Dismisses one that was silent for too long, if need be.
+/// Whether one more client can be served. Dismisses one that has had its time, if need be.
 bool QtLocalPeer::HasRoom()
 {
     if (receivers.size() < maxReceivers) {
         return true;
     }
-    const auto silent =
-        std::find_if(receivers.cbegin(), receivers.cend(), [](const MessageReceiver* receiver) {
-            return receiver->GetSilence() >= grantedSilence;
-        });
-    if (silent == receivers.cend()) {
+    const auto overdue = std::find_if(receivers.cbegin(), receivers.cend(),
+                                      [](const MessageReceiver* receiver) { return receiver->IsOverdue(); });
+    if (overdue == receivers.cend()) {
         return false;
     }
-    (*silent)->Dismiss();
-    receivers.erase(silent);
+    (*overdue)->Dismiss();
+    receivers.erase(overdue);
     return true;
 }
 

@@ -52,7 +52,8 @@ public:
      * process that this call makes the first.
      *
      * @param timeout milliseconds: half of it for each of two tries to connect, and the whole for the text to
-     * be written and for the answer to it. False does not rule out that the text arrived.
+     * be written and for the answer to it. Negative: no limit, as long as there is a first process. False
+     * does not rule out that the text arrived.
      */
     bool sendMessage(const QString& message, int timeout);
 
@@ -78,6 +79,6 @@ private:
     QtLP_Private::QtLockedFile lockFile;
     bool foreignLockFile = false;
     QList<QtLP_Private::MessageReceiver*> receivers; ///< Oldest first.
-    qint64 bytesHeld = 0;                            ///< What the receivers hold of unfinished texts.
+    qint64 longTexts = 0;                            ///< Bytes of long texts promised to the receivers.
     QTimer roomTimer;                                ///< Runs while clients wait for others to go.
 };

@@ -24,6 +24,7 @@ class IFileLock;
 class VXCOMMON_EXPORT QtLockedFile : public QFile
 {
 public:
+    /// How the lock is held.
     enum LockMode : int
     {
         NoLock = 0,
@@ -31,9 +32,9 @@ public:
         WriteLock = 2 ///< Held by one.
     };
 
-    QtLockedFile();
-    explicit QtLockedFile(const QString& name);
-    ~QtLockedFile() override; ///< Gives up the lock.
+    QtLockedFile();                             ///< Without a file name yet.
+    explicit QtLockedFile(const QString& name); ///< Does not open the file.
+    ~QtLockedFile() override;                   ///< Gives up the lock.
 
     /// Opens the file; QIODevice::Truncate is refused, since it would empty the file before the lock is held.
     bool open(OpenMode mode) override;
@@ -52,7 +53,7 @@ public:
     /// Gives up the lock. False if the file is not open.
     bool unlock();
 
-    bool isLocked() const { return lockMode != NoLock; }
+    bool isLocked() const { return lockMode != NoLock; } ///< Whether this object holds the lock.
 
 private:
     Q_DISABLE_COPY(QtLockedFile)

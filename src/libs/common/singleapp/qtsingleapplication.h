@@ -13,9 +13,13 @@ class QtLocalPeer;
  *
  * @code
  * QtSingleApplication application(QStringLiteral("vexline"), argc, argv);
- * if (application.isRunning()) {
- *     return application.sendMessage(arguments) ? 0 : 1;
+ * if (application.isRunning() && application.sendMessage(arguments)) {
+ *     return 0;
  * }
+ * if (application.isRunning()) {
+ *     return 1; // The first process does not answer.
+ * }
+ * // This is the first process, be it because the one before ended a moment ago.
  * @endcode
  * Until isRunning, initialize or sendMessage was called, the process neither claims to be the first nor
  * receives anything. See QtLocalPeer for how processes meet.
@@ -45,7 +49,7 @@ public:
      * for each text; this is meant. A call with false removes all.
      */
     void setActivationWindow(QWidget* window, bool onMessage = true);
-    QWidget* activationWindow() const;
+    QWidget* activationWindow() const; ///< As set.
 
 Q_SIGNALS:
     /// A text from another process; in the first process only.

@@ -34,8 +34,9 @@ public:
     static QRegExp SymbolRegExp();     ///< Up to 255 symbols and a port that may be unfinished; for typing.
     static QRegExp FormatRegExp();     ///< An identifier of the service with an optional port.
     static QRegExp QuollSipIDRegExp(); ///< As FormatRegExp, but two ports in a row pass; this is meant.
-    static QRegExp URIRegExp(); ///< A name-addr (RFC 3261, 25.1): "NAME" <sip:USER@HOST:PORT;PARAMETERS>.
-    static QRegExp IDRegExp();  ///< USER@HOST:PORT of any domain, with trailing dial digits.
+    /// A name-addr (RFC 3261, 25.1): `"NAME" <sip:USER@HOST:PORT;PARAMETERS>`.
+    static QRegExp URIRegExp();
+    static QRegExp IDRegExp();            ///< `USER@HOST:PORT` of any domain, with trailing dial digits.
     static QRegExp IDWithoutPortRegExp(); ///< As IDRegExp, without a port.
     static QRegExp SkypeURIRegExp();      ///< "skype:NAME", with or without the Skype domain.
     static QRegExp SkypeIDRegExp();       ///< NAME@ the Skype domain, short or long.

@@ -20,7 +20,6 @@ namespace
 {
 
 constexpr qsizetype blockSize = AES_BLOCK_SIZE;
-constexpr qsizetype machineKeySize = 32; // the longest key that AES takes
 
 qsizetype RoundUpToBlocks(qsizetype size)
 {
@@ -110,7 +109,7 @@ QString AES::machineKey()
     for (qsizetype i = 0; i < key.size(); ++i) {
         key[i] = static_cast<char>(key.at(i) ^ user.at(i % user.size()));
     }
-    return QString::fromLatin1(key.toBase64()).left(machineKeySize);
+    return QString::fromLatin1(key.toBase64()).left(maxKeySize);
 }
 
 QByteArray& AES::crypt(const QString& key, const QByteArray& input, QByteArray& output, int mode)

@@ -29,18 +29,23 @@ class VXCOMMON_EXPORT AES
 public:
     AES() = delete;
 
+    static constexpr int maxKeySize = 32; ///< In bytes of UTF-8.
+
     /// Enciphers the UTF-8 form of `text`; the result is Base64 (RFC 4648). An empty text stays empty.
     static QString encrypt(const QString& key, const QString& text);
-    static QString encrypt(const QString& text);
+    static QString encrypt(const QString& text); ///< As above, with the machine key.
+    /// Enciphers bytes into bytes.
     static QByteArray& encrypt(const QString& key, const QByteArray& input, QByteArray& output);
+    /// As above, with the machine key.
     static QByteArray& encrypt(const QByteArray& input, QByteArray& output);
 
     /// Deciphers Base64 to text. What is damaged or was made with another key gives garbage, never an error.
     static QString decrypt(const QString& key, const QString& text);
-    static QString decrypt(const QString& text);
+    static QString decrypt(const QString& text); ///< As above, with the machine key.
     /// A last block that is not whole is deciphered as if zero bytes stood behind it, to as many bytes as it
     /// has.
     static QByteArray& decrypt(const QString& key, const QByteArray& input, QByteArray& output);
+    /// As above, with the machine key.
     static QByteArray& decrypt(const QByteArray& input, QByteArray& output);
 
     /// Enciphers `value` together with `name` under the machine key, so that it can only be read under this

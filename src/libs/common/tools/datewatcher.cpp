@@ -79,7 +79,9 @@ int DateWatcher::GetCurrentOffsetFromUTC()
     const QDateTime utc = QDateTime::currentDateTimeUtc();
     const QTime time = utc.time();
     const QDateTime utcAsLocal(utc.date(), QTime(time.hour(), time.minute(), time.second(), 0));
-    return static_cast<int>(utcAsLocal.secsTo(QDateTime::currentDateTime()));
+    const QDateTime local = QDateTime::currentDateTime();
+    // secsTo cuts towards zero: with a part of a second, all offsets west of Greenwich would be one too many.
+    return static_cast<int>(utcAsLocal.secsTo(local.addMSecs(-local.time().msec())));
 }
 
 } // namespace tools

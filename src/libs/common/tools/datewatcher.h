@@ -47,6 +47,7 @@ Q_SIGNALS:
     void currentTimeZoneChanged();
 
 protected:
+    /// For GetDateWatcher; reads the clock and begins to poll.
     explicit DateWatcher(QObject* parent = nullptr);
 
 private Q_SLOTS:

@@ -16,7 +16,8 @@ QIcon CopyOf(const QIcon& icon)
     QIcon copy;
     const QList<QSize> sizes = icon.availableSizes(QIcon::Normal, QIcon::Off);
     for (const QSize& size : sizes) {
-        copy.addPixmap(icon.pixmap(size, QIcon::Normal, QIcon::Off), QIcon::Normal, QIcon::Off);
+        // Pixel by pixel, also where the screen would have more of them.
+        copy.addPixmap(icon.pixmap(size, 1.0, QIcon::Normal, QIcon::Off), QIcon::Normal, QIcon::Off);
     }
     return copy;
 }

@@ -66,8 +66,9 @@ Outcome Replace(const QString& fileName, const QByteArray& bytes)
 Outcome Write(const QString& fileName, const QByteArray& bytes)
 {
     const QFileInfo info(fileName);
-    const bool isSpecial = info.exists() && !info.isFile(); // a device or a pipe must not be replaced
-    return isSpecial ? WriteInPlace(fileName, bytes) : Replace(fileName, bytes);
+    // A device or a pipe must not be replaced, nor a link that leads nowhere or in a circle.
+    const bool mustStay = info.exists() ? !info.isFile() : info.isSymLink();
+    return mustStay ? WriteInPlace(fileName, bytes) : Replace(fileName, bytes);
 }
 
 } // namespace
@@ -102,12 +103,15 @@ bool JsonFile::Load()
         return false;
     }
     QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly)) {
+    QByteArray bytes;
+    if (file.open(QIODevice::ReadOnly)) {
+        bytes = file.readAll();
+    }
+    if (file.error() != QFileDevice::NoError) {
         LOG_MESSAGE(common::logger::Error)
             << QStringLiteral("Failed to open file '%1' for read!").arg(fileName);
         return false;
     }
-    QByteArray bytes = file.readAll();
     if (!key.isEmpty()) {
         cipher::AES::decrypt(key, bytes, bytes);
         qsizetype size = bytes.size();
@@ -131,11 +135,15 @@ bool JsonFile::Save()
         LOG_MESSAGE(common::logger::Error)
             << QStringLiteral("Failed to create directory '%1'!").arg(dir.absolutePath());
     }
-    QByteArray bytes = document.toJson(QJsonDocument::Indented);
-    if (!key.isEmpty()) {
-        cipher::AES::encrypt(key, bytes, bytes);
+    Outcome outcome = Outcome::CannotWrite;
+    // With a key that the cipher does not support, zero bytes would take the place of the old content.
+    if (key.toUtf8().size() <= cipher::AES::maxKeySize) {
+        QByteArray bytes = document.toJson(QJsonDocument::Indented);
+        if (!key.isEmpty()) {
+            cipher::AES::encrypt(key, bytes, bytes);
+        }
+        outcome = Write(fileName, bytes);
     }
-    const Outcome outcome = Write(fileName, bytes);
     if (outcome == Outcome::CannotOpen) {
         LOG_MESSAGE(common::logger::Error)
             << QStringLiteral("Failed to open file '%1' for write!").arg(fileName);

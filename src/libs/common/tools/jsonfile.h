@@ -21,22 +21,24 @@ class VXCOMMON_EXPORT JsonFile
 {
 public:
     /// Takes note of the file and does not touch it. With an empty `key` the file is plain text; see
-    /// cipher::AES for what makes a key, above all that more than 32 bytes do not.
+    /// cipher::AES for what makes a key, above all that more than AES::maxKeySize bytes do not.
     JsonFile(const QString& fileName, const QString& key);
+    /// As above, with a document to save.
     JsonFile(const QString& fileName, const QJsonDocument& document, const QString& key);
+    /// As above, with an object to save.
     JsonFile(const QString& fileName, const QJsonObject& object, const QString& key);
-    JsonFile(const JsonFile& other);
-    JsonFile(JsonFile&& other) noexcept;
-    JsonFile& operator=(const JsonFile& other);
-    JsonFile& operator=(JsonFile&& other) noexcept;
+    JsonFile(const JsonFile& other);                ///< Copies document, file name and key.
+    JsonFile(JsonFile&& other) noexcept;            ///< Takes document, file name and key over.
+    JsonFile& operator=(const JsonFile& other);     ///< As the copy.
+    JsonFile& operator=(JsonFile&& other) noexcept; ///< As the move.
     ~JsonFile();
 
     /**
      * Reads the document from the file.
      *
-     * @return false, with the document as it was, if there is no file name or the file cannot be opened. A
-     * file that holds no JSON, or was enciphered with another key, is read as the null document, and that is
-     * no error.
+     * @return false, with the document as it was, if there is no file name or the file cannot be opened or
+     * not be read. A file that holds no JSON, or was enciphered with another key, is read as the null
+     * document, and that is no error.
      */
     bool Load();
 
@@ -45,14 +47,15 @@ public:
      *
      * The file is written aside and then put in the place of the old one, which stays as it was if the disk
      * is full or the process dies. Where the folder does not allow that, and for what is no regular file, it
-     * is written in place.
+     * is written in place. A link stays, and the file it leads to is written.
      *
-     * @return false if there is no file name, or the file cannot be opened or not be written as a whole
+     * @return false if there is no file name, or the file cannot be opened or not be written as a whole, or
+     * the key is not supported, which leaves the old file as it was
      */
     bool Save();
 
-    const QJsonDocument& Document() const;
-    QJsonObject Object() const; ///< The document's object; empty if it is none.
+    const QJsonDocument& Document() const; ///< As loaded or given.
+    QJsonObject Object() const;            ///< The document's object; empty if it is none.
 
 private:
     QJsonDocument document;

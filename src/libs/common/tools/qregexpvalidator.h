@@ -13,14 +13,16 @@
 class VXCOMMON_EXPORT QRegExpValidator : public QValidator
 {
     Q_OBJECT
+    /// The pattern; see setRegExp.
     Q_PROPERTY(QRegExp regExp READ regExp WRITE setRegExp NOTIFY regExpChanged)
 
 public:
     explicit QRegExpValidator(QObject* parent = nullptr); ///< Accepts everything.
+    /// Checks against `regExp`.
     explicit QRegExpValidator(const QRegExp& regExp, QObject* parent = nullptr);
     ~QRegExpValidator() override;
 
-    const QRegExp& regExp() const { return pattern; }
+    const QRegExp& regExp() const { return pattern; } ///< The pattern; an empty one accepts everything.
     /// Emits regExpChanged and then changed, unless the pattern stays the same.
     void setRegExp(const QRegExp& regExp);
 
@@ -28,6 +30,7 @@ public:
     State validate(QString& input, int& pos) const override;
 
 Q_SIGNALS:
+    /// Another pattern was set.
     void regExpChanged(const QRegExp& regExp);
 
 private:

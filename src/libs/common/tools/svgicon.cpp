@@ -24,6 +24,12 @@ QPixmap TransparentPixmap(const QSize& size)
     return pixmap;
 }
 
+/// The icon's own pixels at `size`, also where the screen would have more of them.
+QPixmap PixmapAt(const QIcon& icon, const QSize& size)
+{
+    return icon.pixmap(size, 1.0, QIcon::Normal, QIcon::Off);
+}
+
 /// `second` at the given opacity over `first`.
 QIcon Overlay(const QIcon& first, const QIcon& second, double opacity)
 {
@@ -31,9 +37,9 @@ QIcon Overlay(const QIcon& first, const QIcon& second, double opacity)
     for (const QSize& size : Sizes()) {
         QPixmap pixmap = TransparentPixmap(size);
         QPainter painter(&pixmap);
-        painter.drawPixmap(pixmap.rect(), first.pixmap(size, QIcon::Normal, QIcon::Off));
+        painter.drawPixmap(pixmap.rect(), PixmapAt(first, size));
         painter.setOpacity(opacity);
-        painter.drawPixmap(pixmap.rect(), second.pixmap(size, QIcon::Normal, QIcon::Off));
+        painter.drawPixmap(pixmap.rect(), PixmapAt(second, size));
         painter.end();
         icon.addPixmap(pixmap, QIcon::Normal, QIcon::Off);
     }

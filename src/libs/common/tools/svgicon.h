@@ -19,6 +19,7 @@ class VXCOMMON_EXPORT SvgIcon
 public:
     SvgIcon() = delete;
 
+    /// The icon of one file, a path or a resource.
     static QIcon CreateFromSvg(const QString& path);
 
     /**

@@ -12,6 +12,7 @@ class VXCOMMON_EXPORT Version
 {
 public:
     Version() = default; ///< The null version, 0.0.0.0; less than every other.
+    /// The number with these parts.
     Version(unsigned int majorPart, unsigned int minorPart, unsigned int buildPart, unsigned int releasePart);
 
     /// Reads up to four parts between any of "-", ",", "_" and "."; a part that is no decimal number counts
@@ -19,22 +20,25 @@ public:
     Version(const QString& text);
     Version(const char* text); ///< As above, from UTF-8.
 
-    operator bool() const { return !IsNull(); }
-    bool IsNull() const;
+    operator bool() const { return !IsNull(); } ///< Whether any part is not 0.
+    bool IsNull() const;                        ///< Whether all parts are 0.
 
-    unsigned int Major() const { return major; }
-    unsigned int Minor() const { return minor; }
-    unsigned int Build() const { return build; }
-    unsigned int Release() const { return release; }
+    unsigned int Major() const { return major; }     ///< The first part.
+    unsigned int Minor() const { return minor; }     ///< The second part.
+    unsigned int Build() const { return build; }     ///< The third part.
+    unsigned int Release() const { return release; } ///< The fourth part.
 
     QString ToString() const; ///< All four parts between dots.
 
-    bool operator==(const Version& other) const;
-    bool operator!=(const Version& other) const { return !(*this == other); }
-    bool operator<(const Version& other) const;
-    bool operator<=(const Version& other) const { return !(other < *this); }
-    bool operator>(const Version& other) const { return other < *this; }
-    bool operator>=(const Version& other) const { return !(*this < other); }
+    bool operator==(const Version& other) const;                              ///< All parts are equal.
+    bool operator!=(const Version& other) const { return !(*this == other); } ///< Some part differs.
+    bool operator<(const Version& other) const; ///< The first part that differs is less.
+    bool operator<=(const Version& other) const { return !(other < *this); } ///< Less or equal.
+    bool operator>(const Version& other) const
+    {
+        return other < *this;
+    } ///< The first part that differs is greater.
+    bool operator>=(const Version& other) const { return !(*this < other); } ///< Greater or equal.
 
 private:
     bool parse(const QString& text);

@@ -14,6 +14,7 @@ class VXCOMMON_EXPORT Web
 public:
     Web() = delete;
 
+    /// The country of a web host.
     enum Locale : int
     {
         LocaleDefault = 0, ///< Any other domain.

@@ -12,7 +12,7 @@ constexpr char schemePrefix[] = "x-scheme-handler/";
 
 bool IsHeader(const QByteArray& line)
 {
-    return line.startsWith('[');
+    return line.trimmed().startsWith('[');
 }
 
 /// The key of a "key=value" line; empty for any other line.
@@ -97,30 +97,41 @@ QByteArrayList MimeApps::Defaults(const QByteArray& type) const
 void MimeApps::SetDefault(const QByteArray& type, const QByteArray& id)
 {
     bool inDefaults = false;
-    qsizetype insertAt = -1;
+    bool found = false;
+    qsizetype header = -1;
     for (qsizetype i = 0; i < lines.size(); ++i) {
         QByteArray& line = lines[i];
         if (IsHeader(line)) {
             inDefaults = line.trimmed() == defaultsHeader;
+            header = inDefaults ? i : header;
         } else if (inDefaults && KeyOf(line) == type) {
+            // Readers differ in which of several such lines they take.
             line = WithValue(line, id + ';' + WithoutId(ValueOf(line), id));
-            return;
-        }
-        if (inDefaults && insertAt <= i && !line.trimmed().isEmpty()) {
-            insertAt = i + 1;
+            found = true;
         }
     }
-    if (!lines.isEmpty() && !lines.last().endsWith('\n')) {
-        lines.last() += '\n';
+    if (found) {
+        return;
     }
-    if (insertAt < 0) {
+    if (header < 0) {
+        EndLastLine();
         if (!lines.isEmpty()) {
             lines += QByteArrayLiteral("\n");
         }
+        header = lines.size();
         lines += QByteArray(defaultsHeader) + '\n';
-        insertAt = lines.size();
+    } else if (header == lines.size() - 1) {
+        EndLastLine();
     }
-    lines.insert(insertAt, type + '=' + id + ";\n");
+    // Behind the header, so that a last line without an end stays as it is.
+    lines.insert(header + 1, type + '=' + id + ";\n");
+}
+
+void MimeApps::EndLastLine()
+{
+    if (!lines.isEmpty() && !lines.last().endsWith('\n')) {
+        lines.last() += '\n';
+    }
 }
 
 void MimeApps::RemoveExcept(const QByteArrayList& types, const QByteArray& id)

@@ -24,6 +24,8 @@ public:
     QByteArray Text() const;
 
 private:
+    void EndLastLine();
+
     QByteArrayList lines; ///< With their line ends.
 };
 

@@ -119,7 +119,7 @@ QString PreferredEntry(const QByteArray& type)
     for (const QString& path : ListFiles()) {
         const MimeApps list(ReadFile(path).value_or(QByteArray()));
         for (const QByteArray& bytes : list.Defaults(type)) {
-            const QString id = QString::fromUtf8(bytes);
+            QString id = QString::fromUtf8(bytes);
             if (IsInstalled(id)) {
                 return id;
             }
@@ -145,11 +145,12 @@ void UpdateCache()
     }
 }
 
-/// The program that the application's schemes start, from the command that was written for one of them.
-QString ProgramOf(const QSettings& settings, const QString& progId)
+/// The program that the application was last registered for. Its schemes may have been written by different ones.
+QString ProgramOf(const QSettings& settings, const QString& application, const QString& organization)
 {
-    const QString command =
-        settings.value(protocolkeys::Class(progId) + QLatin1String("/shell/open/command/Default")).toString();
+    const QString key = protocolkeys::Application(application, organization) +
+                        QLatin1String("shell/open/command/Default");
+    const QString command = settings.value(key).toString();
     const QString tail = protocolkeys::CommandTail();
     return command.startsWith(u'"') && command.endsWith(tail)
                ? command.mid(1, command.size() - tail.size() - 1)
@@ -161,7 +162,7 @@ QString ProgramOf(const QSettings& settings, const QString& progId)
 QString UserChoice(const QSettings& settings, const QString& protocol, const QString& application,
                    const QString& organization)
 {
-    const QString stored = settings.value(protocolkeys::UserChoice(protocol)).toString();
+    QString stored = settings.value(protocolkeys::UserChoice(protocol)).toString();
     const QByteArray type = TypeOf(protocol);
     const QString entry = type.isEmpty() ? QString() : PreferredEntry(type);
     if (entry.isEmpty() || entry == settings.value(ProjectedChoiceKey(protocol)).toString()) {
@@ -177,17 +178,14 @@ void NotifyChanged(QSettings& settings, const QString& application, const QStrin
                    const QStringList& chosen)
 {
     const QByteArray id = HandlerEntryId(application, organization);
+    const QString program = ProgramOf(settings, application, organization);
     settings.beginGroup(protocolkeys::Capabilities(application, organization));
-    const QStringList protocols = settings.childKeys();
+    const QStringList protocols = program.isEmpty() ? QStringList() : settings.childKeys();
     settings.endGroup();
     QByteArrayList types;
-    QString program;
     for (const QString& protocol : protocols) {
-        const QString progId = protocolkeys::ProgId(protocol, application, organization);
-        const QString command = ProgramOf(settings, progId);
-        if (!command.isEmpty() && !TypeOf(protocol).isEmpty()) {
+        if (!TypeOf(protocol).isEmpty()) {
             types += TypeOf(protocol);
-            program = command;
         }
     }
 

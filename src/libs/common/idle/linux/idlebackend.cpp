@@ -1,6 +1,7 @@
 #include "../idlebackend.h"
 
 #include "../../tools/linux/xdisplay.h"
+#include "idleunit.h"
 
 #include <common/logger/logger.h>
 
@@ -105,41 +106,26 @@ public:
     int getSeconds() override { return ToSeconds(Ask(mutterIdleMonitor)); }
 };
 
-/**
- * GetSessionIdleTime tells seconds on some desktops and milliseconds on others. While the user rests, the
- * number grows by the time between two calls, and so shows its unit; until then nobody counts as idle.
- */
+/// Until the unit of the answers is known, nobody counts as idle.
 class ScreenSaverServiceBackend : public IIdleBackend
 {
 public:
+    ScreenSaverServiceBackend() { clock.start(); }
+
     int getSeconds() override
     {
         const std::optional<quint64> number = Ask(screenSaver);
-        if (number.has_value()) {
-            LearnUnit(*number);
+        if (!number.has_value()) {
+            return ToSeconds(std::nullopt);
         }
-        return unit == 0 && number.has_value()
-                   ? 0
-                   : ToSeconds(number.has_value() ? std::optional(*number * unit) : std::nullopt);
+        constexpr quint64 most = std::numeric_limits<quint32>::max();
+        const auto answer = static_cast<quint32>(std::min(*number, most));
+        return ToSeconds(unit.ToMilliseconds(answer, clock.elapsed()).value_or(0));
     }
 
 private:
-    void LearnUnit(quint64 number)
-    {
-        // Long enough to tell the two apart, one step of a clock in seconds included.
-        constexpr qint64 shortest = 500;
-        const qint64 elapsed = sinceReading.isValid() ? sinceReading.elapsed() : 0;
-        if (unit == 0 && elapsed >= shortest && number > reading) {
-            const quint64 growth = number - reading;
-            unit = growth > static_cast<quint64>(elapsed) / 10 ? 1 : millisecondsPerSecond;
-        }
-        reading = number;
-        sinceReading.start();
-    }
-
-    quint64 unit = 0; ///< Milliseconds in one of the service's units; 0 until it is known.
-    quint64 reading = 0;
-    QElapsedTimer sinceReading;
+    IdleUnit unit;
+    QElapsedTimer clock;
 };
 
 /// Whether a bus is to be expected. Qt would look for one by starting a program.

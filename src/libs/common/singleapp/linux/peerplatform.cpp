@@ -20,9 +20,10 @@ namespace
 // For the user alone: whoever can open the file could hold its lock.
 constexpr mode_t privateMode = S_IRUSR | S_IWUSR;
 
+/// A second name would make it another file of this user, linked to this place by somebody else.
 bool IsOwnFile(const struct stat& status)
 {
-    return S_ISREG(status.st_mode) && status.st_uid == ::geteuid();
+    return S_ISREG(status.st_mode) && status.st_uid == ::geteuid() && status.st_nlink <= 1;
 }
 
 /// Whether something else than a file of this user stands at `path`.

@@ -2,7 +2,11 @@
 
 #include "xdisplay.h"
 
-#define explicit explicit_ // The header of this C library has a member of that name.
+// The header of this C library has a member of that name.
+#ifdef __clang__
+#pragma clang diagnostic ignored "-Wkeyword-macro"
+#endif
+#define explicit explicit_
 #include <xcb/xkb.h>
 #undef explicit
 

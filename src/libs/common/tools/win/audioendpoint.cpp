@@ -64,7 +64,7 @@ AudioEndpoint FindDefaultAudioEndpoint(bool render)
         return Failure("pProps->GetValue()", result);
     }
     // The text is read after CoUninitialize and never cleared; both are meant.
-    return {QString::fromWCharArray(name.pwszVal), nullptr, 0};
+    return {name.vt == VT_LPWSTR ? QString::fromWCharArray(name.pwszVal) : QString(), nullptr, 0};
 }
 
 } // namespace tools

@@ -1,0 +1,169 @@
+// What callers may do to a request at any time: abort it, send it again, delete it.
+
+#include "faultserver.h"
+#include "recordedrequest.h"
+
+#include <QTest>
+#include <QTimer>
+
+#include <vector>
+
+using namespace common::http;
+
+namespace
+{
+
+const QString success = "replyFinished, binary, finished";
+
+} // namespace
+
+class TestHttpLifetime : public QObject, private RecordedRequest
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { Renew(); }
+    void actionInsideSignal_data();
+    void actionInsideSignal();
+    void manyInParallel();
+
+public Q_SLOTS:
+    void Act();
+
+private:
+    QString action;
+    QUrl actionUrl;
+};
+
+void TestHttpLifetime::actionInsideSignal_data()
+{
+    QTest::addColumn<QByteArray>("signal");
+    QTest::addColumn<Answer>("answer");
+    QTest::addColumn<bool>("aborted");
+    QTest::addColumn<QString>("what");
+
+    const auto rows = [](const QByteArray& signal, const Answer& answer, bool aborted = false) {
+        for (const char* what : {"abort", "send", "delete", "nested"}) {
+            QTest::newRow(what + signal + answer.bytes.mid(8, 4) + (aborted ? " aborted" : ""))
+                << signal << answer << aborted << what;
+        }
+    };
+    const Answer ok{Response("200 OK", "body")};
+    const Answer pieces{Response("206 Pieces", "body"), Answer::Close, 150};
+    const Answer unfinished{ok.bytes.chopped(1), Answer::Hang};
+    const QByteArray error = SIGNAL(requestError(int, QString, QByteArray));
+    const QByteArray ended = SIGNAL(replyFinished(const QNetworkReply*));
+    rows(SIGNAL(downloadProgress(qint64, qint64)), ok);
+    rows(SIGNAL(downloadProgress(qint64, qint64)), pieces);
+    rows(SIGNAL(uploadProgress(qint64, qint64)), ok);
+    rows(ended, ok);
+    rows(SIGNAL(requestFinishedWithBinaryData(QByteArray)), ok);
+    rows(SIGNAL(requestFinished(QString)), ok);
+    rows(error, {Response("404 No", "body")});
+    rows(error, {Response("429 Busy", "body")});
+    rows(error, unfinished); // By time-out.
+    rows(SIGNAL(invalidOperationError(int, QString)), {Response("400 Bad", "body")});
+    rows(SIGNAL(proxyError(int, QString)), {""});
+    // Of the reply itself.
+    rows(SIGNAL(metaDataChanged()), ok);
+    rows(SIGNAL(readyRead()), ok);
+    rows(SIGNAL(finished()), ok);
+    // The caller aborts the reply, not the request.
+    rows(SIGNAL(aboutToClose()), unfinished, true);
+    rows(SIGNAL(errorOccurred(QNetworkReply::NetworkError)), unfinished, true);
+    rows(ended, unfinished, true);
+    rows(error, unfinished, true);
+}
+
+void TestHttpLifetime::Act()
+{
+    const QString what = std::exchange(action, QString());
+    if (what.isEmpty()) {
+        return;
+    }
+    told->events.clear();
+    if (what == "abort") {
+        request->Abort();
+    } else if (what == "send") {
+        manager->setProxy(QNetworkProxy::NoProxy);
+        request->SetUrl(actionUrl);
+        QVERIFY(request->Get());
+    } else if (what == "delete") {
+        request.reset();
+    } else {
+        QEventLoop loop;
+        QTimer::singleShot(0, this, [this] { request.reset(); });
+        QTimer::singleShot(20, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+}
+
+void TestHttpLifetime::actionInsideSignal()
+{
+    QFETCH(QByteArray, signal);
+    QFETCH(Answer, answer);
+    QFETCH(bool, aborted);
+    QFETCH(QString, what);
+
+    FaultServer server({answer});
+    FaultServer other({{Response("200 OK", "body")}});
+    action = what;
+    actionUrl = other.Url();
+    request->SetUrl(signal.contains("proxy") ? QUrl("https://127.0.0.1:1/") : server.Url());
+    request->SetTimeout(1);
+    manager->setProxy(QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1", server.serverPort()));
+    QVERIFY(signal.contains("upload") ? request->Post() : request->Get());
+    const QPointer<QNetworkReply> reply = request->Reply();
+    const QByteArray name = QMetaObject::normalizedSignature(signal.mid(1));
+    const bool isOwn = request->metaObject()->indexOfSignal(name) >= 0;
+    connect(isOwn ? static_cast<QObject*>(request.get()) : reply, signal.constData(), this, SLOT(Act()));
+    if (aborted) {
+        QTRY_VERIFY(reply->bytesAvailable() > 0);
+        // From an event loop, as in a real program.
+        QTimer::singleShot(0, reply, &QNetworkReply::abort);
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(action.isEmpty(), 10000);
+    QTRY_VERIFY(what == "abort" || reply.isNull());
+    QTRY_COMPARE(request == nullptr, what == "delete" || what == "nested");
+    QTRY_COMPARE(server.openConnections, 0);
+    QTRY_COMPARE(other.requests.size(), what == "send" ? 1 : 0);
+    if (what == "send") {
+        QTRY_COMPARE(told->Told(), success);
+    } else if (what == "delete" || answer.interval > 0) {
+        QCOMPARE(told->Told(), QString());
+    }
+}
+
+void TestHttpLifetime::manyInParallel()
+{
+    const QByteArray ok = Response("200 OK", "body");
+    const QString busy = "replyFinished, error 429 0, ";
+    const QList<QPair<Answer, QString>> kinds{
+        {{ok}, success},
+        {{Response("404 No", "body")}, "replyFinished, error 203 4"},
+        {{Response("400 Bad", "body")}, "replyFinished, invalid 302, error 302 4"},
+        {{Response("429 Busy", "wait")}, busy + busy + "error 299 4"},
+        {{ok.chopped(2)}, "replyFinished, replyFinished, error 2 "},
+        {{"", Answer::Hang}, "error 4 0"},
+    };
+    std::vector<std::unique_ptr<FaultServer>> servers;
+    for (const auto& kind : kinds) {
+        servers.push_back(std::make_unique<FaultServer>(QList<Answer>{kind.first}));
+    }
+    std::vector<RecordedRequest> all(500);
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        all[i].Use(CreateHttpRequest(manager.get(), nullptr));
+        all[i].request->SetUrl(servers[i % servers.size()]->Url());
+        all[i].request->SetAttemptCountOnNetworkProblem(2);
+        // Six requests to a host are on their way, the others wait, and the silent ones make them wait long.
+        all[i].request->SetTimeout(i % servers.size() == 5 ? 1 : 60);
+        QVERIFY(all[i].request->Get());
+    }
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const QString& expected = kinds.at(qsizetype(i % servers.size())).second;
+        QTRY_COMPARE_WITH_TIMEOUT(all[i].told->Told().left(expected.size()), expected, 60000);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestHttpLifetime)
+#include "tst_httplifetime.moc"

@@ -1,0 +1,169 @@
+#include <common/idle/idlewatcher.h>
+#include <common/tools/datewatcher.h>
+#include <common/tools/sleepwatcher.h>
+
+#include <logger/recordinglogger.h>
+
+#include <QPointer>
+#include <QTest>
+
+#include <thread>
+
+using common::IdleWatcher;
+using tools::DateWatcher;
+using tools::powerChangeNotify;
+using tools::SleepWatcher;
+
+namespace
+{
+
+constexpr unsigned long suspend = 4;
+constexpr unsigned long automaticResume = 18;
+constexpr unsigned long resume = 7;
+
+class FakeBackend : public common::IIdleBackend
+{
+public:
+    int getSeconds() override { return seconds; }
+
+    int seconds = 60;
+};
+
+} // namespace
+
+class TestWatchers : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void idleReadings_data();
+    void idleReadings();
+    void idleBackend();
+    void lastPointerGoesInSignal();
+    void sleepFromAnotherThread();
+    void date();
+};
+
+void TestWatchers::initTestCase()
+{
+    qunsetenv("DISPLAY"); // What a desktop offers is in tests of its own.
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
+}
+
+void TestWatchers::idleReadings_data()
+{
+    QTest::addColumn<QList<int>>("readings");
+    QTest::addColumn<QString>("told"); // What each reading tells, with the poll's interval at that moment.
+
+    const auto row = [](const char* name, const QList<int>& readings, const char* told) {
+        QTest::newRow(name) << readings << QString(told);
+    };
+    row("a return before the first minute", {40, 2, 59, 0}, "3000");
+    row("whole minutes", {59, 60, 119, 120}, "idle 60 at 1000,idle 120 at 1000,1000");
+    row("a jump over minutes", {10, 200, 200}, "idle 200 at 1000,1000");
+    row("a return from 60 to 59", {60, 59}, "idle 60 at 1000,active at 3000,3000");
+    row("a fall to above a minute", {200, 100, 130}, "idle 200 at 1000,active at 3000,idle 130 at 1000,1000");
+    row("idle again after a failure", {65, 0, 61}, "idle 65 at 1000,active at 3000,idle 61 at 1000,1000");
+}
+
+void TestWatchers::idleReadings()
+{
+    QFETCH(QList<int>, readings);
+    QFETCH(QString, told);
+
+    const auto watcher = IdleWatcher::instance();
+    auto* parts = watcher->idleWatcherPrivate();
+    QVERIFY(parts->timer.isActive() && parts->timer.interval() == 3000);
+    auto* backend = new FakeBackend;
+    parts->backend.reset(backend);
+    QString events;
+    connect(watcher.data(), &IdleWatcher::idle, this, [&](int seconds) {
+        events += QStringLiteral("idle %1 at %2,").arg(seconds).arg(parts->timer.interval());
+    });
+    connect(watcher.data(), &IdleWatcher::active, this, [&] {
+        events += QStringLiteral("active at %1,").arg(parts->timer.interval());
+        QVERIFY2(parts->lastSeconds >= 60, "the new reading is stored after the signal");
+    });
+    for (const int seconds : readings) {
+        backend->seconds = seconds;
+        watcher->checkIdleState();
+        QCOMPARE(parts->lastSeconds, seconds);
+    }
+    QCOMPARE(events + QString::number(parts->timer.interval()), told);
+}
+
+void TestWatchers::idleBackend()
+{
+    RecordingLogger log;
+    const auto watcher = IdleWatcher::instance();
+    QVERIFY(IdleWatcher::instance() != watcher);
+    const auto& backend = watcher->idleWatcherPrivate()->backend;
+#ifdef Q_OS_WIN
+    const int first = backend->getSeconds();
+    QTRY_VERIFY_WITH_TIMEOUT(backend->getSeconds() == first + 1, 5000);
+#else
+    QVERIFY(backend == nullptr);
+    watcher->checkIdleState();
+    QCOMPARE(log.lines[0].text, "cant resolve GetLastInputInfo Or IdleUIGetLastInputTime");
+#endif
+}
+
+void TestWatchers::lastPointerGoesInSignal()
+{
+    auto watcher = IdleWatcher::instance();
+    const QPointer<IdleWatcher> alive(watcher.data());
+    watcher->idleWatcherPrivate()->backend = std::make_unique<FakeBackend>();
+    connect(watcher.data(), &IdleWatcher::idle, this, [&watcher] { watcher.reset(); });
+    // By the timer, as it is in real life.
+    watcher->idleWatcherPrivate()->timer.start(1);
+    QTRY_VERIFY(alive.isNull());
+}
+
+void TestWatchers::sleepFromAnotherThread()
+{
+    RecordingLogger log;
+    SleepWatcher* watcher = SleepWatcher::instance();
+    QCOMPARE(SleepWatcher::instance(), watcher);
+#ifdef Q_OS_WIN
+    QVERIFY(watcher->isInited() && log.lines.empty());
+#else
+    QVERIFY(!watcher->isInited());
+    QCOMPARE(log.lines[0].text, "failed to initialize");
+#endif
+    log.lines.clear();
+    QStringList events;
+    connect(watcher, &SleepWatcher::sleep, this,
+            [&] { events += watcher->isSleeping() ? "sleep" : "early"; });
+    connect(watcher, &SleepWatcher::wake, this, [&] { events += watcher->isSleeping() ? "early" : "wake"; });
+    std::thread system([watcher] {
+        powerChangeNotify(nullptr, resume, nullptr);
+        for (const auto type : {suspend, suspend, automaticResume, resume, suspend}) {
+            powerChangeNotify(watcher, type, nullptr);
+        }
+    });
+    system.join(); // All the while this thread's event loop gets no turn.
+    QVERIFY(events.isEmpty() && !watcher->isSleeping());
+    QCOMPARE(log.lines.size(), std::size_t{5});
+    QCOMPARE(log.lines[0].text, "PC wake!");
+    QCOMPARE(log.lines[1].text, "PC sleep!");
+    QVERIFY(log.lines[1].level == common::logger::Debug && log.lines[1].channel == "sleepwatcher");
+    QCoreApplication::processEvents();
+    QCOMPARE(events, QStringList({"sleep", "sleep", "wake", "sleep"}));
+    QCOMPARE(powerChangeNotify(watcher, automaticResume, nullptr), 0UL);
+    QVERIFY(watcher->isSleeping());
+}
+
+void TestWatchers::date()
+{
+    const QDate before = QDate::currentDate();
+    const QDate date = DateWatcher::CurrentDate();
+    QVERIFY(date >= before && date <= QDate::currentDate());
+    const QWeakPointer<DateWatcher> weak = DateWatcher::GetDateWatcher();
+    QVERIFY2(!weak.isNull(), "dropping the pointer does not end it");
+    QCOMPARE(DateWatcher::GetDateWatcher(), weak.toStrongRef());
+}
+
+QTEST_GUILESS_MAIN(TestWatchers)
+#include "tst_watchers.moc"
