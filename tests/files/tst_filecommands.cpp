@@ -85,6 +85,7 @@ void TestFileCommands::copyKeepsPermissions()
         std::filesystem::permissions(filetree::ToPath(folder.filePath("f")), std::filesystem::perms(mode));
         QFile file(folder.filePath("f"));
         if (file.open(QIODevice::ReadOnly)) {
+            file.close();
             QVERIFY(FileCommands::CopyFile(file, folder.filePath("ours")));
             QVERIFY(file.copy(folder.filePath("qt")));
             QCOMPARE(QFile::permissions(folder.filePath("ours")), QFile::permissions(folder.filePath("qt")));

@@ -88,6 +88,8 @@ void TestFileJobs::copier_data()
            {"3 Source file 'ROOT/b' doesn't exist!", CopyingFailed("b", "t/b", 700103)});
     AddRow("folder cannot be made", "a=1, t=2", "F a t/x/a", "failed 700104", "+",
            {"3 Cannot create path to 'ROOT/t/x/a'", CopyingFailed("a", "t/x/a", 700104)});
+    AddRow("no destination", "s/a=1", "D s", "failed 700104", "+",
+           {"3 Cannot create path to ''", "3 Copying from 'ROOT/s/a' to '' failed with error '700104'!"});
     AddRow("destination is a directory", "a=1, d/", "F a d", "failed 700106", "+",
            {exists.arg("d"), "3 Cannot remove 'ROOT/d'!", CopyingFailed("a", "d", 700106)});
     AddRow("source is a directory", "d/a=1", "F d t", "failed 700107", "+",

@@ -1,6 +1,7 @@
 // A process that lives for as long as it is told: process_child MILLISECONDS [REPORT [HANDLE]]
-// REPORT receives one line each: the working directory, and whether HANDLE, a descriptor on Linux, is "open"
-// or "closed". With "thread" as REPORT the first thread ends at once, on Linux, and a second one lives on.
+// REPORT receives the working directory and whether HANDLE or, on Linux, any but the standard streams is
+// "open" or "closed". With "thread" in its place the first thread ends at once, on Linux, and a second one
+// lives on.
 
 #include <chrono>
 #include <csignal>
@@ -29,7 +30,12 @@ void Report(const std::string& path, const char* handle)
     const bool isOpen =
         GetHandleInformation(reinterpret_cast<HANDLE>(std::strtoull(handle, nullptr, 10)), &flags) != 0;
 #else
-    const bool isOpen = fcntl(std::atoi(handle), F_GETFD) >= 0;
+    static_cast<void>(handle);
+    constexpr int limit = 1024;
+    bool isOpen = false;
+    for (int descriptor = STDERR_FILENO + 1; descriptor < limit; ++descriptor) {
+        isOpen = isOpen || fcntl(descriptor, F_GETFD) >= 0;
+    }
 #endif
     std::ofstream(path + ".new") << std::filesystem::current_path().u8string() << '\n'
                                  << (isOpen ? "open" : "closed") << '\n';

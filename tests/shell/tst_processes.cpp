@@ -47,7 +47,8 @@ constexpr int terminatedCode = SIGKILL;
 
 qint64 MakeInheritable(int descriptor)
 {
-    return fcntl(descriptor, F_SETFD, 0) == 0 ? descriptor : -1;
+    constexpr int farAway = 500; // Once more, far from what the spawning opens itself.
+    return fcntl(descriptor, F_SETFD, 0) == 0 ? fcntl(descriptor, F_DUPFD, farAway) : -1;
 }
 #endif
 

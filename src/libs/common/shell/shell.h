@@ -57,7 +57,8 @@ public:
      *
      * @param overwrite remove a file that stands at `destination` first; else it makes the copy fail
      * @return whether the file was copied; each step that fails writes an Error line. Only what a regular
-     * file holds can be copied: devices, pipes and sockets fail.
+     * file holds can be copied: devices, pipes and sockets fail. So does a copy onto the source itself,
+     * which is left alone.
      */
     static bool Copy(const QString& source, const QString& destination, bool overwrite);
 
@@ -86,6 +87,9 @@ public:
      *
      * What stands before the first ":" of a path is its drive. A path without one is reported by an Error
      * line, and only renaming is tried: so it is with every path on Linux that has no colon.
+     *
+     * The source is removed whole, with hidden files that CopyDir leaves out. A destination in the source
+     * itself is refused.
      *
      * @return whether all files are at `destination`; a source that cannot be removed after copying is only a
      * Warn line
