@@ -77,6 +77,8 @@ public:
         return signalsSeen;
     }
 
+    bool HasEnded() const { return ended; }
+
     QStringList signalsSeen;
 
 private:
