@@ -20,7 +20,7 @@ namespace filetree
 
 inline std::filesystem::path ToPath(const QString& path)
 {
-    return std::filesystem::path(path.toStdU16String());
+    return {path.toStdU16String()};
 }
 
 inline void Write(const std::filesystem::path& path, const QByteArray& text)

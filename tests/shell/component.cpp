@@ -12,6 +12,17 @@
 #define EXPORTED extern "C" __attribute__((visibility("default")))
 #endif
 
+namespace
+{
+
+const char* Setting(const char* name)
+{
+    const char* const value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+} // namespace
+
 EXPORTED std::int32_t DllRegisterServer()
 {
 #ifdef _WIN32
@@ -20,11 +31,11 @@ EXPORTED std::int32_t DllRegisterServer()
         RegCloseKey(created);
     }
 #else
-    if (std::FILE* const file = std::fopen(std::getenv("COMPONENT_FILE"), "w")) {
+    if (std::FILE* const file = std::fopen(Setting("COMPONENT_FILE"), "w")) {
         static_cast<void>(std::fclose(file));
     }
 #endif
-    return static_cast<std::int32_t>(std::strtoul(std::getenv("COMPONENT_RESULT"), nullptr, 16));
+    return static_cast<std::int32_t>(std::strtoul(Setting("COMPONENT_RESULT"), nullptr, 16));
 }
 
 EXPORTED std::int32_t DllUnregisterServer()
@@ -32,7 +43,7 @@ EXPORTED std::int32_t DllUnregisterServer()
 #ifdef _WIN32
     RegDeleteKeyW(HKEY_CLASSES_ROOT, L"vxcommon.test.component");
 #else
-    static_cast<void>(std::remove(std::getenv("COMPONENT_FILE")));
+    static_cast<void>(std::remove(Setting("COMPONENT_FILE")));
 #endif
-    return static_cast<std::int32_t>(std::strtoul(std::getenv("COMPONENT_RESULT"), nullptr, 16));
+    return static_cast<std::int32_t>(std::strtoul(Setting("COMPONENT_RESULT"), nullptr, 16));
 }

@@ -98,9 +98,6 @@ void TestDesktop::folders()
         QVERIFY2(QFileInfo(path).isDir(), qPrintable(path));
     }
     QCOMPARE(QFileInfo(home + "/.local").permissions() & (QFile::ReadOther | QFile::ReadGroup), 0);
-    filetree::Build(home, {".config/user-dirs.dirs=XDG_DESKTOP_DIR=\"$HOME/Schreib tisch\""});
-    qputenv("XDG_DATA_HOME", QFile::encodeName(Path("data")));
-    QCOMPARE(told(), QStringList({Path("data"), home + "/Schreib tisch", Path("data/applications")}));
 }
 
 void TestDesktop::showFile_data()
