@@ -1,9 +1,9 @@
+#include "files/filetree.h"
+
 #include <common/logger/logger.h>
 
 #include <QDir>
-#include <QFile>
 #include <QRegularExpression>
-#include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -22,8 +22,6 @@ namespace
 {
 
 constexpr logger::Channel logChannel{"test.backend"};
-
-constexpr std::size_t largeFile = std::size_t{100} * 1024 * 1024;
 
 /// The handler that the library installed when it was loaded; QtTest puts its own on top of it.
 QtMessageHandler libraryHandler = nullptr;
@@ -45,7 +43,7 @@ struct Setup
     QString configFile;
     QString logFile;
     QString shortLogFile;
-    std::size_t maxFileSize = largeFile;
+    std::size_t maxFileSize = 100000000;
     int maxBackups = 1;
 
     bool Apply() const
@@ -76,7 +74,7 @@ private Q_SLOTS:
     void files();
     void levels();
     void fileLoggingSwitch();
-    void badPatternKeepsFile();
+    void badPattern();
     void badPlaces();
     void threadsIntoOneRollingFile();
     void channels();
@@ -123,7 +121,6 @@ void TestLog4cpp::lineForms()
     verify(512 + 1024, "", R"(\d+ INFO main\.window : téxt)");
     verify(512, "", "INFO +: téxt");
     verify(0, "", R"(\d+ INFO main\.window : téxt)"); // the default of log4cpp
-    verify(256 + 1, "%m%n", R"(téxt \(file: f\.cpp\(7\)\))");
     verify(256 + 3, "%m%n", R"(téxt \(n::F: file: f\.cpp\(7\)\))");
 }
 
@@ -172,7 +169,6 @@ void TestLog4cpp::fileLoggingSwitch()
     logger::ILogger* log = logger::GetLogger();
     setup.pattern = "%m%n";
     setup.Apply();
-    log->SetFileLoggingEnabled(true);
     LogOnMain("1");
     log->SetFileLoggingEnabled(false);
     log->SetFileLoggingEnabled(false);
@@ -190,10 +186,9 @@ void TestLog4cpp::fileLoggingSwitch()
     LogOnMain("4");
     QCOMPARE(ReadFile(first), "3\n");
     QCOMPARE(ReadFile(setup.logFile), "4\n");
-    QCOMPARE(ReadFile(setup.shortLogFile), "1\n3\n4\n");
 }
 
-void TestLog4cpp::badPatternKeepsFile()
+void TestLog4cpp::badPattern()
 {
     setup.Apply();
     const Setup good = setup;
@@ -204,7 +199,6 @@ void TestLog4cpp::badPatternKeepsFile()
     LogOnMain("old file");
     QCOMPARE(ReadFile(good.logFile), "INFO main.window old file\n");
     QCOMPARE(ReadFile(good.shortLogFile), "INFO main.window old file\n");
-
     // For the console it is the caller's to know.
     setup.targets = logger::Console;
     QVERIFY_EXCEPTION_THROWN(setup.Apply(), std::exception);
@@ -212,7 +206,7 @@ void TestLog4cpp::badPatternKeepsFile()
 
 void TestLog4cpp::badPlaces()
 {
-    QStringList places{File("no/such/folder/a.log"), File("folder"), File("vanishing/a.log")};
+    QStringList places{File("no/such/folder/a.log"), dir->path(), File("vanishing/a.log")};
 #ifdef Q_OS_LINUX
     places += "/dev/full";
 #endif
@@ -220,10 +214,9 @@ void TestLog4cpp::badPlaces()
     setup.maxFileSize = 10;
     for (const QString& place : places) {
         for (const unsigned int targets : {4u, 8u}) {
-            QVERIFY(QDir(dir->path()).mkpath("folder") && QDir(dir->path()).mkdir("vanishing"));
+            QVERIFY(QDir(dir->path()).mkdir("vanishing"));
             setup.targets = targets;
-            setup.logFile = place;
-            setup.shortLogFile = place;
+            setup.logFile = setup.shortLogFile = place;
             QVERIFY(setup.Apply());
             QVERIFY(QDir(File("vanishing")).removeRecursively());
             LogOnMain("a line that nobody will read", 100);
@@ -241,20 +234,21 @@ void TestLog4cpp::badPlaces()
 
 void TestLog4cpp::threadsIntoOneRollingFile()
 {
-    constexpr int threadCount = 16;
-    constexpr int linesEach = 1000;
-
     setup.pattern = "<%m>%n";
     setup.shortLogFile.clear();
     setup.maxFileSize = 50000;
     setup.maxBackups = 99;
     setup.Apply();
     std::vector<std::thread> threads;
-    threads.reserve(threadCount);
-    for (int thread = 0; thread < threadCount; ++thread) {
-        threads.emplace_back([thread] {
-            for (int i = 0; i < linesEach; ++i) {
-                LOG_MESSAGE(logger::Info) << thread << '/' << i << " the quick brown fox";
+    QStringList expected{""};
+    for (int thread = 0; thread < 16; ++thread) {
+        const auto text = [thread](int i) { return QString("%1/%2 the quick brown fox").arg(thread).arg(i); };
+        for (int i = 0; i < 1000; ++i) {
+            expected += '<' + text(i) + '>';
+        }
+        threads.emplace_back([text] {
+            for (int i = 0; i < 1000; ++i) {
+                LOG_MESSAGE(logger::Info) << text(i);
             }
         });
     }
@@ -262,20 +256,16 @@ void TestLog4cpp::threadsIntoOneRollingFile()
         thread.join();
     }
 
+    QByteArray written;
     const QStringList files = QDir(dir->path()).entryList({"a.log*"});
     QVERIFY2(files.size() > 5, "the test needs many rollovers");
-    QList<QByteArray> lines;
     for (const QString& file : files) {
-        const QByteArray text = ReadFile(dir->filePath(file));
-        QVERIFY(text.endsWith('\n'));
-        lines += text.chopped(1).split('\n');
+        written += ReadFile(dir->filePath(file));
     }
-    static const QRegularExpression whole("^<\\d+/\\d+ the quick brown fox>$");
-    for (const QByteArray& line : lines) {
-        QVERIFY2(whole.match(line).hasMatch(), line);
-    }
-    QCOMPARE(lines.size(), threadCount * linesEach);
-    QCOMPARE(QSet<QByteArray>(lines.begin(), lines.end()).size(), lines.size());
+    QStringList lines = QString(written).split('\n');
+    lines.sort();
+    expected.sort();
+    QCOMPARE(lines, expected);
 }
 
 void TestLog4cpp::channels()
@@ -302,19 +292,16 @@ void TestLog4cpp::configurationFile()
 {
     setup.configFile = File("a.properties");
     const auto write = [this](const QByteArray& text) {
-        QFile file(setup.configFile);
-        return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
+        filetree::Write(filetree::ToPath(setup.configFile), text);
     };
     logger::ILogger* log = logger::GetLogger();
-    QVERIFY(!log->LoadConfiguration(QString()));
     QVERIFY(!log->LoadConfiguration(setup.configFile));
-    QVERIFY(write("rootCategory=DEBUG, A\nappender.A=NoSuchAppender\n"));
+    write("rootCategory=DEBUG, A\nappender.A=NoSuchAppender\n");
     QVERIFY(!log->LoadConfiguration(setup.configFile));
 
-    QVERIFY(write("rootCategory=WARN, A\ncategory.main=FATAL\nappender.A=FileAppender\nappender.A.fileName=" +
-                  File("configured.log").toLocal8Bit() +
-                  "\nappender.A.layout=PatternLayout\n"
-                  "appender.A.layout.ConversionPattern=configured %m%n\n"));
+    write("rootCategory=WARN, A\nappender.A=FileAppender\nappender.A.fileName=" +
+          File("configured.log").toLocal8Bit() +
+          "\nappender.A.layout=PatternLayout\nappender.A.layout.ConversionPattern=configured %m%n\n");
     setup.options |= logger::ShowSource;
     QVERIFY(setup.Apply());
     LOG_MESSAGE(logger::Warn) << "warning";

@@ -13,7 +13,6 @@ class TestSip : public QObject
 private Q_SLOTS:
     void check_data();
     void check();
-    void patterns_data();
     void patterns();
     void password();
     void parse_data();
@@ -58,35 +57,19 @@ void TestSip::check()
 }
 
 // What the patterns accept that Check and the address parser do not show.
-void TestSip::patterns_data()
-{
-    QTest::addColumn<QRegExp>("pattern");
-    QTest::addColumn<QStringList>("accepted");
-    QTest::addColumn<QStringList>("refused");
-
-    const auto row = [](const char* name, const QRegExp& pattern, const QStringList& accepted,
-                        const QStringList& refused) {
-        QTest::newRow(name) << pattern << accepted << refused;
-    };
-    row("two ports", SipId::QuollSipIDRegExp(), {"a@quollsip.com:1:2", "a@b.quollsip.com"},
-        {"a@quollsip.com:1:2:3"});
-    row("no port", SipId::IDWithoutPortRegExp(), {"sip:a@b.com,12#"}, {"a@b.com:5060"});
-    row("while typing", SipId::SymbolRegExp(), {"", "a@b:"}, {"a:b"});
-    row("written number", SipId::NumericNumberRegExp(), {"", "+7 (495) 123-45,67#*"}, {"123a"});
-    row("numeric SIP", SipId::NumericSipRegExp(), {"000 12"}, {"1000"});
-    row("symbols", QRegExp("[" + SipId::AllSymbols() + "]+"), {"az09.@:{}‘'"}, {"\\", " "});
-    row("password", Password::PasswordSymbolRegExp(), {"", QString(100, 'a')}, {"a b"});
-}
-
 void TestSip::patterns()
 {
-    QFETCH(QRegExp, pattern);
-    QFETCH(QStringList, accepted);
-    QFETCH(QStringList, refused);
-
-    for (const QString& text : accepted + refused) {
-        QVERIFY2(pattern.exactMatch(text) == accepted.contains(text), qPrintable(text));
-    }
+    const auto verify = [](const QRegExp& pattern, const QStringList& accepted, const QStringList& refused) {
+        for (const QString& text : accepted + refused) {
+            QVERIFY2(pattern.exactMatch(text) == accepted.contains(text), qPrintable(text));
+        }
+    };
+    verify(SipId::QuollSipIDRegExp(), {"a@quollsip.com:1:2", "a@b.quollsip.com"}, {"a@quollsip.com:1:2:3"});
+    verify(SipId::IDWithoutPortRegExp(), {"sip:a@b.com,12#"}, {"a@b.com:5060"});
+    verify(SipId::SymbolRegExp(), {"", "a@b:"}, {"a:b"});
+    verify(SipId::NumericNumberRegExp(), {"", "+7 (495) 123-45,67#*"}, {"123a"});
+    verify(SipId::NumericSipRegExp(), {"000 12"}, {"1000"});
+    verify(Password::PasswordSymbolRegExp(), {"", QString(100, 'a')}, {"a b"});
 }
 
 void TestSip::password()
@@ -109,25 +92,19 @@ void TestSip::parse_data()
         QTest::newRow(name) << text << parts;
     };
     row("name-addr without scheme or name", "<ann@b.com>", "ann|b.com|||");
-    row("parameters are dropped", "\"A B\" <sip:a@b.com:5060;transport=tcp;x>", "a|b.com|A B||5060");
-    row("quotes in the name, blanks behind the scheme", "\"A \"B\" C\" <SIP:  a@b.com>",
-        "a|b.com|A \"B\" C||");
+    row("quotes in the name, blanks, parameters", "\"A \"B\" C\" <SIP:  a@b.com:5060;transport=tcp;x>",
+        "a|b.com|A \"B\" C||5060");
     row("identifier with port and dial digits", " sip: a.b@c.d.com:5060,, 12 #,\n",
         "a.b|c.d.com||,,12#|5060");
-    row("numeric identifier is no phone number", "123@b.com", "123|b.com|||");
-    row("Skype link", "skype: Some.Name", "Some.Name|skype.com|||old");
-    row("Skype link with the short domain", "SKYPE:name@skype", "name|skype.com|||old");
+    row("Skype link with the short domain", "SKYPE: Some.Name@skype", "Some.Name|skype.com|||old");
     row("long Skype domain is an identifier", "name@skype.com", "name|skype.com|||");
     row("phone number", "+ +49123*#,,,", "49123*#||||old");
     row("phone number with dial digits", "123,4 5#", "123|||,45#|old");
     row("single digit behind the comma is a user", "123,4", "123,4||||old");
     row("lone user with at signs behind", "ann@@", "ann||||old");
 
-    row("only blanks", "  ", "");
     row("quoted name without an address", "\"Ann\" a@b.com", "\"Ann\" a@b.com");
     row("short Skype domain without the scheme", " name@skype ", "name@skype");
-    row("number with blanks inside", "123 45", "123 45");
-    row("port with a leading zero", "a@b.com:05060", "a@b.com:05060");
     row("long hostile run", QString("a.").repeated(5000), QString("a.").repeated(5000));
 }
 
