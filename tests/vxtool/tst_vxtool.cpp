@@ -120,8 +120,6 @@ void TestVxtool::answers_data()
         {"version|parse|--columns|major,frob|1", "\"frob\""},
         {"copydir|a", "destination"},
         {"process|wait|--timeout|long|x", "--timeout"},
-        {"watch|--for|-1", "number of seconds"},
-        {"protocols|unregister-app|--application|", "must not be empty"},
         {"--log|x|--log-level|loud|version|parse|1", "0 to 7"},
         {"--log|/no/such/folder/a.log|version|parse|1", VXCOMMON_HAS_LOG4CPP ? "a.log" : "no log4cpp"},
         {"encrypt|--key|0123456789abcdef0123456789abcdef0|x", "32 bytes"},
@@ -150,14 +148,6 @@ void TestVxtool::helpAndBadInput()
     QVERIFY(Run("--help").output.contains("  version compare  "));
     QVERIFY(Run("hex|--help").output.startsWith("Usage: vxtool hex [options] [TEXT...]\n"));
     QVERIFY(Run("gzip|no/such/file").error.contains("no/such/file cannot be read"));
-#ifdef Q_OS_LINUX
-    QProcess process;
-    process.setStandardInputFile("/");
-    Start(process, "version|parse");
-    QVERIFY(process.waitForFinished());
-    QCOMPARE(process.exitCode(), 1);
-    QVERIFY(process.readAllStandardError().contains("standard input cannot be read"));
-#endif
 }
 
 void TestVxtool::gzip()
@@ -225,9 +215,8 @@ void TestVxtool::logFile()
 void TestVxtool::interrupt()
 {
     constexpr int count = 20000;
-    filetree::Build(dir->path(), {"s/"});
     for (int i = 0; i < count; ++i) {
-        filetree::Write(filetree::ToPath(dir->filePath("s")) / std::to_string(i), QByteArray());
+        filetree::Build(dir->path(), {"s/" + QString::number(i) + '='});
     }
     QProcess process;
     Start(process, "--log|log|--log-level|7|copy|s|t");
@@ -237,8 +226,8 @@ void TestVxtool::interrupt()
     };
     QTRY_VERIFY_WITH_TIMEOUT(hasBegun(), 30000);
     QCOMPARE(::kill(static_cast<pid_t>(process.processId()), SIGINT), 0);
-    QVERIFY(process.waitForFinished());
-    QVERIFY(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 1);
+    QVERIFY(process.waitForFinished() && process.exitStatus() == QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 1);
     QVERIFY(process.readAllStandardError().contains("error 700105: Copying failed with error '700105'!"));
     const qsizetype copied = filetree::Snapshot(dir->filePath("t")).size();
     QVERIFY(copied > 0 && copied < count);
