@@ -18,9 +18,6 @@ void RecordQtLine(QtMsgType type, const QMessageLogContext& context, const QStri
     lastQtLine = QString(context.category) + '|' + text;
 }
 
-/// The handler that the library installed when it was loaded; QtTest puts its own on top of it.
-QtMessageHandler libraryHandler = nullptr;
-
 } // namespace
 
 // A channel of this file's own, as a source file inside a namespace declares it.
@@ -50,7 +47,6 @@ private Q_SLOTS:
     void statement();
     void functionNames();
     void configureAndDestroy();
-    void qtMessagesArrive();
 
 private:
     QtMessageHandler testHandler = nullptr;
@@ -158,25 +154,5 @@ void TestLogger::configureAndDestroy()
     LOG_MESSAGE(logger::Error) << "the default logger is still there";
 }
 
-void TestLogger::qtMessagesArrive()
-{
-    const std::pair<QtMsgType, int> types[] = {
-        {QtDebugMsg, 7}, {QtInfoMsg, 7}, {QtWarningMsg, 4}, {QtCriticalMsg, 3}, {QtFatalMsg, 2}};
-    for (const auto& [type, level] : types) {
-        RecordingLogger recorder;
-        libraryHandler(type, QMessageLogContext("f.cpp", 3, "n::F", "some.category"), "téxt");
-        const auto& line = recorder.lines.at(0);
-        QCOMPARE(line.level, level);
-        QCOMPARE(line.channel + '|' + line.text.toUtf8(), "|téxt");
-        QCOMPARE(line.function + '|' + line.file + '|' + QByteArray::number(line.line), "n::F|f.cpp|3");
-    }
-}
-
-int main(int argc, char* argv[])
-{
-    libraryHandler = qInstallMessageHandler(nullptr);
-    qInstallMessageHandler(libraryHandler);
-    TestLogger test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_GUILESS_MAIN(TestLogger)
 #include "tst_logger.moc"

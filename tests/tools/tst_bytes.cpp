@@ -1,8 +1,10 @@
 #include <common/tools/aes.h>
 #include <common/tools/qcompressor.h>
 
-#include <QRandomGenerator>
 #include <QTest>
+
+#include <algorithm>
+#include <random>
 
 using tools::QCompressor;
 using tools::cipher::AES;
@@ -24,11 +26,8 @@ constexpr qsizetype chunkSize = 32768;
 /// Bytes without a pattern that could be packed, the same in each run.
 QByteArray Noise(qsizetype size)
 {
-    QRandomGenerator generator(1);
     QByteArray bytes(size, Qt::Uninitialized);
-    for (char& byte : bytes) {
-        byte = static_cast<char>(generator.generate());
-    }
+    std::generate(bytes.begin(), bytes.end(), std::minstd_rand(1));
     return bytes;
 }
 
@@ -51,7 +50,6 @@ private Q_SLOTS:
     void packing();
     void foreignPacks();
     void truncatedPack();
-    void flippedBits();
 };
 
 void TestBytes::cipherVectors()
@@ -116,7 +114,6 @@ void TestBytes::machineKey()
     QCOMPARE(AES::encrypt("hello"), AES::encrypt(key, "hello"));
     QCOMPARE(AES::encrypt("hello", bytes).toBase64(), AES::encrypt(key, "hello").toLatin1());
     QCOMPARE(AES::decrypt(bytes, bytes), "hello" + QByteArray(11, '\0'));
-    QCOMPARE(AES::decrypt(AES::encrypt("0123456789abcdef")), "0123456789abcdef");
 }
 
 void TestBytes::packing()
@@ -147,7 +144,10 @@ void TestBytes::foreignPacks()
         QVERIFY(QCompressor::gzipDecompress(named + behind, output));
         QCOMPARE(output, "hello hello hello hello");
     }
-    for (const QByteArray& input : {QByteArray("plain text"), qCompress("zlib").mid(4), named.left(10)}) {
+    QByteArray wrongSum = named;
+    wrongSum.replace("\xe3\x51", "\xe3\x52");
+    for (const QByteArray& input :
+         {QByteArray("plain text"), qCompress("zlib").mid(4), named.left(10), wrongSum}) {
         QVERIFY(!QCompressor::gzipDecompress(input, output));
         QCOMPARE(output, "");
     }
@@ -164,24 +164,6 @@ void TestBytes::truncatedPack()
     }
     QVERIFY(!QCompressor::gzipDecompress(packed.chopped(1), output));
     QVERIFY(output == input);
-}
-
-void TestBytes::flippedBits()
-{
-    const QByteArray input = "a small stream, a small stream: 0123456789";
-    const QByteArray packed = Packed(input);
-    constexpr qsizetype identificationSize = 3; // two magic bytes and the method
-    constexpr qsizetype trailerSize = 8;        // CRC-32 and size
-    for (qsizetype bit = 0; bit < 8 * packed.size(); ++bit) {
-        const qsizetype position = bit / 8;
-        QByteArray bytes = packed;
-        bytes[position] = static_cast<char>(bytes.at(position) ^ (1 << bit % 8));
-        // Header fields that are only told, and bits that pad the last byte, may differ.
-        if (QCompressor::gzipDecompress(bytes, bytes)) {
-            QCOMPARE(bytes, input);
-            QVERIFY(position >= identificationSize && position < packed.size() - trailerSize);
-        }
-    }
 }
 
 QTEST_GUILESS_MAIN(TestBytes)

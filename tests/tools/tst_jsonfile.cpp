@@ -47,12 +47,10 @@ class TestJsonFile : public QObject
     Q_OBJECT
 
     QString File(const char* name) const { return dir->filePath(QString(name)); }
-    bool IsUntouched() const { return ReadFile(old) == QJsonDocument(sample).toJson() && IsAlone(); }
-    bool IsAlone() const
+    bool IsUntouched() const
     {
-        return QDir(QFileInfo(old).path())
-                   .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden) ==
-               QStringList{"файл.json"};
+        const QString text = QJsonDocument(sample).toJson();
+        return filetree::Snapshot(File("new/folder")) == QStringList{"файл.json=" + text};
     }
 
     std::unique_ptr<QTemporaryDir> dir;
@@ -95,7 +93,7 @@ void TestJsonFile::roundTrip()
             QCOMPARE(loaded.Document(), document);
         }
     }
-    QVERIFY(QFile::permissions(old) == permissions && IsAlone());
+    QVERIFY(QFile::permissions(old) == permissions);
 
     for (const QByteArray& bytes : {QByteArray("{\"a\":"), QByteArray(33, '\0'), QByteArray(1000000, '[')}) {
         filetree::Write(filetree::ToPath(old), bytes);
@@ -156,12 +154,10 @@ void TestJsonFile::linksAndDevices()
     QCOMPARE(Failure({circle, ""}, &JsonFile::Save), "Failed to open file '" + circle + "' for write!");
     QVERIFY(QFileInfo(circle).isSymLink());
 
-    const QString full = "/dev/full";
-    QCOMPARE(Failure({full, sample, ""}, &JsonFile::Save), "Failed to save document in file '" + full + "'!");
-    QVERIFY(!QFileInfo(full).isFile());
-    const QString unreadable = "/proc/self/mem"; // can be opened
-    QCOMPARE(Failure({unreadable, ""}, &JsonFile::Load),
-             "Failed to open file '" + unreadable + "' for read!");
+    QVERIFY(Failure({"/dev/full", sample, ""}, &JsonFile::Save).startsWith("Failed to save document"));
+    QVERIFY(!QFileInfo("/dev/full").isFile());
+    // Can be opened, but not be read.
+    QVERIFY(Failure({"/proc/self/mem", ""}, &JsonFile::Load).startsWith("Failed to open file"));
 }
 
 void TestJsonFile::fullDisk()
@@ -181,19 +177,18 @@ void TestJsonFile::fullDisk()
 
 void TestJsonFile::closedFolder()
 {
-    const auto change = [](const QString& path, int mode) {
-        std::filesystem::permissions(filetree::ToPath(path), std::filesystem::perms(mode));
-    };
-    change(old, 0666);
-    change(File("new/folder"), 0555);
-    change(dir->path(), 0755);
+    using std::filesystem::perms;
+    const auto folder = filetree::ToPath(File("new/folder"));
+    permissions(filetree::ToPath(old), perms(0666));
+    permissions(folder, perms(0555));
+    permissions(filetree::ToPath(dir->path()), perms(0755));
     // The superuser is not refused anything.
     constexpr uid_t nobody = 65534;
     const bool isRoot = geteuid() == 0;
     QVERIFY(!isRoot || seteuid(nobody) == 0);
     const QString failure = Failure({old, QJsonDocument(QJsonArray{1}), ""}, &JsonFile::Save);
     QVERIFY(!isRoot || seteuid(0) == 0);
-    change(File("new/folder"), 0755);
+    permissions(folder, perms(0755));
     QCOMPARE(failure, "");
     QCOMPARE(ReadFile(old), QJsonDocument(QJsonArray{1}).toJson());
 }

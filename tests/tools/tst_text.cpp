@@ -1,12 +1,7 @@
 #include <common/tools/stringconverter.h>
 #include <common/tools/stringsplitter.h>
 #include <common/tools/version.h>
-#include <common/vxcommon_features.h>
-#if VXCOMMON_HAS_QREGEXP
-#include <common/tools/web.h>
-#endif
 
-#include <QRandomGenerator>
 #include <QTest>
 
 #include <limits>
@@ -14,32 +9,6 @@
 using common::Version;
 using tools::string::converter;
 using tools::string::splitter;
-
-namespace
-{
-
-/// Unit by unit, measured anew at each unit: slow, and plain enough to be trusted.
-QStringList StepwiseUtf8(const QString& text, int limit)
-{
-    QStringList result;
-    QString current;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        current += text.at(i);
-        const qsizetype size = current.toUtf8().size();
-        if (current.size() < limit / 2 || size < limit) {
-            continue;
-        }
-        if (size > limit) {
-            current.chop(1);
-            --i;
-        }
-        result += current;
-        current.clear();
-    }
-    return current.isEmpty() ? result : result << current;
-}
-
-} // namespace
 
 class TestText : public QObject
 {
@@ -49,9 +18,6 @@ private Q_SLOTS:
     void convert();
     void split();
     void versions();
-#if VXCOMMON_HAS_QREGEXP
-    void webAddresses();
-#endif
 };
 
 void TestText::convert()
@@ -81,23 +47,11 @@ void TestText::split()
     verify(5, "abcde|fghij", "abcdef|ghij");
     verify(8, "aaaabбb|bccccddd|d", "aaaa|bбbb|ccccdddd");
     verify(3, "abc|б|中|d", "abc|б|中|d");
+    verify(9, "a😀б|中a😀|б中", "a😀б|中a😀|б中");
     // No room for a character, and room for all.
     verify(1, "abc", "abc");
     verify(-5, "abc", "abc");
     verify(std::numeric_limits<int>::max(), "aб", "aб");
-
-    const QStringList alphabets{"abc 012.", "abcабв中", "абвгд", "中文字", "😀😁", "a😀б中"};
-    QRandomGenerator random(2);
-    for (int i = 0; i < 20000; ++i) {
-        const QString& alphabet = alphabets.at(random.bounded(int(alphabets.size())));
-        QString text;
-        for (int left = random.bounded(120); left > 0; --left) {
-            text += alphabet.at(random.bounded(int(alphabet.size()))); // halves of pairs, too
-        }
-        const int limit = 3 + random.bounded(60);
-        QCOMPARE(splitter::Utf8(text, limit), StepwiseUtf8(text, limit));
-        QCOMPARE(splitter::Ucs2(text, limit).join(QString()), text);
-    }
 }
 
 void TestText::versions()
@@ -119,27 +73,6 @@ void TestText::versions()
         }
     }
 }
-
-#if VXCOMMON_HAS_QREGEXP
-void TestText::webAddresses()
-{
-    using tools::web::Web;
-
-    const auto verify = [](Web::Locale locale, const QString& id) {
-        const bool isRu = locale == Web::LocaleRu;
-        const QString host = isRu ? RU_WEB_SERVICES_HOST : DEFAULT_WEB_SERVICES_HOST;
-        QCOMPARE(Web::GetLocale(id), locale);
-        QCOMPARE(Web::GetUrl(id, "ru", "other"), isRu ? "ru" : "other");
-        QCOMPARE(Web::GetWebServisesUrl(id), "https://" + host + "/integration/vexline");
-    };
-    verify(Web::LocaleRu, "a@b.ru");
-    verify(Web::LocaleEu, "\"A\" <sip:a@b.eu;x=y>");
-    // A port hides the country, and so do capitals.
-    for (const char* id : {"a@b.ru:5060", "a@b.RU", "a@b.ru.com", "b.ru"}) {
-        verify(Web::LocaleDefault, id);
-    }
-}
-#endif
 
 QTEST_GUILESS_MAIN(TestText)
 #include "tst_text.moc"

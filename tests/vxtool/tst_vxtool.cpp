@@ -32,8 +32,7 @@ private Q_SLOTS:
     void init() { dir = std::make_unique<QTemporaryDir>(); }
     void answers_data();
     void answers();
-    void help();
-    void badInput();
+    void helpAndBadInput();
     void gzip();
     void json();
     void files();
@@ -98,7 +97,6 @@ void TestVxtool::answers_data()
     row("hex", "ж\r\na", "d0b6\n61\n");
     row("uuidform|--group|4|abcd", "", "{6162-6364}\n");
     row("split|--utf8|4|абв", "", "2\t4\tаб\n1\t2\tв\n");
-    row("split|--ucs2|4|abcd", "", "4\t4\tabcd\n");
     row("links|--json", "ж\nhttp://a.com.", "{\"start\":2,\"length\":12,\"text\":\"http://a.com\"}\n");
 #if VXCOMMON_HAS_QREGEXP
     row("sip|check", "a@b.quollsip.com\nb\n\n c",
@@ -120,20 +118,13 @@ void TestVxtool::answers_data()
         {"nonsense", "\"nonsense\""},
         {"version|parse|--frob", "frob"},
         {"version|parse|--columns|major,frob|1", "\"frob\""},
-        {"version|compare|1|2|3", "two versions"},
         {"copydir|a", "destination"},
         {"process|wait|--timeout|long|x", "--timeout"},
-        {"watch|--for|-1", "number of seconds"},
-        {"single|a|--serve|-1", "--serve"},
-        {"protocols|unregister-app|--application|", "must not be empty"},
         {"--log|x|--log-level|loud|version|parse|1", "0 to 7"},
-        {"--log-source|version|parse|1", "--log"},
         {"--log|/no/such/folder/a.log|version|parse|1", VXCOMMON_HAS_LOG4CPP ? "a.log" : "no log4cpp"},
         {"encrypt|--key|0123456789abcdef0123456789abcdef0|x", "32 bytes"},
         {"uuidform|x", "--group"},
         {"split|--utf8|4|--ucs2|4|x", "either"},
-        {"split|--utf8|2|x", "3 bytes"},
-        {"links|a|b", "one file"},
     };
     for (const auto& [arguments, complaint] : wrongUsage) {
         row(arguments, "", complaint, 2);
@@ -152,24 +143,11 @@ void TestVxtool::answers()
     QVERIFY2(exitCode != 2 || result.error.contains(output), result.error);
 }
 
-void TestVxtool::help()
+void TestVxtool::helpAndBadInput()
 {
     QVERIFY(Run("--help").output.contains("  version compare  "));
-    QVERIFY(Run("version|--help").output.contains("  version compare  "));
     QVERIFY(Run("hex|--help").output.startsWith("Usage: vxtool hex [options] [TEXT...]\n"));
-}
-
-void TestVxtool::badInput()
-{
     QVERIFY(Run("gzip|no/such/file").error.contains("no/such/file cannot be read"));
-#ifdef Q_OS_LINUX
-    QProcess process;
-    process.setStandardInputFile("/");
-    Start(process, "version|parse");
-    QVERIFY(process.waitForFinished());
-    QCOMPARE(process.exitCode(), 1);
-    QVERIFY(process.readAllStandardError().contains("standard input cannot be read"));
-#endif
 }
 
 void TestVxtool::gzip()
@@ -237,9 +215,8 @@ void TestVxtool::logFile()
 void TestVxtool::interrupt()
 {
     constexpr int count = 20000;
-    filetree::Build(dir->path(), {"s/"});
     for (int i = 0; i < count; ++i) {
-        filetree::Write(filetree::ToPath(dir->filePath("s")) / std::to_string(i), QByteArray());
+        filetree::Build(dir->path(), {"s/" + QString::number(i) + '='});
     }
     QProcess process;
     Start(process, "--log|log|--log-level|7|copy|s|t");
@@ -249,8 +226,8 @@ void TestVxtool::interrupt()
     };
     QTRY_VERIFY_WITH_TIMEOUT(hasBegun(), 30000);
     QCOMPARE(::kill(static_cast<pid_t>(process.processId()), SIGINT), 0);
-    QVERIFY(process.waitForFinished());
-    QVERIFY(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 1);
+    QVERIFY(process.waitForFinished() && process.exitStatus() == QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 1);
     QVERIFY(process.readAllStandardError().contains("error 700105: Copying failed with error '700105'!"));
     const qsizetype copied = filetree::Snapshot(dir->filePath("t")).size();
     QVERIFY(copied > 0 && copied < count);
