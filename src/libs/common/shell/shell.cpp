@@ -2,6 +2,7 @@
 
 #include <common/logger/logger.h>
 
+#include "copyonce.h"
 #include "directorylisting.h"
 #include "fileentry.h"
 #include "shellservices.h"
@@ -82,9 +83,8 @@ public:
         }
         open.pop_back();
         for (const QString& name : sourceDir.entryList(QDir::Files, QDir::NoSort)) {
-            const bool copied =
-                QFile::copy(source + QDir::separator() + name, destination + QDir::separator() + name);
-            if (!copied && !tolerate) {
+            QFile file(source + QDir::separator() + name);
+            if (!CopyOnce(file, destination + QDir::separator() + name) && !tolerate) {
                 return false;
             }
         }
@@ -252,7 +252,8 @@ bool Shell::Copy(const QString& source, const QString& destination, bool overwri
     if (!directory.mkpath(parent)) {
         LOG_MESSAGE(logger::Error) << "Failed to create path '" << parent << "'.";
     }
-    if (isItself || !IsReadableToTheEnd(source) || !QFile(source).copy(destination)) {
+    QFile file(source);
+    if (isItself || !IsReadableToTheEnd(source) || !CopyOnce(file, destination)) {
         LOG_MESSAGE(logger::Error) << "Copy file '" << source << "' to '" << destination << "' failed!";
         return false;
     }
