@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QTimer>
 
+#include <algorithm>
 #include <chrono>
 
 namespace common::http
@@ -271,9 +272,12 @@ void FileDownload::BoundBuffer()
 
 void FileDownload::Drain(QNetworkReply& reply)
 {
-    // In pieces, since the reply of a file: URL has all of the file at once.
-    for (QByteArray bytes = reply.read(bufferSize); file && !bytes.isEmpty();
-         bytes = reply.read(bufferSize)) {
+    while (file) {
+        // In pieces, since the reply of a file: URL has all of the file at once.
+        const QByteArray bytes = reply.read(std::min(reply.bytesAvailable(), bufferSize));
+        if (bytes.isEmpty()) {
+            return;
+        }
         const qint64 written = file->write(bytes);
         LOG_MESSAGE(logger::Debug) << LogPrefix() << "readed from device " << bytes.size() << ", written "
                                    << written << " bytes.";
