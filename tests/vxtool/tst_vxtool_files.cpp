@@ -26,7 +26,7 @@ private Q_SLOTS:
 
 void TestVxtoolFiles::answers_data()
 {
-    QTest::addColumn<QString>("arguments"); // names below the test's folder
+    QTest::addColumn<QString>("arguments");
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QByteArray>("answer");
     QTest::addColumn<QStringList>("after");
@@ -46,6 +46,11 @@ void TestVxtoolFiles::answers_data()
     row("remove", "remove d a x", 0, "6 items removed\n", {"t/"});
     row("remove nothing", "remove", 2, "is needed", before);
     row("remove everything", "remove /", 2, "all there is", before);
+    row("remove an empty path", "remove ", 2, "names nothing", before);
+    row("copy an empty path", "copy  x", 2, "names nothing", before);
+#ifdef Q_OS_UNIX
+    row("dots behind a link", "remove l/../b", 0, "1 item removed", {"a=1", "d/e/c=3", "l->d/e", "t/"});
+#endif
 }
 
 void TestVxtoolFiles::answers()
@@ -57,11 +62,13 @@ void TestVxtoolFiles::answers()
 
     const QTemporaryDir folder;
     filetree::Build(folder.path(), {"a=1", "d/b=2", "d/e/c=3", "t/"});
-    QStringList words = arguments.split(' ');
-    for (qsizetype i = 1; i < words.size(); ++i) {
-        words[i] = words.at(i) == "/" ? words.at(i) : folder.filePath(words.at(i));
+    if (arguments.contains("l/..")) {
+        filetree::Build(folder.path(), {"l->d/e"});
     }
-    const Result result = RunTool(words);
+    const QString oldFolder = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(folder.path()));
+    const Result result = RunTool(arguments.split(' '));
+    QVERIFY(QDir::setCurrent(oldFolder));
     QCOMPARE(result.exitCode, exitCode);
     QVERIFY2((exitCode == 0 ? result.output : result.error).contains(answer), result.error.constData());
     QCOMPARE(filetree::Snapshot(folder.path()), after);
