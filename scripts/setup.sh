@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh demo|test|windows|bench|fuzz|docs|lint...
+# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh demo|test|windows|bench|fuzz|docs|package|lint...
 # Asks nothing; runs apt as root or through sudo.
 
 source "$(dirname "$0")/lib.sh"
@@ -21,12 +21,13 @@ packages_of() {
     bench) echo "$build $servers curl libbenchmark-dev libspdlog-dev libdeflate-dev nodejs python3" ;;
     fuzz) echo "$build clang" ;;
     docs) echo "doxygen" ;;
+    package) echo "dpkg-dev" ;;
     lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev libdeflate-dev" ;;
-    *) die "unknown group \"$1\"; known are: demo gui-demo test windows bench fuzz docs lint" ;;
+    *) die "unknown group \"$1\"; known are: demo gui-demo test windows bench fuzz docs package lint" ;;
     esac
 }
 
-[ $# -gt 0 ] || die "name what to set up: demo, test, windows, bench, fuzz, docs or lint"
+[ $# -gt 0 ] || die "name what to set up: demo, test, windows, bench, fuzz, docs, package or lint"
 
 missing=()
 for group in "$@"; do

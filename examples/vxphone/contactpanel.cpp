@@ -60,7 +60,8 @@ ContactPanel::ContactPanel(const QString& fileName_, QWidget* parent)
 
 void ContactPanel::Add(const QString& address)
 {
-    // Not exec: that would hold up a text from another process until the dialog is closed.
+    // Not modal: an address from another process brings the main window to the front, which must take keys
+    // then.
     auto* const dialog = new QInputDialog(this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setWindowTitle(tr("New contact"));
@@ -69,7 +70,8 @@ void ContactPanel::Add(const QString& address)
         Show(name.trimmed(), address);
         Save();
     });
-    dialog->open();
+    dialog->setModal(false);
+    dialog->show();
 }
 
 void ContactPanel::Load()
@@ -107,7 +109,8 @@ void ContactPanel::PutAside()
 void ContactPanel::Save() const
 {
     if (!saves) {
-        LOG_MESSAGE(common::logger::Error) << "the contacts are not written: " << fileName << " is in the way";
+        LOG_MESSAGE(common::logger::Error)
+            << "the contacts are not written: " << fileName << " is in the way";
         return;
     }
     QJsonArray contacts;

@@ -11,6 +11,8 @@
 #include <QPushButton>
 #include <QUrl>
 
+#include <utility>
+
 namespace vxphone
 {
 
@@ -87,6 +89,10 @@ DialPanel::DialPanel(QWidget* parent)
 
 void DialPanel::SetAddress(const QString& text)
 {
+    if (inCall) {
+        waiting = text; // Shown when this call has ended.
+        return;
+    }
     QString plain = QUrl::fromPercentEncoding(text.toUtf8()).trimmed();
     for (const QLatin1String scheme : {QLatin1String("callto:"), QLatin1String("tel:")}) {
         if (plain.startsWith(scheme, Qt::CaseInsensitive)) {
@@ -124,6 +130,9 @@ void DialPanel::ToggleCall()
     call->setText(inCall ? tr("Ha&ng up") : tr("&Call"));
     ShowReading();
     Q_EMIT callChanged(inCall, shown->text());
+    if (!inCall && !waiting.isEmpty()) {
+        SetAddress(std::exchange(waiting, QString()));
+    }
 }
 
 } // namespace vxphone

@@ -35,6 +35,7 @@ private:
     QPushButton* call;
     QPushButton* keep;
     bool inCall = false;
+    QString waiting; ///< An address that came during the call.
 };
 
 } // namespace vxphone

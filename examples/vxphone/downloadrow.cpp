@@ -3,6 +3,7 @@
 #include <common/http/ifiledownload.h>
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QLabel>
@@ -61,6 +62,7 @@ void DownloadRow::Toggle()
 {
     if (running) {
         download->Abort();
+        QFile::remove(download->GetFilePath()); // Half a file must not be taken for a whole one.
         End(tr("Aborted"));
     } else {
         Start();

@@ -56,6 +56,8 @@ void ConfigureLog(const QString& dataFolder)
 int Run(QtSingleApplication& application)
 {
     const Options options = ReadOptions();
+    // To standard error, until this process is known to be the first and may write the log.
+    common::logger::GetLogger()->SetLevel(common::logger::Warn);
     if (application.isRunning() && application.sendMessage(options.address)) {
         return 0;
     }

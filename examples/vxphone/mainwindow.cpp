@@ -21,6 +21,8 @@
 #include <QSystemTrayIcon>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace vxphone
 {
 
@@ -132,7 +134,13 @@ void MainWindow::CreateIcon()
 
 void MainWindow::TakeAddress(const QString& address)
 {
-    if (!address.isEmpty()) {
+    // Any process of the user may have sent it.
+    constexpr qsizetype maxLength = 2048;
+    const bool isPlain = std::all_of(address.begin(), address.end(), [](QChar c) { return c.isPrint(); });
+    if (address.size() > maxLength || !isPlain) {
+        LOG_MESSAGE(common::logger::Warn)
+            << "a text of " << address.size() << " characters is no address to call";
+    } else if (!address.isEmpty()) {
         LOG_MESSAGE(common::logger::Info) << "address to call: " << address;
         dialPanel->SetAddress(address);
     }

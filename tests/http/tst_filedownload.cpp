@@ -3,6 +3,7 @@
 #include "logger/recordinglogger.h"
 
 #include <common/http/ifiledownload.h>
+#include <common/http/ihttprequest.h>
 #include <common/tools/qcompressor.h>
 #include <common/tools/stringconverter.h>
 
@@ -73,6 +74,8 @@ void TestFileDownload::Start(const FaultServer& server)
     download->SetUrl(server.Url());
     QVERIFY(download->Start());
     QVERIFY(!download->isRunning());
+    // What arrives between two tellings of progress waits in memory.
+    QVERIFY(download->findChild<IHttpRequest*>()->Reply()->readBufferSize() > 0);
 }
 
 bool TestFileDownload::HasLogged(const QString& text, int attempt) const
@@ -114,8 +117,8 @@ void TestFileDownload::outcome_data()
     whole("chunked", "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nbod\r\n1\r\ny\r\n0\r\n\r\n",
           "body");
     whole("gzip stays packed", Response("200 OK", packed, "Content-Encoding: gzip\r\n"), packed);
-    row("wrong size", ok, 5, sum, bad, "body",
-        "Checking download failed by size! Expected 5 bytes, downloaded 4 bytes.");
+    row("wrong size", ok, 0, sum, bad, "body",
+        "Checking download failed by size! Expected 0 bytes, downloaded 4 bytes.");
     row("wrong checksum", Response("200 OK", "bodx"), 4, sum, bad, "bodx",
         "Checking download failed by checksum! Expected '" + sum + "', downloaded '" +
             converter::ToMD5(QByteArray("bodx")) + "'.");
@@ -152,12 +155,8 @@ void TestFileDownload::outcome()
 
 void TestFileDownload::notStarted()
 {
-    QCOMPARE(download->GetTimeout(), 30);
-    QCOMPARE(download->GetFileSize(), -1);
-    QVERIFY(download->GetId() >= 100000 && download->IgnoreSSLErrors());
-    QObject parent;
-    const IFileDownload* const next = CreateFileDownload(manager.get(), &parent);
-    QVERIFY(next->GetId() == download->GetId() + 1 && next->parent() == &parent);
+    QVERIFY(download->GetTimeout() == 30 && download->IgnoreSSLErrors() && download->GetFileSize() < 0);
+    QVERIFY(download->GetId() >= 100000 && CreateFileDownload(nullptr, this)->GetId() > download->GetId());
 
     download->SetAttemptCount(3);
     QFile obstacle(dir.filePath("obstacle"));

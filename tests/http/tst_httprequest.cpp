@@ -242,7 +242,9 @@ void TestHttpRequest::uploadIsWholeAgain()
     request->SetUrl(closing.Url());
     connect(request.get(), &IHttpRequest::replyFinished, this, [path] { QFile::remove(path); });
     QVERIFY(request->Post());
-    QTRY_VERIFY(Log().endsWith("Failed to send request to URL='" + closing.Url().toString() + "'\n"));
+    const QString where = "request to URL='" + closing.Url().toString() + "'";
+    QTRY_VERIFY(Log().endsWith("3 request : Failed to send " + where + '\n'));
+    QVERIFY(Log().contains("7 request : Sending multipart/form-data POST " + where + ", attempt='0'.\n"));
     QCOMPARE(told->Told(), QString("replyFinished"));
 #endif
 }

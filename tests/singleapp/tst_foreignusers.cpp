@@ -60,6 +60,8 @@ private Q_SLOTS:
     void plantedLockFile_data();
     void plantedLockFile();
     void lockFileIsPrivate();
+    void lockFileRemoved();
+    void noTemporaryFolder();
     void intruder();
     void impostor();
 };
@@ -113,6 +115,27 @@ void TestForeignUsers::lockFileIsPrivate()
     QVERIFY(chmod(QFile::encodeName(path).constData(), 0666) == 0);
     const QtLocalPeer peer(nullptr, "priv");
     QCOMPARE(QFile::permissions(path) & 0x0fff, QFile::ReadUser | QFile::WriteUser);
+}
+
+void TestForeignUsers::lockFileRemoved()
+{
+    const QString path = QDir::temp().filePath(SocketName("removed") + "-lockfile");
+    QtLocalPeer early(nullptr, "removed");
+    QVERIFY(QFile::remove(path));
+    QtLocalPeer first(nullptr, "removed");
+    QVERIFY(!first.isSecondary());
+    QVERIFY2(early.isSecondary(), "its file is not the one that counts");
+}
+
+void TestForeignUsers::noTemporaryFolder()
+{
+    const QByteArray folder = qgetenv("TMPDIR");
+    qputenv("TMPDIR", folder + "/missing");
+    QtLocalPeer peer(nullptr, "homeless");
+    qputenv("TMPDIR", folder);
+    QTest::ignoreMessage(QtWarningMsg, "QtLockedFile::lock(): file is not opened");
+    QVERIFY2(!peer.sendMessage("x", -1), "at once, although no limit is set");
+    QVERIFY(QDir().entryList({"qtsingleapp-*"}).isEmpty());
 }
 
 void TestForeignUsers::intruder()

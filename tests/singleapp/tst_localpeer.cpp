@@ -69,8 +69,8 @@ void TestLocalPeer::names_data()
     QTest::addColumn<QString>("expected");
 
     // The checksums are CRC-16 of ISO 3309, calculated by another program.
-    QTest::newRow("letters only") << "App 2-x"
-                                  << "qtsingleapp-Appx-d490";
+    QTest::newRow("letters only") << "@AZ[`az{"
+                                  << "qtsingleapp-AZaz-e325";
     QTest::newRow("no letters") << "123"
                                 << "qtsingleapp--9cb4";
     QTest::newRow("same prefix, a") << "vexline-a"

@@ -1,9 +1,9 @@
+#include "files/filetree.h"
 #include "logger/recordinglogger.h"
 
 #include <common/tools/aes.h>
 #include <common/tools/jsonfile.h>
 
-#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -11,7 +11,6 @@
 #ifdef Q_OS_UNIX
 #include <csignal>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #endif
 
@@ -29,31 +28,16 @@ QByteArray ReadFile(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : "no such file";
 }
 
-void WriteFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
-}
-
 /// Runs Load or Save; gives what was logged about a failure, and nothing after a success.
 QString Failure(JsonFile&& file, bool (JsonFile::*step)())
 {
     RecordingLogger logger;
-    if ((file.*step)()) {
-        return logger.lines.empty() ? "" : "success with a line";
-    }
-    const char* function = step == &JsonFile::Load ? "tools::JsonFile::Load" : "tools::JsonFile::Save";
+    const bool isDone = (file.*step)();
     QStringList texts;
     for (const auto& line : logger.lines) {
-        const bool isTold = line.level == 3 && line.channel == "jsonfile" && line.function == function;
-        texts += isTold ? line.text : "wrong line: " + line.text;
+        texts += line.level == 3 && line.channel == "jsonfile" ? line.text : "wrong line: " + line.text;
     }
-    return texts.isEmpty() ? "failed in silence" : texts.join('\n');
-}
-
-QStringList Names(const QString& folder)
-{
-    return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
+    return isDone == texts.isEmpty() ? texts.join('\n') : "the result and the log differ";
 }
 
 } // namespace
@@ -63,19 +47,22 @@ class TestJsonFile : public QObject
     Q_OBJECT
 
     QString File(const char* name) const { return dir->filePath(QString(name)); }
+    bool IsUntouched() const
+    {
+        const QString text = QJsonDocument(sample).toJson();
+        return filetree::Snapshot(File("new/folder")) == QStringList{"файл.json=" + text};
+    }
 
     std::unique_ptr<QTemporaryDir> dir;
-    QString old; ///< A file that holds `sample`.
+    QString old; ///< A file that holds `sample`, alone in its folder.
 
 private Q_SLOTS:
     void init();
     void roundTrip();
-    void noJson();
     void failures();
     void printing();
 #ifdef Q_OS_UNIX
-    void links();
-    void devices();
+    void linksAndDevices();
     void fullDisk();
     void closedFolder();
 #endif
@@ -102,26 +89,17 @@ void TestJsonFile::roundTrip()
             QByteArray expected = document.toJson(QJsonDocument::Indented);
             QCOMPARE(ReadFile(old), key.isEmpty() ? expected : AES::encrypt(key, expected, expected));
             JsonFile loaded(old, key);
-            QVERIFY(loaded.Load());
+            QVERIFY(loaded.Load() && loaded.Object() == document.object());
             QCOMPARE(loaded.Document(), document);
-            QCOMPARE(loaded.Object(), document.object());
         }
     }
-    QCOMPARE(QFile::permissions(old), permissions);
-    QCOMPARE(Names(File("new/folder")), QStringList{"файл.json"});
-}
+    QVERIFY(QFile::permissions(old) == permissions);
 
-void TestJsonFile::noJson()
-{
-    QByteArray enciphered;
-    AES::encrypt("another key", "{}", enciphered);
-    for (const QByteArray& bytes :
-         {QByteArray("{\"a\":"), QByteArray(33, '\0'), QByteArray(1000000, '['), enciphered}) {
-        WriteFile(old, bytes);
+    for (const QByteArray& bytes : {QByteArray("{\"a\":"), QByteArray(33, '\0'), QByteArray(1000000, '[')}) {
+        filetree::Write(filetree::ToPath(old), bytes);
         for (const QString key : {"", "key"}) {
             JsonFile file(old, sample, key);
-            QVERIFY(file.Load());
-            QVERIFY(file.Document().isNull());
+            QVERIFY(file.Load() && file.Document().isNull());
         }
     }
 }
@@ -132,8 +110,7 @@ void TestJsonFile::failures()
     QCOMPARE(Failure({"", ""}, &JsonFile::Save), "FileName is empty!");
     const QString missing = File("missing.json");
     JsonFile file(missing, sample, "");
-    QVERIFY(!file.Load());
-    QCOMPARE(file.Object(), sample);
+    QVERIFY(!file.Load() && file.Object() == sample);
     QCOMPARE(Failure({missing, ""}, &JsonFile::Load), "Failed to open file '" + missing + "' for read!");
 
     const QString folder = dir->path();
@@ -142,7 +119,7 @@ void TestJsonFile::failures()
              QString("Failed to create directory '%1/b'!\nFailed to open file '%1/b/c' for write!").arg(old));
     QCOMPARE(Failure({old, QString(33, 'k')}, &JsonFile::Save),
              "Failed to save document in file '" + old + "'!");
-    QCOMPARE(ReadFile(old), QJsonDocument(sample).toJson());
+    QVERIFY(IsUntouched());
 }
 
 void TestJsonFile::printing()
@@ -150,11 +127,9 @@ void TestJsonFile::printing()
     QString text;
     QTextStream stream(&text);
     const QJsonObject object{{"a", "Ж"}};
-    stream << QJsonDocument(object) << object << QJsonValue(object);
-    QCOMPARE(text, QString("{\n    \"a\": \"Ж\"\n}\n").repeated(3));
-    text.clear();
-    stream << QJsonArray{1} << QJsonValue(QJsonArray{1});
-    QCOMPARE(text, QString("[\n    1\n]\n").repeated(2));
+    stream << QJsonDocument(object) << object << QJsonValue(object) << QJsonArray{1}
+           << QJsonValue(QJsonArray{1});
+    QCOMPARE(text, QString("{\n    \"a\": \"Ж\"\n}\n").repeated(3) + QString("[\n    1\n]\n").repeated(2));
     text.clear();
     stream << QJsonValue(true) << QJsonValue(false) << ' ' << QJsonValue(2.5) << ' ' << QJsonValue(1e7)
            << QJsonValue("Ж") << QJsonValue() << QJsonValue(QJsonValue::Undefined);
@@ -163,10 +138,10 @@ void TestJsonFile::printing()
 
 #ifdef Q_OS_UNIX
 
-void TestJsonFile::links()
+void TestJsonFile::linksAndDevices()
 {
-    const QString link = File("new/folder/link.json");
-    const QString target = File("new/folder/target.json");
+    const QString link = File("link.json");
+    const QString target = File("target.json");
     QVERIFY(QFile::link("target.json", link));
     for (const int value : {1, 2}) { // the target is missing at first
         const QJsonDocument document(QJsonArray{value});
@@ -178,16 +153,11 @@ void TestJsonFile::links()
     QVERIFY(QFile::link("circle.json", circle));
     QCOMPARE(Failure({circle, ""}, &JsonFile::Save), "Failed to open file '" + circle + "' for write!");
     QVERIFY(QFileInfo(circle).isSymLink());
-}
 
-void TestJsonFile::devices()
-{
-    QCOMPARE(Failure({"/dev/full", sample, ""}, &JsonFile::Save),
-             "Failed to save document in file '/dev/full'!");
+    QVERIFY(Failure({"/dev/full", sample, ""}, &JsonFile::Save).startsWith("Failed to save document"));
     QVERIFY(!QFileInfo("/dev/full").isFile());
     // Can be opened, but not be read.
-    QCOMPARE(Failure({"/proc/self/mem", ""}, &JsonFile::Load),
-             "Failed to open file '/proc/self/mem' for read!");
+    QVERIFY(Failure({"/proc/self/mem", ""}, &JsonFile::Load).startsWith("Failed to open file"));
 }
 
 void TestJsonFile::fullDisk()
@@ -202,23 +172,23 @@ void TestJsonFile::fullDisk()
     setrlimit(RLIMIT_FSIZE, &limit);
 
     QCOMPARE(failure, "Failed to save document in file '" + old + "'!");
-    QCOMPARE(ReadFile(old), QJsonDocument(sample).toJson());
-    QCOMPARE(Names(File("new/folder")), QStringList{"файл.json"});
+    QVERIFY(IsUntouched());
 }
 
 void TestJsonFile::closedFolder()
 {
-    const auto change = [](const QString& path, mode_t mode) {
-        return chmod(QFile::encodeName(path).constData(), mode) == 0;
-    };
-    QVERIFY(change(old, 0666) && change(File("new/folder"), 0555) && change(dir->path(), 0755));
+    using std::filesystem::perms;
+    const auto folder = filetree::ToPath(File("new/folder"));
+    permissions(filetree::ToPath(old), perms(0666));
+    permissions(folder, perms(0555));
+    permissions(filetree::ToPath(dir->path()), perms(0755));
     // The superuser is not refused anything.
     constexpr uid_t nobody = 65534;
     const bool isRoot = geteuid() == 0;
     QVERIFY(!isRoot || seteuid(nobody) == 0);
     const QString failure = Failure({old, QJsonDocument(QJsonArray{1}), ""}, &JsonFile::Save);
     QVERIFY(!isRoot || seteuid(0) == 0);
-    QVERIFY(change(File("new/folder"), 0755));
+    permissions(folder, perms(0755));
     QCOMPARE(failure, "");
     QCOMPARE(ReadFile(old), QJsonDocument(QJsonArray{1}).toJson());
 }

@@ -1,6 +1,7 @@
 #include "messagereceiver.h"
 
 #include <QDataStream>
+#include <QPointer>
 
 #include <algorithm>
 #include <chrono>
@@ -28,11 +29,8 @@ constexpr qint64 maxLongTexts = Q_INT64_C(32) * 1024 * 1024;
 
 // What is granted to a client before it has to make place for one that waits. A sender writes all right after
 // it has connected, but a busy machine may hold it up.
-constexpr qint64 grantedSilence = 2000;
+constexpr qint64 grantedSilence = 250;
 constexpr qint64 grantedText = 10000;
-
-// Bounds what lies unread, whatever a client sends.
-constexpr qint64 socketBufferSize = Q_INT64_C(64) * 1024;
 
 } // namespace
 
@@ -43,18 +41,22 @@ MessageReceiver::MessageReceiver(QLocalSocket* socket_, qint64& longTexts_, QObj
 {
     socket->setParent(this);
     socket->setReadBufferSize(socketBufferSize);
-    connect(socket, &QLocalSocket::readyRead, this, &MessageReceiver::OnReadyRead);
-    connect(socket, &QLocalSocket::disconnected, this, &MessageReceiver::OnDisconnected);
+    // Queued, so that neither socket nor timer is in the middle of a signal when a slot of `received` deletes
+    // them.
+    connect(socket, &QLocalSocket::readyRead, this, &MessageReceiver::OnReadyRead, Qt::QueuedConnection);
+    connect(socket, &QLocalSocket::disconnected, this, &MessageReceiver::OnDisconnected,
+            Qt::QueuedConnection);
     patience.setSingleShot(true);
-    connect(&patience, &QTimer::timeout, this, &MessageReceiver::OnTimeout);
+    connect(&patience, &QTimer::timeout, this, &MessageReceiver::OnTimeout, Qt::QueuedConnection);
     age.start();
     // The client may have spoken or gone before the socket was handed over.
     QMetaObject::invokeMethod(
         this,
         [this] {
-            OnReadyRead();
             if (socket->state() == QLocalSocket::UnconnectedState) {
                 OnDisconnected();
+            } else {
+                OnReadyRead();
             }
         },
         Qt::QueuedConnection);
@@ -94,7 +96,11 @@ void MessageReceiver::OnReadyRead()
 
 void MessageReceiver::OnDisconnected()
 {
+    const QPointer<MessageReceiver> self = this;
     OnReadyRead();
+    if (self.isNull()) {
+        return;
+    }
     switch (stage) {
     case Stage::Length:
         Dismiss();
@@ -163,16 +169,19 @@ void MessageReceiver::ReadText()
 void MessageReceiver::CompleteText()
 {
     text.resize(static_cast<qsizetype>(length), '\0');
-    message = QString::fromUtf8(text);
+    const QString message = QString::fromUtf8(text);
     text = QByteArray();
+    GiveBack();
     stage = Stage::Goodbye;
-    if (socket->state() != QLocalSocket::ConnectedState) {
+    if (socket->state() == QLocalSocket::ConnectedState) {
+        patience.start(goodbyePatience);
+        socket->write(acknowledgement, acknowledgementSize);
+        socket->flush();
+    } else {
         Finish();
-        return;
     }
-    patience.start(goodbyePatience);
-    socket->write(acknowledgement, acknowledgementSize);
-    socket->flush();
+    // Right behind the answer, so that no text is lost whose sender was told that it arrived.
+    Q_EMIT received(message);
 }
 
 void MessageReceiver::Fail(const QString& reason)

@@ -6,14 +6,15 @@
 #include <QObject>
 #include <QTimer>
 
-#include <optional>
-
 namespace QtLP_Private
 {
 
 /// What both ends of the socket agree on: the answer to a text.
 constexpr char acknowledgement[] = "ack";
 constexpr int acknowledgementSize = sizeof(acknowledgement) - 1;
+
+/// Bounds what lies unread of a client, in bytes, whatever it sends.
+constexpr qint64 socketBufferSize = Q_INT64_C(64) * 1024;
 
 /**
  * Takes one text from one client of the local server and tells the client so, without ever blocking.
@@ -34,9 +35,6 @@ public:
     MessageReceiver(QLocalSocket* socket, qint64& longTexts, QObject* parent);
     ~MessageReceiver() override;
 
-    /// What the client said, once finished; nothing if it failed or said too little.
-    const std::optional<QString>& GetMessage() const { return message; }
-
     /// Whether the client had its time and still speaks or says nothing: it may have to go when others wait.
     bool IsOverdue() const;
 
@@ -44,6 +42,8 @@ public:
     void Dismiss();
 
 Q_SIGNALS:
+    /// What the client said; it has been told that it arrived. A slot may delete the receiver.
+    void received(const QString& message);
     void finished(QtLP_Private::MessageReceiver* self);
 
 private:
@@ -74,7 +74,6 @@ private:
     Stage stage = Stage::Length;
     quint32 length = 0;
     QByteArray text;
-    std::optional<QString> message;
 };
 
 } // namespace QtLP_Private

@@ -21,6 +21,9 @@ QString GroupSuffix();
  */
 bool OpenLockFile(QtLockedFile& file);
 
+/// Whether the open lock file is still the one that stands at `path`.
+bool IsInPlace(const QtLockedFile& file, const QString& path);
+
 /// Whether the process behind a connected socket belongs to this user; warns if it is another's.
 bool IsOwnPeer(const QLocalSocket& socket);
 

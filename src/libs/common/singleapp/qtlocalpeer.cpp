@@ -30,7 +30,11 @@ constexpr int maxReceivers = 128;
 
 // A client that says nothing may stay as long as there is room. When others wait, it is looked so often, in
 // milliseconds, for one that has had its time.
-constexpr int roomPoll = 500;
+constexpr int roomPoll = 100;
+
+// The server closes when it cannot take a client, as when the process has no descriptor left. So often, in
+// milliseconds, it is looked after.
+constexpr int listenCheck = 5000;
 
 // Between the two tries to connect, in milliseconds.
 constexpr unsigned long pauseBetweenTries = 250;
@@ -69,14 +73,21 @@ QtLocalPeer::QtLocalPeer(QObject* parent, const QString& appId)
     roomTimer.setSingleShot(true);
     roomTimer.setInterval(roomPoll);
     connect(&roomTimer, &QTimer::timeout, this, &QtLocalPeer::receiveConnection);
+    listenTimer.setTimerType(Qt::VeryCoarseTimer);
+    listenTimer.setInterval(listenCheck);
+    connect(&listenTimer, &QTimer::timeout, this, &QtLocalPeer::Listen);
+    connect(server, &QLocalServer::newConnection, this, &QtLocalPeer::receiveConnection);
 
     // Only the holder of the lock listens, so it may take the place of a socket that a killed process left.
     server->setSocketOptions(QLocalServer::UserAccessOption);
     server->setListenBacklogSize(listenBacklog);
 
-    lockFile.setFileName(QDir(QDir::tempPath()).absolutePath() + u'/' + socketName +
-                         QStringLiteral("-lockfile"));
-    foreignLockFile = !QtLP_Private::OpenLockFile(lockFile);
+    const QString folder = QDir::tempPath();
+    // Empty if there is none; the file must not come into the working directory then.
+    if (!folder.isEmpty()) {
+        lockPath = QDir(folder).absolutePath() + u'/' + socketName + QStringLiteral("-lockfile");
+        OpenLockFile();
+    }
 }
 
 QtLocalPeer::~QtLocalPeer()
@@ -96,12 +107,34 @@ bool QtLocalPeer::isSecondary()
     if (!lockFile.lock(QtLockedFile::WriteLock, false)) {
         return true;
     }
-    if (!server->listen(socketName)) {
+    if (!QtLP_Private::IsInPlace(lockFile, lockPath)) {
+        // Somebody has removed it since it was opened: the claim is made on the file that others find.
+        lockFile.unlock();
+        lockFile.close();
+        OpenLockFile();
+        if (!foreignLockFile && !lockFile.lock(QtLockedFile::WriteLock, false)) {
+            return true;
+        }
+    }
+    if (!foreignLockFile) {
+        Listen();
+        listenTimer.start();
+    }
+    return false;
+}
+
+void QtLocalPeer::OpenLockFile()
+{
+    lockFile.setFileName(lockPath);
+    foreignLockFile = !QtLP_Private::OpenLockFile(lockFile);
+}
+
+void QtLocalPeer::Listen()
+{
+    if (!server->isListening() && !server->listen(socketName)) {
         qWarning("QtSingleCoreApplication: listen on local socket failed, %s",
                  qPrintable(server->errorString()));
     }
-    connect(server, &QLocalServer::newConnection, this, &QtLocalPeer::receiveConnection);
-    return false;
 }
 
 /// One try to connect: as long as the first process does not listen yet, or too many others knock, until the
@@ -111,7 +144,8 @@ bool QtLocalPeer::Connect(QLocalSocket& socket, int timeout)
     const QDeadlineTimer deadline(timeout);
     while (isSecondary()) {
         socket.connectToServer(socketName, QIODevice::ReadWrite);
-        if (socket.waitForConnected(static_cast<int>(deadline.remainingTime()))) {
+        // A local socket is connected at once or not at all; Qt would try again without a pause.
+        if (socket.waitForConnected(1)) {
             return true;
         }
         if (deadline.hasExpired()) {
@@ -125,7 +159,7 @@ bool QtLocalPeer::Connect(QLocalSocket& socket, int timeout)
 
 bool QtLocalPeer::sendMessage(const QString& message, int timeout)
 {
-    if (!isSecondary()) {
+    if (!isSecondary() || !lockFile.isOpen()) {
         return false;
     }
     const int half = timeout < 0 ? -1 : timeout / 2;
@@ -148,6 +182,11 @@ bool QtLocalPeer::sendMessage(const QString& message, int timeout)
 
 void QtLocalPeer::receiveConnection()
 {
+    // Those that wait are read ahead by Qt.
+    const auto waiting = server->findChildren<QLocalSocket*>(QString(), Qt::FindDirectChildrenOnly);
+    for (QLocalSocket* const socket : waiting) {
+        socket->setReadBufferSize(QtLP_Private::socketBufferSize);
+    }
     while (server->hasPendingConnections()) {
         if (!HasRoom()) {
             roomTimer.start();
@@ -155,8 +194,7 @@ void QtLocalPeer::receiveConnection()
         }
         auto* const receiver = new MessageReceiver(server->nextPendingConnection(), longTexts, this);
         receivers += receiver;
-        // Queued, so that no socket is in the middle of a signal when a receiver of the text deletes the
-        // peer.
+        connect(receiver, &MessageReceiver::received, this, &QtLocalPeer::messageReceived);
         connect(receiver, &MessageReceiver::finished, this, &QtLocalPeer::OnReceiverFinished,
                 Qt::QueuedConnection);
     }
@@ -181,10 +219,6 @@ bool QtLocalPeer::HasRoom()
 void QtLocalPeer::OnReceiverFinished(MessageReceiver* receiver)
 {
     receivers.removeOne(receiver);
-    const std::optional<QString> message = receiver->GetMessage();
     receiver->deleteLater();
     receiveConnection();
-    if (message) {
-        Q_EMIT messageReceived(*message);
-    }
 }

@@ -69,6 +69,8 @@ private Q_SLOTS:
 private:
     Q_DISABLE_COPY(QtLocalPeer)
 
+    void OpenLockFile();
+    void Listen();
     bool Connect(QLocalSocket& socket, int timeout);
     bool HasRoom();
     void OnReceiverFinished(QtLP_Private::MessageReceiver* receiver);
@@ -76,9 +78,11 @@ private:
     QString id;
     QString socketName;
     QLocalServer* server;
+    QString lockPath; ///< Empty without a temporary folder.
     QtLP_Private::QtLockedFile lockFile;
     bool foreignLockFile = false;
     QList<QtLP_Private::MessageReceiver*> receivers; ///< Oldest first.
     qint64 longTexts = 0;                            ///< Bytes of long texts promised to the receivers.
     QTimer roomTimer;                                ///< Runs while clients wait for others to go.
+    QTimer listenTimer;                              ///< Runs in the first process.
 };

@@ -7,7 +7,9 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
-#include <QStorageInfo>
+
+#include <filesystem>
+#include <system_error>
 
 namespace tools
 {
@@ -56,8 +58,9 @@ Outcome Replace(const QString& fileName, const QByteArray& bytes)
     }
     // The folder forbids new files or the exchange. Opening the old one empties it: not without room for the
     // new.
-    const qint64 room = QStorageInfo(QFileInfo(fileName).absolutePath()).bytesAvailable();
-    if (QFileInfo::exists(fileName) && room < bytes.size()) {
+    std::error_code error;
+    const auto space = std::filesystem::space(QFileInfo(fileName).filesystemAbsolutePath(), error);
+    if (QFileInfo::exists(fileName) && !error && space.available < static_cast<quint64>(bytes.size())) {
         return Outcome::CannotWrite;
     }
     return WriteInPlace(fileName, bytes);

@@ -64,6 +64,14 @@ bool OpenLockFile(QtLockedFile& file)
     return true;
 }
 
+bool IsInPlace(const QtLockedFile& file, const QString& path)
+{
+    struct stat own = {};
+    struct stat found = {};
+    return ::fstat(file.handle(), &own) == 0 && ::lstat(QFile::encodeName(path).constData(), &found) == 0 &&
+           own.st_dev == found.st_dev && own.st_ino == found.st_ino;
+}
+
 bool IsOwnPeer(const QLocalSocket& socket)
 {
     ucred credentials = {};

@@ -32,6 +32,12 @@ bool OpenLockFile(QtLockedFile& file)
     return true;
 }
 
+bool IsInPlace(const QtLockedFile& /*file*/, const QString& /*path*/)
+{
+    // An open file cannot be removed, and the lock belongs to the path.
+    return true;
+}
+
 bool IsOwnPeer(const QLocalSocket& /*socket*/)
 {
     // The name holds the session, and the pipe's security descriptor admits its user only.

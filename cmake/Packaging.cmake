@@ -1,0 +1,33 @@
+# What cpack makes of a build: on Debian a package with the library and its tools and one for development with it,
+# elsewhere one archive. scripts/package.sh runs it.
+
+set(CPACK_PACKAGE_NAME vxcommon)
+set(CPACK_PACKAGE_VENDOR "vxcommon")
+set(CPACK_PACKAGE_CONTACT "the developers of vxcommon")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
+set(CPACK_RESOURCE_FILE_README "${PROJECT_SOURCE_DIR}/README.md")
+set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/packages")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL runtime development)
+
+if(WIN32)
+    set(CPACK_GENERATOR ZIP)
+else()
+    set(CPACK_GENERATOR DEB)
+    set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+    set(CPACK_DEB_COMPONENT_INSTALL ON)
+    set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+    set(CPACK_DEBIAN_PACKAGE_SECTION libs)
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libvxcommon${PROJECT_VERSION_MAJOR})
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvxcommon-dev)
+    set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+    # What the public headers and the package configuration ask for.
+    set(development_depends "libvxcommon${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})" qt6-base-dev)
+    if(VXCOMMON_WITH_QREGEXP)
+        list(APPEND development_depends qt6-5compat-dev)
+    endif()
+    list(JOIN development_depends ", " CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS)
+endif()
+include(CPack)

@@ -1,0 +1,170 @@
+#include <common/tools/aes.h>
+#include <common/tools/qcompressor.h>
+
+#include <QTest>
+
+#include <algorithm>
+#include <random>
+
+using tools::QCompressor;
+using tools::cipher::AES;
+
+namespace
+{
+
+/// Makes `user` the name of the logged-in user.
+void SetUser(const QByteArray& user, const char* variable = "USER")
+{
+    for (const char* name : {"USER", "USERNAME", "user", "UserName"}) {
+        qunsetenv(name);
+    }
+    qputenv(variable, user);
+}
+
+constexpr qsizetype chunkSize = 32768;
+
+/// Bytes without a pattern that could be packed, the same in each run.
+QByteArray Noise(qsizetype size)
+{
+    QByteArray bytes(size, Qt::Uninitialized);
+    std::generate(bytes.begin(), bytes.end(), std::minstd_rand(1));
+    return bytes;
+}
+
+QByteArray Packed(const QByteArray& input, int level = 6)
+{
+    QByteArray output = "old content";
+    return QCompressor::gzipCompress(input, output, level) ? output : "packing failed";
+}
+
+} // namespace
+
+class TestBytes : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cipherVectors();
+    void cipherTexts();
+    void machineKey();
+    void packing();
+    void foreignPacks();
+    void truncatedPack();
+};
+
+void TestBytes::cipherVectors()
+{
+    const auto verify = [](const QString& key, const QByteArray& plain, const char* cipher) {
+        QByteArray bytes = plain;
+        QCOMPARE(&AES::encrypt(key, bytes, bytes), &bytes);
+        QCOMPARE(bytes.toBase64(), cipher);
+        QCOMPARE(&AES::decrypt(key, bytes, bytes), &bytes);
+        QCOMPARE(bytes, plain.leftJustified(bytes.size(), '\0'));
+    };
+    // Made with: openssl enc -a -A -aes-128-cbc -nopad -K HEX_OF_KEY -iv 43344431374530394132423634383346
+    // (or -aes-192-cbc, -aes-256-cbc), the key and the text filled up with zero bytes.
+    const QByteArray plain = "two blocks of text, not one alone";
+    verify("0123456789abcdef", plain, "tlkeGMqmk57ePFl9TRIP8ljU5F4F8kqWuT04Rddq/u3XZnRCEhnAcyx9HMfsM99K");
+    verify("0123456789abcdef0", "hello", "4o9ssVeElvk8ggRy+7hc7g=="); // 17 bytes make 192 bits
+    verify("0123456789abcdef0123456789abcdef", plain,
+           "FbjweylZHOznlPikrNMKrfsVMNTHDjSnF0RldteIHOBxUkJnCss486DAFJ1I+iBW");
+    verify("k", "", "");
+
+    QByteArray zeros;
+    const QString tooLong = QString(15, 'k') + "жжжжжжжжж"; // 33 bytes
+    QCOMPARE(AES::encrypt(tooLong, "hello", zeros), QByteArray(16, '\0'));
+    QCOMPARE(AES::decrypt(tooLong, QByteArray(17, 'x'), zeros), QByteArray(32, '\0'));
+}
+
+void TestBytes::cipherTexts()
+{
+    const QString cipher = AES::encrypt("ключ", "привет");
+    QCOMPARE(AES::decrypt("ключ", cipher), "привет" + QString(4, QChar(0)));
+    QVERIFY(!AES::decrypt("другой", cipher).startsWith("привет"));
+    // Damaged: the last block is not whole.
+    QCOMPARE(AES::decrypt("key", AES::encrypt("key", QString(32, 'x')).left(28)).left(16), QString(16, 'x'));
+
+    const QString pair = AES::encryptPair("name", "va=lue %1");
+    QCOMPARE(AES::decryptPair("name", pair), "va=lue %1" + QString(2, QChar(0)));
+    QCOMPARE(AES::decryptPair("name=va", pair), "lue %1" + QString(2, QChar(0)));
+    QCOMPARE(AES::decryptPair("Name", pair), "");
+    QCOMPARE(AES::decryptPair("na", pair), "");
+}
+
+void TestBytes::machineKey()
+{
+    // The base text XOR the user's name, byte by byte, in Base64, cut at 32: computed apart from this
+    // library.
+    const QString key = "Vi8rUl5bWC1fJVgsVShWUy9XIlorUV9d";
+    SetUser("");
+    QCOMPARE(AES::machineKey(), "THQBA3MNfHEAaQEABwAVBgAAdRkHAXQH");
+    // The narrow environment of Windows has the characters of a code page only.
+    SetUser("жанна");
+    QVERIFY(AES::machineKey() == "5/eVg+CI6f7h9Ob05Pboj5GEk4SVhuGD" || QSysInfo::kernelType() == "winnt");
+    // The first of the environment counts, whatever its name; Windows sorts by name.
+    SetUser("ann", "USERNAME");
+    qputenv("USER", "bob");
+    QVERIFY(AES::machineKey() == key || QSysInfo::kernelType() == "winnt");
+    for (const char* variable : {"user", "UserName"}) {
+        SetUser("ann", variable);
+        QCOMPARE(AES::machineKey(), key);
+    }
+
+    QByteArray bytes;
+    QCOMPARE(AES::encrypt("hello"), AES::encrypt(key, "hello"));
+    QCOMPARE(AES::encrypt("hello", bytes).toBase64(), AES::encrypt(key, "hello").toLatin1());
+    QCOMPARE(AES::decrypt(bytes, bytes), "hello" + QByteArray(11, '\0'));
+}
+
+void TestBytes::packing()
+{
+    QVERIFY2(Packed(QByteArray()).isEmpty(), "nothing gets not even a header");
+    // Exact multiples of a chunk, and their neighbours; the last is a bomb.
+    for (const QByteArray& input : {QByteArray(), Noise(chunkSize - 1), Noise(chunkSize),
+                                    Noise(4 * chunkSize + 1), QByteArray(1024 * chunkSize, '\0')}) {
+        for (const int level : {-1, 0, 9}) {
+            QByteArray bytes = Packed(input, level);
+            QVERIFY(QCompressor::gzipDecompress(bytes, bytes)); // in place
+            QVERIFY(bytes == input);
+        }
+    }
+    const QByteArray text = QByteArray("many words, many more words").repeated(1000) + Noise(1000);
+    QCOMPARE(Packed(text, 15), Packed(text, 9));
+    QCOMPARE(Packed(text, -7), Packed(text, -1));
+    QVERIFY(Packed(text, -1).size() < Packed(text, 0).size());
+}
+
+void TestBytes::foreignPacks()
+{
+    // Made by gzip -9, which stores the file's name and time.
+    const QByteArray named =
+        QByteArray::fromHex("1f8b080835fc056b02036e616d652e74787400cb48cdc9c957c8402701e3513d8d17000000");
+    QByteArray output;
+    for (const QByteArray& behind : {QByteArray(), Packed("second member"), QByteArray(100000, '\xff')}) {
+        QVERIFY(QCompressor::gzipDecompress(named + behind, output));
+        QCOMPARE(output, "hello hello hello hello");
+    }
+    QByteArray wrongSum = named;
+    wrongSum.replace("\xe3\x51", "\xe3\x52");
+    for (const QByteArray& input :
+         {QByteArray("plain text"), qCompress("zlib").mid(4), named.left(10), wrongSum}) {
+        QVERIFY(!QCompressor::gzipDecompress(input, output));
+        QCOMPARE(output, "");
+    }
+}
+
+void TestBytes::truncatedPack()
+{
+    const QByteArray input = Noise(chunkSize) + QByteArray(3 * chunkSize, 'a');
+    const QByteArray packed = Packed(input);
+    QByteArray output;
+    for (qsizetype size = 1; size < packed.size(); size += 97) {
+        QVERIFY(!QCompressor::gzipDecompress(packed.left(size), output));
+        QVERIFY(input.startsWith(output) && output.size() > size - 1000);
+    }
+    QVERIFY(!QCompressor::gzipDecompress(packed.chopped(1), output));
+    QVERIFY(output == input);
+}
+
+QTEST_GUILESS_MAIN(TestBytes)
+#include "tst_bytes.moc"
