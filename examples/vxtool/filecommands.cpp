@@ -25,6 +25,8 @@ using common::FileRemover;
 const QString copyCommand = QStringLiteral("copy");
 const QString removeCommand = QStringLiteral("remove");
 const QString timingOption = QStringLiteral("timing");
+/// Most likely from a variable that was not set. It must not be taken for the current directory.
+const QString emptyPath = QStringLiteral("an empty path names nothing");
 
 void AddOptions(QCommandLineParser& parser)
 {
@@ -97,6 +99,9 @@ int Copy(const QCommandLineParser& parser)
     if (sources.size() < 2) {
         return FailUsage(QStringLiteral("something to copy and a place for it are needed"), copyCommand);
     }
+    if (sources.contains(QString())) {
+        return FailUsage(emptyPath, copyCommand);
+    }
     const QString destination = FullPath(sources.takeLast());
     const bool isFolder = QFileInfo(destination).isDir();
     if (sources.size() > 1 && !isFolder) {
@@ -123,6 +128,9 @@ int Remove(const QCommandLineParser& parser)
     const QStringList arguments = parser.positionalArguments();
     if (arguments.isEmpty()) {
         return FailUsage(QStringLiteral("something to remove is needed"), removeCommand);
+    }
+    if (arguments.contains(QString())) {
+        return FailUsage(emptyPath, removeCommand);
     }
     FileRemover remover;
     for (const QString& argument : arguments) {

@@ -52,6 +52,8 @@ void AddColumns()
     QTest::addColumn<int>("level");
 }
 
+const QString exists = "4 'ROOT/%1' already exists. Trying to remove before coping...";
+
 QString CopyingFailed(const QString& from, const QString& to, int code)
 {
     return QString("3 Copying from 'ROOT/%1' to 'ROOT/%2' failed with error '%3'!")
@@ -66,36 +68,9 @@ void AddSameFile(const char* name, const QString& tree, const QString& from, con
             CopyingFailed(from, to, 700107)});
 }
 
-} // namespace
-
-void TestFileJobs::copier_data()
-{
-    AddColumns();
-    const QString exists = "4 'ROOT/%1' already exists. Trying to remove before coping...";
-    AddRow("nothing to do", "a=1", "", "done", "+");
-    AddRow("files", "a=1, b=", "F a ./t/a, F b t/x/y/b", "1/2, 2/2, done", "+t/a=1, t/x/y/b=");
-    AddRow("tree without its hidden and empty parts", "s/d/a=1, s/d/e/b=2, s/f/g/, s/.h=3, s/.i/c=4", "D s t",
-           "1/2, 2/2, done", "+t/d/a=1, t/d/e/b=2");
-    AddRow("tree into itself", "t/a=1", "D t t/d", "1/1, done", "+t/d/a=1");
-    AddRow("log of a job", "s/a=1, t/a=old", "D s t", "1/1, done", "s/a=1, t/a=1",
-           {"7 Copy", "7 Start scanning directories...", "7 Directories scanning finished.",
-            exists.arg("t/a"), "7 Successfully copied from 'ROOT/s/a' to 'ROOT/t/a'",
-            "6 Copying finished in N msec."},
-           7);
-    AddRow("no source directory", "a=1, s/b=2", "F a t/a, D s t, D x t", "failed 700102", "+",
-           {"4 Path 'ROOT/x' doesn't exists!", "3 Scanning directory 'ROOT/x' failed with error '700102'!"});
-    AddRow("no source file", "a=1", "F a t/a, F b t/b, F a t/c", "1/3, failed 700103", "+t/a=1",
-           {"3 Source file 'ROOT/b' doesn't exist!", CopyingFailed("b", "t/b", 700103)});
-    AddRow("folder cannot be made", "a=1, t=2", "F a t/x/a", "failed 700104", "+",
-           {"3 Cannot create path to 'ROOT/t/x/a'", CopyingFailed("a", "t/x/a", 700104)});
-    AddRow("no destination", "s/a=1", "D s", "failed 700104", "+",
-           {"3 Cannot create path to ''", "3 Copying from 'ROOT/s/a' to '' failed with error '700104'!"});
-    AddRow("destination is a directory", "a=1, d/", "F a d", "failed 700106", "+",
-           {exists.arg("d"), "3 Cannot remove 'ROOT/d'!", CopyingFailed("a", "d", 700106)});
-    AddRow("source is a directory", "d/a=1", "F d t", "failed 700107", "+",
-           {"3 Cannot copy from 'ROOT/d' to 'ROOT/t'", CopyingFailed("d", "t", 700107)});
-    AddSameFile("onto itself another way", "d/a=1", "d/a", "d/../d/./a");
 #ifdef Q_OS_UNIX
+void AddCopiesOfThePlatform()
+{
     AddRow("links in a tree", "s/up->../a, s/d/l->../e, s/e/y=2, s/gone->no/where, s/loop->loop", "D s t",
            "1/5, 2/5, 3/5, 4/5, 5/5, done",
            "+t/d/l->../e, t/e/y=2, t/gone->no/where, t/loop->loop, t/up->../a");
@@ -124,11 +99,45 @@ void TestFileJobs::copier_data()
            "+t/a=1, t/b=Linux\n");
     AddSameFile("onto what a link in a linked folder leads to", "d/e/l->../a, d/a=1, f->d/e", "f/l", "d/a");
     AddSameFile("itself through a linked folder", "d/a=1, e->d", "d/a", "e/a");
+}
 #else
+void AddCopiesOfThePlatform()
+{
     AddRow("slashes both ways", "s/d/a=1", "D s\\d/ t\\x", "1/1, done", "+t/x/a=1");
     AddRow("no source shortcut", "a=1", "L l.lnk t/l.lnk", "failed 700103", "+",
            {"3 Source file 'ROOT/l.lnk' doesn't exist!", CopyingFailed("l.lnk", "t/l.lnk", 700103)});
+}
 #endif
+
+} // namespace
+
+void TestFileJobs::copier_data()
+{
+    AddColumns();
+    AddRow("nothing to do", "a=1", "", "done", "+");
+    AddRow("files", "a=1, b=", "F a ./t/a, F b t/x/y/b", "1/2, 2/2, done", "+t/a=1, t/x/y/b=");
+    AddRow("tree without its hidden and empty parts", "s/d/a=1, s/d/e/b=2, s/f/g/, s/.h=3, s/.i/c=4", "D s t",
+           "1/2, 2/2, done", "+t/d/a=1, t/d/e/b=2");
+    AddRow("tree into itself", "t/a=1", "D t t/d", "1/1, done", "+t/d/a=1");
+    AddRow("log of a job", "s/a=1, t/a=old", "D s t", "1/1, done", "s/a=1, t/a=1",
+           {"7 Copy", "7 Start scanning directories...", "7 Directories scanning finished.",
+            exists.arg("t/a"), "7 Successfully copied from 'ROOT/s/a' to 'ROOT/t/a'",
+            "6 Copying finished in N msec."},
+           7);
+    AddRow("no source directory", "a=1, s/b=2", "F a t/a, D s t, D x t", "failed 700102", "+",
+           {"4 Path 'ROOT/x' doesn't exists!", "3 Scanning directory 'ROOT/x' failed with error '700102'!"});
+    AddRow("no source file", "a=1", "F a t/a, F b t/b, F a t/c", "1/3, failed 700103", "+t/a=1",
+           {"3 Source file 'ROOT/b' doesn't exist!", CopyingFailed("b", "t/b", 700103)});
+    AddRow("folder cannot be made", "a=1, t=2", "F a t/x/a", "failed 700104", "+",
+           {"3 Cannot create path to 'ROOT/t/x/a'", CopyingFailed("a", "t/x/a", 700104)});
+    AddRow("no destination", "s/a=1", "D s", "failed 700104", "+",
+           {"3 Cannot create path to ''", "3 Copying from 'ROOT/s/a' to '' failed with error '700104'!"});
+    AddRow("destination is a directory", "a=1, d/", "F a d", "failed 700106", "+",
+           {exists.arg("d"), "3 Cannot remove 'ROOT/d'!", CopyingFailed("a", "d", 700106)});
+    AddRow("source is a directory", "d/a=1", "F d t", "failed 700107", "+",
+           {"3 Cannot copy from 'ROOT/d' to 'ROOT/t'", CopyingFailed("d", "t", 700107)});
+    AddSameFile("onto itself another way", "d/a=1", "d/a", "d/../d/./a");
+    AddCopiesOfThePlatform();
 }
 
 void TestFileJobs::remover_data()

@@ -198,8 +198,15 @@ void TestVxtool::files()
     verify("remove|d|a|x", 0, "6 items removed\n", {"t/"});
     verify("remove", 2, "is needed", before);
     verify("remove|/", 2, "all there is", before);
+    verify("remove|", 2, "names nothing", before);
+    verify("copy||x", 2, "names nothing", before);
     const QRegularExpression timing("^1 item copied in [0-9]+\\.[0-9]{3} s, [0-9]+ items?/s\n$");
     QVERIFY(timing.match(Run("copy|--timing|a|x").output).hasMatch());
+#ifdef Q_OS_UNIX
+    filetree::Build(dir->path(), {"l->d/e"});
+    QCOMPARE(Run("remove|l/../b").exitCode, 0);
+    QVERIFY2(!QFile::exists(dir->filePath("d/b")), "the folder above what a link leads to is meant");
+#endif
 }
 
 #if VXCOMMON_HAS_LOG4CPP
