@@ -104,6 +104,7 @@ void TestAddresses::parse_data()
 
     row("quoted name without an address", "\"Ann\" a@b.com", "\"Ann\" a@b.com");
     row("short Skype domain without the scheme", " name@skype ", "name@skype");
+    row("port of six digits", "a@b.com:123456", "a@b.com:123456");
     row("long hostile run", QString("a.").repeated(5000), QString("a.").repeated(5000));
 }
 
