@@ -174,7 +174,7 @@ QString ApplyNumbers(const QCommandLineParser& parser, IHttpRequest& request)
                    {intervalOption, 0, &IHttpRequest::SetAttemptIntervalOnNetworkProblem}};
     for (const auto& [option, least, set] : numbers) {
         qint64 number = 0;
-        const QString problem = ReadNumber(parser, option, least, std::numeric_limits<int>::max(), number);
+        QString problem = ReadNumber(parser, option, least, std::numeric_limits<int>::max(), number);
         if (!problem.isEmpty()) {
             return problem;
         }

@@ -78,7 +78,7 @@ QString TabText(const Row& row)
 
 QString TableCellText(const QJsonValue& value)
 {
-    const QString text = CellText(value);
+    QString text = CellText(value);
     if (text.size() <= maxCellWidth) {
         return text;
     }

@@ -266,7 +266,7 @@ void TestHttpRequest::outcome_data()
     };
     QByteArray packed;
     tools::QCompressor::gzipCompress("text", packed, 6);
-    const QByteArray large(100 * 1024 * 1024, 'l');
+    const QByteArray large(100000000, 'l');
 
     row("success", {{Response("200 OK", "a\xff")}}, 3, success, "a\xff");
     row("chunked", {{"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\nab\r\n1\r\nc\r\n0\r\n\r\n"}},
