@@ -145,11 +145,12 @@ void UpdateCache()
     }
 }
 
-/// The program that the application was last registered for. Its schemes may have been written by different ones.
+/// The program that the application was last registered for. Its schemes may have been written by different
+/// ones.
 QString ProgramOf(const QSettings& settings, const QString& application, const QString& organization)
 {
-    const QString key = protocolkeys::Application(application, organization) +
-                        QLatin1String("shell/open/command/Default");
+    const QString key =
+        protocolkeys::Application(application, organization) + QLatin1String("shell/open/command/Default");
     const QString command = settings.value(key).toString();
     const QString tail = protocolkeys::CommandTail();
     return command.startsWith(u'"') && command.endsWith(tail)

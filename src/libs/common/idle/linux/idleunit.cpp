@@ -8,8 +8,8 @@ namespace common
 namespace
 {
 
-/// By chance one answer in some ten to a hundred fits while the user types; so many in a row never do. At a poll
-/// each 3 s they are there before the first minute of rest is over.
+/// By chance one answer in some ten to a hundred fits while the user types; so many in a row never do. At a
+/// poll each 3 s they are there before the first minute of rest is over.
 constexpr int answersNeeded = 10;
 
 constexpr qint64 millisecondsPerSecond = 1000;
@@ -30,8 +30,8 @@ void IdleUnit::Compare(qint64 number, qint64 now)
     const qint64 growth = number - firstNumber;
     const qint64 elapsed = now - firstTime;
     // A whole second may end or not between clock and answer.
-    maybeSeconds = maybeSeconds && std::abs(growth * millisecondsPerSecond - elapsed) <=
-                                       millisecondsPerSecond + answerDelay;
+    maybeSeconds = maybeSeconds &&
+                   std::abs(growth * millisecondsPerSecond - elapsed) <= millisecondsPerSecond + answerDelay;
     maybeMilliseconds = maybeMilliseconds && std::abs(growth - elapsed) <= answerDelay;
     if (count == 0 || (!maybeSeconds && !maybeMilliseconds)) {
         firstNumber = number;

@@ -10,10 +10,10 @@ namespace common
 /**
  * Finds out whether the idle time of a desktop's screen saver counts seconds or milliseconds.
  *
- * GetSessionIdleTime tells seconds on some desktops and milliseconds on others. Neither an answer nor the step
- * from one to the next shows which, since input in between leaves any number below the time that has gone. What
- * no input can do is make the number keep pace with the clock, answer after answer: that is rest, and shows the
- * unit.
+ * GetSessionIdleTime tells seconds on some desktops and milliseconds on others. Neither an answer nor the
+ * step from one to the next shows which, since input in between leaves any number below the time that has
+ * gone. What no input can do is make the number keep pace with the clock, answer after answer: that is rest,
+ * and shows the unit.
  */
 class IdleUnit
 {
