@@ -17,7 +17,9 @@ unsigned long Find(const QString& name, const std::function<bool(const processes
     processes::ForEach([&](const processes::Entry& entry) {
         // Each process that is passed is traced; this is meant to stay.
         debugger.Write(entry.executableName + QLatin1String("\r\n"));
-        if (entry.executableName.compare(name, Qt::CaseInsensitive) == 0 && accepts(entry)) {
+        // A process that has just come into being may have no name yet; an empty name is nobody's.
+        if (!name.isEmpty() && entry.executableName.compare(name, Qt::CaseInsensitive) == 0 &&
+            accepts(entry)) {
             id = entry.id;
         }
         return id == 0;
