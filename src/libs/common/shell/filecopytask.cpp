@@ -3,6 +3,7 @@
 #include <common/shell/filecommands.h>
 
 #include "copyonce.h"
+#include "directorylisting.h"
 #include "fileentry.h"
 
 #include <QDir>
@@ -91,15 +92,14 @@ int FileCopyTask::Scan()
 
 int FileCopyTask::ScanPath(const QString& sourceRoot, const QString& destinationRoot)
 {
-    const auto visit = [&](const QFileInfo& entry, const QString& relativePath) {
-        const bool isLink = IsLink(entry);
-        if (!isLink && entry.isDir()) {
+    const auto visit = [&](const ListedEntry& entry, const QString& relativePath) {
+        if (entry.isDirectory && !entry.isLink) {
             return true;
         }
-        if (isLink) {
+        if (entry.isLink) {
             LOG_MESSAGE(logger::Debug) << "Found symlink: '" << relativePath << "'.";
         }
-        QList<PathPair>& items = isLink ? symlinks : files;
+        QList<PathPair>& items = entry.isLink ? symlinks : files;
         items.append({JoinPath(sourceRoot, relativePath), JoinPath(destinationRoot, relativePath)});
         return false;
     };

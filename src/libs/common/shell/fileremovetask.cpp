@@ -2,6 +2,7 @@
 
 #include <common/shell/filecommands.h>
 
+#include "directorylisting.h"
 #include "fileentry.h"
 
 #include <QDir>
@@ -78,8 +79,8 @@ int FileRemoveTask::Scan()
 
 int FileRemoveTask::ScanPath(const QString& root, QStringList& foundDirectories)
 {
-    const auto visit = [&](const QFileInfo& entry, const QString& relativePath) {
-        const bool isDirectory = !IsLink(entry) && entry.isDir();
+    const auto visit = [&](const ListedEntry& entry, const QString& relativePath) {
+        const bool isDirectory = entry.isDirectory && !entry.isLink;
         if (isDirectory) {
             LOG_MESSAGE(logger::Debug) << "Found directory: '" << relativePath << "'.";
         }
@@ -130,13 +131,13 @@ int FileRemoveTask::RemoveEach(const QStringList& paths, Step remove, const QStr
 
 int FileRemoveTask::RemoveFile(const QString& path) const
 {
-    QFile file(path);
-    bool removed = file.remove();
+    bool removed = Unlink(path);
     if (!removed) {
         if (!IsThere(QFileInfo(path))) {
             LOG_MESSAGE(logger::Warn) << QStringLiteral("File '%1' doesn't exist!").arg(path);
             return 0;
         }
+        QFile file(path);
         QDir workingDir;
         removed = IsLinkOfDirectoryKind(path) ? FileCommands::RemoveDirectory(workingDir, path)
                                               : FileCommands::RemoveFile(file);

@@ -1,11 +1,11 @@
 #include "filetask.h"
 
+#include "directorylisting.h"
 #include "fileentry.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFileInfo>
 #include <QThread>
 
 #include <vector>
@@ -93,39 +93,47 @@ bool FileTask::IsAborted() const
 
 int FileTask::WalkTree(const QString& root, int missingCode, const Visitor& visit) const
 {
-    // QDir::Hidden is left out on purpose.
-    constexpr QDir::Filters filters = QDir::Dirs | QDir::Files | QDir::System | QDir::NoDotAndDotDot;
+    struct Level
+    {
+        QString relativePath;
+        std::vector<ListedEntry> entries;
+        std::size_t next = 0;
+    };
     const QString start = ResolvedPath(root);
     const QDir rootDir(start);
-    // What is still to be visited, for each directory on the way from the root to where the walk is.
-    std::vector<QFileInfoList> levels;
-    const auto enter = [&](const QString& path) {
+    // One for each directory on the way from the root to where the walk is.
+    std::vector<Level> levels;
+    const auto enter = [&](const QString& relativePath) {
+        const QString path = levels.empty() ? start : rootDir.filePath(relativePath);
         const QDir dir(path);
-        const QString& told = levels.empty() ? root : path;
         if (path.isEmpty() || !dir.exists()) {
-            LOG_MESSAGE(logger::Warn) << QStringLiteral("Path '%1' doesn't exists!").arg(told);
+            LOG_MESSAGE(logger::Warn)
+                << QStringLiteral("Path '%1' doesn't exists!").arg(levels.empty() ? root : path);
             return missingCode;
         }
         if (!dir.isReadable()) {
-            LOG_MESSAGE(logger::Warn) << QStringLiteral("Path '%1' may not be read!").arg(told);
+            LOG_MESSAGE(logger::Warn)
+                << QStringLiteral("Path '%1' may not be read!").arg(levels.empty() ? root : path);
         }
-        levels.push_back(dir.entryInfoList(filters, QDir::NoSort));
+        levels.push_back({relativePath, ListDirectory(path)});
         return 0;
     };
 
-    int code = enter(start);
+    int code = enter(QString());
     while (code == 0 && !levels.empty()) {
-        if (levels.back().isEmpty()) {
+        Level& level = levels.back();
+        if (level.next == level.entries.size()) {
             levels.pop_back();
             continue;
         }
         if (IsAborted()) {
             return traits.abortedCode;
         }
-        const QFileInfo entry = levels.back().takeFirst();
-        const QString path = entry.absoluteFilePath();
-        if (visit(entry, rootDir.relativeFilePath(path))) {
-            code = enter(path);
+        const ListedEntry& entry = level.entries[level.next++];
+        const QString relativePath =
+            level.relativePath.isEmpty() ? entry.name : level.relativePath + u'/' + entry.name;
+        if (visit(entry, relativePath)) {
+            code = enter(relativePath);
         }
     }
     return code;

@@ -12,11 +12,12 @@
 #include <memory>
 #include <new>
 
-class QFileInfo;
 class QThread;
 
 namespace common
 {
+
+struct ListedEntry;
 
 /// What tells one kind of file job from another, apart from its work.
 struct FileTaskTraits
@@ -76,7 +77,7 @@ protected:
     bool IsAborted() const;
 
     /// Takes an entry and its path relative to the root; true to have the directory walked, too.
-    using Visitor = std::function<bool(const QFileInfo& entry, const QString& relativePath)>;
+    using Visitor = std::function<bool(const ListedEntry& entry, const QString& relativePath)>;
 
     /**
      * Walks the tree below `root` depth first, in the order that the file system has. Hidden entries are left

@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace common
 {
@@ -52,6 +53,12 @@ QString ResolvedPath(const QString& path)
     const QString above =
         dots < 0 ? QString() : QFileInfo(folder.left(dots) + QLatin1String("/..")).canonicalFilePath();
     return QDir::cleanPath(above.isEmpty() ? absolute : above + folder.mid(dots + 3));
+}
+
+bool Unlink(const QString& path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    return !name.contains('\0') && ::unlink(name.constData()) == 0;
 }
 
 // All links are alike to unlink.

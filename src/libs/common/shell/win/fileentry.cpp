@@ -1,6 +1,7 @@
 #include "../fileentry.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <string>
@@ -67,6 +68,12 @@ QString ReadLink(const QString& path)
 QString ResolvedPath(const QString& path)
 {
     return QFileInfo(path).absoluteFilePath();
+}
+
+// The call is all that it costs here.
+bool Unlink(const QString& path)
+{
+    return QFile::remove(path);
 }
 
 bool IsLinkOfDirectoryKind(const QString& path)
