@@ -37,6 +37,7 @@ public:
     ~QtLockedFile() override;                   ///< Gives up the lock.
 
     /// Opens the file; QIODevice::Truncate is refused, since it would empty the file before the lock is held.
+    /// WriteOnly alone empties it as well, as QFile does: open a file with ReadWrite to change what it holds.
     bool open(OpenMode mode) override;
 
     /**

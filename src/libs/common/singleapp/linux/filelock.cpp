@@ -80,8 +80,8 @@ private:
         return true;
     }
 
-    /// False if all slots are busy. A reader who may not write to the file cannot hold one and is not
-    /// counted.
+    /// False if all slots are busy. A reader who may not write to the file, or whose file system has no such
+    /// locks, cannot hold one and is not counted.
     bool TakeSlot()
     {
         const QByteArray path = QByteArrayLiteral("/proc/self/fd/") + QByteArray::number(lock.Get());
@@ -96,6 +96,9 @@ private:
             range.l_start = number;
             range.l_len = 1;
             if (::fcntl(slot.Get(), F_OFD_SETLK, &range) == 0) {
+                return true;
+            }
+            if (errno != EAGAIN && errno != EACCES) {
                 return true;
             }
         }
