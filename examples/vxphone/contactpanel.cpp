@@ -89,7 +89,7 @@ void ContactPanel::Load()
     for (const QJsonValue& contact : contacts) {
         Show(contact[nameKey].toString(), contact[addressKey].toString());
     }
-    LOG_MESSAGE(common::logger::Info) << list->count() << " contacts are read";
+    LOG_MESSAGE(common::logger::Info) << "contacts read: " << list->count();
 }
 
 /// Keeps a file that cannot be read from being written over.

@@ -33,13 +33,13 @@ CopyRow::CopyRow(QGridLayout* grid, int row, const QString& folder_, QObject* pa
     grid->addWidget(bar, row + 1, 2);
 
     connect(button, &QPushButton::clicked, this, &CopyRow::Toggle);
-    connect(source, &QLineEdit::returnPressed, this, &CopyRow::Toggle);
+    connect(source, &QLineEdit::returnPressed, this, &CopyRow::Start);
     thread.start();
 }
 
 CopyRow::~CopyRow()
 {
-    if (copier != nullptr) {
+    if (IsRunning()) {
         copier->deleteLater();
     }
     thread.quit();
@@ -48,10 +48,15 @@ CopyRow::~CopyRow()
 
 void CopyRow::Toggle()
 {
-    if (copier == nullptr) {
+    if (IsRunning()) {
+        Abort();
+    } else {
         Start();
-        return;
     }
+}
+
+void CopyRow::Abort()
+{
     button->setEnabled(false);
     status->setText(tr("Aborting…"));
     QMetaObject::invokeMethod(copier, [running = copier] { running->Abort(true); });
@@ -59,6 +64,9 @@ void CopyRow::Toggle()
 
 void CopyRow::Start()
 {
+    if (IsRunning()) {
+        return;
+    }
     const QFileInfo info(QDir::fromNativeSeparators(source->text().trimmed()));
     if (source->text().trimmed().isEmpty() || info.fileName().isEmpty()) {
         status->setText(tr("Name a folder"));
@@ -92,6 +100,7 @@ void CopyRow::End(const QString& text)
     status->setText(text);
     copier->deleteLater();
     copier = nullptr;
+    Q_EMIT ended();
 }
 
 } // namespace vxphone

@@ -27,6 +27,12 @@ public:
     CopyRow(QGridLayout* grid, int row, const QString& folder, QObject* parent);
     ~CopyRow() override;
 
+    bool IsRunning() const { return copier != nullptr; }
+    void Abort(); ///< Ends after the file at hand.
+
+Q_SIGNALS:
+    void ended();
+
 private:
     void Toggle();
     void Start();

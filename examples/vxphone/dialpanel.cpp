@@ -65,6 +65,8 @@ DialPanel::DialPanel(QWidget* parent)
     call->setDefault(true);
     keep->setToolTip(tr("Keep the address as a contact"));
 
+    auto* const title = new QLabel(tr("Nu&mber:"));
+    title->setBuddy(address);
     auto* const line = new QHBoxLayout;
     line->addWidget(address, 1);
     line->addWidget(call);
@@ -74,7 +76,7 @@ DialPanel::DialPanel(QWidget* parent)
     }
     auto* const layout = new QFormLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addRow(line);
+    layout->addRow(title, line);
     layout->addRow(tr("Kind:"), kind);
     layout->addRow(tr("Dialled as:"), dialled);
     layout->addRow(tr("Shown as:"), shown);

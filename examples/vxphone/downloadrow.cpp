@@ -47,7 +47,7 @@ DownloadRow::DownloadRow(QGridLayout* grid, int row, const QString& folder_, QOb
     grid->addWidget(bar, row + 1, 2);
 
     connect(button, &QPushButton::clicked, this, &DownloadRow::Toggle);
-    connect(address, &QLineEdit::returnPressed, this, &DownloadRow::Toggle);
+    connect(address, &QLineEdit::returnPressed, this, &DownloadRow::Start);
     connect(download, &common::http::IFileDownload::progress, this, &DownloadRow::ShowProgress);
     connect(download, &common::http::IFileDownload::complete, this, [this] {
         bar->setRange(0, barParts);
@@ -58,11 +58,24 @@ DownloadRow::DownloadRow(QGridLayout* grid, int row, const QString& folder_, QOb
             [this](int error, const QString& text) { End(tr("Error %1: %2").arg(error).arg(text)); });
 }
 
+DownloadRow::~DownloadRow()
+{
+    if (running) {
+        Discard();
+    }
+}
+
+/// Half a file must not be taken for a whole one.
+void DownloadRow::Discard()
+{
+    download->Abort();
+    QFile::remove(download->GetFilePath());
+}
+
 void DownloadRow::Toggle()
 {
     if (running) {
-        download->Abort();
-        QFile::remove(download->GetFilePath()); // Half a file must not be taken for a whole one.
+        Discard();
         End(tr("Aborted"));
     } else {
         Start();
@@ -71,6 +84,9 @@ void DownloadRow::Toggle()
 
 void DownloadRow::Start()
 {
+    if (running) {
+        return;
+    }
     const QUrl url = QUrl::fromUserInput(address->text());
     const QString name = QFileInfo(url.path()).fileName();
     if (!url.isValid() || url.host().isEmpty()) {

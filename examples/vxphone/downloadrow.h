@@ -25,10 +25,12 @@ class DownloadRow : public QObject
 public:
     /// Puts its widgets into rows `row` and `row` + 1 of `grid`; files come into `folder`.
     DownloadRow(QGridLayout* grid, int row, const QString& folder, QObject* parent);
+    ~DownloadRow() override;
 
 private:
     void Toggle();
     void Start();
+    void Discard();
     void End(const QString& text);
     void ShowProgress(qint64 received, qint64 total);
 

@@ -1,6 +1,7 @@
 #include "logpane.h"
 
 #include <QFontDatabase>
+#include <QScrollBar>
 #include <QTime>
 
 namespace vxphone
@@ -29,19 +30,23 @@ LogPane::LogPane(QWidget* parent)
     setMaximumBlockCount(maxLines);
     setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     setAccessibleName(tr("Log"));
+
+    QScrollBar* const bar = verticalScrollBar();
+    connect(bar, &QScrollBar::valueChanged, this,
+            [this, bar](int value) { followsEnd = value == bar->maximum(); });
+    connect(bar, &QScrollBar::rangeChanged, this, [this, bar](int /*minimum*/, int maximum) {
+        if (followsEnd) {
+            bar->setValue(maximum);
+        }
+    });
 }
 
-void LogPane::Append(int level, const QString& channel, const QString& text)
-{
-    appendPlainText(QStringLiteral("%1  %2  %3: %4")
-                        .arg(QTime::currentTime().toString(QStringLiteral("HH:mm:ss")),
-                             LevelText(level).leftJustified(6), channel, text));
-}
-
-PaneLogger::PaneLogger(common::logger::ILogger& next_, LogPane& pane_)
+PaneLogger::PaneLogger(common::logger::ILogger& next_, LogPane* pane)
     : next(next_)
-    , pane(pane_)
-{}
+{
+    // Queued, and through the event loop, which knows whether the pane still lives.
+    connect(this, &PaneLogger::written, pane, &QPlainTextEdit::appendPlainText, Qt::QueuedConnection);
+}
 
 void PaneLogger::Write(const common::logger::IMessage& message)
 {
@@ -51,12 +56,9 @@ void PaneLogger::Write(const common::logger::IMessage& message)
     }
     const common::logger::Channel* const channel = message.GetChannel();
     const QString name = channel != nullptr ? QString::fromUtf8(channel->name) : QString();
-    QMetaObject::invokeMethod(
-        &pane,
-        [&pane = pane, level = message.GetLevel(), name, text = *message.GetText()] {
-            pane.Append(level, name, text);
-        },
-        Qt::QueuedConnection);
+    Q_EMIT written(QStringLiteral("%1  %2  %3: %4")
+                       .arg(QTime::currentTime().toString(QStringLiteral("HH:mm:ss")),
+                            LevelText(message.GetLevel()).leftJustified(6), name, *message.GetText()));
 }
 
 int PaneLogger::GetLevel() const

@@ -17,14 +17,17 @@ class LogPane : public QPlainTextEdit
 public:
     explicit LogPane(QWidget* parent = nullptr);
 
-    void Append(int level, const QString& channel, const QString& text);
+private:
+    bool followsEnd = true; ///< Until the user scrolls away from it.
 };
 
 /// A logger in front of the real one that shows its lines in a pane, too. Lines may come from any thread.
-class PaneLogger : public common::logger::ILogger
+class PaneLogger : public QObject, public common::logger::ILogger
 {
+    Q_OBJECT
+
 public:
-    PaneLogger(common::logger::ILogger& next, LogPane& pane);
+    PaneLogger(common::logger::ILogger& next, LogPane* pane);
 
     void Write(const common::logger::IMessage& message) override;
     int GetLevel() const override;
@@ -37,11 +40,11 @@ public:
     bool LoadConfiguration(const QString& configFile) override;
     void SetFileLoggingEnabled(bool enabled) override;
 
-private:
-    Q_DISABLE_COPY(PaneLogger)
+Q_SIGNALS:
+    void written(const QString& line);
 
+private:
     common::logger::ILogger& next;
-    LogPane& pane;
     std::atomic<int> paneLevel = common::logger::Info; ///< The real one keeps its threshold to itself.
 };
 

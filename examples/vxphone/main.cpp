@@ -71,7 +71,7 @@ int Run(QtSingleApplication& application)
     ApplyColours(options.dark);
 
     auto* const pane = new LogPane;
-    PaneLogger logger(*common::logger::GetLog4cpp(), *pane);
+    PaneLogger logger(*common::logger::GetLog4cpp(), pane);
     common::logger::SetLogger(&logger);
     int exitCode = 0;
     {
@@ -83,9 +83,8 @@ int Run(QtSingleApplication& application)
         window.show();
         exitCode = QtSingleApplication::exec();
         application.setActivationWindow(nullptr, false);
-        // The pane dies with the window.
-        common::logger::SetLogger(common::logger::GetLog4cpp());
     }
+    common::logger::SetLogger(common::logger::GetLog4cpp());
     return exitCode;
 }
 

@@ -12,6 +12,7 @@
 
 #include <common/logger/logger.h>
 
+#include <QCloseEvent>
 #include <QDir>
 #include <QDockWidget>
 #include <QGridLayout>
@@ -97,7 +98,12 @@ QWidget* MainWindow::CreateTransfers(const QString& dataFolder)
     grid->setColumnStretch(1, 3);
     grid->setColumnStretch(2, 2);
     new DownloadRow(grid, 0, QDir(dataFolder).filePath(QStringLiteral("downloads")), this);
-    new CopyRow(grid, 2, QDir(dataFolder).filePath(QStringLiteral("backup")), this);
+    copyRow = new CopyRow(grid, 2, QDir(dataFolder).filePath(QStringLiteral("backup")), this);
+    connect(copyRow, &CopyRow::ended, this, [this] {
+        if (closing) {
+            close();
+        }
+    });
     return group;
 }
 
@@ -129,6 +135,16 @@ void MainWindow::CreateIcon()
         connect(callIcon, &CallIcon::changed, tray, &QSystemTrayIcon::setIcon);
         connect(tray, &QSystemTrayIcon::activated, this, [this] { activateWindow(); });
         tray->show();
+    }
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    closing = copyRow->IsRunning();
+    if (closing) {
+        // The window stays as long as the program does: the file at hand is copied to its end.
+        copyRow->Abort();
+        event->ignore();
     }
 }
 

@@ -9,6 +9,7 @@ namespace vxphone
 {
 
 class CallIcon;
+class CopyRow;
 class DialPanel;
 class LogPane;
 class SchemeRegistration;
@@ -25,6 +26,9 @@ public:
     /// An address to call, from the command line or from another process; empty to come to the front only.
     void TakeAddress(const QString& address);
 
+protected:
+    void closeEvent(QCloseEvent* event) override; ///< A running copy is aborted first.
+
 private:
     QWidget* CreateContents(const QString& dataFolder);
     QWidget* CreateTransfers(const QString& dataFolder);
@@ -32,9 +36,11 @@ private:
     void CreateIcon();
 
     DialPanel* dialPanel;
+    CopyRow* copyRow = nullptr;
     CallIcon* callIcon;
     SchemeRegistration* registration;
     QSystemTrayIcon* tray = nullptr;
+    bool closing = false; ///< As soon as the copy has ended.
 };
 
 } // namespace vxphone

@@ -4,7 +4,6 @@
 #include <common/logger/logger.h>
 
 #include <QCoreApplication>
-#include <QThread>
 
 namespace vxphone
 {
@@ -18,13 +17,13 @@ constexpr common::logger::Channel logChannel{"vxphone.schemes"};
 
 SchemeRegistration::SchemeRegistration(QObject* parent)
     : QObject(parent)
-{}
+{
+    worker.setMaxThreadCount(1);
+}
 
 SchemeRegistration::~SchemeRegistration()
 {
-    if (worker != nullptr) {
-        worker->wait();
-    }
+    worker.waitForDone();
 }
 
 void SchemeRegistration::Register()
@@ -44,13 +43,10 @@ void SchemeRegistration::Refresh()
 
 void SchemeRegistration::Run(Task task)
 {
-    if (worker != nullptr) {
-        return; // One at a time.
-    }
     using common::ClickToCall;
     const QString application = QCoreApplication::applicationName();
     const QString organization = QCoreApplication::organizationName();
-    worker = QThread::create([this, task, application, organization] {
+    worker.start([this, task, application, organization] {
         const QStringList schemes = ClickToCall::currentAvailableProtocols();
         bool done = true;
         if (task == Task::Register) {
@@ -64,12 +60,6 @@ void SchemeRegistration::Run(Task task)
         }
         Q_EMIT stateFound(ClickToCall::stateOfProtocols(application, organization));
     });
-    connect(worker, &QThread::finished, this, [this] {
-        worker->deleteLater();
-        worker = nullptr;
-    });
-    worker->setParent(this);
-    worker->start();
 }
 
 } // namespace vxphone

@@ -2,8 +2,7 @@
 
 #include <QObject>
 #include <QStringList>
-
-class QThread;
+#include <QThreadPool>
 
 namespace vxphone
 {
@@ -35,7 +34,7 @@ private:
 
     void Run(Task task);
 
-    QThread* worker = nullptr;
+    QThreadPool worker; ///< Of one thread, so that tasks come one after the other.
 };
 
 } // namespace vxphone

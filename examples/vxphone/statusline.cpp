@@ -32,7 +32,7 @@ StatusLine::StatusLine(QWidget* parent)
     addPermanentWidget(date);
 
     connect(idleWatcher.data(), &common::IdleWatcher::idle, this, [this](int seconds) {
-        presence->setText(tr("Away for %n minute(s)", nullptr, seconds / 60));
+        presence->setText(tr("Away for %1 min").arg(seconds / 60));
         LOG_MESSAGE(common::logger::Info) << "the user is away for " << seconds << " s";
     });
     connect(idleWatcher.data(), &common::IdleWatcher::active, this, [this] {
