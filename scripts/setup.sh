@@ -16,12 +16,12 @@ packages_of() {
     case $1 in
     demo) echo "$build nginx-light openssl" ;;
     gui-demo) echo "xvfb openbox xdotool imagemagick python3 dbus-daemon fonts-dejavu-core" ;;
-    test) echo "$build valgrind $servers $desktop $packers" ;;
+    test) echo "$build valgrind python3 $servers $desktop $packers" ;;
     windows) echo "$build $servers g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
     bench) echo "$build $servers curl libbenchmark-dev libspdlog-dev libdeflate-dev nodejs python3" ;;
     fuzz) echo "$build clang" ;;
     docs) echo "doxygen" ;;
-    package) echo "dpkg-dev" ;;
+    package) echo "dpkg-dev python3" ;;
     lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev libdeflate-dev" ;;
     *) die "unknown group \"$1\"; known are: demo gui-demo test windows bench fuzz docs package lint" ;;
     esac

@@ -47,3 +47,7 @@ separate_arguments(flags UNIX_COMMAND "${output}")
 separate_arguments(sanitizer_flags UNIX_COMMAND "${CXX_FLAGS}")
 run("${CXX_COMPILER}" ${sanitizer_flags} "${consumer_dir}/main.cpp" -o pkgconfig_consumer ${flags})
 check_program("${WORK_DIR}/pkgconfig_consumer")
+
+# The tour of the whole library.
+run("${consumer_dir}/run.sh" "${prefix}" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
+    "-DCMAKE_BUILD_RPATH=${prefix}/${LIBRARY_FOLDER}")

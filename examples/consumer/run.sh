@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# Builds this project against an installed vxcommon and runs its tour: examples/consumer/run.sh [PREFIX] [CMAKE OPTION...]
+# Without PREFIX the library is built and installed into a temporary folder first; "" is where the system's packages are.
+
+source "$(dirname "$0")/../../scripts/lib.sh"
+
+dir=$(mktemp -d)
+server=
+trap '[ -z "$server" ] || kill "$server"; rm -rf "$dir"' EXIT
+
+if [ $# -gt 0 ]; then
+    prefix=$1
+    shift
+else
+    scripts/setup.sh demo package
+    prefix=$dir/prefix
+    say "Building and installing the library"
+    quietly cmake --preset release
+    quietly cmake --build --preset release
+    quietly cmake --install build/release --prefix "$prefix"
+fi
+
+say "Building the consumer"
+quietly cmake -S examples/consumer -B "$dir/build" -G Ninja ${prefix:+-DCMAKE_PREFIX_PATH="$prefix"} "$@"
+quietly cmake --build "$dir/build"
+
+mkdir "$dir/web" "$dir/home" "$dir/tour"
+echo "hello from the web server" >"$dir/web/hello.txt"
+python3 -u -m http.server 0 --bind 127.0.0.1 --directory "$dir/web" >"$dir/server.log" 2>&1 &
+server=$!
+port=
+for _ in $(seq 100); do
+    port=$(sed -n 's/^Serving HTTP on .* port \([0-9]*\) .*/\1/p' "$dir/server.log")
+    [ -z "$port" ] || break
+    sleep 0.1
+done
+[ -n "$port" ] || die "the web server did not start: $(cat "$dir/server.log")"
+
+say "Running its tour"
+env QT_QPA_PLATFORM=offscreen HOME="$dir/home" XDG_CONFIG_HOME="$dir/home" TMPDIR="$dir/tour" \
+    "$dir/build/tour" "http://127.0.0.1:$port/hello.txt" "$dir/tour"

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Lets one process log, download, copy, watch and receive texts among faults for 20 minutes, or as many as the argument
+# says, and tells whether all it promised held: scripts/soak.sh [MINUTES [SVG]]
+
+source "$(dirname "$0")/lib.sh"
+
+minutes=${1:-20}
+scripts/setup.sh test
+say "Configuring and building (dev)"
+quietly cmake --preset dev
+quietly cmake --build --preset dev --target soak vxtool
+say "Running; minutes: $minutes"
+# The disk that is filled is mounted where nobody else sees it.
+xvfb-run -a unshare --map-root-user --mount python3 tests/soak/drive.py build/dev/tests/soak/soak \
+    build/dev/examples/vxtool/vxtool "$((minutes * 60))" "${@:2}"
