@@ -87,8 +87,8 @@ void AddCopiesOfThePlatform()
            "1/3, 2/3, 3/3, done", "a=1, l->a, x->a, y=1, z=1",
            {exists.arg("y"), exists.arg("z"), exists.arg("x")});
     const QString longName(255, 'n');
-    AddRow("names", "s/a\nb=1, s/%1 %2=2, s/\\=3, s/" + longName + "=4", "D s t", "1/4, 2/4, 3/4, 4/4, done",
-           "+t/%1 %2=2, t/\\=3, t/a\nb=1, t/" + longName + "=4");
+    AddRow("names", "s/a\nb=1, s/%1 %2=2, s/\\=3, s/:d/e=5, s/" + longName + "=4", "D s t",
+           "1/5, 2/5, 3/5, 4/5, 5/5, done", "+t/%1 %2=2, t/:d/e=5, t/\\=3, t/a\nb=1, t/" + longName + "=4");
     AddRow("dots behind a link", "x/y/z=1, x/s/d/a=2, l->x/y, s/d/b=3", "D l/../s t, F s/d/b l/../u/b",
            "1/2, 2/2, done", "+t/d/a=2, x/u/b=3");
     AddRow("fifo", "s/x|, t/x=old", "D s t", "failed 700107", "+",
@@ -227,14 +227,15 @@ void TestFileJobs::CheckJob(const char* channel)
     QCOMPARE(log.Lines(channel, level, folder.path()).replaceInStrings("'./", "'ROOT/"), lines);
 }
 
-/// The lists are kept, and what the helper has found is, too.
+/// The lists are kept, and what the helper has found is, too. The source is found by Qt's search paths.
 void TestFileJobs::startsAgain()
 {
     const QTemporaryDir folder;
     filetree::Build(folder.path(), {"s/a=1"});
     common::FileCopier copier;
     JobRecorder recorder(&copier);
-    copier.AddDirectory(folder.filePath("s"), folder.filePath("t"));
+    QDir::setSearchPaths("skins", {folder.path()});
+    copier.AddDirectory("skins:s", folder.filePath("t"));
     copier.Copy();
     recorder.Wait();
     filetree::Build(folder.path(), {"s/a=new"});

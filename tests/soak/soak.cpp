@@ -16,10 +16,13 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QNetworkAccessManager>
 #include <QTimer>
 
+#include <chrono>
 #include <cstdio>
+#include <memory>
 
 namespace
 {

@@ -1,8 +1,8 @@
 #include "filedownload.h"
 
 #include <common/logger/logger.h>
-#include <common/tools/stringconverter.h>
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFileInfo>
 #include <QTimer>
@@ -39,19 +39,15 @@ quint64 NextId()
     return next++;
 }
 
-/// Maps the file, so that checking a large one does not need its size in memory. An empty file or one on a
-/// file system without mapping is read.
+/// What converter::ToMD5 makes of the content. In pieces: a large file need not fit into memory, and one that
+/// is mapped would end the process if somebody cut it short meanwhile.
 QString ChecksumOf(QFile& file)
 {
-    using tools::string::converter;
-    const qint64 size = file.size();
-    uchar* const content = file.map(0, size);
-    if (content == nullptr) {
-        return converter::ToMD5(file.readAll());
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    for (QByteArray piece = file.read(bufferSize); !piece.isEmpty(); piece = file.read(bufferSize)) {
+        hash.addData(piece);
     }
-    QString sum = converter::ToMD5(QByteArray::fromRawData(reinterpret_cast<const char*>(content), size));
-    file.unmap(content);
-    return sum;
+    return QString::fromLatin1(hash.result().toHex());
 }
 
 } // namespace

@@ -15,8 +15,10 @@ namespace common::http
 /**
  * Downloads one URL into one file, checks size and MD5 sum, and tries the whole download again if it fails.
  *
- * Ends with complete, or with failed once no try is left. A status 429 at the last try is told as failed
- * twice. The file stays on disk whatever the outcome, also half-written, or with the page of an error in it.
+ * Ends with complete, or with failed once no try is left. A status 429 counts as two failures: it uses up two
+ * tries. If only one is left besides its own, failed comes, and that try is made all the same and may end in
+ * complete; at the last try failed comes twice. The file stays on disk whatever the outcome, also
+ * half-written, or with the page of an error in it.
  *
  * The code of failed is that of IHttpRequest::requestError, or one of these:
  *
@@ -58,8 +60,9 @@ public:
     virtual void SetChecksum(const QString& md5) = 0;
     virtual QString GetChecksum() const = 0; ///< As set.
 
-    virtual void SetAttemptCount(int count) = 0; ///< Tries in all, 5 s apart; 0, the default, means one, too.
-    virtual int GetAttemptCount() const = 0;     ///< As set.
+    /// Tries in all, 5 s apart; 0, the default, means one, too, and a negative number tries without end.
+    virtual void SetAttemptCount(int count) = 0;
+    virtual int GetAttemptCount() const = 0; ///< As set.
 
     virtual void SetTimeout(int seconds) = 0; ///< See IHttpRequest::SetTimeout; 30 by default.
     virtual int GetTimeout() const = 0;       ///< As set.

@@ -25,7 +25,7 @@ class VXCOMMON_EXPORT IHttpRequestData : public QObject
 {
 public:
     IHttpRequestData();
-    ~IHttpRequestData() override;
+    ~IHttpRequestData() override = 0;
 };
 
 /// A payload that is one run of bytes with a content type.

@@ -18,4 +18,7 @@ struct ListedEntry
 /// read.
 std::vector<ListedEntry> ListDirectory(const QString& absolutePath);
 
+/// The same through QDir, which also knows resources.
+std::vector<ListedEntry> ListByQt(const QString& path);
+
 } // namespace common

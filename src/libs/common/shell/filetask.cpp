@@ -100,11 +100,10 @@ int FileTask::WalkTree(const QString& root, int missingCode, const Visitor& visi
         std::size_t next = 0;
     };
     const QString start = ResolvedPath(root);
-    const QDir rootDir(start);
     // One for each directory on the way from the root to where the walk is.
     std::vector<Level> levels;
     const auto enter = [&](const QString& relativePath) {
-        const QString path = levels.empty() ? start : rootDir.filePath(relativePath);
+        const QString path = levels.empty() ? start : QDir::cleanPath(start + u'/' + relativePath);
         const QDir dir(path);
         if (path.isEmpty() || !dir.exists()) {
             LOG_MESSAGE(logger::Warn)

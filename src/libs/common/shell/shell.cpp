@@ -139,8 +139,8 @@ public:
                 found.append(path);
                 continue;
             }
-            const QString canonicalEntry =
-                entry.isLink ? QFileInfo(path).canonicalFilePath() : QDir(canonicalPath).filePath(entry.name);
+            const QString canonicalEntry = entry.isLink ? QFileInfo(path).canonicalFilePath()
+                                                        : QDir::cleanPath(canonicalPath + u'/' + entry.name);
             if (!entry.isLink || !open.contains(canonicalEntry)) {
                 Run(path, canonicalEntry);
             }

@@ -30,13 +30,14 @@ bool LeadsToDirectory(int directory, const char* name)
 
 } // namespace
 
-// QDir::entryInfoList lists the same, at twice the cost: it makes an object for each file.
+// QDir::entryInfoList lists the same, at twice the cost: it makes an object for each file. It has the last
+// word on what the system cannot open: a resource is a directory to Qt alone.
 std::vector<ListedEntry> ListDirectory(const QString& absolutePath)
 {
     std::vector<ListedEntry> entries;
     DIR* const directory = opendir(QFile::encodeName(absolutePath).constData());
     if (directory == nullptr) {
-        return entries;
+        return ListByQt(absolutePath);
     }
     while (const dirent* const entry = readdir(directory)) {
         if (entry->d_name[0] == '.') {

@@ -46,8 +46,12 @@ QString ReadLink(const QString& path)
 
 QString ResolvedPath(const QString& path)
 {
-    const QString absolute =
-        path.isEmpty() || path.startsWith(u'/') ? path : QDir::currentPath() + u'/' + path;
+    QString absolute = path;
+    if (!path.isEmpty() && !path.startsWith(u'/')) {
+        // Resources and search paths are absolute to Qt.
+        absolute =
+            QDir::isAbsolutePath(path) ? QFileInfo(path).filePath() : QDir::currentPath() + u'/' + path;
+    }
     const QString folder = absolute + u'/';
     const qsizetype dots = folder.lastIndexOf(QLatin1String("/../"));
     const QString above =
