@@ -15,6 +15,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <memory>
@@ -59,6 +60,44 @@ QString ServedSum()
     return sum;
 }
 
+constexpr double kibOfMib = 1024;
+
+/// Makes the present memory of this process its peak, so that PeakMib tells that of what follows.
+void ResetPeak()
+{
+    QFile file(QStringLiteral("/proc/self/clear_refs"));
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write("5");
+    }
+}
+
+/// The largest memory of a process since it started, or since ResetPeak.
+double PeakMib(qint64 process)
+{
+    QFile file(QStringLiteral("/proc/%1/status").arg(process));
+    if (file.open(QIODevice::ReadOnly)) {
+        const QList<QByteArray> lines = file.readAll().split('\n');
+        for (const QByteArray& line : lines) {
+            if (line.startsWith("VmHWM:")) {
+                return line.simplified().split(' ').value(1).toDouble() / kibOfMib;
+            }
+        }
+    }
+    return 0;
+}
+
+/// Runs a program to its end and looks every few milliseconds how much memory it takes.
+QByteArray OutputOf(const QString& program, const QStringList& arguments, double& peak)
+{
+    constexpr int interval = 20;
+    QProcess process;
+    process.start(program, arguments);
+    while (process.state() != QProcess::NotRunning && !process.waitForFinished(interval)) {
+        peak = std::max(peak, PeakMib(process.processId()));
+    }
+    return process.readAll();
+}
+
 void DownloadByLibrary(benchmark::State& state)
 {
     const QString sum = ServedSum();
@@ -70,6 +109,7 @@ void DownloadByLibrary(benchmark::State& state)
         download->SetFilePath(dir.filePath(QStringLiteral("file")));
         download->SetFileSize(fileSize);
         download->SetChecksum(sum);
+        ResetPeak();
         QEventLoop loop;
         QObject::connect(download.get(), &IFileDownload::complete, &loop, &QEventLoop::quit);
         QObject::connect(download.get(), &IFileDownload::failed, &loop, [&](int, const QString& text) {
@@ -79,6 +119,7 @@ void DownloadByLibrary(benchmark::State& state)
         download->Start();
         loop.exec();
         state.PauseTiming();
+        state.counters["peak_mib"] = PeakMib(QCoreApplication::applicationPid());
         QFile::remove(dir.filePath(QStringLiteral("file")));
         state.ResumeTiming();
     }
@@ -91,16 +132,16 @@ void DownloadByCurl(benchmark::State& state)
     const QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("file"));
     for ([[maybe_unused]] const auto iteration : state) {
-        QProcess md5;
-        const int fetched =
-            QProcess::execute(QStringLiteral("curl"), {QStringLiteral("-s"), QStringLiteral("-o"), path,
-                                                       Url(QStringLiteral("benchmark.bin")).toString()});
-        md5.start(QStringLiteral("md5sum"), {path});
-        md5.waitForFinished(-1);
-        if (fetched != 0 || !md5.readAll().startsWith(sum.toLatin1())) {
+        double peak = 0;
+        OutputOf(QStringLiteral("curl"),
+                 {QStringLiteral("-s"), QStringLiteral("-o"), path,
+                  Url(QStringLiteral("benchmark.bin")).toString()},
+                 peak);
+        if (!OutputOf(QStringLiteral("md5sum"), {path}, peak).startsWith(sum.toLatin1())) {
             state.SkipWithError("curl and md5sum found another file");
         }
         state.PauseTiming();
+        state.counters["peak_mib"] = peak;
         QFile::remove(path);
         state.ResumeTiming();
     }

@@ -11,9 +11,11 @@ import json
 import math
 import pathlib
 import platform
+import re
 import sys
 
 OURS = "vxcommon"
+SETTING = re.compile(r"(real|process|manual)_time|(iterations|repeats|threads):\d+")
 NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
 COLOURS = ["#1f6feb", "#d1242f", "#1a7f37", "#9a6700", "#8250df", "#bf3989", "#0a7d91", "#57606a"]
 
@@ -27,8 +29,7 @@ def load(folder):
                 sys.exit(f"error: {benchmark['name']}: {benchmark['error_message']}")
             if benchmark.get("aggregate_name", "median") != "median":
                 continue
-            parts = [part for part in benchmark["run_name"].split("/") if part not in ("real_time", "process_time", "manual_time")]
-            parts = [part for part in parts if ":" not in part]
+            parts = [part for part in benchmark["run_name"].split("/") if not SETTING.fullmatch(part)]
             size = int(parts[2]) if len(parts) > 2 else None
             topics.setdefault(parts[0], {}).setdefault(size, {})[parts[1]] = benchmark
     return topics
