@@ -127,7 +127,7 @@ void CopyDir(benchmark::State& state)
         return common::Shell::CopyDir(from, to, QDir::Dirs | QDir::NoDotAndDotDot, false);
     });
 }
-BENCHMARK(CopyDir)->Name("copy of a tree/vxcommon")->Arg(smallTree)->Arg(largeTree)->UseRealTime();
+BENCHMARK(CopyDir)->Name("copy of a tree by Shell::CopyDir/vxcommon")->Arg(smallTree)->Arg(largeTree)->UseRealTime();
 
 void Cp(benchmark::State& state)
 {
@@ -135,7 +135,7 @@ void Cp(benchmark::State& state)
         return RunTool({"cp", "-r", QFile::encodeName(from), QFile::encodeName(to)});
     });
 }
-BENCHMARK(Cp)->Name("copy of a tree/cp -r")->Arg(smallTree)->Arg(largeTree)->UseRealTime();
+BENCHMARK(Cp)->Name("copy of a tree by Shell::CopyDir/cp -r")->Arg(smallTree)->Arg(largeTree)->UseRealTime();
 
 /// A rename is one call of the system; what it costs must not depend on the tree.
 void MoveDir(benchmark::State& state)
