@@ -149,6 +149,11 @@ void TestJsonFile::linksAndDevices()
         QVERIFY(QFileInfo(link).isSymLink() && !QFileInfo(target).isSymLink());
         QCOMPARE(ReadFile(target), document.toJson());
     }
+    const QString otherName = File("other.json");
+    create_hard_link(filetree::ToPath(target), filetree::ToPath(otherName));
+    QCOMPARE(Failure({target, sample, ""}, &JsonFile::Save), "");
+    QCOMPARE(ReadFile(otherName), ReadFile(target));
+
     const QString circle = File("circle.json");
     QVERIFY(QFile::link("circle.json", circle));
     QCOMPARE(Failure({circle, ""}, &JsonFile::Save), "Failed to open file '" + circle + "' for write!");
@@ -185,12 +190,19 @@ void TestJsonFile::closedFolder()
     // The superuser is not refused anything.
     constexpr uid_t nobody = 65534;
     const bool isRoot = geteuid() == 0;
-    QVERIFY(!isRoot || seteuid(nobody) == 0);
+    const auto path = QFile::encodeName(old);
+    QVERIFY(!isRoot ||
+            (chown(path.constData(), nobody, nobody) == 0 && setegid(nobody) == 0 && seteuid(nobody) == 0));
     const QString failure = Failure({old, QJsonDocument(QJsonArray{1}), ""}, &JsonFile::Save);
-    QVERIFY(!isRoot || seteuid(0) == 0);
+    QVERIFY(!isRoot || (seteuid(0) == 0 && setegid(0) == 0));
     permissions(folder, perms(0755));
     QCOMPARE(failure, "");
     QCOMPARE(ReadFile(old), QJsonDocument(QJsonArray{1}).toJson());
+
+    // The superuser does not take a user's file away.
+    QCOMPARE(Failure({old, QJsonDocument(QJsonArray{2}), ""}, &JsonFile::Save), "");
+    QCOMPARE(ReadFile(old), QJsonDocument(QJsonArray{2}).toJson());
+    QCOMPARE(QFileInfo(old).ownerId(), isRoot ? nobody : geteuid());
 }
 
 #endif

@@ -11,6 +11,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/resource.h>
 #include <sys/sysmacros.h>
 
 using tools::AudioDeviceTools;
@@ -116,6 +117,15 @@ void TestDevices::soundServer()
     QCOMPARE(AudioDeviceTools::getDefaultDeviceName(true), QString());
     QCOMPARE(log.lines.at(0).text,
              "tools::AudioDeviceTools::getDefaultDeviceName pa_context_connect() error 8");
+
+    rlimit limit{}; // No descriptor is left for a conversation.
+    QVERIFY(getrlimit(RLIMIT_NOFILE, &limit) == 0);
+    const rlimit none{0, limit.rlim_max};
+    QVERIFY(setrlimit(RLIMIT_NOFILE, &none) == 0);
+    const QString name = AudioDeviceTools::getDefaultDeviceName(true);
+    QVERIFY(setrlimit(RLIMIT_NOFILE, &limit) == 0);
+    QCOMPARE(name, QString());
+    QVERIFY(log.lines.back().text.endsWith("pa_context_connect() error 10"));
 }
 
 QTEST_GUILESS_MAIN(TestDevices)

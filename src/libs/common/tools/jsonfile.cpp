@@ -3,6 +3,8 @@
 #include <common/logger/logger.h>
 #include <common/tools/aes.h>
 
+#include "replaceablefile.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -43,6 +45,17 @@ Outcome WriteInPlace(const QString& fileName, const QByteArray& bytes)
     return isWritten && file.error() == QFileDevice::NoError ? Outcome::Written : Outcome::CannotWrite;
 }
 
+/// Opening the old file empties it: not without room for the new bytes.
+Outcome Overwrite(const QString& fileName, const QByteArray& bytes)
+{
+    std::error_code error;
+    const auto space = std::filesystem::space(QFileInfo(fileName).filesystemAbsolutePath(), error);
+    if (QFileInfo::exists(fileName) && !error && space.available < static_cast<quint64>(bytes.size())) {
+        return Outcome::CannotWrite;
+    }
+    return WriteInPlace(fileName, bytes);
+}
+
 /// Writes a new file aside and puts it in the place of `fileName`.
 Outcome Replace(const QString& fileName, const QByteArray& bytes)
 {
@@ -56,14 +69,7 @@ Outcome Replace(const QString& fileName, const QByteArray& bytes)
             return Outcome::Written;
         }
     }
-    // The folder forbids new files or the exchange. Opening the old one empties it: not without room for the
-    // new.
-    std::error_code error;
-    const auto space = std::filesystem::space(QFileInfo(fileName).filesystemAbsolutePath(), error);
-    if (QFileInfo::exists(fileName) && !error && space.available < static_cast<quint64>(bytes.size())) {
-        return Outcome::CannotWrite;
-    }
-    return WriteInPlace(fileName, bytes);
+    return Overwrite(fileName, bytes); // The folder forbids new files or the exchange.
 }
 
 Outcome Write(const QString& fileName, const QByteArray& bytes)
@@ -71,7 +77,10 @@ Outcome Write(const QString& fileName, const QByteArray& bytes)
     const QFileInfo info(fileName);
     // A device or a pipe must not be replaced, nor a link that leads nowhere or in a circle.
     const bool mustStay = info.exists() ? !info.isFile() : info.isSymLink();
-    return mustStay ? WriteInPlace(fileName, bytes) : Replace(fileName, bytes);
+    if (mustStay) {
+        return WriteInPlace(fileName, bytes);
+    }
+    return info.exists() && !IsReplaceable(fileName) ? Overwrite(fileName, bytes) : Replace(fileName, bytes);
 }
 
 } // namespace

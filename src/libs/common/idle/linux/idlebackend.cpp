@@ -1,18 +1,19 @@
 #include "../idlebackend.h"
 
+#include "../../tools/linux/busconnection.h"
 #include "../../tools/linux/xdisplay.h"
 #include "idleunit.h"
 
 #include <common/logger/logger.h>
 
-#include <QDBusConnection>
-#include <QDBusMessage>
 #include <QElapsedTimer>
-#include <QFile>
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
+#include <memory>
 #include <optional>
+#include <utility>
 
 #include <xcb/screensaver.h>
 
@@ -26,7 +27,7 @@ constexpr logger::Channel logChannel{"common.idle"};
 
 constexpr quint64 millisecondsPerSecond = 1000;
 /// A desktop answers at once; more would be felt in the interface.
-constexpr int answerLimit = 500;
+constexpr std::chrono::milliseconds answerLimit{500};
 
 int ToSeconds(std::optional<quint64> milliseconds)
 {
@@ -89,32 +90,45 @@ constexpr IdleService mutterIdleMonitor{"org.gnome.Mutter.IdleMonitor", "/org/gn
 constexpr IdleService screenSaver{"org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver",
                                   "org.freedesktop.ScreenSaver", "GetSessionIdleTime"};
 
-std::optional<quint64> Ask(const IdleService& service)
+std::optional<quint64> Ask(tools::BusConnection& bus, const IdleService& service)
 {
     const auto call =
         QDBusMessage::createMethodCall(QLatin1String(service.service), QLatin1String(service.path),
                                        QLatin1String(service.interface), QLatin1String(service.method));
-    const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, answerLimit);
+    const QDBusMessage reply = bus.Call(call, QDeadlineTimer(answerLimit));
     bool ok = false;
     const quint64 number = reply.arguments().value(0).toULongLong(&ok);
     return reply.type() == QDBusMessage::ReplyMessage && ok ? std::optional(number) : std::nullopt;
 }
 
+using Bus = std::unique_ptr<tools::BusConnection>;
+
 class MutterBackend : public IIdleBackend
 {
 public:
-    int getSeconds() override { return ToSeconds(Ask(mutterIdleMonitor)); }
+    explicit MutterBackend(Bus bus_)
+        : bus(std::move(bus_))
+    {}
+
+    int getSeconds() override { return ToSeconds(Ask(*bus, mutterIdleMonitor)); }
+
+private:
+    Bus bus;
 };
 
 /// Until the unit of the answers is known, nobody counts as idle.
 class ScreenSaverServiceBackend : public IIdleBackend
 {
 public:
-    ScreenSaverServiceBackend() { clock.start(); }
+    explicit ScreenSaverServiceBackend(Bus bus_)
+        : bus(std::move(bus_))
+    {
+        clock.start();
+    }
 
     int getSeconds() override
     {
-        const std::optional<quint64> number = Ask(screenSaver);
+        const std::optional<quint64> number = Ask(*bus, screenSaver);
         if (!number.has_value()) {
             return ToSeconds(std::nullopt);
         }
@@ -124,27 +138,23 @@ public:
     }
 
 private:
+    Bus bus;
     IdleUnit unit;
     QElapsedTimer clock;
 };
 
-/// Whether a bus is to be expected. Qt would look for one by starting a program.
-bool HasSessionBus()
-{
-    return !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS") ||
-           QFile::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QLatin1String("/bus"));
-}
-
 std::unique_ptr<IIdleBackend> CreateServiceBackend()
 {
-    if (!HasSessionBus()) {
+    auto bus = std::make_unique<tools::BusConnection>(tools::BusConnection::SessionBusAddress(),
+                                                      QDeadlineTimer(answerLimit));
+    if (!bus->IsOpen()) {
         return nullptr;
     }
-    if (Ask(mutterIdleMonitor).has_value()) {
-        return std::make_unique<MutterBackend>();
+    if (Ask(*bus, mutterIdleMonitor).has_value()) {
+        return std::make_unique<MutterBackend>(std::move(bus));
     }
-    if (Ask(screenSaver).has_value()) {
-        return std::make_unique<ScreenSaverServiceBackend>();
+    if (Ask(*bus, screenSaver).has_value()) {
+        return std::make_unique<ScreenSaverServiceBackend>(std::move(bus));
     }
     return nullptr;
 }

@@ -1,10 +1,10 @@
 #include "../shellservices.h"
 
+#include "../../tools/linux/busconnection.h"
 #include "../fileentry.h"
 #include "desktopentry.h"
 #include "spawn.h"
 
-#include <QDBusConnection>
 #include <QDBusError>
 #include <QDBusMessage>
 #include <QDeadlineTimer>
@@ -15,9 +15,7 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 #include <QUrl>
-#include <QUuid>
 
-#include <algorithm>
 #include <chrono>
 
 #include <unistd.h>
@@ -62,50 +60,6 @@ bool IsNobodyThere(const QDBusMessage& error)
     }
 }
 
-QString SessionBusAddress()
-{
-    const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
-    return address.isEmpty() ? QStringLiteral("unix:path=") + qEnvironmentVariable("XDG_RUNTIME_DIR") +
-                                   QLatin1String("/bus")
-                             : address;
-}
-
-/**
- * A connection to the session bus that never blocks. QDBusConnection::connectToBus waits without end, and
- * later keeps the program from exiting, if the bus takes the connection and then keeps silent. A peer
- * connection does not wait; it is made one of the bus by saying Hello, like any call with a time limit.
- */
-class SessionBus
-{
-public:
-    SessionBus()
-        : connection(QDBusConnection::connectToPeer(SessionBusAddress(), name))
-    {
-        const QString service = QStringLiteral("org.freedesktop.DBus");
-        const auto hello = QDBusMessage::createMethodCall(service, QStringLiteral("/org/freedesktop/DBus"),
-                                                          service, QStringLiteral("Hello"));
-        open = connection.isConnected() && Call(hello).type() == QDBusMessage::ReplyMessage;
-    }
-    ~SessionBus() { QDBusConnection::disconnectFromPeer(name); }
-
-    bool IsOpen() const { return open; }
-
-    QDBusMessage Call(const QDBusMessage& message)
-    {
-        // 0 would stand for "no limit of its own".
-        const qint64 left = std::max<qint64>(1, deadline.remainingTime());
-        return connection.call(message, QDBus::Block, static_cast<int>(left));
-    }
-
-private:
-    Q_DISABLE_COPY(SessionBus)
-
-    QDeadlineTimer deadline{fileManagerLimit};
-    QString name = QUuid::createUuid().toString();
-    QDBusConnection connection;
-    bool open = false;
-};
-
 } // namespace
 
 QString FolderPath(Folder folder)
@@ -134,7 +88,8 @@ QString ExecutablePath()
 
 std::optional<bool> SelectInFileManager(const QString& path)
 {
-    SessionBus bus;
+    const QDeadlineTimer deadline(fileManagerLimit);
+    tools::BusConnection bus(tools::BusConnection::SessionBusAddress(), deadline);
     if (!bus.IsOpen()) {
         return std::nullopt;
     }
@@ -143,7 +98,7 @@ std::optional<bool> SelectInFileManager(const QString& path)
         service, QStringLiteral("/org/freedesktop/FileManager1"), service, QStringLiteral("ShowItems"));
     const QByteArray uri = QUrl::fromLocalFile(ResolvedPath(path)).toEncoded();
     call << QStringList{QString::fromLatin1(uri)} << QString();
-    const QDBusMessage reply = bus.Call(call);
+    const QDBusMessage reply = bus.Call(call, deadline);
     if (reply.type() == QDBusMessage::ReplyMessage) {
         return true;
     }

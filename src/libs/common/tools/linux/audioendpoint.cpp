@@ -67,11 +67,14 @@ class SoundServer
 public:
     SoundServer()
         : loop(pa_mainloop_new())
-        , context(pa_context_new(pa_mainloop_get_api(loop.get()), "vxcommon"))
+        , context(loop != nullptr ? pa_context_new(pa_mainloop_get_api(loop.get()), "vxcommon") : nullptr)
     {}
 
     bool Connect()
     {
+        if (context == nullptr) { // As when the process has no descriptor left.
+            return false;
+        }
         // No server is started: without one there is no device to be asked for.
         if (pa_context_connect(context.get(), nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
             return false;
@@ -99,6 +102,9 @@ public:
 
     long Error() const
     {
+        if (context == nullptr) {
+            return PA_ERR_INTERNAL;
+        }
         const int error = timedOut ? PA_ERR_TIMEOUT : pa_context_errno(context.get());
         return error != PA_OK ? error : PA_ERR_NOENTITY; // All went well, but there is no such device.
     }

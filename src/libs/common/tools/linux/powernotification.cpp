@@ -4,12 +4,8 @@
 
 #include <common/tools/sleepwatcher.h>
 
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDeadlineTimer>
 #include <QThread>
 
-#include <algorithm>
 #include <chrono>
 #include <future>
 #include <memory>
@@ -23,21 +19,13 @@ namespace
 constexpr unsigned long suspendEvent = 4; // PBT_APMSUSPEND
 constexpr unsigned long resumeEvent = 7;  // PBT_APMRESUMESUSPEND
 
-/// What subscribing may take, so that a bus that keeps silent does not stop the program.
-constexpr std::chrono::milliseconds subscribeLimit{1500};
+/// What the bus may take to answer, so that one that keeps silent does not stop the program.
+constexpr std::chrono::milliseconds answerLimit{1500};
 
-const QString connectionName = QStringLiteral("vxcommon.sleepwatcher");
-const QString busName = QStringLiteral("org.freedesktop.DBus");
 const QString loginName = QStringLiteral("org.freedesktop.login1");
 const QString loginPath = QStringLiteral("/org/freedesktop/login1");
 const QString loginInterface = QStringLiteral("org.freedesktop.login1.Manager");
 const QString sleepSignal = QStringLiteral("PrepareForSleep");
-
-QString SystemBusAddress()
-{
-    return qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS",
-                                QStringLiteral("unix:path=/run/dbus/system_bus_socket"));
-}
 
 /// The thread that receives, from subscribing to its end.
 class ListenerThread : public QThread
@@ -56,7 +44,6 @@ protected:
         SleepListener listener(context);
         subscribed.set_value(listener.Subscribe());
         exec();
-        SleepListener::Unsubscribe();
     }
 
 private:
@@ -76,42 +63,35 @@ SleepListener::SleepListener(void* context_)
     : context(context_)
 {}
 
-// QDBusConnection::connectToBus waits without end for a bus that takes the connection and then keeps silent.
-// A peer connection does not; it becomes one of the bus by saying Hello, and asks for its signals itself.
 bool SleepListener::Subscribe()
 {
-    QDBusConnection connection = QDBusConnection::connectToPeer(SystemBusAddress(), connectionName);
-    const QDeadlineTimer deadline(subscribeLimit);
-    const auto callBus = [&](const QString& method, const QVariantList& arguments) {
-        auto call =
-            QDBusMessage::createMethodCall(busName, QStringLiteral("/org/freedesktop/DBus"), busName, method);
-        call.setArguments(arguments);
-        // 0 would stand for "no limit of its own".
-        const qint64 left = std::max<qint64>(1, deadline.remainingTime());
-        return connection.call(call, QDBus::Block, static_cast<int>(left)).type() ==
-               QDBusMessage::ReplyMessage;
-    };
-    if (!connection.isConnected() || !callBus(QStringLiteral("Hello"), {})) {
+    const QDeadlineTimer deadline(answerLimit);
+    bus = std::make_unique<BusConnection>(BusConnection::SystemBusAddress(), deadline);
+    if (!bus->IsOpen()) {
         return false;
     }
-    QString rule = QStringLiteral("type='signal',path='%1',interface='%2',member='%3'")
-                       .arg(loginPath, loginInterface, sleepSignal);
-    if (callBus(QStringLiteral("GetNameOwner"), {loginName})) {
-        rule += QStringLiteral(",sender='%1'").arg(loginName); // Nobody else may send us to sleep.
+    hasLogin = !LoginOwner().isEmpty();
+    const QString rule = QStringLiteral("type='signal',path='%1',interface='%2',member='%3'")
+                             .arg(loginPath, loginInterface, sleepSignal);
+    return bus->CallBus(QStringLiteral("AddMatch"), {rule}, deadline).type() == QDBusMessage::ReplyMessage &&
+           bus->Connection().connect(QString(), loginPath, loginInterface, sleepSignal, this,
+                                     SLOT(OnPrepareForSleep(bool, QDBusMessage)));
+}
+
+/// Unique name of the program that is logind; empty if there is none.
+QString SleepListener::LoginOwner()
+{
+    const QDBusMessage reply =
+        bus->CallBus(QStringLiteral("GetNameOwner"), {loginName}, QDeadlineTimer(answerLimit));
+    return reply.type() == QDBusMessage::ReplyMessage ? reply.arguments().value(0).toString() : QString();
+}
+
+void SleepListener::OnPrepareForSleep(bool begins, const QDBusMessage& message)
+{
+    // A signal that is sent to one receiver passes every match rule, whoever sends it.
+    if (!hasLogin || message.service() == LoginOwner()) {
+        powerChangeNotify(context, begins ? suspendEvent : resumeEvent, nullptr);
     }
-    return callBus(QStringLiteral("AddMatch"), {rule}) &&
-           connection.connect(QString(), loginPath, loginInterface, sleepSignal, this,
-                              SLOT(OnPrepareForSleep(bool)));
-}
-
-void SleepListener::Unsubscribe()
-{
-    QDBusConnection::disconnectFromPeer(connectionName);
-}
-
-void SleepListener::OnPrepareForSleep(bool begins)
-{
-    powerChangeNotify(context, begins ? suspendEvent : resumeEvent, nullptr);
 }
 
 namespace powernotification

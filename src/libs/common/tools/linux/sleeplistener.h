@@ -1,6 +1,10 @@
 #pragma once
 
+#include "busconnection.h"
+
 #include <QObject>
+
+#include <memory>
 
 namespace tools
 {
@@ -13,16 +17,19 @@ class SleepListener : public QObject
 public:
     explicit SleepListener(void* context);
 
-    bool Subscribe();          ///< Whether the system bus will tell.
-    static void Unsubscribe(); ///< After this no event comes any more.
+    bool Subscribe(); ///< Whether the system bus will tell.
 
 private Q_SLOTS:
-    void OnPrepareForSleep(bool begins);
+    void OnPrepareForSleep(bool begins, const QDBusMessage& message);
 
 private:
     Q_DISABLE_COPY(SleepListener)
 
+    QString LoginOwner();
+
     void* context;
+    std::unique_ptr<BusConnection> bus;
+    bool hasLogin = false; ///< Whether logind was on the bus when this subscribed.
 };
 
 } // namespace tools
