@@ -3,6 +3,7 @@
 
 #include <logger/recordinglogger.h>
 
+#include <QDir>
 #include <QFile>
 #include <QLibrary>
 #include <QTemporaryDir>
@@ -10,6 +11,8 @@
 
 #ifdef Q_OS_WIN
 #include <qt_windows.h>
+#else
+#include <dlfcn.h>
 #endif
 
 using common::RegistryOverrider;
@@ -63,6 +66,9 @@ private Q_SLOTS:
     void initTestCase();
     void registration_data();
     void registration();
+#ifdef Q_OS_UNIX
+    void relativeName();
+#endif
     void libraryThatStays();
     void overrider();
 
@@ -124,6 +130,20 @@ void TestComponents::registration()
     QCOMPARE(TakeLines(log), QStringList("7: Unr" + tail) + lines.replaceInStrings("DllReg", "DllUnreg"));
     QVERIFY(!IsMarked(false) && !IsMarked(true));
 }
+
+#ifdef Q_OS_UNIX
+void TestComponents::relativeName()
+{
+    const QFileInfo component(QStringLiteral(COMPONENT));
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(component.path()));
+    void* const library = dlopen(QFile::encodeName("./" + component.fileName()).constData(), RTLD_NOW);
+    QVERIFY(QDir::setCurrent(before));
+    QVERIFY(library != nullptr);
+    QCOMPARE(Shell::ProcessModules(COMPONENT), QStringList{component.canonicalFilePath()});
+    dlclose(library);
+}
+#endif
 
 void TestComponents::libraryThatStays()
 {

@@ -7,8 +7,14 @@
 #include <QLocalSocket>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QSignalSpy>
+#include <QThread>
+
+#include <array>
+#include <memory>
 
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -60,6 +66,7 @@ private Q_SLOTS:
     void plantedLockFile_data();
     void plantedLockFile();
     void lockFileIsPrivate();
+    void lockFileNotOpened();
     void lockFileRemoved();
     void noTemporaryFolder();
     void intruder();
@@ -115,6 +122,34 @@ void TestForeignUsers::lockFileIsPrivate()
     QVERIFY(chmod(QFile::encodeName(path).constData(), 0666) == 0);
     const QtLocalPeer peer(nullptr, "priv");
     QCOMPARE(QFile::permissions(path) & 0x0fff, QFile::ReadUser | QFile::WriteUser);
+}
+
+// A process that cannot open the lock file tries whether somebody listens.
+void TestForeignUsers::lockFileNotOpened()
+{
+    QtLocalPeer first(nullptr, "closed");
+    QVERIFY(!first.isSecondary());
+    const QSignalSpy received(&first, &QtLocalPeer::messageReceived);
+    std::array<bool, 2> sent{};
+    const auto sender = [](bool& result, const char* id) {
+        rlimit limit{};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        const rlimit none{0, limit.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &none);
+        QtLocalPeer peer(nullptr, id);
+        setrlimit(RLIMIT_NOFILE, &limit);
+        result = peer.sendMessage("x", 20000);
+    };
+    QTest::ignoreMessage(QtWarningMsg, "QtLockedFile::lock(): file is not opened");
+    QTest::ignoreMessage(QtWarningMsg, "QtLockedFile::lock(): file is not opened");
+    const std::unique_ptr<QThread> thread(QThread::create([&] {
+        sender(sent[0], "closed");
+        sender(sent[1], "nobody there");
+    }));
+    thread->start();
+    QTRY_COMPARE(received.count(), 1);
+    QVERIFY(thread->wait());
+    QVERIFY(sent[0] && !sent[1]);
 }
 
 void TestForeignUsers::lockFileRemoved()

@@ -141,7 +141,7 @@ void TestDesktop::removeAfterExit()
         const QString native = QDir::toNativeSeparators(parent + u'/' + name);
         log.lines.clear();
         QVERIFY(common::Shell::RemoveAfterExit(parent + u'/' + name));
-        QString command = "cmd.exe /C \"ping 1.1.1.1 -n 1 -w 5000 > Nul & rmdir /S /Q \"" + native + "\"\"";
+        QString command = "cmd.exe /C \"ping 1.1.1.1 -n 1 -w 5000 > Nul & rmdir /S /Q \"" + native + u'"';
         command.truncate(519);
         QCOMPARE(log.lines.size(), 1U);
         QCOMPARE(log.lines[0].text, "RemoveAfterExit() - CreateProcessW(" + command + ", " +

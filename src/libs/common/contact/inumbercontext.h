@@ -12,7 +12,7 @@ namespace common::contact::number
 /// What kind of address a number context holds.
 enum NumberKind : int
 {
-    ServiceNumber = 0, ///< Its domain is the service's or lies below it.
+    ServiceNumber = 0, ///< Its domain has the service's in it; a look-alike counts.
     PhoneNumber = 1,   ///< Digits and separators.
     SipAddress = 2,    ///< A name elsewhere, or digits led by "000".
     SkypeName = 3      ///< A Skype name.

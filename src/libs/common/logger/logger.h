@@ -167,9 +167,10 @@ inline void ILogger::Destroy()
 /**
  * The default logger: writes through Qt's logging, each line under a category named after its channel.
  *
- * Silent until SetLevel is called. Qt's messages come back to the current logger, so with this one current
- * Qt's recursion guard prints what it wrote, in Qt's own format, if its Qt severity is warning or worse.
- * Takes no lock: set it up before other threads log.
+ * Silent until SetLevel is called. Qt's messages come back to the current logger: with this one current a
+ * line comes back as a message of Qt's, and is printed bare on standard error if that passes the threshold,
+ * warnings and worse by their own level, all others only at Debug. Takes no lock: set it up before other
+ * threads log.
  */
 class VXCOMMON_EXPORT Logger : public ILogger
 {

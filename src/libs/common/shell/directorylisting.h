@@ -14,8 +14,7 @@ struct ListedEntry
     bool isLink;
 };
 
-/// What is in a directory but for hidden names, in the order of the file system; nothing if it cannot be
-/// read.
+/// What is in a directory but for hidden names, by name, case ignored; nothing if it cannot be read.
 std::vector<ListedEntry> ListDirectory(const QString& absolutePath);
 
 /// The same through QDir, which also knows resources.

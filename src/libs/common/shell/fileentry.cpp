@@ -29,8 +29,11 @@ bool IsSameEntry(const QString& first, const QString& second)
 {
     const std::optional<FileId> firstId = GetFileId(first);
     const std::optional<FileId> secondId = GetFileId(second);
-    if (!firstId || !secondId) {
+    if (!firstId && !secondId) {
         return HasSameName(QFileInfo(first), QFileInfo(second));
+    }
+    if (!firstId || !secondId) {
+        return false;
     }
     return *firstId == *secondId &&
            (firstId->nameCount == 1 || HasSameName(QFileInfo(first), QFileInfo(second)));

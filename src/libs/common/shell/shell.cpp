@@ -56,13 +56,15 @@ bool IsWithin(const QString& path, const QString& folder)
     return false;
 }
 
-/// One CopyDir: never enters a directory whose copying would not end, and never writes into its source.
+/// One CopyDir: never enters a directory whose copying would not end.
 class DirCopier
 {
 public:
-    explicit DirCopier(const QString& destination_)
+    /// @param willRemove the source is removed afterwards, so nothing may be written into it
+    DirCopier(const QString& destination_, bool willRemove)
         : destinationRoot(destination_)
         , destinationId(GetTargetId(destination_))
+        , sparesSource(willRemove)
     {}
 
     bool Run(const QString& source, const QString& destination, QDir::Filters filters, bool tolerate)
@@ -107,11 +109,12 @@ private:
             destinationId = GetTargetId(destinationRoot); // Has just come into being.
         }
         const std::optional<FileId> id = GetTargetId(path);
-        return !id || !(id == open.front());
+        return !sparesSource || !id || !(id == open.front());
     }
 
     const QString destinationRoot;
     std::optional<FileId> destinationId;
+    const bool sparesSource;
     std::vector<std::optional<FileId>> open; ///< The directories that are being copied, the source first.
 };
 
@@ -278,7 +281,7 @@ bool Shell::CopyDir(const QString& source, const QString& destination, QDir::Fil
 {
     // An empty path names no directory, although Qt takes it for the current one.
     return !source.isEmpty() && !destination.isEmpty() &&
-           DirCopier(destination).Run(source, destination, filters, tolerate);
+           DirCopier(destination, false).Run(source, destination, filters, tolerate);
 }
 
 bool Shell::MoveDir(const QString& source, const QString& destination)
@@ -296,7 +299,7 @@ bool Shell::MoveDir(const QString& source, const QString& destination)
     }
     // What had been copied into the source would be removed with it.
     if (IsWithin(destination, source) ||
-        !CopyDir(source, destination, QDir::Dirs | QDir::NoDotAndDotDot, false)) {
+        !DirCopier(destination, true).Run(source, destination, QDir::Dirs | QDir::NoDotAndDotDot, false)) {
         LOG_MESSAGE(logger::Error) << "MoveDir: failed to copy dir: " << source << " -> " << destination;
         return false;
     }

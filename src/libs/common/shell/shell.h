@@ -37,7 +37,7 @@ public:
     static QString QuickLaunchPath();
     /// Always false: today's desktops have no quick launch bar.
     static bool IsQuickLaunchAvailable();
-    /// Directory of the running executable. On failure empty, with an Error line.
+    /// Directory of the running executable, with forward slashes. On failure empty, with an Error line.
     static QString applicationDirPath();
     /// A new name in the temporary directory, never the same twice in a process. Nothing is created.
     static QString TempPath();
@@ -64,7 +64,8 @@ public:
 
     /**
      * Copies `files`, which lie below `sourceDirectory`, to the same places below `destinationDirectory`.
-     * Stops at the first file that fails and then returns false; what was copied before it stays.
+     * Stops at the first file that fails and then returns false; what was copied before it stays. With an
+     * empty directory every file fails.
      */
     static bool Copy(const QStringList& files, const QString& sourceDirectory,
                      const QString& destinationDirectory, bool overwrite);
@@ -97,7 +98,7 @@ public:
     static bool MoveDir(const QString& source, const QString& destination);
 
     /**
-     * Absolute paths of everything below `path` that is no directory, in the order the file system gives.
+     * Absolute paths of everything below `path` that is no directory, by name at each level, case ignored.
      *
      * @param nameFilters wildcards that ignore case; directories that do not match are not entered. Empty
      * for all names.

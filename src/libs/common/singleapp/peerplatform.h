@@ -9,6 +9,9 @@ namespace QtLP_Private
 
 class QtLockedFile;
 
+/// So many processes may knock at the same moment, as when a session starts.
+extern const int listenBacklog;
+
 /// The end of the socket name that keeps groups of processes apart: the logon session on Windows, the user
 /// elsewhere. With its leading "-"; empty if it cannot be told.
 QString GroupSuffix();

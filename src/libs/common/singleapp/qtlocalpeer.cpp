@@ -21,10 +21,6 @@ namespace
 
 constexpr int prefixLength = 6;
 
-// So many processes may knock at the same moment, as when a session starts; the system has a limit of its
-// own.
-constexpr int listenBacklog = 512;
-
 // How many clients are served at a time. Each takes a descriptor, of which a process has about a thousand.
 constexpr int maxReceivers = 128;
 
@@ -80,7 +76,7 @@ QtLocalPeer::QtLocalPeer(QObject* parent, const QString& appId)
 
     // Only the holder of the lock listens, so it may take the place of a socket that a killed process left.
     server->setSocketOptions(QLocalServer::UserAccessOption);
-    server->setListenBacklogSize(listenBacklog);
+    server->setListenBacklogSize(QtLP_Private::listenBacklog);
 
     const QString folder = QDir::tempPath();
     // Empty if there is none; the file must not come into the working directory then.
@@ -131,10 +127,15 @@ void QtLocalPeer::OpenLockFile()
 
 void QtLocalPeer::Listen()
 {
-    if (!server->isListening() && !server->listen(socketName)) {
-        qWarning("QtSingleCoreApplication: listen on local socket failed, %s",
-                 qPrintable(server->errorString()));
+    if (server->isListening()) {
+        return;
     }
+    const QString problem = server->listen(socketName) ? QString() : server->errorString();
+    // What stays wrong is told once.
+    if (!problem.isEmpty() && problem != listenProblem) {
+        qWarning("QtSingleCoreApplication: listen on local socket failed, %s", qPrintable(problem));
+    }
+    listenProblem = problem;
 }
 
 /// One try to connect: as long as the first process does not listen yet, or too many others knock, until the
@@ -142,30 +143,31 @@ void QtLocalPeer::Listen()
 bool QtLocalPeer::Connect(QLocalSocket& socket, int timeout)
 {
     const QDeadlineTimer deadline(timeout);
-    while (isSecondary()) {
+    do {
         socket.connectToServer(socketName, QIODevice::ReadWrite);
         // A local socket is connected at once or not at all; Qt would try again without a pause.
         if (socket.waitForConnected(1)) {
             return true;
         }
-        if (deadline.hasExpired()) {
+        // Without the lock file it cannot be told whether there is a first process to wait for.
+        if (deadline.hasExpired() || !lockFile.isOpen()) {
             return false;
         }
         socket.abort();
         QThread::msleep(listenPoll);
-    }
+    } while (isSecondary());
     return false;
 }
 
 bool QtLocalPeer::sendMessage(const QString& message, int timeout)
 {
-    if (!isSecondary() || !lockFile.isOpen()) {
+    if (!isSecondary()) {
         return false;
     }
     const int half = timeout < 0 ? -1 : timeout / 2;
     QLocalSocket socket;
     bool connected = Connect(socket, half);
-    if (!connected && isSecondary()) {
+    if (!connected && (!lockFile.isOpen() || isSecondary())) {
         QThread::msleep(pauseBetweenTries);
         connected = Connect(socket, half);
     }

@@ -49,11 +49,12 @@ public:
 
     /**
      * Hands a text to the first process; blocks until that has it. False in the first process, and so in a
-     * process that this call makes the first.
+     * process that this call makes the first. The first process refuses texts of more than 16 MiB.
      *
      * @param timeout milliseconds: half of it for each of two tries to connect, and the whole for the text to
-     * be written and for the answer to it. Negative: no limit, as long as there is a first process. False
-     * does not rule out that the text arrived.
+     * be written and for the answer to it. Negative: no limit, as long as there is a first process. On
+     * Windows a try lasts up to 5 s while all instances of the pipe are busy. False does not rule out that
+     * the text arrived.
      */
     bool sendMessage(const QString& message, int timeout);
 
@@ -85,4 +86,5 @@ private:
     qint64 longTexts = 0;                            ///< Bytes of long texts promised to the receivers.
     QTimer roomTimer;                                ///< Runs while clients wait for others to go.
     QTimer listenTimer;                              ///< Runs in the first process.
+    QString listenProblem;                           ///< Why the last try to listen failed, if it did.
 };

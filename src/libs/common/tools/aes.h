@@ -52,7 +52,8 @@ public:
     /// name.
     static QString encryptPair(const QString& name, const QString& value);
 
-    /// What encryptPair enciphered, or an empty text if `name` (case matters) or the user is another.
+    /// What encryptPair enciphered, with the padding behind it, or an empty text if `name` (case matters) or
+    /// the user is another.
     static QString decryptPair(const QString& name, const QString& text);
 
     /// The key of 32 characters made of the name of the logged-in user, as the environment tells it now.

@@ -83,7 +83,8 @@ private:
         const QChar first = pattern.at(position - 1);
         const QChar last = pattern.at(position + 1);
         Add(u'-', u'-');
-        Add(first, last);
+        // The engine reads a range backwards, too.
+        Add(std::min(first, last), std::max(first, last));
         const bool plain = pattern.at(position - 2) != u'\\' && last != u'\\';
         return plain && (!ignoresCase || (first.unicode() < 0x80 && last.unicode() < 0x80));
     }
@@ -110,10 +111,15 @@ private:
     bool digits = false;
 };
 
-/// Whether what fits at a place depends on what stands before it only.
-bool LooksAhead(const QRegExp& regExp)
+/// Whether what fits behind a prefix may depend on more than the prefix: on what follows, or on groups.
+bool LooksFurther(const QRegExp& regExp)
 {
     const QString pattern = regExp.pattern();
+    for (qsizetype i = 0; i + 1 < pattern.size(); ++i) {
+        if (pattern.at(i) == u'\\' && pattern.at(++i).isDigit()) {
+            return true;
+        }
+    }
     return pattern.contains(QLatin1String("(?=")) || pattern.contains(QLatin1String("(?!"));
 }
 
@@ -154,7 +160,7 @@ void CInsertionFixupValidator::fixup(QString& input) const
     if (input.isEmpty() || held.matchedLength() == input.size()) {
         return;
     }
-    const bool looksAhead = LooksAhead(held);
+    const bool looksFurther = LooksFurther(held);
     const std::optional<Alphabet> alphabet = Alphabet::Of(held);
     if (alphabet) {
         RemoveForeign(*alphabet, input, held.matchedLength());
@@ -164,7 +170,7 @@ void CInsertionFixupValidator::fixup(QString& input) const
     while (!input.isEmpty() && held.matchedLength() != input.size()) {
         const int length = held.matchedLength();
         qsizetype end = length + 1;
-        if (!looksAhead) {
+        if (!looksFurther) {
             refused.insert(input.at(length));
             while (end < input.size() && refused.contains(input.at(end))) {
                 ++end;

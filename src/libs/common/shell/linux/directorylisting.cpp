@@ -2,6 +2,10 @@
 
 #include <QFile>
 
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,6 +24,22 @@ unsigned char TypeOf(int directory, const dirent& entry)
         return entry.d_type;
     }
     return static_cast<unsigned char>(IFTODT(status.st_mode));
+}
+
+/// In the order that QDir has if it is told none.
+void SortByName(std::vector<ListedEntry>& entries)
+{
+    std::vector<std::pair<QString, ListedEntry>> sorted;
+    sorted.reserve(entries.size());
+    for (ListedEntry& entry : entries) {
+        QString lowerName = entry.name.toLower();
+        sorted.emplace_back(std::move(lowerName), std::move(entry));
+    }
+    std::sort(sorted.begin(), sorted.end(), [](const auto& left, const auto& right) {
+        return std::tie(left.first, left.second.name) < std::tie(right.first, right.second.name);
+    });
+    std::transform(sorted.begin(), sorted.end(), entries.begin(),
+                   [](auto& keyed) { return std::move(keyed.second); });
 }
 
 bool LeadsToDirectory(int directory, const char* name)
@@ -55,6 +75,7 @@ std::vector<ListedEntry> ListDirectory(const QString& absolutePath)
         entries.push_back({std::move(name), isDirectory, isLink});
     }
     closedir(directory);
+    SortByName(entries);
     return entries;
 }
 

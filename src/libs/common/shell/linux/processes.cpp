@@ -6,6 +6,7 @@
 #include "spawn.h"
 
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QFile>
 
 #include <algorithm>
@@ -158,7 +159,15 @@ WaitResult PollForAll(const ProcessList& processes, const QDeadlineTimer& deadli
 
 int AddModule(dl_phdr_info* info, std::size_t /*size*/, void* paths)
 {
-    static_cast<QStringList*>(paths)->append(QFile::decodeName(info->dlpi_name));
+    QString path = QFile::decodeName(info->dlpi_name);
+    // As it was told to the loader, from the working directory of that time.
+    if (path.contains(u'/') && QDir::isRelativePath(path)) {
+        const auto* const end = info->dlpi_phdr + info->dlpi_phnum;
+        const auto* const loaded = std::find_if(
+            info->dlpi_phdr, end, [](const ElfW(Phdr) & header) { return header.p_type == PT_LOAD; });
+        path = loaded != end ? procfile::MappedFile(info->dlpi_addr + loaded->p_vaddr) : QString();
+    }
+    static_cast<QStringList*>(paths)->append(path);
     return 0;
 }
 

@@ -98,6 +98,20 @@ QString ExecutableName(pid_t process)
     return stat && !stat->hasEnded ? QFile::decodeName(stat->kernelName) : QString();
 }
 
+QString MappedFile(quintptr address)
+{
+    // "BEGIN-END RIGHTS OFFSET DEVICE INODE    PATH", the addresses in hexadecimal.
+    for (const QByteArray& line : ReadAll("/proc/self/maps").split('\n')) {
+        const qsizetype dash = line.indexOf('-');
+        const qsizetype path = line.indexOf('/');
+        if (path >= 0 && line.left(dash).toULongLong(nullptr, 16) <= address &&
+            address < line.mid(dash + 1, line.indexOf(' ') - dash - 1).toULongLong(nullptr, 16)) {
+            return QFile::decodeName(line.mid(path));
+        }
+    }
+    return {};
+}
+
 bool IsProcess(pid_t id)
 {
     return StatusValue(PathOf(id, "status"), "Tgid") == QByteArray::number(id);

@@ -28,6 +28,9 @@ QString ImagePath(pid_t process);
 /// Base name of the image or, where that cannot be told, the kernel's name; empty if the process has ended.
 QString ExecutableName(pid_t process);
 
+/// Path of the file that is mapped into this process at an address; empty if none is.
+QString MappedFile(quintptr address);
+
 /// Whether an id is that of a process, and not of a further thread of one.
 bool IsProcess(pid_t id);
 

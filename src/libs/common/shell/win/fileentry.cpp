@@ -37,13 +37,13 @@ std::optional<FileId> GetId(const QString& path, DWORD flags)
     BY_HANDLE_FILE_INFORMATION information = {};
     const bool known = ::GetFileInformationByHandle(file, &information) != 0;
     ::CloseHandle(file);
-    if (!known) {
+    constexpr int highShift = 32;
+    const quint64 index = (quint64{information.nFileIndexHigh} << highShift) | information.nFileIndexLow;
+    // Some network drives give every file the index 0.
+    if (!known || index == 0) {
         return std::nullopt;
     }
-    constexpr int highShift = 32;
-    return FileId{information.dwVolumeSerialNumber,
-                  (quint64{information.nFileIndexHigh} << highShift) | information.nFileIndexLow,
-                  information.nNumberOfLinks};
+    return FileId{information.dwVolumeSerialNumber, index, information.nNumberOfLinks};
 }
 
 } // namespace

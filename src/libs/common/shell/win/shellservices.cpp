@@ -132,7 +132,7 @@ unsigned long StartRemoval(const QString& directory, const QString& workingDirec
 {
     // The ping is nothing but the delay.
     command = (QLatin1String("cmd.exe /C \"ping 1.1.1.1 -n 1 -w 5000 > Nul & rmdir /S /Q \"") +
-               QDir::toNativeSeparators(directory) + QLatin1String("\"\""))
+               QDir::toNativeSeparators(directory) + u'"')
                   .left(maxRemovalCommand);
     std::wstring line = command.toStdWString(); // The call may write into it.
     STARTUPINFOW startup{};

@@ -35,6 +35,8 @@ bool IsForeign(const QByteArray& path)
 
 } // namespace
 
+const int listenBacklog = 512; // The system has a limit of its own.
+
 QString GroupSuffix()
 {
     return u'-' + QString::number(::geteuid(), 16);

@@ -9,6 +9,9 @@
 namespace QtLP_Private
 {
 
+// Each is an instance of the pipe, made when listening begins: hundreds would be felt in the interface.
+const int listenBacklog = 64;
+
 QString GroupSuffix()
 {
     using ProcessIdToSessionIdFunction = BOOL(WINAPI*)(DWORD, DWORD*);
