@@ -80,7 +80,7 @@ void TestHttpCommands::commands()
 
     QProcess tool;
     tool.start(VXTOOL_PROGRAM, arguments);
-    QTRY_COMPARE_WITH_TIMEOUT(tool.state(), QProcess::NotRunning, 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(tool.state(), QProcess::NotRunning, 60000);
     const QByteArrayList found{server.requests.join(), tool.readAllStandardError(),
                                tool.readAllStandardOutput()};
     QVERIFY2(tool.exitCode() == exitCode, found.at(1).constData());

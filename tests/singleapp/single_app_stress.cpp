@@ -96,6 +96,24 @@ private:
     QByteArrayList lines;
 };
 
+struct Arrivals
+{
+    QSet<QByteArray> texts;
+    bool twice = false; ///< One came more than once.
+};
+
+/// What a first process has told of.
+Arrivals ArrivalsAt(Peer& first)
+{
+    Arrivals arrivals;
+    for (const QByteArray& line : first.Lines()) {
+        arrivals.twice = arrivals.twice || arrivals.texts.contains(line);
+        arrivals.texts += line;
+    }
+    arrivals.texts -= {"ready", "first"};
+    return arrivals;
+}
+
 /// All start at once: one is first and gets the text of each other exactly once. If it is killed in the midst
 /// of it, exactly one takes its place and hears the rest and a newcomer; what the dead one had received but
 /// not answered comes again, but within one process no text comes twice.
@@ -136,17 +154,11 @@ bool Storm(int round, int size, bool killFirst)
     WaitFor(isOver);
     Peer newcomer(appId, "newcomer");
     newcomer.write("\n");
-    QSet<QByteArray> texts;
-    bool twice = false;
+    Arrivals arrivals;
     bool heard = false;
     if (findFirst() != peers.end()) {
-        Peer& first = **findFirst();
-        heard = first.Says("received newcomer");
-        for (const QByteArray& line : first.Lines()) {
-            twice = twice || texts.contains(line);
-            texts += line;
-        }
-        texts -= {"ready", "first"};
+        heard = (*findFirst())->Says("received newcomer");
+        arrivals = ArrivalsAt(**findFirst());
     }
     // When it is killed after the last text, there is nobody left to follow.
     const bool isLast = killFirst && count("sent") == size && newcomer.Says("first");
@@ -154,14 +166,14 @@ bool Storm(int round, int size, bool killFirst)
         "%s %d: %d first, %d handed over, %d failed, %d texts arrived at the last first%s, newcomer %s, "
         "%lld ms\n",
         killFirst ? "kill" : "storm", round, static_cast<int>(count("first")),
-        static_cast<int>(count("sent")), static_cast<int>(count("failed")), static_cast<int>(texts.size()),
-        twice ? ", some twice" : "",
+        static_cast<int>(count("sent")), static_cast<int>(count("failed")),
+        static_cast<int>(arrivals.texts.size()), arrivals.twice ? ", some twice" : "",
         heard    ? "heard"
         : isLast ? "first"
                  : "not heard",
         static_cast<long long>(timer.elapsed()));
-    const bool allArrived = killFirst || (count("sent") == size - 1 && texts.size() == size);
-    return isLast || (count("first") == 1 && count("failed") == 0 && heard && !twice && allArrived);
+    const bool allArrived = killFirst || (count("sent") == size - 1 && arrivals.texts.size() == size);
+    return isLast || (count("first") == 1 && count("failed") == 0 && heard && !arrivals.twice && allArrived);
 }
 
 /// Resident memory of a process in KiB, now ("VmRSS:") or at its highest ("VmHWM:").
