@@ -3,12 +3,11 @@
 #include "appearance.h"
 #include "chatpanel.h"
 #include "contactpanel.h"
-#include "copyrow.h"
 #include "dialpanel.h"
-#include "downloadrow.h"
 #include "logpane.h"
 #include "schemeregistration.h"
 #include "statusline.h"
+#include "transfers.h"
 
 #include <common/logger/logger.h>
 
@@ -97,9 +96,9 @@ QWidget* MainWindow::CreateTransfers(const QString& dataFolder)
     auto* const grid = new QGridLayout(group);
     grid->setColumnStretch(1, 3);
     grid->setColumnStretch(2, 2);
-    new DownloadRow(grid, 0, QDir(dataFolder).filePath(QStringLiteral("downloads")), this);
-    copyRow = new CopyRow(grid, 2, QDir(dataFolder).filePath(QStringLiteral("backup")), this);
-    connect(copyRow, &CopyRow::ended, this, [this] {
+    CreateDownloadRow(grid, QDir(dataFolder).filePath(QStringLiteral("downloads")));
+    copyRow = CreateCopyRow(grid, QDir(dataFolder).filePath(QStringLiteral("backup")));
+    connect(copyRow, &TransferRow::ended, this, [this] {
         if (closing) {
             close();
         }

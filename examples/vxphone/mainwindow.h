@@ -9,10 +9,10 @@ namespace vxphone
 {
 
 class CallIcon;
-class CopyRow;
 class DialPanel;
 class LogPane;
 class SchemeRegistration;
+class TransferRow;
 
 /// The window: contacts on the left; dialling, chat and transfers on the right; the log below.
 class MainWindow : public QMainWindow
@@ -36,7 +36,7 @@ private:
     void CreateIcon();
 
     DialPanel* dialPanel;
-    CopyRow* copyRow = nullptr;
+    TransferRow* copyRow = nullptr;
     CallIcon* callIcon;
     SchemeRegistration* registration;
     QSystemTrayIcon* tray = nullptr;

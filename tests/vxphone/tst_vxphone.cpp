@@ -1,45 +1,95 @@
-#include <QDir>
-#include <QFile>
+// The program as the desktop starts it, and its parts as the user works them.
+
+#include "transfers.h"
+
+#include "http/faultserver.h"
+
+#include <common/singleapp/qtsingleapplication.h>
+
+#include <QGridLayout>
+#include <QLabel>
+#include <QLineEdit>
 #include <QProcess>
+#include <QPushButton>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <algorithm>
+#include <memory>
+
+using namespace vxphone;
+
+namespace
+{
+
+QByteArray ContentOf(const QString& fileName)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void Write(const QString& fileName, const QByteArray& content)
+{
+    QFile file(fileName);
+    QVERIFY(QFileInfo(fileName).dir().mkpath(".") && file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(content), content.size());
+}
+
+QPushButton* ButtonOf(const QWidget& widget, const QString& text)
+{
+    const auto buttons = widget.findChildren<QPushButton*>();
+    const auto found = std::find_if(buttons.begin(), buttons.end(), [&](const QPushButton* button) {
+        return QString(button->text()).remove('&') == text;
+    });
+    return found == buttons.end() ? nullptr : *found;
+}
+
+bool ShowsText(const QWidget& widget, const QString& text)
+{
+    const auto labels = widget.findChildren<QLabel*>();
+    return std::any_of(labels.begin(), labels.end(),
+                       [&](const QLabel* label) { return label->text().contains(text); });
+}
+
+} // namespace
 
 class TestVxphone : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
+    void init() { dir = std::make_unique<QTemporaryDir>(); }
     void handOver();
     void unreadableContacts();
+    void download_data();
+    void download();
+    void downloadLeft();
+    void copy();
 
 private:
     /// Starts the program without a display and with nothing of the user's own.
     void Start(QProcess& process, const QStringList& arguments);
     bool LogContains(const QByteArray& text);
+    QString Path(const QString& name) const { return dir->filePath(name); }
 
-    QTemporaryDir dir;
+    std::unique_ptr<QTemporaryDir> dir;
 };
 
 void TestVxphone::Start(QProcess& process, const QStringList& arguments)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("QT_QPA_PLATFORM", "offscreen");
     for (const char* variable : {"HOME", "TMPDIR", "XDG_CONFIG_HOME", "XDG_DATA_HOME"}) {
-        environment.insert(variable, dir.path());
+        environment.insert(variable, dir->path());
     }
     process.setProcessEnvironment(environment);
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process.start(QStringLiteral(VXPHONE_PROGRAM), QStringList{"--data", dir.filePath("data")} + arguments);
+    process.start(QStringLiteral(VXPHONE_PROGRAM), QStringList{"--data", Path("data")} + arguments);
 }
 
 bool TestVxphone::LogContains(const QByteArray& text)
 {
-    return QTest::qWaitFor(
-        [&] {
-            QFile log(dir.filePath("data/vxphone.log"));
-            return log.open(QIODevice::ReadOnly) && log.readAll().contains(text);
-        },
-        30000);
+    return QTest::qWaitFor([&] { return ContentOf(Path("data/vxphone.log")).contains(text); }, 30000);
 }
 
 // As the desktop does it: the first starts with a clicked link, others hand theirs over and end.
@@ -64,20 +114,112 @@ void TestVxphone::handOver()
 
 void TestVxphone::unreadableContacts()
 {
-    QFile contacts(dir.filePath("data/contacts.json"));
-    QVERIFY(contacts.open(QIODevice::WriteOnly) && contacts.write("from another machine") > 0);
-    contacts.close();
+    Write(Path("data/contacts.json"), "from another machine");
     QProcess phone;
     Start(phone, {});
     QVERIFY(LogContains("their file is kept as"));
     phone.kill();
     QVERIFY(phone.waitForFinished(30000));
-    const QStringList kept = QDir(dir.filePath("data")).entryList({"contacts.json.*.unreadable"});
+    const QStringList kept = QDir(Path("data")).entryList({"contacts.json.*.unreadable"});
     QCOMPARE(kept.size(), 1);
-    QFile aside(dir.filePath("data/" + kept.first()));
-    QVERIFY(aside.open(QIODevice::ReadOnly));
-    QCOMPARE(aside.readAll(), QByteArray("from another machine"));
+    QCOMPARE(ContentOf(Path("data/" + kept.first())), QByteArray("from another machine"));
 }
 
-QTEST_GUILESS_MAIN(TestVxphone)
+void TestVxphone::download_data()
+{
+    QTest::addColumn<Answer>("answer");
+    QTest::addColumn<bool>("aborted");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("told");
+
+    const QByteArray half = Response("200 OK", "half a file").chopped(5);
+    QTest::newRow("whole") << Answer{Response("200 OK", "new")} << false << QByteArray("new") << "Saved as";
+    QTest::newRow("error page") << Answer{Response("404 No", "page")} << false << QByteArray("old")
+                                << "Error 203";
+    QTest::newRow("refused for now, which fails twice")
+        << Answer{Response("429 Busy", "page")} << false << QByteArray("old") << "Error ";
+    QTest::newRow("cut off") << Answer{half} << false << QByteArray("old") << "Error ";
+    QTest::newRow("aborted") << Answer{Response("200 OK", QByteArray(900, 'x')), Answer::Close, 50} << true
+                             << QByteArray("old") << "Aborted";
+}
+
+void TestVxphone::download()
+{
+    QFETCH(Answer, answer);
+    QFETCH(bool, aborted);
+    QFETCH(QByteArray, content);
+    QFETCH(QString, told);
+
+    Write(Path("a.zip"), "old");
+    FaultServer server({answer});
+    QWidget window;
+    TransferRow* const row = CreateDownloadRow(new QGridLayout(&window), dir->path());
+    QSignalSpy ended(row, &TransferRow::ended);
+    auto* const field = window.findChild<QLineEdit*>();
+    field->setText(server.Url("/files/a.zip").toString());
+    QTest::keyClick(field, Qt::Key_Return);
+    QVERIFY(row->IsRunning());
+    if (aborted) {
+        QTRY_VERIFY(ShowsText(window, " of 900 bytes"));
+        ButtonOf(window, "Abort")->click();
+    }
+    QTRY_COMPARE(ended.count(), 1);
+    QVERIFY(ShowsText(window, told));
+    QVERIFY(!row->IsRunning() && ButtonOf(window, "Download") != nullptr);
+    QCOMPARE(ContentOf(Path("a.zip")), content);
+    QCOMPARE(QDir(dir->path()).entryList(QDir::Files), QStringList{"a.zip"});
+}
+
+// The window goes while a download runs; and a folder has the name of the file.
+void TestVxphone::downloadLeft()
+{
+    FaultServer server(
+        {{Response("200 OK", QByteArray(900, 'x')), Answer::Close, 50}, {Response("200 OK", "new")}});
+    const auto start = [&](QWidget& window) {
+        CreateDownloadRow(new QGridLayout(&window), dir->path());
+        window.findChild<QLineEdit*>()->setText(server.Url("/a.zip").toString());
+        ButtonOf(window, "Download")->click();
+    };
+    auto window = std::make_unique<QWidget>();
+    start(*window);
+    QTRY_VERIFY(ShowsText(*window, " of 900 bytes"));
+    window.reset();
+    QCOMPARE(QDir(dir->path()).entryList(QDir::Files), QStringList());
+
+    QVERIFY(QDir(dir->path()).mkpath("a.zip/sub"));
+    QWidget other;
+    start(other);
+    QTRY_VERIFY(ShowsText(other, "Kept as"));
+    QCOMPARE(ContentOf(Path("a.zip.part")), QByteArray("new"));
+}
+
+void TestVxphone::copy()
+{
+    Write(Path("skins/blue/a.png"), "picture");
+    QWidget window;
+    CreateCopyRow(new QGridLayout(&window), Path("backup"));
+    auto* const field = window.findChild<QLineEdit*>();
+    for (const QString& nothing : {QString(), QString("/")}) {
+        field->setText(nothing);
+        QTest::keyClick(field, Qt::Key_Return);
+        QVERIFY(ShowsText(window, "Name a folder"));
+    }
+    field->setText(Path("skins/blue/../"));
+    QTest::keyClick(field, Qt::Key_Return);
+    QTRY_VERIFY(ShowsText(window, "Copied to"));
+    QCOMPARE(ContentOf(Path("backup/skins/blue/a.png")), QByteArray("picture"));
+}
+
+int main(int argc, char* argv[])
+{
+    QTemporaryDir home;
+    for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"}) {
+        qputenv(variable, home.path().toUtf8());
+    }
+    QtSingleApplication application("tst_vxphone", argc, argv);
+    QtSingleApplication::setQuitOnLastWindowClosed(false);
+    TestVxphone test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_vxphone.moc"
