@@ -1,10 +1,8 @@
 #include "mainwindow.h"
 
 #include "appearance.h"
-#include "chatpanel.h"
-#include "contactpanel.h"
-#include "dialpanel.h"
 #include "logpane.h"
+#include "panels.h"
 #include "schemeregistration.h"
 #include "statusline.h"
 #include "transfers.h"
@@ -16,6 +14,7 @@
 #include <QDockWidget>
 #include <QGridLayout>
 #include <QGroupBox>
+#include <QLabel>
 #include <QMenuBar>
 #include <QSplitter>
 #include <QSystemTrayIcon>
@@ -36,6 +35,7 @@ constexpr common::logger::Channel logChannel{"vxphone"};
 MainWindow::MainWindow(const QString& dataFolder, LogPane* log, bool dark)
     : dialPanel(new DialPanel)
     , callIcon(new CallIcon(this))
+    , waiting(new QLabel)
     , registration(new SchemeRegistration(this))
 {
     setWindowTitle(tr("vxphone"));
@@ -48,6 +48,9 @@ MainWindow::MainWindow(const QString& dataFolder, LogPane* log, bool dark)
 
     auto* const status = new StatusLine;
     setStatusBar(status);
+    waiting->setTextFormat(Qt::PlainText);
+    waiting->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    status->addWidget(waiting, 1);
     connect(registration, &SchemeRegistration::stateFound, status, &StatusLine::ShowSchemes);
     registration->Refresh();
 
@@ -61,12 +64,14 @@ MainWindow::MainWindow(const QString& dataFolder, LogPane* log, bool dark)
 QWidget* MainWindow::CreateContents(const QString& dataFolder)
 {
     auto* const contacts = new ContactPanel(QDir(dataFolder).filePath(QStringLiteral("contacts.json")));
-    auto* const chat = new ChatPanel;
     connect(contacts, &ContactPanel::chosen, dialPanel, &DialPanel::SetAddress);
-    connect(chat, &ChatPanel::callLinkClicked, dialPanel, &DialPanel::SetAddress);
     connect(dialPanel, &DialPanel::keepAsked, contacts, &ContactPanel::Add);
+    connect(dialPanel, &DialPanel::addressWaits, this, [this](const QString& address) {
+        waiting->setText(tr("Waits for the end of this call: %1").arg(address));
+    });
     connect(dialPanel, &DialPanel::callChanged, this, [this](bool inCall, const QString& text) {
         callIcon->SetInCall(inCall);
+        waiting->clear();
         setWindowTitle(inCall ? tr("%1 – vxphone").arg(text) : tr("vxphone"));
         LOG_MESSAGE(common::logger::Info) << (inCall ? "call to " : "end of the call to ") << text;
     });
@@ -75,14 +80,10 @@ QWidget* MainWindow::CreateContents(const QString& dataFolder)
     auto* const layout = new QVBoxLayout(work);
     layout->setSpacing(2 * layout->spacing());
     layout->addWidget(dialPanel);
-    layout->addWidget(chat, 1);
+    layout->addWidget(CreateChatPanel([this](const QString& link) { TakeAddress(link); }), 1);
     layout->addWidget(CreateTransfers(dataFolder));
-    auto* const side = new QWidget;
-    auto* const sideLayout = new QVBoxLayout(side);
-    sideLayout->addWidget(contacts);
-
     auto* const splitter = new QSplitter;
-    splitter->addWidget(side);
+    splitter->addWidget(contacts);
     splitter->addWidget(work);
     splitter->setStretchFactor(1, 1);
     splitter->setChildrenCollapsible(false);

@@ -3,6 +3,7 @@
 #include <QMainWindow>
 
 class QDockWidget;
+class QLabel;
 class QSystemTrayIcon;
 
 namespace vxphone
@@ -23,7 +24,8 @@ public:
     /// @param dataFolder where contacts and files are kept
     MainWindow(const QString& dataFolder, LogPane* log, bool dark);
 
-    /// An address to call, from the command line or from another process; empty to come to the front only.
+    /// An address to call, from the chat, the command line or another process; empty to come to the front
+    /// only.
     void TakeAddress(const QString& address);
 
 protected:
@@ -38,6 +40,7 @@ private:
     DialPanel* dialPanel;
     TransferRow* copyRow = nullptr;
     CallIcon* callIcon;
+    QLabel* waiting; ///< Tells of an address that came during the call.
     SchemeRegistration* registration;
     QSystemTrayIcon* tray = nullptr;
     bool closing = false; ///< As soon as the copy has ended.

@@ -1,5 +1,6 @@
 // The program as the desktop starts it, and its parts as the user works them.
 
+#include "panels.h"
 #include "transfers.h"
 
 #include "http/faultserver.h"
@@ -7,8 +8,10 @@
 #include <common/singleapp/qtsingleapplication.h>
 
 #include <QGridLayout>
+#include <QInputDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QProcess>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -62,10 +65,12 @@ private Q_SLOTS:
     void init() { dir = std::make_unique<QTemporaryDir>(); }
     void handOver();
     void unreadableContacts();
+    void contacts();
     void download_data();
     void download();
     void downloadLeft();
     void copy();
+    void call();
 
 private:
     /// Starts the program without a display and with nothing of the user's own.
@@ -123,6 +128,41 @@ void TestVxphone::unreadableContacts()
     const QStringList kept = QDir(Path("data")).entryList({"contacts.json.*.unreadable"});
     QCOMPARE(kept.size(), 1);
     QCOMPARE(ContentOf(Path("data/" + kept.first())), QByteArray("from another machine"));
+}
+
+// The list sorts by name, the file keeps what belongs to each.
+void TestVxphone::contacts()
+{
+    const auto add = [](ContactPanel& panel, const QString& name, const QString& address) {
+        panel.Add(address);
+        auto* const dialog = panel.findChild<QInputDialog*>();
+        dialog->setTextValue(name);
+        dialog->accept();
+        QTRY_VERIFY(panel.findChild<QInputDialog*>() == nullptr);
+    };
+    {
+        ContactPanel panel(Path("contacts.json"));
+        add(panel, "Zoe", "zoe@example.com");
+        add(panel, "Ann", "ann@example.com");
+        add(panel, "Max", "max@example.com");
+        auto* const list = panel.findChild<QListWidget*>();
+        list->setCurrentRow(1);
+        panel.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&panel));
+        list->setFocus();
+        QTest::keyClick(list, Qt::Key_Delete);
+        QCOMPARE(list->count(), 2);
+    }
+    QVERIFY(!ContentOf(Path("contacts.json")).contains("Ann"));
+    ContactPanel panel(Path("contacts.json"));
+    QSignalSpy chosen(&panel, &ContactPanel::chosen);
+    auto* const list = panel.findChild<QListWidget*>();
+    QCOMPARE(list->count(), 2);
+    for (int row = 0; row < 2; ++row) {
+        Q_EMIT list->itemActivated(list->item(row));
+    }
+    QCOMPARE(chosen.value(0).value(0).toString(), QString("ann@example.com"));
+    QCOMPARE(chosen.value(1).value(0).toString(), QString("zoe@example.com"));
 }
 
 void TestVxphone::download_data()
@@ -208,6 +248,27 @@ void TestVxphone::copy()
     QTest::keyClick(field, Qt::Key_Return);
     QTRY_VERIFY(ShowsText(window, "Copied to"));
     QCOMPARE(ContentOf(Path("backup/skins/blue/a.png")), QByteArray("picture"));
+}
+
+void TestVxphone::call()
+{
+    DialPanel panel;
+    QSignalSpy changed(&panel, &DialPanel::callChanged);
+    QSignalSpy waits(&panel, &DialPanel::addressWaits);
+    auto* const field = panel.findChild<QLineEdit*>();
+    QTest::keyClick(field, Qt::Key_Return);
+    QCOMPARE(changed.count(), 0);
+    panel.SetAddress("tel://%2B1 (495) 1");
+    QCOMPARE(field->text(), QString("+1(495)1"));
+    QTest::keyClick(field, Qt::Key_Return);
+    QTest::keyClick(field, Qt::Key_Return);
+    QCOMPARE(changed.count(), 1);
+    panel.SetAddress("callto:ann@example.com");
+    QCOMPARE(waits.value(0).value(0).toString(), QString("ann@example.com"));
+    QCOMPARE(field->text(), QString("+1(495)1"));
+    ButtonOf(panel, "Hang up")->click();
+    QCOMPARE(changed.count(), 2);
+    QCOMPARE(field->text(), QString("ann@example.com"));
 }
 
 int main(int argc, char* argv[])
