@@ -1,4 +1,3 @@
-#include "appearance.h"
 #include "logpane.h"
 #include "mainwindow.h"
 
@@ -19,7 +18,6 @@ struct Options
 {
     QString address;
     QString dataFolder;
-    bool dark = false;
 };
 
 Options ReadOptions()
@@ -33,14 +31,13 @@ Options ReadOptions()
     const QCommandLineOption data(QStringLiteral("data"),
                                   QStringLiteral("Where contacts and files are kept."),
                                   QStringLiteral("FOLDER"));
-    const QCommandLineOption dark(QStringLiteral("dark"), QStringLiteral("Start in dark colours."));
-    parser.addOptions({callTo, data, dark});
+    parser.addOptions({callTo, data});
     parser.process(*QCoreApplication::instance());
     QString folder = parser.value(data);
     if (folder.isEmpty()) {
         folder = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
     }
-    return {parser.value(callTo), folder, parser.isSet(dark)};
+    return {parser.value(callTo), folder};
 }
 
 void ConfigureLog(const QString& dataFolder)
@@ -68,14 +65,13 @@ int Run(QtSingleApplication& application)
     }
     QDir().mkpath(options.dataFolder);
     ConfigureLog(options.dataFolder);
-    ApplyColours(options.dark);
 
     auto* const pane = new LogPane;
     PaneLogger logger(*common::logger::GetLog4cpp(), pane);
     common::logger::SetLogger(&logger);
     int exitCode = 0;
     {
-        MainWindow window(options.dataFolder, pane, options.dark);
+        MainWindow window(application, QDir(options.dataFolder), pane);
         QObject::connect(&application, &QtSingleApplication::messageReceived, &window,
                          &MainWindow::TakeAddress);
         application.setActivationWindow(&window, true);

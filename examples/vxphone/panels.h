@@ -9,6 +9,12 @@ class QLabel;
 class QLineEdit;
 class QListWidget;
 class QPushButton;
+class QStatusBar;
+
+namespace common
+{
+class IdleWatcher;
+}
 
 namespace vxphone
 {
@@ -70,5 +76,9 @@ private:
 
 /// Makes a chat with oneself, whose links can be clicked. `call` takes those that lead to an address to call.
 QWidget* CreateChatPanel(const std::function<void(const QString& link)>& call);
+
+/// Makes the status bar: what the system tells of the user, of sleep and of the date, and `schemeState`.
+/// `idleWatcher` is not owned.
+QStatusBar* CreateStatusLine(const common::IdleWatcher& idleWatcher, QLabel* schemeState);
 
 } // namespace vxphone

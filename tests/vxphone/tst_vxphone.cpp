@@ -1,5 +1,6 @@
 // The program as the desktop starts it, and its parts as the user works them.
 
+#include "mainwindow.h"
 #include "panels.h"
 #include "transfers.h"
 
@@ -12,11 +13,15 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenuBar>
 #include <QProcess>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QStatusBar>
+#include <QSystemTrayIcon>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextBrowser>
 
 #include <algorithm>
 #include <memory>
@@ -37,6 +42,11 @@ void Write(const QString& fileName, const QByteArray& content)
     QFile file(fileName);
     QVERIFY(QFileInfo(fileName).dir().mkpath(".") && file.open(QIODevice::WriteOnly));
     QCOMPARE(file.write(content), content.size());
+}
+
+QtSingleApplication* Application()
+{
+    return static_cast<QtSingleApplication*>(QCoreApplication::instance());
 }
 
 QPushButton* ButtonOf(const QWidget& widget, const QString& text)
@@ -71,6 +81,10 @@ private Q_SLOTS:
     void downloadLeft();
     void copy();
     void call();
+    void callInWindow();
+    void trayIcon();
+    void keys();
+    void closeWhileCopying();
 
 private:
     /// Starts the program without a display and with nothing of the user's own.
@@ -269,6 +283,81 @@ void TestVxphone::call()
     ButtonOf(panel, "Hang up")->click();
     QCOMPARE(changed.count(), 2);
     QCOMPARE(field->text(), QString("ann@example.com"));
+}
+
+// The icon fades and turns round in the middle; an address that arrives by a link of the chat is told.
+void TestVxphone::callInWindow()
+{
+    MainWindow window(*Application(), QDir(dir->path()), new QWidget);
+    const auto icon = [&] { return window.windowIcon().pixmap(32).toImage(); };
+    const QImage rest = icon();
+    window.TakeAddress("tel:+1");
+    ButtonOf(window, "Call")->click();
+    QTRY_VERIFY(icon() != rest);
+    auto* const chat = window.findChild<QTextBrowser*>();
+    window.findChildren<QLineEdit*>().at(1)->setText("<b>: (tel:+2)");
+    ButtonOf(window, "Send")->click();
+    QVERIFY(chat->toPlainText().endsWith("<b>: (tel:+2)") && chat->toHtml().contains("href=\"tel:+2\""));
+    Q_EMIT chat->anchorClicked(QUrl("tel:+2"));
+    QVERIFY(ShowsText(*window.statusBar(), "call: +2"));
+    ButtonOf(window, "Hang up")->click();
+    QVERIFY(!ShowsText(*window.statusBar(), "+2"));
+    QTRY_COMPARE(icon(), rest);
+    ButtonOf(window, "Call")->click();
+    QTRY_VERIFY(icon() != rest);
+}
+
+void TestVxphone::trayIcon()
+{
+    MainWindow window(*Application(), QDir(dir->path()), new QWidget);
+    Application()->setActivationWindow(&window, false);
+    window.showMinimized();
+    auto* const tray = window.findChild<QSystemTrayIcon*>();
+    Q_EMIT tray->activated(QSystemTrayIcon::Context);
+    QVERIFY(window.isMinimized());
+    Q_EMIT tray->activated(QSystemTrayIcon::Trigger);
+    QVERIFY(!window.isMinimized());
+    Application()->setActivationWindow(nullptr, false);
+}
+
+// Each mnemonic is there once, also among the labels that a button gets later.
+void TestVxphone::keys()
+{
+    MainWindow window(*Application(), QDir(dir->path()), new QWidget);
+    QStringList texts{"Ha&ng up", "A&bort", "Abor&t"};
+    const auto labels = window.findChildren<QLabel*>();
+    for (const QLabel* label : labels) {
+        texts += label->text();
+    }
+    const auto buttons = window.findChildren<QPushButton*>();
+    for (const QPushButton* button : buttons) {
+        texts += button->text();
+    }
+    const auto menus = window.menuBar()->actions();
+    for (const QAction* menu : menus) {
+        texts += menu->text();
+    }
+    QStringList mnemonics;
+    for (const QString& text : std::as_const(texts)) {
+        if (text.contains('&')) {
+            mnemonics += text.mid(text.indexOf('&') + 1, 1).toLower();
+        }
+    }
+    QVERIFY(mnemonics.size() > 10);
+    QCOMPARE(mnemonics.removeDuplicates(), 0);
+}
+
+// The program stays until the file at hand is copied, and then ends without another word.
+void TestVxphone::closeWhileCopying()
+{
+    Write(Path("skins/a.png"), QByteArray(1000000, 'x'));
+    MainWindow window(*Application(), QDir(dir->path()), new QWidget);
+    window.show();
+    window.findChildren<QLineEdit*>().constLast()->setText(Path("skins"));
+    ButtonOf(window, "Copy")->click();
+    QVERIFY(!window.close());
+    QVERIFY(window.isVisible());
+    QTRY_VERIFY(!window.isVisible());
 }
 
 int main(int argc, char* argv[])
