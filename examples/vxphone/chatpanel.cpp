@@ -1,4 +1,4 @@
-#include "chatpanel.h"
+#include "panels.h"
 
 #include <common/tools/url.h>
 
@@ -37,66 +37,74 @@ QString WithAnchors(const QString& text)
     return html + text.mid(position).toHtmlEscaped();
 }
 
+class ChatView : public QTextBrowser
+{
+public:
+    void Add(const QString& line)
+    {
+        lines += line;
+        append(line);
+    }
+
+protected:
+    /// Links take the colour of the palette when they are made.
+    void changeEvent(QEvent* event) override
+    {
+        QTextBrowser::changeEvent(event);
+        if (event->type() == QEvent::PaletteChange) {
+            clear();
+            for (const QString& line : std::as_const(lines)) {
+                append(line);
+            }
+        }
+    }
+
+private:
+    QStringList lines; ///< As HTML.
+};
+
 } // namespace
 
-ChatPanel::ChatPanel(QWidget* parent)
-    : QWidget(parent)
-    , view(new QTextBrowser)
-    , line(new QLineEdit)
+QWidget* CreateChatPanel(const std::function<void(const QString& link)>& call)
 {
-    auto* const title = new QLabel(tr("C&hat"));
+    auto* const panel = new QWidget;
+    auto* const title = new QLabel(QTextBrowser::tr("C&hat"));
+    auto* const view = new ChatView;
+    auto* const line = new QLineEdit;
+    auto* const send = new QPushButton(QTextBrowser::tr("&Send"));
     title->setBuddy(line);
-    auto* const send = new QPushButton(tr("&Send"));
     view->setOpenLinks(false);
     view->setTabChangesFocus(true);
-    view->setPlaceholderText(tr("Links in what you send can be clicked."));
-    line->setPlaceholderText(tr("Write a message"));
+    view->setPlaceholderText(QTextBrowser::tr("Links in what you send can be clicked."));
+    line->setPlaceholderText(QTextBrowser::tr("Write a message"));
 
     auto* const entry = new QHBoxLayout;
     entry->addWidget(line, 1);
     entry->addWidget(send);
-    auto* const layout = new QVBoxLayout(this);
+    auto* const layout = new QVBoxLayout(panel);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(title);
     layout->addWidget(view, 1);
     layout->addLayout(entry);
 
-    connect(line, &QLineEdit::returnPressed, this, &ChatPanel::Send);
-    connect(send, &QPushButton::clicked, this, &ChatPanel::Send);
-    connect(view, &QTextBrowser::anchorClicked, this, &ChatPanel::Open);
-}
-
-void ChatPanel::changeEvent(QEvent* event)
-{
-    QWidget::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange) {
-        view->clear();
-        for (const QString& html : std::as_const(lines)) {
-            view->append(html);
+    QObject::connect(line, &QLineEdit::returnPressed, send, &QPushButton::click);
+    QObject::connect(send, &QPushButton::clicked, view, [view, line] {
+        if (!line->text().trimmed().isEmpty()) {
+            const QString time = QTime::currentTime().toString(QStringLiteral("HH:mm"));
+            view->Add(QStringLiteral("<b>%1</b>&nbsp; %2").arg(time, WithAnchors(line->text())));
+            line->clear();
         }
-    }
-}
-
-void ChatPanel::Send()
-{
-    if (line->text().trimmed().isEmpty()) {
-        return;
-    }
-    lines += QStringLiteral("<b>%1</b>&nbsp; %2")
-                 .arg(QTime::currentTime().toString(QStringLiteral("HH:mm")), WithAnchors(line->text()));
-    view->append(lines.last());
-    line->clear();
-}
-
-void ChatPanel::Open(const QUrl& link)
-{
-    const QStringList callSchemes{QStringLiteral("tel"), QStringLiteral("callto"), QStringLiteral("sip"),
-                                  QStringLiteral("sips")};
-    if (callSchemes.contains(link.scheme())) {
-        Q_EMIT callLinkClicked(link.toString());
-    } else {
-        QDesktopServices::openUrl(link);
-    }
+    });
+    QObject::connect(view, &QTextBrowser::anchorClicked, view, [call](const QUrl& link) {
+        const QStringList callSchemes{QStringLiteral("tel"), QStringLiteral("callto"), QStringLiteral("sip"),
+                                      QStringLiteral("sips")};
+        if (callSchemes.contains(link.scheme())) {
+            call(link.toString());
+        } else {
+            QDesktopServices::openUrl(link);
+        }
+    });
+    return panel;
 }
 
 } // namespace vxphone

@@ -1,4 +1,4 @@
-#include "contactpanel.h"
+#include "panels.h"
 
 #include <common/contact/icontactcontext.h>
 #include <common/logger/logger.h>
@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 namespace vxphone
@@ -25,36 +26,35 @@ const QString contactsKey = QStringLiteral("contacts");
 const QString nameKey = QStringLiteral("name");
 const QString addressKey = QStringLiteral("address");
 
-enum Role : int
-{
-    NameRole = Qt::UserRole,
-    AddressRole
-};
-
 } // namespace
 
-ContactPanel::ContactPanel(const QString& fileName_, QWidget* parent)
-    : QWidget(parent)
-    , fileName(fileName_)
+ContactPanel::ContactPanel(const QString& fileName_)
+    : fileName(fileName_)
     , list(new QListWidget)
-    , remove(new QPushButton(tr("&Remove")))
 {
     auto* const title = new QLabel(tr("C&ontacts"));
+    auto* const remove = new QPushButton(tr("&Remove"));
     title->setBuddy(list);
     list->setAlternatingRowColors(true);
     list->setTextElideMode(Qt::ElideMiddle);
     remove->setEnabled(false);
 
     auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(title);
     layout->addWidget(list, 1);
     layout->addWidget(remove);
 
-    connect(list, &QListWidget::itemActivated, this,
-            [this](const QListWidgetItem* item) { Q_EMIT chosen(item->data(AddressRole).toString()); });
-    connect(list, &QListWidget::currentRowChanged, this, [this](int row) { remove->setEnabled(row >= 0); });
-    connect(remove, &QPushButton::clicked, this, &ContactPanel::RemoveCurrent);
+    connect(list, &QListWidget::itemActivated, this, [this](const QListWidgetItem* item) {
+        Q_EMIT chosen(contacts.at(list->row(item))[addressKey].toString());
+    });
+    connect(list, &QListWidget::currentRowChanged, remove,
+            [remove](int row) { remove->setEnabled(row >= 0); });
+    connect(remove, &QPushButton::clicked, this, [this] {
+        contacts.removeAt(list->currentRow());
+        delete list->takeItem(list->currentRow());
+        Save();
+    });
+    new QShortcut(QKeySequence::Delete, list, remove, &QPushButton::click, Qt::WidgetShortcut);
     Load();
 }
 
@@ -67,79 +67,54 @@ void ContactPanel::Add(const QString& address)
     dialog->setWindowTitle(tr("New contact"));
     dialog->setLabelText(tr("Name for %1:").arg(address));
     connect(dialog, &QInputDialog::textValueSelected, this, [this, address](const QString& name) {
-        Show(name.trimmed(), address);
+        Insert({{nameKey, name.trimmed()}, {addressKey, address}});
         Save();
     });
-    dialog->setModal(false);
     dialog->show();
 }
 
+/// Puts a file aside that cannot be read, so that it is not written over.
 void ContactPanel::Load()
 {
     if (!QFile::exists(fileName)) {
         return;
     }
+    using namespace common::logger;
     tools::JsonFile file(fileName, tools::cipher::AES::machineKey());
     // What was enciphered with another key, or is damaged, loads as no document.
-    if (!file.Load() || !file.Document().isObject()) {
-        PutAside();
-        return;
-    }
-    const QJsonArray contacts = file.Object().value(contactsKey).toArray();
-    for (const QJsonValue& contact : contacts) {
-        Show(contact[nameKey].toString(), contact[addressKey].toString());
-    }
-    LOG_MESSAGE(common::logger::Info) << "contacts read: " << list->count();
-}
-
-/// Keeps a file that cannot be read from being written over.
-void ContactPanel::PutAside()
-{
-    const QString moment = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
-    const QString aside = fileName + u'.' + moment + QStringLiteral(".unreadable");
-    saves = QFile::rename(fileName, aside);
-    if (saves) {
-        LOG_MESSAGE(common::logger::Error) << "the contacts cannot be read; their file is kept as " << aside;
+    if (file.Load() && file.Document().isObject()) {
+        const QJsonArray kept = file.Object().value(contactsKey).toArray();
+        for (const auto& contact : kept) {
+            Insert(contact.toObject());
+        }
+        LOG_MESSAGE(Info) << "contacts read: " << list->count();
     } else {
-        LOG_MESSAGE(common::logger::Error) << "the contacts cannot be read from " << fileName
-                                           << "; what changes is not kept until that file is moved away";
+        const QString moment = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
+        const QString aside = fileName + u'.' + moment + QStringLiteral(".unreadable");
+        saves = QFile::rename(fileName, aside);
+        LOG_MESSAGE(Error) << "the contacts cannot be read from " << fileName
+                           << (saves ? QStringLiteral("; their file is kept as ") + aside
+                                     : QStringLiteral("; what changes is not kept until it is moved away"));
     }
 }
 
 void ContactPanel::Save() const
 {
-    if (!saves) {
-        LOG_MESSAGE(common::logger::Error)
-            << "the contacts are not written: " << fileName << " is in the way";
-        return;
-    }
-    QJsonArray contacts;
-    for (int row = 0; row < list->count(); ++row) {
-        const QListWidgetItem* const item = list->item(row);
-        contacts += QJsonObject{{nameKey, item->data(NameRole).toString()},
-                                {addressKey, item->data(AddressRole).toString()}};
-    }
     tools::JsonFile file(fileName, QJsonObject{{contactsKey, contacts}}, tools::cipher::AES::machineKey());
-    if (!file.Save()) {
+    if (!saves || !file.Save()) {
         LOG_MESSAGE(common::logger::Error) << "the contacts cannot be written to " << fileName;
     }
 }
 
-void ContactPanel::Show(const QString& name, const QString& address)
+void ContactPanel::Insert(const QJsonObject& contact)
 {
-    const auto contact = common::contact::CreateInstance(address, name);
-    const QString shown = contact->DisplayName().isEmpty() ? contact->DisplayText() : contact->DisplayName();
-    auto* const item = new QListWidgetItem(shown, list);
-    item->setToolTip(contact->DisplayText());
-    item->setData(NameRole, name);
-    item->setData(AddressRole, address);
+    const auto party =
+        common::contact::CreateInstance(contact[addressKey].toString(), contact[nameKey].toString());
+    const QString name = party->DisplayName();
+    auto* const item = new QListWidgetItem(name.isEmpty() ? party->DisplayText() : name, list);
+    item->setToolTip(party->DisplayText());
     list->sortItems();
-}
-
-void ContactPanel::RemoveCurrent()
-{
-    delete list->takeItem(list->currentRow());
-    Save();
+    contacts.insert(list->row(item), contact);
 }
 
 } // namespace vxphone

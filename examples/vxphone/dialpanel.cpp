@@ -1,4 +1,4 @@
-#include "dialpanel.h"
+#include "panels.h"
 
 #include <common/contact/inumbercontext.h>
 #include <common/sip/sipid.h>
@@ -19,45 +19,42 @@ namespace vxphone
 namespace
 {
 
-namespace number = common::contact::number;
-
 QString KindText(int kind)
 {
-    switch (kind) {
-    case number::ServiceNumber:
-        return DialPanel::tr("Number of the service");
-    case number::PhoneNumber:
-        return DialPanel::tr("Phone number");
-    case number::SipAddress:
-        return DialPanel::tr("SIP address");
-    default:
-        return DialPanel::tr("Skype name");
-    }
+    using namespace common::contact::number;
+    return kind == ServiceNumber ? DialPanel::tr("Number of the service")
+           : kind == PhoneNumber ? DialPanel::tr("Phone number")
+           : kind == SipAddress  ? DialPanel::tr("SIP address")
+                                 : DialPanel::tr("Skype name");
 }
 
-QLabel* ReadingLabel()
+/// What is left of a link when its scheme is gone.
+QString PlainAddress(const QString& text)
 {
-    auto* const label = new QLabel;
-    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    label->setTextFormat(Qt::PlainText);
-    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    return label;
+    QString plain = QUrl::fromPercentEncoding(text.toUtf8()).trimmed();
+    for (const QLatin1String scheme : {QLatin1String("callto:"), QLatin1String("tel:")}) {
+        if (plain.startsWith(scheme, Qt::CaseInsensitive)) {
+            plain = plain.mid(scheme.size());
+        }
+    }
+    while (plain.startsWith(u'/')) {
+        plain = plain.mid(1);
+    }
+    return plain;
 }
 
 } // namespace
 
-DialPanel::DialPanel(QWidget* parent)
-    : QWidget(parent)
-    , address(new QLineEdit)
-    , kind(ReadingLabel())
-    , dialled(ReadingLabel())
-    , shown(ReadingLabel())
+DialPanel::DialPanel()
+    : address(new QLineEdit)
+    , kind(new QLabel)
+    , dialled(new QLabel)
+    , shown(new QLabel)
     , call(new QPushButton(tr("&Call")))
     , keep(new QPushButton(tr("&Keep")))
 {
     address->setPlaceholderText(tr("Number or address"));
     address->setClearButtonEnabled(true);
-    address->setAccessibleName(tr("Number or address"));
     address->setValidator(new tools::CInsertionFixupValidator(tools::sip::SipId::AllSymbolRegExp(), address));
     QFont large = address->font();
     large.setPointSizeF(large.pointSizeF() * 1.4);
@@ -69,10 +66,14 @@ DialPanel::DialPanel(QWidget* parent)
     title->setBuddy(address);
     auto* const line = new QHBoxLayout;
     line->addWidget(address, 1);
-    line->addWidget(call);
-    line->addWidget(keep);
-    for (QPushButton* button : {call, keep}) {
+    for (QPushButton* const button : {call, keep}) {
         button->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding);
+        line->addWidget(button);
+    }
+    for (QLabel* const label : {kind, dialled, shown}) {
+        label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+        label->setTextFormat(Qt::PlainText);
+        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     }
     auto* const layout = new QFormLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -82,7 +83,11 @@ DialPanel::DialPanel(QWidget* parent)
     layout->addRow(tr("Shown as:"), shown);
 
     connect(address, &QLineEdit::textChanged, this, &DialPanel::ShowReading);
-    connect(address, &QLineEdit::returnPressed, call, &QPushButton::click);
+    connect(address, &QLineEdit::returnPressed, this, [this] {
+        if (!inCall) {
+            call->click();
+        }
+    });
     connect(call, &QPushButton::clicked, this, &DialPanel::ToggleCall);
     connect(keep, &QPushButton::clicked, this, [this] { Q_EMIT keepAsked(address->text()); });
     setFocusProxy(address);
@@ -91,18 +96,11 @@ DialPanel::DialPanel(QWidget* parent)
 
 void DialPanel::SetAddress(const QString& text)
 {
+    const QString plain = PlainAddress(text);
     if (inCall) {
-        waiting = text; // Shown when this call has ended.
+        waiting = plain;
+        Q_EMIT addressWaits(plain);
         return;
-    }
-    QString plain = QUrl::fromPercentEncoding(text.toUtf8()).trimmed();
-    for (const QLatin1String scheme : {QLatin1String("callto:"), QLatin1String("tel:")}) {
-        if (plain.startsWith(scheme, Qt::CaseInsensitive)) {
-            plain = plain.mid(scheme.size());
-        }
-    }
-    while (plain.startsWith(u'/')) {
-        plain = plain.mid(1);
     }
     address->setText(plain);
     address->setFocus();
@@ -110,19 +108,13 @@ void DialPanel::SetAddress(const QString& text)
 
 void DialPanel::ShowReading()
 {
-    const bool empty = address->text().isEmpty();
-    call->setEnabled(!empty || inCall);
-    keep->setEnabled(!empty);
-    if (empty) {
-        for (QLabel* label : {kind, dialled, shown}) {
-            label->setText(tr("–"));
-        }
-        return;
-    }
-    const auto reading = number::CreateInstance(address->text());
-    kind->setText(KindText(reading->Kind()));
-    dialled->setText(reading->Address());
-    shown->setText(reading->DisplayText());
+    const QString text = address->text();
+    call->setEnabled(!text.isEmpty());
+    keep->setEnabled(!text.isEmpty());
+    const auto reading = common::contact::number::CreateInstance(text);
+    kind->setText(text.isEmpty() ? tr("–") : KindText(reading->Kind()));
+    dialled->setText(text.isEmpty() ? tr("–") : reading->Address());
+    shown->setText(text.isEmpty() ? tr("–") : reading->DisplayText());
 }
 
 void DialPanel::ToggleCall()
@@ -130,7 +122,6 @@ void DialPanel::ToggleCall()
     inCall = !inCall;
     address->setReadOnly(inCall);
     call->setText(inCall ? tr("Ha&ng up") : tr("&Call"));
-    ShowReading();
     Q_EMIT callChanged(inCall, shown->text());
     if (!inCall && !waiting.isEmpty()) {
         SetAddress(std::exchange(waiting, QString()));

@@ -1,64 +1,50 @@
-#include "appearance.h"
 #include "logpane.h"
 #include "mainwindow.h"
 
-#include <common/logger/logger.h>
 #include <common/singleapp/qtsingleapplication.h>
 
 #include <QCommandLineParser>
 #include <QDir>
+#include <QPlainTextEdit>
 #include <QStandardPaths>
 
-namespace vxphone
-{
+using namespace common::logger;
 
 namespace
 {
 
-struct Options
+void ConfigureLog(const QString& file)
 {
-    QString address;
-    QString dataFolder;
-    bool dark = false;
-};
+    constexpr std::size_t maxFileSize = std::size_t{1024} * 1024;
+    constexpr int maxBackups = 2;
+    GetLog4cpp()->Configure(Info, RollingFile, PatternLayout, QString(), QStringLiteral("qt"), QString(),
+                            file, QString(), maxFileSize, maxBackups);
+}
 
-Options ReadOptions()
+} // namespace
+
+int main(int argc, char* argv[])
 {
+    QtSingleApplication application(QStringLiteral("vxphone"), argc, argv);
+    QtSingleApplication::setApplicationName(QStringLiteral("vxphone"));
+    QtSingleApplication::setOrganizationName(QStringLiteral("vxcommon"));
+
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("A miniature softphone window. It dials nothing."));
     parser.addHelpOption();
-    const QCommandLineOption callTo(QStringLiteral("callto"),
-                                    QStringLiteral("An address or link to call, such as tel:+74951234567."),
-                                    QStringLiteral("URL"));
-    const QCommandLineOption data(QStringLiteral("data"),
-                                  QStringLiteral("Where contacts and files are kept."),
-                                  QStringLiteral("FOLDER"));
-    const QCommandLineOption dark(QStringLiteral("dark"), QStringLiteral("Start in dark colours."));
-    parser.addOptions({callTo, data, dark});
-    parser.process(*QCoreApplication::instance());
-    QString folder = parser.value(data);
-    if (folder.isEmpty()) {
-        folder = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
-    }
-    return {parser.value(callTo), folder, parser.isSet(dark)};
-}
+    parser.addOption({QStringLiteral("callto"),
+                      QStringLiteral("An address or link to call, such as tel:+74951234567."),
+                      QStringLiteral("URL")});
+    parser.addOption({QStringLiteral("data"), QStringLiteral("Where contacts and files are kept."),
+                      QStringLiteral("FOLDER"),
+                      QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation)});
+    parser.process(application);
+    const QString address = parser.value(QStringLiteral("callto"));
+    const QDir dataFolder(parser.value(QStringLiteral("data")));
 
-void ConfigureLog(const QString& dataFolder)
-{
-    using namespace common::logger;
-    constexpr std::size_t maxFileSize = 1024 * 1024;
-    constexpr int maxBackups = 2;
-    GetLog4cpp()->Configure(Info, RollingFile, PatternLayout, QString(), QStringLiteral("qt"), QString(),
-                            QDir(dataFolder).filePath(QStringLiteral("vxphone.log")), QString(), maxFileSize,
-                            maxBackups);
-}
-
-int Run(QtSingleApplication& application)
-{
-    const Options options = ReadOptions();
     // To standard error, until this process is known to be the first and may write the log.
-    common::logger::GetLogger()->SetLevel(common::logger::Warn);
-    if (application.isRunning() && application.sendMessage(options.address)) {
+    GetLogger()->SetLevel(Warn);
+    if (application.isRunning() && application.sendMessage(address)) {
         return 0;
     }
     // If the first process ended in the meantime, this one has taken its place.
@@ -66,36 +52,22 @@ int Run(QtSingleApplication& application)
         qCritical("vxphone: the process that runs already does not answer; end it and try again");
         return 1;
     }
-    QDir().mkpath(options.dataFolder);
-    ConfigureLog(options.dataFolder);
-    ApplyColours(options.dark);
+    dataFolder.mkpath(QStringLiteral("."));
+    ConfigureLog(dataFolder.filePath(QStringLiteral("vxphone.log")));
 
-    auto* const pane = new LogPane;
-    PaneLogger logger(*common::logger::GetLog4cpp(), pane);
-    common::logger::SetLogger(&logger);
+    vxphone::PaneLogger logger(*GetLog4cpp());
+    SetLogger(&logger);
     int exitCode = 0;
     {
-        MainWindow window(options.dataFolder, pane, options.dark);
+        vxphone::MainWindow window(application, dataFolder, logger.Pane());
         QObject::connect(&application, &QtSingleApplication::messageReceived, &window,
-                         &MainWindow::TakeAddress);
+                         &vxphone::MainWindow::TakeAddress);
         application.setActivationWindow(&window, true);
-        window.TakeAddress(options.address);
+        window.TakeAddress(address);
         window.show();
         exitCode = QtSingleApplication::exec();
         application.setActivationWindow(nullptr, false);
     }
-    common::logger::SetLogger(common::logger::GetLog4cpp());
+    SetLogger(GetLog4cpp());
     return exitCode;
-}
-
-} // namespace
-
-} // namespace vxphone
-
-int main(int argc, char* argv[])
-{
-    QtSingleApplication application(QStringLiteral("vxphone"), argc, argv);
-    QtSingleApplication::setApplicationName(QStringLiteral("vxphone"));
-    QtSingleApplication::setOrganizationName(QStringLiteral("vxcommon"));
-    return vxphone::Run(application);
 }
