@@ -127,7 +127,11 @@ void CopyDir(benchmark::State& state)
         return common::Shell::CopyDir(from, to, QDir::Dirs | QDir::NoDotAndDotDot, false);
     });
 }
-BENCHMARK(CopyDir)->Name("copy of a tree by Shell::CopyDir/vxcommon")->Arg(smallTree)->Arg(largeTree)->UseRealTime();
+BENCHMARK(CopyDir)
+    ->Name("copy of a tree by Shell::CopyDir/vxcommon")
+    ->Arg(smallTree)
+    ->Arg(largeTree)
+    ->UseRealTime();
 
 void Cp(benchmark::State& state)
 {
