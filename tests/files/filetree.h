@@ -13,8 +13,8 @@
 #include <sys/stat.h>
 #endif
 
-/// Trees in short: "d/" is a directory, "d/f=text" a file, "d/l->a" a link, "p|" a fifo; a name with a
-/// leading dot is hidden.
+/// Trees in short: "d/" is a directory, "d/f=text" a file, "d/l->a" a link, "h=>d/f" one more name of a file,
+/// "p|" a fifo; a name with a leading dot is hidden.
 namespace filetree
 {
 
@@ -37,6 +37,8 @@ inline void Build(const QString& root, const QStringList& entries)
             std::filesystem::create_directories(path);
         } else if (entry.contains("->")) {
             std::filesystem::create_symlink(ToPath(entry.section("->", 1)), path);
+        } else if (entry.contains("=>")) {
+            std::filesystem::create_hard_link(ToPath(root + u'/' + entry.section("=>", 1)), path);
 #ifdef Q_OS_UNIX
         } else if (entry.endsWith('|')) {
             ::mkfifo(qPrintable(root + u'/' + entry.chopped(1)), S_IRUSR | S_IWUSR);

@@ -68,6 +68,9 @@ void TestFileCommands::givesUpAfterFiveAttempts()
     QCOMPARE(filetree::Snapshot(folder.path()), QStringList({"d/b=2", "f=1"}));
     QVERIFY(FileCommands::RenameDirectory(dir, path("d"), path("e")));
     QCOMPARE(filetree::Snapshot(folder.path()), QStringList({"e/b=2", "f=1"}));
+    // A success leaves nothing of an earlier failure.
+    QVERIFY(file.error() != QFile::NoError && FileCommands::CopyFile(file, path("e/f")));
+    QCOMPARE(file.error(), QFile::NoError);
 }
 
 void TestFileCommands::copyKeepsPermissions()

@@ -98,6 +98,8 @@ void AddCopiesOfThePlatform()
     AddRow("file without a size", "a=1", "F ./a t/a, F /proc/sys/kernel/ostype t/b", "1/2, 2/2, done",
            "+t/a=1, t/b=Linux\n");
     AddSameFile("onto what a link in a linked folder leads to", "d/e/l->../a, d/a=1, f->d/e", "f/l", "d/a");
+    AddSameFile("a link to a directory onto itself", "d/a=1, l->d", "l", "l");
+    AddRow("onto another name of the same file", "a=1, h=>a", "F a h", "1/1, done", "+", {exists.arg("h")});
     AddSameFile("itself through a linked folder", "d/a=1, e->d", "d/a", "e/a");
 }
 #else

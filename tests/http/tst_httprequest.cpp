@@ -8,6 +8,7 @@
 #include <common/tools/qcompressor.h>
 
 #include <QElapsedTimer>
+#include <QHttpMultiPart>
 #include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTest>
@@ -235,6 +236,7 @@ void TestHttpRequest::uploadIsWholeAgain()
     request->SetAttemptCountOnNetworkProblem(9);
     QVERIFY(request->Post());
     QTRY_VERIFY(told->Told().endsWith(success));
+    QVERIFY2(request->Reply()->findChild<QHttpMultiPart*>() != nullptr, "the form goes with the reply");
     QCOMPARE(server.requests.size(), 3);
     QVERIFY(server.requests.join().count("\r\n\r\n" + content + "\r\n--") == 3);
 
@@ -374,6 +376,8 @@ void TestHttpRequest::silence()
     request->SetTimeout(1);
     Get(slow);
     QTRY_COMPARE_WITH_TIMEOUT(told->Told(), success, 20000);
+    QTest::qWait(1200);
+    QCOMPARE(told->Told(), success); // Silence after the end is none either.
 
     FaultServer dead({{Response("200 OK", "body").chopped(1), Answer::Hang}});
     request->SetAttemptCountOnNetworkProblem(2);

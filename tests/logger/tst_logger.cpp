@@ -82,7 +82,8 @@ void TestLogger::qtLine()
     const auto line = [](const logger::Channel* channel, int level, unsigned int options, const char* file,
                          const char* function) {
         logger::Logger log;
-        log.Configure(100, 0, options, {}, {}, {}, {}, {}, 0, 0);
+        log.Configure(100, 0, options & ~1U, {}, {}, {}, {}, {}, 0, 0);
+        log.SetSourceShown((options & 1U) != 0);
         logger::Message(&log, channel, level, file, function, 12).GetStream() << "téxt";
         return lastQtLine.replace(time, "TIME");
     };

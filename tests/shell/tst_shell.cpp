@@ -116,7 +116,8 @@ void AddDirectories()
 #ifdef Q_OS_UNIX
     AddRow("onto its parent", "a/b/b/x=1", "CopyDir a/b a", true, "+a/b/x=1, a/x=1");
     AddRow("endless tree", "from/a/up->.., to/", "CopyDir from to", false, "from/a/up->.., to/a/");
-    AddRow("linked directory", "from/l->../d, d/x=1", "CopyDir from to", true, "+to/l/x=1");
+    AddRow("directory linked twice", "from/k->../d, from/l->../d, d/x=1", "CopyDir from to", true,
+           "+to/k/x=1, to/l/x=1");
 #endif
 }
 
@@ -231,10 +232,11 @@ void TestShell::scanFiles()
     QCOMPARE(Shell::ScanFiles(dir.filePath("none"), {}) + Shell::ScanFiles(path + "/x.txt", {}),
              QStringList());
 #ifdef Q_OS_UNIX
-    filetree::Build(dir.path(),
-                    {"s/up->..", "s/l->e", "s/e/gone->x", "s/e/p|", "far/s/a=", "far/b/c=", "m->far/b"});
+    filetree::Build(dir.path(), {"s/up->..", "s/k->e", "s/l->e", "s/e/gone->x", "s/e/p|",
+                                 "far/s/a=", "far/b/c=", "m->far/b"});
     filetree::Write(filetree::ToPath(path) / "no text \xff", {});
-    QCOMPARE(scan({"l", "gone", "p", "x*", "up"}), QStringList({"l/gone", "l/p", "x.txt"}));
+    QCOMPARE(scan({"k", "l", "gone", "p", "x*", "up"}),
+             QStringList({"k/gone", "k/p", "l/gone", "l/p", "x.txt"}));
     QCOMPARE(Shell::ScanFiles(dir.filePath("m/../s"), {}), QStringList{dir.filePath("far/s/a")});
     QVERIFY(std::filesystem::remove(filetree::ToPath(path) / "no text \xff"));
 #endif

@@ -126,6 +126,18 @@ void TestLocalPeer::claim()
     QVERIFY(IsTaken("claim"));
     first.reset();
     QVERIFY(!IsTaken("claim"));
+
+    // One that claims as soon as the lock is free keeps its socket.
+    QtLocalPeer heir(nullptr, "claim");
+    first = std::make_unique<QtLocalPeer>(nullptr, "claim");
+    QVERIFY(!first->isSecondary());
+    bool inherited = false;
+    connect(first.get(), &QObject::destroyed, this, [&] { inherited = !heir.isSecondary(); });
+    first.reset();
+    QVERIFY(inherited && SendFromElsewhere("claim", "to the heir"));
+    // A server that had to close opens again.
+    heir.findChild<QLocalServer*>()->close();
+    QTRY_VERIFY_WITH_TIMEOUT(heir.findChild<QLocalServer*>()->isListening(), 10000);
 }
 
 void TestLocalPeer::takeOverFromKilled()

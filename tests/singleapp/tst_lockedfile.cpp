@@ -152,15 +152,17 @@ void TestLockedFile::tooManyReaders()
         readers.push_back(std::make_unique<Holder>(path, QtLockedFile::ReadLock));
         QVERIFY(readers.back()->HasTaken());
     }
+    QtLockedFile refused(path);
+    QVERIFY(refused.open(QIODevice::ReadWrite));
+    QTest::ignoreMessage(QtWarningMsg, "QtLockedFile::lock(): too many readers");
+    QVERIFY2(!refused.lock(QtLockedFile::ReadLock, true), "fails at once instead of blocking");
     QtLockedFile file(path);
     QVERIFY(file.open(QIODevice::ReadWrite));
-    QTest::ignoreMessage(QtWarningMsg, "QtLockedFile::lock(): too many readers");
-    QVERIFY2(!file.lock(QtLockedFile::ReadLock, true), "fails at once instead of blocking");
     QVERIFY(!file.lock(QtLockedFile::WriteLock, false));
     readers.at(10)->LetGo();
     QVERIFY(file.lock(QtLockedFile::ReadLock, false));
     readers.clear();
-    QVERIFY(file.lock(QtLockedFile::WriteLock, false));
+    QVERIFY2(file.lock(QtLockedFile::WriteLock, false), "the refused one holds nothing");
 }
 
 void TestLockedFile::freedByDeath()

@@ -117,8 +117,8 @@ void TestJsonFile::failures()
     QCOMPARE(Failure({folder, ""}, &JsonFile::Save), "Failed to open file '" + folder + "' for write!");
     QCOMPARE(Failure({old + "/b/c", ""}, &JsonFile::Save),
              QString("Failed to create directory '%1/b'!\nFailed to open file '%1/b/c' for write!").arg(old));
-    QCOMPARE(Failure({old, QString(33, 'k')}, &JsonFile::Save),
-             "Failed to save document in file '" + old + "'!");
+    const QString keyOf33Bytes = QString(15, 'k') + "жжжжжжжжж";
+    QCOMPARE(Failure({old, keyOf33Bytes}, &JsonFile::Save), "Failed to save document in file '" + old + "'!");
     QVERIFY(IsUntouched());
 }
 

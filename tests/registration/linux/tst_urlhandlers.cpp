@@ -163,6 +163,7 @@ void TestUrlHandlers::desktopsOwnList()
     UserTree::Write(path, "[Default Applications]\nx-scheme-handler/tel=other.desktop\n"
                           "[Removed Associations]\nx-scheme-handler/tel=Maker.Phone-url-handler.desktop;\n");
     QVERIFY(ClickToCall::registerProtocols({"tel"}, "Phone", "Maker"));
+    QVERIFY2(ClickToCall::registerProtocols({"tel"}, "Phone", "Maker"), "once more changes nothing");
     QCOMPARE(UserTree::Read(path), "[Default Applications]\nx-scheme-handler/tel="
                                    "Maker.Phone-url-handler.desktop;other.desktop\n");
     QCOMPARE(ClickToCall::stateOfProtocols("Phone", "Maker"), QStringList("tel"));

@@ -39,8 +39,8 @@ void TestLinuxProcesses::init()
 {
     static int number = 0;
     dir = std::make_unique<QTemporaryDir>();
-    // Short enough for the kernel's name of the process.
-    name = QStringLiteral("vxl%1-%2").arg(QCoreApplication::applicationPid()).arg(++number);
+    // Short enough for the kernel's name of the process, which stands in parentheses where it is read.
+    name = QStringLiteral("vx%1) %2").arg(QCoreApplication::applicationPid()).arg(++number);
     program = dir->filePath(name);
     QVERIFY(QFile::copy(QStringLiteral(CHILD_PROGRAM), program));
 }
