@@ -47,9 +47,9 @@ public:
      *
      * The file is written aside and then put in the place of the old one, which stays as it was if the disk
      * is full or the process dies. Permissions are kept, access control lists and extended attributes are
-     * not. Where the folder does not allow that, and for a file of another user or with further names (hard
-     * links), and for what is no regular file, it is written in place. A symbolic link stays, and the file it
-     * leads to is written.
+     * not. Where the folder does not allow that, and for a file of another user or group or with further
+     * names (hard links), and for what is no regular file, it is written in place. A symbolic link stays, and
+     * the file it leads to is written.
      *
      * @return false if there is no file name, or the file cannot be opened or not be written as a whole, or
      * the key is not supported, which leaves the old file as it was
