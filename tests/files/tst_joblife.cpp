@@ -107,12 +107,48 @@ void TestRestartAndDestruction()
     QCOMPARE(destroyed.Lines().count("7 user abort detected!"), 1);
 }
 
+/// A receiver of the first progress may do anything with the job; what is told already goes on.
+template<class Job>
+void TestReceiver()
+{
+    const auto firstProgress = [](HeldJob<Job>& held, const std::function<void()>& action) {
+        held.leave.release();
+        QObject::connect(
+            held.job.get(), &Job::progress, &held.recorder, [action] { action(); }, Qt::SingleShotConnection);
+    };
+    const QStringList all = Steps(HeldJob<Job>::items, HeldJob<Job>::items, "done");
+
+    HeldJob<Job> waiting;
+    firstProgress(waiting, [&] { QCOMPARE(waiting.recorder.Wait(), all); });
+    QTRY_COMPARE(waiting.recorder.signalsSeen, all);
+    QTest::qWait(50);
+    QCOMPARE(waiting.recorder.signalsSeen, all);
+
+    HeldJob<Job> aborting;
+    firstProgress(aborting, [&] { aborting.job->Abort(false); });
+    QCOMPARE(aborting.recorder.Wait(), all);
+
+    HeldJob<Job> restarting;
+    firstProgress(restarting, [&] { Start(*restarting.job); });
+    const QStringList& seen = restarting.recorder.Wait();
+    QCOMPARE(seen.count("done"), 1);
+    QCOMPARE(seen.first(), all.first());
+    QCOMPARE(seen.last(), "done");
+
+    HeldJob<Job> destroying;
+    firstProgress(destroying, [&] { destroying.job.reset(); });
+    QTRY_VERIFY(!destroying.job);
+    QTest::qWait(50);
+    QCOMPARE(destroying.recorder.signalsSeen, all.mid(0, 1));
+}
+
 template<class Job>
 void TestLife()
 {
     TestAbort<Job>(true);
     TestAbort<Job>(false);
     TestRestartAndDestruction<Job>();
+    TestReceiver<Job>();
 }
 
 /// Starts, aborts and destroys in many ways, with signals on their way or delivered; nothing may go wrong.

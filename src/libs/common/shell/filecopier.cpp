@@ -35,7 +35,7 @@ bool FileCopier::Copy()
 
 void FileCopier::Abort(bool force)
 {
-    DropFileTask(task, force);
+    DropFileTask(task, this, force);
 }
 
 void FileCopier::AddSymlink(const QString& fileSourcePath, const QString& fileDestPath)

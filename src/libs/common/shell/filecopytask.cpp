@@ -132,8 +132,7 @@ int FileCopyTask::CopyAll()
                                               .arg(source, destination, QString::number(code));
             return code;
         }
-        ++current;
-        Q_EMIT progress(current, total);
+        Report(++current, total);
     }
     return 0;
 }

@@ -25,7 +25,7 @@ bool FileRemover::Remove()
 
 void FileRemover::Abort(bool force)
 {
-    DropFileTask(task, force);
+    DropFileTask(task, this, force);
 }
 
 void FileRemover::AddFile(const QString& filePath)

@@ -121,8 +121,7 @@ int FileRemoveTask::RemoveEach(const QStringList& paths, Step remove, const QStr
             LOG_MESSAGE(logger::Error) << failedText.arg(path, QString::number(code));
             return code;
         }
-        ++current;
-        Q_EMIT progress(current, total);
+        Report(++current, total);
     }
     return 0;
 }

@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QThread>
+#include <QTimer>
 
 #include <vector>
 
@@ -33,16 +34,12 @@ void FileTask::Start()
 {
     abortFlag = 0;
     if (!thread) {
-        const QString text = QStringLiteral("Thread variable is NULL!");
-        LOG_MESSAGE(logger::Error) << text;
-        Q_EMIT failed(traits.threadMissingCode, text);
+        Fail(traits.threadMissingCode, QStringLiteral("Thread variable is NULL!"));
         return;
     }
     thread->start(QThread::InheritPriority);
     if (!thread->isRunning() && !thread->isFinished()) {
-        const QString text = QStringLiteral("The system has no thread left!");
-        LOG_MESSAGE(logger::Error) << text;
-        Q_EMIT failed(traits.threadMissingCode, text);
+        Fail(traits.threadMissingCode, QStringLiteral("The system has no thread left!"));
     }
 }
 
@@ -71,15 +68,67 @@ void FileTask::run()
         code = WorkAll();
     }
     if (code != 0) {
-        const QString text = QString::fromLatin1(traits.failedText).arg(code);
-        LOG_MESSAGE(logger::Error) << text;
-        Q_EMIT failed(code, text);
+        Fail(code, QString::fromLatin1(traits.failedText).arg(code));
     } else {
         LOG_MESSAGE(logger::Info) << QString::fromLatin1(traits.finishedText).arg(timer.elapsed());
-        Q_EMIT succesed();
+        End(0, QString());
     }
     QThread::currentThread()->quit();
     workerDone = true;
+}
+
+void FileTask::Fail(int code, const QString& text)
+{
+    LOG_MESSAGE(logger::Error) << text;
+    End(code, text);
+}
+
+void FileTask::End(int code, const QString& text)
+{
+    endCode = code;
+    endText = text;
+    ended = true;
+    QMetaObject::invokeMethod(this, &FileTask::EmitReported, Qt::QueuedConnection);
+}
+
+void FileTask::Report(int current, int total)
+{
+    totalItems = total;
+    reportedItems = current;
+    if (!looking.exchange(true)) {
+        QMetaObject::invokeMethod(this, &FileTask::LookAtReports, Qt::QueuedConnection);
+    }
+}
+
+void FileTask::LookAtReports()
+{
+    if (reportedItems != emittedItems) {
+        // Before the signals: a slot may run an event loop of its own.
+        QTimer::singleShot(lookInterval, this, &FileTask::LookAtReports);
+    } else {
+        looking = false;
+    }
+    // Also if there was nothing new: the worker may have counted on this look until just now.
+    EmitReported();
+}
+
+void FileTask::EmitReported()
+{
+    const bool isEnd = ended; // Looked at first: all items were reported before it.
+    const int reached = reportedItems;
+    const QPointer<FileTask> self = this; // A slot may destroy the owner, or come here by a restart.
+    while (self && emittedItems < reached) {
+        Q_EMIT progress(++emittedItems, totalItems);
+    }
+    if (!self || !isEnd || endEmitted) {
+        return;
+    }
+    endEmitted = true;
+    if (endCode == 0) {
+        Q_EMIT succesed();
+    } else {
+        Q_EMIT failed(endCode, endText);
+    }
 }
 
 bool FileTask::IsAborted() const

@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <new>
@@ -38,8 +39,12 @@ struct FileTaskTraits
  * works on a thread of its own, which runs once. When that ends, the task deletes itself through the event
  * loop of its own thread.
  *
- * The abort flag is all that both threads use at once; the work lists in the classes below are the worker's
- * alone from Start on.
+ * The abort flag and how far the worker has come are all that both threads use at once; the work lists in the
+ * classes below are the worker's alone from Start on.
+ *
+ * The worker reports by numbers and wakes the other thread only if that is not looking by itself already: a
+ * wake-up for each item costs as much as the removal of a file. The signals come out on the task's own
+ * thread, none left out, at most `lookInterval` late.
  */
 class FileTask : public QObject
 {
@@ -49,6 +54,9 @@ public:
     /// The destructors of the classes below must call Abort first: the worker may still run what they take
     /// away.
     ~FileTask() override;
+
+    /// Emits the signals for all that the worker has reported by now. Belongs to the task's own thread.
+    void EmitReported();
 
 public Q_SLOTS:
     /// Waits until the worker has ended; with `force` it is told to stop at the next item.
@@ -65,13 +73,15 @@ private Q_SLOTS:
 protected:
     explicit FileTask(const FileTaskTraits& traits_);
 
-    /// Starts the worker; a task without a thread fails at once.
+    /// Starts the worker; without a thread the job fails.
     void Start();
 
     /// Turns directories into items. Like all steps on the worker it returns an error code, 0 for success.
     virtual int Scan() = 0;
-    /// Does the items one by one and reports progress.
+    /// Does the items one by one and reports each.
     virtual int WorkAll() = 0;
+    /// For the worker: `current` of `total` items are done.
+    void Report(int current, int total);
 
     /// To be asked before each step; logs that the answer is yes.
     bool IsAborted() const;
@@ -92,49 +102,88 @@ protected:
 private:
     Q_DISABLE_COPY(FileTask)
 
+    static constexpr std::chrono::milliseconds lookInterval{10};
+
+    /// Logs the text and ends the job with it.
+    void Fail(int code, const QString& text);
+    /// Reports the end, on whichever thread; code 0 is success.
+    void End(int code, const QString& text);
+    /// Emits, and looks again after a while, until nothing new was reported.
+    void LookAtReports();
+
     std::atomic<qint32> abortFlag = 0;
+
+    // Reported by the worker, read by the task's own thread; `ended` is written last.
+    std::atomic<int> reportedItems = 0;
+    std::atomic<int> totalItems = 0;
+    int endCode = 0;
+    QString endText;
+    std::atomic<bool> ended = false;
+
+    std::atomic<bool> looking = false; ///< A look at the reports is on its way.
+    int emittedItems = 0;
+    bool endEmitted = false;
+
     std::atomic<bool> workerDone = false; ///< The worker touches nothing of the task any more.
     std::unique_ptr<QThread> thread;      ///< Null if there was no memory for it.
 };
 
-/// Makes a task whose signals come out of `owner`, by way of its event loop; null if memory is short.
+/// Lets the signals of a task come out of its owner.
+template<class Task, class Owner>
+void ConnectFileTask(Task* task, Owner* owner, Qt::ConnectionType type)
+{
+    QObject::connect(task, &Task::progress, owner, &Owner::progress, type);
+    QObject::connect(task, &Task::succesed, owner, &Owner::succesed, type);
+    QObject::connect(task, &Task::failed, owner, &Owner::failed, type);
+}
+
+/// Makes a task for an owner; null if memory is short.
 template<class Task, class Owner, class... Lists>
 Task* CreateFileTask(Owner* owner, const Lists&... lists)
 {
     try {
         auto task = std::make_unique<Task>(lists...);
-        QObject::connect(task.get(), &Task::progress, owner, &Owner::progress, Qt::QueuedConnection);
-        QObject::connect(task.get(), &Task::succesed, owner, &Owner::succesed, Qt::QueuedConnection);
-        QObject::connect(task.get(), &Task::failed, owner, &Owner::failed, Qt::QueuedConnection);
+        ConnectFileTask(task.get(), owner, Qt::AutoConnection);
         return task.release();
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
 }
 
+/// From here on the owner's event loop has what the task has reported, and needs the task no more.
+template<class Task, class Owner>
+void PassReported(Task* task, Owner* owner)
+{
+    QObject::disconnect(task, nullptr, owner, nullptr);
+    ConnectFileTask(task, owner, Qt::QueuedConnection);
+    task->EmitReported();
+}
+
 /// Ends the owner's job, if there is one, and lets go of it.
-template<class Task>
-void DropFileTask(QPointer<Task>& task, bool force)
+template<class Task, class Owner>
+void DropFileTask(QPointer<Task>& task, Owner* owner, bool force)
 {
     if (task) {
         task->Abort(force);
+        PassReported(task.data(), owner);
         task->deleteLater();
         task.clear();
     }
 }
 
-/// DropFileTask for an owner that goes away. The task goes with it: an event loop may never run again.
+/// For an owner that goes away. The task goes with it: an event loop may never run again.
 template<class Task>
-void DestroyFileTask(QPointer<Task>& task)
+void DestroyFileTask(const QPointer<Task>& task)
 {
-    const QPointer<Task> dropped = task;
-    DropFileTask(task, true);
-    delete dropped.data();
+    if (task) {
+        task->Abort(true);
+        delete task.data();
+    }
 }
 
 /**
  * Ends the owner's job, if there is one, and puts a new one in its place, not yet started. Of the old job
- * only the signals that are on their way already still come out of the owner.
+ * only what is reported already still comes out of the owner, by its event loop.
  *
  * @return false if memory is short; the owner's `failed` has then been emitted and may have done anything
  */
@@ -144,9 +193,11 @@ bool ReplaceFileTask(QPointer<Task>& task, Owner* owner, const FileTaskTraits& t
     const logger::Channel& logChannel = traits.channel;
     LOG_MESSAGE(logger::Debug) << traits.startText;
     if (task) {
+        PassReported(task.data(), owner);
         QObject::disconnect(task, nullptr, owner, nullptr);
+        task->Abort(true);
+        task->deleteLater();
     }
-    DropFileTask(task, true);
     task = CreateFileTask<Task>(owner, lists...);
     if (!task) {
         const QString text = QString::fromLatin1(traits.taskMissingText);
