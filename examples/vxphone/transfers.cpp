@@ -61,7 +61,6 @@ private:
         download = common::http::CreateFileDownload(&network, this);
         download->SetUrl(url);
         download->SetFilePath(part);
-        download->SetIgnoreSSLErrors(false); // By default any certificate will do.
         connect(download, &IFileDownload::progress, this, [this](qint64 received, qint64 total) {
             const QString size = QLocale().formattedDataSize(received);
             const QString of = tr("%1 of %2").arg(size, QLocale().formattedDataSize(total));
