@@ -14,6 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -117,11 +118,9 @@ bool Remove(const Work& work)
 
 bool RunProgram(std::vector<std::string> words)
 {
-    std::vector<char*> arguments;
-    for (std::string& word : words) {
-        arguments.push_back(word.data());
-    }
-    arguments.push_back(nullptr);
+    std::vector<char*> arguments(words.size() + 1, nullptr);
+    std::transform(words.begin(), words.end(), arguments.begin(),
+                   [](std::string& word) { return word.data(); });
     pid_t child = 0;
     int status = -1;
     return posix_spawnp(&child, arguments.front(), nullptr, nullptr, arguments.data(), environ) == 0 &&

@@ -39,8 +39,9 @@ int RunServer(int argc, char** argv)
     if (peer.isSecondary() || !bare.listen(bareName)) {
         return 1;
     }
-    std::puts("listening");
-    std::fflush(stdout);
+    if (std::puts("listening") < 0 || std::fflush(stdout) != 0) {
+        return 1;
+    }
     return QCoreApplication::exec();
 }
 
@@ -88,7 +89,7 @@ int main(int argc, char** argv)
     QProcess server;
     server.start(QCoreApplication::applicationFilePath(), {QStringLiteral("serve")});
     if (!server.waitForReadyRead(10000)) {
-        std::fputs("the other process does not start\n", stderr);
+        qCritical("the other process does not start");
         return 1;
     }
     benchmark::Initialize(&argc, argv);
