@@ -49,7 +49,8 @@ union DefaultLoggerStorage {
     constexpr DefaultLoggerStorage()
         : logger()
     {}
-    ~DefaultLoggerStorage() {}
+    // A defaulted one would be deleted.
+    ~DefaultLoggerStorage() {} // NOLINT(modernize-use-equals-default)
 
     DefaultLogger logger;
 };
