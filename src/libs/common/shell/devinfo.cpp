@@ -30,7 +30,7 @@ QString DeviceInfo::GetSerialNumber()
         return serial.text;
     }
     const QString& alternative = GetAlternativeDeviceId();
-    const QString identity = alternative.isEmpty() ? GeneratedIdentity() : alternative;
+    QString identity = alternative.isEmpty() ? GeneratedIdentity() : alternative;
     LOG_MESSAGE(logger::Crit) << "GetPlatformSerialNumber failed. Error: (" << serial.error
                               << "), Use Uuid: " << identity;
     return identity;
