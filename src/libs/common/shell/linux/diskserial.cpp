@@ -99,7 +99,7 @@ QString KernelSerial(const QString& disk)
 {
     // virtio; NVMe and MMC.
     for (const char* name : {"/serial", "/device/serial"}) {
-        const QString serial = QString::fromLocal8Bit(ReadAll(disk + QLatin1String(name))).trimmed();
+        QString serial = QString::fromLocal8Bit(ReadAll(disk + QLatin1String(name))).trimmed();
         if (!serial.isEmpty()) {
             return serial;
         }
