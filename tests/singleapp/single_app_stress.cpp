@@ -40,7 +40,7 @@ bool WaitFor(const std::function<bool()>& condition)
 void Say(const QByteArray& line)
 {
     std::puts(line.constData());
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout));
 }
 
 /// One of the many: waits for the starting shot, then hands over its text or is the first, which goes on
@@ -51,7 +51,7 @@ int RunPeer(const QString& appId, const QString& text)
     QObject::connect(&peer, &QtLocalPeer::messageReceived, &peer,
                      [](const QString& message) { Say("received " + message.toUtf8()); });
     Say("ready");
-    std::getchar();
+    static_cast<void>(std::getchar());
     for (int tries = 0; peer.isSecondary(); ++tries) {
         if (tries == maxTries) {
             Say("failed");
@@ -121,6 +121,7 @@ bool Storm(int round, int size, bool killFirst)
 {
     const QString appId = QStringLiteral("storm%1").arg(round);
     std::vector<std::unique_ptr<Peer>> peers;
+    peers.reserve(static_cast<std::size_t>(size));
     for (int i = 0; i < size; ++i) {
         peers.push_back(std::make_unique<Peer>(appId, QString::number(i)));
     }
@@ -212,7 +213,7 @@ QByteArray Claim(quint32 length)
 /// As much as the other side takes of 4 GiB, in MiB, until it ends the connection or takes no more.
 int Flood(QLocalSocket& socket)
 {
-    const QByteArray piece(1024 * 1024, 'x');
+    const QByteArray piece(qsizetype{1024} * 1024, 'x');
     int written = 0;
     while (written < 4096 && socket.state() == QLocalSocket::ConnectedState) {
         socket.write(piece);
@@ -239,6 +240,7 @@ bool Hostile(int round)
     const int taken = Flood(*Client(name, Claim(16 * 1024 * 1024)));
     const int takenFromLiar = Flood(*Client(name, Claim(0xffffffff)));
     std::vector<std::unique_ptr<QLocalSocket>> crowd;
+    crowd.reserve(500);
     for (int i = 0; i < 500; ++i) {
         crowd.push_back(Client(name, i < 16       ? Claim(16 * 1024 * 1024) + "x"
                                      : i % 2 == 0 ? QByteArray()
@@ -280,7 +282,7 @@ int main(int argc, char** argv)
     bool good = rounds > 0;
     for (int round = 1; round <= rounds; ++round) {
         good = (what == "hostile" ? Hostile(round) : Storm(round, size, what == "kill")) && good;
-        std::fflush(stdout);
+        static_cast<void>(std::fflush(stdout));
     }
     std::puts(good ? "passed" : "FAILED");
     return good ? 0 : 1;

@@ -52,7 +52,7 @@ int RunImpostor(int argc, char** argv)
         socket->write("ack");
     });
     std::puts("listening");
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout));
     return QCoreApplication::exec();
 }
 

@@ -37,7 +37,7 @@ int RunChild(int argc, char** argv)
     QCoreApplication application(argc, argv);
     QtLocalPeer peer(&application, QString::fromLocal8Bit(argv[2]));
     std::puts(peer.isSecondary() ? "second" : "first");
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout));
     return QCoreApplication::exec();
 }
 
@@ -101,7 +101,7 @@ void TestLocalPeer::handOver_data()
     QTest::newRow("nothing") << "";
     QTest::newRow("beyond Latin") << u"\u0442\u0435\u0441\u0442 \U0001F4DE"_qs;
     QTest::newRow("zero inside") << u"a\0b"_qs;
-    QTest::newRow("a megabyte") << QString(1024 * 1024, u'x');
+    QTest::newRow("a megabyte") << QString(qsizetype{1024} * 1024, u'x');
 }
 
 void TestLocalPeer::handOver()
@@ -283,7 +283,7 @@ void TestLocalPeer::longTextsAreCounted()
         clients.back()->flush();
         QCoreApplication::processEvents();
     }
-    QVERIFY2(SendFromElsewhere("long", QString(64 * 1024, u'x')), "shorter ones get through");
+    QVERIFY2(SendFromElsewhere("long", QString(qsizetype{64} * 1024, u'x')), "shorter ones get through");
     QTRY_COMPARE(received.size(), 3);
     QVERIFY2(SendFromElsewhere("long", QString(64 * 1024 + 1, u'x')), "the room is given back");
 }

@@ -48,7 +48,7 @@ int RunChild(char* path)
     QtLockedFile file(QString::fromLocal8Bit(path));
     const bool taken = file.open(QIODevice::ReadWrite) && file.lock(QtLockedFile::WriteLock, false);
     std::puts(taken ? "taken" : "busy");
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout));
     return std::getchar() == EOF ? 0 : 1;
 }
 
