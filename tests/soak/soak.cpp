@@ -208,7 +208,7 @@ void Soak::Report()
                 EntriesOf("/proc/self/task"), counts.lines, counts.downloads, counts.downloadsFailed,
                 counts.downloadsWrong, counts.jobsStarted, counts.copies, counts.copiesFailed,
                 counts.removals, counts.removalsFailed, counts.sleeps, counts.wakes);
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout));
     const int ended = counts.copies + counts.copiesFailed + counts.removals + counts.removalsFailed;
     if (clock.elapsed() > duration && ended == counts.jobsStarted) {
         logTimer.stop();
@@ -223,14 +223,14 @@ int main(int argc, char* argv[])
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() != 6) {
-        std::fprintf(stderr, "usage: soak SECONDS FOLDER URL SIZE MD5\n");
+        static_cast<void>(std::fputs("usage: soak SECONDS FOLDER URL SIZE MD5\n", stderr));
         return 2;
     }
     using namespace common::logger;
     SetLogger(GetLog4cpp());
     const QString log = QDir(arguments.at(2)).filePath(QStringLiteral("log/soak.log"));
     GetLogger()->Configure(Debug, RollingFile, PatternLayout, {}, QStringLiteral("qt"), {}, log, {},
-                           1024 * 1024, 500);
+                           std::size_t{1024} * 1024, 500);
     const Soak soak(arguments);
     return QCoreApplication::exec();
 }

@@ -27,7 +27,7 @@ constexpr qsizetype chunkSize = 32768;
 QByteArray Noise(qsizetype size)
 {
     QByteArray bytes(size, Qt::Uninitialized);
-    std::generate(bytes.begin(), bytes.end(), std::minstd_rand(1));
+    std::generate(bytes.begin(), bytes.end(), std::minstd_rand(1)); // NOLINT(cert-msc32-c,cert-msc51-cpp)
     return bytes;
 }
 
