@@ -38,20 +38,26 @@ void TestHttpCommands::commands_data()
          "body"});
     row("retried", {"get", "URL", "--attempts", "2", "--interval", "0"}, {busy, ok}, 0,
         {"GET / ", "", "body"});
+    row("busy to the end", {"get", "URL"}, {busy}, 1, {"", "vxtool get: error 299: "});
     row("steers no terminal", {"get", "URL"}, {{Response("404 \x1b[31m\x9b", "")}}, 1,
         {"", "replied: \\x1b[31m\\x9b\n"});
     row("silence", {"get", "URL", "--timeout", "1"}, {{"", Answer::Hang}}, 1,
         {"", "error 4: Request timed out"});
+    row("no redirect", {"get", "URL", "--redirect", "manual"},
+        {{Response("302 Found", "r", "Location: /\r\n")}}, 0, {"", "", "r"});
     row("post JSON", {"post", "URL", "--json", "JSON"}, {ok}, 0, {"\r\n\r\n{\"n\":[1]}"});
     row("post a form", {"post", "URL", "--form", "b=&", "--form", "a=="}, {ok}, 0, {"\r\n\r\na=%3D&b=%26"});
     row("post files", {"post", "URL", "--text", "t=x", "--file", "f=JSON"}, {ok}, 0, {"filename=\"json\""});
+    row("post a missing file", {"post", "URL", "--file", "f=FILE/none"}, {ok}, 1, {"", "could not be sent"});
     row("download", {"download", "URL", "FILE", "--size", "4", "--md5", "841A2D689AD86BD1611447453C22C6FC"},
         {ok}, 0, {"GET / ", "100 % of 4 B", "file: 4 B in "});
     row("download, wrong size", {"download", "URL", "FILE", "--size", "5"}, {ok}, 1,
         {"", "error 900103: Download verification failed!\n"});
     misused({"post", "URL", "--form", "a=b", "--text", "a=b"}, "exclude each other");
     misused({"get", "URL", "--interval", "-5"}, "--interval takes a number from 0 to 2147483647");
+    misused({"get", "URL", "--attempts", "0"}, "--attempts takes a number from 1 to");
     misused({"download", "URL", "FILE", "--timeout", "9999999999"}, "--timeout takes a number from 0 to");
+    misused({"download", "URL"}, "a URL and a file are needed");
     misused({"get", "URL", "--header", "X: a\r\nY: b"}, "--header takes no line breaks");
     misused({"post", "URL", "--text", "a\nY: b=c"}, "names of parts and files hold no line breaks");
     misused({"get", "URL", "--client-cert", "JSON"}, "must be in PEM");

@@ -3,6 +3,7 @@
 #include <common/vxcommon_features.h>
 
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -83,6 +84,7 @@ void TestVxtool::answers_data()
         "version   minor\n1.2.0.0   2\n10.0.0.0  0\n");
     row("process|exists|no such process", "", "false\tno such process\n", 1);
     row("process|wait|--timeout|100", "none\n", "0\tnone\n");
+    row("shortcut|target|/no/such/folder/x", "", "", 1);
     row("start|no such program|--json|-x", "", "", 1); // options of the program that is started
     row("component|register|--admin|--json|none", "", "{\"result\":\"0x80004002\",\"file\":\"none\"}\n", 1);
     row("--callto|tel:+49 1", "", "--callto tel:+49 1\n");
@@ -91,7 +93,10 @@ void TestVxtool::answers_data()
     row("decrypt|--key|0123456789abcdef0", "4o9ssVeElvk8ggRy+7hc7g==", "hello\n"); // without the padding
     row("encrypt|--key|0123456789abcdef0|--raw", "hello",
         "\xe2\x8f\x6c\xb1\x57\x84\x96\xf9\x3c\x82\x04\x72\xfb\xb8\x5c\xee");
+    row("md5|--file", "a\n", "60b725f10c9c85c70d97880dfe8191b3\n");
     row("hex", "ж\r\na", "d0b6\n61\n");
+    row("uuidform|--group|4|abcd", "", "{6162-6364}\n");
+    row("split|--utf8|4|абв", "", "2\t4\tаб\n1\t2\tв\n");
     row("links|--json", "ж\nhttp://a.com.", "{\"start\":2,\"length\":12,\"text\":\"http://a.com\"}\n");
 #if VXCOMMON_HAS_QREGEXP
     row("sip|check", "a@b.quollsip.com\nb\n\n c",
@@ -99,6 +104,13 @@ void TestVxtool::answers_data()
     row("sip|check|a\tb\nc", "", "SymbolError\ta\\tb\\nc\n", 1); // a row stays one line
     row("sip|check|--table|--columns|id|12345678901234567890123456789012345678901234567890", "",
         "id\n1234567890123456789012345678901234567890123…\n", 1);
+    row("sip|parse|--json|\"A\" <sip:a@b.com:5060;x>", "",
+        "{\"ok\":true,\"user\":\"a\",\"domain\":\"b.com\",\"name\":\"A\",\"extension\":\"\",\"port\":"
+        "\"5060\"}\n");
+    row("contact|--name|Ann|skype:ANN", "",
+        "SkypeName\tann\tskype: ann\tann@skype.com\tann\tskype.com\t\tAnn\n");
+    row("password|good-enough|bad", "", "true\tgood-enough\nfalse\tbad\n", 1);
+    row("web|--columns|locale|a@b.ru", "", "LocaleRu\n");
 #endif
 
     const std::pair<const char*, const char*> wrongUsage[] = {
@@ -106,10 +118,13 @@ void TestVxtool::answers_data()
         {"nonsense", "\"nonsense\""},
         {"version|parse|--frob", "frob"},
         {"version|parse|--columns|major,frob|1", "\"frob\""},
+        {"copydir|a", "destination"},
         {"process|wait|--timeout|long|x", "--timeout"},
         {"--log|x|--log-level|loud|version|parse|1", "0 to 7"},
         {"--log|/no/such/folder/a.log|version|parse|1", VXCOMMON_HAS_LOG4CPP ? "a.log" : "no log4cpp"},
         {"encrypt|--key|0123456789abcdef0123456789abcdef0|x", "32 bytes"},
+        {"uuidform|x", "--group"},
+        {"split|--utf8|4|--ucs2|4|x", "either"},
     };
     for (const auto& [arguments, complaint] : wrongUsage) {
         row(arguments, "", complaint, 2);
@@ -178,11 +193,15 @@ void TestVxtool::files()
     verify("copy|a|d/|t", 0, "3 items copied\n",
            {"a=1", "d/b=2", "d/e/c=3", "t/a=1", "t/d/b=2", "t/d/e/c=3"});
     verify("copy|a|d/|x", 2, "is no folder", before);
+    verify("copy|a", 2, "are needed", before);
     verify("copy|x|y", 1, "error 700103: Copying failed with error '700103'!", before);
     verify("remove|d|a|x", 0, "6 items removed\n", {"t/"});
+    verify("remove", 2, "is needed", before);
     verify("remove|/", 2, "all there is", before);
     verify("remove|", 2, "names nothing", before);
     verify("copy||x", 2, "names nothing", before);
+    const QRegularExpression timing("^1 item copied in [0-9]+\\.[0-9]{3} s, [0-9]+ items?/s\n$");
+    QVERIFY(timing.match(Run("copy|--timing|a|x").output).hasMatch());
 #ifdef Q_OS_UNIX
     filetree::Build(dir->path(), {"l->d/e"});
     QCOMPARE(Run("remove|l/../b").exitCode, 0);
