@@ -1,4 +1,5 @@
-/// Copying and removing trees, against the programs of the system that do the same. The files lie in TMPDIR.
+/// Copying and removing trees, against the programs of the system that do the same. The files lie on the disk
+/// (in TMPDIR) and, where there is such a file system, in memory: there nothing counts but the work itself.
 
 #include <common/shell/filecopier.h>
 #include <common/shell/fileremover.h>
@@ -30,14 +31,27 @@ namespace
 namespace fs = std::filesystem;
 
 constexpr std::int64_t largeTree = 50000;
-constexpr std::int64_t hugeTree = 4 * largeTree; ///< Shows that the cost of a file stays the same.
+constexpr std::int64_t hugeTree = 4 * largeTree; ///< In memory only: a disk would take minutes.
 constexpr std::int64_t filesPerFolder = 100;
 constexpr std::int64_t bigFileSize = std::int64_t{2} << 30;
+
+const char* const memory = "/dev/shm";
+
+bool HasRoomInMemory()
+{
+    std::error_code error;
+    const fs::space_info space = fs::space(memory, error);
+    return !error && space.available > std::uintmax_t{4} << 30;
+}
 
 /// A folder for one benchmark, with a source tree in it.
 class Work
 {
 public:
+    explicit Work(const fs::path& place = fs::temp_directory_path())
+        : folder(QString::fromStdString((place / "bench_files").string()))
+    {}
+
     fs::path Source() const { return Path("source"); }
     fs::path Target() const { return Path("target"); }
 
@@ -146,11 +160,11 @@ void Measure(benchmark::State& state, const Work& work, const Prepare& prepare, 
     }
 }
 
-void CopyTree(benchmark::State& state, const char* variant)
+void CopyTree(benchmark::State& state, const char* variant, const fs::path& place)
 {
     const std::string name = variant;
     const std::int64_t files = state.range(0);
-    const Work work;
+    const Work work(place);
     work.MakeTree(files);
     Measure(
         state, work, [] {},
@@ -175,10 +189,10 @@ void CopyBigFile(benchmark::State& state, bool ours)
     state.SetBytesProcessed(state.iterations() * bigFileSize);
 }
 
-void RemoveTree(benchmark::State& state, bool ours)
+void RemoveTree(benchmark::State& state, bool ours, const fs::path& place)
 {
     const std::int64_t files = state.range(0);
-    const Work work;
+    const Work work(place);
     work.MakeTree(files);
     Measure(
         state, work, [&] { work.CopyTree(); },
@@ -206,27 +220,33 @@ void ListMemory(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * items);
 }
 
+template<class Benchmark>
+Benchmark* Once(Benchmark* benchmark)
+{
+    return benchmark->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+}
+
+void RegisterTrees(const std::string& where, const fs::path& place, const std::vector<std::int64_t>& sizes)
+{
+    const auto trees = [&](const std::string& name, auto... arguments) {
+        Once(benchmark::RegisterBenchmark(name.c_str(), arguments..., place))->ArgsProduct({sizes});
+    };
+    trees("copy of a tree" + where + "/vxcommon", CopyTree, "vxcommon");
+    trees("copy of a tree" + where + "/with a progress receiver", CopyTree, "listening");
+    trees("copy of a tree" + where + "/cp -r", CopyTree, "cp");
+    trees("removal of a tree" + where + "/vxcommon", RemoveTree, true);
+    trees("removal of a tree" + where + "/rm -rf", RemoveTree, false);
+}
+
 void Register()
 {
-    const auto once = [](auto* benchmark) {
-        return benchmark->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
-    };
-    for (const std::int64_t files : {std::int64_t{1000}, largeTree, hugeTree}) {
-        const auto tree = [&](auto* benchmark) {
-            once(benchmark)->Arg(files);
-            if (files == hugeTree) {
-                benchmark->Repetitions(1); // Takes minutes.
-            }
-        };
-        tree(benchmark::RegisterBenchmark("copy of a tree/vxcommon", CopyTree, "vxcommon"));
-        tree(benchmark::RegisterBenchmark("copy of a tree/with a progress receiver", CopyTree, "listening"));
-        tree(benchmark::RegisterBenchmark("copy of a tree/cp -r", CopyTree, "cp"));
-        tree(benchmark::RegisterBenchmark("removal of a tree/vxcommon", RemoveTree, true));
-        tree(benchmark::RegisterBenchmark("removal of a tree/rm -rf", RemoveTree, false));
+    RegisterTrees("", fs::temp_directory_path(), {1000, largeTree});
+    if (HasRoomInMemory()) {
+        RegisterTrees(" in memory", memory, {1000, largeTree, hugeTree});
     }
-    once(benchmark::RegisterBenchmark("copy of a file of 2 GiB/vxcommon", CopyBigFile, true));
-    once(benchmark::RegisterBenchmark("copy of a file of 2 GiB/cp --reflink=auto", CopyBigFile, false));
-    once(benchmark::RegisterBenchmark("list of a copier/vxcommon", ListMemory));
+    Once(benchmark::RegisterBenchmark("copy of a file of 2 GiB/vxcommon", CopyBigFile, true));
+    Once(benchmark::RegisterBenchmark("copy of a file of 2 GiB/cp --reflink=auto", CopyBigFile, false));
+    Once(benchmark::RegisterBenchmark("list of a copier/vxcommon", ListMemory));
 }
 
 } // namespace
@@ -237,7 +257,12 @@ int main(int argc, char* argv[])
 {
     const QCoreApplication application(argc, argv);
     bench::Register();
-    benchmark::Initialize(&argc, argv);
+    // A disk is at times slower than at others: ours and the peers take turns.
+    std::string turns = "--benchmark_enable_random_interleaving=true";
+    std::vector<char*> arguments(argv, argv + argc);
+    arguments.push_back(turns.data());
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     return 0;

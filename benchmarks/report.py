@@ -62,6 +62,8 @@ def cell(benchmark):
         text += f", {benchmark['bytes_per_second'] / 1e6:.4g} MB/s"
     if "peak_mib" in benchmark:
         text += f", {benchmark['peak_mib']:.3g} MiB"
+    if "bytes an item" in benchmark:
+        text += f", {benchmark['bytes an item']:.3g} bytes"
     return text
 
 

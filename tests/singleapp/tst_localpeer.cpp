@@ -135,9 +135,19 @@ void TestLocalPeer::claim()
     connect(first.get(), &QObject::destroyed, this, [&] { inherited = !heir.isSecondary(); });
     first.reset();
     QVERIFY(inherited && SendFromElsewhere("claim", "to the heir"));
-    // A server that had to close opens again.
-    heir.findChild<QLocalServer*>()->close();
-    QTRY_VERIFY_WITH_TIMEOUT(heir.findChild<QLocalServer*>()->isListening(), 10000);
+    // A server that had to close opens again, and tells once why it cannot.
+    auto* const server = heir.findChild<QLocalServer*>();
+    const QString path = server->fullServerName();
+    server->close();
+#ifdef Q_OS_LINUX
+    const QRegularExpression complaint("listen on local socket failed");
+    QTest::ignoreMessage(QtWarningMsg, complaint);
+    QTest::failOnWarning(complaint);
+    QVERIFY(QDir().mkdir(path));
+    QTest::qWait(11000); // Two tries.
+    QVERIFY(!server->isListening() && QDir().rmdir(path));
+#endif
+    QTRY_VERIFY_WITH_TIMEOUT(server->isListening(), 10000);
 }
 
 void TestLocalPeer::takeOverFromKilled()
