@@ -11,13 +11,20 @@ say "Configuring and generating (lint)"
 # The benchmarks and their peers are part of what is read; moc's output must be there to be included.
 quietly cmake --preset dev -B build/lint -DVXCOMMON_BUILD_BENCHMARKS=ON
 quietly cmake --build build/lint
+# The fuzz targets are built by clang only, so their commands stand elsewhere.
+quietly cmake --preset fuzz -B build/lint-fuzz
 
 sources=("$@")
 if [ ${#sources[@]} -eq 0 ]; then
     mapfile -t sources < <(git ls-files '*.cpp' ':!:*/win/*' ':!:*_none.cpp' ':!:examples/consumer')
 fi
 say "Running clang-tidy on ${#sources[@]} sources"
-printf '%s\n' "${sources[@]}" | xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p build/lint 2> >(grep -v 'warnings generated' >&2)
+# $1: the folder with the compile commands; the sources come from standard input.
+tidy() { xargs -r -P "$(nproc)" -n 4 clang-tidy --quiet -p "$1" 2> >(grep -v 'warnings generated' >&2); }
+result=0
+printf '%s\n' "${sources[@]}" | { grep -v '^fuzz/' || true; } | tidy build/lint || result=1
+printf '%s\n' "${sources[@]}" | { grep '^fuzz/' || true; } | tidy build/lint-fuzz || result=1
+[ $result -eq 0 ] || die "clang-tidy has found something"
 
 say "Running cppcheck"
 cppcheck --quiet --std=c++17 --language=c++ --library=qt --enable=warning,performance,portability --inline-suppr \

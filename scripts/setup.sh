@@ -22,7 +22,7 @@ packages_of() {
     fuzz) echo "$build clang" ;;
     docs) echo "doxygen" ;;
     package) echo "dpkg-dev python3" ;;
-    lint) echo "$build clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev libdeflate-dev" ;;
+    lint) echo "$build clang clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev libdeflate-dev" ;;
     *) die "unknown group \"$1\"; known are: demo gui-demo test windows bench fuzz docs package lint" ;;
     esac
 }

@@ -31,7 +31,7 @@ namespace
 bool Tell(const char* part, bool good, const QString& found)
 {
     std::printf("%-8s %-16s %s\n", good ? "ok" : "FAILED", part, qPrintable(found));
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout));
     return good;
 }
 

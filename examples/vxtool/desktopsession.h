@@ -10,7 +10,7 @@ class DesktopSession
 {
 public:
     DesktopSession();
-    ~DesktopSession();
+    ~DesktopSession(); // NOLINT(performance-trivially-destructible): it has work to do on Windows.
 
 private:
     Q_DISABLE_COPY(DesktopSession)

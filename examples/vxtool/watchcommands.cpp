@@ -55,7 +55,7 @@ void PrintSignal(const QString& signal)
 {
     const QString time = QDateTime::currentDateTime().toString(Qt::ISODateWithMs);
     PrintLine(time + u'\t' + signal);
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout));
 }
 
 QSharedPointer<common::IdleWatcher> WatchIdle(QObject* context)
