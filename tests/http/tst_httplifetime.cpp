@@ -25,6 +25,7 @@ private Q_SLOTS:
     void init() { Renew(); }
     void actionInsideSignal_data();
     void actionInsideSignal();
+    void sendInsideSend();
     void manyInParallel();
 
 public Q_SLOTS:
@@ -133,6 +134,27 @@ void TestHttpLifetime::actionInsideSignal()
     } else if (what == "delete" || answer.interval > 0) {
         QCOMPARE(told->Told(), QString());
     }
+}
+
+// A slot of the manager hears of each reply that is aborted, and always sends again.
+void TestHttpLifetime::sendInsideSend()
+{
+    FaultServer server({{"", Answer::Hang}});
+    request->SetUrl(server.Url());
+    QVERIFY(request->Get());
+    connect(manager.get(), &QNetworkAccessManager::finished, this, [this] {
+        if (request != nullptr) {
+            request->Post();
+        }
+    });
+    QVERIFY(request->Get());
+    QCOMPARE(manager->findChildren<QNetworkReply*>(), QList<QNetworkReply*>{request->Reply()});
+    QCOMPARE(request->Reply()->operation(), QNetworkAccessManager::PostOperation);
+    IHttpRequest* const dying = request.get();
+    disconnect(manager.get(), nullptr, this, nullptr);
+    connect(manager.get(), &QNetworkAccessManager::finished, dying, [dying] { dying->Get(); });
+    request.reset();
+    QVERIFY(manager->findChildren<QNetworkReply*>().isEmpty());
 }
 
 void TestHttpLifetime::manyInParallel()

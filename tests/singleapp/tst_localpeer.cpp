@@ -58,6 +58,7 @@ private Q_SLOTS:
     void clients_data();
     void clients();
     void slowClients();
+    void busyFirst();
     void longTextsAreCounted();
     void receiverDeletesPeer();
     void firstThatDoesNotAnswer();
@@ -134,7 +135,7 @@ void TestLocalPeer::claim()
     bool inherited = false;
     connect(first.get(), &QObject::destroyed, this, [&] { inherited = !heir.isSecondary(); });
     first.reset();
-    QVERIFY(inherited && SendFromElsewhere("claim", "to the heir"));
+    QVERIFY2(inherited && SendFromElsewhere("claim", "to the heir", -2), "with no limit");
     // A server that had to close opens again, and tells once why it cannot.
     auto* const server = heir.findChild<QLocalServer*>();
     const QString path = server->fullServerName();
@@ -276,6 +277,37 @@ void TestLocalPeer::slowClients()
     QTRY_COMPARE(received.size(), 3);
     clients.clear();
     QTest::qWait(100);
+}
+
+// Nobody pays for what the first process does for longer than its clients are granted.
+void TestLocalPeer::busyFirst()
+{
+    const QString socketName = SocketName("busy");
+    QtLocalPeer first(nullptr, "busy");
+    QVERIFY(!first.isSecondary());
+    QSignalSpy received(&first, &QtLocalPeer::messageReceived);
+    const auto client = ConnectTo(socketName);
+    const QByteArray text(180000, 'x');
+    client->write(OnTheWire("x", quint32(text.size())));
+    QTest::qWait(100);
+    client->write(text.mid(1));
+    client->flush();
+    QThread::msleep(2100);
+    QTRY_COMPARE(received.size(), 1);
+    QVERIFY(received.at(0).at(0).toString() == text);
+
+    std::vector<std::unique_ptr<QLocalSocket>> clients;
+    for (int i = 0; i < 128; ++i) {
+        clients.push_back(ConnectTo(socketName));
+        QCoreApplication::processEvents();
+    }
+    clients.push_back(ConnectTo(socketName));
+    for (const auto& other : clients) {
+        other->write(OnTheWire("hello", 5));
+        other->flush();
+    }
+    QThread::msleep(300);
+    QTRY_COMPARE(received.size(), 1 + 129);
 }
 
 void TestLocalPeer::longTextsAreCounted()

@@ -258,7 +258,14 @@ bool FileDownload::PrepareFile(const QString& path)
 void FileDownload::BoundBuffer()
 {
     QNetworkReply* const reply = request->Reply();
-    reply->setReadBufferSize(bufferSize);
+    // Not before the final answer: Qt would stand still in the body of a redirect that is larger, and forget
+    // the bound behind it.
+    connect(reply, &QNetworkReply::metaDataChanged, this, [reply] {
+        const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+        if (status / 100 != 3) {
+            reply->setReadBufferSize(bufferSize);
+        }
+    });
     connect(reply, &QNetworkReply::readyRead, this, [this, reply] {
         if (reply->bytesAvailable() >= fullBuffer) {
             Drain(*reply);

@@ -59,6 +59,7 @@ HttpRequest::HttpRequest(QNetworkAccessManager* manager_, QObject* parent)
 
 HttpRequest::~HttpRequest()
 {
+    manager = nullptr; // What a slot of the manager sends while the reply is aborted goes nowhere.
     HttpRequest::Abort();
     DeleteReply();
 }
@@ -188,20 +189,23 @@ void HttpRequest::Resend()
 
 bool HttpRequest::SendRequest(HTTPRequestMethod newMethod)
 {
-    method = newMethod;
-    if (!reply.isNull()) {
-        // A slot on a signal of the reply itself may delete the request while the reply is aborted
-        // and deleted.
+    if (QNetworkReply* const earlier = reply) {
+        // A slot of the reply itself or of the manager may delete the request, or send it, while the reply is
+        // aborted and deleted.
         const QPointer<HttpRequest> self = this;
         CutOffReply();
         Abort();
-        if (!self.isNull()) {
+        if (!self.isNull() && reply == earlier) {
             DeleteReply();
         }
         if (self.isNull()) {
             return false;
         }
+        if (!reply.isNull()) {
+            return true; // The send of the slot is the newer one.
+        }
     }
+    method = newMethod;
     if (manager.isNull()) {
         LOG_MESSAGE(logger::Crit) << LogPrefix() << "Failed to  SendRequest(): HttpRequestManager is NULL!";
         return false;

@@ -16,7 +16,8 @@ namespace common::http
  *
  * A reply is deleted at once when the request is done with it, also inside the watchdog's signal. Only where
  * Qt itself is still at work in the reply, as inside one of the reply's signals, it is deleted right after
- * that work; it is cut off from the request, aborted and gone from Reply() at once all the same.
+ * that work; it is cut off from the request, aborted and gone from Reply() at once all the same. A reply that
+ * its caller aborted outside of any event loop may stay until its manager dies.
  */
 class VXCOMMON_EXPORT HttpRequest : public IHttpRequest
 {

@@ -77,8 +77,8 @@ public:
 
     /**
      * A header to send; names are told apart by case. The only one that is added unasked is
-     * "Accept-Encoding: gzip", unless that very name is set here. A payload's content type wins over one set
-     * here.
+     * "Accept-Encoding: gzip", unless that very name is set here. The content type of JSON and of a
+     * URL-encoded map wins over one set here; with a form set none, since its own tells the boundary.
      */
     virtual void SetRawHeader(const QString& name, const QString& value) = 0;
     virtual QString GetRawHeader(const QString& name) const = 0; ///< Empty for an unknown name.

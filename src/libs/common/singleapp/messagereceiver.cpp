@@ -68,10 +68,19 @@ MessageReceiver::~MessageReceiver()
     GiveBack();
 }
 
-bool MessageReceiver::IsOverdue() const
+bool MessageReceiver::IsOverdue()
 {
-    return (stage == Stage::Length && age.hasExpired(grantedSilence)) ||
-           (stage == Stage::Text && age.hasExpired(grantedText));
+    if (stage == Stage::Length) {
+        return age.hasExpired(grantedSilence) && !HasArrived(sizeof(length));
+    }
+    return stage == Stage::Text && age.hasExpired(grantedText);
+}
+
+/// Looks into the system, too: a thread that was busy may not have got to what came long since.
+bool MessageReceiver::HasArrived(qint64 bytes)
+{
+    return socket->bytesAvailable() >= bytes ||
+           (socket->waitForReadyRead(0) && socket->bytesAvailable() >= bytes);
 }
 
 void MessageReceiver::Dismiss()
@@ -118,8 +127,15 @@ void MessageReceiver::OnDisconnected()
 
 void MessageReceiver::OnTimeout()
 {
+    if (patience.isActive()) {
+        return; // It was started again while its signal was on the way.
+    }
     if (stage == Stage::Text) {
-        CompleteText();
+        if (HasArrived(1)) {
+            ReadText();
+        } else {
+            CompleteText();
+        }
     } else if (stage == Stage::Goodbye) {
         Finish();
     }

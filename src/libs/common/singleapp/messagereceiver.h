@@ -36,7 +36,7 @@ public:
     ~MessageReceiver() override;
 
     /// Whether the client had its time and still speaks or says nothing: it may have to go when others wait.
-    bool IsOverdue() const;
+    bool IsOverdue();
 
     /// Ends with a failure, whatever the client has said so far.
     void Dismiss();
@@ -59,6 +59,7 @@ private:
     void OnDisconnected();
     void OnTimeout();
 
+    bool HasArrived(qint64 bytes);
     void ReadLength();
     void ReadText();
     void CompleteText();
@@ -69,7 +70,7 @@ private:
     QLocalSocket* socket;
     qint64& longTexts;
     qint64 promised = 0; ///< The part of this receiver in it.
-    QTimer patience;
+    QTimer patience{this};
     QElapsedTimer age;
     Stage stage = Stage::Length;
     quint32 length = 0;

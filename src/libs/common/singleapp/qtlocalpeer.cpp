@@ -164,7 +164,8 @@ bool QtLocalPeer::sendMessage(const QString& message, int timeout)
     if (!isSecondary()) {
         return false;
     }
-    const int half = timeout < 0 ? -1 : timeout / 2;
+    timeout = std::max(timeout, -1); // Qt takes no other negative one for "no limit".
+    const int half = timeout < 0 ? timeout : timeout / 2;
     QLocalSocket socket;
     bool connected = Connect(socket, half);
     if (!connected && (!lockFile.isOpen() || isSecondary())) {
@@ -209,7 +210,7 @@ bool QtLocalPeer::HasRoom()
         return true;
     }
     const auto overdue = std::find_if(receivers.cbegin(), receivers.cend(),
-                                      [](const MessageReceiver* receiver) { return receiver->IsOverdue(); });
+                                      [](MessageReceiver* receiver) { return receiver->IsOverdue(); });
     if (overdue == receivers.cend()) {
         return false;
     }

@@ -84,7 +84,7 @@ private:
     bool foreignLockFile = false;
     QList<QtLP_Private::MessageReceiver*> receivers; ///< Oldest first.
     qint64 longTexts = 0;                            ///< Bytes of long texts promised to the receivers.
-    QTimer roomTimer;                                ///< Runs while clients wait for others to go.
-    QTimer listenTimer;                              ///< Runs in the first process.
+    QTimer roomTimer{this};                          ///< Runs while clients wait for others to go.
+    QTimer listenTimer{this};                        ///< Runs in the first process.
     QString listenProblem;                           ///< Why the last try to listen failed, if it did.
 };

@@ -45,7 +45,7 @@ public:
      * else may come in between.
      *
      * @param block wait for others without a limit. A reader never waits for one of the 64 places of readers,
-     * only for the writer.
+     * only for the writer. While a writer waits, new readers are let in on Linux, and not on Windows.
      * @return whether the lock is held; false without a warning if others hold it. A lock in another mode is
      * then lost.
      */
