@@ -74,6 +74,8 @@ void AddCopiesOfThePlatform()
     AddRow("links in a tree", "s/up->../a, s/d/l->../e, s/e/y=2, s/gone->no/where, s/loop->loop", "D s t",
            "1/5, 2/5, 3/5, 4/5, 5/5, done",
            "+t/d/l->../e, t/e/y=2, t/gone->no/where, t/loop->loop, t/up->../a");
+    AddRow("links below a relative path", "s/d/l->../e, s/e/y=2, k->x/y, x/y/, x/s2/d/l->../e, x/s2/e/",
+           "D ./s t, D k/../s2 u", "1/3, 2/3, 3/3, done", "+t/d/l->../e, t/e/y=2, u/d/l->../e");
     AddRow("log of a link", "s/l->a", "D s t", "1/1, done", "+t/l->a",
            {"7 Copy", "7 Start scanning directories...", "7 Found symlink: 'l'.",
             "7 Directories scanning finished.",

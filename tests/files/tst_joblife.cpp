@@ -131,6 +131,14 @@ void TestReceiver()
     QTest::qWait(50);
     QCOMPARE(waiting.recorder.signalsSeen, all);
 
+    // With all that is to be told there at once, and an event loop in each slot.
+    HeldJob<Job> nesting;
+    QObject::connect(nesting.job.get(), &Job::progress, &nesting.recorder,
+                     [] { QTest::qWait(1); });
+    nesting.leave.release();
+    QThread::msleep(200);
+    QCOMPARE(nesting.recorder.Wait(), all);
+
     HeldJob<Job> aborting;
     firstProgress(aborting, [&] { aborting.job->Abort(false); });
     QCOMPARE(aborting.recorder.Wait(), all);
@@ -198,9 +206,27 @@ class TestJobLife : public QObject
 private Q_SLOTS:
     void copier() { TestLife<FileCopier>(); }
     void remover() { TestLife<FileRemover>(); }
+    void textOfFailure();
     void randomMoments() { RunRounds(rounds, true); }
     void callerWithoutEventLoop() { std::thread(RunRounds, 50, false).join(); }
 };
+
+// An event loop in the slot, as that of a message box, ends what the job needs no more.
+void TestJobLife::textOfFailure()
+{
+    FileCopier job;
+    job.AddFile("missing", "never");
+    QString before;
+    QString after;
+    connect(&job, &FileCopier::failed, this, [&](int /*code*/, const QString& text) {
+        before = QString(text.constData(), text.size());
+        QTest::qWait(50);
+        after = text;
+    });
+    QVERIFY(job.Copy());
+    QTRY_COMPARE(after, QString("Copying failed with error '700103'!"));
+    QCOMPARE(before, after);
+}
 
 QTEST_GUILESS_MAIN(TestJobLife)
 #include "tst_joblife.moc"

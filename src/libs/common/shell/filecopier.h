@@ -27,11 +27,11 @@ class FileCopyTask;
  * Collect the work with the Add functions, then call Copy. A job first turns the directories into files and
  * links, hidden entries left out; a directory without any of them is not made. Then it copies all files and
  * after them all links, stops at the first failure, and leaves in place what it has copied. An existing
- * destination file is replaced, an existing destination directory is not. A link is copied as a link, with
- * its target relative to the folder it was found in, and is never followed in a tree.
+ * destination file is replaced, an existing destination directory is not. A link in a tree is copied as a
+ * link, with its target relative to the folder it was found in, and is never followed.
  *
- * All signals come on the copier's own thread, through its event loop. A job ends in exactly one of
- * `succesed` and `failed`. Errors of `failed`:
+ * All signals come on the copier's own thread, through its event loop, but 700101 inside Copy. A job ends in
+ * exactly one of `succesed` and `failed`. Errors of `failed`:
  * - 700101: no memory for the job
  * - 700102: a source directory does not exist
  * - 700103: a source file or link does not exist

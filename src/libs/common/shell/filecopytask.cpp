@@ -166,7 +166,9 @@ int FileCopyTask::CopySymlink(const QString& source, const QString& destination)
     if (code != 0) {
         return code;
     }
-    const QFileInfo link(source);
+    // Qt gets the target of a link to a directory wrong behind a relative path and behind "link/..".
+    const QFileInfo sourceInfo(source);
+    const QFileInfo link(ResolvedPath(sourceInfo.path()) + u'/' + sourceInfo.fileName());
     const QString target = QDir(link.absolutePath()).relativeFilePath(LinkTarget(link));
     if (!FileCommands::CreateSymlink(target, destination)) {
         LOG_MESSAGE(logger::Error)

@@ -12,9 +12,16 @@ namespace
 /// How many links in a row Linux follows before it calls them a loop.
 constexpr int maxLinks = 40;
 
-QString CanonicalFolder(const QFileInfo& entry)
+bool HasSameFolder(const QFileInfo& first, const QFileInfo& second)
 {
-    return QDir(entry.path()).canonicalPath();
+    const std::optional<FileId> firstId = GetTargetId(first.path());
+    const std::optional<FileId> secondId = GetTargetId(second.path());
+    if (firstId && secondId) {
+        return *firstId == *secondId;
+    }
+    return QDir(first.path())
+               .canonicalPath()
+               .compare(QDir(second.path()).canonicalPath(), Qt::CaseInsensitive) == 0;
 }
 
 bool HasSameName(const QFileInfo& first, const QFileInfo& second)
@@ -22,7 +29,7 @@ bool HasSameName(const QFileInfo& first, const QFileInfo& second)
     // Of a file system that minds case two names that differ only in it are taken for one: better to refuse a
     // copy than to lose a file.
     return first.fileName().compare(second.fileName(), Qt::CaseInsensitive) == 0 &&
-           CanonicalFolder(first).compare(CanonicalFolder(second), Qt::CaseInsensitive) == 0;
+           HasSameFolder(first, second);
 }
 
 bool IsSameEntry(const QString& first, const QString& second)

@@ -28,8 +28,8 @@ class FileRemoveTask;
  * with a hidden entry is never empty, so it cannot be removed. A link is removed as a link: what it leads to
  * is not touched.
  *
- * All signals come on the remover's own thread, through its event loop. A job ends in exactly one of
- * `succesed` and `failed`. Errors of `failed`:
+ * All signals come on the remover's own thread, through its event loop, but 700201 inside Remove. A job ends
+ * in exactly one of `succesed` and `failed`. Errors of `failed`:
  * - 700201: no memory for the job
  * - 700202: the job was aborted
  * - 700203: a directory could not be removed

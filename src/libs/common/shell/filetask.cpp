@@ -21,7 +21,7 @@ FileTask::FileTask(const FileTaskTraits& traits_)
     try {
         auto newThread = std::make_unique<QThread>();
         connect(newThread.get(), &QThread::started, this, &FileTask::run, Qt::DirectConnection);
-        connect(newThread.get(), &QThread::finished, this, &FileTask::deleteLater, Qt::QueuedConnection);
+        connect(newThread.get(), &QThread::finished, this, &FileTask::OnWorkerFinished, Qt::QueuedConnection);
         thread = std::move(newThread);
     } catch (const std::bad_alloc&) {
         thread.reset(); // Start will tell.
@@ -77,6 +77,16 @@ void FileTask::run()
     workerDone = true;
 }
 
+/// All is told before the task goes: this may run in an event loop inside a slot of one of its signals.
+void FileTask::OnWorkerFinished()
+{
+    const QPointer<FileTask> self = this;
+    EmitReported();
+    if (self) {
+        deleteLater();
+    }
+}
+
 void FileTask::Fail(int code, const QString& text)
 {
     LOG_MESSAGE(logger::Error) << text;
@@ -127,7 +137,8 @@ void FileTask::EmitReported()
     if (endCode == 0) {
         Q_EMIT succesed();
     } else {
-        Q_EMIT failed(endCode, endText);
+        const QString text = endText; // A slot that has the task deleted may read on.
+        Q_EMIT failed(endCode, text);
     }
 }
 

@@ -69,6 +69,7 @@ Q_SIGNALS:
 
 private Q_SLOTS:
     void run();
+    void OnWorkerFinished();
 
 protected:
     explicit FileTask(const FileTaskTraits& traits_);
