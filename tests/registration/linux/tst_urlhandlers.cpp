@@ -139,6 +139,7 @@ void TestUrlHandlers::listOfOthers_data()
     QTest::newRow("no end in the section") << header + "\na/b=c.desktop";
     QTest::newRow("Windows line ends") << header + "\r\nx-scheme-handler/tel=a.desktop\r\na/b=c.desktop\r\n";
     QTest::newRow("in the middle") << header + "\na/b=c.desktop\n\n[Added Associations]\nd/e=f.desktop\n\n\n";
+    QTest::newRow("nothing") << QByteArray("");
     QTest::newRow("bytes that are no text") << "[\xff]\n\xfe=\x01\n\n" + header + "\n\xfd=\n";
 }
 
@@ -147,12 +148,16 @@ void TestUrlHandlers::listOfOthers()
     QFETCH(QByteArray, list);
 
     const UserTree user;
-    const QString path = user.ConfigPath("mimeapps.list");
+    // Kept elsewhere, as many do with their settings.
+    const QString path = user.ConfigPath("kept");
+    const QString link = user.ConfigPath("mimeapps.list");
     UserTree::Write(path, list);
+    QVERIFY(QFile::link(path, link));
     QVERIFY(ClickToCall::registerProtocols({"tel", "sip"}, "Phone", "Maker"));
     QCOMPARE(DefaultHandler("sip"), "Maker.Phone-url-handler.desktop");
     QVERIFY(ClickToCall::unregisterProtocols({"tel", "sip"}, "Phone", "Maker"));
     QCOMPARE(UserTree::Read(path), list);
+    QVERIFY(QFileInfo(link).isSymLink());
 }
 
 void TestUrlHandlers::desktopsOwnList()

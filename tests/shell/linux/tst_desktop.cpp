@@ -98,6 +98,10 @@ void TestDesktop::folders()
         QVERIFY2(QFileInfo(path).isDir(), qPrintable(path));
     }
     QCOMPARE(QFileInfo(home + "/.local").permissions() & (QFile::ReadOther | QFile::ReadGroup), 0);
+    // Settings that are no absolute paths do not count.
+    filetree::Build(home, {".config/user-dirs.dirs=XDG_DESKTOP_DIR=\n"});
+    qputenv("XDG_DATA_HOME", "relative");
+    QCOMPARE(told(), QStringList({data, home + "/Desktop", data + "/applications"}));
 }
 
 void TestDesktop::showFile_data()

@@ -79,6 +79,8 @@ void TestDesktop::folders()
         QVERIFY(SHGetFolderPathW(nullptr, id, nullptr, SHGFP_TYPE_CURRENT, path.data()) == S_OK);
         QCOMPARE(told, QString::fromWCharArray(path.data()));
     }
+    const QTemporaryDir dir;
+    QVERIFY2(!common::Shell::MoveDir(dir.path(), "Q:/to"), "there is no such drive");
 }
 
 void TestDesktop::shortcut()

@@ -44,7 +44,7 @@ private:
     void DoDestroy() override {}
 };
 
-/// Keeps the default logger from being destroyed: a late destructor may put it back and log through it.
+/// Keeps the default logger from being destroyed: a late destructor may log through it.
 union DefaultLoggerStorage {
     constexpr DefaultLoggerStorage()
         : logger()
@@ -57,29 +57,9 @@ union DefaultLoggerStorage {
 
 DefaultLoggerStorage defaultLogger;
 
-/// The end of the default logger's life as the current one: it is let go when the program ends.
-class DefaultLoggerEnd
-{
-public:
-    explicit DefaultLoggerEnd(std::atomic<ILogger*>& current_)
-        : current(current_)
-    {}
-    ~DefaultLoggerEnd()
-    {
-        ILogger* logger = &defaultLogger.logger;
-        current.compare_exchange_strong(logger, nullptr);
-    }
-
-private:
-    Q_DISABLE_COPY(DefaultLoggerEnd)
-
-    std::atomic<ILogger*>& current;
-};
-
 std::atomic<ILogger*>& CurrentLogger()
 {
     static std::atomic<ILogger*> current{&defaultLogger.logger};
-    static const DefaultLoggerEnd end(current);
     return current;
 }
 

@@ -112,7 +112,7 @@ public:
      * @param options bits of Option
      * @param pattern conversion pattern for PatternLayout; empty for the default pattern
      * @param qtChannel name of the channel for Qt's own messages
-     * @param configFile external configuration; if it can be loaded, it decides everything else
+     * @param configFile external configuration; if it can be loaded, it decides on level, files and patterns
      * @param logFile path of the main log; empty for none
      * @param shortLogFile path of the log of the channel "main" and those below it; empty for none
      * @param maxFileSize size in bytes at which a rolling file is rolled over
@@ -123,7 +123,7 @@ public:
                            const QString& qtChannel, const QString& configFile, const QString& logFile,
                            const QString& shortLogFile, std::size_t maxFileSize, int maxBackups) = 0;
 
-    /// Reads log4cpp's property file; after true, the arguments of Configure count for nothing.
+    /// Reads log4cpp's property file; after true, Configure only keeps targets, options and channel.
     virtual bool LoadConfiguration(const QString& configFile) = 0;
 
     /**
@@ -196,7 +196,7 @@ private:
     unsigned int options = 0;
 };
 
-/// The logger that statements go to. Never null unless null was set or the program is past the logger's end.
+/// The logger that statements go to. Never null unless null was set.
 VXCOMMON_EXPORT ILogger* GetLogger();
 
 /**

@@ -35,8 +35,11 @@ constexpr int firstTempNumber = 100;
 QString CanonicalPlace(const QString& path)
 {
     const QFileInfo info(ResolvedPath(path));
-    if (info.exists() || info.isRoot()) {
+    if (info.exists()) {
         return info.canonicalFilePath();
+    }
+    if (info.path() == info.filePath()) {
+        return info.path(); // A drive that is not there.
     }
     return QDir(CanonicalPlace(info.path())).filePath(info.fileName());
 }

@@ -14,8 +14,8 @@ namespace tools
  * The system's icons for types of files, also for a file that does not exist: the system is asked about an
  * empty file of that type.
  *
- * For the interface thread. The icon of a suffix is asked for once in the life of the process; suffixes that
- * differ in case count as different.
+ * For the interface thread. The icon of a suffix is asked for once in the life of the process, if there is
+ * one; suffixes that differ in case count as different.
  */
 class VXCOMMON_EXPORT FileIconProvider : public QFileIconProvider
 {

@@ -57,7 +57,7 @@ private:
                 Add(c, c);
             } else if (c == u']') {
                 classBegin = -1;
-            } else if (c == u'-' && i > classBegin + 1 && next != u']') {
+            } else if (c == u'-' && i > classBegin + 1 && i + 1 < pattern.size() && next != u']') {
                 understood = ReadRange(pattern, i);
             } else {
                 Add(c, c);

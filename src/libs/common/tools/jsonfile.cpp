@@ -10,6 +10,7 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
@@ -48,9 +49,11 @@ Outcome WriteInPlace(const QString& fileName, const QByteArray& bytes)
 /// Opening the old file empties it: not without room for the new bytes.
 Outcome Overwrite(const QString& fileName, const QByteArray& bytes)
 {
+    const QFileInfo old(QFileInfo(fileName).canonicalFilePath()); // A link is written through.
     std::error_code error;
-    const auto space = std::filesystem::space(QFileInfo(fileName).filesystemAbsolutePath(), error);
-    if (QFileInfo::exists(fileName) && !error && space.available < static_cast<quint64>(bytes.size())) {
+    const auto space = std::filesystem::space(old.filesystemAbsolutePath(), error);
+    const auto needed = static_cast<quint64>(std::max(bytes.size() - old.size(), qint64{0}));
+    if (old.exists() && !error && space.available < needed) {
         return Outcome::CannotWrite;
     }
     return WriteInPlace(fileName, bytes);

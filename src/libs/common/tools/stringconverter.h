@@ -25,8 +25,8 @@ public:
      * The hexadecimal form of `text` in braces, with dashes between groups of digits, counted from the left.
      *
      * A dash is set behind `group` digits as long as at least 2 * `group` - 1 digits were left before them,
-     * so the last group holds `group` - 1 to 2 * `group` - 2 digits: "abcd" in groups of 4 gives
-     * "{6162-6364}", "abcde" gives "{6162-636465}".
+     * so the group behind the last dash holds `group` - 1 to 2 * `group` - 2 digits: "abcd" in groups of 4
+     * gives "{6162-6364}", "abcde" gives "{6162-636465}".
      *
      * @param group digits in a group; 0 gives no dash
      */

@@ -25,8 +25,8 @@ struct UrlRange
  * "-" is part of something else and no link.
  *
  * The time is linear in the text, whatever the text. For that one kind of link is given up: a web address
- * whose authority (user, host and port) has more than 512 units and is not plain ASCII, which no host name
- * needs.
+ * whose authority (user, host and port) has more than 512 units and is not plain ASCII without escapes, which
+ * no host name needs.
  */
 VXCOMMON_EXPORT QList<UrlRange> FindUrlRanges(const QString& text);
 

@@ -6,7 +6,8 @@
 namespace common
 {
 
-/// The text of a mimeapps.list. What is not ours stays as it is, byte for byte.
+/// The text of a mimeapps.list. What is not ours stays as it is, byte for byte, but a header that is left
+/// alone.
 class MimeApps
 {
 public:

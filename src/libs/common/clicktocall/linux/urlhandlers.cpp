@@ -92,7 +92,8 @@ bool Update(const QString& path, const std::optional<QByteArray>& current, const
         return false;
     }
     const bool done =
-        current.has_value() && (wanted.isEmpty() ? QFile::remove(path) : WriteFile(path, wanted));
+        current.has_value() &&
+        (wanted.isEmpty() && !QFileInfo(path).isSymLink() ? QFile::remove(path) : WriteFile(path, wanted));
     if (!done) {
         LOG_MESSAGE(logger::Error) << "Can't write " << path;
     }

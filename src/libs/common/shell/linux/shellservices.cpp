@@ -29,14 +29,19 @@ namespace
 /// What the file manager may take, starting up included. Leaves time for the program that is tried next.
 constexpr std::chrono::milliseconds fileManagerLimit{1500};
 
+/// XDG: what is not absolute is no valid setting.
+QString Location(QStandardPaths::StandardLocation type, const char* defaultBelowHome)
+{
+    const QString path = QStandardPaths::writableLocation(type);
+    return QDir::isAbsolutePath(path) ? path : QDir::homePath() + QLatin1String(defaultBelowHome);
+}
+
 /// XDG: a base directory that is missing is made for its user only.
 void MakePrivatePath(const QString& path)
 {
-    if (!QFileInfo::exists(path)) {
-        const QFileInfo info(path);
-        if (!info.isRoot()) {
-            MakePrivatePath(info.path());
-        }
+    const QFileInfo info(path);
+    if (!info.exists() && info.path() != info.filePath()) {
+        MakePrivatePath(info.path());
         QDir().mkdir(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
 }
@@ -64,14 +69,14 @@ bool IsNobodyThere(const QDBusMessage& error)
 
 QString FolderPath(Folder folder)
 {
-    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const QString data = Location(QStandardPaths::GenericDataLocation, "/.local/share");
     QString path;
     switch (folder) {
     case Folder::ApplicationData:
         path = data;
         break;
     case Folder::Desktop:
-        path = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+        path = Location(QStandardPaths::DesktopLocation, "/Desktop");
         break;
     case Folder::Programs:
         path = data + QLatin1String("/applications");
