@@ -133,8 +133,7 @@ void TestReceiver()
 
     // With all that is to be told there at once, and an event loop in each slot.
     HeldJob<Job> nesting;
-    QObject::connect(nesting.job.get(), &Job::progress, &nesting.recorder,
-                     [] { QTest::qWait(1); });
+    QObject::connect(nesting.job.get(), &Job::progress, &nesting.recorder, [] { QTest::qWait(1); });
     nesting.leave.release();
     QThread::msleep(200);
     QCOMPARE(nesting.recorder.Wait(), all);
