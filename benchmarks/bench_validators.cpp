@@ -19,10 +19,10 @@ using tools::sip::SipId;
 /// The rule of fixup without short cuts: one character, one match.
 void RemoveOneByOne(const QRegExp& pattern, QString& text)
 {
-    pattern.exactMatch(text);
+    static_cast<void>(pattern.exactMatch(text));
     while (!text.isEmpty() && pattern.matchedLength() != text.size()) {
         text.remove(pattern.matchedLength(), 1);
-        pattern.exactMatch(text);
+        static_cast<void>(pattern.exactMatch(text));
     }
 }
 

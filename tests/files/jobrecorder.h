@@ -62,7 +62,8 @@ public:
                 [this](int current, int total) { signalsSeen += QString("%1/%2").arg(current).arg(total); });
         connect(job, &Job::succesed, this, [this] { End("done"); });
         connect(job, &Job::failed, this, [this](int code, const QString& text) {
-            const char* const activity = std::is_same_v<Job, common::FileCopier> ? "Copying" : "Removing";
+            constexpr bool copies = std::is_same_v<Job, common::FileCopier>;
+            const char* const activity = copies ? "Copying" : "Removing";
             const bool isUsual = text == QString("%1 failed with error '%2'!").arg(activity).arg(code);
             End(QString("failed %1").arg(code) + (isUsual ? QString() : u' ' + text));
         });

@@ -14,10 +14,10 @@ namespace
 /// The rule of fixup, character by character.
 QString RemovedOneByOne(const QRegExp& pattern, QString text)
 {
-    pattern.exactMatch(text);
+    static_cast<void>(pattern.exactMatch(text));
     while (!text.isEmpty() && pattern.matchedLength() != text.size()) {
         text.remove(pattern.matchedLength(), 1);
-        pattern.exactMatch(text);
+        static_cast<void>(pattern.exactMatch(text));
     }
     return text;
 }

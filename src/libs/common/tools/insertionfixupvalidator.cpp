@@ -57,7 +57,7 @@ private:
                 Add(c, c);
             } else if (c == u']') {
                 classBegin = -1;
-            } else if (c == u'-' && i > classBegin + 1 && i + 1 < pattern.size() && next != u']') {
+            } else if (c == u'-' && i > classBegin + 1 && next != u']') {
                 understood = ReadRange(pattern, i);
             } else {
                 Add(c, c);
@@ -80,6 +80,9 @@ private:
     /// The "-" at `position` and the characters beside it.
     bool ReadRange(const QString& pattern, qsizetype position)
     {
+        if (position + 1 == pattern.size()) {
+            return false;
+        }
         const QChar first = pattern.at(position - 1);
         const QChar last = pattern.at(position + 1);
         Add(u'-', u'-');
@@ -156,7 +159,7 @@ QValidator::State CInsertionFixupValidator::validate(QString& input, int& pos) c
 void CInsertionFixupValidator::fixup(QString& input) const
 {
     const QRegExp& held = regExp();
-    held.exactMatch(input);
+    static_cast<void>(held.exactMatch(input));
     if (input.isEmpty() || held.matchedLength() == input.size()) {
         return;
     }
@@ -164,7 +167,7 @@ void CInsertionFixupValidator::fixup(QString& input) const
     const std::optional<Alphabet> alphabet = Alphabet::Of(held);
     if (alphabet) {
         RemoveForeign(*alphabet, input, held.matchedLength());
-        held.exactMatch(input);
+        static_cast<void>(held.exactMatch(input));
     }
     QSet<QChar> refused; // What does not fit behind the prefix of the present length.
     while (!input.isEmpty() && held.matchedLength() != input.size()) {
@@ -177,7 +180,7 @@ void CInsertionFixupValidator::fixup(QString& input) const
             }
         }
         input.remove(length, end - length);
-        held.exactMatch(input);
+        static_cast<void>(held.exactMatch(input));
         if (held.matchedLength() != length) {
             refused.clear();
         }

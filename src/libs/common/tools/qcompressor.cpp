@@ -26,7 +26,7 @@ public:
         , endStream{endStream_}
     {}
     ~Stream() { endStream(this); }
-    Q_DISABLE_COPY_MOVE(Stream)
+    Q_DISABLE_COPY(Stream)
 
     bool HasMoreInput() const { return position < input.size(); }
 
@@ -84,7 +84,7 @@ public:
         , nextSize{std::clamp(4 * inputSize, qsizetype{1024}, 4 * chunkSize)}
     {}
     ~GrowingOutput() { bytes.truncate(written); }
-    Q_DISABLE_COPY_MOVE(GrowingOutput)
+    Q_DISABLE_COPY(GrowingOutput)
 
     /// Inflates until there is room left, that is, until more input is wanted, or until it fails.
     int Inflate(z_stream& stream)
