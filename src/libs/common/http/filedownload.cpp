@@ -258,13 +258,11 @@ bool FileDownload::PrepareFile(const QString& path)
 void FileDownload::BoundBuffer()
 {
     QNetworkReply* const reply = request->Reply();
-    // Not before the final answer: Qt would stand still in the body of a redirect that is larger, and forget
-    // the bound behind it.
+    reply->setReadBufferSize(bufferSize);
+    // Qt stands still in the body of a redirect that is larger, and forgets the bound behind it.
     connect(reply, &QNetworkReply::metaDataChanged, this, [reply] {
         const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-        if (status / 100 != 3) {
-            reply->setReadBufferSize(bufferSize);
-        }
+        reply->setReadBufferSize(status / 100 == 3 ? 0 : bufferSize);
     });
     connect(reply, &QNetworkReply::readyRead, this, [this, reply] {
         if (reply->bytesAvailable() >= fullBuffer) {
