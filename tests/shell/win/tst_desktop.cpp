@@ -80,7 +80,9 @@ void TestDesktop::folders()
         QCOMPARE(told, QString::fromWCharArray(path.data()));
     }
     const QTemporaryDir dir;
+    QVERIFY(QFile(dir.filePath("file")).open(QIODevice::WriteOnly));
     QVERIFY2(!common::Shell::MoveDir(dir.path(), "Q:/to"), "there is no such drive");
+    QVERIFY(QFile::exists(dir.filePath("file")));
 }
 
 void TestDesktop::shortcut()

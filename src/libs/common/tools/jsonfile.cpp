@@ -46,14 +46,19 @@ Outcome WriteInPlace(const QString& fileName, const QByteArray& bytes)
     return isWritten && file.error() == QFileDevice::NoError ? Outcome::Written : Outcome::CannotWrite;
 }
 
+/// Whether `size` bytes fit where the bytes of `old` are now. If that cannot be told, they are taken to.
+bool HasRoom(const QFileInfo& old, qint64 size)
+{
+    std::error_code error;
+    const auto space = std::filesystem::space(old.filesystemAbsolutePath(), error);
+    return error || space.available >= static_cast<quint64>(std::max(size - old.size(), qint64{0}));
+}
+
 /// Opening the old file empties it: not without room for the new bytes.
 Outcome Overwrite(const QString& fileName, const QByteArray& bytes)
 {
-    const QFileInfo old(QFileInfo(fileName).canonicalFilePath()); // A link is written through.
-    std::error_code error;
-    const auto space = std::filesystem::space(old.filesystemAbsolutePath(), error);
-    const auto needed = static_cast<quint64>(std::max(bytes.size() - old.size(), qint64{0}));
-    if (old.exists() && !error && space.available < needed) {
+    const QString old = QFileInfo(fileName).canonicalFilePath(); // A link is written through.
+    if (!old.isEmpty() && !HasRoom(QFileInfo(old), bytes.size())) {
         return Outcome::CannotWrite;
     }
     return WriteInPlace(fileName, bytes);
