@@ -76,11 +76,12 @@ bool MessageReceiver::IsOverdue()
     return stage == Stage::Text && age.hasExpired(grantedText);
 }
 
-/// Looks into the system, too: a thread that was busy may not have got to what came long since.
+/// Looks into the system, too: a thread that was busy may not have got to what came long since. For that
+/// it takes a millisecond: without any time Windows may tell of something else than the data.
 bool MessageReceiver::HasArrived(qint64 bytes)
 {
     return socket->bytesAvailable() >= bytes ||
-           (socket->waitForReadyRead(0) && socket->bytesAvailable() >= bytes);
+           (socket->waitForReadyRead(1) && socket->bytesAvailable() >= bytes);
 }
 
 void MessageReceiver::Dismiss()
