@@ -135,7 +135,9 @@ void TestReceiver()
     HeldJob<Job> nesting;
     QObject::connect(nesting.job.get(), &Job::progress, &nesting.recorder, [] { QTest::qWait(1); });
     nesting.leave.release();
-    QThread::msleep(200);
+    while (!nesting.Lines().last().contains(" finished in ")) {
+        QThread::msleep(1);
+    }
     QCOMPARE(nesting.recorder.Wait(), all);
 
     HeldJob<Job> aborting;

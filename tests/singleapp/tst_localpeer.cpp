@@ -61,6 +61,7 @@ private Q_SLOTS:
     void busyFirst();
     void longTextsAreCounted();
     void receiverDeletesPeer();
+    void movedToThread();
     void firstThatDoesNotAnswer();
 };
 
@@ -287,6 +288,7 @@ void TestLocalPeer::busyFirst()
     QVERIFY(!first.isSecondary());
     QSignalSpy received(&first, &QtLocalPeer::messageReceived);
     const auto client = ConnectTo(socketName);
+    QVERIFY(client);
     const QByteArray text(180000, 'x');
     client->write(OnTheWire("x", quint32(text.size())));
     QTest::qWait(100);
@@ -303,6 +305,7 @@ void TestLocalPeer::busyFirst()
     }
     clients.push_back(ConnectTo(socketName));
     for (const auto& other : clients) {
+        QVERIFY(other);
         other->write(OnTheWire("hello", 5));
         other->flush();
     }
@@ -341,6 +344,24 @@ void TestLocalPeer::receiverDeletesPeer()
     });
     QVERIFY(SendFromElsewhere("deleted", "go"));
     QTRY_VERIFY(deleted);
+}
+
+// Before it is asked anything; its timers go along, or Qt warns.
+void TestLocalPeer::movedToThread()
+{
+    QTest::failOnWarning(QRegularExpression("."));
+    QThread thread;
+    thread.start();
+    auto* const peer = new QtLocalPeer(nullptr, "moved");
+    peer->moveToThread(&thread);
+    bool isSecondary = true;
+    QMetaObject::invokeMethod(
+        peer, [&] { isSecondary = peer->isSecondary(); }, Qt::BlockingQueuedConnection);
+    const bool sent = SendFromElsewhere("moved", "hello");
+    peer->deleteLater();
+    thread.quit();
+    thread.wait();
+    QVERIFY(!isSecondary && sent);
 }
 
 void TestLocalPeer::firstThatDoesNotAnswer()

@@ -189,6 +189,7 @@ void HttpRequest::Resend()
 
 bool HttpRequest::SendRequest(HTTPRequestMethod newMethod)
 {
+    method = newMethod;
     if (QNetworkReply* const earlier = reply) {
         // A slot of the reply itself or of the manager may delete the request, or send it, while the reply is
         // aborted and deleted.
@@ -204,8 +205,8 @@ bool HttpRequest::SendRequest(HTTPRequestMethod newMethod)
         if (!reply.isNull()) {
             return true; // The send of the slot is the newer one.
         }
+        method = newMethod; // Where that has failed.
     }
-    method = newMethod;
     if (manager.isNull()) {
         LOG_MESSAGE(logger::Crit) << LogPrefix() << "Failed to  SendRequest(): HttpRequestManager is NULL!";
         return false;

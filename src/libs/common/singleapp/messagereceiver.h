@@ -17,7 +17,7 @@ constexpr int acknowledgementSize = sizeof(acknowledgement) - 1;
 constexpr qint64 socketBufferSize = Q_INT64_C(64) * 1024;
 
 /**
- * Takes one text from one client of the local server and tells the client so, without ever blocking.
+ * Takes one text from one client of the local server and tells the client so. Does not wait for the client.
  *
  * Ends with exactly one `finished`.
  */
