@@ -6,8 +6,6 @@ the folder that is copied, texts are handed over, and the system says that it sl
 mount a file system: scripts/soak.sh gives it a mount namespace of its own.
 """
 
-import collections
-import csv
 import hashlib
 import os
 import pathlib
@@ -19,6 +17,7 @@ import sys
 import tempfile
 import threading
 import time
+from collections import Counter
 
 MIB = 1024 * 1024
 DOWNLOAD_SIZE = 24 * MIB
@@ -39,10 +38,7 @@ class Faults:
         self.random = random.Random(1)
         self.sent = []
         self.unsure = []
-        self.sleeps = 0
-        self.restarts = 0
-        self.fillings = 0
-        self.vanished = 0
+        self.counts = Counter()
         with socket.socket() as probe:
             probe.bind(("127.0.0.1", 0))
             self.port = probe.getsockname()[1]
@@ -59,44 +55,37 @@ class Faults:
             thread.join()
 
     def restart_server(self):
+        command = [sys.executable, "-m", "http.server", str(self.port), "--bind", "127.0.0.1"]
+        quiet = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
         while not self.over.is_set():
-            server = subprocess.Popen(
-                [sys.executable, "-m", "http.server", str(self.port), "--bind", "127.0.0.1", "--directory",
-                 str(self.work / "web")], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-            self.over.wait(self.random.uniform(3, 8))
-            server.kill()
-            server.wait()
-            self.restarts += 1
+            with subprocess.Popen(command, cwd=self.work / "web", **quiet) as server:
+                self.over.wait(self.random.uniform(3, 8))
+                server.kill()
+            self.counts["server restarts"] += 1
             self.over.wait(self.random.uniform(0, 3))
 
     def fill_disk(self):
         filler = self.work / "disk" / "filler"
         while not self.over.wait(self.random.uniform(4, 8)):
             try:
-                with open(filler, "wb") as file:
-                    while True:
-                        file.write(bytes(MIB))
-                        file.flush()
+                filler.write_bytes(bytes(DISK_SIZE + 1))
             except OSError:
-                self.fillings += 1
+                self.counts["disk fillings"] += 1
             self.over.wait(self.random.uniform(1, 4))
             filler.unlink(missing_ok=True)
 
     def take_files(self):
-        source = self.work / "source"
         while not self.over.wait(0.05):
-            name = source / f"{self.random.randrange(SOURCE_FILES)}.bin"
-            if name.exists():
-                name.unlink()
-                self.vanished += 1
+            file = self.work / "source" / f"{self.random.randrange(SOURCE_FILES)}.bin"
+            if file.exists():
+                file.unlink()
+                self.counts["files taken away"] += 1
             else:
-                name.write_bytes(bytes(SOURCE_FILE_SIZE))
+                file.write_bytes(bytes(SOURCE_FILE_SIZE))
 
     def send_texts(self):
-        number = 0
         while not self.over.wait(0.5):
-            number += 1
-            text = f"text {number}"
+            text = f"text {len(self.sent) + len(self.unsure)}"
             result = subprocess.run([self.vxtool, "single", "vxcommon-soak", text], stdout=subprocess.DEVNULL)
             (self.sent if result.returncode == 0 else self.unsure).append(text)
 
@@ -105,16 +94,12 @@ class Faults:
             for sleeps in ("true", "false"):
                 subprocess.run(["dbus-send", "--system", "--type=signal", "/org/freedesktop/login1",
                                 "org.freedesktop.login1.Manager.PrepareForSleep", f"boolean:{sleeps}"], check=True)
-            self.sleeps += 1
+            self.counts["announced sleeps"] += 1
 
 
-def start_bus(work):
-    config = work / "bus.conf"
-    config.write_text(f"""<busconfig><type>system</type><listen>unix:path={work}/bus</listen><auth>EXTERNAL</auth>
-<policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/><allow own="*"/>
-</policy></busconfig>""")
-    bus = subprocess.Popen(["dbus-daemon", f"--config-file={config}", "--nofork", "--print-address=1"],
-                           stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+def start_bus():
+    command = ["dbus-daemon", "--session", "--nofork", "--print-address=1"]
+    bus = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
     os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = bus.stdout.readline().strip()
     return bus
 
@@ -131,92 +116,97 @@ def prepare(work):
     return hashlib.md5(content).hexdigest()
 
 
-def logged_lines(folder):
-    lines = collections.Counter()
-    for path in folder.glob("soak.log*"):
+def measure(pid):
+    """Resident memory in MiB, descriptors and threads of a process."""
+    process = pathlib.Path(f"/proc/{pid}")
+    memory = int(re.search(r"VmRSS:\s+(\d+)", (process / "status").read_text())[1]) / 1024
+    return memory, len(os.listdir(process / "fd")), len(os.listdir(process / "task"))
+
+
+def run(command, seconds, faults):
+    """What was measured each second, what the process counted, and how it ended."""
+    samples = []
+    end = time.monotonic() + seconds - 5
+    with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as process:
+        time.sleep(1)
+        faults.start()
+        try:
+            while process.poll() is None and time.monotonic() < end:
+                samples.append(measure(process.pid))
+                time.sleep(1)
+            faults.stop()
+            output, _ = process.communicate(timeout=120)
+        finally:
+            faults.over.set()
+            process.kill()
+    counts = Counter({name: int(count) for name, count in map(str.split, output.splitlines())})
+    return samples, counts, process.returncode
+
+
+def judge(samples, counts, faults, work):
+    """What was promised and whether it holds, and the figures."""
+    received = Counter((work / "received.txt").read_text().splitlines())
+    lines = Counter()
+    for path in (work / "log").glob("soak.log*"):
         lines.update(re.findall(rb"soak: line (\d+)$", path.read_bytes(), re.MULTILINE))
-    return lines
-
-
-def judge(rows, faults, work):
-    """What was promised and does not hold, and the figures."""
-    last = {key: int(value) for key, value in rows[-1].items()}
-    received = (work / "received.txt").read_text().splitlines()
-    twice = [text for text, count in collections.Counter(received).items() if count > 1]
-    lines = logged_lines(work / "log")
-    memory = [int(row["rss_kib"]) for row in rows]
+    memory, descriptors, threads = zip(*samples)
     first, end = max(memory[30:60], default=0), max(memory[-30:])
+    ended = sum(counts[key] for key in ("copies", "copies_failed", "removals", "removals_failed"))
+    kinds = ("downloads", "downloads_failed", "copies", "copies_failed", "removals")
     checks = {
         "every acknowledged text arrived": set(faults.sent) <= set(received),
-        "none arrived twice": not twice and set(received) <= set(faults.sent + faults.unsure),
-        "every log line is there, once": len(lines) == last["lines"] and set(lines.values()) == {1},
-        "no download was called complete with wrong bytes": last["downloads_wrong"] == 0,
-        "every file job ended, once": last["jobs"] == sum(
-            last[key] for key in ("copies", "copies_failed", "removals", "removals_failed")),
-        "every sleep and wake was told": last["sleeps"] == last["wakes"] == faults.sleeps,
-        "each kind of work succeeded and failed": all(
-            last[key] > 0 for key in ("downloads", "downloads_failed", "copies", "copies_failed", "removals")),
+        "none arrived twice": set(received.values()) == {1} and set(received) <= set(faults.sent + faults.unsure),
+        "every log line is there, once": len(lines) == counts["lines"] and set(lines.values()) == {1},
+        "no download was called complete with wrong bytes": counts["downloads_wrong"] == 0,
+        "every file job ended, once": counts["jobs"] == ended,
+        "every sleep and wake was told": counts["sleeps"] == counts["wakes"] == faults.counts["announced sleeps"],
+        "each kind of work succeeded and failed": all(counts[kind] > 0 for kind in kinds),
         "memory is flat after the first minute": len(memory) < 120 or end <= first * MAX_GROWTH,
-        "descriptors are flat": int(rows[-1]["descriptors"]) <= int(rows[min(60, len(rows) - 1)]["descriptors"]) + 8,
+        "descriptors and threads are flat": all(
+            numbers[-1] <= numbers[:61][-1] + 8 for numbers in (descriptors, threads)),
     }
-    figures = {
-        "seconds": last["ms"] // 1000, "texts": len(faults.sent), "texts refused": len(faults.unsure),
-        "server restarts": faults.restarts, "disk fillings": faults.fillings, "files taken away": faults.vanished,
-        "KiB in the first minute": first, "KiB in the last": end, **last}
+    figures = {"texts": len(faults.sent), "texts refused": len(faults.unsure), **faults.counts, **counts,
+               "MiB in the first minute": round(first, 1), "MiB in the last": round(end, 1)}
     return checks, figures
 
 
-def plot(rows, path):
-    width, height, margin = 640, 300, 60
-    seconds = [int(row["ms"]) / 1000 for row in rows]
-    memory = [int(row["rss_kib"]) / 1024 for row in rows]
+def plot(memory, path):
     top = max(memory) * 1.2
 
-    def place(x, y):
-        return margin + x / seconds[-1] * (width - margin - 20), height - margin + 20 - y / top * (height - margin - 20)
+    def x(second):
+        return round(60 + second / len(memory) * 560, 1)
 
-    points = " ".join(f"{x:.1f},{y:.1f}" for x, y in map(lambda pair: place(*pair), zip(seconds, memory)))
-    parts = [
-        f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {height}" font-family="sans-serif" font-size="12">',
-        f'<rect width="{width}" height="{height}" fill="white"/>',
-        f'<text x="{margin}" y="16" font-size="14">Resident memory (MiB) against time (minutes)</text>']
-    for value in range(0, int(top) + 1, 10):
-        left, level = place(0, value)
-        parts.append(f'<line x1="{left}" y1="{level:.0f}" x2="{width - 20}" y2="{level:.0f}" stroke="#d0d7de"/>')
-        parts.append(f'<text x="{left - 6}" y="{level + 4:.0f}" text-anchor="end">{value}</text>')
-    for minute in range(0, int(seconds[-1] / 60) + 1, 2):
-        x, level = place(minute * 60, 0)
-        parts.append(f'<text x="{x:.0f}" y="{level + 18:.0f}" text-anchor="middle">{minute}</text>')
-    parts.append(f'<polyline points="{points}" fill="none" stroke="#1f6feb" stroke-width="1.5"/></svg>\n')
-    path.write_text("\n".join(parts))
+    def y(mib):
+        return round(260 - mib / top * 220, 1)
+
+    points = " ".join(f"{x(second)},{y(mib)}" for second, mib in enumerate(memory))
+    lines = [f'<line x1="60" y1="{y(mib)}" x2="620" y2="{y(mib)}" stroke="#d0d7de"/>'
+             f'<text x="54" y="{y(mib) + 4}" text-anchor="end">{mib}</text>' for mib in range(0, int(top) + 1, 10)]
+    minutes = [f'<text x="{x(minute * 60)}" y="278" text-anchor="middle">{minute}</text>'
+               for minute in range(0, len(memory) // 60 + 1, 2)]
+    path.write_text("\n".join([
+        '<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 640 300" font-family="sans-serif" font-size="12">',
+        '<rect width="640" height="300" fill="white"/>',
+        '<text x="60" y="16" font-size="14">Resident memory (MiB) against time (minutes)</text>', *lines, *minutes,
+        f'<polyline points="{points}" fill="none" stroke="#1f6feb" stroke-width="1.5"/></svg>\n']))
 
 
 def main(soak, vxtool, seconds, svg=None):
     with tempfile.TemporaryDirectory() as folder:
         work = pathlib.Path(folder)
         md5 = prepare(work)
-        bus = start_bus(work)
-        faults = Faults(work, vxtool)
+        bus = start_bus()
         try:
-            with open(work / "counts.csv", "w", encoding="utf-8") as counts:
-                process = subprocess.Popen(
-                    [soak, seconds, folder, f"http://127.0.0.1:{faults.port}/file", str(DOWNLOAD_SIZE), md5],
-                    stdout=counts)
-                time.sleep(1)
-                faults.start()
-                time.sleep(max(0, int(seconds) - 5))
-                faults.stop()
-                code = process.wait(timeout=120)
-            with open(work / "counts.csv", encoding="utf-8") as counts:
-                rows = list(csv.DictReader(counts))
-            checks, figures = judge(rows, faults, work)
+            faults = Faults(work, vxtool)
+            url = f"http://127.0.0.1:{faults.port}/file"
+            samples, counts, code = run([soak, seconds, folder, url, str(DOWNLOAD_SIZE), md5], int(seconds), faults)
+            checks, figures = judge(samples, counts, faults, work)
             checks["the process ended by itself, with 0"] = code == 0
         finally:
-            faults.over.set()
             bus.kill()
             subprocess.run(["umount", "-l", work / "disk"], check=False)
-        if svg:
-            plot(rows, pathlib.Path(svg))
+    if svg:
+        plot([memory for memory, _, _ in samples], pathlib.Path(svg))
     for name, value in figures.items():
         print(f"{value:>12,}  {name.replace('_', ' ')}")
     for name, holds in checks.items():

@@ -1,7 +1,6 @@
 // The process that scripts/soak.sh watches: soak SECONDS FOLDER URL SIZE MD5
-// It logs, downloads, copies, removes, receives texts and watches the system at the same time, counts what
-// came of it, and writes a line with its counts and its memory each second. What goes wrong around it is the
-// script's doing.
+// It logs, downloads, copies, removes, receives texts and watches the system at the same time, and tells in
+// the end how often what happened. What goes wrong around it is the script's doing.
 
 #include <common/http/ifiledownload.h>
 #include <common/idle/idlewatcher.h>
@@ -22,76 +21,51 @@
 
 #include <chrono>
 #include <cstdio>
+#include <map>
 #include <memory>
+#include <string>
 
 namespace
 {
 
 constexpr common::logger::Channel logChannel{"soak"};
 
-using std::chrono::milliseconds;
-
-// Between two jobs of a kind, and between two log lines.
-constexpr milliseconds pauseBetweenJobs(100);
-constexpr milliseconds logInterval(20);
-
-struct Counts
-{
-    int lines = 0;
-    int downloads = 0, downloadsFailed = 0, downloadsWrong = 0;
-    int copies = 0, copiesFailed = 0;
-    int removals = 0, removalsFailed = 0;
-    int jobsStarted = 0;
-    int sleeps = 0, wakes = 0;
-};
-
-/// Resident memory of this process in KiB.
-long ResidentMemory()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (status.open(QIODevice::ReadOnly)) {
-        for (const QByteArray& line : status.readAll().split('\n')) {
-            if (line.startsWith("VmRSS:")) {
-                return line.simplified().split(' ').value(1).toLong();
-            }
-        }
-    }
-    return 0;
-}
-
-long EntriesOf(const char* folder)
-{
-    return static_cast<long>(QDir(QString::fromLatin1(folder)).entryList().size());
-}
+using std::chrono_literals::operator""ms;
 
 class Soak : public QObject
 {
-    Q_OBJECT
-
 public:
     explicit Soak(const QStringList& arguments);
+    ~Soak() override;
 
 private:
-    void Log();
     void Download();
     void CheckDownload();
     void Copy();
     void Remove();
-    void Report();
+
+    void Count(const std::string& what) { ++counts[what]; }
+
+    void CountAndGoOn(const std::string& what, void (Soak::*next)())
+    {
+        Count(what);
+        QTimer::singleShot(100ms, this, next);
+    }
 
     template<typename Job>
-    void Again(Job job)
+    void Watch(const Job& job, const std::string& name, void (Soak::*next)())
     {
-        QTimer::singleShot(pauseBetweenJobs, this, job);
+        Count("jobs");
+        connect(&job, &Job::succesed, this, [=] { CountAndGoOn(name, next); });
+        connect(&job, &Job::failed, this, [=] { CountAndGoOn(name + "_failed", next); });
     }
 
     QElapsedTimer clock;
     qint64 duration;
     QDir folder;
     QByteArray md5;
-    Counts counts;
+    std::map<std::string, int> counts;
     QTimer logTimer;
-    QTimer reportTimer;
     QNetworkAccessManager network;
     common::http::IFileDownload* download;
     std::unique_ptr<common::FileCopier> copier;
@@ -117,10 +91,8 @@ Soak::Soak(const QStringList& arguments)
     download->SetChecksum(arguments.at(5));
     download->SetTimeout(2);
     connect(download, &common::http::IFileDownload::complete, this, &Soak::CheckDownload);
-    connect(download, &common::http::IFileDownload::failed, this, [this] {
-        ++counts.downloadsFailed;
-        Again([this] { Download(); });
-    });
+    connect(download, &common::http::IFileDownload::failed, this,
+            [this] { CountAndGoOn("downloads_failed", &Soak::Download); });
 
     if (peer.isSecondary() || !received.open(QIODevice::WriteOnly)) {
         qFatal("another process runs, or the folder cannot be written");
@@ -130,22 +102,20 @@ Soak::Soak(const QStringList& arguments)
         received.flush();
     });
     const auto* const sleepWatcher = tools::SleepWatcher::instance();
-    connect(sleepWatcher, &tools::SleepWatcher::sleep, this, [this] { ++counts.sleeps; });
-    connect(sleepWatcher, &tools::SleepWatcher::wake, this, [this] { ++counts.wakes; });
-
-    connect(&logTimer, &QTimer::timeout, this, &Soak::Log);
-    logTimer.start(logInterval);
-    connect(&reportTimer, &QTimer::timeout, this, &Soak::Report);
-    reportTimer.start(1000);
-    std::puts("ms,rss_kib,descriptors,threads,lines,downloads,downloads_failed,downloads_wrong,jobs,copies,"
-              "copies_failed,removals,removals_failed,sleeps,wakes");
+    connect(sleepWatcher, &tools::SleepWatcher::sleep, this, [this] { Count("sleeps"); });
+    connect(sleepWatcher, &tools::SleepWatcher::wake, this, [this] { Count("wakes"); });
+    connect(&logTimer, &QTimer::timeout, this,
+            [this] { LOG_MESSAGE(common::logger::Info) << "line " << ++counts["lines"]; });
+    logTimer.start(20ms);
     Download();
     Copy();
 }
 
-void Soak::Log()
+Soak::~Soak()
 {
-    LOG_MESSAGE(common::logger::Info) << "line " << ++counts.lines;
+    for (const auto& [what, count] : counts) {
+        std::printf("%s %d\n", what.c_str(), count);
+    }
 }
 
 void Soak::Download()
@@ -161,27 +131,19 @@ void Soak::CheckDownload()
     QFile file(download->GetFilePath());
     QCryptographicHash hash(QCryptographicHash::Md5);
     const bool right = file.open(QIODevice::ReadOnly) && hash.addData(&file) && hash.result().toHex() == md5;
-    ++(right ? counts.downloads : counts.downloadsWrong);
-    Again([this] { Download(); });
+    CountAndGoOn(right ? "downloads" : "downloads_wrong", &Soak::Download);
 }
 
 void Soak::Copy()
 {
     if (clock.elapsed() > duration) {
-        return; // The last jobs end by themselves.
+        QCoreApplication::quit(); // The last job has ended.
+        return;
     }
     copier = std::make_unique<common::FileCopier>();
     copier->AddDirectory(folder.filePath(QStringLiteral("source")),
                          folder.filePath(QStringLiteral("disk/copy")));
-    connect(copier.get(), &common::FileCopier::succesed, this, [this] {
-        ++counts.copies;
-        Again([this] { Remove(); });
-    });
-    connect(copier.get(), &common::FileCopier::failed, this, [this] {
-        ++counts.copiesFailed;
-        Again([this] { Remove(); });
-    });
-    ++counts.jobsStarted;
+    Watch(*copier, "copies", &Soak::Remove);
     copier->Copy();
 }
 
@@ -189,43 +151,16 @@ void Soak::Remove()
 {
     remover = std::make_unique<common::FileRemover>();
     remover->AddDirectory(folder.filePath(QStringLiteral("disk/copy")));
-    connect(remover.get(), &common::FileRemover::succesed, this, [this] {
-        ++counts.removals;
-        Again([this] { Copy(); });
-    });
-    connect(remover.get(), &common::FileRemover::failed, this, [this] {
-        ++counts.removalsFailed;
-        Again([this] { Copy(); });
-    });
-    ++counts.jobsStarted;
+    Watch(*remover, "removals", &Soak::Copy);
     remover->Remove();
-}
-
-void Soak::Report()
-{
-    std::printf("%lld,%ld,%ld,%ld,%d,%d,%d,%d,%d,%d,%d,%d,%d,%d,%d\n",
-                static_cast<long long>(clock.elapsed()), ResidentMemory(), EntriesOf("/proc/self/fd"),
-                EntriesOf("/proc/self/task"), counts.lines, counts.downloads, counts.downloadsFailed,
-                counts.downloadsWrong, counts.jobsStarted, counts.copies, counts.copiesFailed,
-                counts.removals, counts.removalsFailed, counts.sleeps, counts.wakes);
-    static_cast<void>(std::fflush(stdout));
-    const int ended = counts.copies + counts.copiesFailed + counts.removals + counts.removalsFailed;
-    if (clock.elapsed() > duration && ended == counts.jobsStarted) {
-        logTimer.stop();
-        QCoreApplication::quit();
-    }
 }
 
 } // namespace
 
 int main(int argc, char* argv[])
 {
-    QCoreApplication application(argc, argv);
+    const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() != 6) {
-        static_cast<void>(std::fputs("usage: soak SECONDS FOLDER URL SIZE MD5\n", stderr));
-        return 2;
-    }
     using namespace common::logger;
     SetLogger(GetLog4cpp());
     const QString log = QDir(arguments.at(2)).filePath(QStringLiteral("log/soak.log"));
@@ -234,5 +169,3 @@ int main(int argc, char* argv[])
     const Soak soak(arguments);
     return QCoreApplication::exec();
 }
-
-#include "soak.moc"
