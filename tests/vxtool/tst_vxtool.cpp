@@ -27,9 +27,13 @@ private Q_SLOTS:
     void init() { dir = std::make_unique<QTemporaryDir>(); }
     void answers_data();
     void answers();
+    void help();
     void gzip();
     void json();
     void files();
+#if VXCOMMON_HAS_LOG4CPP
+    void logFile();
+#endif
 
 private:
     Result Run(const QString& arguments, const QByteArray& input = QByteArray()) const;
@@ -117,6 +121,12 @@ void TestVxtool::answers()
     QVERIFY2(exitCode != 2 || result.error.contains(output), result.error);
 }
 
+void TestVxtool::help()
+{
+    QVERIFY(Run("--help").output.contains("  version compare  "));
+    QVERIFY(Run("hex|--help").output.startsWith("Usage: vxtool hex [options] [TEXT...]\n"));
+}
+
 void TestVxtool::gzip()
 {
     const QByteArray input = QByteArray("\r\n\x1a", 3).repeated(50000);
@@ -163,12 +173,22 @@ void TestVxtool::files()
     verify("remove|d|a|x", 0, "6 items removed\n", {"t/"});
     verify("remove|/", 2, "all there is", before);
     verify("remove|", 2, "names nothing", before);
+    QVERIFY(Run("copy|--timing|a|x").output.startsWith("1 item copied in "));
 #ifdef Q_OS_UNIX
     filetree::Build(dir->path(), {"l->d/e"});
     QCOMPARE(Run("remove|l/../b").exitCode, 0);
     QVERIFY2(!QFile::exists(dir->filePath("d/b")), "the folder above what a link leads to is meant");
 #endif
 }
+
+#if VXCOMMON_HAS_LOG4CPP
+void TestVxtool::logFile()
+{
+    QCOMPARE(Run("--log|log|version|parse|1|--log-source").exitCode, 0);
+    const QString log = filetree::Snapshot(dir->path()).join('|');
+    QVERIFY2(log.contains("main: command version parse begins (vxtool::"), qPrintable(log));
+}
+#endif
 
 QTEST_GUILESS_MAIN(TestVxtool)
 #include "tst_vxtool.moc"
