@@ -4,7 +4,6 @@
 #include <QString>
 #include <QStringList>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #ifdef Q_OS_WIN
@@ -13,8 +12,8 @@
 #include <sys/stat.h>
 #endif
 
-/// Trees in short: "d/" is a directory, "d/f=text" a file, "d/l->a" a link, "h=>d/f" one more name of a file,
-/// "p|" a fifo; a name with a leading dot is hidden.
+/// Trees in short: "d/" is a directory, "d/f=text" a file, "d/l->a" a link, "p|" a fifo; a name with a
+/// leading dot is hidden.
 namespace filetree
 {
 
@@ -37,8 +36,6 @@ inline void Build(const QString& root, const QStringList& entries)
             std::filesystem::create_directories(path);
         } else if (entry.contains("->")) {
             std::filesystem::create_symlink(ToPath(entry.section("->", 1)), path);
-        } else if (entry.contains("=>")) {
-            std::filesystem::create_hard_link(ToPath(root + u'/' + entry.section("=>", 1)), path);
 #ifdef Q_OS_UNIX
         } else if (entry.endsWith('|')) {
             ::mkfifo(qPrintable(root + u'/' + entry.chopped(1)), S_IRUSR | S_IWUSR);
@@ -54,32 +51,28 @@ inline void Build(const QString& root, const QStringList& entries)
     }
 }
 
-/// What stands below a folder, sorted; empty directories only.
+/// What stands below a folder, sorted; empty directories only. Nothing stands below one that is missing.
 inline QStringList Snapshot(const QString& folder)
 {
     namespace fs = std::filesystem;
     QStringList entries;
-    if (!fs::is_directory(ToPath(folder))) {
-        return entries;
-    }
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(ToPath(folder))) {
+    std::error_code missing;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(ToPath(folder), missing)) {
         const QString name =
             QString::fromStdU16String(entry.path().lexically_relative(ToPath(folder)).generic_u16string());
         if (entry.is_symlink()) {
             entries += name + "->" + QString::fromStdString(fs::read_symlink(entry.path()).string());
-        } else if (entry.is_directory()) {
-            if (fs::is_empty(entry.path())) {
-                entries += name + u'/';
-            }
-        } else if (!entry.is_regular_file()) {
-            entries += name + u'|';
-        } else {
+        } else if (entry.is_regular_file()) {
             std::ifstream file(entry.path(), std::ios::binary);
             const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
             entries += name + u'=' + QString::fromStdString(text);
+        } else if (!entry.is_directory()) {
+            entries += name + u'|';
+        } else if (fs::is_empty(entry.path())) {
+            entries += name + u'/';
         }
     }
-    std::sort(entries.begin(), entries.end());
+    entries.sort();
     return entries;
 }
 
