@@ -4,8 +4,6 @@
 #include <QTcpSocket>
 #include <QTimer>
 
-#include <memory>
-
 namespace
 {
 
@@ -25,14 +23,10 @@ void Play(QTcpSocket* socket, const Answer& answer, qsizetype sent = 0)
                           : sent == 0          ? answer.bytes.indexOf("\r\n\r\n") + 4
                                                : sent + 1;
     socket->write(answer.bytes.mid(sent, end - sent));
-    // A reset must not overtake what was written.
-    socket->waitForBytesWritten();
     if (end < answer.bytes.size()) {
         QTimer::singleShot(answer.interval, socket, [=] { Play(socket, answer, end); });
     } else if (answer.ending == Answer::Close) {
         socket->disconnectFromHost();
-    } else if (answer.ending == Answer::Reset) {
-        socket->abort();
     }
 }
 
@@ -68,10 +62,9 @@ void FaultServer::Receive(QTcpSocket* socket, const Answer& answer)
         --openConnections;
         socket->deleteLater();
     });
-    const auto read = [=, request = std::make_shared<QByteArray>()] {
-        *request += socket->readAll();
-        if (IsWhole(*request)) {
-            requests += std::exchange(*request, QByteArray());
+    const auto read = [=] {
+        if (IsWhole(socket->peek(socket->bytesAvailable()))) {
+            requests += socket->readAll();
             Play(socket, answer);
         }
     };

@@ -11,8 +11,7 @@ struct Answer
     enum Ending
     {
         Close,
-        Reset, ///< Without a good-bye.
-        Hang   ///< Never.
+        Hang ///< Never.
     };
 
     QByteArray bytes; ///< Sent as they stand.

@@ -4,46 +4,42 @@
 
 #include <QNetworkAccessManager>
 #include <QNetworkProxy>
-#include <QRegularExpression>
 #include <QStringList>
 
 #include <memory>
 
-/// Keeps what a request tells, in its order.
+/// What a request tells that ends well.
+inline const QString success = "replyFinished, binary, finished";
+
+/// Keeps what a request tells, in its order, but for progress, which comes as often as Qt likes.
 class SignalRecorder : public QObject
 {
 public:
     explicit SignalRecorder(common::http::IHttpRequest* request)
     {
         using common::http::IHttpRequest;
-        const auto note = [this, request](auto signal, const QString& event) {
-            connect(request, signal, this, [this, event] { events += event; });
-        };
-        const auto noteCode = [this, request](auto signal, const QString& event) {
-            connect(request, signal, this, [this, event](int error) { events += event.arg(error); });
-        };
-        note(&IHttpRequest::downloadProgress, "down");
-        note(&IHttpRequest::uploadProgress, "up");
-        note(&IHttpRequest::replyFinished, "replyFinished");
-        note(&IHttpRequest::requestFinishedWithBinaryData, "binary");
-        note(&IHttpRequest::requestFinished, "finished");
-        noteCode(&IHttpRequest::proxyError, "proxy %1");
-        noteCode(&IHttpRequest::invalidOperationError, "invalid %1");
-        connect(request, &IHttpRequest::requestFinishedWithBinaryData, this,
-                [this](const QByteArray& bytes) { body = bytes; });
-        connect(request, &IHttpRequest::requestFinished, this,
-                [this](const QString& result) { text = result; });
+        connect(request, &IHttpRequest::replyFinished, this, [this] { events += "replyFinished"; });
+        connect(request, &IHttpRequest::requestFinishedWithBinaryData, this, [this](const QByteArray& bytes) {
+            events += "binary";
+            body = bytes;
+        });
+        connect(request, &IHttpRequest::requestFinished, this, [this](const QString& result) {
+            events += "finished";
+            text = result;
+        });
+        connect(request, &IHttpRequest::proxyError, this,
+                [this](int error) { events += QString("proxy %1").arg(error); });
+        connect(request, &IHttpRequest::invalidOperationError, this,
+                [this](int error) { events += QString("invalid %1").arg(error); });
         connect(request, &IHttpRequest::requestError, this,
                 [this](int error, const QString& description, const QByteArray& bytes) {
+                    events += QString("error %1 %2").arg(error).arg(bytes.size());
                     text = description;
                     body = bytes;
-                    events += QStringLiteral("error %1 %2").arg(error).arg(bytes.size());
                 });
     }
 
-    /// The events but for progress, which comes as often as Qt likes.
-    QString Told() const { return events.filter(QRegularExpression("^(?!down|up)")).join(", "); }
-    bool HasEnded() const { return QRegularExpression("finished$|error [^,]*$").match(Told()).hasMatch(); }
+    QString Told() const { return events.join(", "); }
 
     QStringList events;
     QByteArray body; ///< As delivered or told with the error.

@@ -12,9 +12,6 @@ class TestHttpCommands : public QObject
 private Q_SLOTS:
     void commands_data();
     void commands();
-#ifndef _WIN32 // A console program there cannot be sent Ctrl-C without sending it to this program as well.
-    void interrupt();
-#endif
 };
 
 void TestHttpCommands::commands_data()
@@ -33,16 +30,14 @@ void TestHttpCommands::commands_data()
     const auto misused = [row](const QStringList& arguments, const QByteArray& complaint) {
         row(complaint.constData(), arguments, {}, 2, {"", complaint});
     };
-    row("get", {"get", "-v", "URL", "--query", "a=1 2", "--header", "X-A: b"}, {ok}, 0,
-        {"\r\nX-A: b\r\n", "replyFinished 200\nrequestFinishedWithBinaryData 4\nrequestFinished 4\n",
-         "body"});
+    row("get", {"get", "-v", "URL", "--query", "a=1 2", "--header", "Accept-Encoding: é"}, {ok}, 0,
+        {"\r\nAccept-Encoding: é\r\n",
+         "replyFinished 200\nrequestFinishedWithBinaryData 4\nrequestFinished 4\n", "body"});
     row("retried", {"get", "URL", "--attempts", "2", "--interval", "0"}, {busy, ok}, 0,
         {"GET / ", "", "body"});
     row("busy to the end", {"get", "URL"}, {busy}, 1, {"", "vxtool get: error 299: "});
     row("steers no terminal", {"get", "URL"}, {{Response("404 \x1b[31m\x9b", "")}}, 1,
         {"", "replied: \\x1b[31m\\x9b\n"});
-    row("silence", {"get", "URL", "--timeout", "1"}, {{"", Answer::Hang}}, 1,
-        {"", "error 4: Request timed out"});
     row("no redirect", {"get", "URL", "--redirect", "manual"},
         {{Response("302 Found", "r", "Location: /\r\n")}}, 0, {"", "", "r"});
     row("post JSON", {"post", "URL", "--json", "JSON"}, {ok}, 0, {"\r\n\r\n{\"n\":[1]}"});
@@ -55,8 +50,6 @@ void TestHttpCommands::commands_data()
         {"", "error 900103: Download verification failed!\n"});
     misused({"post", "URL", "--form", "a=b", "--text", "a=b"}, "exclude each other");
     misused({"get", "URL", "--interval", "-5"}, "--interval takes a number from 0 to 2147483647");
-    misused({"get", "URL", "--attempts", "0"}, "--attempts takes a number from 1 to");
-    misused({"download", "URL", "FILE", "--timeout", "9999999999"}, "--timeout takes a number from 0 to");
     misused({"download", "URL"}, "a URL and a file are needed");
     misused({"get", "URL", "--header", "X: a\r\nY: b"}, "--header takes no line breaks");
     misused({"post", "URL", "--text", "a\nY: b=c"}, "names of parts and files hold no line breaks");
@@ -83,27 +76,12 @@ void TestHttpCommands::commands()
     QTRY_COMPARE_WITH_TIMEOUT(tool.state(), QProcess::NotRunning, 60000);
     const QByteArrayList found{server.requests.join(), tool.readAllStandardError(),
                                tool.readAllStandardOutput()};
-    QVERIFY2(tool.exitCode() == exitCode, found.at(1).constData());
+    QVERIFY2(tool.error() == QProcess::UnknownError, qUtf8Printable(tool.errorString()));
+    QVERIFY2(tool.exitCode() == exitCode, QByteArray::number(tool.exitCode()) + ' ' + found.at(1));
     for (qsizetype i = 0; i < parts.size(); ++i) {
         QVERIFY2(found.at(i).contains(parts.at(i)), found.at(i).constData());
     }
 }
-
-#ifndef _WIN32
-void TestHttpCommands::interrupt()
-{
-    const QTemporaryDir dir;
-    FaultServer server({{Response("200 OK", "body").chopped(1), Answer::Hang}});
-    QProcess tool;
-    tool.start(VXTOOL_PROGRAM, {"download", server.Url().toString(), dir.filePath("file")});
-    QTRY_COMPARE(server.requests.size(), 1);
-    tool.terminate();
-    QTRY_COMPARE(tool.state(), QProcess::NotRunning);
-    QCOMPARE(tool.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(tool.exitCode(), 1);
-    QVERIFY(tool.readAllStandardError().endsWith("vxtool download: interrupted\n"));
-}
-#endif
 
 QTEST_GUILESS_MAIN(TestHttpCommands)
 #include "tst_httpcommands.moc"

@@ -1,20 +1,18 @@
 #!/usr/bin/env bash
-# Starts nginx and tinyproxy on free loopback ports and with a temporary folder, runs a command, and stops them again:
+# Starts nginx on free loopback ports and with a temporary folder, runs a command, and stops it again:
 #   with-servers.sh COMMAND...
-# The command finds the ports in SERVER_HTTP, SERVER_TLS, SERVER_MTLS (wants a client certificate), SERVER_PROXY and
-# SERVER_AUTH_PROXY (wants user "user" with password "secret"), and the folder that is served in SERVER_ROOT.
+# The command finds the ports in SERVER_HTTP, SERVER_TLS and SERVER_MTLS (wants a client certificate), and the folder
+# that is served in SERVER_ROOT.
 
 set -euo pipefail
 
 dir=$(mktemp -d)
-nginx_pid= proxy_pid= auth_proxy_pid=
-stop_all() {
-    for pid in $nginx_pid $proxy_pid $auth_proxy_pid; do
-        kill "$pid" 2>/dev/null && wait "$pid" 2>/dev/null || true
-    done
+nginx_pid=
+stop() {
+    [ -z "$nginx_pid" ] || { kill "$nginx_pid" && wait "$nginx_pid"; } 2>/dev/null || true
     rm -rf "$dir"
 }
-trap stop_all EXIT
+trap stop EXIT
 trap 'exit 130' INT TERM
 
 root=$dir/root
@@ -29,11 +27,9 @@ done
 # Workers of a server started by root belong to nobody.
 chmod 755 "$dir" "$root" && chmod 644 "$root"/*
 
-free_ports() { # Random ones; a server that finds its port taken does not start and is given another.
-    http=$((20000 + RANDOM % 12000)); tls=$((http + 1)); mtls=$((http + 2)); proxy=$((http + 3)); auth_proxy=$((http + 4))
-}
-
-write_configs() {
+# The ports are random; a server that finds one of them taken ends and is given others.
+for _ in {1..10}; do
+    http=$((20000 + RANDOM % 12000)) tls=$((http + 1)) mtls=$((http + 2))
     cat >"$dir/nginx.conf" <<CONF
 daemon off;
 pid $dir/nginx.pid;
@@ -44,15 +40,11 @@ http {
     client_body_temp_path $dir/tmp; proxy_temp_path $dir/tmp; fastcgi_temp_path $dir/tmp;
     uwsgi_temp_path $dir/tmp; scgi_temp_path $dir/tmp;
     types { text/plain txt; } default_type application/octet-stream;
-    gzip on; gzip_min_length 1; gzip_proxied any; gzip_types text/plain;
-    limit_req_zone \$server_port zone=one:1m rate=1r/m;
+    gzip on; gzip_min_length 1; gzip_types text/plain;
     root $root;
     ssl_certificate $root/server.crt; ssl_certificate_key $root/server.key;
     server {
         listen 127.0.0.1:$http;
-        location /redirect { return 302 /hello.txt; }
-        location /secret { auth_basic "secret"; auth_basic_user_file $dir/none; }
-        location /limited { limit_req zone=one; limit_req_status 429; try_files /hello.txt =404; }
         location /slow { limit_rate 200; gzip off; try_files /hello.txt =404; }
     }
     server {
@@ -62,34 +54,14 @@ http {
     server { listen 127.0.0.1:$mtls ssl; ssl_client_certificate $root/client.crt; ssl_verify_client on; }
 }
 CONF
-    printf 'Port %d\nListen 127.0.0.1\nAllow 127.0.0.1\nMaxClients 20\nTimeout 30\n' "$proxy" >"$dir/proxy.conf"
-    printf 'Port %d\nListen 127.0.0.1\nAllow 127.0.0.1\nMaxClients 20\nTimeout 30\nBasicAuth user secret\n' \
-        "$auth_proxy" >"$dir/auth-proxy.conf"
-}
-
-all_listen() {
-    local port
-    for port in $http $tls $mtls $proxy $auth_proxy; do
-        (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null || return 1
-    done
-}
-
-for _ in {1..10}; do
-    free_ports
-    write_configs
     nginx -c "$dir/nginx.conf" 2>>"$dir/error.log" & nginx_pid=$!
-    tinyproxy -d -c "$dir/proxy.conf" >"$dir/proxy.log" 2>&1 & proxy_pid=$!
-    tinyproxy -d -c "$dir/auth-proxy.conf" >"$dir/proxy.log" 2>&1 & auth_proxy_pid=$!
-    for _ in {1..50}; do
-        all_listen && break 2
-        kill -0 $nginx_pid $proxy_pid $auth_proxy_pid 2>/dev/null || break
+    # It writes its pid once it listens.
+    while [ ! -s "$dir/nginx.pid" ] && kill -0 $nginx_pid 2>/dev/null; do
         sleep 0.1
     done
-    kill $nginx_pid $proxy_pid $auth_proxy_pid 2>/dev/null || true
-    wait
+    [ ! -s "$dir/nginx.pid" ] || break
 done
-all_listen || { cat "$dir"/*.log >&2; echo "the servers did not start" >&2; exit 1; }
+[ -s "$dir/nginx.pid" ] || { cat "$dir/error.log" >&2; echo "nginx did not start" >&2; exit 1; }
 
-export SERVER_HTTP=$http SERVER_TLS=$tls SERVER_MTLS=$mtls SERVER_PROXY=$proxy SERVER_AUTH_PROXY=$auth_proxy
-export SERVER_ROOT=$root
+export SERVER_HTTP=$http SERVER_TLS=$tls SERVER_MTLS=$mtls SERVER_ROOT=$root
 "$@"
