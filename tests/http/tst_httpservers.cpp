@@ -97,7 +97,7 @@ void TestHttpServers::outcome()
     }
     request->SetUrl(url);
     QVERIFY(request->Get());
-    QTRY_COMPARE_WITH_TIMEOUT(told->Told(), expected, 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(told->Told(), expected, 10000);
     QVERIFY(expected != success || told->body == Served("hello.txt"));
 }
 
