@@ -1,5 +1,4 @@
 #include "files/filetree.h"
-#include "recordinglogger.h"
 
 #include <common/logger/logger.h>
 
@@ -9,12 +8,13 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 namespace logger = common::logger;
 
@@ -27,9 +27,6 @@ namespace
 
 constexpr logger::Channel logChannel{"test.backend"};
 
-/// The handler that the library installed when it was loaded; QtTest puts its own on top of it.
-QtMessageHandler libraryHandler = nullptr;
-
 QByteArray ReadFile(const QString& path)
 {
     QFile file(path);
@@ -39,11 +36,9 @@ QByteArray ReadFile(const QString& path)
 /// The arguments of Configure with harmless values, so that a test names only what it is about.
 struct Setup
 {
-    int level = logger::Debug;
     unsigned int targets = logger::RollingFile;
     unsigned int options = logger::PatternLayout;
     QString pattern = "%m%n";
-    QString qtChannel;
     QString configFile;
     QString logFile;
     QString shortLogFile;
@@ -52,7 +47,7 @@ struct Setup
 
     bool Apply() const
     {
-        return logger::GetLogger()->Configure(level, targets, options, pattern, qtChannel, configFile,
+        return logger::GetLogger()->Configure(logger::Debug, targets, options, pattern, {}, configFile,
                                               logFile, shortLogFile, maxFileSize, maxBackups);
     }
 };
@@ -65,62 +60,40 @@ void LogOnMain(const char* text, int times = 1)
     }
 }
 
-/// A property file for one log file.
-QByteArray ConfiguredFile(const QString& logFile, const char* pattern)
+/// Logs to exit.log until after the last moment, while a thread that nobody stops still logs.
+int LogUntilExit()
 {
-    return "rootCategory=WARN, A\ncategory.main=FATAL\nappender.A=FileAppender\nappender.A.fileName=" +
-           logFile.toLocal8Bit() +
-           "\nappender.A.layout=PatternLayout\nappender.A.layout.ConversionPattern=" + pattern;
-}
-
-/// Logs when it dies.
-struct Speaker
-{
-    ~Speaker()
-    {
-        LOG_MESSAGE(logger::Error) << name << " ends";
-        qWarning("%s ends, says Qt", name);
-    }
-
-    const char* name;
-};
-
-/// Uses loggers that have ended in all ways there are.
-struct Latecomer
-{
-    ~Latecomer()
-    {
-        logger::ILogger* log = logger::GetLog4cpp();
+    static logger::ILogger* const defaultLogger = logger::GetLogger();
+    // Registered before the backend exists, so it runs after the backend's end.
+    int failures = std::atexit([] {
+        qWarning("too late, says Qt");
         LOG_MESSAGE(logger::Fatal) << "too late";
+        logger::ILogger* log = logger::GetLog4cpp();
         log->SetLevel(logger::Debug);
         log->Configure(0, logger::Console | logger::RollingFile, 0, {}, {}, {}, {}, "too late", 1000, 1);
         log->SetFileLoggingEnabled(true);
         logger::SetLogger(defaultLogger);
         LOG_MESSAGE(logger::Error) << "too late, by the default logger";
-    }
-
-    logger::ILogger* defaultLogger = nullptr;
-};
-
-/// Logs to exit.log until the last static destructor, while a thread that nobody stops still logs.
-int LogUntilExit()
-{
-    // Made before the backend exists, so they die after it.
-    static Latecomer latecomer;
-    static const Speaker early{"early"};
-    latecomer.defaultLogger = logger::SetLogger(logger::GetLog4cpp());
+    });
+    logger::SetLogger(logger::GetLog4cpp());
     logger::GetLogger()->Configure(logger::Debug, logger::RollingFile | logger::Debugger,
-                                   logger::PatternLayout, "%p %c %m%n", "qt.messages", "log.properties",
-                                   "exit.log", "short.log", 100000000, 2);
-    // Made after the backend, so it dies first.
-    static const Speaker late{"late"};
+                                   logger::PatternLayout, "%p %c %m%n", "qt.k\u00F6rper", {}, "exit.log",
+                                   "short.log", 100000000, 2);
+    // Registered after it, so it runs before.
+    failures += std::atexit([] {
+        LOG_MESSAGE(logger::Error) << "last words";
+        qDebug("debug");
+        qInfo("info");
+        qWarning("warning");
+        qCritical("critical");
+    });
     std::thread([] {
         while (true) {
             LOG_MESSAGE(logger::Warn) << "thread runs";
             std::this_thread::sleep_for(std::chrono::microseconds(1));
         }
     }).detach();
-    return 0;
+    return failures;
 }
 
 } // namespace
@@ -138,8 +111,7 @@ private Q_SLOTS:
     void badPlaces();
     void threadsIntoOneRollingFile();
     void channels();
-    void configurationFile();
-    void console();
+    void configurationFileAndConsole();
     void linesAtExit();
 
 private:
@@ -162,62 +134,50 @@ void TestLog4cpp::lineForms()
 {
     const auto verify = [this](unsigned int options, const QString& pattern, const QString& form) {
         init();
-        setup.options = options & ~1U;
+        setup.options = options;
         setup.pattern = pattern;
         QVERIFY(setup.Apply());
-        logger::GetLogger()->SetSourceShown((options & 1U) != 0);
         LogOnMain("téxt");
         const QByteArray line = ReadFile(setup.logFile);
         QVERIFY2(QRegularExpression('^' + form + "\n$").match(line).hasMatch(), line);
         LOG_MESSAGE(logger::Info) << "not for the short log";
-        QVERIFY(ReadFile(setup.logFile).size() > line.size());
         QCOMPARE(ReadFile(setup.shortLogFile), line);
     };
     verify(256, "", R"(\d{4}\.m\.\d\d \d\d:\d\d:\d\d\.\d{3}   INFO \[ *\d+\] main\.window: téxt)");
-    verify(256 + 512 + 1024, "%p %c %m%n", "INFO main.window téxt");
+    verify(256 + 3, "%p %m%n", R"(INFO téxt \(n::F: file: f\.cpp\(7\)\))");
     verify(512 + 1024, "", R"(\d+ INFO main\.window : téxt)");
     verify(512, "", "INFO +: téxt");
-    verify(0, "", R"(\d+ INFO main\.window : téxt)"); // the default of log4cpp
-    verify(256 + 3, "%m%n", R"(téxt \(n::F: file: f\.cpp\(7\)\))");
 }
 
 void TestLog4cpp::files()
 {
-    const auto verify = [this](unsigned int targets, int maxBackups, const QString& files) {
-        init();
+    const auto filesAfterManyLines = [this](unsigned int targets) {
         setup.targets = targets;
-        setup.maxBackups = maxBackups;
-        setup.maxFileSize = 100;
         setup.Apply();
         LogOnMain("a line of text", 50);
-        QCOMPARE(QDir(dir->path()).entryList(QDir::Files, QDir::Name).join(' '), files);
-        // The switch is for both logs, but asks for the main one.
-        logger::GetLogger()->SetFileLoggingEnabled(false);
-        LogOnMain("switched off");
-        QCOMPARE(ReadFile(setup.shortLogFile).contains("switched off"), targets == 0);
+        return QDir(dir->path()).entryList(QDir::Files, QDir::Name).join(' ');
     };
-    // The short log, b, does not look at the targets and keeps one backup whatever the other log keeps.
-    verify(logger::File, 2, "a.log b.log b.log.1");
-    verify(logger::File | logger::RollingFile, 3, "a.log a.log.1 a.log.2 a.log.3 b.log b.log.1");
-    verify(logger::RollingFile, -1, "a.log a.log.1 b.log b.log.1");
-    verify(0, 2, "b.log b.log.1");
+    setup.maxFileSize = 100;
+    setup.maxBackups = -1;
+    // The short log, b, does not look at the targets.
+    QCOMPARE(filesAfterManyLines(logger::File), "a.log b.log b.log.1");
+    QCOMPARE(filesAfterManyLines(logger::File | logger::RollingFile), "a.log a.log.1 b.log b.log.1");
 }
 
 void TestLog4cpp::levels()
 {
-    const QString all = "FATAL 0 ALERT 1 CRIT 2 ERROR 3 WARN 4 NOTICE 5 INFO 6 DEBUG 7 ";
     setup.pattern = "%p %m ";
-    for (const auto& [level, count] : {std::pair(0, 1), {3, 4}, {7, 8}, {8, 8}, {-1, 8}}) {
-        setup.level = level;
-        setup.logFile = dir->filePath(QString::number(level));
-        setup.Apply();
-        QCOMPARE(logger::GetLogger()->GetLevel(), int(logger::NotSet));
+    setup.Apply();
+    for (const int threshold : {logger::Fatal, logger::Error, logger::NotSet}) {
+        logger::GetLogger()->SetLevel(threshold);
         for (int i = logger::Fatal; i <= logger::NotSet; ++i) {
             LOG_MESSAGE(i) << i;
         }
-        // log4cpp calls its highest priority EMERG or FATAL, whichever it was built to prefer.
-        QCOMPARE(ReadFile(setup.logFile).replace("EMERG", "FATAL"), all.section(' ', 0, 2 * count - 1) + ' ');
     }
+    // log4cpp calls its highest priority EMERG or FATAL, whichever it was built to prefer.
+    QCOMPARE(ReadFile(setup.logFile).replace("EMERG", "FATAL"),
+             "FATAL 0 FATAL 0 ALERT 1 CRIT 2 ERROR 3 "
+             "FATAL 0 ALERT 1 CRIT 2 ERROR 3 WARN 4 NOTICE 5 INFO 6 DEBUG 7 ");
 }
 
 void TestLog4cpp::changesOnTheWay()
@@ -225,17 +185,13 @@ void TestLog4cpp::changesOnTheWay()
     logger::ILogger* log = logger::GetLogger();
     setup.Apply();
     LogOnMain("1");
-    const QString descriptors = "/proc/self/fd";
-    const auto openFiles = QDir(descriptors).count();
     log->SetFileLoggingEnabled(false);
     log->SetFileLoggingEnabled(false);
-    // No log is held open; on Windows the removal tells.
-    QVERIFY(openFiles == 0 || QDir(descriptors).count() == openFiles - 2);
     LogOnMain("2");
+    // Windows does not let go of a file that is still open.
     QVERIFY(QFile::remove(setup.logFile));
     log->SetFileLoggingEnabled(true);
     LogOnMain("3");
-    QCOMPARE(ReadFile(setup.logFile), "3\n");
     QCOMPARE(ReadFile(setup.shortLogFile), "1\n3\n");
 
     // A second Configure replaces the files.
@@ -257,149 +213,114 @@ void TestLog4cpp::changesOnTheWay()
 
 void TestLog4cpp::badPlaces()
 {
-    QStringList places{File("no/such/folder/a.log"), dir->path(), File("vanishing/a.log")};
-#ifdef Q_OS_LINUX
-    places += "/dev/full";
-#endif
     const Setup good = setup;
     setup.maxFileSize = 10;
-    for (const QString& place : places) {
-        for (const unsigned int targets : {4u, 8u}) {
-            QVERIFY(QDir(dir->path()).mkdir("vanishing"));
-            setup.targets = targets;
-            setup.logFile = setup.shortLogFile = place;
-            QVERIFY(setup.Apply());
-            QVERIFY(QDir(File("vanishing")).removeRecursively());
-            LogOnMain("a line that nobody will read", 100);
-            logger::GetLogger()->SetFileLoggingEnabled(false);
-            logger::GetLogger()->SetFileLoggingEnabled(true);
-            LogOnMain("nor this one");
+    for (const QString& place :
+         {File("no/such/folder/a.log"), dir->path(), File("vanishing/a.log"), QString("/dev/full")}) {
+        QVERIFY(QDir(dir->path()).mkdir("vanishing"));
+        setup.logFile = setup.shortLogFile = place;
+        QVERIFY(setup.Apply());
+        QVERIFY(QDir(File("vanishing")).removeRecursively());
+        LogOnMain("a line that nobody will read", 100);
+        logger::GetLogger()->SetFileLoggingEnabled(false);
+        logger::GetLogger()->SetFileLoggingEnabled(true);
+        LogOnMain("nor this one");
 
-            good.Apply();
-            LogOnMain("recovered");
-            QVERIFY(ReadFile(good.logFile).endsWith("recovered\n"));
-            QVERIFY(QFile::remove(good.logFile));
-        }
+        good.Apply();
+        LogOnMain("recovered");
+        QVERIFY(ReadFile(good.logFile).endsWith("recovered\n"));
+        QVERIFY(QFile::remove(good.logFile));
     }
 }
 
 void TestLog4cpp::threadsIntoOneRollingFile()
 {
-    constexpr int linesEach = 1000;
-    setup.pattern = "<%m>%n";
-    setup.shortLogFile.clear();
     setup.maxFileSize = 5000;
     setup.maxBackups = 99;
     setup.Apply();
     std::vector<std::thread> threads;
-    for (int first = 10000; first < 26000; first += linesEach) {
-        threads.emplace_back([first] {
-            for (int i = 0; i < linesEach; ++i) {
-                LOG_MESSAGE(logger::Info) << first + i;
-            }
-        });
+    for (int i = 0; i < 16; ++i) {
+        threads.emplace_back([] { LogOnMain("line", 1000); });
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
     const QStringList files = QDir(dir->path()).entryList({"a.log*"});
     QVERIFY2(files.size() > 5, "the test needs many rollovers");
-    QByteArrayList lines;
+    QByteArray text;
     for (const QString& file : files) {
-        lines += ReadFile(dir->filePath(file)).chopped(1).split('\n');
+        text += ReadFile(dir->filePath(file));
     }
-    std::sort(lines.begin(), lines.end());
-    QCOMPARE(lines.size(), 16 * linesEach);
-    for (int i = 0; i < lines.size(); ++i) {
-        QCOMPARE(lines.at(i), '<' + QByteArray::number(10000 + i) + '>');
-    }
+    QCOMPARE(text, QByteArray("line\n").repeated(16000));
 }
 
 void TestLog4cpp::channels()
 {
-    setup.pattern = "%p [%c] %m%n";
-    setup.qtChannel = "qt.k\u00F6rper";
+    setup.pattern = "[%c] %m%n";
     setup.Apply();
     const logger::Channel nameless{nullptr};
     logger::ILogger* log = logger::GetLogger();
     logger::Message(log, nullptr, logger::Info, nullptr, nullptr, 0).GetStream() << "no channel";
     logger::Message(log, &nameless, logger::Info, nullptr, nullptr, 0).GetStream() << "no name";
     LOG_MESSAGE(logger::Info) << "own channel";
-    QCOMPARE(ReadFile(setup.logFile), "INFO [] no channel\nINFO [test.backend] own channel\n");
-
-    const std::pair<QtMsgType, int> types[] = {
-        {QtDebugMsg, 7}, {QtInfoMsg, 7}, {QtWarningMsg, 4}, {QtCriticalMsg, 3}, {QtFatalMsg, 2}};
-    for (const auto& [type, level] : types) {
-        RecordingLogger recorder;
-        libraryHandler(type, QMessageLogContext("f.cpp", 3, "n::F", "some.category"), "téxt");
-        const auto& line = recorder.lines.at(0);
-        QCOMPARE(line.level, level);
-        QCOMPARE(line.channel + '|' + line.text.toUtf8(), "qt.körper|téxt");
-        QCOMPARE(line.function + '|' + line.file + '|' + QByteArray::number(line.line), "n::F|f.cpp|3");
-    }
+    QCOMPARE(ReadFile(setup.logFile), "[] no channel\n[test.backend] own channel\n");
 }
 
-void TestLog4cpp::configurationFile()
+// The last one in this process, since the console appender stays with the root category.
+void TestLog4cpp::configurationFileAndConsole()
 {
     setup.configFile = File("a.properties");
-    const auto write = [this](const QByteArray& text) {
-        filetree::Write(filetree::ToPath(setup.configFile), text);
-    };
+    const auto path = filetree::ToPath(setup.configFile);
     QVERIFY(!logger::GetLogger()->LoadConfiguration(setup.configFile));
-    write("rootCategory=DEBUG, A\nappender.A=NoSuchAppender\n");
+    filetree::Write(path, "rootCategory=DEBUG, A\nappender.A=NoSuchAppender\n");
     QVERIFY(!logger::GetLogger()->LoadConfiguration(setup.configFile));
-    write(ConfiguredFile(File("configured.log"), "configured %m%n"));
+    filetree::Write(path, "rootCategory=WARN, A\ncategory.main=FATAL\nappender.A=FileAppender\n"
+                          "appender.A.layout=SimpleLayout\nappender.A.fileName=" +
+                              File("configured.log").toLocal8Bit());
     setup.options |= logger::ShowSource;
     QVERIFY(setup.Apply());
     LOG_MESSAGE(logger::Warn) << "warning";
     LOG_MESSAGE(logger::Info) << "filtered by the file";
     const QByteArray text = ReadFile(File("configured.log"));
-    QVERIFY2(text.startsWith("configured warning (file: ") && text.count('\n') == 1, text);
+    QVERIFY2(text.contains(": warning (file: ") && text.count('\n') == 1, text);
     QVERIFY2(!QFile::exists(setup.logFile), "the file decides everything");
-}
 
-// After the property file; and last, since the console appender stays with the root category.
-void TestLog4cpp::console()
-{
+    setup = Setup();
     setup.targets = logger::Console;
     setup.Apply();
-    std::ostringstream text;
-    std::streambuf* previous = std::cout.rdbuf(text.rdbuf());
-    LogOnMain("to the console"); // at the level of Configure again, not of the property file
-    setup.Apply();
-    LogOnMain("doubled");
+    std::ostringstream output;
+    std::streambuf* previous = std::cout.rdbuf(output.rdbuf());
+    LogOnMain("at the level of Configure again");
     std::cout.rdbuf(previous);
-    QCOMPARE(text.str(), "to the console\ndoubled\ndoubled\n");
+    QCOMPARE(output.str(), "at the level of Configure again\n");
 }
 
 // The test starts itself for it.
 void TestLog4cpp::linesAtExit()
 {
-    const QByteArray configured = ConfiguredFile("exit.log", "%p %c %m%n");
-    for (const QByteArray& configuration : {QByteArray("no such property"), configured}) {
-        init();
-        filetree::Write(filetree::ToPath(File("log.properties")), configuration);
-        QStringList command{QCoreApplication::applicationFilePath(), "log until exit"};
+    QStringList command{QCoreApplication::applicationFilePath(), "log until exit"};
 #ifdef RUN_UNDER_VALGRIND
-        // The thread that is left behind keeps its stack, so only blocks that nothing points to are leaks.
-        command = QStringList{"valgrind", "--quiet", "--error-exitcode=9", "--leak-check=full",
-                              "--errors-for-leak-kinds=definite,indirect"} +
-                  command;
+    // The thread that is left behind keeps its stack, so only blocks that nothing points to are leaks.
+    command = QStringList{"valgrind", "--quiet", "--error-exitcode=9", "--leak-check=full",
+                          "--errors-for-leak-kinds=definite,indirect"} +
+              command;
 #endif
-        QProcess program;
-        program.setWorkingDirectory(dir->path());
-        program.setProcessChannelMode(QProcess::MergedChannels);
-        program.start(command.takeFirst(), command);
-        QVERIFY(program.waitForFinished(60000));
-        const QByteArray output = program.readAll();
-        QVERIFY2(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0, output);
-        QVERIFY2(output.contains("early ends, says Qt"), "Qt's own handler is back at the end");
+    QProcess program;
+    program.setWorkingDirectory(dir->path());
+    program.setProcessChannelMode(QProcess::MergedChannels);
+    program.start(command.takeFirst(), command);
+    QVERIFY(program.waitForFinished(60000));
+    const QByteArray output = program.readAll();
+    QVERIFY2(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0, output);
+    QVERIFY2(output.contains("too late, says Qt"), "Qt's own handler is back at the end");
 
-        const QByteArray text = ReadFile(File("exit.log"));
-        QVERIFY2(text.contains("ERROR test.backend late ends\n"), "a line before the end of life is written");
-        QVERIFY(text.contains("WARN qt.messages late ends, says Qt\n"));
-        QVERIFY(!text.contains("early") && !text.contains("too late"));
+    const QByteArray text = ReadFile(File("exit.log"));
+    for (const char* line :
+         {"ERROR test.backend last words\n", "DEBUG qt.körper debug\n", "DEBUG qt.körper info\n",
+          "WARN qt.körper warning\n", "ERROR qt.körper critical\n"}) {
+        QVERIFY2(text.contains(line), line);
     }
+    QVERIFY(!text.contains("too late"));
 }
 
 } // namespace backendtest
@@ -409,7 +330,6 @@ int main(int argc, char* argv[])
     if (argc == 2 && argv[1] == QByteArray("log until exit")) {
         return backendtest::LogUntilExit();
     }
-    backendtest::libraryHandler = qInstallMessageHandler(nullptr);
     QCoreApplication application(argc, argv);
     backendtest::TestLog4cpp test;
     return QTest::qExec(&test, argc, argv);

@@ -20,103 +20,71 @@ void RecordQtLine(QtMsgType type, const QMessageLogContext& context, const QStri
 
 } // namespace
 
-// A channel of this file's own, as a source file inside a namespace declares it.
-namespace voice
-{
-namespace
-{
-constexpr logger::Channel logChannel{"test.voice"};
-}
-
-static int Speak()
-{
-    LOG_MESSAGE(logger::Warn) << "number " << 5 << QStringLiteral(" text ") << QChar(0x416) << ' ' << 1.5;
-    return __LINE__ - 1;
-}
-} // namespace voice
-
 class TestLogger : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup() { qInstallMessageHandler(testHandler); }
+    void initTestCase() { qInstallMessageHandler(&RecordQtLine); }
     void threshold();
     void qtLine();
     void statement();
     void functionNames();
-    void configureAndDestroy();
-
-private:
-    QtMessageHandler testHandler = nullptr;
+    void destroy();
 };
-
-void TestLogger::init()
-{
-    qtTypes.clear();
-    testHandler = qInstallMessageHandler(&RecordQtLine);
-}
 
 void TestLogger::threshold()
 {
     logger::ILogger* log = logger::GetLogger();
-    const auto verify = [log](int reported, const char* types) {
+    const auto typesOfAllLevels = [] {
         qtTypes.clear();
         for (int level = logger::Fatal; level <= logger::NotSet; ++level) {
             LOG_MESSAGE(level) << "level " << level;
         }
-        QCOMPARE(log->GetLevel(), reported);
-        QCOMPARE(qtTypes, types);
+        return qtTypes;
     };
-    verify(8, ""); // a fresh process is silent
+    QCOMPARE(typesOfAllLevels(), ""); // a fresh process is silent
     log->SetLevel(3);
-    verify(3, "cccc");
+    QCOMPARE(typesOfAllLevels(), "cccc");
+    QCOMPARE(log->GetLevel(), 3);
     log->SetLevel(100); // NotSet itself is never seen
-    verify(8, "ccccwiid");
+    QCOMPARE(typesOfAllLevels(), "ccccwiid");
+    QCOMPARE(log->GetLevel(), int(logger::NotSet));
 }
 
 void TestLogger::qtLine()
 {
     static const QRegularExpression time(R"(\d{4}\.\d\d\.\d\d \d\d:\d\d:\d\d\.\d{3}:)");
-    const auto line = [](const logger::Channel* channel, int level, unsigned int options, const char* file,
-                         const char* function) {
-        logger::Logger log;
-        log.Configure(100, 0, options & ~1U, {}, {}, {}, {}, {}, 0, 0);
-        log.SetSourceShown((options & 1U) != 0);
-        logger::Message(&log, channel, level, file, function, 12).GetStream() << "téxt";
+    logger::Logger log;
+    const auto line = [&log](const logger::Channel* channel, unsigned int options, const char* file) {
+        log.Configure(100, 0, options, {}, {}, {}, {}, {}, 0, 0);
+        logger::Message(&log, channel, logger::Info, file, "n::F", 12).GetStream() << "téxt";
         return lastQtLine.replace(time, "TIME");
     };
     const logger::Channel c{"c"};
     const logger::Channel nameless{nullptr};
-    QCOMPARE(line(&c, 6, 2, "f.cpp", "n::F"), "c|TIME téxt ");
-    QCOMPARE(line(&c, 6, 1, "f.cpp", "n::F"), "c|TIME téxt  (file: f.cpp(12))");
-    QCOMPARE(line(&c, 6, 3, "f.cpp", "n::F"), "c|TIME téxt  (n::F: file: f.cpp(12))");
-    QCOMPARE(line(&nameless, 6, 3, "f.cpp", nullptr), "|TIME téxt  (file: f.cpp(12))");
-    QCOMPARE(line(nullptr, -5, 3, nullptr, "n::F"), "|TIME téxt ");
-    QCOMPARE(qtTypes, "iiiid");
+    QCOMPARE(line(&c, 2, "f.cpp"), "c|TIME téxt ");
+    QCOMPARE(line(&c, 1, "f.cpp"), "c|TIME téxt  (file: f.cpp(12))");
+    QCOMPARE(line(&nameless, 3, "f.cpp"), "|TIME téxt  (n::F: file: f.cpp(12))");
+    QCOMPARE(line(nullptr, 3, nullptr), "|TIME téxt ");
+    log.SetSourceShown(false);
+    QVERIFY(!log.IsSourceShown());
 }
 
 void TestLogger::statement()
 {
     RecordingLogger recorder;
-    const int lineNumber = voice::Speak();
+    LOG_MESSAGE(logger::Warn) << "number " << 5 << QStringLiteral(" text ") << QChar(0x416) << ' ' << 1.5;
     const RecordingLogger::Line line = recorder.lines.at(0);
     QCOMPARE(line.text, "number 5 text Ж 1.5");
-    QCOMPARE(line.channel + '|' + line.function, "test.voice|voice::Speak");
-    QVERIFY(line.level == logger::Warn && line.line == lineNumber && line.file == __FILE__);
+    QCOMPARE(line.channel + '|' + line.function, "main|TestLogger::statement");
+    QVERIFY(line.level == logger::Warn && line.line == __LINE__ - 4 && line.file == __FILE__);
 
-    // It goes to the logger that was current when it began, here on the default channel.
-    const auto silence = [] {
-        logger::SetLogger(nullptr);
-        return "text";
-    };
-    LOG_MESSAGE(logger::Error) << silence();
-    QCOMPARE(recorder.lines.at(1).channel, "main");
+    LOG_MESSAGE(logger::NotSet) << "nobody hears this";
+    logger::SetLogger(nullptr);
     LOG_MESSAGE(logger::Error) << "nobody hears this";
     QVERIFY(logger::GetLogger() == nullptr && logger::SetLogger(&recorder) == nullptr);
-    LOG_MESSAGE(logger::NotSet) << "nobody hears this";
-    QCOMPARE(recorder.lines.size(), 2u);
+    QCOMPARE(recorder.lines.size(), 1u);
 }
 
 // What compilers, MSVC the last, tell of the lambda in a statement.
@@ -126,33 +94,30 @@ void TestLogger::functionNames()
         return QByteArray(logger::detail::EnclosingFunctionName(signature).text);
     };
     QCOMPARE(name("a::B::operator()(int) const::<lambda()>"), "a::B::operator()");
-    QCOMPARE(name("a::B::operator<(const a::B&) const::<lambda()>"), "a::B::operator<");
-    QCOMPARE(name("a::cooperator()::<lambda()>"), "a::cooperator");
     QCOMPARE(name("a::B<void (*)(int)>::F(T) const::<lambda()>"), "a::B<void (*)(int)>::F");
     QCOMPARE(name("auto a::(anonymous namespace)::F(int)::(anonymous class)::operator()() const"),
              "a::(anonymous namespace)::F");
     QCOMPARE(name("a::B::F::<lambda_0123>::operator ()"), "a::B::F");
 }
 
-void TestLogger::configureAndDestroy()
+void TestLogger::destroy()
 {
     static bool isDestroyed = false;
-    struct Loaded : logger::Logger
+    struct Mortal : logger::Logger
     {
-        ~Loaded() override { isDestroyed = true; }
-        bool LoadConfiguration(const QString& configFile) override { return configFile == "there"; }
+        ~Mortal() override { isDestroyed = true; }
     };
-    logger::ILogger* log = new Loaded;
-    QVERIFY(log->Configure(logger::Debug, 0, logger::ShowSource, {}, {}, "there", {}, {}, 0, 0));
-    QVERIFY(log->GetLevel() == logger::NotSet && log->IsSourceShown());
-    log->SetSourceShown(false);
-    QVERIFY(!log->IsSourceShown());
-    QVERIFY(log->Configure(logger::Debug, 0, 0, {}, {}, "elsewhere", {}, {}, 0, 0));
-    QCOMPARE(log->GetLevel(), int(logger::Debug));
+    logger::ILogger* log = new Mortal;
     log->Destroy();
     QVERIFY(isDestroyed);
     logger::GetLogger()->Destroy();
     LOG_MESSAGE(logger::Error) << "the default logger is still there";
+    logger::DestroyLogger(nullptr);
+#ifdef CALL_THROUGH_NULL
+    logger::ILogger* volatile none = nullptr;
+    // cppcheck-suppress nullPointer ; this is the test
+    none->Destroy(); // NOLINT(clang-analyzer-core.CallAndMessage)
+#endif
 }
 
 QTEST_GUILESS_MAIN(TestLogger)

@@ -46,15 +46,9 @@ class TestJsonFile : public QObject
 {
     Q_OBJECT
 
-    QString File(const char* name) const { return dir->filePath(QString(name)); }
-    bool IsUntouched() const
-    {
-        const QString text = QJsonDocument(sample).toJson();
-        return filetree::Snapshot(File("new/folder")) == QStringList{"файл.json=" + text};
-    }
-
     std::unique_ptr<QTemporaryDir> dir;
     QString old; ///< A file that holds `sample`, alone in its folder.
+    QStringList untouched;
 
 private Q_SLOTS:
     void init();
@@ -62,28 +56,26 @@ private Q_SLOTS:
     void failures();
     void printing();
 #ifdef Q_OS_UNIX
-    void linksAndDevices();
+    void writtenInPlace();
     void fullDisk();
-    void closedFolder();
 #endif
 };
 
 void TestJsonFile::init()
 {
     dir = std::make_unique<QTemporaryDir>();
-    old = File("new/folder/файл.json");
+    old = dir->filePath("new/folder/файл.json");
     QCOMPARE(Failure({old, sample, QString()}, &JsonFile::Save), "");
+    untouched = filetree::Snapshot(dir->path());
 }
 
 void TestJsonFile::roundTrip()
 {
-    QList<QJsonDocument> documents{QJsonDocument(), QJsonDocument(QJsonArray{1, "Ж"}), QJsonDocument(sample)};
-    for (int size = 0; size < 16; ++size) { // so that the padding has each length
-        documents += QJsonDocument(QJsonObject{{"text", QString(size, 'x')}});
-    }
+    const QList<QJsonDocument> documents{QJsonDocument(), QJsonDocument(QJsonArray{1, "Ж"}),
+                                         QJsonDocument(sample)};
     QVERIFY(QFile::setPermissions(old, QFile::ReadOwner | QFile::WriteOwner));
     const auto permissions = QFile::permissions(old);
-    for (const QString& key : {QString(), QString("secret"), QString(32, 'k')}) {
+    for (const QString key : {"", "secret"}) {
         for (const QJsonDocument& document : documents) {
             QCOMPARE(Failure({old, document, key}, &JsonFile::Save), "");
             QByteArray expected = document.toJson(QJsonDocument::Indented);
@@ -95,7 +87,7 @@ void TestJsonFile::roundTrip()
     }
     QVERIFY(QFile::permissions(old) == permissions);
 
-    for (const QByteArray& bytes : {QByteArray("{\"a\":"), QByteArray(33, '\0'), QByteArray(1000000, '[')}) {
+    for (const QByteArray& bytes : {QByteArray("{\"a\":"), QByteArray(1000000, '[')}) {
         filetree::Write(filetree::ToPath(old), bytes);
         for (const QString key : {"", "key"}) {
             JsonFile file(old, sample, key);
@@ -108,40 +100,32 @@ void TestJsonFile::failures()
 {
     QCOMPARE(Failure({"", ""}, &JsonFile::Load), "FileName is empty!");
     QCOMPARE(Failure({"", ""}, &JsonFile::Save), "FileName is empty!");
-    const QString missing = File("missing.json");
+    const QString missing = dir->filePath("missing.json");
     JsonFile file(missing, sample, "");
     QVERIFY(!file.Load() && file.Object() == sample);
     QCOMPARE(Failure({missing, ""}, &JsonFile::Load), "Failed to open file '" + missing + "' for read!");
-
-    const QString folder = dir->path();
-    QCOMPARE(Failure({folder, ""}, &JsonFile::Save), "Failed to open file '" + folder + "' for write!");
     QCOMPARE(Failure({old + "/b/c", ""}, &JsonFile::Save),
              QString("Failed to create directory '%1/b'!\nFailed to open file '%1/b/c' for write!").arg(old));
     const QString keyOf33Bytes = QString(15, 'k') + "жжжжжжжжж";
     QCOMPARE(Failure({old, keyOf33Bytes}, &JsonFile::Save), "Failed to save document in file '" + old + "'!");
-    QVERIFY(IsUntouched());
+    QCOMPARE(filetree::Snapshot(dir->path()), untouched);
 }
 
 void TestJsonFile::printing()
 {
     QString text;
     QTextStream stream(&text);
-    const QJsonObject object{{"a", "Ж"}};
-    stream << QJsonDocument(object) << object << QJsonValue(object) << QJsonArray{1}
-           << QJsonValue(QJsonArray{1});
-    QCOMPARE(text, QString("{\n    \"a\": \"Ж\"\n}\n").repeated(3) + QString("[\n    1\n]\n").repeated(2));
-    text.clear();
-    stream << QJsonValue(true) << QJsonValue(false) << ' ' << QJsonValue(2.5) << ' ' << QJsonValue(1e7)
+    stream << QJsonObject{{"a", "Ж"}} << QJsonValue(QJsonArray{1}) << QJsonValue(true) << QJsonValue(2.5)
            << QJsonValue("Ж") << QJsonValue() << QJsonValue(QJsonValue::Undefined);
-    QCOMPARE(text, "10 2.5 1e+07Ж(null)(undefined)");
+    QCOMPARE(text, "{\n    \"a\": \"Ж\"\n}\n[\n    1\n]\n12.5Ж(null)(undefined)");
 }
 
 #ifdef Q_OS_UNIX
 
-void TestJsonFile::linksAndDevices()
+void TestJsonFile::writtenInPlace()
 {
-    const QString link = File("link.json");
-    const QString target = File("target.json");
+    const QString link = dir->filePath("link.json");
+    const QString target = dir->filePath("target.json");
     QVERIFY(QFile::link("target.json", link));
     for (const int value : {1, 2}) { // the target is missing at first
         const QJsonDocument document(QJsonArray{value});
@@ -149,15 +133,21 @@ void TestJsonFile::linksAndDevices()
         QVERIFY(QFileInfo(link).isSymLink() && !QFileInfo(target).isSymLink());
         QCOMPARE(ReadFile(target), document.toJson());
     }
-    const QString otherName = File("other.json");
+    const QString otherName = dir->filePath("other.json");
     create_hard_link(filetree::ToPath(target), filetree::ToPath(otherName));
     QCOMPARE(Failure({target, sample, ""}, &JsonFile::Save), "");
     QCOMPARE(ReadFile(otherName), ReadFile(target));
 
-    const QString circle = File("circle.json");
-    QVERIFY(QFile::link("circle.json", circle));
-    QCOMPARE(Failure({circle, ""}, &JsonFile::Save), "Failed to open file '" + circle + "' for write!");
-    QVERIFY(QFileInfo(circle).isSymLink());
+    // There is no longer name for a file beside it.
+    const QString longName = dir->filePath(QString(255, 'x'));
+    QCOMPARE(Failure({longName, sample, ""}, &JsonFile::Save), "");
+    QCOMPARE(ReadFile(longName), ReadFile(target));
+
+    // The superuser does not take a user's file away.
+    constexpr uid_t nobody = 65534;
+    const uid_t owner = chown(QFile::encodeName(old).constData(), nobody, nobody) == 0 ? nobody : geteuid();
+    QCOMPARE(Failure({old, sample, ""}, &JsonFile::Save), "");
+    QCOMPARE(QFileInfo(old).ownerId(), owner);
 
     QVERIFY(Failure({"/dev/full", sample, ""}, &JsonFile::Save).startsWith("Failed to save document"));
     QVERIFY(!QFileInfo("/dev/full").isFile());
@@ -177,32 +167,7 @@ void TestJsonFile::fullDisk()
     setrlimit(RLIMIT_FSIZE, &limit);
 
     QCOMPARE(failure, "Failed to save document in file '" + old + "'!");
-    QVERIFY(IsUntouched());
-}
-
-void TestJsonFile::closedFolder()
-{
-    using std::filesystem::perms;
-    const auto folder = filetree::ToPath(File("new/folder"));
-    permissions(filetree::ToPath(old), perms(0666));
-    permissions(folder, perms(0555));
-    permissions(filetree::ToPath(dir->path()), perms(0755));
-    // The superuser is not refused anything.
-    constexpr uid_t nobody = 65534;
-    const bool isRoot = geteuid() == 0;
-    const auto path = QFile::encodeName(old);
-    QVERIFY(!isRoot ||
-            (chown(path.constData(), nobody, nobody) == 0 && setegid(nobody) == 0 && seteuid(nobody) == 0));
-    const QString failure = Failure({old, QJsonDocument(QJsonArray{1}), ""}, &JsonFile::Save);
-    QVERIFY(!isRoot || (seteuid(0) == 0 && setegid(0) == 0));
-    permissions(folder, perms(0755));
-    QCOMPARE(failure, "");
-    QCOMPARE(ReadFile(old), QJsonDocument(QJsonArray{1}).toJson());
-
-    // The superuser does not take a user's file away.
-    QCOMPARE(Failure({old, QJsonDocument(QJsonArray{2}), ""}, &JsonFile::Save), "");
-    QCOMPARE(ReadFile(old), QJsonDocument(QJsonArray{2}).toJson());
-    QCOMPARE(QFileInfo(old).ownerId(), isRoot ? nobody : geteuid());
+    QCOMPARE(filetree::Snapshot(dir->path()), untouched);
 }
 
 #endif

