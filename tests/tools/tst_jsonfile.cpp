@@ -140,6 +140,7 @@ void TestJsonFile::writtenInPlace()
 
     // There is no longer name for a file beside it.
     const QString longName = dir->filePath(QString(255, 'x'));
+    filetree::Write(filetree::ToPath(longName), "old");
     QCOMPARE(Failure({longName, sample, ""}, &JsonFile::Save), "");
     QCOMPARE(ReadFile(longName), ReadFile(target));
 

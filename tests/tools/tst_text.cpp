@@ -120,7 +120,8 @@ void TestText::links_data()
         "http://пример.рф/x http://пример.фр http://b.фр./x http://a.XN--P1AI http://a.xn--zzzz",
         {"http://пример.рф/x", "http://a.XN--P1AI"});
     row("angle brackets and the blanks of all scripts end a link",
-        "<http://a.com><b>b.com\u00A0c.com\u3000d.com", {"http://a.com", "b.com", "c.com", "d.com"});
+        "http://a/x\u3000b.com\u00A0c.com <http://a.com><b>",
+        {"http://a/x", "b.com", "c.com", "http://a.com"});
 }
 
 void TestText::links()
