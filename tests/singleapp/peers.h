@@ -3,7 +3,9 @@
 #include <common/singleapp/qtlocalpeer.h>
 
 #include <QCoreApplication>
+#include <QDataStream>
 #include <QDir>
+#include <QLocalServer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
@@ -44,35 +46,32 @@ inline bool SendFromElsewhere(const QString& appId, const QString& text, int tim
     return sent;
 }
 
-/// Whether a newcomer would be a second process.
-inline bool IsTaken(const QString& appId)
+/// A text on the wire, with a length that may be a lie.
+inline QByteArray OnTheWire(const QByteArray& text, quint32 length)
 {
-    bool taken = false;
-    Thread([&] { taken = QtLocalPeer(nullptr, appId).isSecondary(); }).Join();
-    return taken;
+    QByteArray bytes;
+    QDataStream(&bytes, QIODevice::WriteOnly) << length;
+    return bytes + text;
 }
 
-/// The socket's name, which the lock file has, too; makes that file.
+/// The name of the socket, as long as nobody is the first. Leaves the lock file behind.
 inline QString SocketName(const QString& appId)
 {
-    const QStringList before = QDir::temp().entryList(QDir::Files);
-    const QtLocalPeer peer(nullptr, appId);
-    QStringList after = QDir::temp().entryList(QDir::Files);
-    for (const QString& name : before) {
-        after.removeOne(name);
+    QtLocalPeer peer(nullptr, appId);
+    peer.isSecondary();
+    return peer.findChild<QLocalServer*>()->serverName();
+}
+
+inline void SetTempPath(const QString& path)
+{
+    for (const char* variable : {"TMPDIR", "TMP", "TEMP"}) {
+        qputenv(variable, path.toLocal8Bit());
     }
-    const QString name = after.value(0);
-    return name.endsWith("-lockfile") ? name.chopped(9) : QString();
 }
 
 /// A temporary folder for this run only, which children inherit.
 class PrivateTemp : public QTemporaryDir
 {
 public:
-    PrivateTemp()
-    {
-        for (const char* variable : {"TMPDIR", "TMP", "TEMP"}) {
-            qputenv(variable, path().toLocal8Bit());
-        }
-    }
+    PrivateTemp() { SetTempPath(path()); }
 };

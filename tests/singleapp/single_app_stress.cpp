@@ -4,7 +4,6 @@
 
 #include "peers.h"
 
-#include <QDataStream>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QLocalSocket>
@@ -25,12 +24,8 @@ constexpr int patience = 60000;
 
 constexpr int maxTries = 10;
 
-// How much memory, in KiB, the clients of one process may take together. A sanitizer keeps what was freed.
-#ifdef SANITIZED
-constexpr long long maxGrowth = 1024LL * 1024;
-#else
-constexpr long long maxGrowth = 128LL * 1024;
-#endif
+// How much memory the clients of one process may take together.
+constexpr long long maxGrowth = MAX_GROWTH_MIB * 1024LL; // KiB
 
 bool WaitFor(const std::function<bool()>& condition)
 {
@@ -53,12 +48,8 @@ int RunPeer(const QString& appId, const QString& text)
     Say("ready");
     static_cast<void>(std::getchar());
     for (int tries = 0; peer.isSecondary(); ++tries) {
-        if (tries == maxTries) {
-            Say("failed");
-            return 0;
-        }
-        if (peer.sendMessage(text, patience)) {
-            Say("sent");
+        if (tries == maxTries || peer.sendMessage(text, patience)) {
+            Say(tries == maxTries ? "failed" : "sent");
             return 0;
         }
     }
@@ -96,24 +87,6 @@ private:
     QByteArrayList lines;
 };
 
-struct Arrivals
-{
-    QSet<QByteArray> texts;
-    bool twice = false; ///< One came more than once.
-};
-
-/// What a first process has told of.
-Arrivals ArrivalsAt(Peer& first)
-{
-    Arrivals arrivals;
-    for (const QByteArray& line : first.Lines()) {
-        arrivals.twice = arrivals.twice || arrivals.texts.contains(line);
-        arrivals.texts += line;
-    }
-    arrivals.texts -= {"ready", "first"};
-    return arrivals;
-}
-
 /// All start at once: one is first and gets the text of each other exactly once. If it is killed in the midst
 /// of it, exactly one takes its place and hears the rest and a newcomer; what the dead one had received but
 /// not answered comes again, but within one process no text comes twice.
@@ -126,68 +99,58 @@ bool Storm(int round, int size, bool killFirst)
         peers.push_back(std::make_unique<Peer>(appId, QString::number(i)));
     }
     const auto count = [&](const QByteArray& line) {
-        return std::count_if(peers.begin(), peers.end(), [&](const auto& peer) { return peer->Said(line); });
+        return static_cast<int>(
+            std::count_if(peers.begin(), peers.end(), [&](const auto& peer) { return peer->Said(line); }));
     };
-    const auto isOver = [&] { return count("first") + count("sent") + count("failed") >= size; };
-    if (!WaitFor([&] { return count("ready") == size; })) {
-        Say("the processes do not start");
-        return false;
-    }
+    const auto findFirst = [&] {
+        return std::find_if(peers.begin(), peers.end(), [](const auto& peer) { return peer->Said("first"); });
+    };
+    WaitFor([&] { return count("ready") == size; });
     QElapsedTimer timer;
     timer.start();
     for (const auto& peer : peers) {
         peer->write("\n");
     }
-    std::unique_ptr<Peer> victim;
-    const auto findFirst = [&] {
-        return std::find_if(peers.begin(), peers.end(), [](const auto& peer) { return peer->Said("first"); });
-    };
-    WaitFor([&] { return findFirst() != peers.end(); });
-    if (killFirst && findFirst() != peers.end()) {
+    if (!WaitFor([&] { return count("first") > 0; })) {
+        Say("nobody is the first");
+        return false;
+    }
+    if (killFirst) {
         // Sooner or later from round to round.
-        const int moment = 2 + size * round / 20;
+        const int moment = 2 + size * (round % 20) / 20;
         WaitFor([&] { return findFirst()->get()->Lines().size() > moment; });
-        victim = std::move(*findFirst());
-        peers.erase(std::find(peers.begin(), peers.end(), nullptr));
-        --size;
-        victim->kill();
+        peers.erase(findFirst());
     }
-    WaitFor(isOver);
-    Peer newcomer(appId, "newcomer");
-    newcomer.write("\n");
-    Arrivals arrivals;
-    bool heard = false;
-    if (findFirst() != peers.end()) {
-        heard = (*findFirst())->Says("received newcomer");
-        arrivals = ArrivalsAt(**findFirst());
+    const bool allEnded = WaitFor(
+        [&] { return count("first") + count("sent") + count("failed") == static_cast<int>(peers.size()); });
+    peers.push_back(std::make_unique<Peer>(appId, "newcomer"));
+    peers.back()->write("\n");
+    // The newcomer itself if the one that was killed had the texts of all.
+    if (!WaitFor([&] { return count("first") > 0; })) {
+        Say("nobody has become the first");
+        return false;
     }
-    // When it is killed after the last text, there is nobody left to follow.
-    const bool isLast = killFirst && count("sent") == size && newcomer.Says("first");
-    std::printf(
-        "%s %d: %d first, %d handed over, %d failed, %d texts arrived at the last first%s, newcomer %s, "
-        "%lld ms\n",
-        killFirst ? "kill" : "storm", round, static_cast<int>(count("first")),
-        static_cast<int>(count("sent")), static_cast<int>(count("failed")),
-        static_cast<int>(arrivals.texts.size()), arrivals.twice ? ", some twice" : "",
-        heard    ? "heard"
-        : isLast ? "first"
-                 : "not heard",
-        static_cast<long long>(timer.elapsed()));
-    const bool allArrived = killFirst || (count("sent") == size - 1 && arrivals.texts.size() == size);
-    return isLast || (count("first") == 1 && count("failed") == 0 && heard && !arrivals.twice && allArrived);
+    Peer& last = **findFirst();
+    const bool heard = &last == peers.back().get() || last.Says("received newcomer");
+    const QByteArrayList lines = last.Lines();
+    const bool twice = QSet<QByteArray>(lines.begin(), lines.end()).size() != lines.size();
+    const int texts = static_cast<int>(lines.size()) - 2; // Without "ready" and "first".
+    std::printf("%s %d: %d first, %d handed over, %d failed, %d texts arrived at the last first%s, "
+                "newcomer %s, %lld ms\n",
+                killFirst ? "kill" : "storm", round, count("first"), count("sent"), count("failed"), texts,
+                twice ? ", some twice" : "", heard ? "heard" : "not heard",
+                static_cast<long long>(timer.elapsed()));
+    return allEnded && heard && !twice && count("first") == 1 && count("failed") == 0 &&
+           (killFirst || texts == size);
 }
 
-/// Resident memory of a process in KiB, now ("VmRSS:") or at its highest ("VmHWM:").
-long long MemoryOf(const QProcess& process, const char* field)
+/// The most memory in KiB that a process has had resident so far.
+long long PeakMemory(const QProcess& process)
 {
     QFile file(QStringLiteral("/proc/%1/status").arg(process.processId()));
     file.open(QIODevice::ReadOnly);
     const QByteArray status = file.readAll();
-    return status.mid(status.indexOf(field) + static_cast<qsizetype>(qstrlen(field)))
-        .simplified()
-        .split(' ')
-        .value(0)
-        .toLongLong();
+    return status.mid(status.indexOf("VmHWM:")).simplified().split(' ').value(1).toLongLong();
 }
 
 /// How many clients got no connection, which would make a test of nothing.
@@ -203,26 +166,15 @@ std::unique_ptr<QLocalSocket> Client(const QString& name, const QByteArray& byte
     return socket;
 }
 
-QByteArray Claim(quint32 length)
-{
-    QByteArray bytes;
-    QDataStream(&bytes, QIODevice::WriteOnly) << length;
-    return bytes;
-}
-
-/// As much as the other side takes of 4 GiB, in MiB, until it ends the connection or takes no more.
-int Flood(QLocalSocket& socket)
+/// Sends 4 GiB, until the other side ends the connection or takes no more.
+void Flood(QLocalSocket& socket)
 {
     const QByteArray piece(qsizetype{1024} * 1024, 'x');
-    int written = 0;
-    while (written < 4096 && socket.state() == QLocalSocket::ConnectedState) {
-        socket.write(piece);
+    for (int i = 0; i < 4096 && socket.write(piece) > 0; ++i) {
         if (!socket.waitForBytesWritten(3000)) {
-            break;
+            return;
         }
-        ++written;
     }
-    return written - static_cast<int>(socket.bytesToWrite() >> 20);
 }
 
 /// Floods, then 500 clients that stay, some with great claims, the others silent; an honest text must come
@@ -236,27 +188,25 @@ bool Hostile(int round)
     if (!first.Says("first")) {
         return false;
     }
-    const long long before = MemoryOf(first, "VmRSS:");
-    const int taken = Flood(*Client(name, Claim(16 * 1024 * 1024)));
-    const int takenFromLiar = Flood(*Client(name, Claim(0xffffffff)));
+    const long long before = PeakMemory(first);
+    const QByteArray greatClaim = OnTheWire("x", 16 * 1024 * 1024);
+    Flood(*Client(name, greatClaim));
+    Flood(*Client(name, OnTheWire("x", 0xffffffff)));
     std::vector<std::unique_ptr<QLocalSocket>> crowd;
     crowd.reserve(500);
     for (int i = 0; i < 500; ++i) {
-        crowd.push_back(Client(name, i < 16       ? Claim(16 * 1024 * 1024) + "x"
-                                     : i % 2 == 0 ? QByteArray()
-                                                  : QByteArray("\0\0", 2)));
+        crowd.push_back(Client(name, i < 16 ? greatClaim : QByteArray(i % 2 * 2, '\0')));
     }
     QElapsedTimer timer;
     timer.start();
     Peer honest(appId, "honest");
     honest.write("\n");
     const bool heard = first.Says("received honest") && honest.Says("sent");
-    const long long peak = MemoryOf(first, "VmHWM:");
-    std::printf("hostile %d: honest text %s after %lld ms behind 500 clients that stay, %d and %d MiB of two "
-                "floods of "
-                "4 GiB taken, memory %lld MiB at the beginning, %lld MiB at most\n",
-                round, heard ? "arrived" : "did not arrive", static_cast<long long>(timer.elapsed()), taken,
-                takenFromLiar, before >> 10, peak >> 10);
+    const long long peak = PeakMemory(first);
+    std::printf("hostile %d: honest text %s after %lld ms behind 500 clients that stay, "
+                "memory %lld MiB at the beginning, %lld MiB at most\n",
+                round, heard ? "arrived" : "did not arrive", static_cast<long long>(timer.elapsed()),
+                before >> 10, peak >> 10);
     return heard && refusedClients == 0 && before > 0 && peak - before < maxGrowth;
 }
 
