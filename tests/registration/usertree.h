@@ -70,10 +70,8 @@ public:
     {
         QProcess process;
         process.start(program, arguments);
-        process.waitForFinished(60000);
-        const QByteArray printed = process.readAllStandardOutput().trimmed();
-        const bool done = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
-        return done ? printed : "failed: " + printed + process.readAllStandardError();
+        const bool done = process.waitForFinished(60000) && process.exitCode() == 0;
+        return done ? process.readAllStandardOutput().trimmed() : "failed: " + process.readAllStandardError();
     }
 
 private:

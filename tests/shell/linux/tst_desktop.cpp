@@ -89,69 +89,49 @@ void TestDesktop::init()
 void TestDesktop::folders()
 {
     const QString home = Path("home");
-    const auto told = [] {
-        return QStringList{Shell::AppPath(), Shell::DesktopPath(), Shell::StartMenuPath()};
-    };
     const QString data = home + "/.local/share";
-    QCOMPARE(told(), QStringList({data, home + "/Desktop", data + "/applications"}));
-    for (const QString& path : told()) {
+    const QStringList told{Shell::AppPath(), Shell::DesktopPath(), Shell::StartMenuPath()};
+    QCOMPARE(told, QStringList({data, home + "/Desktop", data + "/applications"}));
+    for (const QString& path : told) {
         QVERIFY2(QFileInfo(path).isDir(), qPrintable(path));
     }
     QCOMPARE(QFileInfo(home + "/.local").permissions() & (QFile::ReadOther | QFile::ReadGroup), 0);
-    // Settings that are no absolute paths do not count.
-    filetree::Build(home, {".config/user-dirs.dirs=XDG_DESKTOP_DIR=\n"});
-    qputenv("XDG_DATA_HOME", "relative");
-    QCOMPARE(told(), QStringList({data, home + "/Desktop", data + "/applications"}));
 }
 
 void TestDesktop::showFile_data()
 {
-    QTest::addColumn<QString>("path");
     QTest::addColumn<bool>("result");
-    QTest::addColumn<QString>("shown");  // By the service.
-    QTest::addColumn<QString>("opened"); // By xdg-open.
+    QTest::addColumn<bool>("isOpened"); // By xdg-open.
 
-    const auto row = [](const char* behaviour, const QString& path, bool result, const QString& shown,
-                        const QString& opened) {
-        QTest::newRow(behaviour) << path << result << shown << opened;
-    };
-    const QString file = "a%20 b#ü.txt";
-    const QString uri = "a%2520%20b%23%C3%BC.txt";
-    row("accepts", file, true, uri, "");
-    row("refuses", file, false, uri, "");
-    row("is silent", file, true, uri, ".");
-    row("is not there", file, true, "", ".");
-    row("no bus", "link/../bin", true, "", "far/bin");
-    row("no bus, no xdg-open", file, false, "", "");
+    QTest::newRow("accepts") << true << false;
+    QTest::newRow("refuses") << false << false;
+    QTest::newRow("is silent") << true << true;
+    QTest::newRow("is not there") << true << true;
+    QTest::newRow("no bus, no xdg-open") << false << false;
 }
 
 void TestDesktop::showFile()
 {
-    QFETCH(QString, path);
     QFETCH(bool, result);
-    QFETCH(QString, shown);
-    QFETCH(QString, opened);
+    QFETCH(bool, isOpened);
 
     const QString behaviour = QTest::currentDataTag();
-    filetree::Build(dir->path(), {"bin/", "far/away/", "far/bin/", "link->far/away"});
+    filetree::Build(dir->path(), {"bin/"});
     WriteScript(Path("bin/xdg-open"));
     const QByteArray oldPath = qgetenv("PATH");
-    const bool found = behaviour != "no bus, no xdg-open";
-    qputenv("PATH", found ? QFile::encodeName(Path("bin")) + ":" + oldPath : QByteArray("/none"));
-    qputenv("DBUS_SESSION_BUS_ADDRESS",
-            "unix:path=" + (behaviour.startsWith("no bus") ? QByteArray("/none") : bus.Path()));
+    const bool hasNothing = behaviour == "no bus, no xdg-open";
+    qputenv("PATH", hasNothing ? QByteArray("/none") : QFile::encodeName(Path("bin")) + ":" + oldPath);
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (hasNothing ? QByteArray("/none") : bus.Path()));
     FileManager manager;
     manager.behaviour = behaviour;
     auto connection = QDBusConnection::connectToBus("unix:path=" + bus.Path(), behaviour);
-    if (!shown.isEmpty()) {
-        QVERIFY(connection.registerObject("/org/freedesktop/FileManager1", &manager,
-                                          QDBusConnection::ExportAllSlots));
-        QVERIFY(connection.registerService("org.freedesktop.FileManager1"));
-    }
+    connection.registerObject("/org/freedesktop/FileManager1", &manager, QDBusConnection::ExportAllSlots);
+    const bool isAsked = !hasNothing && behaviour != "is not there";
+    QVERIFY(!isAsked || connection.registerService("org.freedesktop.FileManager1"));
 
     const RecordingLogger log;
     std::atomic<int> answer = -1;
-    std::thread caller([&] { answer = Shell::ShowFile(Path(path)) ? 1 : 0; });
+    std::thread caller([&] { answer = Shell::ShowFile(Path("a%20 b#ü.txt")) ? 1 : 0; });
     // Well below the 25 s that a call takes by default, and above what a loaded machine adds to 2 s.
     const bool inTime = QTest::qWaitFor([&] { return answer >= 0; }, 10000);
     caller.join();
@@ -159,21 +139,17 @@ void TestDesktop::showFile()
     qputenv("PATH", oldPath);
     QVERIFY(inTime);
     QCOMPARE(answer, result ? 1 : 0);
-    QCOMPARE(manager.shown, shown.isEmpty() ? QStringList() : QStringList("file://" + Path(shown)));
-    if (!opened.isEmpty()) {
-        QTRY_VERIFY(QFileInfo::exists(Path("out")));
-        QCOMPARE(QString(ReadFile(Path("out")).split('\n').last()), QDir::cleanPath(Path(opened)) + QChar(0));
-    }
-    QVERIFY(!opened.isEmpty() || !QFileInfo::exists(Path("out")));
-    QCOMPARE(log.lines.size(), found ? 0U : 1U);
-    QVERIFY(found ||
+    QCOMPARE(manager.shown.join(""), isAsked ? "file://" + Path("a%2520%20b%23%C3%BC.txt") : QString());
+    QTRY_COMPARE(QString(ReadFile(Path("out")).split('\n').last()),
+                 isOpened ? dir->path() + QChar(0) : QString());
+    QCOMPARE(log.lines.size(), hasNothing ? 1U : 0U);
+    QVERIFY(!hasNothing ||
             log.lines[0].text == "Shell::ShowFile() - unable to start 'xdg-open " + dir->path() + "'");
 }
 
 void TestDesktop::shortcut()
 {
     const std::pair<QString, QString> commands[] = {
-        {"phone", ""},
         {"a b\\c\\\\\"d $HOME `id` ;&|<>*?#()~'",
          "--call \"tel:+1 2\" \"\" $HOME \"$(id)\" `id` ;touch\\ x' *"},
         {"100%U=ü%%\t1",
@@ -190,10 +166,7 @@ void TestDesktop::shortcut()
         QVERIFY2(validator.waitForFinished() && validator.exitCode() == 0, validator.readAll().constData());
         QVERIFY(QFileInfo(path).isExecutable());
         const QByteArray text = ReadFile(path);
-        for (const char* line :
-             {"Name=My phone", "StartupWMClass=vexline.phone", "Comment=\\sCalls\\\\people\\nand more"}) {
-            QVERIFY2(text.split('\n').contains(line), text.constData());
-        }
+        QVERIFY(text.endsWith("\nComment=\\sCalls\\\\people\\nand more\nStartupWMClass=vexline.phone\n"));
         QCOMPARE(QProcess::execute("gio", {"launch", path}), 0);
         QTRY_VERIFY2(QFileInfo::exists(Path("out")), text.constData());
         QByteArray expected = work.toUtf8() + '\n';
@@ -204,7 +177,6 @@ void TestDesktop::shortcut()
         QVERIFY(QFile::remove(Path("out")));
     }
     QVERIFY(!Shell::CreateShortcut("/bin/sh", "", "", Path("none/x.desktop"), "", ""));
-    QVERIFY(!Shell::CreateShortcut("", "", "", Path("x.desktop"), "", ""));
     QVERIFY(Shell::CreateShortcut("sh", "", "", Path("x.desktop"), "", ""));
     QCOMPARE(ReadFile(Path("x.desktop")), "[Desktop Entry]\nType=Application\nName=x\nExec=sh\n");
 }
@@ -213,22 +185,18 @@ void TestDesktop::removeAfterExit()
 {
     const QString before = QDir::currentPath();
     QVERIFY(QDir::setCurrent(dir->path()));
-    filetree::Build(dir->path(),
-                    {"target/sub/a=1", "link->target", "far/away/", "far/b/c=2", "b/d=3", "l->far/away",
-                     "\"; touch x; \"/a=1", "-rf/a=1", "$(touch x) `touch x` * $1/a=1", "a b/c/d=1"});
+    const QString evil[] = {"\"; touch x; \"", "-rf", "$(touch x) `touch x` * $1"};
+    filetree::Build(dir->path(), {"target/sub/a=1", "link->target", "far/away/", "far/b/c=2", "b/d=3",
+                                  "l->far/away", evil[0] + "/a=1", evil[1] + "/a=1", evil[2] + "/a=1"});
     RecordingLogger log;
     QVERIFY(Shell::RemoveAfterExit("none"));
     QVERIFY(log.lines.empty());
-    for (const char* name :
-         {"link", "\"; touch x; \"", "-rf", "$(touch x) `touch x` * $1", "a b/../a b/", "l/../b", ""}) {
+    for (const QString& name : QStringList{"link", evil[0], evil[1], evil[2], "l/../b", ""}) {
         QVERIFY(Shell::RemoveAfterExit(name));
-        QCOMPARE(log.lines.back().level, common::logger::Debug);
-        QVERIFY2(log.lines.back().text.startsWith("RemoveAfterExit() - CreateProcessW(/bin/sh -c ") &&
-                     log.lines.back().text.endsWith(") successfully started!"),
-                 qPrintable(log.lines.back().text));
     }
     QVERIFY(QDir::setCurrent(before));
-    for (const char* name : {"link", "\"; touch x; \"", "-rf", "$(touch x) `touch x` * $1", "a b", "far/b"}) {
+    QVERIFY(log.lines.back().text.endsWith(") successfully started!"));
+    for (const QString& name : QStringList{"link", evil[0], evil[1], evil[2], "far/b"}) {
         QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(Path(name)), 15000);
     }
     const QStringList left{"b/d=3", "far/away/", "l->far/away", "target/sub/a=1"};
