@@ -9,7 +9,7 @@ packages_of() {
         qt6-base-dev qt6-5compat-dev qt6-svg-dev liblog4cpp5-dev zlib1g-dev libssl-dev
         libxcb1-dev libxcb-screensaver0-dev libxcb-xkb-dev libpulse-dev"
     # What the tests drive for real: web servers, buses, desktop files, displays, sound, other packers.
-    local servers="nginx-light tinyproxy openssl"
+    local servers="nginx-light openssl"
     local desktop="dbus-daemon dbus-bin libglib2.0-bin desktop-file-utils xdg-utils
         xvfb xauth xdotool openbox pulseaudio libfaketime"
     local packers="pigz nodejs"

@@ -12,6 +12,9 @@ class TestHttpCommands : public QObject
 private Q_SLOTS:
     void commands_data();
     void commands();
+#ifndef _WIN32 // A console program there cannot be sent Ctrl-C without sending it to this program as well.
+    void interrupt();
+#endif
 };
 
 void TestHttpCommands::commands_data()
@@ -82,6 +85,22 @@ void TestHttpCommands::commands()
         QVERIFY2(found.at(i).contains(parts.at(i)), found.at(i).constData());
     }
 }
+
+#ifndef _WIN32
+void TestHttpCommands::interrupt()
+{
+    const QTemporaryDir dir;
+    FaultServer server({{Response("200 OK", "body").chopped(1), Answer::Hang}});
+    QProcess tool;
+    tool.start(VXTOOL_PROGRAM, {"download", server.Url().toString(), dir.filePath("file")});
+    QTRY_COMPARE(server.requests.size(), 1);
+    tool.terminate();
+    QTRY_COMPARE(tool.state(), QProcess::NotRunning);
+    QCOMPARE(tool.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(tool.exitCode(), 1);
+    QVERIFY(tool.readAllStandardError().endsWith("vxtool download: interrupted\n"));
+}
+#endif
 
 QTEST_GUILESS_MAIN(TestHttpCommands)
 #include "tst_httpcommands.moc"

@@ -2,6 +2,11 @@
 
 #include "peers.h"
 
+#ifndef Q_OS_WIN
+#include "desktop/xserver.h"
+#endif
+
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QWidget>
 
@@ -17,12 +22,24 @@ class TestSingleApplication : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void methodOrder();
     void claimAndMessages();
     void activation();
 
 private:
     QtSingleApplication* const application = static_cast<QtSingleApplication*>(qApp);
 };
+
+void TestSingleApplication::methodOrder()
+{
+    const QMetaObject& meta = QtSingleApplication::staticMetaObject;
+    QByteArrayList methods;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        methods += meta.method(i).methodSignature();
+    }
+    QCOMPARE(methods, QByteArrayList({"messageReceived(QString)", "sendMessage(QString,int)",
+                                      "sendMessage(QString)", "activateWindow()"}));
+}
 
 void TestSingleApplication::claimAndMessages()
 {
@@ -75,6 +92,22 @@ void TestSingleApplication::activation()
 int main(int argc, char** argv)
 {
     const PrivateTemp temp;
+#ifndef Q_OS_WIN
+    // A display with a window manager; Windows has both.
+    const XServer display;
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    // Otherwise libdbus looks for a session, and what it loses on the way is not for us to mend.
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+    QProcess manager;
+    manager.start("openbox", {"--sm-disable", "--startup", "echo ready"});
+    if (!manager.waitForReadyRead(30000)) {
+        qFatal("Xvfb and openbox are needed");
+    }
+    const auto end = qScopeGuard([&manager] {
+        manager.kill();
+        manager.waitForFinished();
+    });
+#endif
     QtSingleApplication application(appId, argc, argv);
     TestSingleApplication test;
     return QTest::qExec(&test, argc, argv);
