@@ -67,9 +67,14 @@ void TestRegistration::tree()
                 {"URL Protocol", ""},
                 {"DefaultIcon/Default", icon},
                 {"shell/open/command/Default", command}};
-    QCOMPARE(UserTree::Below(base + "/Capabilities/URLAssociations"),
-             (Tree{{"fax", ProgId("fax")}, {"vxtest", ProgId("vxtest")}}));
-    QCOMPARE(UserTree::Below(base).value("Capabilities/ApplicationIcon"), icon);
+    QCOMPARE(UserTree::Below(base), (Tree{{"DefaultLanguage", "en-US"},
+                                          {"Capabilities/ApplicationDescription", application},
+                                          {"Capabilities/ApplicationIcon", icon},
+                                          {"Capabilities/ApplicationName", application},
+                                          {"Capabilities/URLAssociations/fax", ProgId("fax")},
+                                          {"Capabilities/URLAssociations/vxtest", ProgId("vxtest")},
+                                          {"Protocols/Default", ""},
+                                          {"shell/open/command/Default", command}}));
     QCOMPARE(UserTree::Below(classes + "fax"), scheme);
     QCOMPARE(UserTree::Below(classes + ProgId("fax")).value("shell/open/command/Default"), command);
     QCOMPARE(UserTree::Open()->value(registered + application).toString(),

@@ -129,6 +129,7 @@ void TestUrlHandlers::listOfOthers()
     QVERIFY(QFile::link(path, link));
     QVERIFY(ClickToCall::registerProtocols({"tel", "sip"}, "Phone", "Maker"));
     QCOMPARE(DefaultHandler("sip"), "Maker.Phone-url-handler.desktop");
+    QVERIFY2(QFile::exists(user->DataPath("applications/mimeinfo.cache")), "others look in here");
     QVERIFY(ClickToCall::unregisterProtocols({"tel", "sip"}, "Phone", "Maker"));
     QCOMPARE(UserTree::Read(path), list);
     QVERIFY(QFileInfo(link).isSymLink());
