@@ -10,6 +10,7 @@
 #include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 using namespace common::http;
 
@@ -255,6 +256,12 @@ void TestHttpRequest::abortAndRetry()
     reply = request->Reply();
     Get(server);
     QVERIFY(reply.isNull());
+
+    // Between two tries are 20 s, unless another time is set. Too long to wait for it here.
+    const std::unique_ptr<IHttpRequest> unset(CreateHttpRequest(manager.get(), nullptr));
+    const auto timers = unset->findChildren<QTimer*>();
+    QVERIFY(
+        std::any_of(timers.begin(), timers.end(), [](QTimer* timer) { return timer->interval() == 20000; }));
 
     // Both cancel a waiting retry, and the abort leaves the reply that failed.
     FaultServer closing({{"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n"}});

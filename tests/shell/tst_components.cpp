@@ -3,10 +3,13 @@
 
 #include <logger/recordinglogger.h>
 
+#include <QDir>
 #include <QTest>
 
 #ifdef Q_OS_WIN
 #include <qt_windows.h>
+#else
+#include <dlfcn.h>
 #endif
 
 using common::RegistryOverrider;
@@ -49,6 +52,9 @@ class TestComponents : public QObject
 private Q_SLOTS:
     void registration_data();
     void registration();
+#ifndef Q_OS_WIN
+    void relativeName();
+#endif
     void overrider();
 };
 
@@ -91,6 +97,19 @@ void TestComponents::registration()
     QVERIFY(!IsMarked(HKEY_CURRENT_USER) && !IsMarked(HKEY_LOCAL_MACHINE));
 #endif
 }
+
+#ifndef Q_OS_WIN
+void TestComponents::relativeName()
+{
+    const QFileInfo component(COMPONENT);
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(component.path()));
+    void* const library = dlopen(QFile::encodeName("./" + component.fileName()).constData(), RTLD_NOW);
+    QVERIFY(QDir::setCurrent(before) && library != nullptr);
+    QCOMPARE(Shell::ProcessModules(COMPONENT), QStringList(component.canonicalFilePath()));
+    dlclose(library);
+}
+#endif
 
 void TestComponents::overrider()
 {
