@@ -6,6 +6,7 @@
 
 set -euo pipefail
 
+PATH=$PATH:/usr/sbin # Where nginx is, and not every user looks.
 dir=$(mktemp -d)
 nginx_pid=
 stop() {
