@@ -164,6 +164,10 @@ void TestRegistration::refused()
     QCOMPARE(log.lines[0].level, common::logger::Error);
     QCOMPARE(log.lines[0].text, "ClickToCall::registerProtocols1");
     UserTree::Open()->remove(registered + tooLong);
+#ifdef Q_OS_UNIX
+    QVERIFY(!PluginUtils::RegisterPlugin("abcdefghijklmnopabcdefghijklmnop"));
+    QVERIFY(log.lines.back().text.startsWith("Can't write to registry at "));
+#endif
 }
 
 QTEST_GUILESS_MAIN(TestRegistration)

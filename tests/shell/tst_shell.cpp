@@ -108,6 +108,8 @@ void TestShell::files_data()
     AddRow("no drive", "from/a/.h=1", "MoveDir from to", true, "to/a/.h=1", {noDrive + "from to"});
 #ifdef Q_OS_UNIX
     // Folders that look like drives.
+    AddRow("no drive at the source", "from/a/1=1, c:/", "MoveDir from c:/to", true, "c:/to/a/1=1",
+           {noDrive + "from c:/to"});
     AddRow("same drive", "c:/from/a/.h=1", "MoveDir c:/from c:/to", true, "c:/to/a/.h=1");
     AddRow("another drive", "c:/from/a/1=1, C:/to/", "MoveDir c:/from C:/to", true, "C:/to/a/1=1, c:/");
     AddRow("another drive, flat", "c:/from/1=1, C:/", "MoveDir c:/from C:/to", false, "+",
