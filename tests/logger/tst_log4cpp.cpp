@@ -8,13 +8,13 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
-#include <vector>
 
 namespace logger = common::logger;
 
@@ -238,9 +238,9 @@ void TestLog4cpp::threadsIntoOneRollingFile()
     setup.maxFileSize = 5000;
     setup.maxBackups = 99;
     setup.Apply();
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 16; ++i) {
-        threads.emplace_back([] { LogOnMain("line", 1000); });
+    std::array<std::thread, 16> threads;
+    for (std::thread& thread : threads) {
+        thread = std::thread([] { LogOnMain("line", 1000); });
     }
     for (std::thread& thread : threads) {
         thread.join();

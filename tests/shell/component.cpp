@@ -11,6 +11,17 @@
 #define EXPORTED extern "C" __attribute__((visibility("default")))
 #endif
 
+namespace
+{
+
+std::int32_t Result()
+{
+    const char* const text = std::getenv("COMPONENT_RESULT");
+    return text != nullptr ? static_cast<std::int32_t>(std::strtoul(text, nullptr, 16)) : 0;
+}
+
+} // namespace
+
 EXPORTED std::int32_t DllRegisterServer()
 {
 #ifdef _WIN32
@@ -18,7 +29,7 @@ EXPORTED std::int32_t DllRegisterServer()
     RegCreateKeyW(HKEY_CLASSES_ROOT, L"vxcommon.test.component", &created);
     RegCloseKey(created);
 #endif
-    return static_cast<std::int32_t>(std::strtoul(std::getenv("COMPONENT_RESULT"), nullptr, 16));
+    return Result();
 }
 
 EXPORTED std::int32_t DllUnregisterServer()
@@ -26,5 +37,5 @@ EXPORTED std::int32_t DllUnregisterServer()
 #ifdef _WIN32
     RegDeleteKeyW(HKEY_CLASSES_ROOT, L"vxcommon.test.component");
 #endif
-    return static_cast<std::int32_t>(std::strtoul(std::getenv("COMPONENT_RESULT"), nullptr, 16));
+    return Result();
 }

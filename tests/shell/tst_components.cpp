@@ -105,7 +105,8 @@ void TestComponents::relativeName()
     const QString before = QDir::currentPath();
     QVERIFY(QDir::setCurrent(component.path()));
     void* const library = dlopen(QFile::encodeName("./" + component.fileName()).constData(), RTLD_NOW);
-    QVERIFY(QDir::setCurrent(before) && library != nullptr);
+    QVERIFY(QDir::setCurrent(before));
+    QVERIFY(library != nullptr);
     QCOMPARE(Shell::ProcessModules(COMPONENT), QStringList(component.canonicalFilePath()));
     dlclose(library);
 }

@@ -195,7 +195,7 @@ bool Hostile(int round)
     std::vector<std::unique_ptr<QLocalSocket>> crowd;
     crowd.reserve(500);
     for (int i = 0; i < 500; ++i) {
-        crowd.push_back(Client(name, i < 16 ? greatClaim : QByteArray(i % 2 * 2, '\0')));
+        crowd.push_back(Client(name, i < 16 ? greatClaim : i % 2 == 0 ? QByteArray() : QByteArray(2, '\0')));
     }
     QElapsedTimer timer;
     timer.start();

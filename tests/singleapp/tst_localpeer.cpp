@@ -58,7 +58,7 @@ void TestLocalPeer::handOver()
     QtLocalPeer first(nullptr, "handOver");
     QVERIFY(!first.isSecondary());
     QSignalSpy received(&first, &QtLocalPeer::messageReceived);
-    const QString text = u"a\0\u0442\u0435\u0441\u0442 \U0001F4DE"_qs + QString(1024 * 1024, u'x');
+    const QString text = u"a\0\u0442\u0435\u0441\u0442 \U0001F4DE"_qs + QString(1'000'000, u'x');
     QVERIFY(SendFromElsewhere("handOver", text));
     QVERIFY(SendFromElsewhere("handOver", ""));
     QTRY_COMPARE(received.size(), 2);

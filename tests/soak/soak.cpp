@@ -30,7 +30,7 @@ namespace
 
 constexpr common::logger::Channel logChannel{"soak"};
 
-using std::chrono_literals::operator""ms;
+using std::chrono::milliseconds;
 
 class Soak : public QObject
 {
@@ -49,7 +49,7 @@ private:
     void CountAndGoOn(const std::string& what, void (Soak::*next)())
     {
         Count(what);
-        QTimer::singleShot(100ms, this, next);
+        QTimer::singleShot(milliseconds(100), this, next);
     }
 
     template<typename Job>
@@ -106,7 +106,7 @@ Soak::Soak(const QStringList& arguments)
     connect(sleepWatcher, &tools::SleepWatcher::wake, this, [this] { Count("wakes"); });
     connect(&logTimer, &QTimer::timeout, this,
             [this] { LOG_MESSAGE(common::logger::Info) << "line " << ++counts["lines"]; });
-    logTimer.start(20ms);
+    logTimer.start(milliseconds(20));
     Download();
     Copy();
 }
