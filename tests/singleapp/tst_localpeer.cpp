@@ -167,7 +167,7 @@ void TestLocalPeer::busyFirst()
     QtLocalPeer first(nullptr, "busy");
     QVERIFY(!first.isSecondary());
     QSignalSpy received(&first, &QtLocalPeer::messageReceived);
-    const auto slow = ConnectTo(socketName);
+    auto slow = ConnectTo(socketName);
     QVERIFY(slow);
     const QByteArray text(180000, 'x');
     slow->write(OnTheWire("x", quint32(text.size())));
@@ -179,6 +179,8 @@ void TestLocalPeer::busyFirst()
     QThread::msleep(2100);
     QTRY_COMPARE(received.size(), 1);
     QVERIFY(received.at(0).at(0).toString() == text);
+    slow.reset();
+    QTRY_VERIFY2(first.findChildren<QLocalSocket*>().isEmpty(), "all places are free again");
 
     std::vector<std::unique_ptr<QLocalSocket>> clients;
     for (int i = 0; i < 129; ++i) {
