@@ -73,7 +73,8 @@ bool Request(QNetworkAccessManager& network, const QUrl& url)
         body = QStringLiteral("error %1: %2").arg(error).arg(text);
         loop.exit(1);
     });
-    return Tell("HTTP request", request->Get() && loop.exec() == 0, body.trimmed());
+    const bool done = request->Get() && loop.exec() == 0;
+    return Tell("HTTP request", done && !body.isEmpty(), body.trimmed());
 }
 
 bool Download(QNetworkAccessManager& network, const QUrl& url, const QString& path)
