@@ -22,9 +22,18 @@ inline std::filesystem::path ToPath(const QString& path)
     return {path.toStdU16String()};
 }
 
-inline void Write(const std::filesystem::path& path, const QByteArray& text)
+/// Makes the folders above it, too.
+inline void Write(const QString& path, const QByteArray& text)
 {
-    std::ofstream(path, std::ios::binary).write(text.constData(), text.size());
+    std::filesystem::create_directories(ToPath(path).parent_path());
+    std::ofstream(ToPath(path), std::ios::binary).write(text.constData(), text.size());
+}
+
+/// What a file holds; nothing if it cannot be read.
+inline QByteArray Read(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 inline void Build(const QString& root, const QStringList& entries)
@@ -41,7 +50,7 @@ inline void Build(const QString& root, const QStringList& entries)
             ::mkfifo(qPrintable(root + u'/' + entry.chopped(1)), S_IRUSR | S_IWUSR);
 #endif
         } else {
-            Write(path, entry.section('=', 1).toUtf8());
+            Write(root + u'/' + entry.section('=', 0, 0), entry.section('=', 1).toUtf8());
         }
 #ifdef Q_OS_WIN
         if (path.filename().native().front() == L'.') {
@@ -63,9 +72,7 @@ inline QStringList Snapshot(const QString& folder)
         if (entry.is_symlink()) {
             entries += name + "->" + QString::fromStdString(fs::read_symlink(entry.path()).string());
         } else if (entry.is_regular_file()) {
-            std::ifstream file(entry.path(), std::ios::binary);
-            const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-            entries += name + u'=' + QString::fromStdString(text);
+            entries += name + u'=' + QString::fromUtf8(Read(folder + u'/' + name));
         } else if (!entry.is_directory()) {
             entries += name + u'|';
         } else if (fs::is_empty(entry.path())) {

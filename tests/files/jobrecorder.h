@@ -7,47 +7,10 @@
 #include <common/shell/fileremover.h>
 
 #include <QDir>
-#include <QMutex>
 #include <QStringList>
 #include <QTest>
 
-#include <functional>
 #include <utility>
-
-/// A log for several threads that can also step in at a line.
-class JobLog : public RecordingLogger
-{
-public:
-    void Write(const common::logger::IMessage& message) override
-    {
-        {
-            const QMutexLocker lock(&mutex);
-            RecordingLogger::Write(message);
-        }
-        if (onLine) {
-            onLine(*message.GetText());
-        }
-    }
-
-    /// "LEVEL TEXT" of the lines of a channel up to a level, with "ROOT" for a folder and slashes as
-    /// separators.
-    QStringList Lines(const QByteArray& channel, int mostLevel, const QString& root = "no folder")
-    {
-        const QMutexLocker lock(&mutex);
-        QStringList texts;
-        for (const Line& line : lines) {
-            if (line.level <= mostLevel && line.channel == channel) {
-                texts += QString::number(line.level) + u' ' + QDir::fromNativeSeparators(line.text);
-            }
-        }
-        return texts.replaceInStrings(root, "ROOT");
-    }
-
-    std::function<void(const QString& text)> onLine; ///< To be set before the threads start.
-
-private:
-    QMutex mutex;
-};
 
 /// Writes down what a copier or remover emits: "1/2", "done", "failed 700105".
 struct JobRecorder : QObject

@@ -3,6 +3,7 @@
 
 #include "filetree.h"
 #include "jobrecorder.h"
+#include "table.h"
 
 #include <common/shell/filecommands.h>
 
@@ -12,7 +13,6 @@
 #include <QTemporaryDir>
 
 #ifdef Q_OS_UNIX
-#include <pthread.h>
 #include <sched.h>
 #include <sys/mount.h>
 #endif
@@ -36,7 +36,6 @@ private Q_SLOTS:
 #ifdef Q_OS_WIN
     void filesThatStay();
 #else
-    void noThread();
     void fullDisk();
     void deepTree();
 #endif
@@ -53,21 +52,14 @@ QStringList Split(const QString& list)
     return list.split(", ", Qt::SkipEmptyParts);
 }
 
-void AddColumns()
-{
-    for (const char* name : {"tree", "work", "seen", "after"}) {
-        QTest::addColumn<QString>(name);
-    }
-    QTest::addColumn<QStringList>("lines");
-}
-
 /// Entries of the tree before; work; signals; entries after, behind "+" only those that came anew; lines in
 /// the log: all if the first has level 7, else up to level 4, without those that repeat the code of the end.
-void AddRow(const char* name, const QString& tree, const QString& work, const QString& seen,
-            const QString& after, const QStringList& lines = QStringList())
+struct Jobs : Table<QString, QString, QString, QString, QStringList>
 {
-    QTest::newRow(name) << tree << work << seen << after << lines;
-}
+    Jobs()
+        : Table("tree", "work", "seen", "after", "lines")
+    {}
+};
 
 const QString exists = "4 'ROOT/%1' already exists. Trying to remove before coping...";
 
@@ -75,80 +67,76 @@ const QString exists = "4 'ROOT/%1' already exists. Trying to remove before copi
 
 void TestFileJobs::copier_data()
 {
-    AddColumns();
-    AddRow("nothing to do", "a=1", "", "done", "+");
-    AddRow("files", "a=1, b=", "F a ./t/a, F b t/x/y/b", "1/2, 2/2, done", "+t/a=1, t/x/y/b=");
-    AddRow("tree without its hidden and empty parts", "s/d/a=1, s/d/e/b=2, s/f/g/, s/.h=3, s/.i/c=4", "D s t",
-           "1/2, 2/2, done", "+t/d/a=1, t/d/e/b=2");
-    AddRow("tree into itself", "t/a=1", "D t t/d", "1/1, done", "+t/d/a=1");
-    AddRow("no source file, and all of the log", "s/a=1, t/a=old", "F s/a t/a, F b t/b, F s/a t/c",
-           "1/3, failed 700103", "s/a=1, t/a=1",
-           {"7 Copy", "7 Start scanning directories...", "7 Directories scanning finished.",
-            exists.arg("t/a"), "7 Successfully copied from 'ROOT/s/a' to 'ROOT/t/a'",
-            "3 Source file 'ROOT/b' doesn't exist!",
-            "3 Copying from 'ROOT/b' to 'ROOT/t/b' failed with error '700103'!",
-            "3 Copying failed with error '700103'!"});
-    AddRow("no source directory", "a=1, s/b=2", "F a t/a, D s t, D x t", "failed 700102", "+",
-           {"4 Path 'ROOT/x' doesn't exists!"});
-    AddRow("folder cannot be made", "a=1, t=2", "F a t/x/a", "failed 700104", "+",
-           {"3 Cannot create path to 'ROOT/t/x/a'"});
-    AddRow("no destination", "s/a=1", "D s", "failed 700104", "+", {"3 Cannot create path to ''"});
-    AddRow("destination is a directory", "a=1, d/", "F a d", "failed 700106", "+",
-           {exists.arg("d"), "3 Cannot remove 'ROOT/d'!"});
-    AddRow("onto itself another way", "d/a=1", "F d/a d/../d/./a", "failed 700107", "+",
-           {"3 'ROOT/d/a' and 'ROOT/d/../d/./a' are the same file"});
+    const Jobs row;
+    row("nothing to do", "a=1", "", "done", "+", {});
+    row("files", "a=1, b=", "F a ./t/a, F b t/x/y/b", "1/2, 2/2, done", "+t/a=1, t/x/y/b=", {});
+    row("tree without its hidden and empty parts", "s/d/a=1, s/d/e/b=2, s/f/g/, s/.h=3, s/.i/c=4", "D s t",
+        "1/2, 2/2, done", "+t/d/a=1, t/d/e/b=2", {});
+    row("tree into itself", "t/a=1", "D t t/d", "1/1, done", "+t/d/a=1", {});
+    row("no source file, and all of the log", "s/a=1, t/a=old", "F s/a t/a, F b t/b, F s/a t/c",
+        "1/3, failed 700103", "s/a=1, t/a=1",
+        {"7 Copy", "7 Start scanning directories...", "7 Directories scanning finished.", exists.arg("t/a"),
+         "7 Successfully copied from 'ROOT/s/a' to 'ROOT/t/a'", "3 Source file 'ROOT/b' doesn't exist!",
+         "3 Copying from 'ROOT/b' to 'ROOT/t/b' failed with error '700103'!",
+         "3 Copying failed with error '700103'!"});
+    row("no source directory", "a=1, s/b=2", "F a t/a, D s t, D x t", "failed 700102", "+",
+        {"4 Path 'ROOT/x' doesn't exists!"});
+    row("folder cannot be made", "a=1, t=2", "F a t/x/a", "failed 700104", "+",
+        {"3 Cannot create path to 'ROOT/t/x/a'"});
+    row("no destination", "s/a=1", "D s", "failed 700104", "+", {"3 Cannot create path to ''"});
+    row("destination is a directory", "a=1, d/", "F a d", "failed 700106", "+",
+        {exists.arg("d"), "3 Cannot remove 'ROOT/d'!"});
+    row("onto itself another way", "d/a=1", "F d/a d/../d/./a", "failed 700107", "+",
+        {"3 'ROOT/d/a' and 'ROOT/d/../d/./a' are the same file"});
 #ifdef Q_OS_UNIX
-    AddRow("links in a tree", "s/up->../a, s/d/l->../e, s/e/y=2, s/gone->no/where, s/loop->loop", "D s t",
-           "1/5, 2/5, 3/5, 4/5, 5/5, done",
-           "+t/d/l->../e, t/e/y=2, t/gone->no/where, t/loop->loop, t/up->../a");
-    AddRow("relative path, and dots behind a link",
-           "s/d/l->../e, s/e/y=2, k->x/y, x/y/, x/s/d/l->../e, x/s/e/",
-           "D ./s t, D k/../s u, F s/e/y k/../v/y", "1/4, 2/4, 3/4, 4/4, done",
-           "+t/d/l->../e, t/e/y=2, u/d/l->../e, x/v/y=2");
-    AddRow("links and files replaced", "a=1, l->a, x=2, y->gone, z->a", "L l x, F a y, F a z",
-           "1/3, 2/3, 3/3, done", "a=1, l->a, x->a, y=1, z=1",
-           {exists.arg("y"), exists.arg("z"), exists.arg("x")});
-    AddRow("names", "s/a\nb=1, s/%1 %2=2, s/\\=3, s/:d/e=5", "D s t", "1/4, 2/4, 3/4, 4/4, done",
-           "+t/%1 %2=2, t/:d/e=5, t/\\=3, t/a\nb=1");
-    AddRow("fifo behind a link", "p|, l->p, t=old", "F l t", "failed 700107", "+",
-           {"3 Cannot copy from 'ROOT/l' to 'ROOT/t'"});
-    AddRow("file without a size", "a=1", "F ./a t/a, F /proc/sys/kernel/ostype t/b", "1/2, 2/2, done",
-           "+t/a=1, t/b=Linux\n");
-    AddRow("onto what a link in a linked folder leads to", "d/e/l->../a, d/a=1, f->d/e", "F f/l d/a",
-           "failed 700107", "+", {"3 'ROOT/f/l' and 'ROOT/d/a' are the same file"});
+    row("links in a tree", "s/up->../a, s/d/l->../e, s/e/y=2, s/gone->no/where, s/loop->loop", "D s t",
+        "1/5, 2/5, 3/5, 4/5, 5/5, done", "+t/d/l->../e, t/e/y=2, t/gone->no/where, t/loop->loop, t/up->../a",
+        {});
+    row("relative path, and dots behind a link", "s/d/l->../e, s/e/y=2, k->x/y, x/y/, x/s/d/l->../e, x/s/e/",
+        "D ./s t, D k/../s u, F s/e/y k/../v/y", "1/4, 2/4, 3/4, 4/4, done",
+        "+t/d/l->../e, t/e/y=2, u/d/l->../e, x/v/y=2", {});
+    row("links and files replaced", "a=1, l->a, x=2, y->gone, z->a", "L l x, F a y, F a z",
+        "1/3, 2/3, 3/3, done", "a=1, l->a, x->a, y=1, z=1",
+        {exists.arg("y"), exists.arg("z"), exists.arg("x")});
+    row("names", "s/a\nb=1, s/%1 %2=2, s/\\=3, s/:d/e=5", "D s t", "1/4, 2/4, 3/4, 4/4, done",
+        "+t/%1 %2=2, t/:d/e=5, t/\\=3, t/a\nb=1", {});
+    row("fifo behind a link", "p|, l->p, t=old", "F l t", "failed 700107", "+",
+        {"3 Cannot copy from 'ROOT/l' to 'ROOT/t'"});
+    row("file without a size", "a=1", "F ./a t/a, F /proc/sys/kernel/ostype t/b", "1/2, 2/2, done",
+        "+t/a=1, t/b=Linux\n", {});
+    row("onto what a link in a linked folder leads to", "d/e/l->../a, d/a=1, f->d/e", "F f/l d/a",
+        "failed 700107", "+", {"3 'ROOT/f/l' and 'ROOT/d/a' are the same file"});
 #else
-    AddRow("slashes both ways", "s/d/a=1", "D s\\d/ t\\x", "1/1, done", "+t/x/a=1");
+    row("slashes both ways", "s/d/a=1", "D s\\d/ t\\x", "1/1, done", "+t/x/a=1", {});
 #endif
 }
 
 void TestFileJobs::remover_data()
 {
-    AddColumns();
-    AddRow("missing and empty paths", "a=1, b/c=2", "D, D x, F y, F a", "1/4, 2/4, 3/4, 4/4, done", "b/c=2",
-           {"4 Path '' doesn't exists!", "4 Path 'ROOT/x' doesn't exists!", "4 File 'ROOT/y' doesn't exist!",
-            "4 Directory '' doesn't exist!", "4 Directory 'ROOT/x' doesn't exist!"});
-    AddRow("hidden file", "d/.h=1, d/a=2", "D d", "1/2, failed 700203", "d/.h=1",
-           {"3 Cannot remove directory 'ROOT/d'!"});
-    AddRow("directory added as file", "d/a=1", "F d", "failed 700204", "+",
-           {"3 Cannot remove file 'ROOT/d'!"});
-    AddRow("content before directory", "b/c/a=1, d/e/", "D b, D ./d/", "1/5, 2/5, 3/5, 4/5, 5/5, done", "");
+    const Jobs row;
+    row("missing and empty paths", "a=1, b/c=2", "D, D x, F y, F a", "1/4, 2/4, 3/4, 4/4, done", "b/c=2",
+        {"4 Path '' doesn't exists!", "4 Path 'ROOT/x' doesn't exists!", "4 File 'ROOT/y' doesn't exist!",
+         "4 Directory '' doesn't exist!", "4 Directory 'ROOT/x' doesn't exist!"});
+    row("hidden file", "d/.h=1, d/a=2", "D d", "1/2, failed 700203", "d/.h=1",
+        {"3 Cannot remove directory 'ROOT/d'!"});
+    row("directory added as file", "d/a=1", "F d", "failed 700204", "+", {"3 Cannot remove file 'ROOT/d'!"});
+    row("content before directory", "b/c/a=1, d/e/", "D b, D ./d/", "1/5, 2/5, 3/5, 4/5, 5/5, done", "", {});
 #ifdef Q_OS_UNIX
-    AddRow("links and a fifo", "d/l->../e, d/gone->x, d/loop->loop, d/p|, m->e, e/a\nb=1", "D d, F m",
-           "1/6, 2/6, 3/6, 4/6, 5/6, 6/6, done", "e/a\nb=1");
+    row("links and a fifo", "d/l->../e, d/gone->x, d/loop->loop, d/p|, m->e, e/a\nb=1", "D d, F m",
+        "1/6, 2/6, 3/6, 4/6, 5/6, 6/6, done", "e/a\nb=1", {});
 #endif
 }
 
 void TestFileJobs::helper_data()
 {
-    AddColumns();
-    AddRow("directories and files, missing and empty paths", "a=1, d/e/b=2, f/, g=3",
-           "F g, F x, D d, D x, D, D f", "1/5 d/e/b, 2/5 d/e, 3/5 d, 4/5 f, 5/5 g", "a=1");
-    AddRow("filters hide a file and a directory", "d/a.txt=1, e/x/a.txt=2, d/b=3",
-           "N *.txt, N *.bin, D d, D e", "1/3 d/a.txt, 2/3 d, failed d, 3/3 e, failed e",
-           "d/b=3, e/x/a.txt=2");
+    const Jobs row;
+    row("directories and files, missing and empty paths", "a=1, d/e/b=2, f/, g=3",
+        "F g, F x, D d, D x, D, D f", "1/5 d/e/b, 2/5 d/e, 3/5 d, 4/5 f, 5/5 g", "a=1", {});
+    row("filters hide a file and a directory", "d/a.txt=1, e/x/a.txt=2, d/b=3", "N *.txt, N *.bin, D d, D e",
+        "1/3 d/a.txt, 2/3 d, failed d, 3/3 e, failed e", "d/b=3, e/x/a.txt=2", {});
 #ifdef Q_OS_UNIX
-    AddRow("a link to a directory, and dots behind one", "d/a=1, x/y/z=2, x/d/k->../y, x/b=4, b=5, l->x/y",
-           "D l/../d, F l/../b", "1/3 x/d/k, 2/3 x/d, 3/3 x/b", "b=5, d/a=1, l->x/y, x/y/z=2");
+    row("a link to a directory, and dots behind one", "d/a=1, x/y/z=2, x/d/k->../y, x/b=4, b=5, l->x/y",
+        "D l/../d, F l/../b", "1/3 x/d/k, 2/3 x/d, 3/3 x/b", "b=5, d/a=1, l->x/y, x/y/z=2", {});
 #endif
 }
 
@@ -169,7 +157,7 @@ void TestFileJobs::CheckJob(const char* channel)
         expected = filetree::Snapshot(folder.path()) + expected;
         expected.sort();
     }
-    JobLog log;
+    RecordingLogger log;
     const QStringList signalsSeen = RunJob(QTest::currentTestFunction(), folder.path(), Split(work));
     QVERIFY(QDir::setCurrent(before));
     QCOMPARE(signalsSeen, Split(seen));
@@ -217,7 +205,7 @@ void TestFileJobs::commandsTryAgain()
         {"rename directory 'ROOT/x' to 'ROOT/z'",
          [&] { return FileCommands::RenameDirectory(dir, path("x"), path("z")); }}};
     for (const auto& [complaint, run] : commands) {
-        JobLog log;
+        RecordingLogger log;
         QElapsedTimer timer;
         timer.start();
         QVERIFY(!run());
@@ -232,7 +220,7 @@ void TestFileJobs::commandsTryAgain()
     QVERIFY(FileCommands::RenameDirectory(dir, path("d"), path("e")));
     QCOMPARE(filetree::Snapshot(folder.path()), QStringList({"e/b=2", "f=1"}));
 
-    JobLog log;
+    RecordingLogger log;
     log.onLine = [&](const QString& text) {
         if (text.endsWith("attempt '2'")) {
             QVERIFY(QFile::remove(path("e/b")));
@@ -264,7 +252,7 @@ void TestFileJobs::filesThatStay()
     QFile open(folder.filePath("open"));
     QVERIFY(readOnly.setPermissions(QFileDevice::ReadOwner) && open.open(QIODevice::ReadOnly));
     for (const QString name : {"read-only", "open"}) {
-        JobLog log;
+        RecordingLogger log;
         QCOMPARE(RunJob("copier", folder.path(), {"F a " + name}), QStringList("failed 700106"));
         QCOMPARE(RunJob("remover", folder.path(), {"F " + name}), QStringList("failed 700204"));
         QCOMPARE(log.Lines("shell.filecmd", 4).size(), 10); // five attempts each
@@ -277,24 +265,6 @@ void TestFileJobs::filesThatStay()
 }
 
 #else
-
-void TestFileJobs::noThread()
-{
-    common::FileCopier copier;
-    JobRecorder recorder(&copier);
-    pthread_attr_t usual = {};
-    QCOMPARE(::pthread_getattr_default_np(&usual), 0);
-    pthread_attr_t huge = usual;
-    // No address space has room for such a stack.
-    QCOMPARE(::pthread_attr_setstacksize(&huge, std::size_t{1} << 60U), 0);
-    QCOMPARE(::pthread_setattr_default_np(&huge), 0);
-    const bool started = copier.Copy();
-    QCOMPARE(::pthread_setattr_default_np(&usual), 0);
-    QVERIFY(started);
-    QCOMPARE(recorder.Wait(), QStringList("failed 700108"));
-    QVERIFY(copier.Copy());
-    QCOMPARE(recorder.Wait(), QStringList("done"));
-}
 
 void TestFileJobs::fullDisk()
 {
@@ -317,7 +287,7 @@ void TestFileJobs::deepTree()
     const QTemporaryDir folder("/tmp/d"); // A path may have 4,096 bytes.
     const QString deep = folder.filePath("s") + QString("/d").repeated(depth - 1);
     QVERIFY(QDir().mkpath(deep));
-    filetree::Write(filetree::ToPath(deep + "/f"), "1");
+    filetree::Write(deep + "/f", "1");
     QCOMPARE(RunJob("copier", folder.path(), {"D s t"}), Steps(1, 1) << "done");
     QCOMPARE(RunJob("remover", folder.path(), {"D t"}), Steps(depth + 1, depth + 1) << "done");
     QCOMPARE(RunJob("helper", folder.path(), {"D s"}).size(), depth + 1);

@@ -2,6 +2,7 @@
 
 #include "filetree.h"
 #include "jobrecorder.h"
+#include "table.h"
 
 #include <QRandomGenerator>
 #include <QSemaphore>
@@ -55,7 +56,7 @@ struct HeldJob : Work
     QString LastLine() { return log.Lines(copies ? "shell.filecopy" : "shell.fileremove", 7).last(); }
 
     static constexpr bool copies = std::is_same_v<Job, FileCopier>;
-    JobLog log;
+    RecordingLogger log;
     QSemaphore arrived;
     QSemaphore leave;
     std::unique_ptr<Job> job = std::make_unique<Job>();
@@ -141,11 +142,10 @@ private Q_SLOTS:
 
 void TestJobLife::copier_data()
 {
-    QTest::addColumn<QString>("action");
-    QTest::addColumn<bool>("inReceiver");
-    for (const char* action : {"abort", "finish", "restart", "destroy"}) {
-        QTest::addRow("%s at once", action) << QString(action) << false;
-        QTest::addRow("%s in a receiver", action) << QString(action) << true;
+    const Table<QString, bool> row("action", "inReceiver");
+    for (const QByteArray action : {"abort", "finish", "restart", "destroy"}) {
+        row(action + " at once", action, false);
+        row(action + " in a receiver", action, true);
     }
 }
 

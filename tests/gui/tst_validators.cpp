@@ -2,6 +2,8 @@
 
 #include <common/sip/sipid.h>
 
+#include <table.h>
+
 #include <QRandomGenerator>
 #include <QTest>
 
@@ -37,15 +39,7 @@ private Q_SLOTS:
 
 void TestValidators::validate_data()
 {
-    QTest::addColumn<QRegExp>("pattern");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QValidator::State>("state");
-    QTest::addColumn<QString>("cleaned");
-
-    const auto row = [](const char* name, const QRegExp& pattern, const QString& text,
-                        QValidator::State state, const QString& cleaned) {
-        QTest::newRow(name) << pattern << text << state << cleaned;
-    };
+    const Table<QRegExp, QString, QValidator::State, QString> row("pattern", "text", "state", "cleaned");
     const QRegExp code("[a-z]+[0-9]{2}");
     row("whole", code, "ab12", QValidator::Acceptable, "ab12");
     row("beginning", code, "ab", QValidator::Intermediate, "ab");

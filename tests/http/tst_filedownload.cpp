@@ -1,6 +1,8 @@
 #include "faultserver.h"
 
+#include "files/filetree.h"
 #include "logger/recordinglogger.h"
+#include "table.h"
 
 #include <common/http/ifiledownload.h>
 #include <common/http/ihttprequest.h>
@@ -40,7 +42,11 @@ public Q_SLOTS:
 
 private:
     void Start(const FaultServer& server);
-    bool HasLogged(const QString& text) const;
+    /// Lines of this download.
+    bool HasLogged(const QString& text) const
+    {
+        return log.Contains(text, QString("[%1, ").arg(download->GetId()));
+    }
 
     RecordingLogger log;
     QTemporaryDir dir;
@@ -72,26 +78,10 @@ void TestFileDownload::Start(const FaultServer& server)
     QVERIFY(!download->isRunning());
 }
 
-bool TestFileDownload::HasLogged(const QString& text) const
-{
-    const QString start = QString("[%1, ").arg(download->GetId());
-    return std::any_of(log.lines.begin(), log.lines.end(), [&](const RecordingLogger::Line& line) {
-        return line.text.startsWith(start) && line.text.contains(text);
-    });
-}
-
 void TestFileDownload::outcome_data()
 {
-    QTest::addColumn<QList<Answer>>("answers");
-    QTest::addColumn<qint64>("size");
-    QTest::addColumn<QString>("checksum");
-    QTest::addColumn<QString>("event");
-    QTest::addColumn<QByteArray>("content");
-
-    const auto row = [](const char* name, const QList<Answer>& answers, qint64 size, const QString& checksum,
-                        const char* event, const QByteArray& content) {
-        QTest::newRow(name) << answers << size << checksum << QString(event) << content;
-    };
+    const Table<QList<Answer>, qint64, QString, QString, QByteArray> row("answers", "size", "checksum",
+                                                                         "event", "content");
     const auto whole = [row](const char* name, const QList<Answer>& answers, const QByteArray& content) {
         row(name, answers, content.size(), converter::ToMD5(content).toUpper(), "complete", content);
     };
@@ -130,10 +120,9 @@ void TestFileDownload::outcome()
     QTRY_VERIFY2(expected.match(events.join(", ")).hasMatch(), qPrintable(events.join(", ")));
     // What arrives between two tellings of progress waits in memory.
     QVERIFY(download->findChild<IHttpRequest*>()->Reply()->readBufferSize() > 0);
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly) && file.readAll() == content);
+    QVERIFY(filetree::Read(path) == content);
 #ifndef _WIN32 // Where the name decides it.
-    QVERIFY(QFileInfo(file).isExecutable());
+    QVERIFY(QFileInfo(path).isExecutable());
 #endif
     QCOMPARE(HasLogged("Downloading failed. No more tries."), event != "complete");
 }

@@ -1,5 +1,8 @@
 #include "faultserver.h"
 
+#include "files/filetree.h"
+#include "table.h"
+
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -19,17 +22,12 @@ private Q_SLOTS:
 
 void TestHttpCommands::commands_data()
 {
-    QTest::addColumn<QStringList>("arguments"); // With URL, FILE and JSON for what the test has.
-    QTest::addColumn<QList<Answer>>("answers");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QByteArrayList>("parts"); // Of the request, of standard error and of standard output.
-
+    // The arguments have URL, FILE and JSON for what the test has; the parts are of the request, of standard
+    // error and of standard output.
+    const Table<QStringList, QList<Answer>, int, QByteArrayList> row("arguments", "answers", "exitCode",
+                                                                     "parts");
     const Answer ok{Response("200 OK", "body")};
     const Answer busy{Response("429 Busy", "wait")};
-    const auto row = [](const char* name, const QStringList& arguments, const QList<Answer>& answers,
-                        int exitCode, const QByteArrayList& parts) {
-        QTest::newRow(name) << arguments << answers << exitCode << parts;
-    };
     const auto misused = [row](const QStringList& arguments, const QByteArray& complaint) {
         row(complaint.constData(), arguments, {}, 2, {"", complaint});
     };
@@ -68,11 +66,10 @@ void TestHttpCommands::commands()
 
     const QTemporaryDir dir;
     FaultServer server(answers);
-    QFile json(dir.filePath("json"));
-    QVERIFY(json.open(QIODevice::WriteOnly) && json.write("{ \"n\": [1] }") > 0);
-    json.close();
+    const QString json = dir.filePath("json");
+    filetree::Write(json, "{ \"n\": [1] }");
     arguments.replaceInStrings("URL", server.Url().toString());
-    arguments.replaceInStrings("FILE", dir.filePath("got/file")).replaceInStrings("JSON", json.fileName());
+    arguments.replaceInStrings("FILE", dir.filePath("got/file")).replaceInStrings("JSON", json);
 
     QProcess tool;
     tool.start(VXTOOL_PROGRAM, arguments);

@@ -3,6 +3,8 @@
 #include "faultserver.h"
 #include "recordedrequest.h"
 
+#include "table.h"
+
 #include <QTest>
 #include <QTimer>
 
@@ -28,15 +30,11 @@ private:
 
 void TestHttpLifetime::actionInsideSignal_data()
 {
-    QTest::addColumn<QByteArray>("signal");
-    QTest::addColumn<Answer>("answer");
-    QTest::addColumn<bool>("aborted");
-    QTest::addColumn<QString>("what");
-
-    const auto rows = [](const QByteArray& signal, const Answer& answer, bool aborted = false) {
+    const Table<QByteArray, Answer, bool, QString> row("signal", "answer", "aborted", "what");
+    const auto rows = [row](const QByteArray& signal, const Answer& answer, bool aborted = false) {
         for (const char* what : {"abort", "send", "delete", "nested"}) {
-            QTest::newRow(what + signal + answer.bytes.mid(8, 4) + (aborted ? " aborted" : ""))
-                << signal << answer << aborted << what;
+            row(what + signal + answer.bytes.mid(8, 4) + (aborted ? " aborted" : ""), signal, answer, aborted,
+                what);
         }
     };
     const Answer ok{Response("200 OK", "body")};

@@ -1,7 +1,9 @@
 #include "faultserver.h"
 #include "recordedrequest.h"
 
+#include "files/filetree.h"
 #include "logger/recordinglogger.h"
+#include "table.h"
 
 #include <common/http/httprequest.h>
 #include <common/http/ihttprequestmultipartdata.h>
@@ -60,7 +62,6 @@ private Q_SLOTS:
 
 private:
     void Get(const FaultServer& server);
-    bool HasLogged(const QString& text) const;
 
     RecordingLogger log;
     QTemporaryDir dir;
@@ -80,27 +81,16 @@ void TestHttpRequest::Get(const FaultServer& server)
     QVERIFY(request->isRunning());
 }
 
-bool TestHttpRequest::HasLogged(const QString& text) const
-{
-    return std::any_of(log.lines.begin(), log.lines.end(),
-                       [&text](const auto& line) { return line.text.contains(text); });
-}
-
 void TestHttpRequest::wire_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<Data>("data");
-    QTest::addColumn<QByteArrayList>("parts"); // Of what is sent, at each try.
-
-    const auto row = [](const char* name, const QString& path, const Data& data,
-                        const QByteArrayList& parts) { QTest::newRow(name) << path << data << parts; };
+    // The parts of what is sent, at each try.
+    const Table<QString, Data, QByteArrayList> row("path", "data", "parts");
     const auto map = &IHttpRequestDataMap::CreateUrlencodedDataMap;
     const auto json = &IHttpRequestDataMap::CreateJsonDataMap;
     const QByteArray jsonType = "\r\nContent-Type: application/json\r\n";
     const QByteArray binary = QByteArray("\0\r\n--\xff", 6).repeated(50000);
-    QFile file(dir.filePath("one.bin"));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(binary) == binary.size());
-    file.close();
+    const QString file = dir.filePath("one.bin");
+    filetree::Write(file, binary);
 
     row("plain GET", "/p?q=1", {}, {"GET /p?q=1 HTTP/1.1\r\n", "\r\nAccept-Encoding: gzip\r\n"});
     row("query", "/p", Map(map(), {{"a", "1 2"}}), {"GET /p?a=1%202 "});
@@ -114,7 +104,7 @@ void TestHttpRequest::wire_data()
     row("map, in order", "/", Map(map(), {{"é +", "-._~*'€"}, {"b", "x&y"}, {"a", "1"}, {"a", ""}}),
         {"POST", "\r\nContent-Type: application/x-www-form-urlencoded\r\n",
          "\r\n\r\na=&b=x%26y&%C3%A9%20%2B=-._~%2A%27%E2%82%AC"});
-    row("form", "/", Form({Text("a", "é"), File("f\"", file.fileName())}),
+    row("form", "/", Form({Text("a", "é"), File("f\"", file)}),
         {"POST", "\r\nContent-Type: multipart/form-data; boundary=",
          "\r\nContent-Type: text/plain; charset=UTF-8\r\n"
          "Content-Disposition: form-data; name=\"a\"\r\n\r\né\r\n--",
@@ -148,31 +138,23 @@ void TestHttpRequest::notSent()
 {
     request->SetData(IHttpRequestDataMap::CreateJsonDataMap());
     QVERIFY(!request->Get());
-    QVERIFY(HasLogged("Invalid request parameters type"));
+    QVERIFY(log.Contains("Invalid request parameters type"));
     request->SetData(Form({Text("a", ""), File("b", "no/such")}));
     QVERIFY(!request->Post());
-    QVERIFY(HasLogged("Failed to open file 'no/such'"));
+    QVERIFY(log.Contains("Failed to open file 'no/such'"));
     QVERIFY(request->Reply() == nullptr);
     request->SetData({});
     Get(FaultServer());
     manager.reset();
     QVERIFY(request->Reply() == nullptr && !request->isRunning());
     QVERIFY(!request->Get());
-    QVERIFY(HasLogged("HttpRequestManager is NULL!"));
+    QVERIFY(log.Contains("HttpRequestManager is NULL!"));
     QCOMPARE(told->Told(), QString());
 }
 
 void TestHttpRequest::outcome_data()
 {
-    QTest::addColumn<QList<Answer>>("answers");
-    QTest::addColumn<int>("attempts");
-    QTest::addColumn<QString>("expected");
-    QTest::addColumn<QByteArray>("body");
-
-    const auto row = [](const char* name, const QList<Answer>& answers, int attempts, const QString& expected,
-                        const QByteArray& body) {
-        QTest::newRow(name) << answers << attempts << expected << body;
-    };
+    const Table<QList<Answer>, int, QString, QByteArray> row("answers", "attempts", "expected", "body");
     QByteArray packed;
     tools::QCompressor::gzipCompress("text", packed, 6);
     const QByteArray gzip = "Content-Encoding: gzip\r\n";
@@ -215,7 +197,7 @@ void TestHttpRequest::outcome()
     QTRY_COMPARE_WITH_TIMEOUT(told->Told(), expected, 10000);
     QCOMPARE(told->body, body);
     QVERIFY(!expected.endsWith(success) || told->text == QString::fromUtf8(body));
-    QVERIFY(HasLogged("Accepted reply from server: "));
+    QVERIFY(log.Contains("Accepted reply from server: "));
     // After the end an abort leaves the reply and says nothing.
     const QStringList events = told->events;
     request->Abort();
@@ -238,7 +220,7 @@ void TestHttpRequest::silence()
     Get(dead);
     QTRY_COMPARE_WITH_TIMEOUT(told->Told(), QString("error 4 0"), 20000);
     QCOMPARE(told->text, QString("Request timed out"));
-    QVERIFY(HasLogged("Request to URL='" + dead.Url().toString() + "' timed out! attempt='1'."));
+    QVERIFY(log.Contains("Request to URL='" + dead.Url().toString() + "' timed out! attempt='1'."));
     QVERIFY(request->Reply() == nullptr && !request->isRunning());
     QCOMPARE(dead.requests.size(), 2);
     QTRY_COMPARE(dead.openConnections, 0);
@@ -270,7 +252,7 @@ void TestHttpRequest::abortAndRetry()
     for (const bool aborts : {true, false}) {
         Get(closing);
         QTRY_COMPARE(told->Told(), QString("replyFinished"));
-        QVERIFY(HasLogged("The next request attempt will be taken in '1' seconds."));
+        QVERIFY(log.Contains("The next request attempt will be taken in '1' seconds."));
         aborts ? request->Abort() : Get(server);
         reply = request->Reply();
         QTest::qWait(1200);

@@ -2,6 +2,9 @@
 
 #include "recordedrequest.h"
 
+#include "files/filetree.h"
+#include "table.h"
+
 #include <common/http/httprequest.h>
 
 #include <QDir>
@@ -23,8 +26,7 @@ QUrl Url(const char* server, const QString& path = "/hello.txt")
 
 QByteArray Served(const QString& name)
 {
-    QFile file(qEnvironmentVariable("SERVER_ROOT") + '/' + name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return filetree::Read(qEnvironmentVariable("SERVER_ROOT") + '/' + name);
 }
 
 /// Those of managers that are gone may still be on their way out. None under Wine.
@@ -32,8 +34,7 @@ qsizetype NetworkThreads()
 {
     const QStringList ids = QDir("/proc/self/task").entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     return std::count_if(ids.begin(), ids.end(), [](const QString& id) {
-        QFile name("/proc/self/task/" + id + "/comm");
-        return name.open(QIODevice::ReadOnly) && name.readAll().startsWith("QNetworkAccess");
+        return filetree::Read("/proc/self/task/" + id + "/comm").startsWith("QNetworkAccess");
     });
 }
 
@@ -76,19 +77,15 @@ void TestHttpServers::cleanupTestCase()
 
 void TestHttpServers::outcome_data()
 {
-    QTest::addColumn<QUrl>("url");
-    QTest::addColumn<bool>("verifies");
-    QTest::addColumn<QString>("expected");
-
-    QTest::newRow("certificate of nobody") << Url("SERVER_TLS") << false << success;
-    QTest::newRow("the same, minded") << Url("SERVER_TLS") << true << "replyFinished, error 6 0";
-    QTest::newRow("the same, ignored") << Url("SERVER_TLS") << true << success;
-    QTest::newRow("redirect out of TLS")
-        << Url("SERVER_TLS", "/unsafe") << false << "replyFinished, error 11 0";
+    const Table<QUrl, bool, QString> row("url", "verifies", "expected");
+    row("certificate of nobody", Url("SERVER_TLS"), false, success);
+    row("the same, minded", Url("SERVER_TLS"), true, "replyFinished, error 6 0");
+    row("the same, ignored", Url("SERVER_TLS"), true, success);
+    row("redirect out of TLS", Url("SERVER_TLS", "/unsafe"), false, "replyFinished, error 11 0");
 #ifndef _WIN32 // Wine's TLS finds no way to use one.
-    QTest::newRow("client certificate") << Url("SERVER_MTLS") << false << success;
+    row("client certificate", Url("SERVER_MTLS"), false, success);
 #endif
-    QTest::newRow("no URL") << QUrl() << false << "replyFinished, error 301 0";
+    row("no URL", QUrl(), false, "replyFinished, error 301 0");
 }
 
 void TestHttpServers::outcome()

@@ -2,12 +2,14 @@
 
 #include <common/logger/logger.h>
 
-#include <QByteArray>
-#include <QString>
+#include <QDir>
+#include <QMutex>
 
+#include <algorithm>
+#include <functional>
 #include <vector>
 
-/// Keeps what arrives, and is the current logger as long as it lives.
+/// Keeps what arrives, from any thread, and is the current logger as long as it lives.
 class RecordingLogger : public common::logger::Logger
 {
 public:
@@ -28,15 +30,45 @@ public:
 
     void Write(const common::logger::IMessage& message) override
     {
-        const auto* channel = message.GetChannel();
-        lines.push_back({message.GetLevel(), channel != nullptr ? channel->name : nullptr, *message.GetText(),
-                         message.GetLine(), message.GetFile(), message.GetFunction()});
+        {
+            const QMutexLocker lock(&mutex);
+            const auto* channel = message.GetChannel();
+            lines.push_back({message.GetLevel(), channel != nullptr ? channel->name : nullptr,
+                             *message.GetText(), message.GetLine(), message.GetFile(),
+                             message.GetFunction()});
+        }
+        if (onLine) {
+            onLine(*message.GetText());
+        }
     }
 
+    /// "LEVEL TEXT" of the lines of a channel up to a level, with "ROOT" for a folder and slashes as
+    /// separators.
+    QStringList Lines(const QByteArray& channel, int mostLevel, const QString& root = "no folder") const
+    {
+        const QMutexLocker lock(&mutex);
+        QStringList texts;
+        for (const Line& line : lines) {
+            if (line.level <= mostLevel && line.channel == channel) {
+                texts += QString::number(line.level) + u' ' + QDir::fromNativeSeparators(line.text);
+            }
+        }
+        return texts.replaceInStrings(root, "ROOT");
+    }
+
+    bool Contains(const QString& text, const QString& start = QString()) const
+    {
+        return std::any_of(lines.begin(), lines.end(), [&](const Line& line) {
+            return line.text.startsWith(start) && line.text.contains(text);
+        });
+    }
+
+    std::function<void(const QString& text)> onLine; ///< To be set before other threads start.
     std::vector<Line> lines;
 
 private:
     Q_DISABLE_COPY(RecordingLogger)
 
     common::logger::ILogger* previous;
+    mutable QMutex mutex;
 };

@@ -27,12 +27,6 @@ namespace
 
 constexpr logger::Channel logChannel{"test.backend"};
 
-QByteArray ReadFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 /// The arguments of Configure with harmless values, so that a test names only what it is about.
 struct Setup
 {
@@ -138,10 +132,10 @@ void TestLog4cpp::lineForms()
         setup.pattern = pattern;
         QVERIFY(setup.Apply());
         LogOnMain("téxt");
-        const QByteArray line = ReadFile(setup.logFile);
+        const QByteArray line = filetree::Read(setup.logFile);
         QVERIFY2(QRegularExpression('^' + form + "\n$").match(line).hasMatch(), line);
         LOG_MESSAGE(logger::Info) << "not for the short log";
-        QCOMPARE(ReadFile(setup.shortLogFile), line);
+        QCOMPARE(filetree::Read(setup.shortLogFile), line);
     };
     verify(256, "", R"(\d{4}\.m\.\d\d \d\d:\d\d:\d\d\.\d{3}   INFO \[ *\d+\] main\.window: téxt)");
     verify(256 + 3, "%p %m%n", R"(INFO téxt \(n::F: file: f\.cpp\(7\)\))");
@@ -175,7 +169,7 @@ void TestLog4cpp::levels()
         }
     }
     // log4cpp calls its highest priority EMERG or FATAL, whichever it was built to prefer.
-    QCOMPARE(ReadFile(setup.logFile).replace("EMERG", "FATAL"),
+    QCOMPARE(filetree::Read(setup.logFile).replace("EMERG", "FATAL"),
              "FATAL 0 FATAL 0 ALERT 1 CRIT 2 ERROR 3 "
              "FATAL 0 ALERT 1 CRIT 2 ERROR 3 WARN 4 NOTICE 5 INFO 6 DEBUG 7 ");
 }
@@ -192,20 +186,20 @@ void TestLog4cpp::changesOnTheWay()
     QVERIFY(QFile::remove(setup.logFile));
     log->SetFileLoggingEnabled(true);
     LogOnMain("3");
-    QCOMPARE(ReadFile(setup.shortLogFile), "1\n3\n");
+    QCOMPARE(filetree::Read(setup.shortLogFile), "1\n3\n");
 
     // A second Configure replaces the files.
     setup.logFile = File("c.log");
     setup.Apply();
     LogOnMain("4");
-    QCOMPARE(ReadFile(File("a.log")), "3\n");
+    QCOMPARE(filetree::Read(File("a.log")), "3\n");
 
     // One with a bad pattern does not.
     setup.logFile = setup.shortLogFile = File("d.log");
     setup.pattern = "%m%Q%n";
     QVERIFY(setup.Apply());
     LogOnMain("5");
-    QCOMPARE(ReadFile(File("b.log")) + ReadFile(File("c.log")), "1\n3\n4\n5\n4\n5\n");
+    QCOMPARE(filetree::Read(File("b.log")) + filetree::Read(File("c.log")), "1\n3\n4\n5\n4\n5\n");
     // For the console it is the caller's to know.
     setup.targets = logger::Console;
     QVERIFY_EXCEPTION_THROWN(setup.Apply(), std::exception);
@@ -228,7 +222,7 @@ void TestLog4cpp::badPlaces()
 
         good.Apply();
         LogOnMain("recovered");
-        QVERIFY(ReadFile(good.logFile).endsWith("recovered\n"));
+        QVERIFY(filetree::Read(good.logFile).endsWith("recovered\n"));
         QVERIFY(QFile::remove(good.logFile));
     }
 }
@@ -249,7 +243,7 @@ void TestLog4cpp::threadsIntoOneRollingFile()
     QVERIFY2(files.size() > 5, "the test needs many rollovers");
     QByteArray text;
     for (const QString& file : files) {
-        text += ReadFile(dir->filePath(file));
+        text += filetree::Read(dir->filePath(file));
     }
     QCOMPARE(text, QByteArray("line\n").repeated(16000));
 }
@@ -263,25 +257,24 @@ void TestLog4cpp::channels()
     logger::Message(log, nullptr, logger::Info, nullptr, nullptr, 0).GetStream() << "no channel";
     logger::Message(log, &nameless, logger::Info, nullptr, nullptr, 0).GetStream() << "no name";
     LOG_MESSAGE(logger::Info) << "own channel";
-    QCOMPARE(ReadFile(setup.logFile), "[] no channel\n[test.backend] own channel\n");
+    QCOMPARE(filetree::Read(setup.logFile), "[] no channel\n[test.backend] own channel\n");
 }
 
 // The last one in this process, since the console appender stays with the root category.
 void TestLog4cpp::configurationFileAndConsole()
 {
     setup.configFile = File("a.properties");
-    const auto path = filetree::ToPath(setup.configFile);
     QVERIFY(!logger::GetLogger()->LoadConfiguration(setup.configFile));
-    filetree::Write(path, "rootCategory=DEBUG, A\nappender.A=NoSuchAppender\n");
+    filetree::Write(setup.configFile, "rootCategory=DEBUG, A\nappender.A=NoSuchAppender\n");
     QVERIFY(!logger::GetLogger()->LoadConfiguration(setup.configFile));
-    filetree::Write(path, "rootCategory=WARN, A\ncategory.main=FATAL\nappender.A=FileAppender\n"
-                          "appender.A.layout=SimpleLayout\nappender.A.fileName=" +
-                              File("configured.log").toLocal8Bit());
+    filetree::Write(setup.configFile, "rootCategory=WARN, A\ncategory.main=FATAL\nappender.A=FileAppender\n"
+                                      "appender.A.layout=SimpleLayout\nappender.A.fileName=" +
+                                          File("configured.log").toLocal8Bit());
     setup.options |= logger::ShowSource;
     QVERIFY(setup.Apply());
     LOG_MESSAGE(logger::Warn) << "warning";
     LOG_MESSAGE(logger::Info) << "filtered by the file";
-    const QByteArray text = ReadFile(File("configured.log"));
+    const QByteArray text = filetree::Read(File("configured.log"));
     QVERIFY2(text.contains(": warning (file: ") && text.count('\n') == 1, text);
     QVERIFY2(!QFile::exists(setup.logFile), "the file decides everything");
 
@@ -317,7 +310,7 @@ void TestLog4cpp::linesAtExit()
     QVERIFY2(output.contains("ERROR test.backend last words\n"), "what a debugger shows on Windows");
 #endif
 
-    const QByteArray text = ReadFile(File("exit.log"));
+    const QByteArray text = filetree::Read(File("exit.log"));
     for (const char* line :
          {"ERROR test.backend last words\n", "DEBUG qt.körper debug\n", "DEBUG qt.körper info\n",
           "WARN qt.körper warning\n", "ERROR qt.körper critical\n"}) {

@@ -3,6 +3,7 @@
 
 #include <logger/recordinglogger.h>
 #include <registration/usertree.h>
+#include <table.h>
 
 #include <QCoreApplication>
 
@@ -97,13 +98,11 @@ void TestRegistration::tree()
 
 void TestRegistration::owner_data()
 {
-    QTest::addColumn<QString>("choice");
-    QTest::addColumn<bool>("own");
-
-    QTest::newRow("none") << "" << true;
-    QTest::newRow("identifier of another scheme") << ProgId("sip") << true;
-    QTest::newRow("identifier without its last dot") << organization + "." + application << false;
-    QTest::newRow("somebody else") << "OtherPhone.tel" << false;
+    const Table<QString, bool> row("choice", "own");
+    row("none", "", true);
+    row("identifier of another scheme", ProgId("sip"), true);
+    row("identifier without its last dot", organization + "." + application, false);
+    row("somebody else", "OtherPhone.tel", false);
 }
 
 void TestRegistration::owner()
@@ -137,7 +136,7 @@ void TestRegistration::extension()
     QVERIFY(address.endsWith("/service/update2/crx"));
 #ifdef Q_OS_UNIX
     const QByteArray published =
-        UserTree::Read(user.ConfigPath("chromium/External Extensions/" + id + ".json"));
+        filetree::Read(user.ConfigPath("chromium/External Extensions/" + id + ".json"));
     QVERIFY(published.contains("\"external_update_url\": \"" + address.toUtf8() + "\""));
     QVERIFY(PluginUtils::RegisterPlugin("../../../escape"));
     QVERIFY(!QFile::exists(user.ConfigPath("../escape.json")));
@@ -157,7 +156,7 @@ void TestRegistration::extension()
 void TestRegistration::refused()
 {
     qputenv("XDG_CONFIG_HOME", QFile::encodeName(user.DataPath()));
-    UserTree::Write(user.DataPath("vxcommon"), "in the way");
+    filetree::Write(user.DataPath("vxcommon"), "in the way");
     const QString tooLong(300, 'x');
     const RecordingLogger log;
     QVERIFY(!ClickToCall::registerProtocols({"vxtest"}, tooLong, organization));

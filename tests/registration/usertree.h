@@ -1,5 +1,7 @@
 #pragma once
 
+#include <files/filetree.h>
+
 #include <QDir>
 #include <QFile>
 #include <QMap>
@@ -50,19 +52,6 @@ public:
                           tree->value(name).toString());
         }
         return values;
-    }
-
-    static void Write(const QString& path, const QByteArray& content)
-    {
-        QFile file(path);
-        QVERIFY(QDir().mkpath(QFileInfo(file).path()) && file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(content), content.size());
-    }
-
-    static QByteArray Read(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
     }
 
     /// What a program printed, or that it failed.

@@ -2,6 +2,7 @@
 #include <common/shell/shell.h>
 
 #include <logger/recordinglogger.h>
+#include <table.h>
 
 #include <QDir>
 #include <QTest>
@@ -19,7 +20,7 @@ namespace
 {
 
 #ifdef Q_OS_WIN
-const QString userOverride = QStringLiteral("7: Restoring ovveridden key");
+const QString userOverride = QStringLiteral("7 Restoring ovveridden key");
 
 /// Whether the component has left its mark for this user or for all.
 bool IsMarked(HKEY root)
@@ -30,18 +31,10 @@ bool IsMarked(HKEY root)
     return error == ERROR_SUCCESS;
 }
 #else
-const QString userOverride = QStringLiteral("3: Failed to open dstKey: 0x      78");
+const QString userOverride = QStringLiteral("3 Failed to open dstKey: 0x      78");
 #endif
 
-QStringList TakeLines(RecordingLogger& log)
-{
-    QStringList lines;
-    for (const auto& line : log.lines) {
-        lines += QString("%1: %2").arg(line.level).arg(line.text);
-    }
-    log.lines.clear();
-    return lines;
-}
+constexpr auto channel = "common.shell";
 
 } // namespace
 
@@ -60,14 +53,10 @@ private Q_SLOTS:
 
 void TestComponents::registration_data()
 {
-    QTest::addColumn<bool>("admin");
-    QTest::addColumn<unsigned long>("result");
-    QTest::addColumn<QStringList>("lines");
-
-    const QString failed = "3: Failed to invoke DllRegisterServer(): 0x80004005";
-    QTest::newRow("user") << false << 0UL << QStringList{userOverride};
-    QTest::newRow("admin") << true << 0UL << QStringList();
-    QTest::newRow("E_FAIL") << false << 0x80004005UL << QStringList{userOverride, failed};
+    const Table<bool, unsigned long, QStringList> row("admin", "result", "lines");
+    row("user", false, 0, {userOverride});
+    row("admin", true, 0, {});
+    row("E_FAIL", false, 0x80004005, {userOverride, "3 Failed to invoke DllRegisterServer(): 0x80004005"});
 }
 
 void TestComponents::registration()
@@ -85,14 +74,16 @@ void TestComponents::registration()
     RegCloseKey(key);
 #endif
     QCOMPARE(Shell::RegisterComponent(COMPONENT, admin), result);
-    QCOMPARE(TakeLines(log), QStringList("7: R" + tail) + lines);
+    QCOMPARE(log.Lines(channel, 7), QStringList("7 R" + tail) + lines);
+    log.lines.clear();
 #ifdef Q_OS_WIN
     QCOMPARE(IsMarked(HKEY_CURRENT_USER), !admin);
     QCOMPARE(IsMarked(HKEY_LOCAL_MACHINE), admin);
 #endif
     QVERIFY2(Shell::ProcessModules(COMPONENT).isEmpty(), "it stays loaded");
     QCOMPARE(Shell::UnregisterComponent(COMPONENT, admin), result);
-    QCOMPARE(TakeLines(log), QStringList("7: Unr" + tail) + lines.replaceInStrings("DllReg", "DllUnreg"));
+    QCOMPARE(log.Lines(channel, 7),
+             QStringList("7 Unr" + tail) + lines.replaceInStrings("DllReg", "DllUnreg"));
 #ifdef Q_OS_WIN
     QVERIFY(!IsMarked(HKEY_CURRENT_USER) && !IsMarked(HKEY_LOCAL_MACHINE));
 #endif
@@ -120,7 +111,7 @@ void TestComponents::overrider()
         RegistryOverrider second = first; // Its end must leave the impl alone that both share.
         second = RegistryOverrider(first);
     }
-    QCOMPARE(TakeLines(log), QStringList{userOverride});
+    QCOMPARE(log.Lines(channel, 7), QStringList{userOverride});
 }
 
 QTEST_GUILESS_MAIN(TestComponents)

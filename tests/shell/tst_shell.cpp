@@ -2,6 +2,7 @@
 
 #include <files/filetree.h>
 #include <logger/recordinglogger.h>
+#include <table.h>
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
@@ -40,16 +41,9 @@ bool Call(QStringList words)
     return name == "CopyDir" ? Shell::CopyDir(from, to, onlyDirs, flag) : Shell::MoveDir(from, to);
 }
 
-/// Entries of the tree before; call; result; entries after, behind "+" only those that came anew; the log.
-void AddRow(const char* name, const QString& tree, const QString& call, bool result, const QString& after,
-            const QStringList& lines = QStringList())
-{
-    QTest::newRow(name) << tree << call << result << after << lines;
-}
-
 QString Failed(const QString& source, const QString& destination)
 {
-    return QString("3: Copy file '%1' to '%2' failed!").arg(source, destination);
+    return QString("3 Copy file '%1' to '%2' failed!").arg(source, destination);
 }
 
 } // namespace
@@ -66,60 +60,56 @@ void TestShell::names()
 
 void TestShell::files_data()
 {
-    QTest::addColumn<QString>("tree");
-    QTest::addColumn<QString>("call");
-    QTest::addColumn<bool>("result");
-    QTest::addColumn<QString>("after");
-    QTest::addColumn<QStringList>("lines");
-
-    AddRow("copy into folders that are missing", "a=1", "Copy a x/y/b", true, "+x/y/b=1");
-    AddRow("existing, kept", "a=1, b=2", "Copy a b", false, "+", {Failed("a", "b")});
-    AddRow("existing, replaced", "a=1, b=2", "Copy a b +", true, "a=1, b=1");
-    AddRow("folder in the way", "a=1, d/", "Copy a d +", false, "+",
-           {"3: Failed to remove file 'd'.", Failed("a", "d")});
-    AddRow("file where a folder is needed", "a=1, b=2", "Copy a b/c", false, "+",
-           {"3: Failed to create path 'DIR/b'.", Failed("a", "b/c")});
-    AddRow("onto itself", "d/a=1", "Copy d/a d/../d/./a +", false, "+", {Failed("d/a", "d/../d/./a")});
-    AddRow("list, up to the first failure", "from/1=1, from/sub/2=2, from/3=3",
-           "CopyList from to 1 sub/2 none 3", false, "+to/1=1, to/sub/2=2", {Failed("from/none", "to/none")});
+    // Entries of the tree before; call; result; entries after, behind "+" only those that came anew; the log.
+    const Table<QString, QString, bool, QString, QStringList> row("tree", "call", "result", "after", "lines");
+    row("copy into folders that are missing", "a=1", "Copy a x/y/b", true, "+x/y/b=1", {});
+    row("existing, kept", "a=1, b=2", "Copy a b", false, "+", {Failed("a", "b")});
+    row("existing, replaced", "a=1, b=2", "Copy a b +", true, "a=1, b=1", {});
+    row("folder in the way", "a=1, d/", "Copy a d +", false, "+",
+        {"3 Failed to remove file 'd'.", Failed("a", "d")});
+    row("file where a folder is needed", "a=1, b=2", "Copy a b/c", false, "+",
+        {"3 Failed to create path 'ROOT/b'.", Failed("a", "b/c")});
+    row("onto itself", "d/a=1", "Copy d/a d/../d/./a +", false, "+", {Failed("d/a", "d/../d/./a")});
+    row("list, up to the first failure", "from/1=1, from/sub/2=2, from/3=3",
+        "CopyList from to 1 sub/2 none 3", false, "+to/1=1, to/sub/2=2", {Failed("from/none", "to/none")});
 #ifdef Q_OS_UNIX
-    AddRow("dots behind a link", "a/b/x=1, a/y=2, l->a/b, y=3", "Copy l/../y l/../z/y", true, "+a/z/y=2");
-    AddRow("copy of a fifo", "p|, l->p", "Copy l b", false, "+", {Failed("l", "b")});
+    row("dots behind a link", "a/b/x=1, a/y=2, l->a/b, y=3", "Copy l/../y l/../z/y", true, "+a/z/y=2", {});
+    row("copy of a fifo", "p|, l->p", "Copy l b", false, "+", {Failed("l", "b")});
 #endif
 
-    AddRow("tree makes its destination", "from/a/b/x=1, from/y=2", "CopyDir from to", true,
-           "+to/a/b/x=1, to/y=2");
-    AddRow("flat, destination missing", "from/x=1", "CopyDir from to", false, "+");
-    AddRow("flat, destination there", "from/x=1, from/.h=2, to/", "CopyDir from to", true,
-           "from/.h=2, from/x=1, to/x=1");
-    AddRow("existing file, tolerated", "from/x=1, from/y=2, to/x=3", "CopyDir from to +", true, "+to/y=2");
-    AddRow("not tolerated below", "from/a/x=1, to/a/x=2", "CopyDir from to +", false, "+");
-    AddRow("no source", "to/x=1", "CopyDir from to +", false, "+");
-    AddRow("no names", "a/x=1", "CopyDir   +", false, "+");
-    AddRow("into itself, not there yet", "from/a/x=1", "CopyDir from from/a/new +", false, "+from/a/new/a/");
+    row("tree makes its destination", "from/a/b/x=1, from/y=2", "CopyDir from to", true,
+        "+to/a/b/x=1, to/y=2", {});
+    row("flat, destination missing", "from/x=1", "CopyDir from to", false, "+", {});
+    row("flat, destination there", "from/x=1, from/.h=2, to/", "CopyDir from to", true,
+        "from/.h=2, from/x=1, to/x=1", {});
+    row("existing file, tolerated", "from/x=1, from/y=2, to/x=3", "CopyDir from to +", true, "+to/y=2", {});
+    row("not tolerated below", "from/a/x=1, to/a/x=2", "CopyDir from to +", false, "+", {});
+    row("no source", "to/x=1", "CopyDir from to +", false, "+", {});
+    row("no names", "a/x=1", "CopyDir   +", false, "+", {});
+    row("into itself, not there yet", "from/a/x=1", "CopyDir from from/a/new +", false, "+from/a/new/a/", {});
 #ifdef Q_OS_UNIX
-    AddRow("endless tree", "from/a/up->.., to/", "CopyDir from to", false, "from/a/up->.., to/a/");
-    AddRow("directory linked twice", "from/k->../d, from/l->../d, d/x=1", "CopyDir from to", true,
-           "+to/k/x=1, to/l/x=1");
+    row("endless tree", "from/a/up->.., to/", "CopyDir from to", false, "from/a/up->.., to/a/", {});
+    row("directory linked twice", "from/k->../d, from/l->../d, d/x=1", "CopyDir from to", true,
+        "+to/k/x=1, to/l/x=1", {});
 #endif
 
-    const QString noDrive = "3: MoveDir: source or destination dir is not absolute path: ";
-    const QString notCopied = "3: MoveDir: failed to copy dir: ";
-    AddRow("no drive", "from/a/.h=1", "MoveDir from to", true, "to/a/.h=1", {noDrive + "from to"});
+    const QString noDrive = "3 MoveDir: source or destination dir is not absolute path: ";
+    const QString notCopied = "3 MoveDir: failed to copy dir: ";
+    row("no drive", "from/a/.h=1", "MoveDir from to", true, "to/a/.h=1", {noDrive + "from to"});
 #ifdef Q_OS_UNIX
     // Folders that look like drives.
-    AddRow("no drive at the source", "from/a/1=1, c:/", "MoveDir from c:/to", true, "c:/to/a/1=1",
-           {noDrive + "from c:/to"});
-    AddRow("same drive", "c:/from/a/.h=1", "MoveDir c:/from c:/to", true, "c:/to/a/.h=1");
-    AddRow("another drive", "c:/from/a/1=1, C:/to/", "MoveDir c:/from C:/to", true, "C:/to/a/1=1, c:/");
-    AddRow("another drive, flat", "c:/from/1=1, C:/", "MoveDir c:/from C:/to", false, "+",
-           {notCopied + "c:/from -> C:/to"});
-    AddRow("move into itself", "c:/from/.h/, c:/from/1=1, C:->c:", "MoveDir c:/from C:/from/.h", false, "+",
-           {notCopied + "c:/from -> C:/from/.h"});
-    AddRow("move onto what it would remove", "c:/a/b/b/1=1, C:->c:", "MoveDir c:/a/b C:/a", false, "+",
-           {notCopied + "c:/a/b -> C:/a"});
-    AddRow("source that stays", "c:/real/1=1, c:/from->real, C:/to/", "MoveDir c:/from C:/to", true,
-           "C:/to/1=1, c:/from->real, c:/real/", {"4: MoveDir: failed to delete source dir: c:/from"});
+    row("no drive at the source", "from/a/1=1, c:/", "MoveDir from c:/to", true, "c:/to/a/1=1",
+        {noDrive + "from c:/to"});
+    row("same drive", "c:/from/a/.h=1", "MoveDir c:/from c:/to", true, "c:/to/a/.h=1", {});
+    row("another drive", "c:/from/a/1=1, C:/to/", "MoveDir c:/from C:/to", true, "C:/to/a/1=1, c:/", {});
+    row("another drive, flat", "c:/from/1=1, C:/", "MoveDir c:/from C:/to", false, "+",
+        {notCopied + "c:/from -> C:/to"});
+    row("move into itself", "c:/from/.h/, c:/from/1=1, C:->c:", "MoveDir c:/from C:/from/.h", false, "+",
+        {notCopied + "c:/from -> C:/from/.h"});
+    row("move onto what it would remove", "c:/a/b/b/1=1, C:->c:", "MoveDir c:/a/b C:/a", false, "+",
+        {notCopied + "c:/a/b -> C:/a"});
+    row("source that stays", "c:/real/1=1, c:/from->real, C:/to/", "MoveDir c:/from C:/to", true,
+        "C:/to/1=1, c:/from->real, c:/real/", {"4 MoveDir: failed to delete source dir: c:/from"});
 #endif
 }
 
@@ -142,15 +132,10 @@ void TestShell::files()
     expected.sort();
     const RecordingLogger log;
     const bool answer = Call(call.split(' '));
-    QStringList told;
-    for (const auto& line : log.lines) {
-        told += QString("%1: %2").arg(line.level).arg(QDir::fromNativeSeparators(line.text));
-        QCOMPARE(line.channel, "common.shell");
-    }
     QDir::setCurrent(before);
     QCOMPARE(answer, result);
     QCOMPARE(filetree::Snapshot(dir.path()), expected);
-    QCOMPARE(told, lines.replaceInStrings("DIR", dir.path()));
+    QCOMPARE(log.Lines("common.shell", common::logger::Debug, dir.path()), lines);
 }
 
 void TestShell::scanFiles()

@@ -1,6 +1,7 @@
 // What other users of a shared temporary folder may try. Needs the rights of root to play another user.
 
 #include "peers.h"
+#include "table.h"
 
 #include <QFile>
 #include <QLocalSocket>
@@ -43,10 +44,9 @@ private Q_SLOTS:
 
 void TestForeignUsers::plantedLockFile_data()
 {
-    QTest::addColumn<QString>("planted");
-
+    const Table<QString> row("planted");
     for (const char* planted : {"link", "second name", "pipe", "foreign file"}) {
-        QTest::newRow(planted) << planted;
+        row(planted, planted);
     }
 }
 

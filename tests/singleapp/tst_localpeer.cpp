@@ -1,4 +1,5 @@
 #include "peers.h"
+#include "table.h"
 
 #include <QElapsedTimer>
 #include <QLocalSocket>
@@ -106,23 +107,15 @@ void TestLocalPeer::lockFileCannotBeMade()
 
 void TestLocalPeer::clients_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<bool>("leaves");
-    QTest::addColumn<QString>("expected");
-    QTest::addColumn<QString>("warning");
-
+    const Table<QByteArray, bool, QString, QString> row("bytes", "leaves", "expected", "warning");
     const QByteArray whole = OnTheWire("hello", 5);
-    QTest::newRow("leaves inside the length")
-        << whole.left(3) << true << QString() << "QtLocalPeer: Peer disconnected";
-    QTest::newRow("leaves inside the text") << whole.left(6) << true << u"he\0\0\0"_qs << "";
-    QTest::newRow("stays, with more than announced") << whole + "world" << false << "hello"
-                                                     << "";
+    row("leaves inside the length", whole.left(3), true, {}, "QtLocalPeer: Peer disconnected");
+    row("leaves inside the text", whole.left(6), true, u"he\0\0\0"_qs, "");
+    row("stays, with more than announced", whole + "world", false, "hello", "");
     constexpr quint32 limit = 16 * 1024 * 1024;
     const QString tooLong = "QtLocalPeer: Message reception failed a text of %1 bytes is too long";
-    QTest::newRow("claims 4 GiB") << OnTheWire("x", 0xffffffff) << true << QString()
-                                  << tooLong.arg(0xffffffff);
-    QTest::newRow("claims a byte too much")
-        << OnTheWire("x", limit + 1) << false << QString() << tooLong.arg(limit + 1);
+    row("claims 4 GiB", OnTheWire("x", 0xffffffff), true, {}, tooLong.arg(0xffffffff));
+    row("claims a byte too much", OnTheWire("x", limit + 1), false, {}, tooLong.arg(limit + 1));
 }
 
 void TestLocalPeer::clients()

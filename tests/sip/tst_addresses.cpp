@@ -4,7 +4,7 @@
 #include <common/sip/sipid.h>
 #include <common/tools/web.h>
 
-#include <QTest>
+#include <table.h>
 
 namespace contact = common::contact;
 namespace number = common::contact::number;
@@ -61,12 +61,8 @@ void TestAddresses::password()
 
 void TestAddresses::parse_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("parts"); // user|domain|name|extension|port; the user alone if not understood
-
-    const auto row = [](const char* name, const QString& text, const QString& parts) {
-        QTest::newRow(name) << text << parts;
-    };
+    // The parts are user|domain|name|extension|port, the user alone if the text is not understood.
+    const Table<QString, QString> row("text", "parts");
     row("quotes in the name, blanks, parameters", "\"A \"B\" C\" <SIP:  a@b.com:5060;transport=tcp;x>",
         "a|b.com|A \"B\" C||5060");
     row("identifier with port and dial digits", " sip: a.b@c.d.com:5060,, 12 #,\n",
@@ -103,13 +99,8 @@ void TestAddresses::parse()
 
 void TestAddresses::numberContext_data()
 {
-    QTest::addColumn<QString>("parts"); // number|domain|extension
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("expected"); // address|full address|extension
-
-    const auto row = [](const char* name, const QString& parts, int kind, const QString& expected) {
-        QTest::newRow(name) << parts << kind << expected;
-    };
+    // number|domain|extension, the kind, address|full address|extension
+    const Table<QString, int, QString> row("parts", "kind", "expected");
     const QString service = SERVICE_SIP_DOMAIN;
     const QString external = EXTERNAL_SERVICE_SIP_DOMAIN;
     row("service in capitals with blanks", " Ann | " + service.toUpper() + " |1", number::ServiceNumber,

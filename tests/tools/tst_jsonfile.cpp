@@ -5,6 +5,7 @@
 #include <common/tools/jsonfile.h>
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -22,22 +23,14 @@ namespace
 
 const QJsonObject sample{{"name", "Жанна"}, {"list", QJsonArray{1, 2.5, QJsonValue::Null}}, {"flag", true}};
 
-QByteArray ReadFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : "no such file";
-}
-
 /// Runs Load or Save; gives what was logged about a failure, and nothing after a success.
 QString Failure(JsonFile&& file, bool (JsonFile::*step)())
 {
     RecordingLogger logger;
     const bool isDone = (file.*step)();
-    QStringList texts;
-    for (const auto& line : logger.lines) {
-        texts += line.level == 3 && line.channel == "jsonfile" ? line.text : "wrong line: " + line.text;
-    }
-    return isDone == texts.isEmpty() ? texts.join('\n') : "the result and the log differ";
+    const QString texts =
+        logger.Lines("jsonfile", 7).replaceInStrings(QRegularExpression("^3 "), "").join('\n');
+    return isDone == texts.isEmpty() ? texts : "the result and the log differ";
 }
 
 } // namespace
@@ -79,7 +72,7 @@ void TestJsonFile::roundTrip()
         for (const QJsonDocument& document : documents) {
             QCOMPARE(Failure({old, document, key}, &JsonFile::Save), "");
             QByteArray expected = document.toJson(QJsonDocument::Indented);
-            QCOMPARE(ReadFile(old), key.isEmpty() ? expected : AES::encrypt(key, expected, expected));
+            QCOMPARE(filetree::Read(old), key.isEmpty() ? expected : AES::encrypt(key, expected, expected));
             JsonFile loaded(old, key);
             QVERIFY(loaded.Load() && loaded.Object() == document.object());
             QCOMPARE(loaded.Document(), document);
@@ -88,7 +81,7 @@ void TestJsonFile::roundTrip()
     QVERIFY(QFile::permissions(old) == permissions);
 
     for (const QByteArray& bytes : {QByteArray("{\"a\":"), QByteArray(1000000, '[')}) {
-        filetree::Write(filetree::ToPath(old), bytes);
+        filetree::Write(old, bytes);
         for (const QString key : {"", "key"}) {
             JsonFile file(old, sample, key);
             QVERIFY(file.Load() && file.Document().isNull());
@@ -131,18 +124,18 @@ void TestJsonFile::writtenInPlace()
         const QJsonDocument document(QJsonArray{value});
         QCOMPARE(Failure({link, document, ""}, &JsonFile::Save), "");
         QVERIFY(QFileInfo(link).isSymLink() && !QFileInfo(target).isSymLink());
-        QCOMPARE(ReadFile(target), document.toJson());
+        QCOMPARE(filetree::Read(target), document.toJson());
     }
     const QString otherName = dir->filePath("other.json");
     create_hard_link(filetree::ToPath(target), filetree::ToPath(otherName));
     QCOMPARE(Failure({target, sample, ""}, &JsonFile::Save), "");
-    QCOMPARE(ReadFile(otherName), ReadFile(target));
+    QCOMPARE(filetree::Read(otherName), filetree::Read(target));
 
     // There is no longer name for a file beside it.
     const QString longName = dir->filePath(QString(255, 'x'));
-    filetree::Write(filetree::ToPath(longName), "old");
+    filetree::Write(longName, "old");
     QCOMPARE(Failure({longName, sample, ""}, &JsonFile::Save), "");
-    QCOMPARE(ReadFile(longName), ReadFile(target));
+    QCOMPARE(filetree::Read(longName), filetree::Read(target));
 
     // The superuser does not take a user's file away.
     constexpr uid_t nobody = 65534;

@@ -3,7 +3,7 @@
 #include <common/tools/url.h>
 #include <common/tools/version.h>
 
-#include <QTest>
+#include <table.h>
 
 #include <limits>
 
@@ -95,12 +95,7 @@ void TestText::versions()
 
 void TestText::links_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QStringList>("expected");
-
-    const auto row = [](const char* name, const QString& text, const QStringList& expected) {
-        QTest::newRow(name) << text << expected;
-    };
+    const Table<QString, QStringList> row("text", "expected");
     row("marks and quotes at the end", "See http://a.com/x. \"http://b.com\"!?... 'http://c.com';",
         {"http://a.com/x", "http://b.com", "http://c.com"});
     row("brackets around and its own", "(http://a.com/x(1)).), [b.com] {ftp://c.de/} http://a.com/(])])",

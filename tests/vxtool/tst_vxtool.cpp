@@ -1,4 +1,5 @@
 #include "files/filetree.h"
+#include "table.h"
 
 #include <common/vxcommon_features.h>
 
@@ -57,56 +58,46 @@ Result TestVxtool::Run(const QString& arguments, const QByteArray& input) const
 
 void TestVxtool::answers_data()
 {
-    QTest::addColumn<QByteArray>("input");
-    QTest::addColumn<QByteArray>("output"); // for wrong usage a part of the complaint
-    QTest::addColumn<int>("exitCode");
-
-    // The arguments name the row.
-    const auto row = [](const char* arguments, const char* input, const char* output, int exitCode = 0) {
-        QTest::newRow(arguments) << QByteArray(input) << QByteArray(output) << exitCode;
-    };
-    row("version|compare", "2 1\n1 1.0\n", "2.0.0.0\t>\t1.0.0.0\n1.0.0.0\t=\t1.0.0.0\n");
+    // The arguments name the row; for wrong usage the output is a part of the complaint.
+    const Table<QByteArray, QByteArray, int> row("input", "output", "exitCode");
+    row("version|compare", "2 1\n1 1.0\n", "2.0.0.0\t>\t1.0.0.0\n1.0.0.0\t=\t1.0.0.0\n", 0);
     row("version|parse|--table|--columns|version,minor|1.2|10", "",
-        "version   minor\n1.2.0.0   2\n10.0.0.0  0\n");
+        "version   minor\n1.2.0.0   2\n10.0.0.0  0\n", 0);
     row("process|exists|no such process", "", "false\tno such process\n", 1);
     row("start|no such program|--json|-x", "", "", 1); // options of the program that is started
     row("component|register|--admin|--json|none", "", "{\"result\":\"0x80004002\",\"file\":\"none\"}\n", 1);
-    row("--callto|tel:+49 1", "", "--callto tel:+49 1\n");
-    row("single|tst_vxtool|unheard", "", "first\ttst_vxtool\n");
-    row("encrypt|--key|0123456789abcdef0|hello", "", "4o9ssVeElvk8ggRy+7hc7g==\n");
-    row("decrypt|--key|0123456789abcdef0", "4o9ssVeElvk8ggRy+7hc7g==", "hello\n"); // without the padding
+    row("--callto|tel:+49 1", "", "--callto tel:+49 1\n", 0);
+    row("single|tst_vxtool|unheard", "", "first\ttst_vxtool\n", 0);
+    row("encrypt|--key|0123456789abcdef0|hello", "", "4o9ssVeElvk8ggRy+7hc7g==\n", 0);
+    row("decrypt|--key|0123456789abcdef0", "4o9ssVeElvk8ggRy+7hc7g==", "hello\n", 0); // without the padding
     row("gzip|no/such/file", "", "", 1);
-    row("md5|--file", "a\n", "60b725f10c9c85c70d97880dfe8191b3\n");
-    row("hex", "ж\r\na", "d0b6\n61\n");
-    row("uuidform|--group|4|abcd", "", "{6162-6364}\n");
-    row("split|--utf8|4|абв", "", "2\t4\tаб\n1\t2\tв\n");
-    row("links|--json", "ж\nhttp://a.com.", "{\"start\":2,\"length\":12,\"text\":\"http://a.com\"}\n");
+    row("md5|--file", "a\n", "60b725f10c9c85c70d97880dfe8191b3\n", 0);
+    row("hex", "ж\r\na", "d0b6\n61\n", 0);
+    row("uuidform|--group|4|abcd", "", "{6162-6364}\n", 0);
+    row("split|--utf8|4|абв", "", "2\t4\tаб\n1\t2\tв\n", 0);
+    row("links|--json", "ж\nhttp://a.com.", "{\"start\":2,\"length\":12,\"text\":\"http://a.com\"}\n", 0);
 #if VXCOMMON_HAS_QREGEXP
     row("sip|check", "a@b.quollsip.com\nb\n\n c",
         "NoError\ta@b.quollsip.com\nFormatError\tb\nLengthError\t\nSymbolError\t c\n", 1);
     row("sip|check|a\tb\nc", "", "SymbolError\ta\\tb\\nc\n", 1); // a row stays one line
     row("sip|parse|--json|\"A\" <sip:a@b.com:5060;x>", "",
         "{\"ok\":true,\"user\":\"a\",\"domain\":\"b.com\",\"name\":\"A\",\"extension\":\"\",\"port\":"
-        "\"5060\"}\n");
+        "\"5060\"}\n",
+        0);
     row("contact|--name|Ann|skype:ANN", "",
-        "SkypeName\tann\tskype: ann\tann@skype.com\tann\tskype.com\t\tAnn\n");
+        "SkypeName\tann\tskype: ann\tann@skype.com\tann\tskype.com\t\tAnn\n", 0);
     row("password|good-enough|bad", "", "true\tgood-enough\nfalse\tbad\n", 1);
-    row("web|--columns|locale|a@b.ru", "", "LocaleRu\n");
+    row("web|--columns|locale|a@b.ru", "", "LocaleRu\n", 0);
 #endif
 
-    const std::pair<const char*, const char*> wrongUsage[] = {
-        {"", "no command"},
-        {"nonsense", "\"nonsense\""},
-        {"version|parse|--columns|major,frob|1", "\"frob\""},
-        {"copy|a", "are needed"},
-        {"process|wait|--timeout|long|x", "--timeout"},
-        {"--log|x|--log-level|loud|version|parse|1", "0 to 7"},
-        {"--log|/no/such/folder/a.log|version|parse|1", VXCOMMON_HAS_LOG4CPP ? "a.log" : "no log4cpp"},
-        {"encrypt|--key|0123456789abcdef0123456789abcdef0|x", "32 bytes"},
-    };
-    for (const auto& [arguments, complaint] : wrongUsage) {
-        row(arguments, "", complaint, 2);
-    }
+    row("", "", "no command", 2);
+    row("nonsense", "", "\"nonsense\"", 2);
+    row("version|parse|--columns|major,frob|1", "", "\"frob\"", 2);
+    row("copy|a", "", "are needed", 2);
+    row("process|wait|--timeout|long|x", "", "--timeout", 2);
+    row("--log|x|--log-level|loud|version|parse|1", "", "0 to 7", 2);
+    row("--log|/no/such/folder/a.log|version|parse|1", "", VXCOMMON_HAS_LOG4CPP ? "a.log" : "no log4cpp", 2);
+    row("encrypt|--key|0123456789abcdef0123456789abcdef0|x", "", "32 bytes", 2);
 }
 
 void TestVxtool::answers()

@@ -2,6 +2,7 @@
 #include <common/tools/sleepwatcher.h>
 
 #include <logger/recordinglogger.h>
+#include <table.h>
 
 #include <QPointer>
 #include <QTest>
@@ -51,14 +52,11 @@ void TestWatchers::initTestCase()
 
 void TestWatchers::idleReadings_data()
 {
-    QTest::addColumn<QList<int>>("readings");
-    QTest::addColumn<QString>("told"); // What each reading tells, with the poll's interval at that moment.
-
-    QTest::newRow("before the first minute") << QList<int>{40, 2, 59, 0} << "3000";
-    QTest::newRow("whole minutes") << QList<int>{59, 60, 119, 120, 59}
-                                   << "idle 60 at 1000,idle 120 at 1000,active at 3000,3000";
-    QTest::newRow("a fall to above a minute")
-        << QList<int>{200, 100, 130} << "idle 200 at 1000,active at 3000,idle 130 at 1000,1000";
+    // What the readings tell, with the poll's interval at that moment.
+    const Table<QList<int>, QString> row("readings", "told");
+    row("before the first minute", {40, 2, 59, 0}, "3000");
+    row("whole minutes", {59, 60, 119, 120, 59}, "idle 60 at 1000,idle 120 at 1000,active at 3000,3000");
+    row("a fall to above a minute", {200, 100, 130}, "idle 200 at 1000,active at 3000,idle 130 at 1000,1000");
 }
 
 void TestWatchers::idleReadings()

@@ -6,6 +6,7 @@
 #include <desktop/xserver.h>
 #include <files/filetree.h>
 #include <logger/recordinglogger.h>
+#include <table.h>
 
 #include <QTcpServer>
 #include <QTemporaryDir>
@@ -30,23 +31,18 @@ private Q_SLOTS:
 // The device 8:0 is a disk with the partition 8:1; 253:0 is mapped onto others.
 void TestDevices::serial_data()
 {
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<dev_t>("device");
-    QTest::addColumn<QString>("found");
-
-    const auto row = [](const char* name, const QStringList& files, const char* found,
-                        dev_t device = makedev(8, 1)) {
-        QTest::newRow(name) << files << device << QString(found);
-    };
-    row("udev", {"run/udev/data/b8:0=E:ID_SERIAL=Maker_S1\nE:ID_SERIAL_SHORT=S1\n"}, "0 S1");
-    row("NVMe, padded", {"disk/device/serial=  N3  \n"}, "0 N3");
-    row("SCSI page", {"disk/device/vpd_pg80=" + QString::fromLatin1("\0\1\0\4S 4 \0x", 10)}, "0 S 4");
+    const Table<dev_t, QStringList, QString> row("device", "files", "found");
+    const dev_t part = makedev(8, 1);
+    const dev_t mapped = makedev(253, 0);
+    row("udev", part, {"run/udev/data/b8:0=E:ID_SERIAL=Maker_S1\nE:ID_SERIAL_SHORT=S1\n"}, "0 S1");
+    row("NVMe, padded", part, {"disk/device/serial=  N3  \n"}, "0 N3");
+    row("SCSI page", part, {"disk/device/vpd_pg80=" + QString::fromLatin1("\0\1\0\4S 4 \0x", 10)}, "0 S 4");
     const QString onPart = "mapped/slaves/part->../../disk/part";
     const QString onDisk = "mapped/slaves/disk->../../disk";
-    row("mapped", {"disk/serial=V", onPart}, "0 V", makedev(253, 0));
-    row("mapped onto several", {"disk/serial=V", onPart, onDisk}, "76 ", makedev(253, 0)); // ENOTUNIQ
-    row("mapped onto itself", {"mapped/slaves/mapped->../../mapped"}, "76 ", makedev(253, 0));
-    row("no such device", {"disk/serial=V"}, "2 ", makedev(9, 9)); // ENOENT
+    row("mapped", mapped, {"disk/serial=V", onPart}, "0 V");
+    row("mapped onto several", mapped, {"disk/serial=V", onPart, onDisk}, "76 "); // ENOTUNIQ
+    row("mapped onto itself", mapped, {"mapped/slaves/mapped->../../mapped"}, "76 ");
+    row("no such device", makedev(9, 9), {"disk/serial=V"}, "2 "); // ENOENT
 }
 
 void TestDevices::serial()

@@ -1,6 +1,7 @@
 #include <common/clicktocall/clicktocall.h>
 
 #include <registration/usertree.h>
+#include <table.h>
 
 #include <QCoreApplication>
 
@@ -44,12 +45,11 @@ private:
 
 void TestUrlHandlers::names_data()
 {
-    QTest::addColumn<QString>("hostile");
-
-    QTest::newRow("a path upwards") << "../../../escape";
-    QTest::newRow("line breaks") << "a\nExec=evil\r";
-    QTest::newRow("longer than a file name") << QString(300, u'ж');
-    QTest::newRow("blank") << " ";
+    const Table<QString> row("hostile");
+    row("a path upwards", "../../../escape");
+    row("line breaks", "a\nExec=evil\r");
+    row("longer than a file name", QString(300, u'ж'));
+    row("blank", " ");
 }
 
 void TestUrlHandlers::names()
@@ -69,7 +69,7 @@ void TestUrlHandlers::names()
     QVERIFY(ClickToCall::unregisterProtocols({"tel"}, hostile, hostile));
     QVERIFY(ClickToCall::unregisterApplication(hostile + "2", hostile));
     QCOMPARE(folder.entryList({"*-url-handler.desktop"}), QStringList());
-    QCOMPARE(UserTree::Read(user->ConfigPath("mimeapps.list")), "no file");
+    QVERIFY(!QFile::exists(user->ConfigPath("mimeapps.list")));
 }
 
 void TestUrlHandlers::click()
@@ -82,14 +82,14 @@ void TestUrlHandlers::click()
                                "\"/nonexistent/phone\" --callto \"%1\"");
     QVERIFY(ClickToCall::registerProtocols({"sip"}, "Phone", "Maker"));
     QCOMPARE(UserTree::Run("xdg-open", {"tel:+4912345"}), "");
-    QTRY_COMPARE(UserTree::Read(record), "--callto|tel:+4912345");
+    QTRY_COMPARE(filetree::Read(record), "--callto|tel:+4912345");
     QCOMPARE(UserTree::Run("gio", {"open", "tel:+49%22%20--evil;$(id)`id`"}), "");
-    QTRY_COMPARE(UserTree::Read(record), "--callto|tel:+49%22%20--evil;$(id)`id`");
+    QTRY_COMPARE(filetree::Read(record), "--callto|tel:+49%22%20--evil;$(id)`id`");
 }
 
 void TestUrlHandlers::chosenElsewhere()
 {
-    UserTree::Write(user->DataPath("applications/other.desktop"),
+    filetree::Write(user->DataPath("applications/other.desktop"),
                     "[Desktop Entry]\nName=Other\nExec=true %u\n");
     QVERIFY(ClickToCall::registerProtocols({"tel", "sip"}, "Phone", "Maker"));
     const QString own = DefaultHandler("tel");
@@ -106,16 +106,14 @@ void TestUrlHandlers::chosenElsewhere()
 
 void TestUrlHandlers::listOfOthers_data()
 {
-    QTest::addColumn<QByteArray>("list");
-
+    const Table<QByteArray> row("list");
     const QByteArray header = "[Default Applications]";
-    QTest::newRow("other sections") << QByteArray("[Added Associations]\ntext/plain=a.desktop;\n");
-    QTest::newRow("a list") << header + "\nx-scheme-handler/tel=other.desktop;b.desktop;\n";
-    QTest::newRow("blanks, no end") << "#\n\n " + header +
-                                           "\n x-scheme-handler/tel = a.desktop\n\n[X]\n=\nno";
-    QTest::newRow("Windows line ends") << header + "\r\nx-scheme-handler/tel=a.desktop\r\na/b=c.desktop\r\n";
-    QTest::newRow("nothing") << QByteArray("");
-    QTest::newRow("bytes that are no text") << "[\xff]\n\xfe=\x01\n\n" + header + "\n\xfd=\n";
+    row("other sections", "[Added Associations]\ntext/plain=a.desktop;\n");
+    row("a list", header + "\nx-scheme-handler/tel=other.desktop;b.desktop;\n");
+    row("blanks, no end", "#\n\n " + header + "\n x-scheme-handler/tel = a.desktop\n\n[X]\n=\nno");
+    row("Windows line ends", header + "\r\nx-scheme-handler/tel=a.desktop\r\na/b=c.desktop\r\n");
+    row("nothing", "");
+    row("bytes that are no text", "[\xff]\n\xfe=\x01\n\n" + header + "\n\xfd=\n");
 }
 
 void TestUrlHandlers::listOfOthers()
@@ -125,13 +123,13 @@ void TestUrlHandlers::listOfOthers()
     // Kept elsewhere, as many do with their settings.
     const QString path = user->ConfigPath("kept");
     const QString link = user->ConfigPath("mimeapps.list");
-    UserTree::Write(path, list);
+    filetree::Write(path, list);
     QVERIFY(QFile::link(path, link));
     QVERIFY(ClickToCall::registerProtocols({"tel", "sip"}, "Phone", "Maker"));
     QCOMPARE(DefaultHandler("sip"), "Maker.Phone-url-handler.desktop");
     QVERIFY2(QFile::exists(user->DataPath("applications/mimeinfo.cache")), "others look in here");
     QVERIFY(ClickToCall::unregisterProtocols({"tel", "sip"}, "Phone", "Maker"));
-    QCOMPARE(UserTree::Read(path), list);
+    QCOMPARE(filetree::Read(path), list);
     QVERIFY(QFileInfo(link).isSymLink());
 }
 
@@ -139,11 +137,11 @@ void TestUrlHandlers::desktopsOwnList()
 {
     qputenv("XDG_CURRENT_DESKTOP", "Nowhere:Somewhere");
     const QString path = user->ConfigPath("somewhere-mimeapps.list");
-    UserTree::Write(path, "[Default Applications]\nx-scheme-handler/tel=other.desktop\n"
+    filetree::Write(path, "[Default Applications]\nx-scheme-handler/tel=other.desktop\n"
                           "[Removed Associations]\nx-scheme-handler/tel=Maker.Phone-url-handler.desktop;\n");
     QVERIFY(ClickToCall::registerProtocols({"tel"}, "Phone", "Maker"));
     QVERIFY2(ClickToCall::registerProtocols({"tel"}, "Phone", "Maker"), "once more changes nothing");
-    QCOMPARE(UserTree::Read(path), "[Default Applications]\nx-scheme-handler/tel="
+    QCOMPARE(filetree::Read(path), "[Default Applications]\nx-scheme-handler/tel="
                                    "Maker.Phone-url-handler.desktop;other.desktop\n");
     QCOMPARE(ClickToCall::stateOfProtocols("Phone", "Maker"), QStringList("tel"));
 }
@@ -151,7 +149,7 @@ void TestUrlHandlers::desktopsOwnList()
 void TestUrlHandlers::severalWriters()
 {
     QFile lock(user->ConfigPath("vxcommon/registry.writer"));
-    UserTree::Write(lock.fileName(), "");
+    filetree::Write(lock.fileName(), "");
     QVERIFY(lock.open(QIODevice::ReadOnly) && flock(lock.handle(), LOCK_SH) == 0);
     std::vector<std::future<bool>> writers;
     for (const QString name : {"a", "b", "c"}) {
@@ -169,7 +167,7 @@ void TestUrlHandlers::severalWriters()
         QVERIFY(writer.get());
     }
     QVERIFY2(waits, "only one writes at a time");
-    const QByteArray list = UserTree::Read(user->ConfigPath("mimeapps.list"));
+    const QByteArray list = filetree::Read(user->ConfigPath("mimeapps.list"));
     QCOMPARE(list.count("x-scheme-handler/"), 15);
 }
 
@@ -178,7 +176,7 @@ int main(int argc, char* argv[])
     const QCoreApplication app(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.value(1) == "--callto") { // Started by a click on an address.
-        UserTree::Write(qEnvironmentVariable("CALL_RECORD"), arguments.mid(1).join('|').toUtf8());
+        filetree::Write(qEnvironmentVariable("CALL_RECORD"), arguments.mid(1).join('|').toUtf8());
         return 0;
     }
     TestUrlHandlers test;

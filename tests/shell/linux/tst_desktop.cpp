@@ -3,6 +3,7 @@
 #include <desktop/privatebus.h>
 #include <files/filetree.h>
 #include <logger/recordinglogger.h>
+#include <table.h>
 
 #include <QDBusConnection>
 #include <QDBusContext>
@@ -19,18 +20,11 @@ using common::Shell;
 namespace
 {
 
-QByteArray ReadFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 /// A script that leaves what it was started with in the file that OUT names: directory, then arguments.
 void WriteScript(const QString& path)
 {
-    filetree::Write(filetree::ToPath(path),
-                    "#!/bin/sh\n{ pwd; for a; do printf '%s\\0' \"$a\"; done; } >\"$OUT.new\"\n"
-                    "mv \"$OUT.new\" \"$OUT\"\n");
+    filetree::Write(path, "#!/bin/sh\n{ pwd; for a; do printf '%s\\0' \"$a\"; done; } >\"$OUT.new\"\n"
+                          "mv \"$OUT.new\" \"$OUT\"\n");
     QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
 }
 
@@ -100,14 +94,12 @@ void TestDesktop::folders()
 
 void TestDesktop::showFile_data()
 {
-    QTest::addColumn<bool>("result");
-    QTest::addColumn<bool>("isOpened"); // By xdg-open.
-
-    QTest::newRow("accepts") << true << false;
-    QTest::newRow("refuses") << false << false;
-    QTest::newRow("is silent") << true << true;
-    QTest::newRow("is not there") << true << true;
-    QTest::newRow("no bus, no xdg-open") << false << false;
+    const Table<bool, bool> row("result", "isOpened"); // By xdg-open.
+    row("accepts", true, false);
+    row("refuses", false, false);
+    row("is silent", true, true);
+    row("is not there", true, true);
+    row("no bus, no xdg-open", false, false);
 }
 
 void TestDesktop::showFile()
@@ -140,7 +132,7 @@ void TestDesktop::showFile()
     QVERIFY(inTime);
     QCOMPARE(answer, result ? 1 : 0);
     QCOMPARE(manager.shown.join(""), isAsked ? "file://" + Path("a%2520%20b%23%C3%BC.txt") : QString());
-    QTRY_COMPARE(QString(ReadFile(Path("out")).split('\n').last()),
+    QTRY_COMPARE(QString(filetree::Read(Path("out")).split('\n').last()),
                  isOpened ? dir->path() + QChar(0) : QString());
     QCOMPARE(log.lines.size(), hasNothing ? 1U : 0U);
     QVERIFY(!hasNothing ||
@@ -165,7 +157,7 @@ void TestDesktop::shortcut()
         validator.start("desktop-file-validate", {path});
         QVERIFY2(validator.waitForFinished() && validator.exitCode() == 0, validator.readAll().constData());
         QVERIFY(QFileInfo(path).isExecutable());
-        const QByteArray text = ReadFile(path);
+        const QByteArray text = filetree::Read(path);
         QVERIFY(text.endsWith("\nComment=\\sCalls\\\\people\\nand more\nStartupWMClass=vexline.phone\n"));
         QCOMPARE(QProcess::execute("gio", {"launch", path}), 0);
         QTRY_VERIFY2(QFileInfo::exists(Path("out")), text.constData());
@@ -173,12 +165,12 @@ void TestDesktop::shortcut()
         for (const QString& argument : QProcess::splitCommand(arguments)) {
             expected += argument.toUtf8() + '\0';
         }
-        QCOMPARE(ReadFile(Path("out")), expected);
+        QCOMPARE(filetree::Read(Path("out")), expected);
         QVERIFY(QFile::remove(Path("out")));
     }
     QVERIFY(!Shell::CreateShortcut("/bin/sh", "", "", Path("none/x.desktop"), "", ""));
     QVERIFY(Shell::CreateShortcut("sh", "", "", Path("x.desktop"), "", ""));
-    QCOMPARE(ReadFile(Path("x.desktop")), "[Desktop Entry]\nType=Application\nName=x\nExec=sh\n");
+    QCOMPARE(filetree::Read(Path("x.desktop")), "[Desktop Entry]\nType=Application\nName=x\nExec=sh\n");
 }
 
 void TestDesktop::removeAfterExit()

@@ -1,6 +1,7 @@
 #include <common/tools/datewatcher.h>
 
-#include <QTest>
+#include <table.h>
+
 #include <QTimer>
 
 using tools::DateWatcher;
@@ -16,14 +17,7 @@ private Q_SLOTS:
 
 void TestClock::changes_data()
 {
-    QTest::addColumn<QByteArray>("zone");
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after");
-    QTest::addColumn<QString>("told");
-
-    const auto row = [](const char* name, const QByteArray& zone, const QByteArray& before,
-                        const QByteArray& after,
-                        const char* told) { QTest::newRow(name) << zone << before << after << told; };
+    const Table<QByteArray, QByteArray, QByteArray, QString> row("zone", "before", "after", "told");
     row("no change", "UTC0", "2026-03-28 12:59:58", "2026-03-28 13:00:01", "2026-03-28 +0 h");
     row("a new day", "WST+8", "2026-03-28 23:59:58", "2026-03-29 00:00:01", "date 2026-03-29 -8 h");
     // The offset is taken as if the clock of UTC were local: it changes when that clock leaves the gap.

@@ -5,6 +5,7 @@
 #include <desktop/privatebus.h>
 #include <desktop/xserver.h>
 #include <logger/recordinglogger.h>
+#include <table.h>
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -63,16 +64,15 @@ void TestDesktopIdle::screenSaverExtension()
 
 void TestDesktopIdle::unit_data()
 {
-    QTest::addColumn<QList<uint>>("before"); // Answers each 3 s while there is input, or none is counted.
-    QTest::addColumn<uint>("step");          // What the answers grow by after that.
-    QTest::addColumn<qint64>("told");        // What the tenth of them is taken for, in ms.
-
+    // Answers each 3 s while there is input, or none is counted; what they grow by after that; what the tenth
+    // is taken for, in ms.
+    const Table<QList<uint>, uint, qint64> row("before", "step", "told");
     const QList<uint> typing{3, 6, 9, 12, 15, 18, 21, 24, 27, 5};
-    QTest::newRow("seconds") << QList<uint>{0, 0, 0} << 3U << qint64{27000};
-    QTest::newRow("milliseconds after typing that looks like seconds") << typing << 3000U << qint64{27005};
+    row("seconds", {0, 0, 0}, 3, 27000);
+    row("milliseconds after typing that looks like seconds", typing, 3000, 27005);
     const QList<uint> resting{100, 3100, 6100, 9100, 12100, 15100, 18100, 21100, 24100, 127};
-    QTest::newRow("milliseconds that come to look like seconds") << resting << 3000U << qint64{27127};
-    QTest::newRow("neither") << typing << 30U << qint64{-1};
+    row("milliseconds that come to look like seconds", resting, 3000, 27127);
+    row("neither", typing, 30, -1);
 }
 
 void TestDesktopIdle::unit()
