@@ -257,12 +257,7 @@ int main(int argc, char* argv[])
 {
     const QCoreApplication application(argc, argv);
     bench::Register();
-    // A disk is at times slower than at others: ours and the peers take turns.
-    std::string turns = "--benchmark_enable_random_interleaving=true";
-    std::vector<char*> arguments(argv, argv + argc);
-    arguments.push_back(turns.data());
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
+    benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     return 0;

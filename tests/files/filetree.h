@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QDir>
+#include <QFile>
 #include <QString>
 #include <QStringList>
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "../logger/recordinglogger.h"
-
 #include <common/shell/filecopier.h>
 #include <common/shell/filehelper.h>
 #include <common/shell/fileremover.h>

@@ -3,6 +3,7 @@
 
 #include "filetree.h"
 #include "jobrecorder.h"
+#include "logger/recordinglogger.h"
 #include "table.h"
 
 #include <common/shell/filecommands.h>
@@ -13,6 +14,7 @@
 #include <QTemporaryDir>
 
 #ifdef Q_OS_UNIX
+#include <pthread.h>
 #include <sched.h>
 #include <sys/mount.h>
 #endif
@@ -36,6 +38,7 @@ private Q_SLOTS:
 #ifdef Q_OS_WIN
     void filesThatStay();
 #else
+    void noThread();
     void fullDisk();
     void deepTree();
 #endif
@@ -265,6 +268,21 @@ void TestFileJobs::filesThatStay()
 }
 
 #else
+
+void TestFileJobs::noThread()
+{
+    pthread_attr_t usual = {};
+    pthread_attr_t huge = {};
+    QVERIFY(::pthread_getattr_default_np(&usual) == 0 && ::pthread_attr_init(&huge) == 0);
+    // No address space has room for such a stack.
+    QCOMPARE(::pthread_attr_setstacksize(&huge, std::size_t{1} << 60U), 0);
+    for (const auto& [job, end] : {std::pair("copier", "failed 700108"), {"remover", "failed 700205"}}) {
+        QCOMPARE(::pthread_setattr_default_np(&huge), 0);
+        const QStringList seen = RunJob(job, "/", {});
+        QCOMPARE(::pthread_setattr_default_np(&usual), 0);
+        QCOMPARE(seen, QStringList(end));
+    }
+}
 
 void TestFileJobs::fullDisk()
 {

@@ -2,6 +2,7 @@
 
 #include "filetree.h"
 #include "jobrecorder.h"
+#include "logger/recordinglogger.h"
 #include "table.h"
 
 #include <QRandomGenerator>

@@ -5,7 +5,6 @@
 #include <table.h>
 
 #include <QRandomGenerator>
-#include <QTest>
 
 using tools::CInsertionFixupValidator;
 using tools::sip::SipId;

@@ -3,10 +3,8 @@
 #include "files/filetree.h"
 #include "table.h"
 
-#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QTest>
 
 class TestHttpCommands : public QObject
 {

@@ -5,7 +5,6 @@
 
 #include "table.h"
 
-#include <QTest>
 #include <QTimer>
 
 using namespace common::http;

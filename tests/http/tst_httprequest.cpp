@@ -11,7 +11,6 @@
 
 #include <QJsonObject>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QTimer>
 
 using namespace common::http;

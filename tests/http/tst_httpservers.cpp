@@ -8,9 +8,7 @@
 #include <common/http/httprequest.h>
 
 #include <QDir>
-#include <QFile>
 #include <QSslConfiguration>
-#include <QTest>
 
 #include <algorithm>
 

@@ -58,6 +58,7 @@ public:
 
     bool Contains(const QString& text, const QString& start = QString()) const
     {
+        const QMutexLocker lock(&mutex);
         return std::any_of(lines.begin(), lines.end(), [&](const Line& line) {
             return line.text.startsWith(start) && line.text.contains(text);
         });

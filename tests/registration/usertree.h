@@ -2,13 +2,11 @@
 
 #include <files/filetree.h>
 
-#include <QDir>
-#include <QFile>
 #include <QMap>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <memory>
 

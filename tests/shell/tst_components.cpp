@@ -5,7 +5,6 @@
 #include <table.h>
 
 #include <QDir>
-#include <QTest>
 
 #ifdef Q_OS_WIN
 #include <qt_windows.h>

@@ -6,7 +6,6 @@
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
-#include <QTest>
 
 using common::Shell;
 
@@ -136,6 +135,7 @@ void TestShell::files()
     QCOMPARE(answer, result);
     QCOMPARE(filetree::Snapshot(dir.path()), expected);
     QCOMPARE(log.Lines("common.shell", common::logger::Debug, dir.path()), lines);
+    QCOMPARE(log.lines.size(), std::size_t(lines.size())); // None of another channel.
 }
 
 void TestShell::scanFiles()

@@ -30,7 +30,7 @@ QString Failure(JsonFile&& file, bool (JsonFile::*step)())
     const bool isDone = (file.*step)();
     const QString texts =
         logger.Lines("jsonfile", 7).replaceInStrings(QRegularExpression("^3 "), "").join('\n');
-    return isDone == texts.isEmpty() ? texts : "the result and the log differ";
+    return isDone == logger.lines.empty() ? texts : "the result and the log differ";
 }
 
 } // namespace

@@ -5,7 +5,6 @@
 #include <table.h>
 
 #include <QPointer>
-#include <QTest>
 
 #include <thread>
 

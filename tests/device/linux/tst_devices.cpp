@@ -10,7 +10,6 @@
 
 #include <QTcpServer>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <sys/sysmacros.h>
 

@@ -9,7 +9,6 @@
 #include <QDBusContext>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <atomic>
 #include <memory>

@@ -12,7 +12,6 @@
 #include <QDBusVirtualObject>
 #include <QElapsedTimer>
 #include <QLocalServer>
-#include <QTest>
 #include <QThread>
 
 using common::IdleWatcher;
