@@ -21,8 +21,7 @@ COLOURS = ["#1f6feb", "#d1242f", "#1a7f37", "#9a6700", "#8250df", "#bf3989", "#0
 
 
 def load(folder):
-    """{topic: {size or None: {variant: benchmark}}} of all result files: of each the fastest repetition, with the largest
-    peak of memory of all."""
+    """{topic: {size or None: {variant: benchmark}}} of the medians of all result files."""
     topics = {}
     for path in sorted(folder.glob("*.json")):
         # They ended in a random order; the page has that of the program.
@@ -31,17 +30,11 @@ def load(folder):
         for benchmark in benchmarks:
             if benchmark.get("error_occurred"):
                 sys.exit(f"error: {benchmark['name']}: {benchmark['error_message']}")
-            if benchmark["run_type"] != "iteration":
+            if benchmark.get("aggregate_name", "median") != "median":
                 continue
             parts = [part for part in benchmark["run_name"].split("/") if not SETTING.fullmatch(part)]
             size = int(parts[2]) if len(parts) > 2 else None
-            row = topics.setdefault(parts[0], {}).setdefault(size, {})
-            fastest = row.setdefault(parts[1], benchmark)
-            peak = max(fastest.get("peak_mib", 0), benchmark.get("peak_mib", 0))
-            if cost(benchmark) < cost(fastest):
-                fastest = row[parts[1]] = benchmark
-            if peak > 0:
-                fastest["peak_mib"] = peak
+            topics.setdefault(parts[0], {}).setdefault(size, {})[parts[1]] = benchmark
     return topics
 
 
@@ -157,8 +150,8 @@ def page(described, topics, folder, plot_folder):
         "# Performance",
         "",
         "Made by `scripts/bench.sh`; do not edit. Every row comes from one run on one machine: "
-        f"{context(folder)}. Of three repetitions the fastest counts, since a busy machine only ever adds to a time, "
-        "and the largest memory. The ratios are what matters; below 1 the library is the faster one.",
+        f"{context(folder)}. Each figure is the median of some repetitions, which take turns. The ratios are what counts; "
+        "below 1 the library is the faster one.",
     ]
     title = None
     known = [topic for topic in described if topic in topics]
