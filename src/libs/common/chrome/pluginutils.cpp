@@ -1,6 +1,6 @@
 #include <common/chrome/pluginutils.h>
 
-#include "../shell/usersettings.h"
+#include "../platform/usersettings.h"
 #include "externalextension.h"
 
 #include <common/logger/logger.h>
@@ -61,13 +61,13 @@ bool PluginUtils::IsChromeInstalled()
 
 bool PluginUtils::IsRegistered(const QString& id)
 {
-    const auto settings = OpenUserSettings(StorePath(id), UserSettingsAccess::Read);
+    const auto settings = platform::OpenUserSettings(StorePath(id), platform::UserSettingsAccess::Read);
     return settings->value(updateUrlName) == QVariant(updateUrl);
 }
 
 bool PluginUtils::RegisterPlugin(const QString& id)
 {
-    const auto settings = OpenUserSettings(StorePath(id), UserSettingsAccess::Write);
+    const auto settings = platform::OpenUserSettings(StorePath(id), platform::UserSettingsAccess::Write);
     if (IsRegistered(id)) {
         LOG_MESSAGE(logger::Warn) << "Registry key '" << updateUrlName << "' with value '" << updateUrl
                                   << "' already exists in '" << StorePath(id) << "'";
@@ -87,7 +87,7 @@ bool PluginUtils::UnregisterPlugin(const QString& id)
     if (!IsRegistered(id)) {
         return true;
     }
-    const auto settings = OpenUserSettings(rootPath, UserSettingsAccess::Write);
+    const auto settings = platform::OpenUserSettings(rootPath, platform::UserSettingsAccess::Write);
     RemoveValue(*settings, ExtensionKey(id));
     externalextension::Withdraw(id, updateUrl);
     return true;

@@ -1,6 +1,6 @@
 #include <common/clicktocall/clicktocall.h>
 
-#include "../shell/usersettings.h"
+#include "../platform/usersettings.h"
 #include "protocolkeys.h"
 #include "urlhandlers.h"
 
@@ -17,9 +17,9 @@ namespace
 
 constexpr logger::Channel logChannel{"common.clicktocall"};
 
-std::unique_ptr<QSettings> OpenSettings(UserSettingsAccess access)
+std::unique_ptr<QSettings> OpenSettings(platform::UserSettingsAccess access)
 {
-    return OpenUserSettings(QStringLiteral("HKEY_CURRENT_USER"), access);
+    return platform::OpenUserSettings(QStringLiteral("HKEY_CURRENT_USER"), access);
 }
 
 bool IsOwnProgid(const QString& value, const QString& application, const QString& organization)
@@ -110,7 +110,7 @@ bool ClickToCall::registerProtocols(const QList<QString>& protocols, const QStri
         return true;
     }
     const Registration registration = RunningProgram(application, organization);
-    const auto settings = OpenSettings(UserSettingsAccess::Write);
+    const auto settings = OpenSettings(platform::UserSettingsAccess::Write);
     WriteApplication(*settings, registration);
     for (const QString& protocol : protocols) {
         WriteProtocol(*settings, protocol, registration);
@@ -131,7 +131,7 @@ bool ClickToCall::unregisterProtocols(const QList<QString>& protocols, const QSt
     if (protocols.isEmpty()) {
         return true;
     }
-    const auto settings = OpenSettings(UserSettingsAccess::Write);
+    const auto settings = OpenSettings(platform::UserSettingsAccess::Write);
     for (const QString& protocol : protocols) {
         settings->remove(protocolkeys::Class(protocolkeys::ProgId(protocol, application, organization)));
         settings->remove(protocolkeys::Capabilities(application, organization) + protocol);
@@ -153,7 +153,7 @@ bool ClickToCall::unregisterProtocols(const QList<QString>& protocols, const QSt
 
 bool ClickToCall::unregisterApplication(const QString& application, const QString& organization)
 {
-    const auto settings = OpenSettings(UserSettingsAccess::Write);
+    const auto settings = OpenSettings(platform::UserSettingsAccess::Write);
     settings->remove(protocolkeys::Application(application, organization));
     settings->remove(QLatin1String("Software/RegisteredApplications/") + application);
     const bool written = Synchronise(*settings, "ClickToCall::unregisterApplication");
@@ -163,7 +163,7 @@ bool ClickToCall::unregisterApplication(const QString& application, const QStrin
 
 QList<QString> ClickToCall::stateOfProtocols(const QString& application, const QString& organization)
 {
-    const auto settings = OpenSettings(UserSettingsAccess::Read);
+    const auto settings = OpenSettings(platform::UserSettingsAccess::Read);
     QList<QString> own;
     for (const QString& protocol : availableProtocols()) {
         const QString progId = protocolkeys::ProgId(protocol, application, organization);

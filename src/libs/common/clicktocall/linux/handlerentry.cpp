@@ -1,6 +1,6 @@
 #include "handlerentry.h"
 
-#include "../../shell/linux/desktopentry.h"
+#include "../../platform/linux/desktopentry.h"
 
 #include <QCryptographicHash>
 #include <QFileInfo>
@@ -52,10 +52,10 @@ QByteArray HandlerEntryId(const QString& application, const QString& organizatio
 QByteArray HandlerEntry(const QString& application, const QString& program, const QByteArrayList& types)
 {
     const QString name = application.trimmed().isEmpty() ? QFileInfo(program).fileName() : application;
-    const QString exec = DesktopExec(program, {QStringLiteral("--callto")}) + QLatin1String(" %u");
+    const QString exec = platform::DesktopExec(program, {QStringLiteral("--callto")}) + QLatin1String(" %u");
     QString text = QStringLiteral("[Desktop Entry]\nType=Application\n");
-    text += DesktopEntryLine(QStringLiteral("Name"), name);
-    text += DesktopEntryLine(QStringLiteral("Exec"), exec);
+    text += platform::DesktopEntryLine(QStringLiteral("Name"), name);
+    text += platform::DesktopEntryLine(QStringLiteral("Exec"), exec);
     text += QLatin1String("Terminal=false\nNoDisplay=true\n"); // For links, not for the menu.
     text += QLatin1String("MimeType=") + QString::fromLatin1(types.join(';')) + QLatin1String(";\n");
     return text.toUtf8();

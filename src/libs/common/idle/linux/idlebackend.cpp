@@ -1,7 +1,7 @@
 #include "../idlebackend.h"
 
-#include "../../tools/linux/busconnection.h"
-#include "../../tools/linux/xdisplay.h"
+#include "../../platform/linux/busconnection.h"
+#include "../../platform/linux/xdisplay.h"
 #include "idleunit.h"
 
 #include <common/logger/logger.h>
@@ -44,7 +44,7 @@ class ScreenSaverExtensionBackend : public IIdleBackend
 {
 public:
     ScreenSaverExtensionBackend()
-        : connection(tools::ConnectToX(&screenNumber))
+        : connection(platform::ConnectToX(&screenNumber))
     {
         if (connection == nullptr) {
             return;
@@ -64,7 +64,7 @@ public:
     int getSeconds() override
     {
         const auto cookie = xcb_screensaver_query_info(connection.get(), root);
-        const tools::XReply<xcb_screensaver_query_info_reply_t> reply(
+        const platform::XReply<xcb_screensaver_query_info_reply_t> reply(
             xcb_screensaver_query_info_reply(connection.get(), cookie, nullptr));
         return ToSeconds(reply != nullptr ? std::optional<quint64>(reply->ms_since_user_input)
                                           : std::nullopt);
@@ -72,7 +72,7 @@ public:
 
 private:
     int screenNumber = 0;
-    tools::XConnection connection;
+    platform::XConnection connection;
     xcb_window_t root = XCB_NONE;
 };
 
@@ -90,7 +90,7 @@ constexpr IdleService mutterIdleMonitor{"org.gnome.Mutter.IdleMonitor", "/org/gn
 constexpr IdleService screenSaver{"org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver",
                                   "org.freedesktop.ScreenSaver", "GetSessionIdleTime"};
 
-std::optional<quint64> Ask(tools::BusConnection& bus, const IdleService& service)
+std::optional<quint64> Ask(platform::BusConnection& bus, const IdleService& service)
 {
     const auto call =
         QDBusMessage::createMethodCall(QLatin1String(service.service), QLatin1String(service.path),
@@ -101,7 +101,7 @@ std::optional<quint64> Ask(tools::BusConnection& bus, const IdleService& service
     return reply.type() == QDBusMessage::ReplyMessage && ok ? std::optional(number) : std::nullopt;
 }
 
-using Bus = std::unique_ptr<tools::BusConnection>;
+using Bus = std::unique_ptr<platform::BusConnection>;
 
 class MutterBackend : public IIdleBackend
 {
@@ -145,8 +145,8 @@ private:
 
 std::unique_ptr<IIdleBackend> CreateServiceBackend()
 {
-    auto bus = std::make_unique<tools::BusConnection>(tools::BusConnection::SessionBusAddress(),
-                                                      QDeadlineTimer(answerLimit));
+    auto bus = std::make_unique<platform::BusConnection>(platform::BusConnection::SessionBusAddress(),
+                                                         QDeadlineTimer(answerLimit));
     if (!bus->IsOpen()) {
         return nullptr;
     }

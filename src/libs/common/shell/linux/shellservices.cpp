@@ -1,8 +1,8 @@
 #include "../shellservices.h"
 
-#include "../../tools/linux/busconnection.h"
+#include "../../platform/linux/busconnection.h"
+#include "../../platform/linux/desktopentry.h"
 #include "../fileentry.h"
-#include "desktopentry.h"
 #include "spawn.h"
 
 #include <QDBusError>
@@ -94,7 +94,7 @@ QString ExecutablePath()
 std::optional<bool> SelectInFileManager(const QString& path)
 {
     const QDeadlineTimer deadline(fileManagerLimit);
-    tools::BusConnection bus(tools::BusConnection::SessionBusAddress(), deadline);
+    platform::BusConnection bus(platform::BusConnection::SessionBusAddress(), deadline);
     if (!bus.IsOpen()) {
         return std::nullopt;
     }
@@ -126,17 +126,17 @@ bool SaveShortcut(const Shortcut& shortcut, const QString& path)
     }
     // A name without a slash is one to look up in PATH; any other must be absolute.
     const QString program = shortcut.target.contains(u'/') ? ResolvedPath(shortcut.target) : shortcut.target;
-    const QString exec = DesktopExec(program, QProcess::splitCommand(shortcut.arguments));
+    const QString exec = platform::DesktopExec(program, QProcess::splitCommand(shortcut.arguments));
     QString text = QStringLiteral("[Desktop Entry]\nType=Application\n") +
-                   DesktopEntryLine(QStringLiteral("Name"), QFileInfo(path).completeBaseName()) +
-                   DesktopEntryLine(QStringLiteral("Exec"), exec);
+                   platform::DesktopEntryLine(QStringLiteral("Name"), QFileInfo(path).completeBaseName()) +
+                   platform::DesktopEntryLine(QStringLiteral("Exec"), exec);
     const std::pair<QString, QString> optionalKeys[] = {
         {QStringLiteral("Path"), shortcut.workingDirectory},
         {QStringLiteral("Comment"), shortcut.description},
         {QStringLiteral("StartupWMClass"), shortcut.applicationId}};
     for (const auto& [key, value] : optionalKeys) {
         if (!value.isEmpty()) {
-            text += DesktopEntryLine(key, value);
+            text += platform::DesktopEntryLine(key, value);
         }
     }
     QSaveFile file(path);

@@ -1,6 +1,6 @@
 #include "../filelock.h"
 
-#include "filedescriptor.h"
+#include "../../platform/linux/filedescriptor.h"
 
 #include <QFile>
 
@@ -68,7 +68,7 @@ public:
 private:
     bool Take(const QFile& file, int operation, bool block)
     {
-        lock = FileDescriptor(::fcntl(file.handle(), F_DUPFD_CLOEXEC, 0));
+        lock = common::platform::FileDescriptor(::fcntl(file.handle(), F_DUPFD_CLOEXEC, 0));
         if (!lock.IsOpen()) {
             qErrnoWarning("QtLockedFile::lock(): fcntl failed");
             return false;
@@ -85,7 +85,7 @@ private:
     bool TakeSlot()
     {
         const QByteArray path = QByteArrayLiteral("/proc/self/fd/") + QByteArray::number(lock.Get());
-        slot = FileDescriptor(::open(path.constData(), O_RDWR | O_CLOEXEC));
+        slot = common::platform::FileDescriptor(::open(path.constData(), O_RDWR | O_CLOEXEC));
         if (!slot.IsOpen()) {
             return true;
         }
@@ -105,8 +105,8 @@ private:
         return false;
     }
 
-    FileDescriptor lock;
-    FileDescriptor slot;
+    common::platform::FileDescriptor lock;
+    common::platform::FileDescriptor slot;
 };
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "../peerplatform.h"
 
-#include "filedescriptor.h"
+#include "../../platform/linux/filedescriptor.h"
 
 #include <common/singleapp/qtlockedfile.h>
 
@@ -46,7 +46,7 @@ bool OpenLockFile(QtLockedFile& file)
 {
     const QByteArray path = QFile::encodeName(file.fileName());
     // No link is followed, and no pipe that somebody left there holds us up.
-    FileDescriptor descriptor(
+    common::platform::FileDescriptor descriptor(
         ::open(path.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, privateMode));
     struct stat status = {};
     const bool foreign =

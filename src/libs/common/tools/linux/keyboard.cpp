@@ -1,6 +1,6 @@
 #include <common/tools/keyboard.h>
 
-#include "xdisplay.h"
+#include "../../platform/linux/xdisplay.h"
 
 // The header of this C library has a member of that name.
 #ifdef __clang__
@@ -15,17 +15,17 @@ namespace tools
 
 bool Keyboard::IsCapsLock()
 {
-    const XConnection connection = ConnectToX();
+    const common::platform::XConnection connection = common::platform::ConnectToX();
     if (connection == nullptr) {
         return false;
     }
-    const XReply<xcb_xkb_use_extension_reply_t> extension(xcb_xkb_use_extension_reply(
+    const common::platform::XReply<xcb_xkb_use_extension_reply_t> extension(xcb_xkb_use_extension_reply(
         connection.get(),
         xcb_xkb_use_extension(connection.get(), XCB_XKB_MAJOR_VERSION, XCB_XKB_MINOR_VERSION), nullptr));
     if (extension == nullptr || extension->supported == 0) {
         return false;
     }
-    const XReply<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
+    const common::platform::XReply<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
         connection.get(), xcb_xkb_get_state(connection.get(), XCB_XKB_ID_USE_CORE_KBD), nullptr));
     // A held key is among the base modifiers.
     return state != nullptr && (state->lockedMods & XCB_MOD_MASK_LOCK) != 0 &&

@@ -66,7 +66,8 @@ SleepListener::SleepListener(void* context_)
 bool SleepListener::Subscribe()
 {
     const QDeadlineTimer deadline(answerLimit);
-    bus = std::make_unique<BusConnection>(BusConnection::SystemBusAddress(), deadline);
+    bus = std::make_unique<common::platform::BusConnection>(
+        common::platform::BusConnection::SystemBusAddress(), deadline);
     if (!bus->IsOpen()) {
         return false;
     }

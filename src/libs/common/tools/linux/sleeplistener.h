@@ -1,6 +1,6 @@
 #pragma once
 
-#include "busconnection.h"
+#include "../../platform/linux/busconnection.h"
 
 #include <QObject>
 
@@ -28,7 +28,7 @@ private:
     QString LoginOwner();
 
     void* context;
-    std::unique_ptr<BusConnection> bus;
+    std::unique_ptr<common::platform::BusConnection> bus;
     bool hasLogin = false; ///< Whether logind was on the bus when this subscribed.
 };
 

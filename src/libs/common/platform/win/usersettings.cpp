@@ -1,6 +1,6 @@
 #include "../usersettings.h"
 
-namespace common
+namespace common::platform
 {
 
 std::unique_ptr<QSettings> OpenUserSettings(const QString& path, UserSettingsAccess /*access*/)
@@ -8,4 +8,4 @@ std::unique_ptr<QSettings> OpenUserSettings(const QString& path, UserSettingsAcc
     return std::make_unique<QSettings>(path, QSettings::NativeFormat);
 }
 
-} // namespace common
+} // namespace common::platform

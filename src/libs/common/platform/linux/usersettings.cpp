@@ -13,7 +13,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-namespace common
+namespace common::platform
 {
 
 namespace
@@ -90,4 +90,4 @@ std::unique_ptr<QSettings> OpenUserSettings(const QString& path, UserSettingsAcc
     return settings;
 }
 
-} // namespace common
+} // namespace common::platform

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace tools
+namespace common::platform
 {
 
 BusConnection::BusConnection(const QString& address, const QDeadlineTimer& deadline)
@@ -50,4 +50,4 @@ QDBusMessage BusConnection::CallBus(const QString& method, const QVariantList& a
     return Call(call, deadline);
 }
 
-} // namespace tools
+} // namespace common::platform

@@ -3,7 +3,7 @@
 #include <QString>
 #include <QStringList>
 
-namespace common
+namespace common::platform
 {
 
 /**
@@ -16,4 +16,4 @@ QString DesktopExec(const QString& program, const QStringList& arguments);
 /// One "key=value" line of a desktop entry with the escapes of a string value.
 QString DesktopEntryLine(const QString& key, const QString& value);
 
-} // namespace common
+} // namespace common::platform

@@ -5,7 +5,7 @@
 #include <QDeadlineTimer>
 #include <QString>
 
-namespace tools
+namespace common::platform
 {
 
 /**
@@ -41,4 +41,4 @@ private:
     bool open = false;
 };
 
-} // namespace tools
+} // namespace common::platform

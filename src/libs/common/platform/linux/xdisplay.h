@@ -5,7 +5,7 @@
 
 #include <xcb/xcb.h>
 
-namespace tools
+namespace common::platform
 {
 
 struct DisconnectFromX
@@ -32,4 +32,4 @@ inline XConnection ConnectToX(int* screen = nullptr)
     return connection;
 }
 
-} // namespace tools
+} // namespace common::platform

@@ -6,7 +6,7 @@
 
 #include <unistd.h>
 
-namespace QtLP_Private
+namespace common::platform
 {
 
 /// Owns a file descriptor, or none.
@@ -43,4 +43,4 @@ private:
     int descriptor = -1;
 };
 
-} // namespace QtLP_Private
+} // namespace common::platform

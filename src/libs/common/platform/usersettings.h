@@ -5,7 +5,7 @@
 
 #include <memory>
 
-namespace common
+namespace common::platform
 {
 
 enum class UserSettingsAccess
@@ -24,4 +24,4 @@ enum class UserSettingsAccess
  */
 std::unique_ptr<QSettings> OpenUserSettings(const QString& path, UserSettingsAccess access);
 
-} // namespace common
+} // namespace common::platform

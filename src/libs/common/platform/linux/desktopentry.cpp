@@ -1,6 +1,6 @@
 #include "desktopentry.h"
 
-namespace common
+namespace common::platform
 {
 
 namespace
@@ -62,4 +62,4 @@ QString DesktopEntryLine(const QString& key, const QString& value)
     return key + u'=' + text + u'\n';
 }
 
-} // namespace common
+} // namespace common::platform
