@@ -16,6 +16,7 @@ private Q_SLOTS:
 #ifndef _WIN32 // A console program there cannot be sent Ctrl-C without sending it to this program as well.
     void interrupt();
 #endif
+    void goodFileStays();
 };
 
 void TestHttpCommands::commands_data()
@@ -47,6 +48,7 @@ void TestHttpCommands::commands_data()
         {ok}, 0, {"GET / ", "100 % of 4 B", "file: 4 B in "});
     row("download, wrong size", {"download", "URL", "FILE", "--size", "5"}, {ok}, 1,
         {"", "error 900103: Download verification failed!\n"});
+    row("download over a directory", {"download", "URL", "."}, {ok}, 1, {"", ". is not a regular file\n"});
     misused({"post", "URL", "--form", "a=b", "--text", "a=b"}, "exclude each other");
     misused({"get", "URL", "--interval", "-5"}, "--interval takes a number from 0 to 2147483647");
     misused({"download", "URL"}, "a URL and a file are needed");
@@ -91,11 +93,32 @@ void TestHttpCommands::interrupt()
     QTRY_COMPARE(server.requests.size(), 1);
     tool.terminate();
     QTRY_COMPARE(tool.state(), QProcess::NotRunning);
+    QCOMPARE(filetree::Snapshot(dir.path()), QStringList());
     QCOMPARE(tool.exitStatus(), QProcess::NormalExit);
     QCOMPARE(tool.exitCode(), 1);
     QVERIFY(tool.readAllStandardError().endsWith("vxtool download: interrupted\n"));
 }
 #endif
+
+void TestHttpCommands::goodFileStays()
+{
+    const QTemporaryDir dir;
+    FaultServer server(
+        {{Response("404 No", "page")}, {Response("404 No", "page")}, {Response("200 OK", "new")}});
+    filetree::Write(dir.filePath("file"), "good");
+    const auto download = [&](const QStringList& options) {
+        QProcess tool;
+        tool.start(VXTOOL_PROGRAM,
+                   QStringList{"download", server.Url().toString(), dir.filePath("file")} + options);
+        // The server answers on this thread.
+        return QTest::qWaitFor([&] { return tool.state() == QProcess::NotRunning; }, 60000)
+                   ? filetree::Snapshot(dir.path()).join(' ')
+                   : QString();
+    };
+    QCOMPARE(download({}), QString("file=good"));
+    QCOMPARE(download({"--keep-partial"}), QString("file.part=page file=good"));
+    QCOMPARE(download({}), QString("file=new"));
+}
 
 QTEST_GUILESS_MAIN(TestHttpCommands)
 #include "tst_httpcommands.moc"
