@@ -27,8 +27,10 @@ const QString callOption = QStringLiteral("callto");
 /// The options that stand before or behind any command.
 void AddGlobalOptions(QCommandLineParser& parser)
 {
-    parser.addOption({logOption, QStringLiteral("Write a log to FILE; rolled over at 10 MiB, 3 backups."),
-                      QStringLiteral("FILE")});
+    parser.addOption(
+        {logOption,
+         QStringLiteral("Write a log to FILE, which only you can read; rolled over at 10 MiB, 3 backups."),
+         QStringLiteral("FILE")});
     parser.addOption({logLevelOption,
                       QStringLiteral("Log up to level N, from 0 (fatal) to 7 (debug); 6 if not given."),
                       QStringLiteral("N"), QStringLiteral("6")});
@@ -94,14 +96,13 @@ QString StartLog(const QCommandLineParser& parser)
         const bool pointless = options.source || parser.isSet(logLevelOption) || parser.isSet(logOption);
         return pointless ? QStringLiteral("a log needs a file: --log FILE") : QString();
     }
-    if (!SetUpLog(options)) {
-        return QStringLiteral("this build has no log4cpp, so --log is not available");
-    }
-    // log4cpp keeps silent about a file that it cannot open.
+    // log4cpp ignores a file that it cannot open, and creates one that others can read. URLs hold passwords.
     QFile file(options.file);
-    return file.open(QIODevice::Append)
-               ? QString()
-               : QStringLiteral("the log %1 cannot be written: %2").arg(options.file, file.errorString());
+    if (!file.open(QIODevice::Append, QFile::ReadOwner | QFile::WriteOwner)) {
+        return QStringLiteral("the log %1 cannot be written: %2").arg(options.file, file.errorString());
+    }
+    return SetUpLog(options) ? QString()
+                             : QStringLiteral("this build has no log4cpp, so --log is not available");
 }
 
 /// Runs `command`; `leading` is the program and the options before the command's name, `words` what stands

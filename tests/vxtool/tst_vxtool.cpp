@@ -177,6 +177,9 @@ void TestVxtool::logFile()
     QCOMPARE(Run("--log|log|version|parse|1|--log-source").exitCode, 0);
     const QString log = filetree::Snapshot(dir->path()).join('|');
     QVERIFY2(log.contains("main: command version parse begins (vxtool::"), qPrintable(log));
+#ifdef Q_OS_UNIX // URLs in it may hold passwords.
+    QVERIFY(!QFile::permissions(dir->filePath("log")).testAnyFlags(QFile::ReadGroup | QFile::ReadOther));
+#endif
 }
 #endif
 
