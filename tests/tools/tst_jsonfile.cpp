@@ -12,6 +12,8 @@
 #ifdef Q_OS_UNIX
 #include <csignal>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 #endif
 
@@ -42,6 +44,7 @@ class TestJsonFile : public QObject
     std::unique_ptr<QTemporaryDir> dir;
     QString old; ///< A file that holds `sample`, alone in its folder.
     QStringList untouched;
+    int saves = 0;
 
 private Q_SLOTS:
     void init();
@@ -50,6 +53,8 @@ private Q_SLOTS:
     void printing();
 #ifdef Q_OS_UNIX
     void writtenInPlace();
+    void access();
+    void specialFiles();
     void fullDisk();
 #endif
 };
@@ -79,6 +84,11 @@ void TestJsonFile::roundTrip()
         }
     }
     QVERIFY(QFile::permissions(old) == permissions);
+#ifdef Q_OS_UNIX
+    const QString secret = dir->filePath("secret.json");
+    QCOMPARE(Failure({secret, sample, "key"}, &JsonFile::Save), "");
+    QVERIFY(QFile::permissions(secret) == permissions); // No others can read a new one.
+#endif
 
     for (const QByteArray& bytes : {QByteArray("{\"a\":"), QByteArray(1000000, '[')}) {
         filetree::Write(old, bytes);
@@ -136,17 +146,61 @@ void TestJsonFile::writtenInPlace()
     filetree::Write(longName, "old");
     QCOMPARE(Failure({longName, sample, ""}, &JsonFile::Save), "");
     QCOMPARE(filetree::Read(longName), filetree::Read(target));
+}
 
-    // The superuser does not take a user's file away.
+/// Saving a file changes neither its owner nor who can read and write it.
+void TestJsonFile::access()
+{
+    constexpr auto fileList = "system.posix_acl_access";
+    constexpr auto defaultList = "system.posix_acl_default";
+    // As the kernel stores it: the owner rw, user 65534 r, the group r, the mask rw, others none.
+    const QByteArray list = QByteArray::fromHex("02000000 01000600ffffffff 02000400feff0000 04000400ffffffff"
+                                                "10000600ffffffff 20000000ffffffff");
+    const QByteArray path = QFile::encodeName(old);
+    const QByteArray folder = QFile::encodeName(QFileInfo(old).path());
+    const auto verifyKept = [&] {
+        const auto access = [&] {
+            struct stat status = {};
+            char bytes[100] = {};
+            stat(path.constData(), &status);
+            const auto size = getxattr(path.constData(), fileList, bytes, sizeof bytes);
+            return QStringList{QString::number(status.st_uid), QString::number(status.st_gid),
+                               QString::number(status.st_mode, 8), QByteArray(bytes, sizeof bytes).toHex(),
+                               QString::number(size)};
+        };
+        const QStringList before = access();
+        const QJsonDocument document(QJsonArray{++saves});
+        QCOMPARE(Failure({old, document, ""}, &JsonFile::Save), "");
+        QCOMPARE(filetree::Read(old), document.toJson());
+        QCOMPARE(access(), before);
+    };
+
     constexpr uid_t nobody = 65534;
-    const uid_t owner = chown(QFile::encodeName(old).constData(), nobody, nobody) == 0 ? nobody : geteuid();
-    QCOMPARE(Failure({old, sample, ""}, &JsonFile::Save), "");
-    QCOMPARE(QFileInfo(old).ownerId(), owner);
+    const bool isSuperuser = geteuid() == 0; // Others cannot set up the first two cases.
+    QCOMPARE(chmod(path.constData(), 0640), 0);
+    QVERIFY(!isSuperuser || chown(folder.constData(), nobody, nobody) == 0);
+    QCOMPARE(chmod(folder.constData(), 02755), 0);
+    verifyKept(); // A new file would get the group of the directory.
+    QVERIFY(!isSuperuser || chown(path.constData(), nobody, 0) == 0);
+    verifyKept();
+    QVERIFY(!isSuperuser || chown(path.constData(), 0, nobody) == 0);
+    QCOMPARE(setxattr(folder.constData(), defaultList, list.constData(), list.size(), 0), 0);
+    verifyKept(); // A new file would get the list of the directory.
+    QCOMPARE(setxattr(path.constData(), fileList, list.constData(), list.size(), 0), 0);
+    verifyKept();
+}
 
+void TestJsonFile::specialFiles()
+{
     QVERIFY(Failure({"/dev/full", sample, ""}, &JsonFile::Save).startsWith("Failed to save document"));
     QVERIFY(!QFileInfo("/dev/full").isFile());
     // Can be opened, but not be read.
     QVERIFY(Failure({"/proc/self/mem", ""}, &JsonFile::Load).startsWith("Failed to open file"));
+    filetree::Build(dir->path(), {"fifo|"});
+    QVERIFY(Failure({dir->filePath("fifo"), ""}, &JsonFile::Load).startsWith("Failed to open file"));
+    // A file system without sizes is not full.
+    QCOMPARE(Failure({"/proc/self/comm", QJsonDocument(QJsonArray{1}), ""}, &JsonFile::Save), "");
+    QVERIFY(filetree::Read("/proc/self/comm").startsWith('['));
 }
 
 void TestJsonFile::fullDisk()

@@ -3,15 +3,14 @@
 #include <common/logger/logger.h>
 #include <common/tools/aes.h>
 
-#include "replaceablefile.h"
+#include "savefile.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
-#include <algorithm>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 
 namespace tools
@@ -22,73 +21,24 @@ namespace
 
 constexpr common::logger::Channel logChannel{"jsonfile"};
 
-enum class Outcome
-{
-    Written,
-    CannotOpen,
-    CannotWrite
-};
-
-/// A write to a file is complete only when its buffer is flushed.
-bool WriteAll(QFileDevice& file, const QByteArray& bytes)
-{
-    return file.write(bytes) == bytes.size() && file.flush();
-}
-
-Outcome WriteInPlace(const QString& fileName, const QByteArray& bytes)
-{
-    QFile file(fileName);
-    if (!file.open(QIODevice::WriteOnly)) {
-        return Outcome::CannotOpen;
-    }
-    const bool isWritten = WriteAll(file, bytes);
-    file.close();
-    return isWritten && file.error() == QFileDevice::NoError ? Outcome::Written : Outcome::CannotWrite;
-}
-
-/// Whether `size` bytes fit where the bytes of `old` are now. If that cannot be told, they are taken to.
-bool HasRoom(const QFileInfo& old, qint64 size)
+/// Nothing if the file cannot be opened or read.
+std::optional<QByteArray> ReadFile(const QString& fileName)
 {
     std::error_code error;
-    const auto space = std::filesystem::space(old.filesystemAbsolutePath(), error);
-    return error || space.available >= static_cast<quint64>(std::max(size - old.size(), qint64{0}));
+    // To open a fifo would wait for a writer.
+    if (std::filesystem::is_fifo(QFileInfo(fileName).filesystemFilePath(), error)) {
+        return std::nullopt;
+    }
+    QFile file(fileName);
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return file.error() == QFileDevice::NoError ? std::optional(bytes) : std::nullopt;
 }
 
-/// Opening the old file empties it: not without room for the new bytes.
-Outcome Overwrite(const QString& fileName, const QByteArray& bytes)
+void RemovePadding(QByteArray& bytes)
 {
-    const QString old = QFileInfo(fileName).canonicalFilePath(); // A link is written through.
-    if (!old.isEmpty() && !HasRoom(QFileInfo(old), bytes.size())) {
-        return Outcome::CannotWrite;
+    while (bytes.endsWith('\0')) {
+        bytes.chop(1);
     }
-    return WriteInPlace(fileName, bytes);
-}
-
-/// Writes a new file aside and puts it in the place of `fileName`.
-Outcome Replace(const QString& fileName, const QByteArray& bytes)
-{
-    QSaveFile file(fileName);
-    if (file.open(QIODevice::WriteOnly)) {
-        if (!WriteAll(file, bytes)) {
-            file.cancelWriting();
-            return Outcome::CannotWrite;
-        }
-        if (file.commit()) {
-            return Outcome::Written;
-        }
-    }
-    return Overwrite(fileName, bytes); // The folder forbids new files or the exchange.
-}
-
-Outcome Write(const QString& fileName, const QByteArray& bytes)
-{
-    const QFileInfo info(fileName);
-    // A device or a pipe must not be replaced, nor a link that leads nowhere or in a circle.
-    const bool mustStay = info.exists() ? !info.isFile() : info.isSymLink();
-    if (mustStay) {
-        return WriteInPlace(fileName, bytes);
-    }
-    return info.exists() && !IsReplaceable(fileName) ? Overwrite(fileName, bytes) : Replace(fileName, bytes);
 }
 
 } // namespace
@@ -122,25 +72,17 @@ bool JsonFile::Load()
         LOG_MESSAGE(common::logger::Error) << "FileName is empty!";
         return false;
     }
-    QFile file(fileName);
-    QByteArray bytes;
-    if (file.open(QIODevice::ReadOnly)) {
-        bytes = file.readAll();
-    }
-    if (file.error() != QFileDevice::NoError) {
+    std::optional<QByteArray> bytes = ReadFile(fileName);
+    if (!bytes) {
         LOG_MESSAGE(common::logger::Error)
             << QStringLiteral("Failed to open file '%1' for read!").arg(fileName);
         return false;
     }
     if (!key.isEmpty()) {
-        cipher::AES::decrypt(key, bytes, bytes);
-        qsizetype size = bytes.size();
-        while (size > 0 && bytes.at(size - 1) == '\0') {
-            --size;
-        }
-        bytes.truncate(size);
+        cipher::AES::decrypt(key, *bytes, *bytes);
+        RemovePadding(*bytes);
     }
-    document = QJsonDocument::fromJson(bytes);
+    document = QJsonDocument::fromJson(*bytes);
     return true;
 }
 
@@ -155,23 +97,23 @@ bool JsonFile::Save()
         LOG_MESSAGE(common::logger::Error)
             << QStringLiteral("Failed to create directory '%1'!").arg(dir.absolutePath());
     }
-    Outcome outcome = Outcome::CannotWrite;
+    SaveOutcome outcome = SaveOutcome::CannotWrite;
     // With a key that the cipher does not support, zero bytes would take the place of the old content.
     if (key.toUtf8().size() <= cipher::AES::maxKeySize) {
         QByteArray bytes = document.toJson(QJsonDocument::Indented);
         if (!key.isEmpty()) {
             cipher::AES::encrypt(key, bytes, bytes);
         }
-        outcome = Write(fileName, bytes);
+        outcome = SaveFile(fileName, bytes, key.isEmpty() ? FileAccess::Usual : FileAccess::OwnerOnly);
     }
-    if (outcome == Outcome::CannotOpen) {
+    if (outcome == SaveOutcome::CannotOpen) {
         LOG_MESSAGE(common::logger::Error)
             << QStringLiteral("Failed to open file '%1' for write!").arg(fileName);
-    } else if (outcome == Outcome::CannotWrite) {
+    } else if (outcome == SaveOutcome::CannotWrite) {
         LOG_MESSAGE(common::logger::Error)
             << QStringLiteral("Failed to save document in file '%1'!").arg(fileName);
     }
-    return outcome == Outcome::Written;
+    return outcome == SaveOutcome::Saved;
 }
 
 const QJsonDocument& JsonFile::Document() const

@@ -13,51 +13,53 @@ namespace tools
 {
 
 /**
- * A JSON document (RFC 8259) that is kept in a file, as plain text or enciphered with cipher::AES.
+ * A JSON document (RFC 8259) that is kept in a file, as plain text or encrypted with cipher::AES.
  *
- * A plain value, for one thread at a time. What goes wrong is logged on the channel "jsonfile".
+ * A plain value, for one thread at a time. Errors are logged on the channel "jsonfile".
  */
 class VXCOMMON_EXPORT JsonFile
 {
 public:
-    /// Takes note of the file and does not touch it. With an empty `key` the file is plain text; see
-    /// cipher::AES for what makes a key, above all that more than AES::maxKeySize bytes do not.
+    /// Stores the arguments and does not access the file. With an empty `key` the file is plain text; a key
+    /// of more than AES::maxKeySize bytes is not supported.
     JsonFile(const QString& fileName, const QString& key);
     /// As above, with a document to save.
     JsonFile(const QString& fileName, const QJsonDocument& document, const QString& key);
     /// As above, with an object to save.
     JsonFile(const QString& fileName, const QJsonObject& object, const QString& key);
     JsonFile(const JsonFile& other);                ///< Copies document, file name and key.
-    JsonFile(JsonFile&& other) noexcept;            ///< Takes document, file name and key over.
-    JsonFile& operator=(const JsonFile& other);     ///< As the copy.
-    JsonFile& operator=(JsonFile&& other) noexcept; ///< As the move.
+    JsonFile(JsonFile&& other) noexcept;            ///< Moves document, file name and key.
+    JsonFile& operator=(const JsonFile& other);     ///< @see the copy constructor
+    JsonFile& operator=(JsonFile&& other) noexcept; ///< @see the move constructor
     ~JsonFile();
 
     /**
      * Reads the document from the file.
      *
-     * @return false, with the document as it was, if there is no file name or the file cannot be opened or
-     * not be read. A file that holds no JSON, or was enciphered with another key, is read as the null
-     * document, and that is no error.
+     * A file that holds no JSON, or was encrypted with another key, gives the null document, which is no
+     * error.
+     *
+     * @return false, with the document unchanged, if there is no file name, or the file cannot be opened or
+     * read, or is a fifo
      */
     bool Load();
 
     /**
-     * Writes the document, indented, and makes missing folders. A null document makes an empty file.
+     * Writes the document, indented, and creates missing directories. A null document makes an empty file.
      *
-     * The file is written aside and then put in the place of the old one, which stays as it was if the disk
-     * is full or the process dies. Permissions are kept, access control lists and extended attributes are
-     * not. Where the folder does not allow that, and for a file of another user or group or with further
-     * names (hard links), and for what is no regular file, it is written in place. A symbolic link stays, and
-     * the file it leads to is written.
+     * Writes a temporary file and renames it, so that a full disk or a killed process leaves the old file.
+     * Its owner, group, permissions, access control list, further names (hard links) and symbolic links are
+     * kept; if a rename would not keep them, the file is written in place. So are devices and pipes, and
+     * files in a directory that does not allow new ones. Other extended attributes are not kept. A new file
+     * with a key is readable for its owner only (POSIX).
      *
-     * @return false if there is no file name, or the file cannot be opened or not be written as a whole, or
-     * the key is not supported, which leaves the old file as it was
+     * @return false if there is no file name, if the file cannot be opened or written completely, or if the
+     * key is not supported, which leaves the old file unchanged
      */
     bool Save();
 
-    const QJsonDocument& Document() const; ///< As loaded or given.
-    QJsonObject Object() const;            ///< The document's object; empty if it is none.
+    const QJsonDocument& Document() const; ///< Returns the document as loaded or given.
+    QJsonObject Object() const;            ///< Returns the document's object, or an empty one.
 
 private:
     QJsonDocument document;
@@ -67,8 +69,8 @@ private:
 
 } // namespace tools
 
-/// Print JSON values in log lines: documents, objects and arrays as indented text, a boolean as 0 or 1, null
-/// as "(null)" and an undefined value as "(undefined)".
+/// Prints a JSON value, for log lines: a document, an object or an array as indented text, a boolean as 0 or
+/// 1, null as "(null)" and an undefined value as "(undefined)".
 VXCOMMON_EXPORT QTextStream& operator<<(QTextStream& stream, const QJsonDocument& document);
 VXCOMMON_EXPORT QTextStream& operator<<(QTextStream& stream, const QJsonObject& object);
 VXCOMMON_EXPORT QTextStream& operator<<(QTextStream& stream, const QJsonArray& array);

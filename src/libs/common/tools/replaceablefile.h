@@ -5,8 +5,8 @@ class QString;
 namespace tools
 {
 
-/// Whether a new file may take the place of the one at `path` without being another's or leaving other names
-/// of it behind: it has no second name and belongs to this user and group.
-bool IsReplaceable(const QString& path);
+/// Returns whether the open file `newFile` can take the place of the file at `path` without a change of its
+/// owner, its group or its access control list, and the old file has no further name.
+bool IsReplaceable(const QString& path, int newFile);
 
 } // namespace tools

@@ -3,16 +3,23 @@
 #include <QFile>
 
 #include <sys/stat.h>
-#include <unistd.h>
+#include <sys/xattr.h>
 
 namespace tools
 {
 
-bool IsReplaceable(const QString& path)
+bool IsReplaceable(const QString& path, int newFile)
 {
-    struct stat status = {};
-    return stat(QFile::encodeName(path).constData(), &status) == 0 && status.st_nlink == 1 &&
-           status.st_uid == geteuid() && status.st_gid == getegid();
+    constexpr auto accessList = "system.posix_acl_access";
+    const QByteArray oldFile = QFile::encodeName(path);
+    struct stat oldStatus = {};
+    struct stat newStatus = {};
+    // The new file can have an access list, too: from a default one of the directory.
+    return stat(oldFile.constData(), &oldStatus) == 0 && fstat(newFile, &newStatus) == 0 &&
+           oldStatus.st_nlink == 1 && oldStatus.st_uid == newStatus.st_uid &&
+           oldStatus.st_gid == newStatus.st_gid &&
+           getxattr(oldFile.constData(), accessList, nullptr, 0) < 0 &&
+           fgetxattr(newFile, accessList, nullptr, 0) < 0;
 }
 
 } // namespace tools
