@@ -1,8 +1,14 @@
-# Finds log4cpp and offers it as the imported target Log4cpp::Log4cpp.
+# Finds log4cpp and offers it as the imported target Log4cpp::Log4cpp. On Windows, Log4cpp_DLL is its DLL, if it has one.
 
 find_path(Log4cpp_INCLUDE_DIR log4cpp/Category.hh)
 find_library(Log4cpp_LIBRARY log4cpp)
 mark_as_advanced(Log4cpp_INCLUDE_DIR Log4cpp_LIBRARY)
+if(WIN32 AND Log4cpp_LIBRARY)
+    cmake_path(GET Log4cpp_LIBRARY PARENT_PATH library_dir)
+    find_file(Log4cpp_DLL NAMES liblog4cpp.dll log4cpp.dll PATHS "${library_dir}/../bin"
+        NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
+    mark_as_advanced(Log4cpp_DLL)
+endif()
 
 include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(Log4cpp

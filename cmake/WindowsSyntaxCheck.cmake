@@ -1,24 +1,40 @@
-# Compiles, without linking, the sources that the Windows SDK lacks libraries for, so that they stay correct for
-# Windows: against the headers of this machine's log4cpp, Qt Core5Compat and Qt Svg, which are the same everywhere.
+# Compiles, without linking, what needs a library that the Windows SDK lacks, so that it stays correct for Windows:
+# against the headers of this machine's log4cpp, Qt Core5Compat and Qt Svg, which are the same everywhere.
 
-set(check_headers "${CMAKE_CURRENT_BINARY_DIR}/host_headers")
-set(host_qt_headers /usr/include/x86_64-linux-gnu/qt6)
-file(MAKE_DIRECTORY "${check_headers}")
-# Links to single folders: the host's /usr/include as a whole would hide the headers of mingw-w64.
-file(CREATE_LINK /usr/include/log4cpp "${check_headers}/log4cpp" SYMBOLIC)
-foreach(module QtCore5Compat QtSvg)
-    file(CREATE_LINK "${host_qt_headers}/${module}" "${check_headers}/${module}" SYMBOLIC)
-endforeach()
+if(VXCOMMON_WITH_LOG4CPP AND VXCOMMON_WITH_QREGEXP AND VXCOMMON_WITH_SVG)
+    return()
+endif()
 
 set(vxtool_dir "${PROJECT_SOURCE_DIR}/examples/vxtool")
-add_library(windows_syntax_check OBJECT EXCLUDE_FROM_ALL
-    ${log4cpp_sources} ${qregexp_sources} ${qregexp_headers} ${svg_sources} ${svg_headers}
-    "${vxtool_dir}/contactcommand.cpp"
-    "${vxtool_dir}/logsetup_log4cpp.cpp"
-    "${vxtool_dir}/sipcommands.cpp"
-    "${vxtool_dir}/webcommand.cpp")
+set(host_qt_headers /usr/include/x86_64-linux-gnu/qt6)
+set(host_headers "")
+# vxphone needs all three.
+file(GLOB check_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/examples/vxphone/*.cpp")
+if(NOT VXCOMMON_WITH_LOG4CPP)
+    list(APPEND host_headers /usr/include/log4cpp)
+    list(APPEND check_sources ${log4cpp_sources} "${vxtool_dir}/logsetup_log4cpp.cpp")
+endif()
+if(NOT VXCOMMON_WITH_QREGEXP)
+    list(APPEND host_headers "${host_qt_headers}/QtCore5Compat")
+    list(APPEND check_sources ${qregexp_sources} ${qregexp_headers}
+        "${vxtool_dir}/contactcommand.cpp" "${vxtool_dir}/sipcommands.cpp" "${vxtool_dir}/webcommand.cpp")
+endif()
+if(NOT VXCOMMON_WITH_SVG)
+    list(APPEND host_headers "${host_qt_headers}/QtSvg")
+    list(APPEND check_sources ${svg_sources} ${svg_headers})
+endif()
+
+add_library(windows_syntax_check OBJECT ${check_sources})
+# Links to single folders: the host's /usr/include as a whole would hide the headers of mingw-w64.
+set(check_headers "${CMAKE_CURRENT_BINARY_DIR}/host_headers")
+file(REMOVE_RECURSE "${check_headers}")
+file(MAKE_DIRECTORY "${check_headers}")
+foreach(folder IN LISTS host_headers)
+    cmake_path(GET folder FILENAME name)
+    file(CREATE_LINK "${folder}" "${check_headers}/${name}" SYMBOLIC)
+    target_include_directories(windows_syntax_check SYSTEM PRIVATE "${check_headers}/${name}")
+endforeach()
+target_include_directories(windows_syntax_check SYSTEM PRIVATE "${check_headers}")
 target_include_directories(windows_syntax_check PRIVATE "${generated_dir}/private")
-target_include_directories(windows_syntax_check SYSTEM PRIVATE
-    "${check_headers}" "${check_headers}/QtCore5Compat" "${check_headers}/QtSvg")
 target_compile_definitions(windows_syntax_check PRIVATE vxcommon_EXPORTS)
 target_link_libraries(windows_syntax_check PRIVATE vxcommon vxcommon_settings)

@@ -20,7 +20,7 @@ export WINEDLLOVERRIDES="mscoree,mshtml="
 export QT_FORCE_STDERR_LOGGING=1
 export QT_PLUGIN_PATH="Z:${sdk//\//\\}\\qt6\\plugins"
 dll_path=
-for folder in "$build_dir/src/libs/common" "$sdk/qt6/bin" "$sdk/openssl/bin" \
+for folder in "$build_dir/src/libs/common" "$sdk/qt6/bin" "$sdk/openssl/bin" "$sdk/log4cpp/bin" \
     "$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++-6.dll)")" /usr/x86_64-w64-mingw32/lib; do
     dll_path+="Z:${folder//\//\\};"
 done

@@ -1,6 +1,7 @@
 # Cross-compiles for 64-bit Windows with Debian's mingw-w64 (posix threads) and runs programs under Wine.
 # The environment variable VXCOMMON_WINDOWS_SDK names a folder with qt6/ (Qt for mingw-w64, the same version as the
-# Qt of this machine, whose tools are used) and openssl/.
+# Qt of this machine, whose tools are used), openssl/ and, if available, log4cpp/. The options of the library are ON for
+# what that folder has.
 
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
@@ -16,7 +17,8 @@ if(NOT "$ENV{VXCOMMON_WINDOWS_SDK}" STREQUAL "")
 endif()
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VXCOMMON_WINDOWS_SDK)
 
-set(CMAKE_FIND_ROOT_PATH /usr/${triplet} "${VXCOMMON_WINDOWS_SDK}/qt6" "${VXCOMMON_WINDOWS_SDK}/openssl")
+set(CMAKE_FIND_ROOT_PATH /usr/${triplet} "${VXCOMMON_WINDOWS_SDK}/qt6" "${VXCOMMON_WINDOWS_SDK}/openssl"
+    "${VXCOMMON_WINDOWS_SDK}/log4cpp")
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
@@ -25,5 +27,17 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(CMAKE_PREFIX_PATH "${VXCOMMON_WINDOWS_SDK}/qt6")
 set(QT_HOST_PATH /usr)
 set(QT_HOST_PATH_CMAKE_DIR /usr/lib/x86_64-linux-gnu/cmake)
+
+# Forced, because an SDK may gain a library after the first run of CMake.
+function(switch_feature feature path)
+    set(has_feature OFF)
+    if(EXISTS "${VXCOMMON_WINDOWS_SDK}/${path}")
+        set(has_feature ON)
+    endif()
+    set(VXCOMMON_WITH_${feature} ${has_feature} CACHE BOOL "ON if the Windows SDK has ${path}" FORCE)
+endfunction()
+switch_feature(LOG4CPP log4cpp/include/log4cpp)
+switch_feature(QREGEXP qt6/lib/cmake/Qt6Core5Compat)
+switch_feature(SVG qt6/lib/cmake/Qt6Svg)
 
 set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/../../scripts/run-wine.sh;${VXCOMMON_WINDOWS_SDK}")

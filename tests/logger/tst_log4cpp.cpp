@@ -46,6 +46,12 @@ struct Setup
     }
 };
 
+/// The text of a log file; log4cpp ends its lines as the system does.
+QByteArray ReadLog(const QString& path)
+{
+    return filetree::Read(path).replace("\r\n", "\n");
+}
+
 void LogOnMain(const char* text, int times = 1)
 {
     const logger::Channel channel{"main.window"};
@@ -118,6 +124,8 @@ private:
 void TestLog4cpp::init()
 {
     logger::SetLogger(logger::GetLog4cpp());
+    // Windows removes no directory with an open log.
+    logger::GetLogger()->SetFileLoggingEnabled(false);
     dir = std::make_unique<QTemporaryDir>();
     setup = Setup();
     setup.logFile = File("a.log");
@@ -132,10 +140,10 @@ void TestLog4cpp::lineForms()
         setup.pattern = pattern;
         QVERIFY(setup.Apply());
         LogOnMain("téxt");
-        const QByteArray line = filetree::Read(setup.logFile);
+        const QByteArray line = ReadLog(setup.logFile);
         QVERIFY2(QRegularExpression('^' + form + "\n$").match(line).hasMatch(), line);
         LOG_MESSAGE(logger::Info) << "not for the short log";
-        QCOMPARE(filetree::Read(setup.shortLogFile), line);
+        QCOMPARE(ReadLog(setup.shortLogFile), line);
     };
     verify(256, "", R"(\d{4}\.m\.\d\d \d\d:\d\d:\d\d\.\d{3}   INFO \[ *\d+\] main\.window: téxt)");
     verify(256 + 3, "%p %m%n", R"(INFO téxt \(n::F: file: f\.cpp\(7\)\))");
@@ -169,7 +177,7 @@ void TestLog4cpp::levels()
         }
     }
     // log4cpp calls its highest priority EMERG or FATAL, whichever it was built to prefer.
-    QCOMPARE(filetree::Read(setup.logFile).replace("EMERG", "FATAL"),
+    QCOMPARE(ReadLog(setup.logFile).replace("EMERG", "FATAL"),
              "FATAL 0 FATAL 0 ALERT 1 CRIT 2 ERROR 3 "
              "FATAL 0 ALERT 1 CRIT 2 ERROR 3 WARN 4 NOTICE 5 INFO 6 DEBUG 7 ");
 }
@@ -186,20 +194,20 @@ void TestLog4cpp::changesOnTheWay()
     QVERIFY(QFile::remove(setup.logFile));
     log->SetFileLoggingEnabled(true);
     LogOnMain("3");
-    QCOMPARE(filetree::Read(setup.shortLogFile), "1\n3\n");
+    QCOMPARE(ReadLog(setup.shortLogFile), "1\n3\n");
 
     // A second Configure replaces the files.
     setup.logFile = File("c.log");
     setup.Apply();
     LogOnMain("4");
-    QCOMPARE(filetree::Read(File("a.log")), "3\n");
+    QCOMPARE(ReadLog(File("a.log")), "3\n");
 
     // One with a bad pattern does not.
     setup.logFile = setup.shortLogFile = File("d.log");
     setup.pattern = "%m%Q%n";
     QVERIFY(setup.Apply());
     LogOnMain("5");
-    QCOMPARE(filetree::Read(File("b.log")) + filetree::Read(File("c.log")), "1\n3\n4\n5\n4\n5\n");
+    QCOMPARE(ReadLog(File("b.log")) + ReadLog(File("c.log")), "1\n3\n4\n5\n4\n5\n");
     // For the console it is the caller's to know.
     setup.targets = logger::Console;
     QVERIFY_EXCEPTION_THROWN(setup.Apply(), std::exception);
@@ -209,8 +217,11 @@ void TestLog4cpp::badPlaces()
 {
     const Setup good = setup;
     setup.maxFileSize = 10;
-    for (const QString& place :
-         {File("no/such/folder/a.log"), dir->path(), File("vanishing/a.log"), QString("/dev/full")}) {
+    QStringList places{File("no/such/folder/a.log"), dir->path()};
+#ifdef Q_OS_UNIX // Windows removes no directory with an open log.
+    places << File("vanishing/a.log") << "/dev/full";
+#endif
+    for (const QString& place : places) {
         QVERIFY(QDir(dir->path()).mkdir("vanishing"));
         setup.logFile = setup.shortLogFile = place;
         QVERIFY(setup.Apply());
@@ -222,7 +233,8 @@ void TestLog4cpp::badPlaces()
 
         good.Apply();
         LogOnMain("recovered");
-        QVERIFY(filetree::Read(good.logFile).endsWith("recovered\n"));
+        QVERIFY(ReadLog(good.logFile).endsWith("recovered\n"));
+        logger::GetLogger()->SetFileLoggingEnabled(false);
         QVERIFY(QFile::remove(good.logFile));
     }
 }
@@ -243,7 +255,7 @@ void TestLog4cpp::threadsIntoOneRollingFile()
     QVERIFY2(files.size() > 5, "the test needs many rollovers");
     QByteArray text;
     for (const QString& file : files) {
-        text += filetree::Read(dir->filePath(file));
+        text += ReadLog(dir->filePath(file));
     }
     QCOMPARE(text, QByteArray("line\n").repeated(16000));
 }
@@ -257,7 +269,7 @@ void TestLog4cpp::channels()
     logger::Message(log, nullptr, logger::Info, nullptr, nullptr, 0).GetStream() << "no channel";
     logger::Message(log, &nameless, logger::Info, nullptr, nullptr, 0).GetStream() << "no name";
     LOG_MESSAGE(logger::Info) << "own channel";
-    QCOMPARE(filetree::Read(setup.logFile), "[] no channel\n[test.backend] own channel\n");
+    QCOMPARE(ReadLog(setup.logFile), "[] no channel\n[test.backend] own channel\n");
 }
 
 // The last one in this process, since the console appender stays with the root category.
@@ -274,7 +286,7 @@ void TestLog4cpp::configurationFileAndConsole()
     QVERIFY(setup.Apply());
     LOG_MESSAGE(logger::Warn) << "warning";
     LOG_MESSAGE(logger::Info) << "filtered by the file";
-    const QByteArray text = filetree::Read(File("configured.log"));
+    const QByteArray text = ReadLog(File("configured.log"));
     QVERIFY2(text.contains(": warning (file: ") && text.count('\n') == 1, text);
     QVERIFY2(!QFile::exists(setup.logFile), "the file decides everything");
 
@@ -305,18 +317,19 @@ void TestLog4cpp::linesAtExit()
     QVERIFY(program.waitForFinished(60000));
     const QByteArray output = program.readAll();
     QVERIFY2(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0, output);
-    QVERIFY2(output.contains("too late, says Qt"), "Qt's own handler is back at the end");
-#ifndef Q_OS_WIN
-    QVERIFY2(output.contains("ERROR test.backend last words\n"), "what a debugger shows on Windows");
-#endif
-
-    const QByteArray text = filetree::Read(File("exit.log"));
+    const QByteArray text = ReadLog(File("exit.log"));
     for (const char* line :
          {"ERROR test.backend last words\n", "DEBUG qt.körper debug\n", "DEBUG qt.körper info\n",
           "WARN qt.körper warning\n", "ERROR qt.körper critical\n"}) {
         QVERIFY2(text.contains(line), line);
     }
+#ifdef Q_OS_WIN // Functions of atexit run before the destructors of a DLL.
+    QVERIFY(text.contains("FATAL test.backend too late\n"));
+#else
+    QVERIFY2(output.contains("too late, says Qt"), "Qt's own handler is back at the end");
+    QVERIFY2(output.contains("ERROR test.backend last words\n"), "what a debugger shows on Windows");
     QVERIFY(!text.contains("too late"));
+#endif
 }
 
 } // namespace backendtest
