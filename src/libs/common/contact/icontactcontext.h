@@ -9,10 +9,7 @@
 namespace common::contact
 {
 
-/**
- * A party to call with the name and the ringtone that a contact list gives it. Programs may bring
- * implementations of their own.
- */
+/// A party to call, with the name and the ringtone from a contact list. Programs may implement their own.
 class VXCOMMON_EXPORT IContactContext : public QObject
 {
     Q_OBJECT
@@ -21,28 +18,28 @@ public:
     IContactContext();
     ~IContactContext() override;
 
-    virtual void* PassThrough(void* value) = 0; ///< Gives `value` back.
-    virtual bool IsMarked() const = 0;          ///< Whether the list marks it; this library's own never is.
-    virtual QString DisplayName() const = 0;    ///< The name to show; empty if it only repeats the number.
+    virtual void* PassThrough(void* value) = 0; ///< Returns `value`.
+    virtual bool IsMarked() const = 0;          ///< Always false in this library's implementation.
+    virtual QString DisplayName() const = 0;    ///< The name to show; empty if it equals the number.
     virtual QString Address() const = 0;        ///< As in number::INumberContext.
     virtual QString DisplayText() const = 0;    ///< As in number::INumberContext.
     virtual int Kind() const = 0;               ///< One of number::NumberKind.
-    virtual QString Name() const = 0;           ///< The name as it was given.
-    virtual QString Ringtone() const = 0;       ///< Resource path of a sound.
+    virtual QString Name() const = 0;           ///< The name given at creation.
+    virtual QString Ringtone() const = 0;       ///< Resource path of a sound file.
     virtual QString FullAddress() const = 0;    ///< As in number::INumberContext.
     virtual QString Number() const = 0;         ///< As in number::INumberContext.
     virtual QString Domain() const = 0;         ///< As in number::INumberContext.
     virtual QString Extension() const = 0;      ///< As in number::INumberContext.
 
 Q_SIGNALS:
-    void changed(); ///< For implementations that can change; this library's own never does.
+    void changed(); ///< Emitted when the contact changes; never by this library's implementation.
 };
 
-/// Makes a contact from the parts of its address. The context has no parent; the pointer owns it.
+/// Creates a contact from the parts of its address. The contact has no parent; the pointer owns it.
 VXCOMMON_EXPORT QSharedPointer<IContactContext> CreateInstance(const QString& number, const QString& domain,
                                                                const QString& name, const QString& extension);
 
-/// Makes a contact from an address text. Only `name` names it, whatever a name-addr in `uri` says.
+/// Creates a contact from an address text. Ignores the display name of a name-addr in `uri`.
 VXCOMMON_EXPORT QSharedPointer<IContactContext> CreateInstance(const QString& uri, const QString& name);
 
 } // namespace common::contact

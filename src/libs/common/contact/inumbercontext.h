@@ -9,19 +9,19 @@
 namespace common::contact::number
 {
 
-/// What kind of address a number context holds.
+/// Kind of address.
 enum NumberKind : int
 {
-    ServiceNumber = 0, ///< Its domain has the service's in it; a look-alike counts.
+    ServiceNumber = 0, ///< The domain contains the service's domain; look-alikes count.
     PhoneNumber = 1,   ///< Digits and separators.
-    SipAddress = 2,    ///< A name elsewhere, or digits led by "000".
+    SipAddress = 2,    ///< A name in another domain, or digits that begin with "000".
     SkypeName = 3      ///< A Skype name.
 };
 
 /**
- * Whom to call: an address brought into one form, what sort of address it is, and how to dial and show it.
+ * A party to call: an address in normal form, its kind, and the forms in which to dial and show it.
  *
- * Immutable, so it may be read from any thread. As a QObject it belongs to the thread that made it.
+ * Immutable, so any thread may read it. As a QObject it belongs to the thread that created it.
  */
 class VXCOMMON_EXPORT INumberContext : public QObject
 {
@@ -31,24 +31,23 @@ public:
     INumberContext();
     ~INumberContext() override;
 
-    /// What to dial: the full address of a SIP address, the name of a Skype user, or the number and its
-    /// extension.
+    /// Returns what to dial: the full address, the Skype name, or the number with its extension.
     virtual QString Address() const = 0;
-    /// What to show: Address, behind "skype: " for a Skype name.
+    /// Returns what to show: Address, with the prefix "skype: " for a Skype name.
     virtual QString DisplayText() const = 0;
     virtual int Kind() const = 0; ///< One of NumberKind.
-    /// Number and domain; without a domain, number and extension.
+    /// Returns number and domain or, without a domain, number and extension.
     virtual QString FullAddress() const = 0;
     virtual QString Number() const = 0;    ///< User part or number; lower-case for a Skype name only.
-    virtual QString Domain() const = 0;    ///< Lower-case; a port stays behind its colon.
+    virtual QString Domain() const = 0;    ///< Lower-case; includes the port, if any.
     virtual QString Extension() const = 0; ///< Dial digits only: 0-9, a-f, A-F, "*" and "#".
 };
 
-/// Makes a number context from its parts. Every text yields one.
+/// Creates a number context from its parts. Never fails.
 VXCOMMON_EXPORT QSharedPointer<INumberContext> CreateInstance(const QString& number, const QString& domain,
                                                               const QString& extension);
 
-/// Makes a number context from an address text; one that is not understood becomes the number as it stands.
+/// Creates a number context from an address text. A text that is not understood becomes the number verbatim.
 VXCOMMON_EXPORT QSharedPointer<INumberContext> CreateInstance(const QString& uri);
 
 } // namespace common::contact::number

@@ -23,7 +23,7 @@ bool IsSkypeDomain(const QString& domain)
            EqualsIgnoringCase(domain, QLatin1String("skype.com"));
 }
 
-/// Containment lets sub-domains and a port pass. The external domain is foreign only as a whole text.
+/// Accepts sub-domains and a port. The external domain is foreign only without a port.
 bool IsServiceDomain(const QString& domain)
 {
     return domain.contains(QLatin1String(deployment::serviceSipDomain), Qt::CaseInsensitive) &&
@@ -42,14 +42,17 @@ int KindOf(const QString& number, const QString& domain)
     if (!SipId::NumericNumberRegExp().exactMatch(number) || SipId::NumericSipRegExp().exactMatch(number)) {
         return SipAddress;
     }
-    // A foreign domain does not make a numeric number a SIP address; this is meant.
+    // Kept for compatibility: the domain of a numeric number plays no part.
     return PhoneNumber;
 }
 
 QString OnlyDialDigits(QString text)
 {
-    static const QRegularExpression others(QStringLiteral("[^0-9a-fA-F*#]+"));
-    return text.remove(others);
+    if (!text.isEmpty()) {
+        static const QRegularExpression others(QStringLiteral("[^0-9a-fA-F*#]+"));
+        text.remove(others);
+    }
+    return text;
 }
 
 class NumberContext final : public INumberContext

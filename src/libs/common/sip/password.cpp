@@ -6,25 +6,23 @@ namespace tools::sip
 namespace
 {
 
-// "а-я" is the Cyrillic range U+0430 to U+044F.
-constexpr char16_t alphabet[] = uR"([-a-zа-я0-9!@#$%^&*()_+=;:,./?\\|`~\[\]{}])";
-
-QRegExp Pattern(const QString& quantifier)
+QRegExp Pattern(const char16_t* text)
 {
-    const QString text = QStringLiteral("^(%1%2)$").arg(QString::fromUtf16(alphabet), quantifier);
-    return QRegExp(text, Qt::CaseInsensitive, QRegExp::RegExp);
+    return QRegExp(QString::fromUtf16(text), Qt::CaseInsensitive, QRegExp::RegExp);
 }
 
 } // namespace
 
+// In the patterns, "а-я" is the Cyrillic range U+0430 to U+044F.
+
 QRegExp Password::PasswordSymbolRegExp()
 {
-    return Pattern(QStringLiteral("*"));
+    return Pattern(uR"re(^([-a-zа-я0-9!@#$%^&*()_+=;:,./?\\|`~\[\]{}]*)$)re");
 }
 
 bool Password::IsGood(const QString& password)
 {
-    return Pattern(QStringLiteral("{8,20}")).exactMatch(password);
+    return Pattern(uR"re(^([-a-zа-я0-9!@#$%^&*()_+=;:,./?\\|`~\[\]{}]{8,20})$)re").exactMatch(password);
 }
 
 } // namespace tools::sip

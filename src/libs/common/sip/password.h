@@ -8,17 +8,17 @@
 namespace tools::sip
 {
 
-/// The rules for SIP passwords: Latin and Cyrillic letters, digits and common punctuation. Any thread may
-/// call.
+/// Defines the rules for SIP passwords: Latin and Cyrillic letters, digits and common punctuation.
+/// Thread-safe.
 class VXCOMMON_EXPORT Password
 {
 public:
     Password() = delete;
 
-    /// Any number of allowed characters, none included; for checking while the user types.
+    /// Matches any number of allowed characters, also none; for input fields.
     static QRegExp PasswordSymbolRegExp();
 
-    /// Whether `password` is 8 to 20 allowed characters.
+    /// Returns whether `password` consists of 8 to 20 allowed characters.
     static bool IsGood(const QString& password);
 };
 

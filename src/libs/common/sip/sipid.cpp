@@ -1,139 +1,112 @@
 #include <common/sip/sipid.h>
 
-#include <initializer_list>
-
 namespace tools::sip
 {
 
 namespace
 {
 
-// The inside of the character class of a user part, without the dot. The symbol after "*" is U+2018 LEFT
-// SINGLE QUOTATION MARK; the apostrophe stands at the end.
-constexpr char16_t symbols[] = uR"(-a-z0-9&=+$,;?_!~*‘()%\{\}\/')";
-
-// Pieces that several patterns share. Their groups are captures that the address parser counts.
-constexpr char16_t optionalScheme[] = uR"((sip:\s*)?)";
-constexpr char16_t label[] = uR"(([a-z0-9](?:[-a-z0-9]{0,61}[a-z0-9])?\.))";
-constexpr char16_t topLabel[] = uR"((?:[a-z]{2,4}))";
-constexpr char16_t optionalPort[] = uR"((:([1-9][0-9]{0,4}))?)";
-constexpr char16_t dialDigits[] = uR"((,[,0-9a-fA-F*#\s]+[0-9a-fA-F*#\s])?(?:,*))";
-constexpr char16_t skypeDomain[] = uR"((skype(?:\.com)?))";
-
-QString Join(std::initializer_list<QStringView> pieces)
+QRegExp Pattern(const char16_t* text)
 {
-    QString text;
-    for (const QStringView piece : pieces) {
-        text += piece;
-    }
-    return text;
-}
-
-/// Runs of symbols with single dots between them.
-QString UserPart()
-{
-    return Join({u"([", symbols, u"]+(\\.[", symbols, u"]+)*)"});
-}
-
-/// An identifier of the service without its port.
-QString ServiceId()
-{
-    return Join({u"^", UserPart(), u"@(", label, u"*(quollsip)\\.", topLabel, u")"});
-}
-
-QRegExp Pattern(std::initializer_list<QStringView> pieces)
-{
-    return QRegExp(Join(pieces), Qt::CaseInsensitive, QRegExp::RegExp);
+    return QRegExp(QString::fromUtf16(text), Qt::CaseInsensitive, QRegExp::RegExp);
 }
 
 } // namespace
 
-// A QRegExp carries its last match. The patterns that are kept are therefore never matched on; callers get
-// copies, which share the compiled engine.
+// In the classes, the symbol after "*" is U+2018 LEFT SINGLE QUOTATION MARK; the apostrophe comes near the
+// end.
+//
+// A QRegExp stores its last match. The statics are therefore never matched on: callers get copies, which
+// share the compiled engine.
 
 QRegExp SipId::AllSymbolRegExp()
 {
-    static const QRegExp pattern = Pattern({u"[", AllSymbols(), u"]+"});
+    static const QRegExp pattern = Pattern(uR"re([-a-z0-9&=+$,;?_!~*‘()%\{\}\/'\.@:]+)re");
     return pattern;
 }
 
 QRegExp SipId::SymbolRegExp()
 {
-    static const QRegExp pattern = Pattern({u"[", symbols, u"\\.@]{0,255}(:[0-9]{0,5})?"});
+    static const QRegExp pattern = Pattern(uR"re([-a-z0-9&=+$,;?_!~*‘()%\{\}\/'\.@]{0,255}(:[0-9]{0,5})?)re");
     return pattern;
 }
 
 QRegExp SipId::FormatRegExp()
 {
-    static const QRegExp pattern = Pattern({ServiceId(), optionalPort, u"$"});
+    static const QRegExp pattern = Pattern(
+        uR"re(^([-a-z0-9&=+$,;?_!~*‘()%\{\}\/']+(\.[-a-z0-9&=+$,;?_!~*‘()%\{\}\/']+)*)@(([a-z0-9](?:[-a-z0-9]{0,61}[a-z0-9])?\.)*(quollsip)\.(?:[a-z]{2,4}))(:([1-9][0-9]{0,4}))?$)re");
     return pattern;
 }
 
 QRegExp SipId::QuollSipIDRegExp()
 {
-    static const QRegExp pattern = Pattern({ServiceId(), optionalPort, optionalPort, u"$"});
+    static const QRegExp pattern = Pattern(
+        uR"re(^([-a-z0-9&=+$,;?_!~*‘()%\{\}\/']+(\.[-a-z0-9&=+$,;?_!~*‘()%\{\}\/']+)*)@(([a-z0-9](?:[-a-z0-9]{0,61}[a-z0-9])?\.)*(quollsip)\.(?:[a-z]{2,4}))(:([1-9][0-9]{0,4}))?(:([1-9][0-9]{0,4}))?$)re");
     return pattern;
 }
 
 QRegExp SipId::URIRegExp()
 {
-    static const QRegExp pattern = Pattern({uR"re(^("(.+)"\s+)?<)re", optionalScheme, UserPart(), u"@((",
-                                            label, u"+", topLabel, u")", optionalPort, u")(;(.*))?>$"});
+    static const QRegExp pattern = Pattern(
+        uR"re(^("(.+)"\s+)?<(sip:\s*)?([-a-z0-9&=+$,;?_!~*‘()%\{\}\/']+(\.[-a-z0-9&=+$,;?_!~*‘()%\{\}\/']+)*)@((([a-z0-9](?:[-a-z0-9]{0,61}[a-z0-9])?\.)+(?:[a-z]{2,4}))(:([1-9][0-9]{0,4}))?)(;(.*))?>$)re");
     return pattern;
 }
 
 QRegExp SipId::IDRegExp()
 {
-    static const QRegExp pattern = Pattern({u"^", optionalScheme, UserPart(), u"@((", label, u"+", topLabel,
-                                            u")", optionalPort, u")", dialDigits, u"$"});
+    static const QRegExp pattern = Pattern(
+        uR"re(^(sip:\s*)?([-a-z0-9&=+$,;?_!~*‘()%\{\}\/']+(\.[-a-z0-9&=+$,;?_!~*‘()%\{\}\/']+)*)@((([a-z0-9](?:[-a-z0-9]{0,61}[a-z0-9])?\.)+(?:[a-z]{2,4}))(:([1-9][0-9]{0,4}))?)(,[,0-9a-fA-F*#\s]+[0-9a-fA-F*#\s])?(?:,*)$)re");
     return pattern;
 }
 
 QRegExp SipId::IDWithoutPortRegExp()
 {
-    static const QRegExp pattern =
-        Pattern({u"^", optionalScheme, UserPart(), u"@((", label, u"+", topLabel, u"))", dialDigits, u"$"});
+    static const QRegExp pattern = Pattern(
+        uR"re(^(sip:\s*)?([-a-z0-9&=+$,;?_!~*‘()%\{\}\/']+(\.[-a-z0-9&=+$,;?_!~*‘()%\{\}\/']+)*)@((([a-z0-9](?:[-a-z0-9]{0,61}[a-z0-9])?\.)+(?:[a-z]{2,4})))(,[,0-9a-fA-F*#\s]+[0-9a-fA-F*#\s])?(?:,*)$)re");
     return pattern;
 }
 
 QRegExp SipId::SkypeURIRegExp()
 {
     static const QRegExp pattern =
-        Pattern({uR"(^(skype:\s*)([)", symbols, u"\\.]+)(?:@", skypeDomain, u")?$"});
+        Pattern(uR"re(^(skype:\s*)([-a-z0-9&=+$,;?_!~*‘()%\{\}\/'\.]+)(?:@(skype(?:\.com)?))?$)re");
     return pattern;
 }
 
 QRegExp SipId::SkypeIDRegExp()
 {
-    static const QRegExp pattern = Pattern({u"^([", symbols, u"\\.]+)@", skypeDomain, u"$"});
+    static const QRegExp pattern =
+        Pattern(uR"re(^([-a-z0-9&=+$,;?_!~*‘()%\{\}\/'\.]+)@(skype(?:\.com)?)$)re");
     return pattern;
 }
 
 QRegExp SipId::PhoneNumberRegExp()
 {
-    static const QRegExp pattern = Pattern({uR"(^(?:[\+\s]*)?([0-9*#]+))", dialDigits, u"$"});
+    static const QRegExp pattern =
+        Pattern(uR"re(^(?:[\+\s]*)?([0-9*#]+)(,[,0-9a-fA-F*#\s]+[0-9a-fA-F*#\s])?(?:,*)$)re");
     return pattern;
 }
 
 QRegExp SipId::SIPUserRegExp()
 {
-    static const QRegExp pattern = Pattern({u"^", UserPart(), u"(?:@*)$"});
+    static const QRegExp pattern =
+        Pattern(uR"re(^([-a-z0-9&=+$,;?_!~*‘()%\{\}\/']+(\.[-a-z0-9&=+$,;?_!~*‘()%\{\}\/']+)*)(?:@*)$)re");
     return pattern;
 }
 
 QRegExp SipId::NumericNumberRegExp()
 {
-    return Pattern({uR"(^([-()0-9*#,+\s]*)$)"});
+    return Pattern(uR"re(^([-()0-9*#,+\s]*)$)re");
 }
 
 QRegExp SipId::NumericSipRegExp()
 {
-    return Pattern({uR"(^000([-()0-9*#,+\s]*))"});
+    return Pattern(uR"re(^000([-()0-9*#,+\s]*))re");
 }
 
 QString SipId::AllSymbols()
 {
-    return Join({symbols, u"\\.@:"});
+    return QString::fromUtf16(uR"(-a-z0-9&=+$,;?_!~*‘()%\{\}\/'\.@:)");
 }
 
 SipId::Error SipId::Check(const QString& id)
@@ -168,9 +141,9 @@ SipId::Error SipId::CheckDomain(const QString& id)
     if (domain.isEmpty()) {
         return FormatError;
     }
-    // A second "@" counts as a letter here: it is a matter of the form, not of the symbols.
+    // A second "@" is a fault of the form, not of the symbols.
     domain.replace(u'@', u'z');
-    return Pattern({u"^[-a-z0-9.:]*"}).exactMatch(domain) ? FormatError : SymbolError;
+    return Pattern(u"^[-a-z0-9.:]*").exactMatch(domain) ? FormatError : SymbolError;
 }
 
 } // namespace tools::sip

@@ -9,31 +9,30 @@ namespace tools::sip
 {
 
 /**
- * What SIP identifiers and phone numbers look like, and the parser that takes an address text apart.
+ * Defines the rules for SIP identifiers and phone numbers, and parses address texts.
  *
- * The patterns are meant for QRegExp::exactMatch and ignore case. Each call returns a copy, so a caller may
- * match on it at will. Thread-safe; nothing here logs or throws.
+ * The patterns are made for QRegExp::exactMatch and ignore case. Each call returns a copy that the caller may
+ * match on. All functions are thread-safe; none logs or throws.
  */
 class VXCOMMON_EXPORT SipId
 {
 public:
     SipId() = delete;
 
-    /// What Check finds.
+    /// Result of Check.
     enum Error : int
     {
-        NoError = 0, ///< A valid identifier of the service.
-        /// Every symbol may stand in an identifier, but this is none of the service's own: incomplete or
-        /// foreign.
-        FormatError = 1,
-        SymbolError = 2, ///< A symbol that is not allowed, in the whole text or in the domain.
+        NoError = 0,     ///< A valid identifier of the service.
+        FormatError = 1, ///< All symbols are allowed, but it is incomplete or belongs to another service.
+        SymbolError = 2, ///< A symbol that is not allowed in an identifier or in its domain.
         LengthError = 3  ///< Empty, or longer than an identifier may be.
     };
 
-    static QRegExp AllSymbolRegExp();  ///< One or more of the symbols of AllSymbols.
-    static QRegExp SymbolRegExp();     ///< Up to 255 symbols and a port that may be unfinished; for typing.
-    static QRegExp FormatRegExp();     ///< An identifier of the service with an optional port.
-    static QRegExp QuollSipIDRegExp(); ///< As FormatRegExp, but two ports in a row pass; this is meant.
+    static QRegExp AllSymbolRegExp(); ///< One or more of the symbols of AllSymbols.
+    static QRegExp SymbolRegExp();    ///< Up to 255 symbols and a possibly incomplete port; for input fields.
+    static QRegExp FormatRegExp();    ///< An identifier of the service with an optional port.
+    /// As FormatRegExp, but with up to two ports in a row. (Kept for compatibility.)
+    static QRegExp QuollSipIDRegExp();
     /// A name-addr (RFC 3261, 25.1): `"NAME" <sip:USER@HOST:PORT;PARAMETERS>`.
     static QRegExp URIRegExp();
     static QRegExp IDRegExp();            ///< `USER@HOST:PORT` of any domain, with trailing dial digits.
@@ -46,31 +45,31 @@ public:
     static QRegExp NumericNumberRegExp();
     static QRegExp NumericSipRegExp(); ///< As NumericNumberRegExp, beginning with "000".
 
-    /// The inside of the character class of AllSymbolRegExp, for a class of the caller's own.
+    /// Returns the content of the character class of AllSymbolRegExp, from which to build other classes.
     static QString AllSymbols();
 
-    /// Tells whether `id` is an identifier of the service and, if not, what is wrong with it.
+    /// Checks whether `id` is an identifier of the service.
     static Error Check(const QString& id);
 
-    /// True if Check finds no error.
+    /// Returns whether Check finds no error.
     static bool IsValid(const QString& id);
 
     /**
-     * Splits an address text: a name-addr, a SIP identifier, a Skype address, a phone number or a lone user
-     * name.
+     * Splits an address text: a name-addr, a SIP identifier, a Skype address, a phone number or a user name.
      *
-     * @param uri the text; white space around it is ignored
-     * @param user who is called there, or the number; what was not understood comes back in it, trimmed
+     * @param uri the text; leading and trailing white space is ignored
+     * @param user the user part or the number; the trimmed text if it is not understood
      * @param domain the host; for a Skype address always the long form of the Skype domain
-     * @param name what a name-addr shows between quotes
-     * @param extension digits to dial once the call stands, led by a comma; white space is taken out
-     * @param port the digits of the port; keeps its old value where the text has no place for a port
-     * @return whether the text was understood
+     * @param name the quoted display name of a name-addr
+     * @param extension digits to dial after the call is established, with their leading comma and without
+     *        white space
+     * @param port the digits of the port; unchanged if the text has none
+     * @return whether the text is understood
      */
     static bool ParseURIEx(const QString& uri, QString& user, QString& domain, QString& name,
                            QString& extension, QString& port);
 
-    /// As above, with the port left behind a colon in `domain`.
+    /// As above, but appends ":" and the port to `domain`.
     static bool ParseURIEx(const QString& uri, QString& user, QString& domain, QString& name,
                            QString& extension);
 

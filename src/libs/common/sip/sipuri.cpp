@@ -11,8 +11,7 @@ namespace
 
 constexpr int notSet = -1;
 
-/// Which capture of a pattern goes to which output. A pattern that matches with fewer texts than `minimum`
-/// fails.
+/// Assigns the captures of a pattern to the outputs. A match with fewer than `minimum` captured texts fails.
 struct Form
 {
     QRegExp (*pattern)();
@@ -25,8 +24,8 @@ struct Form
     bool isSkype;
 };
 
-// The first pattern that matches decides. The Skype identifier captures 3 texts and asks for 4, so a name on
-// the short Skype domain is recognised here only to be refused; this is meant.
+// The first pattern that matches decides. Kept for compatibility: the Skype identifier captures 3 texts and
+// needs 4, so a name with the short Skype domain is never understood.
 constexpr Form forms[] = {
     {SipId::URIRegExp, 13, 4, 7, 2, notSet, 10, false},
     {SipId::IDRegExp, 10, 2, 5, notSet, 9, 8, false},
@@ -48,8 +47,6 @@ void Assign(QString& output, const QStringList& captures, int index)
 bool SipId::ParseURIEx(const QString& uri, QString& user, QString& domain, QString& name, QString& extension,
                        QString& port)
 {
-    static const QRegularExpression whiteSpace(QStringLiteral("\\s"));
-
     const QString text = uri.trimmed();
     extension.clear();
     user.clear();
@@ -70,7 +67,10 @@ bool SipId::ParseURIEx(const QString& uri, QString& user, QString& domain, QStri
         Assign(name, captures, form.name);
         Assign(extension, captures, form.extension);
         Assign(port, captures, form.port);
-        extension.remove(whiteSpace);
+        if (!extension.isEmpty()) {
+            static const QRegularExpression whiteSpace(QStringLiteral("\\s"));
+            extension.remove(whiteSpace);
+        }
         if (form.isSkype) {
             domain = QStringLiteral("skype.com");
         }

@@ -8,12 +8,11 @@
 namespace common
 {
 
-Version::Version(unsigned int majorPart, unsigned int minorPart, unsigned int buildPart,
-                 unsigned int releasePart)
-    : major{majorPart}
-    , minor{minorPart}
-    , build{buildPart}
-    , release{releasePart}
+Version::Version(unsigned int major_, unsigned int minor_, unsigned int build_, unsigned int release_)
+    : major{major_}
+    , minor{minor_}
+    , build{build_}
+    , release{release_}
 {}
 
 Version::Version(const QString& text)

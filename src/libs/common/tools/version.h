@@ -7,16 +7,15 @@
 namespace common
 {
 
-/// A version number of four parts, ordered part by part. A plain value.
+/// A version number with four parts, compared part by part.
 class VXCOMMON_EXPORT Version
 {
 public:
     Version() = default; ///< The null version, 0.0.0.0; less than every other.
-    /// The number with these parts.
-    Version(unsigned int majorPart, unsigned int minorPart, unsigned int buildPart, unsigned int releasePart);
+    Version(unsigned int major_, unsigned int minor_, unsigned int build_, unsigned int release_);
 
-    /// Reads up to four parts between any of "-", ",", "_" and "."; a part that is no decimal number counts
-    /// as 0.
+    /// Parses up to four parts that are separated by "-", ",", "_" or ".". A part that is no decimal number
+    /// counts as 0.
     Version(const QString& text);
     Version(const char* text); ///< As above, from UTF-8.
 

@@ -7,8 +7,7 @@
 namespace tools::web
 {
 
-/// Which of the service's web hosts is at home for a SIP identity, told by where its domain ends.
-/// Thread-safe.
+/// Selects the web host of the service for a SIP identity, by the end of its domain. Thread-safe.
 class VXCOMMON_EXPORT Web
 {
 public:
@@ -22,13 +21,14 @@ public:
         LocaleEu = 2       ///< The domain ends in ".eu".
     };
 
-    /// The country of an identity. The test minds case, and a domain with a port counts as LocaleDefault.
+    /// Returns the country of an identity. The test is case-sensitive, and a domain with a port is
+    /// LocaleDefault.
     static Locale GetLocale(const QString& sipId);
 
-    /// `ruUrl` for LocaleRu, else `otherUrl`.
+    /// Returns `ruUrl` for LocaleRu, otherwise `otherUrl`.
     static QString GetUrl(const QString& sipId, const QString& ruUrl, const QString& otherUrl);
 
-    /// Base address of the service's web services for an identity.
+    /// Returns the base URL of the service's web services for an identity.
     static QString GetWebServisesUrl(const QString& sipId);
 };
 
