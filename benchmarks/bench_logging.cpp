@@ -44,9 +44,9 @@ public:
     explicit BackendInUse(int level)
         : previous(logger::SetLogger(logger::GetLog4cpp()))
     {
-        logger::GetLogger()->Configure(level, logger::RollingFile, logger::PatternLayout, {}, {}, {},
-                                       LogFolder().filePath(QStringLiteral("facade.log")), {}, maxFileSize,
-                                       maxBackups);
+        logger::GetLogger()->Configure(level, logger::Target::RollingFile, logger::Option::PatternLayout, {},
+                                       {}, {}, LogFolder().filePath(QStringLiteral("facade.log")), {},
+                                       maxFileSize, maxBackups);
     }
 
     ~BackendInUse()

@@ -13,10 +13,11 @@ bool SetUpLog(const LogOptions& options)
 
     logger::ILogger* log = logger::GetLog4cpp();
     logger::SetLogger(log);
-    const unsigned int sourceOptions = options.source ? logger::ShowSource | logger::ShowFunction : 0;
-    return log->Configure(options.level, logger::RollingFile, logger::PatternLayout | sourceOptions,
-                          QString(), QStringLiteral("qt"), QString(), options.file, QString(), maxFileSize,
-                          maxBackups);
+    const unsigned int sourceOptions =
+        options.source ? logger::Option::ShowSource | logger::Option::ShowFunction : 0;
+    return log->Configure(options.level, logger::Target::RollingFile,
+                          logger::Option::PatternLayout | sourceOptions, QString(), QStringLiteral("qt"),
+                          QString(), options.file, QString(), maxFileSize, maxBackups);
 }
 
 } // namespace vxtool

@@ -30,8 +30,8 @@ constexpr logger::Channel logChannel{"test.backend"};
 /// The arguments of Configure with harmless values, so that a test names only what it is about.
 struct Setup
 {
-    unsigned int targets = logger::RollingFile;
-    unsigned int options = logger::PatternLayout;
+    unsigned int targets = logger::Target::RollingFile;
+    unsigned int options = logger::Option::PatternLayout;
     QString pattern = "%m%n";
     QString configFile;
     QString logFile;
@@ -70,15 +70,16 @@ int LogUntilExit()
         LOG_MESSAGE(logger::Fatal) << "too late";
         logger::ILogger* log = logger::GetLog4cpp();
         log->SetLevel(logger::Debug);
-        log->Configure(0, logger::Console | logger::RollingFile, 0, {}, {}, {}, {}, "too late", 1000, 1);
+        log->Configure(0, logger::Target::Console | logger::Target::RollingFile, 0, {}, {}, {}, {},
+                       "too late", 1000, 1);
         log->SetFileLoggingEnabled(true);
         logger::SetLogger(defaultLogger);
         LOG_MESSAGE(logger::Error) << "too late, by the default logger";
     });
     logger::SetLogger(logger::GetLog4cpp());
-    logger::GetLogger()->Configure(logger::Debug, logger::RollingFile | logger::Debugger,
-                                   logger::PatternLayout, "%p %c %m%n", "qt.k\u00F6rper", {}, "exit.log",
-                                   "short.log", 100000000, 2);
+    logger::GetLogger()->Configure(logger::Debug, logger::Target::RollingFile | logger::Target::Debugger,
+                                   logger::Option::PatternLayout, "%p %c %m%n", "qt.k\u00F6rper", {},
+                                   "exit.log", "short.log", 100000000, 2);
     // Registered after it, so it runs before.
     failures += std::atexit([] {
         LOG_MESSAGE(logger::Error) << "last words";
@@ -96,6 +97,16 @@ int LogUntilExit()
     return failures;
 }
 
+/// Ends with a fatal message while the console is the only target.
+int EndFatally()
+{
+    logger::SetLogger(logger::GetLog4cpp());
+    logger::GetLogger()->Configure(logger::Debug, logger::Target::Console, logger::Option::PatternLayout,
+                                   "%m%n", {}, {}, {}, {}, 0, 0);
+    qFatal("last message");
+    return 0;
+}
+
 } // namespace
 
 class TestLog4cpp : public QObject
@@ -109,6 +120,9 @@ private Q_SLOTS:
     void levels();
     void changesOnTheWay();
     void badPlaces();
+    void namesOutsideTheCodePage();
+    void filesAreNotInherited();
+    void fatalMessageReachesAPipe();
     void threadsIntoOneRollingFile();
     void channels();
     void configurationFileAndConsole();
@@ -162,8 +176,9 @@ void TestLog4cpp::files()
     setup.maxFileSize = 100;
     setup.maxBackups = -1;
     // The short log, b, does not look at the targets.
-    QCOMPARE(filesAfterManyLines(logger::File), "a.log b.log b.log.1");
-    QCOMPARE(filesAfterManyLines(logger::File | logger::RollingFile), "a.log a.log.1 b.log b.log.1");
+    QCOMPARE(filesAfterManyLines(logger::Target::File), "a.log b.log b.log.1");
+    QCOMPARE(filesAfterManyLines(logger::Target::File | logger::Target::RollingFile),
+             "a.log a.log.1 b.log b.log.1");
 }
 
 void TestLog4cpp::levels()
@@ -209,7 +224,7 @@ void TestLog4cpp::changesOnTheWay()
     LogOnMain("5");
     QCOMPARE(ReadLog(File("b.log")) + ReadLog(File("c.log")), "1\n3\n4\n5\n4\n5\n");
     // For the console it is the caller's to know.
-    setup.targets = logger::Console;
+    setup.targets = logger::Target::Console;
     QVERIFY_EXCEPTION_THROWN(setup.Apply(), std::exception);
 }
 
@@ -237,6 +252,71 @@ void TestLog4cpp::badPlaces()
         logger::GetLogger()->SetFileLoggingEnabled(false);
         QVERIFY(QFile::remove(good.logFile));
     }
+}
+
+// Western code pages of Windows have none of these letters.
+void TestLog4cpp::namesOutsideTheCodePage()
+{
+    const QString folder = File("Журнал");
+    QVERIFY(QDir().mkdir(folder));
+    setup.logFile = folder + "/весь.log";
+    setup.shortLogFile = folder + "/короткий.log";
+    setup.maxFileSize = 20;
+    setup.maxBackups = 10;
+    setup.Apply();
+    for (int i = 0; i < 12; ++i) {
+        LogOnMain("a line of twenty bytes");
+    }
+    const QStringList backups = QDir(folder).entryList({"весь.log*"}, QDir::Files, QDir::Name);
+    QCOMPARE(backups.size(), 11);
+    QCOMPARE(backups.last(), "весь.log.10");
+    QCOMPARE(filetree::Read(folder + "/весь.log.01"), "a line of twenty bytes\n");
+    QCOMPARE(filetree::Read(folder + "/короткий.log.1"), "a line of twenty bytes\n");
+
+    logger::GetLogger()->SetFileLoggingEnabled(false);
+    QVERIFY(QFile::remove(setup.logFile));
+    logger::GetLogger()->SetFileLoggingEnabled(true);
+    LogOnMain("again");
+    QCOMPARE(filetree::Read(setup.logFile), "again\n");
+
+    setup.targets = logger::Target::File;
+    setup.logFile = folder + "/простой.log";
+    setup.Apply();
+    LogOnMain("plain");
+    QCOMPARE(filetree::Read(setup.logFile), "plain\n");
+}
+
+void TestLog4cpp::filesAreNotInherited()
+{
+    setup.maxFileSize = 10;
+    setup.Apply();
+    LogOnMain("one rollover");
+    QProcess child;
+    child.start(QCoreApplication::applicationFilePath(), {"wait for input"});
+    QVERIFY(child.waitForReadyRead(60000));
+#ifdef Q_OS_WIN
+    // With its handles inherited, the files could not be removed while the child runs.
+    logger::GetLogger()->SetFileLoggingEnabled(false);
+    const bool isInherited = !QFile::remove(setup.logFile) || !QFile::remove(setup.shortLogFile);
+#else
+    bool isInherited = false;
+    const QDir descriptors(QStringLiteral("/proc/%1/fd").arg(child.processId()));
+    for (const QFileInfo& descriptor : descriptors.entryInfoList(QDir::System | QDir::Files)) {
+        isInherited = isInherited || descriptor.symLinkTarget().startsWith(dir->path());
+    }
+#endif
+    child.closeWriteChannel();
+    QVERIFY(child.waitForFinished(60000));
+    QVERIFY(!isInherited);
+}
+
+void TestLog4cpp::fatalMessageReachesAPipe()
+{
+    QProcess program;
+    program.start(QCoreApplication::applicationFilePath(), {"end fatally"});
+    QVERIFY(program.waitForFinished(60000));
+    QCOMPARE(program.exitStatus(), QProcess::CrashExit);
+    QCOMPARE(program.readAllStandardOutput().trimmed(), "last message");
 }
 
 void TestLog4cpp::threadsIntoOneRollingFile()
@@ -275,14 +355,15 @@ void TestLog4cpp::channels()
 // The last one in this process, since the console appender stays with the root category.
 void TestLog4cpp::configurationFileAndConsole()
 {
-    setup.configFile = File("a.properties");
+    QVERIFY(QDir(dir->path()).mkdir("Журнал"));
+    setup.configFile = File("Журнал/настройки.properties");
     QVERIFY(!logger::GetLogger()->LoadConfiguration(setup.configFile));
     filetree::Write(setup.configFile, "rootCategory=DEBUG, A\nappender.A=NoSuchAppender\n");
     QVERIFY(!logger::GetLogger()->LoadConfiguration(setup.configFile));
     filetree::Write(setup.configFile, "rootCategory=WARN, A\ncategory.main=FATAL\nappender.A=FileAppender\n"
                                       "appender.A.layout=SimpleLayout\nappender.A.fileName=" +
                                           File("configured.log").toLocal8Bit());
-    setup.options |= logger::ShowSource;
+    setup.options |= logger::Option::ShowSource;
     QVERIFY(setup.Apply());
     LOG_MESSAGE(logger::Warn) << "warning";
     LOG_MESSAGE(logger::Info) << "filtered by the file";
@@ -291,7 +372,7 @@ void TestLog4cpp::configurationFileAndConsole()
     QVERIFY2(!QFile::exists(setup.logFile), "the file decides everything");
 
     setup = Setup();
-    setup.targets = logger::Console;
+    setup.targets = logger::Target::Console;
     setup.Apply();
     std::ostringstream output;
     std::streambuf* previous = std::cout.rdbuf(output.rdbuf());
@@ -338,6 +419,13 @@ int main(int argc, char* argv[])
 {
     if (argc == 2 && argv[1] == QByteArray("log until exit")) {
         return backendtest::LogUntilExit();
+    }
+    if (argc == 2 && argv[1] == QByteArray("end fatally")) {
+        return backendtest::EndFatally();
+    }
+    if (argc == 2 && argv[1] == QByteArray("wait for input")) {
+        std::cout << "ready" << std::endl;
+        return std::cin.get() == EOF ? 0 : 1;
     }
     QCoreApplication application(argc, argv);
     backendtest::TestLog4cpp test;

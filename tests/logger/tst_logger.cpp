@@ -2,7 +2,7 @@
 
 #include <QDebug>
 #include <QRegularExpression>
-#include <QTest>
+#include <table.h>
 
 namespace logger = common::logger;
 
@@ -29,6 +29,7 @@ private Q_SLOTS:
     void threshold();
     void qtLine();
     void statement();
+    void functionNames_data();
     void functionNames();
     void destroy();
 };
@@ -78,40 +79,95 @@ void TestLogger::statement()
     const RecordingLogger::Line line = recorder.lines.at(0);
     QCOMPARE(line.text, "number 5 text Ж 1.5");
     QCOMPARE(line.channel + '|' + line.function, "main|TestLogger::statement");
-    QVERIFY(line.level == logger::Warn && line.line == __LINE__ - 4 && line.file == __FILE__);
+    QCOMPARE(line.level, int(logger::Warn));
+    QCOMPARE(line.line, __LINE__ - 5);
+    QCOMPARE(line.file, __FILE__);
 
-    LOG_MESSAGE(logger::NotSet) << "nobody hears this";
+    static constexpr logger::Channel voice{"test.voice"};
+    LOG_MESSAGE_ON(voice, logger::Info) << "on its own channel";
+    QCOMPARE(recorder.lines.at(1).channel, "test.voice");
+
+    LOG_MESSAGE(logger::NotSet) << "dropped";
     logger::SetLogger(nullptr);
-    LOG_MESSAGE(logger::Error) << "nobody hears this";
-    QVERIFY(logger::GetLogger() == nullptr && logger::SetLogger(&recorder) == nullptr);
-    QCOMPARE(recorder.lines.size(), 1u);
+    LOG_MESSAGE(logger::Error) << "no logger";
+    QCOMPARE(logger::GetLogger(), nullptr);
+    QCOMPARE(logger::SetLogger(&recorder), nullptr);
+    QCOMPARE(recorder.lines.size(), 2u);
 }
 
-// What compilers, MSVC the last, tell of the lambda in a statement.
+// The signatures of the lambda in a statement, as GCC, Clang and MSVC print them.
+void TestLogger::functionNames_data()
+{
+    const Table<QByteArray, QByteArray> row("signature", "name");
+    row("GCC: call operator", "a::B::operator()(int) const::<lambda()>", "a::B::operator()");
+    row("GCC: function type as template argument", "a::B<void (*)(int)>::F(T) const::<lambda()>",
+        "a::B<void (*)(int)>::F");
+    row("GCC: conversion to a template", "a::B::operator std::function<void()>()::<lambda()>",
+        "a::B::operator std::function<void()>");
+    row("GCC: template operator", "a::{anonymous}::Q<int>::operator< <int>(int) const::<lambda()>",
+        "a::{anonymous}::Q<int>::operator< <int>");
+    row("GCC: arrow, and an operator as template argument", "F<&a::operator< >::operator->()::<lambda()>",
+        "F<&a::operator< >::operator->");
+    row("Clang: unnamed namespace",
+        "auto a::(anonymous namespace)::F(int)::(anonymous class)::operator()() const",
+        "a::(anonymous namespace)::F");
+    row("MSVC: function", "a::B::F::<lambda_0123>::operator ()", "a::B::F");
+    row("MSVC: call operator", "a::B::operator ()::<lambda_0123>::operator ()", "a::B::operator ()");
+    row("MSVC: shift operator", "a::B::operator <<::<lambda_0123>::operator ()", "a::B::operator <<");
+    row("name that only begins like an operator", "a::operators(int)::<lambda()>", "a::operators");
+}
+
 void TestLogger::functionNames()
 {
-    const auto name = [](const auto& signature) {
-        return QByteArray(logger::detail::EnclosingFunctionName(signature).text);
-    };
-    QCOMPARE(name("a::B::operator()(int) const::<lambda()>"), "a::B::operator()");
-    QCOMPARE(name("a::B<void (*)(int)>::F(T) const::<lambda()>"), "a::B<void (*)(int)>::F");
-    QCOMPARE(name("auto a::(anonymous namespace)::F(int)::(anonymous class)::operator()() const"),
-             "a::(anonymous namespace)::F");
-    QCOMPARE(name("a::B::F::<lambda_0123>::operator ()"), "a::B::F");
+    QFETCH(QByteArray, signature);
+    QFETCH(QByteArray, name);
+
+    QByteArray buffer(signature.size() + 1, 'x');
+    logger::detail::CopyEnclosingFunctionName(signature.constData(), buffer.data());
+    QCOMPARE(buffer.constData(), name);
 }
 
 void TestLogger::destroy()
 {
-    static bool isDestroyed = false;
-    struct Mortal : logger::Logger
+    static QByteArray calls;
+    struct Heap : logger::Logger
     {
-        ~Mortal() override { isDestroyed = true; }
+        ~Heap() override { calls += "deleted "; }
     };
-    logger::ILogger* log = new Mortal;
-    log->Destroy();
-    QVERIFY(isDestroyed);
-    logger::GetLogger()->Destroy();
-    LOG_MESSAGE(logger::Error) << "the default logger is still there";
+    // A program's own logger, with all operations by their names.
+    struct Static final : logger::ILogger
+    {
+        void Write(const logger::IMessage& /*message*/) override { calls += "written "; }
+        int GetLevel() const override { return logger::Debug; }
+        void SetLevel(int /*level*/) override {}
+        bool IsSourceShown() const override { return false; }
+        void SetSourceShown(bool /*shown*/) override {}
+        bool Configure(int /*level*/, unsigned int /*targets*/, unsigned int /*options*/,
+                       const QString& /*pattern*/, const QString& /*qtChannel*/,
+                       const QString& /*configFile*/, const QString& /*logFile*/,
+                       const QString& /*shortLogFile*/, std::size_t /*maxFileSize*/,
+                       int /*maxBackups*/) override
+        {
+            return true;
+        }
+        bool LoadConfiguration(const QString& /*configFile*/) override { return false; }
+        void Destroy() override { calls += "kept "; }
+        void SetFileLoggingEnabled(bool /*enabled*/) override {}
+    };
+    static Static ours;
+
+    for (logger::ILogger* log :
+         {static_cast<logger::ILogger*>(new Heap), static_cast<logger::ILogger*>(&ours)}) {
+        log->Destroy();
+    }
+    logger::DestroyLogger(&ours);
+    logger::ILogger* const previous = logger::SetLogger(&ours);
+    LOG_MESSAGE(logger::Error) << "ours still exists";
+    QCOMPARE(logger::SetLogger(previous), &ours);
+    QCOMPARE(calls, "deleted kept kept written ");
+
+    previous->Destroy();
+    LOG_MESSAGE(logger::Error) << "the default logger still exists";
     logger::DestroyLogger(nullptr);
 #ifdef CALL_THROUGH_NULL
     logger::ILogger* volatile none = nullptr;

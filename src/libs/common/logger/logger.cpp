@@ -1,5 +1,6 @@
 #include <common/logger/logger.h>
 
+#include "neverdestroyed.h"
 #include "sourcesuffix.h"
 
 #include <QDateTime>
@@ -32,34 +33,22 @@ QDebug OpenQtStream(const QMessageLogger& qtLogger, int level, const QLoggingCat
     }
 }
 
-/// The logger that is current from the start. Static, so Destroy leaves it alone.
 class DefaultLogger final : public Logger
 {
 public:
     constexpr DefaultLogger() = default;
 
+    void Destroy() override {}
+
 private:
     Q_DISABLE_COPY(DefaultLogger)
-
-    void DoDestroy() override {}
 };
 
-/// Keeps the default logger from being destroyed: a late destructor may log through it.
-union DefaultLoggerStorage {
-    constexpr DefaultLoggerStorage()
-        : logger()
-    {}
-    // A defaulted one would be deleted.
-    ~DefaultLoggerStorage() {} // NOLINT(modernize-use-equals-default)
-
-    DefaultLogger logger;
-};
-
-DefaultLoggerStorage defaultLogger;
+NeverDestroyed<DefaultLogger> defaultLogger;
 
 std::atomic<ILogger*>& CurrentLogger()
 {
-    static std::atomic<ILogger*> current{&defaultLogger.logger};
+    static std::atomic<ILogger*> current{&defaultLogger.value};
     return current;
 }
 
@@ -87,30 +76,29 @@ int Logger::GetLevel() const
     return level >= Fatal && level < NotSet ? level : NotSet;
 }
 
-void Logger::SetLevel(int newLevel)
+void Logger::SetLevel(int level_)
 {
-    level = newLevel;
+    level = level_;
 }
 
 bool Logger::IsSourceShown() const
 {
-    return (options & ShowSource) != 0;
+    return (options & Option::ShowSource) != 0;
 }
 
 void Logger::SetSourceShown(bool shown)
 {
-    options = shown ? options | ShowSource : options & ~ShowSource;
+    options = shown ? options | Option::ShowSource : options & ~Option::ShowSource;
 }
 
-bool Logger::Configure(int newLevel, unsigned int newTargets, unsigned int newOptions,
-                       const QString& /*pattern*/, const QString& /*qtChannel*/, const QString& configFile,
-                       const QString& /*logFile*/, const QString& /*shortLogFile*/,
-                       std::size_t /*maxFileSize*/, int /*maxBackups*/)
+bool Logger::Configure(int level_, unsigned int targets_, unsigned int options_, const QString& /*pattern*/,
+                       const QString& /*qtChannel*/, const QString& configFile, const QString& /*logFile*/,
+                       const QString& /*shortLogFile*/, std::size_t /*maxFileSize*/, int /*maxBackups*/)
 {
-    targets = newTargets;
-    options = newOptions;
+    targets = targets_;
+    options = options_;
     if (!LoadConfiguration(configFile)) {
-        SetLevel(newLevel);
+        SetLevel(level_);
     }
     return true;
 }
@@ -135,7 +123,7 @@ ILogger* SetLogger(ILogger* logger)
 void DestroyLogger(ILogger* logger)
 {
     if (logger != nullptr) {
-        logger->DoDestroy();
+        static_cast<ILoggerOperations*>(logger)->Destroy();
     }
 }
 

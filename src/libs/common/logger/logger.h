@@ -10,14 +10,16 @@
 
 /**
  * @file
- * The one door for log lines.
+ * Logging: levels, channels, loggers and the log statement.
  *
  * A statement such as
  * @code
- * LOG_MESSAGE(common::logger::Warn) << "no answer from " << host << " after " << seconds << " s";
+ * LOG_MESSAGE(common::logger::Warn) << "no response from " << host << " after " << seconds << " s";
  * @endcode
- * builds one Message on the stack and, at its end, hands it to the current ILogger. A source file speaks on
- * the channel "main" unless it declares a channel of its own inside one of its namespaces:
+ * builds one Message on the stack. At its end, the message is written by the current ILogger.
+ *
+ * A source file logs on the channel "main" unless it declares its own channel inside one of its namespaces,
+ * where name lookup finds it first:
  * @code
  * namespace common::http
  * {
@@ -27,12 +29,12 @@
  * }
  * ...
  * @endcode
- * Ordinary name lookup then finds the inner one first.
+ * Functions of the global namespace name their channel in the statement: LOG_MESSAGE_ON(channel, level).
  */
 namespace common::logger
 {
 
-/// Severity of a message and threshold of a logger. The worst comes first: a small number is a grave message.
+/// Severity of a message, or threshold of a logger. Lower values are more severe.
 enum Level : int
 {
     Fatal = 0,
@@ -43,35 +45,42 @@ enum Level : int
     Notice = 5,
     Info = 6,
     Debug = 7,
-    NotSet = 8 ///< A message at this level or above is dropped without asking any logger.
+    NotSet = 8 ///< Messages at this level or above are dropped and never reach a logger.
 };
 
-/// Which part of a program speaks. Must outlive every message that points to it, so make it constexpr.
+/// The part of a program that logs. Must outlive every message that points to it, so make it constexpr.
 struct Channel
 {
     const char* name; ///< Dotted path such as "http.request"; the dots are log4cpp's category hierarchy.
 };
 
 /// Bits of the `options` argument of ILogger::Configure.
-enum Option : unsigned int
+struct Option
 {
-    ShowSource = 1,      ///< End each line in where its statement stands.
-    ShowFunction = 2,    ///< Tell there in which function, too.
-    PatternLayout = 256, ///< Lines by a conversion pattern; wins over the two below.
-    SimpleLayout = 512,  ///< log4cpp's SimpleLayout.
-    BasicLayout = 1024   ///< log4cpp's BasicLayout; wins over SimpleLayout.
+    enum Bit : unsigned int
+    {
+        ShowSource = 1,   ///< Append the source location to each line.
+        ShowFunction = 2, ///< Include the function name in the source location.
+        PatternLayout =
+            256, ///< Format lines by a conversion pattern; takes precedence over the other layouts.
+        SimpleLayout = 512, ///< Format lines by log4cpp's SimpleLayout.
+        BasicLayout = 1024  ///< Format lines by log4cpp's BasicLayout; takes precedence over SimpleLayout.
+    };
 };
 
 /// Bits of the `targets` argument of ILogger::Configure.
-enum Target : unsigned int
+struct Target
 {
-    Console = 1,    ///< Standard output.
-    Debugger = 2,   ///< The Windows debugger channel; standard error elsewhere.
-    File = 4,       ///< One log file that grows without end.
-    RollingFile = 8 ///< A log file with numbered backups; wins over File.
+    enum Bit : unsigned int
+    {
+        Console = 1,    ///< Standard output.
+        Debugger = 2,   ///< OutputDebugString on Windows, standard error elsewhere.
+        File = 4,       ///< A log file of unlimited size.
+        RollingFile = 8 ///< A log file with numbered backups; takes precedence over File.
+    };
 };
 
-/// One finished log line as a logger sees it. Valid only during ILogger::Write.
+/// A finished log line. Valid only during ILogger::Write.
 class VXCOMMON_EXPORT IMessage
 {
 public:
@@ -86,91 +95,95 @@ protected:
     ~IMessage() = default;
 };
 
-/**
- * Receiver of log lines. Write may be called from any thread; everything else belongs to the thread that sets
- * logging up.
- */
-class VXCOMMON_EXPORT ILogger
+/// The operations of a logger, in the order of the virtual table. Derive from ILogger.
+class VXCOMMON_EXPORT ILoggerOperations
 {
 public:
-    /// Gets each message when its text is complete. There is no way to report that a line was lost.
+    /// Writes a complete message. Failures cannot be reported; a line that cannot be written is lost.
     virtual void Write(const IMessage& message) = 0;
 
-    /// The threshold: messages up to this level are kept; NotSet if the logger has none of its own.
+    /// Returns the threshold: messages up to this level are written. NotSet if the logger has none.
     virtual int GetLevel() const = 0;
-    virtual void SetLevel(int level) = 0; ///< Sets the threshold.
+    virtual void SetLevel(int level) = 0; ///< @see GetLevel
 
-    /// Whether lines end in their source location (Option::ShowSource).
+    /// Returns whether each line ends with its source location (Option::ShowSource).
     virtual bool IsSourceShown() const = 0;
-    virtual void SetSourceShown(bool shown) = 0; ///< See IsSourceShown.
+    virtual void SetSourceShown(bool shown) = 0; ///< @see IsSourceShown
 
     /**
-     * Everything that a program settles about its log, at once.
+     * Configures level, targets, format and files in a single call.
      *
      * @param level threshold, see SetLevel
      * @param targets bits of Target
      * @param options bits of Option
-     * @param pattern conversion pattern for PatternLayout; empty for the default pattern
-     * @param qtChannel name of the channel for Qt's own messages
-     * @param configFile external configuration; if it can be loaded, it decides on level, files and patterns
+     * @param pattern conversion pattern of Option::PatternLayout; empty for the default pattern
+     * @param qtChannel name of the channel of Qt's own messages
+     * @param configFile external configuration; if it can be loaded, it decides level, files and patterns
      * @param logFile path of the main log; empty for none
-     * @param shortLogFile path of the log of the channel "main" and those below it; empty for none
+     * @param shortLogFile path of the log of the channel "main" and the channels below it; empty for none
      * @param maxFileSize size in bytes at which a rolling file is rolled over
-     * @param maxBackups number of backups of the main rolling file; log4cpp keeps one at least
-     * @return true in the loggers of this library, also if a file cannot be opened
+     * @param maxBackups number of backups of the main rolling file; log4cpp keeps at least one
+     * @return true in the loggers of this library, even if a file cannot be opened
      */
     virtual bool Configure(int level, unsigned int targets, unsigned int options, const QString& pattern,
                            const QString& qtChannel, const QString& configFile, const QString& logFile,
                            const QString& shortLogFile, std::size_t maxFileSize, int maxBackups) = 0;
 
-    /// Reads log4cpp's property file; after true, Configure only keeps targets, options and channel.
+    /// Loads a property file of log4cpp. If it returns true, Configure ignores level, files and pattern.
     virtual bool LoadConfiguration(const QString& configFile) = 0;
 
-    /**
-     * Destroys a logger that was made on the heap and frees it. Does nothing on the loggers that the library
-     * itself owns, and nothing through a null pointer.
-     *
-     * C++ leaves a member call through null undefined, and compilers drop a test of `this`. So this front is
-     * not virtual and does not look at `this`: it passes it on as an ordinary argument to DestroyLogger,
-     * which is compiled elsewhere and tests it there before the virtual step, DoDestroy. What remains is the
-     * caller's side: the compiler may take the pointer for non-null behind the call, and a sanitizer reports
-     * the call itself. Where a pointer may be null, call DestroyLogger on it, which is defined for null.
-     */
-    void Destroy();
+    /// Destroys and frees a logger that was created with `new`. Does nothing on the library's own loggers.
+    virtual void Destroy() { delete this; }
 
-private:
-    /// What Destroy does on a logger that is there; stands at this place in the virtual table.
-    virtual void DoDestroy() { delete this; }
-
-public:
-    /// Attaches or detaches the log files without closing the logger.
+    /// Attaches or detaches the log files. Detached files are closed and can be moved or removed.
     virtual void SetFileLoggingEnabled(bool enabled) = 0;
 
-    virtual ~ILogger() = default;
+    virtual ~ILoggerOperations() = default;
 
 protected:
-    ILogger() = default;
+    ILoggerOperations() = default;
 
 private:
-    friend VXCOMMON_EXPORT void DestroyLogger(ILogger* logger);
-    Q_DISABLE_COPY(ILogger)
+    Q_DISABLE_COPY(ILoggerOperations)
 };
 
-/// ILogger::Destroy as a function of an ordinary pointer, which may be null.
+#ifdef __GNUC__ // Destroy hides the virtual function on purpose.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Woverloaded-virtual"
+#endif
+
+/**
+ * Receives log lines. Any thread may call Write; all other operations belong to the thread that configures
+ * logging.
+ */
+class VXCOMMON_EXPORT ILogger : public ILoggerOperations
+{
+public:
+    /// Calls the virtual Destroy, or does nothing if `this` is null. C++ leaves a call through null
+    /// undefined, so the pointer is tested out of line, where the compiler knows nothing about it. Sanitizers
+    /// still report such a call; use DestroyLogger where a pointer may be null.
+    void Destroy(std::nullptr_t = nullptr);
+};
+
+#ifdef __GNUC__
+#pragma GCC diagnostic pop
+#endif
+
+/// Calls `logger->Destroy()`, or does nothing if `logger` is null.
 VXCOMMON_EXPORT void DestroyLogger(ILogger* logger);
 
-inline void ILogger::Destroy()
+inline void ILogger::Destroy(std::nullptr_t)
 {
     DestroyLogger(this);
 }
 
 /**
- * The default logger: writes through Qt's logging, each line under a category named after its channel.
+ * The default logger: writes through Qt's logging, each line in a category named after its channel.
  *
- * Silent until SetLevel is called. Qt's messages come back to the current logger: with this one current a
- * line comes back as a message of Qt's, and is printed bare on standard error if that passes the threshold,
- * warnings and worse by their own level, all others only at Debug. Takes no lock: set it up before other
- * threads log.
+ * Writes nothing until SetLevel is called. Qt's messages go to the current logger, so a line written by this
+ * one comes back to it as a Qt message. It is then printed on standard error, without its category, if its
+ * level passes the threshold: warnings and worse at their own level, all others at Debug. Takes no lock, so
+ * configure it before other threads log.
  */
 class VXCOMMON_EXPORT Logger : public ILogger
 {
@@ -178,17 +191,17 @@ public:
     constexpr Logger() = default;
 
     void Write(const IMessage& message) override;
-    int GetLevel() const override;     ///< NotSet unless the stored level is one of Fatal to Debug.
-    void SetLevel(int level) override; ///< Stores any number as it is.
+    int GetLevel() const override;      ///< NotSet unless the stored level is one of Fatal to Debug.
+    void SetLevel(int level_) override; ///< Stores any number unchanged.
     bool IsSourceShown() const override;
-    void SetSourceShown(bool shown) override; ///< Sets or clears the bit of the options.
-    /// Stores targets and options, loads `configFile` or else sets the level; the other arguments are not
-    /// used.
-    bool Configure(int level, unsigned int targets, unsigned int options, const QString& pattern,
+    void SetSourceShown(bool shown) override; ///< Sets or clears the bit in the options.
+    /// Stores targets and options. Loads `configFile` or, if that fails, sets the level. Ignores the other
+    /// arguments.
+    bool Configure(int level_, unsigned int targets_, unsigned int options_, const QString& pattern,
                    const QString& qtChannel, const QString& configFile, const QString& logFile,
                    const QString& shortLogFile, std::size_t maxFileSize, int maxBackups) override;
-    bool LoadConfiguration(const QString& configFile) override; ///< Always false: there is nothing to load.
-    void SetFileLoggingEnabled(bool enabled) override;          ///< Does nothing: there is no file.
+    bool LoadConfiguration(const QString& configFile) override; ///< Always returns false.
+    void SetFileLoggingEnabled(bool enabled) override;          ///< Does nothing, as there are no files.
 
 private:
     int level = -1;
@@ -196,36 +209,36 @@ private:
     unsigned int options = 0;
 };
 
-/// The logger that statements go to. Never null unless null was set.
+/// Returns the current logger, to which statements go. Never null unless null was set.
 VXCOMMON_EXPORT ILogger* GetLogger();
 
 /**
- * Makes `logger` current and returns the one that was; who made it keeps it. Null turns statements silent.
- * Belongs into the start of a program, while it has one thread.
+ * Makes `logger` current and returns the previous one. Takes no ownership. If `logger` is null, statements
+ * write nothing. Call it at start-up, before other threads log.
  */
 VXCOMMON_EXPORT ILogger* SetLogger(ILogger* logger);
 
 /**
- * The one logger that writes through log4cpp: console, debugger and two rolling files.
+ * Returns the process-wide logger that writes through log4cpp: console, debugger and two rolling files.
  *
- * Made on the first call; the library owns it. Its GetLevel returns NotSet, since log4cpp's categories hold
- * the threshold. Configure throws what log4cpp throws on a bad pattern for console or debugger, and keeps
- * silent about files that cannot be opened. Lines written after static destruction has passed it are dropped.
+ * The library owns it. Its GetLevel returns NotSet, because log4cpp's categories hold the threshold. Its
+ * Configure throws log4cpp's exception if the pattern of the console or the debugger is invalid. Files that
+ * cannot be opened are ignored. Lines that are written after the end of static destruction are dropped.
  *
- * Present in builds with VXCOMMON_HAS_LOG4CPP.
+ * Available if VXCOMMON_HAS_LOG4CPP is 1.
  */
 VXCOMMON_EXPORT ILogger* GetLog4cpp();
 
-/// One log statement: lives on the stack, collects the text, and delivers itself to its logger when it dies.
+/// A log statement. Lives on the stack, collects the text, and passes itself to its logger when destroyed.
 class VXCOMMON_EXPORT Message final : public IMessage
 {
 public:
-    /// The text sink: a QTextStream on a string of its own.
+    /// The text sink: a QTextStream that writes to its own string.
     class VXCOMMON_EXPORT Stream : public QTextStream
     {
     public:
         Stream();
-        const QString& GetText() const { return text; } ///< What was streamed so far.
+        const QString& GetText() const { return text; } ///< The text streamed so far.
 
     private:
         Q_DISABLE_COPY(Stream)
@@ -233,12 +246,12 @@ public:
         QString text;
     };
 
-    /// Copies no string: `channel`, `file` and `function` must outlive the message.
-    Message(ILogger* logger, const Channel* channel, int level, const char* file, const char* function,
-            int line);
+    /// Copies no string: `channel_`, `file_` and `function_` must outlive the message.
+    Message(ILogger* logger_, const Channel* channel_, int level_, const char* file_, const char* function_,
+            int line_);
     ~Message();
 
-    Stream& GetStream() { return stream; } ///< Where the items of the statement go.
+    Stream& GetStream() { return stream; } ///< Returns the sink of the statement's items.
 
     int GetLevel() const override;
     const Channel* GetChannel() const override;
@@ -261,11 +274,14 @@ private:
 
 } // namespace common::logger
 
-/// Channel of every source file that declares none of its own in an inner namespace.
+/// The channel of every source file that declares none in an inner namespace.
 [[maybe_unused]] static constexpr common::logger::Channel logChannel{"main"};
 
-/// One log statement, used as a stream: LOG_MESSAGE(common::logger::Info) << "started";
-#define LOG_MESSAGE(level)                                                                                   \
-    ::common::logger::Message(::common::logger::GetLogger(), &logChannel, (level), __FILE__,                 \
+/// A log statement on a given Channel of static lifetime, used as a stream.
+#define LOG_MESSAGE_ON(channel, level)                                                                       \
+    ::common::logger::Message(::common::logger::GetLogger(), &(channel), (level), __FILE__,                  \
                               VXCOMMON_FUNCTION_NAME, __LINE__)                                              \
         .GetStream()
+
+/// A log statement on the channel of the source file: LOG_MESSAGE(common::logger::Info) << "started";
+#define LOG_MESSAGE(level) LOG_MESSAGE_ON(logChannel, level)

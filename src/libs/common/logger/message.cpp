@@ -5,8 +5,7 @@
 namespace common::logger
 {
 
-// QTextStream is built before the string it is to write to, so it is opened here and not in the initialiser
-// list.
+// The base class is constructed before the string, so the stream is opened here.
 Message::Stream::Stream()
 {
     setString(&text, QIODevice::ReadWrite);

@@ -12,7 +12,7 @@ std::string SourceSuffix(const ILogger& logger, unsigned int options, const IMes
         return suffix;
     }
     suffix += " (";
-    if ((options & ShowFunction) != 0 && message.GetFunction() != nullptr) {
+    if ((options & Option::ShowFunction) != 0 && message.GetFunction() != nullptr) {
         suffix += message.GetFunction();
         suffix += ": ";
     }

@@ -8,7 +8,8 @@ namespace common::logger
 class ILogger;
 class IMessage;
 
-/// The source location behind a line: " (FUNCTION: file: PATH(LINE))", or empty if `logger` does not show it.
+/// Returns the source location that ends a line, " (FUNCTION: file: PATH(LINE))". Empty if `logger` does not
+/// show it.
 std::string SourceSuffix(const ILogger& logger, unsigned int options, const IMessage& message);
 
 } // namespace common::logger

@@ -1,20 +1,21 @@
 #include <common/logger/logger.h>
 
+#include "../neverdestroyed.h"
 #include "../sourcesuffix.h"
+#include "categorycache.h"
 #include "debugappender.h"
+#include "logfile.h"
 #include "qtmessagehandler.h"
 
 #include <log4cpp/BasicLayout.hh>
 #include <log4cpp/Category.hh>
-#include <log4cpp/FileAppender.hh>
 #include <log4cpp/OstreamAppender.hh>
 #include <log4cpp/PatternLayout.hh>
 #include <log4cpp/Priority.hh>
-#include <log4cpp/PropertyConfigurator.hh>
-#include <log4cpp/RollingFileAppender.hh>
 #include <log4cpp/SimpleLayout.hh>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <iostream>
@@ -27,35 +28,37 @@ namespace common::logger::l4cpp
 namespace
 {
 
-// The literal "m" where a month would be expected is meant: log readers in the field know the line by it.
+// The literal "m" in place of the month is kept for compatibility: tools that read these logs rely on it.
 constexpr char defaultPattern[] = "%d{%Y.m.%d %H:%M:%S.%l} %6p [%5t] %c: %m%n";
 
-constexpr mode_t logFileMode = 0644;
 constexpr unsigned int shortLogBackups = 1;
 
 log4cpp::Priority::Value PriorityOf(int level)
 {
-    constexpr int step = log4cpp::Priority::ALERT - log4cpp::Priority::EMERG;
-    return level >= Fatal && level < Debug ? level * step : log4cpp::Priority::DEBUG;
+    using log4cpp::Priority;
+    constexpr std::array priorities{Priority::EMERG, Priority::ALERT,  Priority::CRIT, Priority::ERROR,
+                                    Priority::WARN,  Priority::NOTICE, Priority::INFO};
+    const auto index = static_cast<std::size_t>(level);
+    return index < priorities.size() ? priorities[index] : Priority::DEBUG;
 }
 
 std::unique_ptr<log4cpp::Layout> CreateLayout(unsigned int options, const QString& pattern)
 {
-    if ((options & PatternLayout) != 0) {
+    if ((options & Option::PatternLayout) != 0) {
         auto layout = std::make_unique<log4cpp::PatternLayout>();
         layout->setConversionPattern(pattern.isEmpty() ? std::string(defaultPattern) : pattern.toStdString());
         return layout;
     }
-    if ((options & BasicLayout) != 0) {
+    if ((options & Option::BasicLayout) != 0) {
         return std::make_unique<log4cpp::BasicLayout>();
     }
-    if ((options & SimpleLayout) != 0) {
+    if ((options & Option::SimpleLayout) != 0) {
         return std::make_unique<log4cpp::SimpleLayout>();
     }
     return nullptr;
 }
 
-/// Gives the appender a layout of its own; without a layout option it keeps log4cpp's default.
+/// Gives the appender its own layout. Without a layout option it keeps log4cpp's default.
 void SetLayout(log4cpp::Appender& appender, unsigned int options, const QString& pattern)
 {
     if (auto layout = CreateLayout(options, pattern)) {
@@ -63,24 +66,15 @@ void SetLayout(log4cpp::Appender& appender, unsigned int options, const QString&
     }
 }
 
-std::string LocalPath(const QString& path)
+/// Returns the appender that `targets` selects; null if it selects no file.
+std::unique_ptr<log4cpp::Appender> CreateMainFileAppender(unsigned int targets, const QString& path,
+                                                          std::size_t maxFileSize, int maxBackups)
 {
-    return path.toLocal8Bit().toStdString();
-}
-
-/// The appender that `targets` asks for; null if it names no file target.
-std::unique_ptr<log4cpp::Appender> CreateFileAppender(unsigned int targets, const QString& logFile,
-                                                      std::size_t maxFileSize, int maxBackups)
-{
-    if ((targets & RollingFile) != 0) {
-        return std::make_unique<log4cpp::RollingFileAppender>(
-            "rollingfile", LocalPath(logFile), maxFileSize,
-            static_cast<unsigned int>(std::max(maxBackups, 0)), true, logFileMode);
+    if ((targets & Target::RollingFile) != 0) {
+        return CreateRollingFileAppender("rollingfile", path, maxFileSize,
+                                         static_cast<unsigned int>(std::max(maxBackups, 0)));
     }
-    if ((targets & File) != 0) {
-        return std::make_unique<log4cpp::FileAppender>("file", LocalPath(logFile), true, logFileMode);
-    }
-    return nullptr;
+    return (targets & Target::File) != 0 ? CreateFileAppender(path) : nullptr;
 }
 
 bool HasAppender(const log4cpp::Category& category, log4cpp::Appender* appender)
@@ -88,7 +82,7 @@ bool HasAppender(const log4cpp::Category& category, log4cpp::Appender* appender)
     return category.getAllAppenders().count(appender) != 0;
 }
 
-/// An appender of our own that writes for one category, which must never hold it longer than we do.
+/// Owns an appender and removes it from its category before deleting it.
 class AttachedAppender
 {
 public:
@@ -133,7 +127,7 @@ private:
     std::unique_ptr<log4cpp::Appender> appender;
 };
 
-/// Counts a thread that is inside Logger::Write.
+/// Counts the calling thread as one inside Logger::Write.
 class WriterCount
 {
 public:
@@ -151,8 +145,8 @@ private:
 };
 
 /**
- * Maps channels onto log4cpp categories. One instance a process, never freed, so that a statement in a late
- * destructor still finds an object; what it wrote to is gone by then, and the line is dropped.
+ * Maps channels to log4cpp categories. Never destroyed, because destructors that run at exit may still log.
+ * By then log4cpp is gone, so their lines are dropped.
  */
 class Logger final : public ILogger
 {
@@ -162,29 +156,31 @@ public:
     void Write(const IMessage& message) override;
     int GetLevel() const override { return NotSet; }
     void SetLevel(int level) override;
-    bool IsSourceShown() const override { return (options & ShowSource) != 0; }
+    bool IsSourceShown() const override { return (options & Option::ShowSource) != 0; }
     void SetSourceShown(bool shown) override
     {
-        options = shown ? options | ShowSource : options & ~ShowSource;
+        options = shown ? options | Option::ShowSource : options & ~Option::ShowSource;
     }
-    bool Configure(int level, unsigned int targets, unsigned int options, const QString& pattern,
+    bool Configure(int level, unsigned int targets_, unsigned int options_, const QString& pattern,
                    const QString& qtChannel, const QString& configFile, const QString& logFile,
                    const QString& shortLogFile, std::size_t maxFileSize, int maxBackups) override;
     bool LoadConfiguration(const QString& configFile) override;
     void SetFileLoggingEnabled(bool enabled) override;
 
-    /// The end of life: later lines are dropped, since log4cpp's categories may be gone from now on.
+    void Destroy() override {}
+
+    /// Deletes the file appenders and drops all later lines, because log4cpp is destroyed after this.
     void End();
 
 private:
     Q_DISABLE_COPY(Logger)
 
-    void DoDestroy() override {}
     bool WaitForWriters() const;
     void AddOwnedAppender(std::unique_ptr<log4cpp::Appender> appender, const QString& pattern);
 
     log4cpp::Category& root = log4cpp::Category::getRoot();
     log4cpp::Category& mainCategory = log4cpp::Category::getInstance("main");
+    CategoryCache categories;
     AttachedAppender fileAppender{root};
     AttachedAppender shortFileAppender{mainCategory};
     unsigned int targets = 0;
@@ -201,14 +197,13 @@ void Logger::Write(const IMessage& message)
         return;
     }
     try {
-        log4cpp::Category& category =
-            channel != nullptr ? log4cpp::Category::getInstance(channel->name) : root;
+        log4cpp::Category& category = channel != nullptr ? categories.Find(channel->name) : root;
         const log4cpp::Priority::Value priority = PriorityOf(message.GetLevel());
         if (category.isPriorityEnabled(priority)) {
             category.log(priority, message.GetText()->toStdString() + SourceSuffix(*this, options, message));
         }
     } catch (...) {
-        // A line that cannot be written is dropped: there is nobody left to tell.
+        // There is no way to report a line that cannot be written.
     }
 }
 
@@ -228,29 +223,29 @@ void Logger::AddOwnedAppender(std::unique_ptr<log4cpp::Appender> appender, const
     root.addAppender(appender.release());
 }
 
-bool Logger::Configure(int level, unsigned int newTargets, unsigned int newOptions, const QString& pattern,
+bool Logger::Configure(int level, unsigned int targets_, unsigned int options_, const QString& pattern,
                        const QString& qtChannel, const QString& configFile, const QString& logFile,
                        const QString& shortLogFile, std::size_t maxFileSize, int maxBackups)
 {
     if (ended.load()) {
         return true;
     }
-    targets = newTargets;
-    options = newOptions;
+    targets = targets_;
+    options = options_;
     SetQtChannel(qtChannel);
     if (LoadConfiguration(configFile)) {
         return true;
     }
     SetLevel(level);
-    if ((targets & Console) != 0) {
+    if ((targets & Target::Console) != 0) {
         AddOwnedAppender(std::make_unique<log4cpp::OstreamAppender>("console", &std::cout), pattern);
     }
-    if ((targets & Debugger) != 0) {
+    if ((targets & Target::Debugger) != 0) {
         AddOwnedAppender(CreateDebugAppender(), pattern);
     }
     if (!logFile.isEmpty()) {
         try {
-            auto appender = CreateFileAppender(targets, logFile, maxFileSize, maxBackups);
+            auto appender = CreateMainFileAppender(targets, logFile, maxFileSize, maxBackups);
             if (appender) {
                 SetLayout(*appender, options, pattern);
             }
@@ -261,9 +256,8 @@ bool Logger::Configure(int level, unsigned int newTargets, unsigned int newOptio
     }
     if (!shortLogFile.isEmpty()) {
         try {
-            std::unique_ptr<log4cpp::Appender> appender = std::make_unique<log4cpp::RollingFileAppender>(
-                "rollingfile_short", LocalPath(shortLogFile), maxFileSize, shortLogBackups, true,
-                logFileMode);
+            auto appender =
+                CreateRollingFileAppender("rollingfile_short", shortLogFile, maxFileSize, shortLogBackups);
             SetLayout(*appender, options, pattern);
             shortFileAppender.Replace(std::move(appender));
         } catch (...) {
@@ -279,7 +273,7 @@ bool Logger::LoadConfiguration(const QString& configFile)
         return false;
     }
     try {
-        log4cpp::PropertyConfigurator::configure(LocalPath(configFile));
+        LoadPropertyFile(configFile);
         return true;
     } catch (...) {
         return false;
@@ -310,11 +304,11 @@ void Logger::End()
     }
 }
 
-/// False if a writer does not come back: Windows ends the other threads before it unloads libraries.
+/// Returns false if a writer never leaves Write: Windows ends the other threads before it unloads libraries.
 bool Logger::WaitForWriters() const
 {
-    constexpr std::chrono::milliseconds patience(200);
-    const auto deadline = std::chrono::steady_clock::now() + patience;
+    constexpr std::chrono::milliseconds limit(200);
+    const auto deadline = std::chrono::steady_clock::now() + limit;
     while (writers.load() != 0) {
         if (std::chrono::steady_clock::now() > deadline) {
             return false;
@@ -324,7 +318,7 @@ bool Logger::WaitForWriters() const
     return true;
 }
 
-/// Puts the end of life on the exit list.
+/// Calls Logger::End at exit.
 class LoggerEnd
 {
 public:
@@ -341,9 +335,9 @@ private:
 
 Logger& GetInstance()
 {
-    static Logger& logger = *new Logger;
-    static const LoggerEnd end(logger);
-    return logger;
+    static NeverDestroyed<Logger> logger;
+    static const LoggerEnd end(logger.value);
+    return logger.value;
 }
 
 } // namespace

@@ -4,6 +4,8 @@
 
 #include <QMessageLogContext>
 
+#include <iostream>
+
 namespace common::logger::l4cpp
 {
 
@@ -26,7 +28,7 @@ int LevelOf(QtMsgType type)
 
 void HandleQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text);
 
-/// The handler is in force from the load of the library until its end, unless it is put back before.
+/// Keeps the handler installed from the load of the library until exit, or until Undo.
 class HandlerInstallation
 {
 public:
@@ -50,7 +52,7 @@ private:
     bool installed = true;
 };
 
-// In this order: the handler reads the name, so the name must die last.
+// The handler reads the name, so the name is constructed first and destroyed last.
 QString qtChannel;
 HandlerInstallation installation;
 
@@ -60,6 +62,9 @@ void HandleQtMessage(QtMsgType type, const QMessageLogContext& context, const QS
     const Channel channel{name.constData()};
     Message(GetLogger(), &channel, LevelOf(type), context.file, context.function, context.line).GetStream()
         << text;
+    if (type == QtFatalMsg) {
+        std::cout.flush(); // Qt aborts next, and standard output is buffered unless it is a terminal.
+    }
 }
 
 } // namespace

@@ -5,10 +5,10 @@
 namespace common::logger::l4cpp
 {
 
-/// Sets the channel name that Qt's own messages arrive on; empty at start.
+/// Sets the name of the channel of Qt's own messages; empty by default.
 void SetQtChannel(const QString& name);
 
-/// Puts back the Qt message handler that was in force before the library was loaded.
+/// Reinstalls the Qt message handler that this library's handler replaced.
 void RestoreQtMessageHandler();
 
 } // namespace common::logger::l4cpp

@@ -1,0 +1,29 @@
+#include "categorycache.h"
+
+#include <log4cpp/Category.hh>
+
+#include <functional>
+
+namespace common::logger::l4cpp
+{
+
+log4cpp::Category& CategoryCache::Find(std::string_view name)
+{
+    std::atomic<Entry*>& bucket = buckets[std::hash<std::string_view>()(name) % buckets.size()];
+    Entry* first = bucket.load(std::memory_order_acquire);
+    for (Entry* entry = first; entry != nullptr; entry = entry->next) {
+        if (entry->name == name) {
+            return entry->category;
+        }
+    }
+    std::string key(name);
+    log4cpp::Category& category = log4cpp::Category::getInstance(key);
+    // Two threads may add the same name; both entries lead to the one category.
+    auto* entry = new Entry{std::move(key), category, first};
+    while (!bucket.compare_exchange_weak(entry->next, entry, std::memory_order_release,
+                                         std::memory_order_relaxed)) {
+    }
+    return category;
+}
+
+} // namespace common::logger::l4cpp

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+
+#include <cstddef>
+#include <memory>
+
+namespace log4cpp
+{
+class Appender;
+}
+
+namespace common::logger::l4cpp
+{
+
+// Child processes do not inherit the files. A file that cannot be opened drops its lines.
+
+/// Creates the appender "file", which appends to the file `path`.
+std::unique_ptr<log4cpp::Appender> CreateFileAppender(const QString& path);
+
+/// Creates an appender called `name` that appends to the file `path` and rolls it over at `maxFileSize`
+/// bytes.
+std::unique_ptr<log4cpp::Appender> CreateRollingFileAppender(const char* name, const QString& path,
+                                                             std::size_t maxFileSize,
+                                                             unsigned int maxBackups);
+
+/// Calls log4cpp::PropertyConfigurator::configure, which throws if the file cannot be read or is invalid.
+void LoadPropertyFile(const QString& path);
+
+} // namespace common::logger::l4cpp

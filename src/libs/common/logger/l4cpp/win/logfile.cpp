@@ -1,0 +1,135 @@
+#include "../logfile.h"
+
+#include <log4cpp/FileAppender.hh>
+#include <log4cpp/PropertyConfigurator.hh>
+#include <log4cpp/RollingFileAppender.hh>
+
+#include <QFile>
+#include <QTemporaryFile>
+
+#include <array>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <io.h>
+#include <share.h>
+#include <sys/stat.h>
+#include <windows.h>
+
+namespace common::logger::l4cpp
+{
+
+namespace
+{
+
+// log4cpp takes file names in the ANSI code page, which lacks most letters. The files are therefore opened
+// and renamed here; log4cpp's own constructor gets a device that every system has.
+constexpr char nullDevice[] = "NUL";
+
+const wchar_t* Wide(const QString& path)
+{
+    return reinterpret_cast<const wchar_t*>(path.utf16());
+}
+
+/// Opens a file as log4cpp does, in text mode, but not for child processes. -1 on failure.
+int OpenLogFile(const QString& path)
+{
+    int descriptor = -1;
+    _wsopen_s(&descriptor, Wide(path), _O_WRONLY | _O_CREAT | _O_APPEND | _O_TEXT | _O_NOINHERIT, _SH_DENYNO,
+              _S_IREAD | _S_IWRITE);
+    return descriptor;
+}
+
+/// Makes a file appender of log4cpp open its file by the wide name.
+template<typename Base>
+class WideNamed : public Base
+{
+public:
+    template<typename... Arguments>
+    explicit WideNamed(const char* name, const QString& path_, Arguments... arguments)
+        : Base(name, nullDevice, arguments...)
+        , path(path_)
+    {
+        Base::close();
+        this->_fd = OpenLogFile(path);
+    }
+
+    bool reopen() override
+    {
+        const int descriptor = OpenLogFile(path);
+        if (descriptor < 0) {
+            return false;
+        }
+        Base::close();
+        this->_fd = descriptor;
+        return true;
+    }
+
+protected:
+    const QString path;
+};
+
+class RollingFile final : public WideNamed<log4cpp::RollingFileAppender>
+{
+public:
+    using WideNamed::WideNamed;
+
+    void rollOver() override
+    {
+        close();
+        for (unsigned int index = getMaxBackupIndex(); index > 0; --index) {
+            const QString source = index > 1 ? BackupPath(index - 1) : path;
+            MoveFileExW(Wide(source), Wide(BackupPath(index)), MOVEFILE_REPLACE_EXISTING);
+        }
+        reopen();
+    }
+
+private:
+    /// The names that log4cpp gives: PATH.1, or PATH.01 from ten backups on.
+    QString BackupPath(unsigned int index) const
+    {
+        return QStringLiteral("%1.%2").arg(path).arg(index, _maxBackupIndexWidth, 10, QLatin1Char('0'));
+    }
+};
+
+/// A name of an existing file in the ANSI code page; empty if it has none.
+QByteArray AnsiName(const QString& path)
+{
+    const QByteArray name = path.toLocal8Bit();
+    if (QString::fromLocal8Bit(name) == path) {
+        return name;
+    }
+    std::array<wchar_t, MAX_PATH> shortPath{};
+    const DWORD length = GetShortPathNameW(Wide(path), shortPath.data(), MAX_PATH);
+    const QString shortName = QString::fromWCharArray(shortPath.data(), length < MAX_PATH ? length : 0);
+    const QByteArray ansiName = shortName.toLocal8Bit();
+    return QString::fromLocal8Bit(ansiName) == shortName ? ansiName : QByteArray();
+}
+
+} // namespace
+
+std::unique_ptr<log4cpp::Appender> CreateFileAppender(const QString& path)
+{
+    return std::make_unique<WideNamed<log4cpp::FileAppender>>("file", path);
+}
+
+std::unique_ptr<log4cpp::Appender> CreateRollingFileAppender(const char* name, const QString& path,
+                                                             std::size_t maxFileSize, unsigned int maxBackups)
+{
+    return std::make_unique<RollingFile>(name, path, maxFileSize, maxBackups);
+}
+
+void LoadPropertyFile(const QString& path)
+{
+    QByteArray name = AnsiName(path);
+    // Volumes without short names: %TEMP% is on the system's own, which has them.
+    std::unique_ptr<QTemporaryFile> copy;
+    if (name.isEmpty()) {
+        QFile file(path);
+        copy.reset(QTemporaryFile::createNativeFile(file));
+        name = copy ? AnsiName(copy->fileName()) : QByteArray();
+    }
+    log4cpp::PropertyConfigurator::configure(name.toStdString());
+}
+
+} // namespace common::logger::l4cpp
