@@ -138,6 +138,7 @@ private Q_SLOTS:
     void remover_data() { copier_data(); }
     void remover() { TestLife<FileRemover>(); }
     void eventLoopInEachSlot();
+    void movedWhileItRuns();
     void randomMoments();
 };
 
@@ -170,6 +171,28 @@ void TestJobLife::eventLoopInEachSlot()
     });
     QVERIFY(job.Copy());
     QTRY_COMPARE(textAfterLoop, "Copying failed with error '700103'!");
+}
+
+/// The signals follow the owner from a thread that has no event loop and ends.
+void TestJobLife::movedWhileItRuns()
+{
+    const Work work;
+    std::unique_ptr<FileRemover> job;
+    QThread* const home = QThread::currentThread();
+    const std::unique_ptr<QThread> maker(QThread::create([&] {
+        job = std::make_unique<FileRemover>();
+        work.AddTo(*job);
+        QVERIFY(job->Remove());
+        job->moveToThread(home);
+    }));
+    maker->start();
+    QVERIFY(maker->wait());
+    JobRecorder recorder(job.get());
+    while (!recorder.HasEnded()) {
+        QThread::msleep(1);
+        QCoreApplication::sendPostedEvents(); // An event loop is not needed.
+    }
+    QCOMPARE(recorder.signalsSeen, Steps(5, 5) << "done");
 }
 
 void TestJobLife::randomMoments()

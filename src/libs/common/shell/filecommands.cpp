@@ -30,8 +30,7 @@ bool Retry(const Primitive& primitive, const QString& failure)
         if (primitive()) {
             return true;
         }
-        // The number is filled in last, also into a "%1" that stands in a file's name. That is meant.
-        LOG_MESSAGE(logger::Warn) << (failure + QLatin1String(", attempt '%1'")).arg(attempt + 1);
+        LOG_MESSAGE(logger::Warn) << failure << ", attempt '" << attempt + 1 << "'";
     }
     return false;
 }

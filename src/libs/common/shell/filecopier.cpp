@@ -21,21 +21,17 @@ FileCopier::FileCopier() = default;
 
 FileCopier::~FileCopier()
 {
-    DestroyFileTask(task);
+    DropTask(task, true);
 }
 
 bool FileCopier::Copy()
 {
-    if (!ReplaceFileTask(task, this, FileCopyTask::copyTraits, files, symlinks, directories)) {
-        return false;
-    }
-    task->Copy();
-    return true;
+    return StartTask<FileCopyTask>(task, this, FileCopyTask::copyTraits, files, symlinks, directories);
 }
 
 void FileCopier::Abort(bool force)
 {
-    DropFileTask(task, this, force);
+    DropTask(task, force);
 }
 
 void FileCopier::AddSymlink(const QString& fileSourcePath, const QString& fileDestPath)

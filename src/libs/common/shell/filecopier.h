@@ -12,7 +12,7 @@
 namespace common
 {
 
-class FileCopyTask;
+class FileTask;
 
 /**
  * Copies files, symbolic links and directory trees on a thread of its own.
@@ -95,7 +95,7 @@ private:
     QList<PathPair> symlinks;
     QList<PathPair> files;
     QList<PathPair> directories;
-    QPointer<FileCopyTask> task;
+    QPointer<FileTask> task;
 };
 
 } // namespace common

@@ -67,11 +67,6 @@ FileCopyTask::~FileCopyTask()
     Abort(true);
 }
 
-void FileCopyTask::Copy()
-{
-    Start();
-}
-
 int FileCopyTask::Scan()
 {
     LOG_MESSAGE(logger::Debug) << "Start scanning directories...";
@@ -108,11 +103,6 @@ int FileCopyTask::ScanPath(const QString& sourceRoot, const QString& destination
 
 int FileCopyTask::WorkAll()
 {
-    return CopyAll();
-}
-
-int FileCopyTask::CopyAll()
-{
     const QList<PathPair> items = files + symlinks;
     const int total = static_cast<int>(items.size());
     // A pair that was added both as file and as link is a file both times. That is meant.
@@ -132,7 +122,7 @@ int FileCopyTask::CopyAll()
                                               .arg(source, destination, QString::number(code));
             return code;
         }
-        Report(++current, total);
+        reports->Progress(++current, total);
     }
     return 0;
 }

@@ -23,9 +23,6 @@ public:
                  const QList<PathPair>& directories_);
     ~FileCopyTask() override;
 
-public Q_SLOTS:
-    void Copy();
-
 private:
     Q_DISABLE_COPY(FileCopyTask)
 
@@ -33,7 +30,6 @@ private:
     int WorkAll() override;
 
     int ScanPath(const QString& sourceRoot, const QString& destinationRoot);
-    int CopyAll();
     int CopyFile(const QString& source, const QString& destination) const;
     int CopySymlink(const QString& source, const QString& destination) const;
     int BeforeCopy(const QString& source, const QString& destination) const;

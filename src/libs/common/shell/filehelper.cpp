@@ -89,26 +89,31 @@ void FileHelper::Scan()
     }
     const QStringList scannedFiles = files;
     for (const QString& file : scannedFiles) {
-        const QFileInfo info(ResolvedPath(file));
-        if (info.exists()) {
-            AddFound(info, file);
+        // "file/" names nothing, although it can be resolved.
+        if (!file.isEmpty() && QFileInfo::exists(file)) {
+            AddFound(QFileInfo(ResolvedPath(file)), file);
         }
     }
 }
 
 void FileHelper::ScanPath(const QString& root)
 {
+    if (root.isEmpty()) {
+        return;
+    }
     // No QDir::AllDirs: the name filters hold for directories, too.
     constexpr QDir::Filters filters = QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot;
     std::vector<Level> levels;
     const auto enter = [&](const QString& path) {
         const QDir dir(path);
-        if (!path.isEmpty() && dir.exists()) {
+        if (dir.exists()) {
             levels.push_back({path, dir.entryInfoList(nameFilters, filters, QDir::NoSort)});
         }
     };
 
-    enter(ResolvedPath(root));
+    // An absolute file path keeps a slash at the end.
+    const bool endsInSlash = QDir::fromNativeSeparators(root).endsWith(u'/');
+    enter(ResolvedPath(root) + (endsInSlash ? QStringLiteral("/") : QString()));
     while (!levels.empty()) {
         Level& level = levels.back();
         if (level.entries.isEmpty()) {

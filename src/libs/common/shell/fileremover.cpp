@@ -11,21 +11,17 @@ FileRemover::FileRemover() = default;
 
 FileRemover::~FileRemover()
 {
-    DestroyFileTask(task);
+    DropTask(task, true);
 }
 
 bool FileRemover::Remove()
 {
-    if (!ReplaceFileTask(task, this, FileRemoveTask::removeTraits, files, directories)) {
-        return false;
-    }
-    task->Remove();
-    return true;
+    return StartTask<FileRemoveTask>(task, this, FileRemoveTask::removeTraits, files, directories);
 }
 
 void FileRemover::Abort(bool force)
 {
-    DropFileTask(task, this, force);
+    DropTask(task, force);
 }
 
 void FileRemover::AddFile(const QString& filePath)

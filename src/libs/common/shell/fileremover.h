@@ -10,7 +10,7 @@
 namespace common
 {
 
-class FileRemoveTask;
+class FileTask;
 
 /**
  * Removes files, links and directory trees on a thread of its own. What is gone already is no failure.
@@ -25,8 +25,9 @@ class FileRemoveTask;
  * Collect the work with the Add functions, then call Remove. A job first looks into the directories, hidden
  * entries left out, then removes all files and links, and after them all directories, each behind those it
  * holds and the added ones last. It stops at the first failure; what is removed stays removed. A directory
- * with a hidden entry is never empty, so it cannot be removed. A link is removed as a link: what it leads to
- * is not touched.
+ * with a hidden entry is never empty, so it cannot be removed. A link that is in a
+ * tree or added as a file is removed as a link: what it leads to is not touched. A link that is added as a
+ * directory stands for that directory, whose content is removed.
  *
  * All signals come on the remover's own thread, through its event loop, but 700201 inside Remove. A job ends
  * in exactly one of `succesed` and `failed`. Errors of `failed`:
@@ -84,7 +85,7 @@ private:
 
     QStringList files;
     QStringList directories;
-    QPointer<FileRemoveTask> task;
+    QPointer<FileTask> task;
 };
 
 } // namespace common

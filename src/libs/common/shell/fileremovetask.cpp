@@ -50,11 +50,6 @@ FileRemoveTask::~FileRemoveTask()
     Abort(true);
 }
 
-void FileRemoveTask::Remove()
-{
-    Start();
-}
-
 int FileRemoveTask::Scan()
 {
     LOG_MESSAGE(logger::Debug) << "Start scanning directories...";
@@ -94,11 +89,6 @@ int FileRemoveTask::ScanPath(const QString& root, QStringList& foundDirectories)
 
 int FileRemoveTask::WorkAll()
 {
-    return RemoveAll();
-}
-
-int FileRemoveTask::RemoveAll()
-{
     int current = 0;
     const int code = RemoveEach(files, &FileRemoveTask::RemoveFile,
                                 QStringLiteral("Removing file '%1' failed with error '%2'!"), current);
@@ -121,7 +111,7 @@ int FileRemoveTask::RemoveEach(const QStringList& paths, Step remove, const QStr
             LOG_MESSAGE(logger::Error) << failedText.arg(path, QString::number(code));
             return code;
         }
-        Report(++current, total);
+        reports->Progress(++current, total);
     }
     return 0;
 }

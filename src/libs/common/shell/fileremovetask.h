@@ -18,9 +18,6 @@ public:
     FileRemoveTask(const QStringList& files_, const QStringList& directories_);
     ~FileRemoveTask() override;
 
-public Q_SLOTS:
-    void Remove();
-
 private:
     Q_DISABLE_COPY(FileRemoveTask)
 
@@ -30,7 +27,6 @@ private:
     int WorkAll() override;
 
     int ScanPath(const QString& root, QStringList& foundDirectories);
-    int RemoveAll();
     int RemoveEach(const QStringList& paths, Step remove, const QString& failedText, int& current);
     int RemoveFile(const QString& path) const;
     int RemoveDirectory(const QString& path) const;

@@ -7,7 +7,6 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QThread>
-#include <QTimer>
 
 #include <vector>
 
@@ -21,10 +20,10 @@ FileTask::FileTask(const FileTaskTraits& traits_)
     try {
         auto newThread = std::make_unique<QThread>();
         connect(newThread.get(), &QThread::started, this, &FileTask::run, Qt::DirectConnection);
-        connect(newThread.get(), &QThread::finished, this, &FileTask::OnWorkerFinished, Qt::QueuedConnection);
+        connect(newThread.get(), &QThread::finished, this, &QObject::deleteLater, Qt::QueuedConnection);
         thread = std::move(newThread);
     } catch (const std::bad_alloc&) {
-        thread.reset(); // Start will tell.
+        thread.reset(); // Start reports it.
     }
 }
 
@@ -33,13 +32,12 @@ FileTask::~FileTask() = default;
 void FileTask::Start()
 {
     abortFlag = 0;
-    if (!thread) {
-        Fail(traits.threadMissingCode, QStringLiteral("Thread variable is NULL!"));
-        return;
+    if (thread) {
+        thread->start(QThread::InheritPriority);
     }
-    thread->start(QThread::InheritPriority);
-    if (!thread->isRunning() && !thread->isFinished()) {
-        Fail(traits.threadMissingCode, QStringLiteral("The system has no thread left!"));
+    // Qt reports a thread that the system cannot start by its state alone.
+    if (!thread || (!thread->isRunning() && !thread->isFinished())) {
+        Fail(traits.threadMissingCode, QStringLiteral("Thread variable is NULL!"));
     }
 }
 
@@ -53,9 +51,6 @@ void FileTask::Abort(bool force)
         thread->wait(QDeadlineTimer(QDeadlineTimer::Forever));
         LOG_MESSAGE(logger::Debug) << "Wait finished!";
     }
-    // Qt sees to this order already. Looking at it makes it known to race detectors, which cannot see into
-    // Qt.
-    Q_ASSERT(!thread || !thread->isFinished() || workerDone);
 }
 
 void FileTask::run()
@@ -71,75 +66,15 @@ void FileTask::run()
         Fail(code, QString::fromLatin1(traits.failedText).arg(code));
     } else {
         LOG_MESSAGE(logger::Info) << QString::fromLatin1(traits.finishedText).arg(timer.elapsed());
-        End(0, QString());
+        reports->End(0, {});
     }
     QThread::currentThread()->quit();
-    workerDone = true;
-}
-
-/// All is told before the task goes: this may run in an event loop inside a slot of one of its signals.
-void FileTask::OnWorkerFinished()
-{
-    const QPointer<FileTask> self = this;
-    EmitReported();
-    if (self) {
-        deleteLater();
-    }
 }
 
 void FileTask::Fail(int code, const QString& text)
 {
     LOG_MESSAGE(logger::Error) << text;
-    End(code, text);
-}
-
-void FileTask::End(int code, const QString& text)
-{
-    endCode = code;
-    endText = text;
-    ended = true;
-    QMetaObject::invokeMethod(this, &FileTask::EmitReported, Qt::QueuedConnection);
-}
-
-void FileTask::Report(int current, int total)
-{
-    totalItems = total;
-    reportedItems = current;
-    if (!looking.exchange(true)) {
-        QMetaObject::invokeMethod(this, &FileTask::LookAtReports, Qt::QueuedConnection);
-    }
-}
-
-void FileTask::LookAtReports()
-{
-    if (reportedItems != emittedItems) {
-        // Before the signals: a slot may run an event loop of its own.
-        QTimer::singleShot(lookInterval, this, &FileTask::LookAtReports);
-    } else {
-        looking = false;
-    }
-    // Also if there was nothing new: the worker may have counted on this look until just now.
-    EmitReported();
-}
-
-void FileTask::EmitReported()
-{
-    const bool isEnd = ended; // Looked at first: all items were reported before it.
-    const int reached = reportedItems;
-    const QPointer<FileTask> self = this; // A slot may destroy the owner, or come here by a restart.
-    while (self && emittedItems < reached) {
-        Q_EMIT progress(++emittedItems, totalItems);
-    }
-    if (!self || !isEnd || endEmitted) {
-        return;
-    }
-    endEmitted = true;
-    if (endCode == 0) {
-        Q_EMIT succesed();
-    } else {
-        const QString text = endText; // A slot that has the task deleted may read on.
-        Q_EMIT failed(endCode, text);
-    }
+    reports->End(code, text);
 }
 
 bool FileTask::IsAborted() const
@@ -196,6 +131,15 @@ int FileTask::WalkTree(const QString& root, int missingCode, const Visitor& visi
         }
     }
     return code;
+}
+
+void DropTask(QPointer<FileTask>& task, bool force)
+{
+    if (task) {
+        task->Abort(force);
+        task->deleteLater();
+        task.clear();
+    }
 }
 
 } // namespace common
