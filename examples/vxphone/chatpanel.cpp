@@ -1,17 +1,23 @@
 #include "panels.h"
 
+#include "appearance.h"
+
 #include <common/tools/url.h>
 
+#include <QAbstractTextDocumentLayout>
 #include <QDesktopServices>
 #include <QEvent>
-#include <QHBoxLayout>
-#include <QLabel>
+#include <QGridLayout>
 #include <QLineEdit>
+#include <QPainter>
 #include <QPushButton>
+#include <QScrollBar>
+#include <QTextBlock>
 #include <QTextBrowser>
+#include <QTextTable>
 #include <QTime>
+#include <QToolButton>
 #include <QUrl>
-#include <QVBoxLayout>
 
 #include <utility>
 
@@ -21,7 +27,14 @@ namespace vxphone
 namespace
 {
 
-/// The text as HTML, with its links as anchors.
+struct Message
+{
+    bool isOwn;
+    QString time;
+    QString text;
+};
+
+/// Returns the text as HTML, with its links as anchors.
 QString WithAnchors(const QString& text)
 {
     QString html;
@@ -37,73 +50,141 @@ QString WithAnchors(const QString& text)
     return html + text.mid(position).toHtmlEscaped();
 }
 
+/// Shows each message as a table of one cell, behind which it paints a bubble.
 class ChatView : public QTextBrowser
 {
 public:
-    void Add(const QString& line)
+    void Add(const Message& message)
     {
-        lines += line;
-        append(line);
+        messages += message;
+        Append(message);
+        verticalScrollBar()->setValue(verticalScrollBar()->maximum());
     }
 
 protected:
-    /// Links take the colour of the palette when they are made.
+    void paintEvent(QPaintEvent* event) override
+    {
+        if (messages.isEmpty()) {
+            PaintEmptyState(viewport(), QStringLiteral("chat"),
+                            tr("Say something: the echo answers.\nLinks and numbers such as "
+                               "tel:+1-212-555-0100 can be clicked."));
+            return;
+        }
+        constexpr int radius = 8;
+        QPainter painter(viewport());
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.translate(-horizontalScrollBar()->value(), -verticalScrollBar()->value());
+        const QColor base = palette().color(QPalette::Base);
+        const QColor own = Mix(base, palette().color(QPalette::Highlight), 0.25);
+        const QColor other = Mix(base, palette().color(QPalette::Text), 0.09);
+        const auto frames = document()->rootFrame()->childFrames();
+        for (qsizetype i = 0; i < frames.size(); ++i) {
+            const QTextBlock block = frames.at(i)->firstCursorPosition().block();
+            const QRectF text = document()->documentLayout()->blockBoundingRect(block);
+            painter.setBrush(messages.at(i).isOwn ? own : other);
+            painter.drawRoundedRect(text.adjusted(-padding, -padding, padding, padding), radius, radius);
+        }
+        painter.end();
+        QTextBrowser::paintEvent(event);
+    }
+
+    /// Colours become part of the document when a message is added.
     void changeEvent(QEvent* event) override
     {
         QTextBrowser::changeEvent(event);
         if (event->type() == QEvent::PaletteChange) {
             clear();
-            for (const QString& line : std::as_const(lines)) {
-                append(line);
+            for (const Message& message : std::as_const(messages)) {
+                Append(message);
             }
         }
     }
 
 private:
-    QStringList lines; ///< As HTML.
+    void Append(const Message& message)
+    {
+        constexpr int wideMargin = 90;
+        QTextTableFormat format;
+        format.setAlignment(message.isOwn ? Qt::AlignRight : Qt::AlignLeft);
+        format.setLeftMargin(message.isOwn ? wideMargin : 0);
+        format.setRightMargin(message.isOwn ? 0 : wideMargin);
+        format.setBorder(0);
+        format.setCellPadding(padding);
+        format.setCellSpacing(0);
+        QTextCursor cursor(document());
+        cursor.movePosition(QTextCursor::End);
+        const QTextTable* const table = cursor.insertTable(1, 1, format);
+        const QString quiet = ToneColour(palette(), Tone::Quiet).name();
+        table->cellAt(0, 0).firstCursorPosition().insertHtml(
+            QStringLiteral("<span style=\"color:%1\"><b>%2</b>&nbsp; %3</span><br>%4")
+                .arg(quiet, message.isOwn ? tr("You") : tr("Echo"), message.time, WithAnchors(message.text)));
+        QTextBlockFormat gap;
+        gap.setLineHeight(6, QTextBlockFormat::FixedHeight);
+        cursor.movePosition(QTextCursor::End);
+        cursor.setBlockFormat(gap);
+    }
+
+    static constexpr int padding = 8; ///< Between a bubble and its text.
+    QList<Message> messages;
 };
+
+void FollowLink(const QUrl& link, const std::function<void(const QString& link)>& call)
+{
+    const QStringList callSchemes{QStringLiteral("tel"), QStringLiteral("callto"), QStringLiteral("sip"),
+                                  QStringLiteral("sips")};
+    if (callSchemes.contains(link.scheme())) {
+        call(link.toString());
+    } else {
+        QDesktopServices::openUrl(link);
+    }
+}
 
 } // namespace
 
-QWidget* CreateChatPanel(const std::function<void(const QString& link)>& call)
+QWidget* CreateChatPanel(const QList<QAction*>& actions, const std::function<void(const QString& link)>& call)
 {
     auto* const panel = new QWidget;
-    auto* const title = new QLabel(QTextBrowser::tr("C&hat"));
     auto* const view = new ChatView;
     auto* const line = new QLineEdit;
-    auto* const send = new QPushButton(QTextBrowser::tr("&Send"));
-    title->setBuddy(line);
+    auto* const send = new QPushButton(SymbolIcon(QStringLiteral("send")), QTextBrowser::tr("&Send"));
     view->setOpenLinks(false);
-    view->setTabChangesFocus(true);
-    view->setPlaceholderText(QTextBrowser::tr("Links in what you send can be clicked."));
+    view->setAccessibleName(QTextBrowser::tr("Chat"));
     line->setPlaceholderText(QTextBrowser::tr("Write a message"));
+    line->setAccessibleName(QTextBrowser::tr("Message"));
 
-    auto* const entry = new QHBoxLayout;
-    entry->addWidget(line, 1);
-    entry->addWidget(send);
-    auto* const layout = new QVBoxLayout(panel);
+    auto* const title = new QLabel(QTextBrowser::tr("&Messages"));
+    title->setObjectName(QStringLiteral("title"));
+    title->setBuddy(line);
+    auto* const heading = new QHBoxLayout;
+    heading->addWidget(title, 1);
+    for (QAction* const action : actions) {
+        auto* const button = new QToolButton;
+        button->setDefaultAction(action);
+        button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+        button->setFocusPolicy(Qt::TabFocus);
+        heading->addWidget(button);
+    }
+    auto* const layout = new QGridLayout(panel);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(title);
-    layout->addWidget(view, 1);
-    layout->addLayout(entry);
+    layout->addLayout(heading, 0, 0, 1, 2);
+    layout->addWidget(view, 1, 0, 1, 2);
+    layout->addWidget(line, 2, 0);
+    layout->addWidget(send, 2, 1);
 
     QObject::connect(line, &QLineEdit::returnPressed, send, &QPushButton::click);
     QObject::connect(send, &QPushButton::clicked, view, [view, line] {
-        if (!line->text().trimmed().isEmpty()) {
-            const QString time = QTime::currentTime().toString(QStringLiteral("HH:mm"));
-            view->Add(QStringLiteral("<b>%1</b>&nbsp; %2").arg(time, WithAnchors(line->text())));
-            line->clear();
+        const QString text = line->text().trimmed();
+        line->clear();
+        if (!text.isEmpty()) {
+            const QString time = QLocale().toString(QTime::currentTime(), QLocale::ShortFormat);
+            view->Add({true, time, text});
+            constexpr int thinkingTime = 600; // Milliseconds.
+            QTimer::singleShot(thinkingTime, view, [view, time, text] { view->Add({false, time, text}); });
         }
     });
-    QObject::connect(view, &QTextBrowser::anchorClicked, view, [call](const QUrl& link) {
-        const QStringList callSchemes{QStringLiteral("tel"), QStringLiteral("callto"), QStringLiteral("sip"),
-                                      QStringLiteral("sips")};
-        if (callSchemes.contains(link.scheme())) {
-            call(link.toString());
-        } else {
-            QDesktopServices::openUrl(link);
-        }
-    });
+    QObject::connect(view, &QTextBrowser::anchorClicked, view,
+                     [call](const QUrl& link) { FollowLink(link, call); });
     return panel;
 }
 

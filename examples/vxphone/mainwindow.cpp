@@ -1,5 +1,7 @@
 #include "mainwindow.h"
 
+#include "address.h"
+#include "appearance.h"
 #include "panels.h"
 #include "transfers.h"
 
@@ -7,22 +9,24 @@
 #include <common/idle/idlewatcher.h>
 #include <common/logger/logger.h>
 #include <common/singleapp/qtsingleapplication.h>
+#include <common/tools/sleepwatcher.h>
 #include <common/tools/svgicon.h>
 
-#include <QApplication>
 #include <QCloseEvent>
 #include <QDockWidget>
-#include <QGridLayout>
-#include <QGroupBox>
-#include <QLabel>
+#include <QFileDialog>
+#include <QInputDialog>
 #include <QMenuBar>
-#include <QPalette>
+#include <QMessageBox>
+#include <QScreen>
+#include <QSettings>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QSystemTrayIcon>
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace vxphone
 {
@@ -34,121 +38,110 @@ using common::ClickToCall;
 
 constexpr common::logger::Channel logChannel{"vxphone"};
 
-bool GiveSchemesUp(const QStringList& schemes, const QString& application, const QString& organization)
+bool StopHandling(const QStringList& schemes, const QString& application, const QString& organization)
 {
     const bool done = ClickToCall::unregisterProtocols(schemes, application, organization);
     return ClickToCall::unregisterApplication(application, organization) && done;
 }
 
-/// Dresses the whole program in light or dark colours, in place of the desktop's own.
-void ApplyColours(bool dark)
+QString GeometryFile(const QDir& dataFolder)
 {
-    const QColor window = dark ? QColor(0x3c, 0x40, 0x46) : QColor(0xef, 0xef, 0xef);
-    const QColor button = dark ? QColor(0x52, 0x57, 0x5f) : window;
-    QPalette palette(button, window);
-    if (dark) {
-        // Frames are a darker shade of the window, so what they enclose has to differ from that.
-        palette.setColor(QPalette::Base, QColor(0x1b, 0x1d, 0x21));
-        palette.setColor(QPalette::Link, QColor(0x6f, 0xb3, 0xff));
-    }
-    palette.setColor(QPalette::Highlight, QColor(0x2f, 0x6f, 0xb5));
-    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
-        palette.setColor(QPalette::Disabled, role, QColor(0x8a, 0x90, 0x97));
-    }
-    // The style that follows a palette in every colour, on all platforms.
-    QApplication::setStyle(QStringLiteral("Fusion"));
-    QApplication::setPalette(palette);
+    return dataFolder.filePath(QStringLiteral("window.ini"));
 }
 
 } // namespace
 
-MainWindow::MainWindow(QtSingleApplication& application, const QDir& dataFolder, QWidget* logPane)
-    : dialPanel(new DialPanel)
+MainWindow::MainWindow(QtSingleApplication& application, const QDir& dataFolder_, QWidget* logPane)
+    : dataFolder(dataFolder_)
+    , book(dataFolder.filePath(QStringLiteral("contacts.json")))
+    , dialPanel(new DialPanel(book))
+    , banner(new CallBanner)
+    , transfers(new TransferPanel(dataFolder.path()))
+    , splitter(new QSplitter)
     , schemeState(new QLabel)
-    , waiting(new QLabel)
+    , downloadAction(new QAction(SymbolIcon(QStringLiteral("download")), tr("&Download a file…"), this))
+    , copyAction(new QAction(SymbolIcon(QStringLiteral("folder")), tr("&Back up a folder…"), this))
     , idleWatcher(common::IdleWatcher::instance())
 {
+    auto* const people = new PeoplePanel(book);
     setWindowTitle(tr("vxphone"));
-    setCentralWidget(CreateContents(dataFolder));
-
+    setCentralWidget(CreateContents(people));
     auto* const logDock = new QDockWidget(tr("Log"), this);
     logDock->setObjectName(QStringLiteral("log"));
     logDock->setWidget(logPane);
     addDockWidget(Qt::BottomDockWidgetArea, logDock);
-
+    logDock->hide();
     setStatusBar(CreateStatusLine(*idleWatcher, schemeState));
-    waiting->setTextFormat(Qt::PlainText);
-    waiting->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    statusBar()->addWidget(waiting, 1);
     schemeWorker.setMaxThreadCount(1);
     ChangeSchemes(nullptr);
-
-    CreateMenus(logDock->toggleViewAction());
+    CreateMenus(people, logDock->toggleViewAction());
     CreateIcon(application);
-    resize(940, 720);
-    resizeDocks({logDock}, {130}, Qt::Vertical);
-    dialPanel->setFocus();
-}
 
-QWidget* MainWindow::CreateContents(const QDir& dataFolder)
-{
-    auto* const contacts = new ContactPanel(dataFolder.filePath(QStringLiteral("contacts.json")));
-    connect(contacts, &ContactPanel::chosen, dialPanel, &DialPanel::SetAddress);
-    connect(dialPanel, &DialPanel::keepAsked, contacts, &ContactPanel::Add);
-    connect(dialPanel, &DialPanel::addressWaits, this, [this](const QString& address) {
-        waiting->setText(tr("Waits for the end of this call: %1").arg(address));
-    });
-    connect(dialPanel, &DialPanel::callChanged, this, &MainWindow::ShowCall);
-
-    auto* const work = new QWidget;
-    auto* const layout = new QVBoxLayout(work);
-    layout->setSpacing(2 * layout->spacing());
-    layout->addWidget(dialPanel);
-    layout->addWidget(CreateChatPanel([this](const QString& link) { TakeAddress(link); }), 1);
-    layout->addWidget(CreateTransfers(dataFolder));
-    auto* const splitter = new QSplitter;
-    splitter->addWidget(contacts);
-    splitter->addWidget(work);
-    splitter->setStretchFactor(1, 1);
-    splitter->setChildrenCollapsible(false);
-    splitter->setSizes({220, 720});
-    return splitter;
-}
-
-QWidget* MainWindow::CreateTransfers(const QDir& dataFolder)
-{
-    auto* const group = new QGroupBox(tr("Transfers"));
-    auto* const grid = new QGridLayout(group);
-    grid->setColumnStretch(1, 3);
-    grid->setColumnStretch(2, 2);
-    CreateDownloadRow(grid, dataFolder.filePath(QStringLiteral("downloads")));
-    copyRow = CreateCopyRow(grid, dataFolder.filePath(QStringLiteral("backup")));
-    connect(copyRow, &TransferRow::ended, this, [this] {
+    connect(people, &PeoplePanel::callAsked, this, &MainWindow::Call);
+    connect(dialPanel, &DialPanel::callAsked, this, &MainWindow::Call);
+    connect(dialPanel, &DialPanel::addAsked, this, &MainWindow::AddContact);
+    connect(banner, &CallBanner::ended, this, &MainWindow::EndCall);
+    connect(transfers, &TransferPanel::idle, this, [this] {
         if (closing) {
             close();
         }
     });
-    return group;
+    // The signal comes from a thread of the system.
+    connect(tools::SleepWatcher::instance(), &tools::SleepWatcher::sleep, banner, &CallBanner::HangUp);
+    RestoreGeometry();
+    dialPanel->setFocus();
 }
 
-void MainWindow::CreateMenus(QAction* showLog)
+QWidget* MainWindow::CreateContents(PeoplePanel* people)
+{
+    constexpr int margin = 12;
+    auto* const work = new QWidget;
+    auto* const layout = new QVBoxLayout(work);
+    layout->setContentsMargins(margin, margin, margin, margin / 2);
+    layout->setSpacing(margin);
+    layout->addWidget(banner);
+    layout->addWidget(dialPanel);
+    layout->addWidget(
+        CreateChatPanel({downloadAction, copyAction}, [this](const QString& link) { TakeAddress(link); }), 1);
+    layout->addWidget(transfers);
+    people->layout()->setContentsMargins(margin, margin, 0, margin / 2);
+    splitter->addWidget(people);
+    splitter->addWidget(work);
+    splitter->setStretchFactor(1, 1);
+    splitter->setChildrenCollapsible(false);
+    return splitter;
+}
+
+void MainWindow::CreateMenus(PeoplePanel* people, QAction* showLog)
 {
     QMenu* const phone = menuBar()->addMenu(tr("&Phone"));
-    phone->addAction(tr("&Open call links with this program"), this,
+    phone->addAction(tr("&Open call links with vxphone"), this,
                      [this] { ChangeSchemes(&ClickToCall::registerProtocols); });
-    phone->addAction(tr("&Give call links up"), this, [this] { ChangeSchemes(&GiveSchemesUp); });
+    phone->addAction(tr("&Stop handling call links"), this, [this] { ChangeSchemes(&StopHandling); });
     phone->addSeparator();
     phone->addAction(tr("&Quit"), Qt::CTRL | Qt::Key_Q, this, &QWidget::close);
 
-    QMenu* const view = menuBar()->addMenu(tr("&View"));
+    QMenu* const edit = menuBar()->addMenu(tr("&Edit"));
+    edit->addAction(tr("&Delete contact"), people, &PeoplePanel::DeleteContact);
+    edit->addAction(tr("&Undo delete"), QKeySequence::Undo, people, &PeoplePanel::UndoDelete);
+
+    QMenu* const files = menuBar()->addMenu(tr("&Transfers"));
+    downloadAction->setShortcut(Qt::CTRL | Qt::Key_D);
+    copyAction->setShortcut(Qt::CTRL | Qt::Key_B);
+    files->addActions({downloadAction, copyAction});
+    connect(downloadAction, &QAction::triggered, this, &MainWindow::AskForDownload);
+    connect(copyAction, &QAction::triggered, this, &MainWindow::AskForCopy);
+
     showLog->setText(tr("&Log"));
     showLog->setShortcut(Qt::Key_F12);
-    view->addAction(showLog);
-    QAction* const darkColours = view->addAction(tr("&Dark colours"));
-    darkColours->setCheckable(true);
-    darkColours->setChecked(palette().window().color().lightness() <
-                            palette().windowText().color().lightness());
-    connect(darkColours, &QAction::toggled, this, &ApplyColours);
+    menuBar()->addMenu(tr("&View"))->addAction(showLog);
+    menuBar()->addMenu(tr("&Help"))->addAction(tr("&About vxphone"), this, [this] {
+        ShowMessage(tr("About vxphone"),
+                    tr("<h3>vxphone %1</h3><p>A miniature softphone window that shows what vxcommon is for. "
+                       "Its calls are simulated: it sends no sound and reaches nobody.</p>"
+                       "<p>MIT licence</p>")
+                        .arg(QCoreApplication::applicationVersion()));
+    });
 }
 
 void MainWindow::CreateIcon(QtSingleApplication& application)
@@ -164,8 +157,8 @@ void MainWindow::CreateIcon(QtSingleApplication& application)
     constexpr int fadeSteps = 12;
     constexpr int fadeDuration = 500; // Milliseconds.
     using tools::svg::SvgIcon;
-    const QString rest = QStringLiteral(":/icons/phone.svg");
-    const QString call = QStringLiteral(":/icons/phone-call.svg");
+    const QString rest = QStringLiteral(":/icons/vxphone.svg");
+    const QString call = QStringLiteral(":/icons/vxphone-call.svg");
     const auto frames = QList<QIcon>{SvgIcon::CreateFromSvg(rest)} +
                         SvgIcon::CreateFromTwoSvgWithOverlay(rest, call, fadeSteps);
     const auto show = [this, tray, frames](int frame) {
@@ -179,19 +172,138 @@ void MainWindow::CreateIcon(QtSingleApplication& application)
     tray->show(); // Or as soon as the desktop has a place for it.
 }
 
-void MainWindow::ShowCall(bool inCall, const QString& text)
+void MainWindow::RestoreGeometry()
 {
-    iconFade.setDirection(inCall ? QTimeLine::Forward : QTimeLine::Backward);
+    constexpr double shareOfScreen = 0.9; // The rest is for the frame and the desktop's bars.
+    resize(QSize(960, 680).boundedTo(screen()->availableSize() * shareOfScreen));
+    splitter->setSizes({width() / 4, width() - width() / 4});
+    const QSettings saved(GeometryFile(dataFolder), QSettings::IniFormat);
+    restoreGeometry(saved.value(QStringLiteral("geometry")).toByteArray());
+    restoreState(saved.value(QStringLiteral("state")).toByteArray());
+    splitter->restoreState(saved.value(QStringLiteral("splitter")).toByteArray());
+}
+
+void MainWindow::TakeAddress(const QString& link)
+{
+    constexpr qsizetype maxLength = 2048;
+    const bool isPlain = std::all_of(link.begin(), link.end(), [](QChar c) { return c.isPrint(); });
+    if (link.size() > maxLength || !isPlain) {
+        LOG_MESSAGE(common::logger::Warn)
+            << "a text of " << link.size() << " characters is no address to call";
+    } else if (!link.isEmpty()) {
+        LOG_MESSAGE(common::logger::Info) << "address to call: " << link;
+        const QString address = PlainAddress(link);
+        if (banner->IsInCall()) {
+            Call(address);
+        } else {
+            dialPanel->SetAddress(address);
+        }
+    }
+}
+
+void MainWindow::Call(const QString& address)
+{
+    if (!banner->IsInCall()) {
+        LOG_MESSAGE(common::logger::Info) << "simulated call to " << address;
+        called = address;
+        book.BeginCall(address);
+        banner->Begin(book.NameOf(address), Read(address).shown);
+        dialPanel->hide();
+        setWindowTitle(tr("%1 – vxphone").arg(book.NameOf(address)));
+        FadeIcon(QTimeLine::Forward);
+    } else if (AddressKey(address) != AddressKey(called)) {
+        next = address;
+        banner->ShowNext(book.NameOf(address));
+    }
+}
+
+void MainWindow::EndCall(int seconds)
+{
+    LOG_MESSAGE(common::logger::Info) << "end of the call to " << called << " after " << seconds << " s";
+    book.EndCall(seconds);
+    setWindowTitle(tr("vxphone"));
+    FadeIcon(QTimeLine::Backward);
+    dialPanel->show();
+    dialPanel->SetAddress(std::exchange(next, QString()));
+}
+
+void MainWindow::FadeIcon(QTimeLine::Direction direction)
+{
+    iconFade.setDirection(direction);
     if (iconFade.state() != QTimeLine::Running) {
         iconFade.resume();
     }
-    setWindowTitle(inCall ? tr("%1 – vxphone").arg(text) : tr("vxphone"));
-    waiting->clear();
-    LOG_MESSAGE(common::logger::Info) << (inCall ? "call to " : "end of the call to ") << text;
 }
 
-/// Makes the program the handler of call links, or no longer, and shows what it is the handler of. In the
-/// background: the desktop may be slow.
+// The dialogs are not modal: an address from another process brings this window to the front, which must take
+// keys then.
+
+void MainWindow::AddContact(const QString& address)
+{
+    if (const Contact* const known = book.Find(address); known != nullptr) {
+        ShowMessage(tr("Add contact"), tr("%1 is in your contacts already, as %2.")
+                                           .arg(address.toHtmlEscaped(), known->ShownName().toHtmlEscaped()));
+        return;
+    }
+    auto* const dialog = new QInputDialog(this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowTitle(tr("Add contact"));
+    dialog->setLabelText(tr("Name for %1:").arg(Read(address).shown));
+    dialog->setOkButtonText(tr("Add contact"));
+    connect(dialog, &QInputDialog::textValueSelected, this, [this, address](const QString& name) {
+        if (book.Find(address) == nullptr) {
+            book.AddContact({name.trimmed(), address});
+        }
+    });
+    dialog->show();
+}
+
+void MainWindow::AskForDownload()
+{
+    auto* const dialog = new QInputDialog(this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowTitle(tr("Download a file"));
+    dialog->setLabelText(tr("Web address of the file:"));
+    dialog->setOkButtonText(tr("Download"));
+    dialog->setTextValue(QStringLiteral("https://"));
+    dialog->resize(width() / 2, 0);
+    connect(dialog, &QInputDialog::textValueSelected, this, [this](const QString& text) {
+        const QUrl url = QUrl::fromUserInput(text.trimmed());
+        if (url.host().isEmpty()) {
+            ShowMessage(tr("Download a file"), tr("This is not a web address."));
+        } else {
+            transfers->Download(url);
+        }
+    });
+    dialog->show();
+}
+
+void MainWindow::AskForCopy()
+{
+    auto* const dialog = new QFileDialog(this, tr("Back up a folder"), QDir::homePath());
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::Directory);
+    dialog->setOption(QFileDialog::ShowDirsOnly);
+    dialog->setLabelText(QFileDialog::Accept, tr("Choose folder"));
+    connect(dialog, &QFileDialog::fileSelected, transfers, [this](const QString& folder) {
+        if (!QFileInfo(folder).fileName().isEmpty()) {
+            transfers->Copy(folder);
+        }
+    });
+    dialog->show();
+}
+
+void MainWindow::ShowMessage(const QString& title, const QString& text)
+{
+    auto* const box = new QMessageBox(QMessageBox::Information, title, text, QMessageBox::Ok, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setTextFormat(Qt::RichText);
+    box->setModal(false);
+    box->show();
+}
+
+/// Makes the program the handler of call links, or no longer, and shows which it handles. In the background:
+/// the desktop may be slow.
 void MainWindow::ChangeSchemes(SchemeChange change)
 {
     const QString application = QCoreApplication::applicationName();
@@ -210,26 +322,17 @@ void MainWindow::ChangeSchemes(SchemeChange change)
 
 void MainWindow::closeEvent(QCloseEvent* event)
 {
-    closing = copyRow->IsRunning();
+    // The window stays as long as the program does.
+    closing = !transfers->Stop();
     if (closing) {
-        // The window stays as long as the program does: the file at hand is copied to its end.
-        copyRow->Abort();
         event->ignore();
+        return;
     }
-}
-
-void MainWindow::TakeAddress(const QString& address)
-{
-    // Any process of the user may have sent it.
-    constexpr qsizetype maxLength = 2048;
-    const bool isPlain = std::all_of(address.begin(), address.end(), [](QChar c) { return c.isPrint(); });
-    if (address.size() > maxLength || !isPlain) {
-        LOG_MESSAGE(common::logger::Warn)
-            << "a text of " << address.size() << " characters is no address to call";
-    } else if (!address.isEmpty()) {
-        LOG_MESSAGE(common::logger::Info) << "address to call: " << address;
-        dialPanel->SetAddress(address);
-    }
+    banner->HangUp();
+    QSettings saved(GeometryFile(dataFolder), QSettings::IniFormat);
+    saved.setValue(QStringLiteral("geometry"), saveGeometry());
+    saved.setValue(QStringLiteral("state"), saveState());
+    saved.setValue(QStringLiteral("splitter"), splitter->saveState());
 }
 
 } // namespace vxphone

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "phonebook.h"
+
 #include <QDir>
 #include <QMainWindow>
 #include <QSharedPointer>
@@ -7,6 +9,7 @@
 #include <QTimeLine>
 
 class QLabel;
+class QSplitter;
 class QtSingleApplication;
 
 namespace common
@@ -17,44 +20,60 @@ class IdleWatcher;
 namespace vxphone
 {
 
+class CallBanner;
 class DialPanel;
-class TransferRow;
+class PeoplePanel;
+class TransferPanel;
 
-/// The window: contacts on the left; dialling, chat and transfers on the right; the log below.
+/// The window: contacts and recent calls on the left; call, chat and transfers on the right.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
 
 public:
-    /// @param dataFolder where contacts and files are kept
+    /// @param dataFolder the directory for everything that the program keeps
     MainWindow(QtSingleApplication& application, const QDir& dataFolder, QWidget* logPane);
 
-    /// An address to call, from the chat, the command line or another process; empty to come to the front
-    /// only.
-    void TakeAddress(const QString& address);
+    /// Offers an address for a call, from the chat, the command line or another process. Any process of the
+    /// user may have sent it. Ignores an empty one.
+    void TakeAddress(const QString& link);
+    /// Calls an address, or does so after the running call.
+    void Call(const QString& address);
 
 protected:
-    void closeEvent(QCloseEvent* event) override; ///< A running copy is aborted first.
+    void closeEvent(QCloseEvent* event) override; ///< Waits for the current file of a running copy.
 
 private:
     /// As ClickToCall::registerProtocols.
     using SchemeChange = bool (*)(const QStringList& schemes, const QString& application,
                                   const QString& organization);
 
-    QWidget* CreateContents(const QDir& dataFolder);
-    QWidget* CreateTransfers(const QDir& dataFolder);
-    void CreateMenus(QAction* showLog);
+    QWidget* CreateContents(PeoplePanel* people);
+    void CreateMenus(PeoplePanel* people, QAction* showLog);
     void CreateIcon(QtSingleApplication& application);
-    void ShowCall(bool inCall, const QString& text);
+    void RestoreGeometry();
+    void AddContact(const QString& address);
+    void AskForDownload();
+    void AskForCopy();
+    void ShowMessage(const QString& title, const QString& text);
+    void EndCall(int seconds);
+    void FadeIcon(QTimeLine::Direction direction);
     void ChangeSchemes(SchemeChange change);
 
+    QDir dataFolder;
+    PhoneBook book;
     DialPanel* dialPanel;
-    TransferRow* copyRow = nullptr;
+    CallBanner* banner;
+    TransferPanel* transfers;
+    QSplitter* splitter;
     QLabel* schemeState;
-    QLabel* waiting; ///< Tells of an address that came during the call.
+    QAction* downloadAction;
+    QAction* copyAction;
     QSharedPointer<common::IdleWatcher> idleWatcher;
     QTimeLine iconFade;
     QThreadPool schemeWorker; ///< Of one thread, so that changes come one after the other.
+    QString called;           ///< The address of the running call.
+    QString next;             ///< The address to offer after it.
     bool closing = false;     ///< As soon as the copy has ended.
 };
 

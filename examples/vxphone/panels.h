@@ -1,13 +1,12 @@
 #pragma once
 
-#include <QJsonArray>
-#include <QWidget>
+#include <QElapsedTimer>
+#include <QListWidget>
+#include <QTimer>
 
 #include <functional>
 
-class QLabel;
 class QLineEdit;
-class QListWidget;
 class QPushButton;
 class QStatusBar;
 
@@ -19,66 +18,120 @@ class IdleWatcher;
 namespace vxphone
 {
 
-/// The field for what to call, what the library reads in it, and the call button.
+class Avatar;
+class Line;
+class PhoneBook;
+
+/// The field for the address to call, what the library reads in it, and the call button.
 class DialPanel : public QWidget
 {
     Q_OBJECT
 
 public:
-    DialPanel();
+    explicit DialPanel(const PhoneBook& book);
 
-    /// Puts an address, or a link such as "tel:..." that leads to one, into the field; during a call not
-    /// until it has ended.
-    void SetAddress(const QString& text);
+    void SetAddress(const QString& address);
 
 Q_SIGNALS:
-    void callChanged(bool inCall, const QString& displayText);
-    void addressWaits(const QString& address); ///< For the end of the call.
-    void keepAsked(const QString& address);    ///< The address shall become a contact.
+    void callAsked(const QString& address);
+    void addAsked(const QString& address); ///< The user wants the address to become a contact.
 
 private:
     void ShowReading();
-    void ToggleCall();
 
-    QLineEdit* address;
-    QLabel* kind;
-    QLabel* dialled;
-    QLabel* shown;
+    const PhoneBook& book;
+    QLineEdit* field;
     QPushButton* call;
-    QPushButton* keep;
-    bool inCall = false;
-    QString waiting; ///< An address that came during the call.
+    QPushButton* add;
+    Line* reading;
 };
 
-/// The contacts, kept in an enciphered JSON file.
-class ContactPanel : public QWidget
+/// The call that is going on. No sound is sent anywhere: the call is simulated.
+class CallBanner : public QWidget
 {
     Q_OBJECT
 
 public:
-    explicit ContactPanel(const QString& fileName);
+    CallBanner();
 
-    void Add(const QString& address); ///< Asks for the name.
+    void Begin(const QString& name, const QString& address);
+    void ShowNext(const QString& name); ///< The party to call after this call.
+    void HangUp();
+    bool IsInCall() const { return clock.isValid(); }
 
 Q_SIGNALS:
-    void chosen(const QString& address);
+    void ended(int seconds);
 
 private:
-    void Load();
-    void Save() const;
-    void Insert(const QJsonObject& contact);
+    void CreateKeypad();
+    void ShowState();
 
-    QString fileName;
-    QJsonArray contacts; ///< In the order of the list.
-    bool saves = true;   ///< Off while a file that cannot be read stands in the way.
-    QListWidget* list;
+    Avatar* avatar;
+    Line* name;
+    Line* state;
+    Line* next;
+    Line* tones;
+    QPushButton* mute;
+    QPushButton* keypadButton;
+    QPushButton* hangUp;
+    QWidget* keypad;
+    QString address;
+    QTimer ticker;
+    QElapsedTimer clock; ///< Valid during a call.
 };
 
-/// Makes a chat with oneself, whose links can be clicked. `call` takes those that lead to an address to call.
-QWidget* CreateChatPanel(const std::function<void(const QString& link)>& call);
+/// A list of two-line entries, each with a picture, that explains itself when it is empty.
+class PeopleList : public QListWidget
+{
+    Q_OBJECT
 
-/// Makes the status bar: what the system tells of the user, of sleep and of the date, and `schemeState`.
-/// `idleWatcher` is not owned.
-QStatusBar* CreateStatusLine(const common::IdleWatcher& idleWatcher, QLabel* schemeState);
+public:
+    PeopleList(const QString& emptySymbol, const QString& emptyText);
+
+    /// Without a symbol, the picture is the avatar of the name.
+    void AddEntry(const QString& title, const QString& subtitle, const QString& symbol = QString());
+    void AddMenuAction(const QString& text, const QKeySequence& key, const std::function<void()>& action);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QString emptySymbol;
+    QString emptyText;
+};
+
+/// Contacts and recent calls.
+class PeoplePanel : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit PeoplePanel(PhoneBook& book);
+
+    void DeleteContact();
+    void UndoDelete();
+
+Q_SIGNALS:
+    void callAsked(const QString& address);
+
+private:
+    void CreateMenus();
+    void ShowBook();
+
+    PhoneBook& book;
+    PeopleList* contacts;
+    PeopleList* calls;
+    QWidget* undoBar; ///< Visible for a moment after a contact was deleted.
+    Line* undoText;
+    QTimer undoTimer;
+};
+
+/// Creates a chat with an echo, with `actions` as buttons above it. `call` takes the links that lead to an
+/// address to call.
+QWidget* CreateChatPanel(const QList<QAction*>& actions,
+                         const std::function<void(const QString& link)>& call);
+
+/// Creates the status bar: presence of the user, `schemeState`, and the date. `idleWatcher` is not owned.
+QStatusBar* CreateStatusLine(const common::IdleWatcher& idleWatcher, QWidget* schemeState);
 
 } // namespace vxphone

@@ -1,62 +1,84 @@
 #pragma once
 
-#include <QObject>
+#include <QElapsedTimer>
+#include <QFrame>
+#include <QNetworkAccessManager>
+#include <QThread>
+#include <QUrl>
 
-class QGridLayout;
-class QLabel;
-class QLineEdit;
 class QProgressBar;
 class QPushButton;
+class QVBoxLayout;
 
 namespace vxphone
 {
 
-/// Two lines of a grid: a field for what to transfer and a button that starts and aborts it; below, how far
-/// it is.
-class TransferRow : public QObject
+class Line;
+
+/// A transfer: its name, how far it is, and what can be done about it.
+class TransferCard : public QFrame
 {
     Q_OBJECT
 
 public:
+    const QString& Target() const { return target; } ///< The file or directory to write.
     bool IsRunning() const { return running; }
-    virtual void Abort() = 0; ///< Leads to `ended`, now or later.
+    virtual void Start() = 0;  ///< Begins, also again after a failure.
+    virtual void Cancel() = 0; ///< Leads to `ended`, now or later.
 
 Q_SIGNALS:
-    void ended(); ///< By itself or by Abort.
+    void ended();
 
 protected:
-    struct Labels
-    {
-        QString title;
-        QString hint;
-        QString start;
-        QString abort;
-        QString status;
-    };
-
-    TransferRow(QGridLayout* grid, const Labels& labels);
-
-    virtual void Start(const QString& text) = 0; ///< Begins, or tells why it does not.
+    TransferCard(const QString& target, const QIcon& icon);
 
     void Begin(const QString& text);
     void ShowProgress(qint64 current, qint64 total, const QString& text); ///< An unknown total is -1.
-    void End(bool whole, const QString& text);
+    void Succeed(const QString& text);
+    void Fail(const QString& text, const QString& details);
 
-    QLabel* status;
+    Line* status;
 
 private:
-    QLineEdit* field;
-    QPushButton* button;
+    void End(bool whole);
+
     QProgressBar* bar;
-    QString startLabel;
-    QString abortLabel;
+    QPushButton* cancel;
+    QPushButton* retry;
+    QPushButton* show;
+    QPushButton* dismiss;
+    QString target;
     bool running = false;
 };
 
-/// Downloads a file into `folder`. It gets its name when it is there whole; until then an older one stays.
-TransferRow* CreateDownloadRow(QGridLayout* grid, const QString& folder);
+/// The transfers. Visible while there is one.
+class TransferPanel : public QWidget
+{
+    Q_OBJECT
 
-/// Copies a folder with all that is in it into `folder`. When aborted it ends after the file at hand.
-TransferRow* CreateCopyRow(QGridLayout* grid, const QString& folder);
+public:
+    /// Files are written below `directory`.
+    explicit TransferPanel(const QString& directory);
+    ~TransferPanel() override;
+
+    /// Downloads a file. It gets its name when it is complete; until then an older one stays.
+    TransferCard* Download(const QUrl& url);
+    /// Copies a directory with everything in it. If cancelled, it ends after the current file.
+    TransferCard* Copy(const QString& source);
+    /// Cancels what needs time to end. Returns false, and emits `idle` later, if something does.
+    bool Stop();
+
+Q_SIGNALS:
+    void idle(); ///< No transfer is running any more.
+
+private:
+    TransferCard* Add(TransferCard* card);
+    bool IsRunning() const;
+
+    QString directory;
+    QVBoxLayout* cards;
+    QNetworkAccessManager network;
+    QThread copyThread; ///< Where copiers live: to abort one is to wait for its current file.
+};
 
 } // namespace vxphone
