@@ -29,6 +29,7 @@ public:
     }
 
     bool IsRunning() const { return process.state() == QProcess::Running; }
+    qint64 ProcessId() const { return process.processId(); }
     QByteArray Path() const { return QFile::encodeName(dir.filePath("bus")); }
 
 private:

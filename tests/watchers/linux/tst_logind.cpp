@@ -1,13 +1,18 @@
 #include <common/tools/sleepwatcher.h>
 
 #include <desktop/privatebus.h>
+#include <logger/recordinglogger.h>
 
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QScopeGuard>
 #include <QTest>
+#include <QThread>
 #include <QTimer>
+
+#include <csignal>
 
 using tools::SleepWatcher;
 
@@ -27,6 +32,13 @@ int RunAsChild(int argc, char* argv[])
         QCoreApplication::exec();
     }
     return watcher->isInited() ? 1 : 0;
+}
+
+QDBusMessage Announcement(bool begins)
+{
+    return QDBusMessage::createSignal("/org/freedesktop/login1", "org.freedesktop.login1.Manager",
+                                      "PrepareForSleep")
+           << begins;
 }
 
 } // namespace
@@ -70,13 +82,29 @@ void TestLogind::announcements()
                                    "org.freedesktop.login1.Manager.PrepareForSleep", "boolean:false"};
     QCOMPARE(QProcess::execute("dbus-send", QStringList("--type=signal") + announcement), 0);
     for (const bool begins : {true, false, true, true}) {
-        auto signal = QDBusMessage::createSignal("/org/freedesktop/login1", "org.freedesktop.login1.Manager",
-                                                 "PrepareForSleep");
-        signal << begins;
-        QVERIFY(login.send(signal));
+        QVERIFY(login.send(Announcement(begins)));
     }
     QTRY_COMPARE(events, QStringList({"sleep", "wake", "sleep", "sleep"}));
     QVERIFY(watcher->isSleeping());
+
+    // Another program has become logind.
+    QVERIFY(login.unregisterService("org.freedesktop.login1"));
+    auto heir = QDBusConnection::connectToBus("unix:path=" + bus.Path(), "heir");
+    QVERIFY(heir.registerService("org.freedesktop.login1"));
+    heir.send(Announcement(false));
+    QTRY_COMPARE(events.size(), 5);
+
+    // The bus is too slow to answer anything between two announcements.
+    RecordingLogger log;
+    const auto process = static_cast<pid_t>(bus.ProcessId());
+    const auto goOn = qScopeGuard([process] { kill(process, SIGCONT); });
+    log.onLine = [process](const QString& /*text*/) {
+        QThread::msleep(200);
+        kill(process, SIGSTOP);
+    };
+    heir.send(Announcement(true));
+    heir.send(Announcement(false));
+    QTRY_COMPARE(events.mid(4), QStringList({"wake", "sleep", "wake"}));
 }
 
 int main(int argc, char* argv[])

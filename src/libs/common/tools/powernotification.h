@@ -1,8 +1,11 @@
 #pragma once
 
-/// The system's report of suspend and resume, which goes to tools::powerChangeNotify.
+/// The system's notification of suspend and resume, which is forwarded to tools::powerChangeNotify.
 namespace tools::powernotification
 {
+
+constexpr unsigned long suspendEvent = 4; ///< PBT_APMSUSPEND
+constexpr unsigned long resumeEvent = 7;  ///< PBT_APMRESUMESUSPEND
 
 enum class Result
 {
@@ -11,10 +14,10 @@ enum class Result
     Refused
 };
 
-/// Subscribes; `context` is handed to powerChangeNotify with each event. The first context stays.
+/// Subscribes; `context` is passed to powerChangeNotify with each event. The first context stays.
 Result Register(void* context);
 
-/// Ends the subscription. To be called any number of times, also without one.
+/// Ends the subscription. May be called repeatedly, and without a subscription.
 Result Unregister();
 
 } // namespace tools::powernotification

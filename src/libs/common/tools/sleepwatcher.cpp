@@ -14,9 +14,6 @@ namespace
 
 constexpr common::logger::Channel logChannel{"sleepwatcher"};
 
-constexpr unsigned long suspendEvent = 4; // PBT_APMSUSPEND
-constexpr unsigned long resumeEvent = 7;  // PBT_APMRESUMESUSPEND
-
 } // namespace
 
 SleepWatcher::SleepWatcher()
@@ -32,7 +29,7 @@ SleepWatcher::SleepWatcher()
 SleepWatcher::~SleepWatcher()
 {
     if (inited) {
-        deinit(); // Mostly for the second time: a plain repeat, and meant.
+        deinit(); // Kept for compatibility: mostly for the second time, after aboutToQuit.
         inited = false;
     }
 }
@@ -80,12 +77,12 @@ void SleepWatcher::deinit()
 unsigned long powerChangeNotify(void* context, unsigned long type, void* /*setting*/)
 {
     auto* watcher = static_cast<SleepWatcher*>(context);
-    if (type == suspendEvent) {
+    if (type == powernotification::suspendEvent) {
         LOG_MESSAGE(common::logger::Debug) << "PC sleep!";
         if (watcher != nullptr) {
             Q_EMIT watcher->sleep();
         }
-    } else if (type == resumeEvent) {
+    } else if (type == powernotification::resumeEvent) {
         LOG_MESSAGE(common::logger::Debug) << "PC wake!";
         if (watcher != nullptr) {
             Q_EMIT watcher->wake();

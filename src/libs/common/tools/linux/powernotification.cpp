@@ -16,18 +16,18 @@ namespace tools
 namespace
 {
 
-constexpr unsigned long suspendEvent = 4; // PBT_APMSUSPEND
-constexpr unsigned long resumeEvent = 7;  // PBT_APMRESUMESUSPEND
+/// Limit of subscribing, so that a silent bus does not stop the program.
+constexpr std::chrono::milliseconds subscribeTimeout{1500};
 
-/// What the bus may take to answer, so that one that keeps silent does not stop the program.
-constexpr std::chrono::milliseconds answerLimit{1500};
-
+const QString busName = QStringLiteral("org.freedesktop.DBus");
+const QString busPath = QStringLiteral("/org/freedesktop/DBus");
+const QString ownerSignal = QStringLiteral("NameOwnerChanged");
 const QString loginName = QStringLiteral("org.freedesktop.login1");
 const QString loginPath = QStringLiteral("/org/freedesktop/login1");
 const QString loginInterface = QStringLiteral("org.freedesktop.login1.Manager");
 const QString sleepSignal = QStringLiteral("PrepareForSleep");
 
-/// The thread that receives, from subscribing to its end.
+/// The thread that receives the announcements, from subscribing to its end.
 class ListenerThread : public QThread
 {
 public:
@@ -35,7 +35,7 @@ public:
         : context(context_)
     {}
 
-    /// Waits for the outcome; to be asked once.
+    /// Waits for the outcome. Call it once.
     bool IsSubscribed() { return subscribed.get_future().get(); }
 
 protected:
@@ -65,33 +65,47 @@ SleepListener::SleepListener(void* context_)
 
 bool SleepListener::Subscribe()
 {
-    const QDeadlineTimer deadline(answerLimit);
+    const QDeadlineTimer deadline(subscribeTimeout);
     bus = std::make_unique<common::platform::BusConnection>(
         common::platform::BusConnection::SystemBusAddress(), deadline);
     if (!bus->IsOpen()) {
         return false;
     }
-    hasLogin = !LoginOwner().isEmpty();
-    const QString rule = QStringLiteral("type='signal',path='%1',interface='%2',member='%3'")
-                             .arg(loginPath, loginInterface, sleepSignal);
-    return bus->CallBus(QStringLiteral("AddMatch"), {rule}, deadline).type() == QDBusMessage::ReplyMessage &&
-           bus->Connection().connect(QString(), loginPath, loginInterface, sleepSignal, this,
-                                     SLOT(OnPrepareForSleep(bool, QDBusMessage)));
+    const auto match = [&](const QString& path, const QString& interface, const QString& member,
+                           const QString& filter, const char* slot) {
+        const QString rule = QStringLiteral("type='signal',path='%1',interface='%2',member='%3'%4")
+                                 .arg(path, interface, member, filter);
+        return bus->CallBus(QStringLiteral("AddMatch"), {rule}, deadline).type() ==
+                   QDBusMessage::ReplyMessage &&
+               bus->Connection().connect(QString(), path, interface, member, this, slot);
+    };
+    const bool subscribed =
+        match(busPath, busName, ownerSignal, QStringLiteral(",arg0='%1'").arg(loginName),
+              SLOT(OnNameOwnerChanged(QString, QString, QString, QDBusMessage))) &&
+        match(loginPath, loginInterface, sleepSignal, QString(), SLOT(OnPrepareForSleep(bool, QDBusMessage)));
+    // After the match, so that no change is missed. An error if logind is not on the bus.
+    const QDBusMessage reply = bus->CallBus(QStringLiteral("GetNameOwner"), {loginName}, deadline);
+    if (reply.type() == QDBusMessage::ReplyMessage) {
+        loginOwner = reply.arguments().value(0).toString();
+    }
+    return subscribed;
 }
 
-/// Unique name of the program that is logind; empty if there is none.
-QString SleepListener::LoginOwner()
+// A signal that is sent to one receiver passes every match rule, so the slots check the sender.
+
+void SleepListener::OnNameOwnerChanged(const QString& name, const QString& /*from*/, const QString& to,
+                                       const QDBusMessage& message)
 {
-    const QDBusMessage reply =
-        bus->CallBus(QStringLiteral("GetNameOwner"), {loginName}, QDeadlineTimer(answerLimit));
-    return reply.type() == QDBusMessage::ReplyMessage ? reply.arguments().value(0).toString() : QString();
+    if (message.service() == busName && name == loginName && !to.isEmpty()) {
+        loginOwner = to;
+    }
 }
 
 void SleepListener::OnPrepareForSleep(bool begins, const QDBusMessage& message)
 {
-    // A signal that is sent to one receiver passes every match rule, whoever sends it.
-    if (!hasLogin || message.service() == LoginOwner()) {
-        powerChangeNotify(context, begins ? suspendEvent : resumeEvent, nullptr);
+    if (loginOwner.isEmpty() || message.service() == loginOwner) {
+        powerChangeNotify(context, begins ? powernotification::suspendEvent : powernotification::resumeEvent,
+                          nullptr);
     }
 }
 

@@ -9,7 +9,7 @@
 namespace tools
 {
 
-/// Hears logind announce sleep and wake, on the thread that it lives on.
+/// Receives logind's announcements of suspend and resume, on the thread that it lives on.
 class SleepListener : public QObject
 {
     Q_OBJECT
@@ -17,19 +17,19 @@ class SleepListener : public QObject
 public:
     explicit SleepListener(void* context);
 
-    bool Subscribe(); ///< Whether the system bus will tell.
+    bool Subscribe(); ///< Returns whether the system bus accepted the subscription.
 
 private Q_SLOTS:
+    void OnNameOwnerChanged(const QString& name, const QString& from, const QString& to,
+                            const QDBusMessage& message);
     void OnPrepareForSleep(bool begins, const QDBusMessage& message);
 
 private:
     Q_DISABLE_COPY(SleepListener)
 
-    QString LoginOwner();
-
     void* context;
     std::unique_ptr<common::platform::BusConnection> bus;
-    bool hasLogin = false; ///< Whether logind was on the bus when this subscribed.
+    QString loginOwner; ///< Unique name of the last known logind; empty as long as there was none.
 };
 
 } // namespace tools

@@ -66,7 +66,7 @@ Result Unregister()
     if (function == nullptr) {
         return Result::Missing;
     }
-    // The address of the handle instead of the handle, and the answer is not asked for. Both are meant.
+    // Kept for compatibility: the address of the handle instead of the handle, and the result is ignored.
     function(&Registration());
     return Result::Done;
 }
