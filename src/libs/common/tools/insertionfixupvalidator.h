@@ -6,9 +6,12 @@ namespace tools
 {
 
 /**
- * A validator that cleans the text as it checks it: characters that the pattern does not allow where they
- * stand vanish, from the left, and what fits stays in order. So forbidden characters cannot be typed, and a
- * pasted text loses only these.
+ * A validator that cleans the input as it checks it: it removes each character that the pattern does not
+ * allow at its place, from the left, and keeps the rest in order. So forbidden characters cannot be typed,
+ * and pasted text loses only these.
+ *
+ * Each removed character costs a match from the start of the input: a paste with 10,000 of them can block the
+ * interface for half a second. Limit the field with QLineEdit::setMaxLength.
  */
 class VXCOMMON_EXPORT CInsertionFixupValidator : public QRegExpValidator
 {
@@ -19,13 +22,10 @@ public:
     explicit CInsertionFixupValidator(const QRegExp& regExp, QObject* parent = nullptr);
     ~CInsertionFixupValidator() override;
 
-    /// Runs fixup on `input`, always, and then checks it.
+    /// Always calls fixup on `input`, and then checks it.
     State validate(QString& input, int& pos) const override;
 
-    /**
-     * Removes what does not fit. A match takes time in proportion to its text, and one is needed for nearly
-     * every character that the pattern knows but does not allow where it stands; others cost nothing.
-     */
+    /// Removes what does not fit.
     void fixup(QString& input) const override;
 };
 
