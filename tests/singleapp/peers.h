@@ -1,6 +1,7 @@
 #pragma once
 
 #include <common/singleapp/qtlocalpeer.h>
+#include <common/singleapp/qtlockedfile.h>
 
 #include <QCoreApplication>
 #include <QDataStream>

@@ -41,6 +41,7 @@ private Q_SLOTS:
     void methodOrder();
     void claimAndMessages();
     void activationConnections();
+    void deletedWindow();
     void activation();
 
 private:
@@ -91,6 +92,18 @@ void TestSingleApplication::activationConnections()
     QTRY_COMPARE(received.size(), 3);
     // What the window system makes of it comes later.
     QCOMPARE(window.states.value(0), Qt::WindowStates(Qt::WindowMaximized));
+    application->setActivationWindow(nullptr, false);
+}
+
+void TestSingleApplication::deletedWindow()
+{
+    const QSignalSpy received(application, &QtSingleApplication::messageReceived);
+    auto window = std::make_unique<QWidget>();
+    application->setActivationWindow(window.get(), true);
+    window.reset();
+    QVERIFY(application->activationWindow() == nullptr);
+    QVERIFY(SendFromElsewhere(appId, "too late"));
+    QTRY_COMPARE(received.size(), 1);
     application->setActivationWindow(nullptr, false);
 }
 

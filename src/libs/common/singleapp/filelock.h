@@ -9,26 +9,26 @@ class QFile;
 namespace QtLP_Private
 {
 
-/// How many readers may hold the lock of one file at a time.
+/// Number of readers that may hold the lock of one file at a time.
 constexpr int readerSlots = 64;
 
-/// What a platform offers for QtLockedFile. Warns about what goes wrong; that others hold the lock is no
-/// fault.
-class IFileLock
+/// The lock of a QtLockedFile. Warns about failures; a lock that others hold is none.
+class FileLock
 {
 public:
-    IFileLock() = default;
-    virtual ~IFileLock() = default; ///< Gives up what is held, without a word.
+    FileLock();
+    ~FileLock(); ///< Silently releases the lock.
 
-    /// Become a reader or the writer of `file`, which is open. Called only while nothing is held.
-    virtual bool TakeRead(const QFile& file, bool block) = 0;
-    virtual bool TakeWrite(const QFile& file, bool block) = 0;
-    virtual void Release() = 0;
+    /// Takes the lock of `file`, which is open, as a reader or as the writer. No lock may be held.
+    bool TakeRead(const QFile& file, bool block);
+    bool TakeWrite(const QFile& file, bool block);
+    void Release();
 
 private:
-    Q_DISABLE_COPY(IFileLock)
-};
+    Q_DISABLE_COPY(FileLock)
 
-std::unique_ptr<IFileLock> CreateFileLock();
+    struct Handles; // What the platform holds.
+    const std::unique_ptr<Handles> d;
+};
 
 } // namespace QtLP_Private

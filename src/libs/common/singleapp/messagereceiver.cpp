@@ -1,7 +1,6 @@
 #include "messagereceiver.h"
 
 #include <QDataStream>
-#include <QPointer>
 
 #include <algorithm>
 #include <chrono>
@@ -15,83 +14,50 @@ namespace
 
 using namespace std::chrono_literals;
 
-constexpr auto textPatience = 2000ms;    ///< For the next piece of a text: its sender writes it in one go.
-constexpr auto goodbyePatience = 1000ms; ///< For the client to read the answer and close.
+constexpr auto lengthTimeout = 30s; ///< For the length to arrive.
+constexpr auto textTimeout = 2s;    ///< For the next piece of the text.
+constexpr auto goodbyeTimeout = 1s; ///< For the client to read the reply and close.
 
-// Texts are command lines and addresses. Longer claims come from a broken or hostile client.
+/// Messages are command lines and addresses; a longer claim comes from a faulty client.
 constexpr quint32 maxTextLength = 16 * 1024 * 1024;
 
-// Shorter texts are taken from any number of clients. All longer ones together may have so many bytes, from
-// the claim until the text is delivered, so that the memory of clients that claim much and say little is
-// bounded.
-constexpr quint32 longText = 64 * 1024;
-constexpr qint64 maxLongTexts = Q_INT64_C(32) * 1024 * 1024;
-
-// What is granted to a client before it has to make place for one that waits. A sender writes all right after
-// it has connected, but a busy machine may hold it up.
-constexpr qint64 grantedSilence = 250;
-constexpr qint64 grantedText = 10000;
+/// Unread bytes of a client; it has to wait while there are more.
+constexpr qint64 socketBufferSize = Q_INT64_C(64) * 1024;
 
 } // namespace
 
-MessageReceiver::MessageReceiver(QLocalSocket* socket_, qint64& longTexts_, QObject* parent)
+MessageReceiver::MessageReceiver(QLocalSocket* socket_, QObject* parent)
     : QObject(parent)
     , socket(socket_)
-    , longTexts(longTexts_)
 {
     socket->setParent(this);
     socket->setReadBufferSize(socketBufferSize);
-    // Queued, so that neither socket nor timer is in the middle of a signal when a slot of `received` deletes
-    // them.
-    connect(socket, &QLocalSocket::readyRead, this, &MessageReceiver::OnReadyRead, Qt::QueuedConnection);
-    connect(socket, &QLocalSocket::disconnected, this, &MessageReceiver::OnDisconnected,
-            Qt::QueuedConnection);
-    patience.setSingleShot(true);
-    connect(&patience, &QTimer::timeout, this, &MessageReceiver::OnTimeout, Qt::QueuedConnection);
-    age.start();
-    // The client may have spoken or gone before the socket was handed over.
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            if (socket->state() == QLocalSocket::UnconnectedState) {
-                OnDisconnected();
-            } else {
-                OnReadyRead();
-            }
-        },
-        Qt::QueuedConnection);
+    connect(socket, &QLocalSocket::readyRead, this, &MessageReceiver::OnReadyRead);
+    connect(socket, &QLocalSocket::disconnected, this, &MessageReceiver::OnDisconnected);
+    timer.setSingleShot(true);
+    connect(&timer, &QTimer::timeout, this, &MessageReceiver::OnTimeout);
 }
 
-MessageReceiver::~MessageReceiver()
+void MessageReceiver::Start()
 {
-    // A finished one has nothing to give back, and may die after the counter of its peer.
-    GiveBack();
-}
-
-bool MessageReceiver::IsOverdue()
-{
-    if (stage == Stage::Length) {
-        return age.hasExpired(grantedSilence) && !HasArrived(sizeof(length));
+    timer.start(lengthTimeout);
+    // The client may have written, or left, before the socket was handed over.
+    if (socket->state() == QLocalSocket::UnconnectedState) {
+        OnDisconnected();
+    } else {
+        OnReadyRead();
     }
-    return stage == Stage::Text && age.hasExpired(grantedText);
 }
 
-/// Looks into the system, too: a thread that was busy may not have got to what came long since. For that
-/// it takes a millisecond: without any time Windows may tell of something else than the data.
-bool MessageReceiver::HasArrived(qint64 bytes)
+// Padded only here: until then, a great claim costs nothing.
+std::optional<QString> MessageReceiver::TakeMessage()
 {
-    return socket->bytesAvailable() >= bytes ||
-           (socket->waitForReadyRead(1) && socket->bytesAvailable() >= bytes);
-}
-
-void MessageReceiver::Dismiss()
-{
-    if (stage == Stage::Length) {
-        qWarning("QtLocalPeer: Peer disconnected");
-        Finish();
-    } else if (stage == Stage::Text) {
-        Fail(QStringLiteral("it takes too long"));
+    if (!complete) {
+        return std::nullopt;
     }
+    QByteArray bytes = std::exchange(text, {});
+    bytes.resize(static_cast<qsizetype>(length), '\0');
+    return QString::fromUtf8(bytes);
 }
 
 void MessageReceiver::OnReadyRead()
@@ -106,17 +72,20 @@ void MessageReceiver::OnReadyRead()
 
 void MessageReceiver::OnDisconnected()
 {
-    const QPointer<MessageReceiver> self = this;
     OnReadyRead();
-    if (self.isNull()) {
-        return;
-    }
+    End();
+}
+
+void MessageReceiver::End()
+{
     switch (stage) {
     case Stage::Length:
-        Dismiss();
+        qWarning("QtLocalPeer: Peer disconnected");
+        Finish();
         break;
     case Stage::Text:
         CompleteText();
+        Finish();
         break;
     case Stage::Goodbye:
         Finish();
@@ -128,17 +97,16 @@ void MessageReceiver::OnDisconnected()
 
 void MessageReceiver::OnTimeout()
 {
-    if (patience.isActive()) {
-        return; // It was started again while its signal was on the way.
+    // A busy thread may not have processed what has arrived. Waits for 1 ms: with a zero timeout, Windows may
+    // report an event other than the data.
+    socket->waitForReadyRead(1);
+    if (timer.isActive() || stage == Stage::Finished) {
+        return;
     }
     if (stage == Stage::Text) {
-        if (HasArrived(1)) {
-            ReadText();
-        } else {
-            CompleteText();
-        }
-    } else if (stage == Stage::Goodbye) {
-        Finish();
+        CompleteText();
+    } else {
+        End();
     }
 }
 
@@ -152,23 +120,14 @@ void MessageReceiver::ReadLength()
         Fail(QStringLiteral("a text of %1 bytes is too long").arg(length));
         return;
     }
-    if (length > longText) {
-        if (longTexts + length > maxLongTexts) {
-            Fail(QStringLiteral("too many long texts at once"));
-            return;
-        }
-        promised = length;
-        longTexts += promised;
-    }
     stage = Stage::Text;
 }
 
 void MessageReceiver::ReadText()
 {
-    // The buffer grows with what comes, not with what was announced.
+    // The buffer grows with what arrives, not with what was announced.
     while (text.size() < length && socket->bytesAvailable() > 0) {
-        const qint64 missing = length - text.size();
-        const QByteArray piece = socket->read(std::min(missing, socketBufferSize));
+        const QByteArray piece = socket->read(std::min(length - text.size(), socket->bytesAvailable()));
         if (piece.isEmpty()) {
             Fail(socket->errorString());
             return;
@@ -178,27 +137,19 @@ void MessageReceiver::ReadText()
     if (text.size() == length) {
         CompleteText();
     } else {
-        patience.start(textPatience);
+        timer.start(textTimeout);
     }
 }
 
-/// A text that was cut off is not told apart from a whole one: what is missing reads as zero bytes.
 void MessageReceiver::CompleteText()
 {
-    text.resize(static_cast<qsizetype>(length), '\0');
-    const QString message = QString::fromUtf8(text);
-    text = QByteArray();
-    GiveBack();
+    complete = true;
     stage = Stage::Goodbye;
+    timer.start(goodbyeTimeout);
     if (socket->state() == QLocalSocket::ConnectedState) {
-        patience.start(goodbyePatience);
         socket->write(acknowledgement, acknowledgementSize);
         socket->flush();
-    } else {
-        Finish();
     }
-    // Right behind the answer, so that no text is lost whose sender was told that it arrived.
-    Q_EMIT received(message);
 }
 
 void MessageReceiver::Fail(const QString& reason)
@@ -210,18 +161,8 @@ void MessageReceiver::Fail(const QString& reason)
 void MessageReceiver::Finish()
 {
     stage = Stage::Finished;
-    patience.stop();
-    socket->disconnect(this);
-    text = QByteArray();
-    GiveBack();
-    Q_EMIT finished(this);
-}
-
-void MessageReceiver::GiveBack()
-{
-    if (promised > 0) {
-        longTexts -= std::exchange(promised, 0);
-    }
+    timer.stop();
+    Q_EMIT finished();
 }
 
 } // namespace QtLP_Private

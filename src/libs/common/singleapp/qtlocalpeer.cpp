@@ -3,15 +3,21 @@
 #include "messagereceiver.h"
 #include "peerplatform.h"
 
+#include <common/singleapp/qtlockedfile.h>
+
 #include <QCoreApplication>
 #include <QDataStream>
-#include <QDeadlineTimer>
 #include <QDir>
+#include <QFileSystemWatcher>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QThread>
+#include <QTimer>
 
 #include <algorithm>
+#include <chrono>
+#include <optional>
+#include <utility>
 
 using QtLP_Private::MessageReceiver;
 using QtLP_Private::QtLockedFile;
@@ -19,25 +25,19 @@ using QtLP_Private::QtLockedFile;
 namespace
 {
 
+using namespace std::chrono_literals;
+
 constexpr int prefixLength = 6;
 
-// How many clients are served at a time. Each takes a descriptor, of which a process has about a thousand.
-constexpr int maxReceivers = 128;
+/// Number of clients served at a time. Each takes a descriptor, of which a process has about a thousand.
+constexpr int maxReceivers = 256;
 
-// A client that says nothing may stay as long as there is room. When others wait, it is looked so often, in
-// milliseconds, for one that has had its time.
-constexpr int roomPoll = 100;
+/// Interval between checks of the lock file and the socket. The server also closes if it cannot accept a
+/// client, for example because the process has no descriptor left.
+constexpr auto checkInterval = 5s;
 
-// The server closes when it cannot take a client, as when the process has no descriptor left. So often, in
-// milliseconds, it is looked after.
-constexpr int listenCheck = 5000;
-
-// Between the two tries to connect, in milliseconds.
-constexpr unsigned long pauseBetweenTries = 250;
-
-// A first process holds its lock a moment before it listens. So long, in milliseconds, until it is asked
-// again.
-constexpr unsigned long listenPoll = 10;
+/// Pause between the two attempts to connect.
+constexpr auto connectPause = 250ms;
 
 /// Without a regular expression: built with mingw, Qt's breaks a thread that used one when the thread ends.
 QString LettersOf(QString text)
@@ -51,10 +51,38 @@ QString LettersOf(QString text)
 
 } // namespace
 
-QtLocalPeer::QtLocalPeer(QObject* parent, const QString& appId)
-    : QObject(parent)
+class QtLocalPeerPrivate
+{
+public:
+    QtLocalPeerPrivate(QtLocalPeer* peer, const QString& appId);
+
+    bool Claim();
+    bool OpenLockFile(QtLockedFile& file) const;
+    void BeginService();
+    void EndService();
+    void Check();
+    void Listen();
+    void Serve(QLocalSocket* socket);
+    void OnFinished(MessageReceiver* receiver);
+    void Deliver(MessageReceiver* receiver);
+
+    QtLocalPeer* const q;
+    QString id;
+    QString socketName;
+    QString lockPath; ///< Empty without a temporary directory.
+    QLocalServer* const server;
+    std::unique_ptr<QtLockedFile> lockFile = std::make_unique<QtLockedFile>();
+    bool foreignLockFile = false;
+    QFileSystemWatcher* watcher = nullptr; ///< Of the lock file; null on Windows.
+    QTimer checkTimer{q};                  ///< Runs in the primary instance.
+    QString listenProblem;                 ///< The reason why the last attempt to listen failed.
+    QList<MessageReceiver*> receivers;     ///< Oldest first.
+};
+
+QtLocalPeerPrivate::QtLocalPeerPrivate(QtLocalPeer* peer, const QString& appId)
+    : q(peer)
     , id(appId)
-    , server(new QLocalServer(this))
+    , server(new QLocalServer(peer))
 {
     QString prefix = appId;
     if (id.isEmpty()) {
@@ -66,97 +94,148 @@ QtLocalPeer::QtLocalPeer(QObject* parent, const QString& appId)
     socketName = QStringLiteral("qtsingleapp-") + prefix + u'-' + QString::number(checksum, 16) +
                  QtLP_Private::GroupSuffix();
 
-    roomTimer.setSingleShot(true);
-    roomTimer.setInterval(roomPoll);
-    connect(&roomTimer, &QTimer::timeout, this, &QtLocalPeer::receiveConnection);
-    listenTimer.setTimerType(Qt::VeryCoarseTimer);
-    listenTimer.setInterval(listenCheck);
-    connect(&listenTimer, &QTimer::timeout, this, &QtLocalPeer::Listen);
-    connect(server, &QLocalServer::newConnection, this, &QtLocalPeer::receiveConnection);
-
-    // Only the holder of the lock listens, so it may take the place of a socket that a killed process left.
+    checkTimer.setTimerType(Qt::VeryCoarseTimer);
+    checkTimer.setInterval(checkInterval);
+    // Only the holder of the lock listens, so it may replace a socket that a killed process has left.
     server->setSocketOptions(QLocalServer::UserAccessOption);
     server->setListenBacklogSize(QtLP_Private::listenBacklog);
+    // Qt reads ahead from clients that wait; the system keeps the others waiting.
+    server->setMaxPendingConnections(1);
 
-    const QString folder = QDir::tempPath();
-    // Empty if there is none; the file must not come into the working directory then.
-    if (!folder.isEmpty()) {
-        lockPath = QDir(folder).absolutePath() + u'/' + socketName + QStringLiteral("-lockfile");
-        OpenLockFile();
+    const QString directory = QDir::tempPath();
+    // Empty if there is none; the file must not be created in the working directory then.
+    if (!directory.isEmpty()) {
+        lockPath = QDir(directory).absolutePath() + u'/' + socketName + QStringLiteral("-lockfile");
+        foreignLockFile = !OpenLockFile(*lockFile);
     }
 }
 
-QtLocalPeer::~QtLocalPeer()
+bool QtLocalPeerPrivate::OpenLockFile(QtLockedFile& file) const
 {
-    // They count in a member, which is gone before the children are.
-    qDeleteAll(receivers);
-    receivers.clear();
-    // Closing removes the socket by its name, which may be the next owner's as soon as the lock is free.
-    server->close();
+    file.setFileName(lockPath);
+    return QtLP_Private::OpenLockFile(file);
 }
 
-bool QtLocalPeer::isSecondary()
+/// Returns whether this process is the primary instance.
+bool QtLocalPeerPrivate::Claim()
 {
-    if (lockFile.isLocked() || foreignLockFile) {
-        return false;
-    }
-    if (!lockFile.lock(QtLockedFile::WriteLock, false)) {
+    if (lockFile->isLocked() || foreignLockFile) {
         return true;
     }
-    if (!QtLP_Private::IsInPlace(lockFile, lockPath)) {
-        // Somebody has removed it since it was opened: the claim is made on the file that others find.
-        lockFile.unlock();
-        lockFile.close();
-        OpenLockFile();
-        if (!foreignLockFile && !lockFile.lock(QtLockedFile::WriteLock, false)) {
-            return true;
+    if (!lockFile->lock(QtLockedFile::WriteLock, false)) {
+        return false;
+    }
+    if (!QtLP_Private::IsInPlace(*lockFile, lockPath)) {
+        // It has been removed since it was opened: the claim is made on the file that others find.
+        lockFile = std::make_unique<QtLockedFile>();
+        foreignLockFile = !OpenLockFile(*lockFile);
+        return Claim();
+    }
+    BeginService();
+    return true;
+}
+
+void QtLocalPeerPrivate::BeginService()
+{
+    QObject::connect(server, &QLocalServer::newConnection, q, &QtLocalPeer::receiveConnection);
+    Listen();
+    QObject::connect(&checkTimer, &QTimer::timeout, q, [this] { Check(); });
+    checkTimer.start();
+    watcher = QtLP_Private::WatchLockFile(lockPath, q);
+    if (watcher != nullptr) {
+        // Queued, since Check changes what is watched.
+        QObject::connect(
+            watcher, &QFileSystemWatcher::fileChanged, q, [this] { Check(); }, Qt::QueuedConnection);
+    }
+}
+
+void QtLocalPeerPrivate::EndService()
+{
+    // Closing removes the socket by its name, which may be the next owner's as soon as the lock is free.
+    server->close();
+    const QList<MessageReceiver*> unfinished = std::exchange(receivers, {});
+    for (MessageReceiver* const receiver : unfinished) {
+        Deliver(receiver);
+    }
+}
+
+/// Restores what has been removed from the temporary directory, and keeps the rest from looking abandoned.
+void QtLocalPeerPrivate::Check()
+{
+    QtLP_Private::KeepFresh(lockPath);
+    if (!QtLP_Private::IsInPlace(*lockFile, lockPath)) {
+        auto restored = std::make_unique<QtLockedFile>();
+        if (OpenLockFile(*restored) && restored->lock(QtLockedFile::WriteLock, false)) {
+            lockFile = std::move(restored);
+            watcher->removePath(lockPath);
+            watcher->addPath(lockPath);
         }
     }
-    if (!foreignLockFile) {
-        Listen();
-        listenTimer.start();
+    if (server->isListening() && !QtLP_Private::KeepFresh(server->fullServerName())) {
+        server->close();
     }
-    return false;
+    Listen();
 }
 
-void QtLocalPeer::OpenLockFile()
-{
-    lockFile.setFileName(lockPath);
-    foreignLockFile = !QtLP_Private::OpenLockFile(lockFile);
-}
-
-void QtLocalPeer::Listen()
+void QtLocalPeerPrivate::Listen()
 {
     if (server->isListening()) {
         return;
     }
-    const QString problem = server->listen(socketName) ? QString() : server->errorString();
-    // What stays wrong is told once.
+    QString problem;
+    if (QtLP_Private::IsServed(socketName)) {
+        problem = QStringLiteral("QLocalServer::listen: Address in use"); // In Qt's words.
+    } else if (!server->listen(socketName)) {
+        problem = server->errorString();
+    }
+    // Report a persistent problem only once.
     if (!problem.isEmpty() && problem != listenProblem) {
         qWarning("QtSingleCoreApplication: listen on local socket failed, %s", qPrintable(problem));
     }
     listenProblem = problem;
 }
 
-/// One try to connect: as long as the first process does not listen yet, or too many others knock, until the
-/// time is over. Ends early if there is no first process any more; then this one has become it.
-bool QtLocalPeer::Connect(QLocalSocket& socket, int timeout)
+void QtLocalPeerPrivate::Serve(QLocalSocket* socket)
 {
-    const QDeadlineTimer deadline(timeout);
-    do {
-        socket.connectToServer(socketName, QIODevice::ReadWrite);
-        // A local socket is connected at once or not at all; Qt would try again without a pause.
-        if (socket.waitForConnected(1)) {
-            return true;
-        }
-        // Without the lock file it cannot be told whether there is a first process to wait for.
-        if (deadline.hasExpired() || !lockFile.isOpen()) {
-            return false;
-        }
-        socket.abort();
-        QThread::msleep(listenPoll);
-    } while (isSecondary());
-    return false;
+    auto* const receiver = new MessageReceiver(socket, q);
+    receivers += receiver;
+    QObject::connect(
+        receiver, &MessageReceiver::finished, q, [this, receiver] { OnFinished(receiver); },
+        Qt::QueuedConnection);
+    receiver->Start();
+}
+
+void QtLocalPeerPrivate::OnFinished(MessageReceiver* receiver)
+{
+    if (receivers.removeOne(receiver)) {
+        q->receiveConnection();
+        Deliver(receiver);
+    }
+}
+
+/// Closes the connection first, so that the client does not wait for what the message causes.
+void QtLocalPeerPrivate::Deliver(MessageReceiver* receiver)
+{
+    const std::optional<QString> message = receiver->TakeMessage();
+    delete receiver;
+    if (message) {
+        Q_EMIT q->messageReceived(*message);
+    }
+}
+
+QtLocalPeer::QtLocalPeer(QObject* parent, const QString& appId)
+    : QObject(parent)
+    , d(std::make_unique<QtLocalPeerPrivate>(this, appId))
+{}
+
+QtLocalPeer::~QtLocalPeer()
+{
+    d->EndService();
+}
+
+bool QtLocalPeer::isSecondary()
+{
+    return !d->Claim();
 }
 
 bool QtLocalPeer::sendMessage(const QString& message, int timeout)
@@ -164,15 +243,17 @@ bool QtLocalPeer::sendMessage(const QString& message, int timeout)
     if (!isSecondary()) {
         return false;
     }
-    timeout = std::max(timeout, -1); // Qt takes no other negative one for "no limit".
-    const int half = timeout < 0 ? timeout : timeout / 2;
+    timeout = std::max(timeout, -1); // Qt accepts no other negative value for "no limit".
+    const auto connectTimeout = std::chrono::milliseconds(timeout / 2);
     QLocalSocket socket;
-    bool connected = Connect(socket, half);
-    if (!connected && (!lockFile.isOpen() || isSecondary())) {
-        QThread::msleep(pauseBetweenTries);
-        connected = Connect(socket, half);
+    if (!QtLP_Private::Connect(socket, d->socketName, connectTimeout)) {
+        QThread::msleep(connectPause.count());
+        socket.abort();
+        if (!QtLP_Private::Connect(socket, d->socketName, connectTimeout)) {
+            return false;
+        }
     }
-    if (!connected || !QtLP_Private::IsOwnPeer(socket)) {
+    if (!QtLP_Private::IsOwnPeer(socket)) {
         return false;
     }
     const QByteArray text = message.toUtf8();
@@ -183,45 +264,14 @@ bool QtLocalPeer::sendMessage(const QString& message, int timeout)
     return socket.read(QtLP_Private::acknowledgementSize) == QtLP_Private::acknowledgement;
 }
 
+const QString& QtLocalPeer::applicationId() const
+{
+    return d->id;
+}
+
 void QtLocalPeer::receiveConnection()
 {
-    // Those that wait are read ahead by Qt.
-    const auto waiting = server->findChildren<QLocalSocket*>(QString(), Qt::FindDirectChildrenOnly);
-    for (QLocalSocket* const socket : waiting) {
-        socket->setReadBufferSize(QtLP_Private::socketBufferSize);
+    while (d->receivers.size() < maxReceivers && d->server->hasPendingConnections()) {
+        d->Serve(d->server->nextPendingConnection());
     }
-    while (server->hasPendingConnections()) {
-        if (!HasRoom()) {
-            roomTimer.start();
-            return;
-        }
-        auto* const receiver = new MessageReceiver(server->nextPendingConnection(), longTexts, this);
-        receivers += receiver;
-        connect(receiver, &MessageReceiver::received, this, &QtLocalPeer::messageReceived);
-        connect(receiver, &MessageReceiver::finished, this, &QtLocalPeer::OnReceiverFinished,
-                Qt::QueuedConnection);
-    }
-}
-
-/// Whether one more client can be served. Dismisses one that has had its time, if need be.
-bool QtLocalPeer::HasRoom()
-{
-    if (receivers.size() < maxReceivers) {
-        return true;
-    }
-    const auto overdue = std::find_if(receivers.cbegin(), receivers.cend(),
-                                      [](MessageReceiver* receiver) { return receiver->IsOverdue(); });
-    if (overdue == receivers.cend()) {
-        return false;
-    }
-    (*overdue)->Dismiss();
-    receivers.erase(overdue);
-    return true;
-}
-
-void QtLocalPeer::OnReceiverFinished(MessageReceiver* receiver)
-{
-    receivers.removeOne(receiver);
-    receiver->deleteLater();
-    receiveConnection();
 }

@@ -1,30 +1,24 @@
 #pragma once
 
-#include <common/singleapp/qtlockedfile.h>
 #include <common/vxcommon_export.h>
 
-#include <QList>
 #include <QObject>
 #include <QString>
-#include <QTimer>
 
-class QLocalServer;
-class QLocalSocket;
+#include <memory>
 
-namespace QtLP_Private
-{
-class MessageReceiver;
-}
+class QtLocalPeerPrivate;
 
 /**
- * One of several processes of a program, which find out who came first and pass texts to that one.
+ * One of several processes of a program. They determine which one is the primary instance, and send messages
+ * to it.
  *
- * The claim of being first is the write lock on a file in the temporary folder; the first process listens on
- * a local socket (a Unix domain socket or a named pipe) that only processes of its user can open. Processes
- * of other users, and on Windows of other logon sessions, form groups of their own.
+ * The claim is the write lock on a file in the temporary directory. The primary instance listens on a local
+ * socket (a Unix domain socket or a named pipe) that only processes of its user can open. Processes of other
+ * users, and on Windows of other logon sessions, form separate groups.
  *
- * Everything happens on the thread of the object, which needs a running event loop to receive. Complaints go
- * through qWarning.
+ * All members belong to the thread of the object, which needs a running event loop to receive. Failures are
+ * reported by qWarning.
  */
 class VXCOMMON_EXPORT QtLocalPeer : public QObject
 {
@@ -32,36 +26,43 @@ class VXCOMMON_EXPORT QtLocalPeer : public QObject
 
 public:
     /**
-     * Undecided until the first call of isSecondary or sendMessage.
+     * Claims nothing before the first call of isSecondary or sendMessage.
      *
-     * @param appId what the processes of a program have in common; empty for the path of the executable
+     * @param appId Identity that the processes of the program share; empty for the path of the executable.
      */
     QtLocalPeer(QObject* parent, const QString& appId);
-    ~QtLocalPeer() override; ///< The first process stops listening before it gives up its claim.
+    /// The primary instance stops listening before it gives up its claim. Each message that has been
+    /// acknowledged, but not delivered yet, is delivered here.
+    ~QtLocalPeer() override;
 
     /**
-     * Whether another process is the first. If none is, this one becomes it, for the life of the object.
+     * Returns whether another process is the primary instance. If there is none, this process becomes it, for
+     * the lifetime of the object.
      *
-     * True, with a warning, if the lock file cannot be opened. If a file of another user stands in its place,
-     * or the socket cannot be opened, this process counts as the first, and nobody can reach it.
+     * Returns true, with a warning, if the lock file cannot be opened. If a file of another user occupies its
+     * path, or listening fails, this process counts as the primary instance, and no other process can reach
+     * it.
      */
     bool isSecondary();
 
     /**
-     * Hands a text to the first process; blocks until that has it. False in the first process, and so in a
-     * process that this call makes the first. The first process refuses texts of more than 16 MiB.
+     * Sends a message to the primary instance and blocks until it is acknowledged. Returns false in the
+     * primary instance, and so in a process that becomes it by this call.
      *
-     * @param timeout milliseconds: half of it for each of two tries to connect, and the whole for the text to
-     * be written and for the answer to it. Negative: no limit, as long as there is a first process. On
-     * Windows a try lasts up to 5 s while all instances of the pipe are busy. False does not rule out that
-     * the text arrived.
+     * @param message Up to 16 MiB as UTF-8; the primary instance refuses longer ones.
+     * @param timeout Milliseconds: half of it for each of two attempts to connect, 250 ms apart, all of it
+     * for the message to be written, and once more for the reply. Negative: no limit for writing and the
+     * reply.
+     * @return Whether the message was acknowledged. False does not rule out that it arrived.
      */
     bool sendMessage(const QString& message, int timeout);
 
-    const QString& applicationId() const { return id; } ///< As given or, if that was empty, as made up.
+    /// Returns the identity: as given or, if that was empty, the path of the executable in lower case.
+    const QString& applicationId() const;
 
 Q_SIGNALS:
-    /// A text has arrived, and its sender has been told so.
+    /// Emitted when a message has been acknowledged and its sender has closed the connection, after 1 s at
+    /// the latest.
     void messageReceived(const QString& message);
 
 private Q_SLOTS:
@@ -69,22 +70,7 @@ private Q_SLOTS:
 
 private:
     Q_DISABLE_COPY(QtLocalPeer)
+    friend class QtLocalPeerPrivate;
 
-    void OpenLockFile();
-    void Listen();
-    bool Connect(QLocalSocket& socket, int timeout);
-    bool HasRoom();
-    void OnReceiverFinished(QtLP_Private::MessageReceiver* receiver);
-
-    QString id;
-    QString socketName;
-    QLocalServer* server;
-    QString lockPath; ///< Empty without a temporary folder.
-    QtLP_Private::QtLockedFile lockFile;
-    bool foreignLockFile = false;
-    QList<QtLP_Private::MessageReceiver*> receivers; ///< Oldest first.
-    qint64 longTexts = 0;                            ///< Bytes of long texts promised to the receivers.
-    QTimer roomTimer{this};                          ///< Runs while clients wait for others to go.
-    QTimer listenTimer{this};                        ///< Runs in the first process.
-    QString listenProblem;                           ///< Why the last try to listen failed, if it did.
+    const std::unique_ptr<QtLocalPeerPrivate> d;
 };

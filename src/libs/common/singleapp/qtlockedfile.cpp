@@ -5,10 +5,13 @@
 namespace QtLP_Private
 {
 
-QtLockedFile::QtLockedFile() = default;
+QtLockedFile::QtLockedFile()
+    : QtLockedFile(QString())
+{}
 
 QtLockedFile::QtLockedFile(const QString& name)
     : QFile(name)
+    , fileLock(std::make_unique<FileLock>())
 {}
 
 QtLockedFile::~QtLockedFile()
@@ -41,9 +44,6 @@ bool QtLockedFile::lock(LockMode mode, bool block)
     }
     if (isLocked()) {
         unlock();
-    }
-    if (!fileLock) {
-        fileLock = CreateFileLock();
     }
     const bool taken =
         mode == ReadLock ? fileLock->TakeRead(*this, block) : fileLock->TakeWrite(*this, block);

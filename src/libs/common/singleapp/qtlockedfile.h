@@ -9,17 +9,17 @@
 namespace QtLP_Private
 {
 
-class IFileLock;
+class FileLock;
 
 /**
  * A file with an advisory lock between processes, for one writer or up to 64 readers.
  *
- * The lock lies beside the data: it hinders nobody from reading or writing. On Windows it is a set of named
- * mutexes (CreateMutexW) whose names follow from the path, elsewhere flock(2) on the file itself. The system
- * frees it when its process dies. On Windows a mutex belongs to a thread, so lock and unlock on one thread;
- * there two objects of one thread do not hinder each other.
+ * The lock does not affect reading and writing. On Windows it is a set of named mutexes (CreateMutexW) whose
+ * names derive from the path, on Linux flock(2) on the file. The system releases it when its process dies; a
+ * forked child does not inherit it. On Windows a mutex belongs to a thread, so lock and unlock on one thread;
+ * two objects of one thread do not exclude each other there.
  *
- * Complaints go through qWarning.
+ * Failures are reported by qWarning.
  */
 class VXCOMMON_EXPORT QtLockedFile : public QFile
 {
@@ -29,37 +29,37 @@ public:
     {
         NoLock = 0,
         ReadLock = 1, ///< Shared by up to 64 readers, without a writer.
-        WriteLock = 2 ///< Held by one.
+        WriteLock = 2 ///< Held by one writer.
     };
 
-    QtLockedFile();                             ///< Without a file name yet.
+    QtLockedFile();                             ///< Creates a file without a name.
     explicit QtLockedFile(const QString& name); ///< Does not open the file.
-    ~QtLockedFile() override;                   ///< Gives up the lock.
+    ~QtLockedFile() override;                   ///< Releases the lock.
 
-    /// Opens the file; QIODevice::Truncate is refused, since it would empty the file before the lock is held.
-    /// WriteOnly alone empties it as well, as QFile does: open a file with ReadWrite to change what it holds.
+    /// Opens the file. Refuses QIODevice::Truncate, which would empty the file before the lock is held.
+    /// @warning WriteOnly alone empties the file, as with QFile. To change its contents, use ReadWrite.
     bool open(OpenMode mode) override;
 
     /**
-     * Takes the lock in `mode`; NoLock gives it up. A lock in another mode is given up first, and somebody
-     * else may come in between.
+     * Takes the lock in `mode`; NoLock releases it. A lock in another mode is released first, so another
+     * process may take it in between.
      *
-     * @param block wait for others without a limit. A reader never waits for one of the 64 places of readers,
-     * only for the writer. While a writer waits, new readers are let in on Linux, and not on Windows.
-     * @return whether the lock is held; false without a warning if others hold it. A lock in another mode is
-     * then lost.
+     * @param block Wait without a limit. A reader waits only for the writer, never for one of the 64 slots.
+     * While a writer waits, Linux admits new readers and Windows does not.
+     * @return Whether the lock is held. False without a warning if others hold it; a lock in another mode is
+     * lost then.
      */
     bool lock(LockMode mode, bool block);
 
-    /// Gives up the lock. False if the file is not open.
+    /// Releases the lock. Returns false if the file is not open.
     bool unlock();
 
-    bool isLocked() const { return lockMode != NoLock; } ///< Whether this object holds the lock.
+    bool isLocked() const { return lockMode != NoLock; } ///< Returns whether this object holds the lock.
 
 private:
     Q_DISABLE_COPY(QtLockedFile)
 
-    std::unique_ptr<IFileLock> fileLock; ///< Made on first use, kept until destruction.
+    std::unique_ptr<FileLock> fileLock;
     LockMode lockMode = NoLock;
 };
 

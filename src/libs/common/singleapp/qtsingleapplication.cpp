@@ -2,8 +2,6 @@
 
 #include <common/singleapp/qtlocalpeer.h>
 
-#include <QWidget>
-
 QtSingleApplication::QtSingleApplication(int& argc, char** argv, bool withGui)
     : QApplication(argc, argv, withGui)
 {
@@ -14,6 +12,12 @@ QtSingleApplication::QtSingleApplication(const QString& id, int& argc, char** ar
     : QApplication(argc, argv)
 {
     sysInit(id);
+}
+
+// As long as its signal can still be emitted.
+QtSingleApplication::~QtSingleApplication()
+{
+    delete peer;
 }
 
 bool QtSingleApplication::isRunning()
@@ -53,7 +57,7 @@ bool QtSingleApplication::sendMessage(const QString& message, int timeout)
 
 void QtSingleApplication::activateWindow()
 {
-    if (activationWidget != nullptr) {
+    if (!activationWidget.isNull()) {
         activationWidget->setWindowState(activationWidget->windowState() & ~Qt::WindowMinimized);
         activationWidget->raise();
         activationWidget->activateWindow();

@@ -3,13 +3,15 @@
 #include <common/vxcommon_export.h>
 
 #include <QApplication>
+#include <QPointer>
 #include <QString>
+#include <QWidget>
 
 class QtLocalPeer;
 
 /**
- * An application object that knows whether another process of the same program runs already, can pass it a
- * text, and brings a window to the front when a text arrives.
+ * An application object that runs once per user: it detects another running process of the same program,
+ * sends messages to it, and brings a window to the front when a message arrives.
  *
  * @code
  * QtSingleApplication application(QStringLiteral("vexline"), argc, argv);
@@ -17,49 +19,51 @@ class QtLocalPeer;
  *     return 0;
  * }
  * if (application.isRunning()) {
- *     return 1; // The first process does not answer.
+ *     return 1; // The primary instance does not reply.
  * }
- * // This is the first process, be it because the one before ended a moment ago.
+ * // This is the primary instance, perhaps because the previous one ended a moment ago.
  * @endcode
- * Until isRunning, initialize or sendMessage was called, the process neither claims to be the first nor
- * receives anything. See QtLocalPeer for how processes meet.
+ * Before the first call of isRunning, initialize or sendMessage, the process neither claims to be the primary
+ * instance nor receives anything. See QtLocalPeer for the mechanism.
  */
 class VXCOMMON_EXPORT QtSingleApplication : public QApplication
 {
     Q_OBJECT
 
 public:
-    /// Processes of the same executable belong together. `withGui` goes on to QApplication as its flags.
+    /// Processes of the same executable form a group. `withGui` is passed to QApplication as its flags.
     QtSingleApplication(int& argc, char** argv, bool withGui = true);
-    /// Processes with the same `id` belong together.
+    /// Processes with the same `id` form a group.
     QtSingleApplication(const QString& id, int& argc, char** argv);
+    ~QtSingleApplication() override; ///< Delivers acknowledged messages that are still pending.
 
-    /// Whether another process is the first; if none is, this one becomes it.
+    /// Returns whether another process is the primary instance. If there is none, this process becomes it.
     bool isRunning();
-    /// As isRunning, without an answer. The argument means nothing.
+    /// Calls isRunning and ignores its result and the argument.
     void initialize(bool unused = true);
 
-    QString id() const; ///< As given or, if none was, the path of the executable in lower case.
+    QString id() const; ///< Returns the id; if none was given, the executable's path in lower case.
 
     /**
      * Sets the window that activateWindow brings to the front.
      *
-     * @param window not owned; must outlive its use. May be null.
-     * @param onMessage call activateWindow whenever a text arrives. Each call with true adds one activation
-     * for each text; this is meant. A call with false removes all.
+     * @param window Not owned. May be null, and may be deleted at any time.
+     * @param onMessage If true, call activateWindow for each message; if false, no longer. Kept for
+     * compatibility: each call with true adds one activation per message.
      */
     void setActivationWindow(QWidget* window, bool onMessage = true);
-    QWidget* activationWindow() const; ///< As set.
+    QWidget* activationWindow() const; ///< @see setActivationWindow
 
 Q_SIGNALS:
-    /// A text from another process; in the first process only.
+    /// Emitted in the primary instance when a message from another process has been acknowledged.
     void messageReceived(const QString& message);
 
 public Q_SLOTS:
-    /// Hands a text to the first process, see QtLocalPeer::sendMessage. False in the first process.
+    /// Sends a message to the primary instance, see QtLocalPeer::sendMessage. Returns false in the primary
+    /// instance.
     bool sendMessage(const QString& message, int timeout = 5000);
-    /// Un-minimises, raises and activates the activation window, if there is one. Whether it really comes to
-    /// the front is up to the window manager.
+    /// Restores, raises and activates the activation window, if there is one. The window manager decides
+    /// whether it comes to the front.
     void activateWindow();
 
 private:
@@ -68,5 +72,5 @@ private:
     void sysInit(const QString& appId);
 
     QtLocalPeer* peer = nullptr;
-    QWidget* activationWidget = nullptr;
+    QPointer<QWidget> activationWidget;
 };

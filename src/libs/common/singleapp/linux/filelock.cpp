@@ -4,116 +4,160 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <cerrno>
+#include <mutex>
+#include <vector>
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/file.h>
 
 namespace QtLP_Private
 {
 
+using common::platform::FileDescriptor;
+
+/**
+ * A separate open file for the same inode, with flock on it. It outlasts QFile::close, as a mutex does.
+ *
+ * Each reader also holds a lock on one byte, the number of its slot, so that readers can be counted. Such
+ * locks and flock do not interact.
+ */
+struct FileLock::Handles
+{
+    FileDescriptor lock;
+};
+
 namespace
 {
 
-/// A lock on the open file `descriptor`; false if others hold it.
-bool TakeFlock(int descriptor, int operation, bool block)
-{
-    int result = 0;
-    do {
-        result = ::flock(descriptor, block ? operation : operation | LOCK_NB);
-    } while (result != 0 && errno == EINTR);
-    if (result != 0 && errno != EWOULDBLOCK) {
-        qErrnoWarning("QtLockedFile::lock(): flock failed");
-    }
-    return result == 0;
-}
-
 /**
- * flock on a descriptor of its own for the same open file, so that the lock outlasts QFile::close, as it does
- * with mutexes.
- *
- * Each reader also holds one byte of the file locked, which is what counts them: the number of the byte is
- * the number of the reader's slot. These locks and flock do not see each other.
+ * The locks of this process. flock belongs to the open file, which a forked child shares, so the child closes
+ * its copies: a lock ends with the process that took it.
  */
-class FileLock final : public IFileLock
+class OwnLocks
 {
 public:
-    bool TakeRead(const QFile& file, bool block) override
+    static OwnLocks& Instance()
     {
-        if (!Take(file, LOCK_SH, block)) {
-            return false;
-        }
-        if (!TakeSlot()) {
-            qWarning("QtLockedFile::lock(): too many readers");
-            Release();
-            return false;
-        }
-        return true;
+        static auto* const locks = new OwnLocks; // Never destroyed: a fork may come late.
+        return *locks;
     }
 
-    bool TakeWrite(const QFile& file, bool block) override { return Take(file, LOCK_EX, block); }
-
-    void Release() override
+    void Add(FileDescriptor* lock)
     {
-        slot.Close();
-        if (lock.IsOpen()) {
-            // Descriptors of a forked child may share the open file, so closing ours alone would not do.
-            ::flock(lock.Get(), LOCK_UN);
-        }
-        lock.Close();
+        const std::lock_guard guard(mutex);
+        locks.push_back(lock);
     }
 
-    ~FileLock() override { FileLock::Release(); }
+    void Remove(FileDescriptor* lock)
+    {
+        const std::lock_guard guard(mutex);
+        locks.erase(std::remove(locks.begin(), locks.end(), lock), locks.end());
+    }
 
 private:
-    bool Take(const QFile& file, int operation, bool block)
+    OwnLocks()
     {
-        lock = common::platform::FileDescriptor(::fcntl(file.handle(), F_DUPFD_CLOEXEC, 0));
-        if (!lock.IsOpen()) {
-            qErrnoWarning("QtLockedFile::lock(): fcntl failed");
-            return false;
-        }
-        if (!TakeFlock(lock.Get(), operation, block)) {
-            lock.Close();
-            return false;
-        }
-        return true;
+        ::pthread_atfork([] { Instance().mutex.lock(); }, [] { Instance().mutex.unlock(); },
+                         [] {
+                             for (FileDescriptor* const lock : Instance().locks) {
+                                 lock->Close();
+                             }
+                             Instance().mutex.unlock();
+                         });
     }
 
-    /// False if all slots are busy. A reader who may not write to the file, or whose file system has no such
-    /// locks, cannot hold one and is not counted.
-    bool TakeSlot()
-    {
-        const QByteArray path = QByteArrayLiteral("/proc/self/fd/") + QByteArray::number(lock.Get());
-        slot = common::platform::FileDescriptor(::open(path.constData(), O_RDWR | O_CLOEXEC));
-        if (!slot.IsOpen()) {
-            return true;
+    std::mutex mutex;
+    std::vector<FileDescriptor*> locks;
+};
+
+/// Opens the file of `file` again, with the rights that there are.
+FileDescriptor Reopen(const QFile& file)
+{
+    const QByteArray path = QByteArrayLiteral("/proc/self/fd/") + QByteArray::number(file.handle());
+    FileDescriptor descriptor;
+    for (const int access : {O_RDWR, O_RDONLY, O_WRONLY}) {
+        if (!descriptor.IsOpen()) {
+            descriptor = FileDescriptor(::open(path.constData(), access | O_CLOEXEC));
         }
-        for (int number = 0; number < readerSlots; ++number) {
-            struct flock range = {};
-            range.l_type = F_WRLCK;
-            range.l_whence = SEEK_SET;
-            range.l_start = number;
-            range.l_len = 1;
-            if (::fcntl(slot.Get(), F_OFD_SETLK, &range) == 0) {
-                return true;
-            }
-            if (errno != EAGAIN && errno != EACCES) {
-                return true;
-            }
-        }
+    }
+    return descriptor;
+}
+
+bool Take(FileDescriptor& lock, const QFile& file, int operation, bool block)
+{
+    lock = Reopen(file);
+    if (!lock.IsOpen()) {
+        qErrnoWarning("QtLockedFile::lock(): open failed");
         return false;
     }
+    int result = 0;
+    do {
+        result = ::flock(lock.Get(), block ? operation : operation | LOCK_NB);
+    } while (result != 0 && errno == EINTR);
+    if (result == 0) {
+        return true;
+    }
+    if (errno != EWOULDBLOCK) {
+        qErrnoWarning("QtLockedFile::lock(): flock failed");
+    }
+    lock.Close();
+    return false;
+}
 
-    common::platform::FileDescriptor lock;
-    common::platform::FileDescriptor slot;
-};
+/// Returns false if all slots are busy. A reader that may not write to the file, or whose file system has no
+/// such locks, cannot hold one and is not counted.
+bool TakeSlot(const FileDescriptor& lock)
+{
+    for (int number = 0; number < readerSlots; ++number) {
+        struct flock range = {};
+        range.l_type = F_WRLCK;
+        range.l_whence = SEEK_SET;
+        range.l_start = number;
+        range.l_len = 1;
+        if (::fcntl(lock.Get(), F_OFD_SETLK, &range) == 0 || (errno != EAGAIN && errno != EACCES)) {
+            return true;
+        }
+    }
+    return false;
+}
 
 } // namespace
 
-std::unique_ptr<IFileLock> CreateFileLock()
+FileLock::FileLock()
+    : d(std::make_unique<Handles>())
 {
-    return std::make_unique<FileLock>();
+    OwnLocks::Instance().Add(&d->lock);
+}
+
+FileLock::~FileLock()
+{
+    OwnLocks::Instance().Remove(&d->lock);
+}
+
+bool FileLock::TakeRead(const QFile& file, bool block)
+{
+    if (!Take(d->lock, file, LOCK_SH, block)) {
+        return false;
+    }
+    if (!TakeSlot(d->lock)) {
+        qWarning("QtLockedFile::lock(): too many readers");
+        Release();
+        return false;
+    }
+    return true;
+}
+
+bool FileLock::TakeWrite(const QFile& file, bool block)
+{
+    return Take(d->lock, file, LOCK_EX, block);
+}
+
+void FileLock::Release()
+{
+    d->lock.Close();
 }
 
 } // namespace QtLP_Private

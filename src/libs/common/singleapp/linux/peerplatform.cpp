@@ -4,7 +4,13 @@
 
 #include <common/singleapp/qtlockedfile.h>
 
+#include <QFileSystemWatcher>
 #include <QLocalSocket>
+
+#include <cerrno>
+#include <csignal>
+#include <ctime>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -17,16 +23,28 @@ namespace QtLP_Private
 namespace
 {
 
-// For the user alone: whoever can open the file could hold its lock.
+/// For the user alone: any process that can open the file can hold its lock.
 constexpr mode_t privateMode = S_IRUSR | S_IWUSR;
 
-/// A second name would make it another file of this user, linked to this place by somebody else.
+constexpr std::chrono::seconds freshFor = std::chrono::hours(1);
+
 bool IsOwnFile(const struct stat& status)
 {
-    return S_ISREG(status.st_mode) && status.st_uid == ::geteuid() && status.st_nlink <= 1;
+    return S_ISREG(status.st_mode) && status.st_uid == ::geteuid();
 }
 
-/// Whether something else than a file of this user stands at `path`.
+/// The process that called listen, or connect, on the other side. Nothing if the connection has ended.
+std::optional<ucred> PeerOf(const QLocalSocket& socket)
+{
+    ucred credentials = {};
+    socklen_t size = sizeof(credentials);
+    return ::getsockopt(static_cast<int>(socket.socketDescriptor()), SOL_SOCKET, SO_PEERCRED, &credentials,
+                        &size) == 0
+               ? std::optional(credentials)
+               : std::nullopt;
+}
+
+/// Returns whether something other than a file of this user occupies `path`.
 bool IsForeign(const QByteArray& path)
 {
     struct stat status = {};
@@ -35,7 +53,7 @@ bool IsForeign(const QByteArray& path)
 
 } // namespace
 
-const int listenBacklog = 512; // The system has a limit of its own.
+const int listenBacklog = 512; // The system has its own limit.
 
 QString GroupSuffix()
 {
@@ -45,7 +63,7 @@ QString GroupSuffix()
 bool OpenLockFile(QtLockedFile& file)
 {
     const QByteArray path = QFile::encodeName(file.fileName());
-    // No link is followed, and no pipe that somebody left there holds us up.
+    // Follows no link, and does not wait for the other end of a pipe.
     common::platform::FileDescriptor descriptor(
         ::open(path.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, privateMode));
     struct stat status = {};
@@ -58,7 +76,8 @@ bool OpenLockFile(QtLockedFile& file)
         return false;
     }
     if (descriptor.IsOpen()) {
-        if ((status.st_mode & ~static_cast<mode_t>(S_IFMT)) != privateMode) {
+        // A file with a second name may be any file of this user, linked here by somebody else.
+        if (status.st_nlink == 1) {
             ::fchmod(descriptor.Get(), privateMode);
         }
         file.QFile::open(descriptor.Take(), QIODevice::ReadWrite, QFileDevice::AutoCloseHandle);
@@ -74,19 +93,48 @@ bool IsInPlace(const QtLockedFile& file, const QString& path)
            own.st_dev == found.st_dev && own.st_ino == found.st_ino;
 }
 
-bool IsOwnPeer(const QLocalSocket& socket)
+bool KeepFresh(const QString& path)
 {
-    ucred credentials = {};
-    socklen_t size = sizeof(credentials);
-    if (::getsockopt(static_cast<int>(socket.socketDescriptor()), SOL_SOCKET, SO_PEERCRED, &credentials,
-                     &size) != 0) {
-        return false; // The connection is gone already.
-    }
-    if (credentials.uid != ::geteuid()) {
-        qWarning("QtLocalPeer: the process behind the local socket belongs to another user");
+    const QByteArray name = QFile::encodeName(path);
+    struct stat status = {};
+    if (::lstat(name.constData(), &status) != 0) {
         return false;
     }
+    if (std::time(nullptr) - status.st_mtime > freshFor.count()) {
+        ::utimensat(AT_FDCWD, name.constData(), nullptr, AT_SYMLINK_NOFOLLOW);
+    }
     return true;
+}
+
+QFileSystemWatcher* WatchLockFile(const QString& path, QObject* parent)
+{
+    return new QFileSystemWatcher({path}, parent);
+}
+
+bool Connect(QLocalSocket& socket, const QString& name, std::chrono::milliseconds timeout)
+{
+    socket.connectToServer(name);
+    return socket.waitForConnected(static_cast<int>(timeout.count()));
+}
+
+bool IsServed(const QString& name)
+{
+    QLocalSocket socket;
+    if (!Connect(socket, name, std::chrono::milliseconds::zero())) {
+        return socket.state() != QLocalSocket::UnconnectedState; // It listens, but its queue is full.
+    }
+    // A forked child may have inherited the socket of a process that has ended.
+    const std::optional<ucred> server = PeerOf(socket);
+    return server && (::kill(server->pid, 0) == 0 || errno == EPERM);
+}
+
+bool IsOwnPeer(const QLocalSocket& socket)
+{
+    const std::optional<ucred> peer = PeerOf(socket);
+    if (peer && peer->uid != ::geteuid()) {
+        qWarning("QtLocalPeer: the process behind the local socket belongs to another user");
+    }
+    return peer && peer->uid == ::geteuid();
 }
 
 } // namespace QtLP_Private

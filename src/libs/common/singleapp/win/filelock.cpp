@@ -53,66 +53,16 @@ void ReleaseAndClose(HANDLE mutex)
     ::CloseHandle(mutex);
 }
 
+} // namespace
+
 /**
  * The lock as named mutexes: one of the writer and one for each reader slot that was ever used.
  *
- * Whoever takes a lock holds the writer's mutex while doing so. A reader then keeps only its slot; a writer
- * keeps the writer's mutex and every slot that exists.
+ * A lock is taken while the writer's mutex is held. A reader then keeps only its slot; a writer keeps the
+ * writer's mutex and every slot that exists.
  */
-class FileLock final : public IFileLock
+struct FileLock::Handles
 {
-public:
-    bool TakeRead(const QFile& file, bool block) override
-    {
-        if (!TakeWriterMutex(file, block)) {
-            return false;
-        }
-        readerMutex = TakeReaderSlot();
-        ::ReleaseMutex(writerMutex);
-        return readerMutex != nullptr;
-    }
-
-    bool TakeWrite(const QFile& file, bool block) override
-    {
-        if (!TakeWriterMutex(file, block)) {
-            return false;
-        }
-        writes = true;
-        for (int slot = 0; slot < readerSlots; ++slot) {
-            if (HANDLE mutex = MutexHandle(slot, false)) {
-                readerMutexes.push_back(mutex);
-            }
-        }
-        if (!readerMutexes.empty() && !WaitOnAll(readerMutexes, block)) {
-            Release();
-            return false;
-        }
-        return true;
-    }
-
-    void Release() override
-    {
-        if (readerMutex != nullptr) {
-            ReleaseAndClose(std::exchange(readerMutex, nullptr));
-        }
-        for (HANDLE mutex : readerMutexes) {
-            ReleaseAndClose(mutex);
-        }
-        readerMutexes.clear();
-        if (std::exchange(writes, false)) {
-            ::ReleaseMutex(writerMutex);
-        }
-    }
-
-    ~FileLock() override
-    {
-        FileLock::Release();
-        if (writerMutex != nullptr) {
-            ::CloseHandle(writerMutex);
-        }
-    }
-
-private:
     bool TakeWriterMutex(const QFile& file, bool block)
     {
         if (mutexName.isEmpty()) {
@@ -171,11 +121,58 @@ private:
     bool writes = false;
 };
 
-} // namespace
+FileLock::FileLock()
+    : d(std::make_unique<Handles>())
+{}
 
-std::unique_ptr<IFileLock> CreateFileLock()
+FileLock::~FileLock()
 {
-    return std::make_unique<FileLock>();
+    Release();
+    if (d->writerMutex != nullptr) {
+        ::CloseHandle(d->writerMutex);
+    }
+}
+
+bool FileLock::TakeRead(const QFile& file, bool block)
+{
+    if (!d->TakeWriterMutex(file, block)) {
+        return false;
+    }
+    d->readerMutex = d->TakeReaderSlot();
+    ::ReleaseMutex(d->writerMutex);
+    return d->readerMutex != nullptr;
+}
+
+bool FileLock::TakeWrite(const QFile& file, bool block)
+{
+    if (!d->TakeWriterMutex(file, block)) {
+        return false;
+    }
+    d->writes = true;
+    for (int slot = 0; slot < readerSlots; ++slot) {
+        if (HANDLE mutex = d->MutexHandle(slot, false)) {
+            d->readerMutexes.push_back(mutex);
+        }
+    }
+    if (!d->readerMutexes.empty() && !WaitOnAll(d->readerMutexes, block)) {
+        Release();
+        return false;
+    }
+    return true;
+}
+
+void FileLock::Release()
+{
+    if (d->readerMutex != nullptr) {
+        ReleaseAndClose(std::exchange(d->readerMutex, nullptr));
+    }
+    for (HANDLE mutex : d->readerMutexes) {
+        ReleaseAndClose(mutex);
+    }
+    d->readerMutexes.clear();
+    if (std::exchange(d->writes, false)) {
+        ::ReleaseMutex(d->writerMutex);
+    }
 }
 
 } // namespace QtLP_Private

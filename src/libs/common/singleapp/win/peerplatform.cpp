@@ -2,14 +2,61 @@
 
 #include <common/singleapp/qtlockedfile.h>
 
+#include <QElapsedTimer>
 #include <QLibrary>
+#include <QLocalSocket>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
 
 #include <windows.h>
 
 namespace QtLP_Private
 {
 
-// Each is an instance of the pipe, made when listening begins: hundreds would be felt in the interface.
+namespace
+{
+
+struct CloseHandleOf
+{
+    void operator()(HANDLE handle) const { ::CloseHandle(handle); }
+};
+using Handle = std::unique_ptr<void, CloseHandleOf>;
+
+QString PipeName(const QString& name)
+{
+    return QStringLiteral(R"(\\.\pipe\)") + name;
+}
+
+const wchar_t* Wide(const QString& text)
+{
+    return reinterpret_cast<const wchar_t*>(text.utf16());
+}
+
+/// The TOKEN_USER of a process; empty if it cannot be read.
+std::vector<char> UserOf(HANDLE process)
+{
+    HANDLE rawToken = nullptr;
+    if (::OpenProcessToken(process, TOKEN_QUERY, &rawToken) == 0) {
+        return {};
+    }
+    const Handle token(rawToken);
+    DWORD size = 0;
+    ::GetTokenInformation(token.get(), TokenUser, nullptr, 0, &size);
+    std::vector<char> user(size);
+    return ::GetTokenInformation(token.get(), TokenUser, user.data(), size, &size) != 0 ? user
+                                                                                        : std::vector<char>();
+}
+
+PSID SidOf(const std::vector<char>& user)
+{
+    return reinterpret_cast<const TOKEN_USER*>(user.data())->User.Sid;
+}
+
+} // namespace
+
+// Each is an instance of the pipe, created when listening begins: hundreds would delay the interface.
 const int listenBacklog = 64;
 
 QString GroupSuffix()
@@ -30,7 +77,7 @@ QString GroupSuffix()
 
 bool OpenLockFile(QtLockedFile& file)
 {
-    // The temporary folder belongs to the user, so nobody else can have put anything in the way.
+    // The temporary folder belongs to the user, so no other user can have put anything there.
     file.open(QIODevice::ReadWrite);
     return true;
 }
@@ -41,10 +88,58 @@ bool IsInPlace(const QtLockedFile& /*file*/, const QString& /*path*/)
     return true;
 }
 
-bool IsOwnPeer(const QLocalSocket& /*socket*/)
+bool KeepFresh(const QString& /*path*/)
 {
-    // The name holds the session, and the pipe's security descriptor admits its user only.
     return true;
+}
+
+QFileSystemWatcher* WatchLockFile(const QString& /*path*/, QObject* /*parent*/)
+{
+    return nullptr;
+}
+
+// QLocalSocket would allow the server to impersonate this process, and wait 5 s for a busy pipe.
+bool Connect(QLocalSocket& socket, const QString& name, std::chrono::milliseconds timeout)
+{
+    const QString pipe = PipeName(name);
+    QElapsedTimer timer;
+    timer.start();
+    qint64 left = timeout.count();
+    do {
+        HANDLE handle =
+            ::CreateFileW(Wide(pipe), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                          FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_ANONYMOUS, nullptr);
+        if (handle != INVALID_HANDLE_VALUE) {
+            return socket.setSocketDescriptor(reinterpret_cast<qintptr>(handle));
+        }
+        if (::GetLastError() != ERROR_PIPE_BUSY) {
+            return false;
+        }
+        left = timeout.count() - timer.elapsed();
+        // 0 would stand for a default of the server.
+    } while (left > 0 && ::WaitNamedPipeW(Wide(pipe), static_cast<DWORD>(left)) != 0);
+    return false;
+}
+
+bool IsServed(const QString& name)
+{
+    return ::WaitNamedPipeW(Wide(PipeName(name)), 1) != 0;
+}
+
+bool IsOwnPeer(const QLocalSocket& socket)
+{
+    ULONG processId = 0;
+    if (::GetNamedPipeServerProcessId(reinterpret_cast<HANDLE>(socket.socketDescriptor()), &processId) == 0) {
+        return false; // The connection has ended.
+    }
+    const Handle process(::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
+    const std::vector<char> theirs = process ? UserOf(process.get()) : std::vector<char>();
+    const std::vector<char> ours = UserOf(::GetCurrentProcess());
+    if (!theirs.empty() && !ours.empty() && ::EqualSid(SidOf(theirs), SidOf(ours)) != 0) {
+        return true;
+    }
+    qWarning("QtLocalPeer: the process behind the local socket belongs to another user");
+    return false;
 }
 
 } // namespace QtLP_Private

@@ -1,0 +1,130 @@
+// What happens to the two files of a primary instance in the temporary directory, and to a process that
+// inherits them.
+
+#include "peers.h"
+
+#include <QDateTime>
+#include <QProcess>
+#include <QSignalSpy>
+
+#include <csignal>
+#include <cstdio>
+
+#include <unistd.h>
+
+namespace
+{
+
+/// A primary instance that forks a helper, which goes on until the standard input ends.
+int RunWithHelper(const char* appId)
+{
+    QtLocalPeer peer(nullptr, appId);
+    if (peer.isSecondary() || fork() < 0) {
+        return 1;
+    }
+    std::puts("ready");
+    static_cast<void>(std::fflush(stdout));
+    static_cast<void>(std::getchar());
+    _exit(0); // The helper must not clean up for its parent.
+}
+
+} // namespace
+
+class TestPeerFiles : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void removedBeforeClaim();
+    void removedDuringClaim();
+    void socketRemoved();
+    void secondName();
+    void keptFresh();
+    void forkedHelper();
+};
+
+void TestPeerFiles::removedBeforeClaim()
+{
+    const QString path = QDir::temp().filePath(SocketName("removed") + "-lockfile");
+    QtLocalPeer early(nullptr, "removed");
+    QVERIFY(QFile::remove(path));
+    QtLocalPeer first(nullptr, "removed");
+    QVERIFY(!first.isSecondary());
+    QVERIFY2(early.isSecondary(), "its file is not the one that counts");
+}
+
+void TestPeerFiles::removedDuringClaim()
+{
+    const QString path = QDir::temp().filePath(SocketName("again") + "-lockfile");
+    QtLocalPeer first(nullptr, "again");
+    QVERIFY(!first.isSecondary());
+    QSignalSpy received(&first, &QtLocalPeer::messageReceived);
+    for (int removals = 1; removals <= 2; ++removals) {
+        QVERIFY(QFile::remove(path));
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path), 20000);
+        QVERIFY(QtLocalPeer(nullptr, "again").isSecondary());
+        QVERIFY(SendFromElsewhere("again", "hello"));
+        QTRY_COMPARE(received.size(), removals);
+    }
+}
+
+void TestPeerFiles::socketRemoved()
+{
+    const QString path = QDir::temp().filePath(SocketName("socket"));
+    QtLocalPeer first(nullptr, "socket");
+    QVERIFY(!first.isSecondary() && QFile::remove(path));
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path), 20000);
+    QVERIFY(SendFromElsewhere("socket", "hello"));
+}
+
+void TestPeerFiles::secondName()
+{
+    const QByteArray path = QFile::encodeName(QDir::temp().filePath(SocketName("linked") + "-lockfile"));
+    QCOMPARE(link(path.constData(), (path + ".bak").constData()), 0);
+    QtLocalPeer first(nullptr, "linked");
+    QVERIFY(!first.isSecondary());
+    QVERIFY(SendFromElsewhere("linked", "hello"));
+}
+
+// A cleaner of old temporary files takes what has not been changed for days.
+void TestPeerFiles::keptFresh()
+{
+    const QString socketPath = QDir::temp().filePath(SocketName("fresh"));
+    QtLocalPeer first(nullptr, "fresh");
+    QVERIFY(!first.isSecondary());
+    for (const QString& path : {socketPath, socketPath + "-lockfile"}) {
+        QCOMPARE(QProcess::execute("touch", {"--date=9 days ago", path}), 0);
+        const auto isFresh = [&path] {
+            return QFileInfo(path).lastModified().secsTo(QDateTime::currentDateTime()) < 100;
+        };
+        QVERIFY(!isFresh());
+        QVERIFY2(QTest::qWaitFor(isFresh, 20000), qPrintable(path));
+    }
+}
+
+void TestPeerFiles::forkedHelper()
+{
+    QProcess process;
+    process.start(QCoreApplication::applicationFilePath(), {"helper", "forked"});
+    QVERIFY(process.waitForReadyRead(30000));
+    QtLocalPeer heir(nullptr, "forked");
+    QVERIFY(heir.isSecondary());
+    QSignalSpy received(&heir, &QtLocalPeer::messageReceived);
+    kill(static_cast<pid_t>(process.processId()), SIGKILL);
+    QTRY_VERIFY2(!heir.isSecondary(), "the claim ends with its process");
+    QVERIFY(SendFromElsewhere("forked", "hello"));
+    QTRY_COMPARE(received.size(), 1);
+}
+
+int main(int argc, char** argv)
+{
+    if (argc == 3 && qstrcmp(argv[1], "helper") == 0) {
+        return RunWithHelper(argv[2]);
+    }
+    const PrivateTemp temp;
+    QCoreApplication application(argc, argv);
+    TestPeerFiles test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_peerfiles.moc"
