@@ -59,8 +59,8 @@ void ConfigureLog(const QString& file)
 {
     constexpr std::size_t maxFileSize = std::size_t{1024} * 1024;
     constexpr int maxBackups = 2;
-    GetLog4cpp()->Configure(Info, RollingFile, PatternLayout, QString(), QStringLiteral("qt"), QString(),
-                            file, QString(), maxFileSize, maxBackups);
+    GetLog4cpp()->Configure(Info, Target::RollingFile, Option::PatternLayout, QString(), QStringLiteral("qt"),
+                            QString(), file, QString(), maxFileSize, maxBackups);
 }
 
 void ApplyStyle()
