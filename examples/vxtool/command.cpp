@@ -2,29 +2,140 @@
 
 #include "output.h"
 
+#include <common/logger/logger.h>
+#include <common/vxcommon_features.h>
+
+#include <QMutex>
+
 #include <algorithm>
 
 namespace vxtool
 {
 
-std::vector<Command>& Commands()
+namespace
 {
-    static std::vector<Command> commands;
+
+namespace logger = common::logger;
+
+const Command* runningCommand = nullptr;
+
+/// Keeps the library's first error, which threads of file jobs may log, and forwards all lines to the log.
+class ErrorKeeper final : public logger::Logger
+{
+public:
+    void Write(const logger::IMessage& message) override
+    {
+        if (message.GetLevel() <= logger::Error) {
+            const QMutexLocker lock(&mutex);
+            if (firstError.isEmpty()) {
+                firstError = *message.GetText();
+            }
+        }
+        if (log != nullptr) {
+            log->Write(message);
+        }
+    }
+
+    QString FirstError()
+    {
+        const QMutexLocker lock(&mutex);
+        return firstError;
+    }
+
+    logger::ILogger* log = nullptr;
+
+private:
+    QMutex mutex;
+    QString firstError;
+};
+
+ErrorKeeper& Keeper()
+{
+    static auto* const keeper = new ErrorKeeper; // Never deleted: Qt may still log when main has returned.
+    return *keeper;
+}
+
+std::vector<CommandList (*)()>& Makers()
+{
+    static std::vector<CommandList (*)()> makers;
+    return makers;
+}
+
+QString ProgramAndCommand()
+{
+    return runningCommand == nullptr ? u"vxtool"_s : u"vxtool "_s + runningCommand->name;
+}
+
+} // namespace
+
+const CommandList& Commands()
+{
+    static const CommandList commands = [] {
+        CommandList all;
+        for (const auto makeCommands : Makers()) {
+            const CommandList some = makeCommands();
+            all.insert(all.end(), some.begin(), some.end());
+        }
+        std::sort(all.begin(), all.end(), [](const Command& a, const Command& b) { return a.name < b.name; });
+        return all;
+    }();
     return commands;
 }
 
-CommandRegistration::CommandRegistration(std::initializer_list<Command> commands)
+CommandRegistration::CommandRegistration(CommandList (*makeCommands)())
 {
-    auto& all = Commands();
-    all.insert(all.end(), commands);
-    std::sort(all.begin(), all.end(), [](const Command& a, const Command& b) { return a.name < b.name; });
+    Makers().push_back(makeCommands);
 }
 
-int FailUsage(const QString& reason, const QString& commandName)
+void SetRunningCommand(const Command* command)
 {
-    const QString subject = commandName.isEmpty() ? QString() : u' ' + commandName;
-    PrintError(QStringLiteral("vxtool%1: %2\nTry 'vxtool%1 --help'.").arg(subject, reason));
+    runningCommand = command;
+}
+
+bool Complain(const QString& reason)
+{
+    PrintError(ProgramAndCommand() + u": "_s + reason);
+    return false;
+}
+
+int Fail(const QString& reason)
+{
+    return ExitCodeOf(Complain(reason));
+}
+
+int FailUsage(const QString& reason)
+{
+    Complain(reason);
+    PrintError(u"Try '%1 --help'."_s.arg(ProgramAndCommand()));
     return WrongUsage;
+}
+
+bool StartLog(const QString& file, int level, bool showSource)
+{
+    logger::SetLogger(&Keeper());
+    if (file.isEmpty()) {
+        return true;
+    }
+#if VXCOMMON_HAS_LOG4CPP
+    constexpr std::size_t maxFileSize = std::size_t{10} * 1024 * 1024;
+    constexpr int maxBackups = 3;
+    const bool isConsole = file == "-"_L1;
+    Keeper().log = logger::GetLog4cpp();
+    return Keeper().log->Configure(
+        level, isConsole ? logger::Target::Console : logger::Target::RollingFile,
+        logger::Option::PatternLayout |
+            (showSource ? logger::Option::ShowSource | logger::Option::ShowFunction : 0U),
+        QString(), u"qt"_s, QString(), isConsole ? QString() : file, QString(), maxFileSize, maxBackups);
+#else
+    Q_UNUSED(level)
+    Q_UNUSED(showSource)
+    return false;
+#endif
+}
+
+QString LibraryError()
+{
+    return Keeper().FirstError();
 }
 
 } // namespace vxtool

@@ -9,6 +9,8 @@
 namespace vxtool
 {
 
+using namespace Qt::StringLiterals;
+
 /// What a command ends the program with.
 enum ExitCode : int
 {
@@ -17,33 +19,61 @@ enum ExitCode : int
     WrongUsage = 2  ///< The command line makes no sense.
 };
 
-/// The exit code for whether every input was valid, or every job done.
+/// Returns the exit code for whether every input was valid, or every job done.
 constexpr ExitCode ExitCodeOf(bool allDone)
 {
     return allDone ? AllValid : SomeFailed;
 }
 
-/// One subcommand: its words, its help, its options and its work.
+using Options = QList<QCommandLineOption>;
+
+/// One command: its words, its help, its options and its work.
 struct Command
 {
     QString name;      ///< One or two words, such as "sip check".
-    QString arguments; ///< As shown in the help, such as "[ID...]".
-    QString summary;   ///< One line for the table of commands; the first of the command's own help.
-    std::function<void(QCommandLineParser&)> addOptions;
+    QString arguments; ///< As the help shows them, such as "[ID...]".
+    QString summary;   ///< One line for the table of commands: 52 characters at most.
+    Options options;
     std::function<int(const QCommandLineParser&)> run; ///< Returns an ExitCode.
+    QString details = {};                              ///< What the summary leaves out; may be empty.
+    QString example = {};                              ///< A command line; may be empty.
+    bool optionsFirst = false; ///< Everything from the first argument on is data, whatever it looks like.
 };
 
-/// All commands, sorted by name.
-std::vector<Command>& Commands();
+using CommandList = std::vector<Command>;
 
-/// Adds commands to the table before main runs: `static const CommandRegistration registration{...};`
+/// All commands, sorted by name. They are made on the first call, when all files' options exist.
+const CommandList& Commands();
+
+/// Adds a file's commands to the table: `const CommandRegistration registration([] { return CommandList{...};
+/// });`
 class CommandRegistration
 {
 public:
-    CommandRegistration(std::initializer_list<Command> commands);
+    explicit CommandRegistration(CommandList (*makeCommands)());
 };
 
-/// Prints why the command line makes no sense and how to learn more; returns WrongUsage.
-int FailUsage(const QString& reason, const QString& commandName = QString());
+/// Sets the command whose name complaints begin with. Null, as at the start, for none.
+void SetRunningCommand(const Command* command);
+
+/// Prints `reason` after the name of the running command. Returns false, for handlers of single inputs.
+bool Complain(const QString& reason);
+
+/// Prints `reason`. Returns SomeFailed.
+int Fail(const QString& reason);
+
+/// Prints why the command line makes no sense and where its help is. Returns WrongUsage.
+int FailUsage(const QString& reason);
+
+/**
+ * Writes the library's log to `file` ("-" is standard output), up to `level`; without a file, keeps only
+ * what LibraryError returns.
+ *
+ * @return false if this build cannot write logs
+ */
+bool StartLog(const QString& file, int level, bool showSource);
+
+/// Returns the first error line that the library has logged, which names the cause; empty if there is none.
+QString LibraryError();
 
 } // namespace vxtool

@@ -1,7 +1,8 @@
 #include "command.h"
 #include "httpoptions.h"
-#include "interrupt.h"
+#include "input.h"
 #include "output.h"
+#include "platform.h"
 #include "progressbar.h"
 
 #include <common/http/ifiledownload.h>
@@ -10,7 +11,7 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
-#include <QNetworkAccessManager>
+#include <QTemporaryDir>
 
 #include <filesystem>
 #include <limits>
@@ -24,30 +25,20 @@ namespace vxtool
 namespace
 {
 
-const QString commandName = QStringLiteral("download");
-const QString sizeOption = QStringLiteral("size");
-const QString md5Option = QStringLiteral("md5");
-const QString attemptsOption = QStringLiteral("attempts");
-const QString timeoutOption = QStringLiteral("timeout");
-const QString keepPartialOption = QStringLiteral("keep-partial");
+using common::http::IFileDownload;
 
-void AddOptions(QCommandLineParser& parser)
-{
-    parser.addOption({sizeOption, QStringLiteral("Size that the file must have."), QStringLiteral("BYTES")});
-    parser.addOption({md5Option, QStringLiteral("MD5 sum that the file must have."), QStringLiteral("HEX")});
-    parser.addOption({attemptsOption,
-                      QStringLiteral("Maximum number of attempts, 5 seconds apart (default: 1)."),
-                      QStringLiteral("N")});
-    parser.addOption({timeoutOption,
-                      QStringLiteral("Seconds of silence after which an attempt fails (default: 30)."),
-                      QStringLiteral("S")});
-    parser.addOption({keepPartialOption, QStringLiteral("Keep FILE.part if the download fails.")});
-}
+const QCommandLineOption sizeOption{u"size"_s, u"Size that the file must have."_s, u"BYTES"_s};
+const QCommandLineOption md5Option{u"md5"_s, u"MD5 sum that the file must have."_s, u"HEX"_s};
+const QCommandLineOption attemptsOption{
+    u"attempts"_s, u"Maximum number of attempts, 5 seconds apart (default: 1)."_s, u"N"_s};
+const QCommandLineOption timeoutOption{
+    u"timeout"_s, u"Seconds of silence after which an attempt fails (default: 30)."_s, u"S"_s};
 
-/// Returns why the download failed, or an empty string.
-QString RunDownload(common::http::IFileDownload& download)
+const QCommandLineOption keepPartialOption{u"keep-partial"_s, u"Keep FILE.part if the download fails."_s};
+
+/// Runs the download to its end. Complains and returns false if it fails.
+bool RunDownload(IFileDownload& download, const StatusKeeper& manager)
 {
-    using common::http::IFileDownload;
     ProgressBar bar;
     QEventLoop loop;
     QString complaint;
@@ -55,97 +46,111 @@ QString RunDownload(common::http::IFileDownload& download)
                      [&bar](qint64 received, qint64 total) { bar.Update(received, total); });
     QObject::connect(&download, &IFileDownload::complete, &loop, &QEventLoop::quit);
     QObject::connect(&download, &IFileDownload::failed, &loop, [&](int error, const QString& text) {
-        complaint = QStringLiteral("error %1: %2").arg(error).arg(text);
+        constexpr int firstOwnError = 900100;
+        const bool isOwn = error >= firstOwnError && !LibraryError().isEmpty();
+        complaint = manager.ErrorText(download.GetUrl(), error, isOwn ? text + u' ' + LibraryError() : text);
         loop.quit();
     });
-    OnInterrupt([&] {
+    platform::OnInterrupt([&] {
         download.Abort();
-        complaint = QStringLiteral("interrupted");
+        complaint = u"interrupted"_s;
         loop.quit();
     });
     if (download.Start()) {
         loop.exec();
     }
     bar.Finish();
-    return complaint;
+    return complaint.isEmpty() || Complain(complaint);
 }
 
-/// Replaces `to` by `from`; returns why that failed, or an empty string.
-QString Rename(const QString& from, const QString& to)
+bool Rename(const QString& from, const QString& to)
 {
     std::error_code error;
     std::filesystem::rename(from.toStdU16String(), to.toStdU16String(), error);
-    return error ? QStringLiteral("cannot rename %1 to %2: %3")
-                       .arg(from, to, QString::fromLocal8Bit(error.message().c_str()))
-                 : QString();
+    return !error || Complain(u"cannot rename %1 to %2: %3"_s.arg(
+                         from, to, QString::fromLocal8Bit(error.message().c_str())));
 }
 
 /// Downloads into FILE.part first, so that a failure leaves an existing FILE as it is.
-int DownloadTo(const QString& path, std::unique_ptr<common::http::IFileDownload> download, bool keepsPartial)
+int RunToFile(const QCommandLineParser& parser, const QString& path, std::unique_ptr<IFileDownload> download,
+              const StatusKeeper& manager)
 {
     const QFileInfo info(path);
     if (info.exists() && !info.isFile()) {
-        PrintError(QStringLiteral("vxtool download: %1 is not a regular file").arg(path));
-        return SomeFailed;
+        return Fail(u"%1 is not a regular file"_s.arg(path));
     }
     // A link stays one: what it leads to is replaced.
     const QString target = info.exists() ? info.canonicalFilePath() : path;
-    const QString part = target + QStringLiteral(".part");
+    const QString part = target + u".part"_s;
     download->SetFilePath(part);
     QElapsedTimer time;
     time.start();
-    QString complaint = RunDownload(*download);
+    const bool isDownloaded = RunDownload(*download, manager);
     download.reset(); // Closes the file.
-    if (complaint.isEmpty()) {
-        complaint = Rename(part, target);
-    }
-    if (!complaint.isEmpty()) {
-        if (!keepsPartial) {
+    if (!isDownloaded || !Rename(part, target)) {
+        if (!parser.isSet(keepPartialOption)) {
             QFile::remove(part);
         }
-        PrintError(QStringLiteral("vxtool download: ") + complaint);
         return SomeFailed;
     }
-    PrintLine(QStringLiteral("%1: %2 in %3 s")
-                  .arg(path, SizeText(QFileInfo(path).size()))
-                  .arg(static_cast<double>(time.elapsed()) / 1000, 0, 'f', 2));
+    if (!IsQuiet()) {
+        PrintLine(
+            u"%1: %2 in %3 s"_s.arg(path, SizeText(QFileInfo(path).size()),
+                                    QString::number(static_cast<double>(time.elapsed()) / 1000, 'f', 2)));
+    }
     return AllValid;
+}
+
+/// Downloads to a temporary file, and prints it when it is whole and verified.
+int RunToStandardOutput(const QCommandLineParser& parser, IFileDownload& download,
+                        const StatusKeeper& manager)
+{
+    const QTemporaryDir directory;
+    QByteArray bytes;
+    download.SetFilePath(directory.filePath(u"download"_s));
+    return ExitCodeOf(RunDownload(download, manager) && ReadInput(download.GetFilePath(), bytes) &&
+                      PrintBody(parser, bytes));
 }
 
 int Download(const QCommandLineParser& parser)
 {
     const QStringList arguments = parser.positionalArguments();
     if (arguments.size() != 2) {
-        return FailUsage(QStringLiteral("a URL and a file are needed"), commandName);
+        return FailUsage(u"a URL and a file are needed"_s);
     }
     qint64 size = -1;
     qint64 attempts = 1;
     qint64 timeout = 30;
+    QUrl url;
     constexpr qint64 mostInt = std::numeric_limits<int>::max();
-    const QString problems[] = {ReadNumber(parser, sizeOption, 0, std::numeric_limits<qint64>::max(), size),
-                                ReadNumber(parser, attemptsOption, 1, mostInt, attempts),
-                                ReadNumber(parser, timeoutOption, 0, mostInt, timeout)};
-    for (const QString& problem : problems) {
-        if (!problem.isEmpty()) {
-            return FailUsage(problem, commandName);
-        }
+    if (!ReadUrl(arguments.at(0), url) ||
+        !ReadNumber(parser, sizeOption, 0, std::numeric_limits<qint64>::max(), size) ||
+        !ReadNumber(parser, attemptsOption, 1, mostInt, attempts) ||
+        !ReadNumber(parser, timeoutOption, 0, mostInt, timeout)) {
+        return WrongUsage;
     }
-    QNetworkAccessManager manager;
-    std::unique_ptr<common::http::IFileDownload> download(
-        common::http::CreateFileDownload(&manager, nullptr));
-    download->SetUrl(QUrl(arguments.at(0), QUrl::TolerantMode));
+    StatusKeeper manager;
+    std::unique_ptr<IFileDownload> download(common::http::CreateFileDownload(&manager, nullptr));
+    download->SetUrl(url);
     download->SetFileSize(size);
     download->SetChecksum(parser.value(md5Option));
     download->SetAttemptCount(static_cast<int>(attempts));
     download->SetTimeout(static_cast<int>(timeout));
-    return DownloadTo(arguments.at(1), std::move(download), parser.isSet(keepPartialOption));
+    return arguments.at(1) == "-"_L1 ? RunToStandardOutput(parser, *download, manager)
+                                     : RunToFile(parser, arguments.at(1), std::move(download), manager);
 }
 
-const CommandRegistration registration{
-    {commandName, QStringLiteral("URL FILE"),
-     QStringLiteral("Download a file, check its size and MD5 sum, and retry if it fails."), AddOptions,
-     Download},
-};
+const CommandRegistration registration([] {
+    return CommandList{
+        {u"download"_s,
+         u"URL FILE"_s,
+         u"Download a file and verify its size and MD5 sum."_s,
+         {sizeOption, md5Option, attemptsOption, timeoutOption, keepPartialOption, forceOption},
+         Download,
+         u"\"-\" as FILE prints the file when it is whole and verified. MD5 finds damage, not forgery."_s,
+         u"vxtool download --attempts 3 --size 1048576 https://example.org/a.bin a.bin"_s},
+    };
+});
 
 } // namespace
 

@@ -1,17 +1,23 @@
 #include "command.h"
-#include "interrupt.h"
+#include "input.h"
 #include "output.h"
+#include "platform.h"
 #include "progressbar.h"
 
+#include <common/logger/logger.h>
 #include <common/shell/filecopier.h>
 #include <common/shell/fileremover.h>
+#include <common/shell/shell.h>
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFileInfo>
+#include <QRegularExpression>
+#include <QStorageInfo>
 
 #include <algorithm>
+#include <filesystem>
 
 namespace vxtool
 {
@@ -21,48 +27,143 @@ namespace
 
 using common::FileCopier;
 using common::FileRemover;
+using common::Shell;
 
-const QString copyCommand = QStringLiteral("copy");
-const QString removeCommand = QStringLiteral("remove");
-const QString timingOption = QStringLiteral("timing");
+constexpr common::logger::Channel logChannel{"vxtool.files"};
+
+const QCommandLineOption timingOption{u"timing"_s, u"Show the time taken."_s};
+const QCommandLineOption tolerateOption{u"tolerate"_s,
+                                        u"Skip files of the first level that cannot be copied."_s};
+const QCommandLineOption filterOption{
+    u"filter"_s, u"List only names that match PATTERN, also of directories (repeatable)."_s, u"PATTERN"_s};
+const QCommandLineOption nullOption{{u"0"_s, u"null"_s},
+                                    u"End each name with a zero byte, as find -print0."_s};
+
 /// Most likely from a variable that was not set. It must not be taken for the current directory.
-const QString emptyPath = QStringLiteral("an empty path names nothing");
+const QString emptyPath = u"an empty path names nothing"_s;
+const QString leftOutDetails =
+    u"Hidden entries of directories, and names that cannot be decoded, are left out. "
+    "Their number is printed, and --log lists them."_s;
 
-void AddOptions(QCommandLineParser& parser)
-{
-    parser.addOption({timingOption, QStringLiteral("Show how long it took, too.")});
-}
-
-/// With a last name, also of ".." and of a folder with a slash behind it. It is the file system that tells
-/// what stands before a "..", and links at the end stay links.
+/// Returns the path with its last name, also of ".." and of a directory with a slash behind it. The file
+/// system resolves what stands before a ".."; links at the end stay links.
 QString FullPath(const QString& path)
 {
-    const QFileInfo info(QDir(path).path()); // QDir takes the slash away.
+    const QFileInfo info(QDir(path).path()); // QDir removes the slash.
     const QString name = info.fileName();
-    if (name == QLatin1String(".") || name == QLatin1String("..")) {
+    if (name == "."_L1 || name == ".."_L1) {
         return info.canonicalFilePath();
     }
-    const QString folder = QFileInfo(info.path()).canonicalFilePath();
-    return folder.isEmpty() ? info.absoluteFilePath() : QDir(folder).filePath(name);
+    const QString directory = QFileInfo(info.path()).canonicalFilePath();
+    return directory.isEmpty() ? info.absoluteFilePath() : QDir(directory).filePath(name);
+}
+
+/// Counts what the library's jobs leave out by contract.
+class LeftOut
+{
+public:
+    /// Counts and logs what is left out below a directory.
+    void Look(const QString& directory)
+    {
+        namespace fs = std::filesystem;
+        std::error_code error;
+        fs::recursive_directory_iterator entry(QFileInfo(directory).filesystemFilePath(),
+                                               fs::directory_options::skip_permission_denied, error);
+        for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+            const QFileInfo info(entry->path());
+            const bool isUndecodable =
+                info.fileName().contains(QChar::ReplacementCharacter) && !info.isSymLink() && !info.exists();
+            if (isUndecodable || info.isHidden()) {
+                ++(isUndecodable ? undecodable : hidden);
+                LOG_MESSAGE(common::logger::Warn) << "left out: " << info.filePath();
+                entry.disable_recursion_pending();
+            }
+        }
+    }
+
+    void Report() const
+    {
+        QStringList counts;
+        if (hidden > 0) {
+            counts += u"%1 hidden"_s.arg(hidden);
+        }
+        if (undecodable > 0) {
+            counts += u"%1 with a name that cannot be decoded"_s.arg(undecodable);
+        }
+        if (!counts.isEmpty()) {
+            Complain(u"left out: %1 (--log FILE lists them)"_s.arg(counts.join(u", "_s)));
+        }
+    }
+
+private:
+    int hidden = 0;
+    int undecodable = 0;
+};
+
+/// Returns why nothing can be created at `path` or removed from there, as far as the file system shows it.
+QString PlaceProblem(const QString& path)
+{
+    QFileInfo directory(QFileInfo(path).absolutePath());
+    while (!directory.exists() && !directory.isRoot()) {
+        directory.setFile(directory.absolutePath());
+    }
+    if (!directory.isDir()) {
+        return u"\"%1\" is not a directory"_s.arg(directory.filePath());
+    }
+    if (!directory.isWritable()) {
+        return u"no permission to write to \"%1\""_s.arg(directory.filePath());
+    }
+    return QStorageInfo(directory.filePath()).bytesAvailable() == 0 ? u"the disk is full"_s : QString();
+}
+
+/// Returns why the paths that the library has quoted in an error cannot be used.
+QString ReasonOf(const QString& error)
+{
+    static const QRegularExpression quoted(u"'([^']*)'"_s);
+    auto matches = quoted.globalMatch(error);
+    const QString path = matches.hasNext() ? matches.next().captured(1) : QString();
+    const QFileInfo info(path);
+    const QDir::Filters everything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    if (path.isEmpty() || error.contains("exist"_L1)) {
+        return {};
+    }
+    if (info.isDir() && !info.isSymLink()) {
+        return QDir(path).isEmpty(everything) ? PlaceProblem(path) : u"the directory is not empty"_s;
+    }
+    if (info.exists() && !info.isFile()) {
+        return u"\"%1\" is not a regular file"_s.arg(path);
+    }
+    if (info.exists() && !info.isReadable()) {
+        return u"no permission to read \"%1\""_s.arg(path);
+    }
+    return PlaceProblem(matches.hasNext() ? matches.next().captured(1) : path);
+}
+
+QString JobError(int code, const QString& text)
+{
+    const QString cause = LibraryError();
+    const QString reason = ReasonOf(cause);
+    return u"error %1: %2"_s.arg(code).arg(cause.isEmpty() ? text : cause) +
+           (reason.isEmpty() ? QString() : u" ("_s + reason + u')');
 }
 
 QString TimingText(int items, qint64 milliseconds)
 {
     const double seconds = static_cast<double>(milliseconds) / 1000;
-    return QStringLiteral(" in %1 s, %2/s")
-        .arg(QString::number(seconds, 'f', 3),
-             ItemsText(static_cast<qint64>(items * 1000LL / std::max<qint64>(milliseconds, 1))));
+    return u" in %1 s, %2/s"_s.arg(
+        QString::number(seconds, 'f', 3),
+        ItemsText(static_cast<qint64>(items * 1000LL / std::max<qint64>(milliseconds, 1))));
 }
 
-/// Runs a job to its end, which comes early if the user interrupts it.
+/// Runs a job to its end, or until the user interrupts it.
 template<class Job>
-int RunJob(Job& job, bool (Job::*start)(), const QCommandLineParser& parser, const QString& command,
-           const QString& done)
+int RunJob(Job& job, bool (Job::*start)(), const QCommandLineParser& parser, const QString& done)
 {
     ProgressBar bar(ItemsText);
     QElapsedTimer time;
     QEventLoop loop;
     int items = 0;
+    bool interrupted = false;
     QString complaint;
     QObject::connect(&job, &Job::progress, &loop, [&](int current, int total) {
         items = current;
@@ -72,24 +173,28 @@ int RunJob(Job& job, bool (Job::*start)(), const QCommandLineParser& parser, con
     QObject::connect(
         &job, &Job::failed, &loop,
         [&](int code, const QString& text) {
-            complaint = QStringLiteral("error %1: %2").arg(code).arg(text);
+            complaint = interrupted ? u"interrupted"_s : JobError(code, text);
             loop.quit();
         },
-        // A failed start is told at once, before the loop runs.
+        // A start that fails emits before the loop runs.
         Qt::QueuedConnection);
-    OnInterrupt([&job] { job.Abort(true); });
+    platform::OnInterrupt([&] {
+        interrupted = true;
+        job.Abort(true);
+    });
 
     time.start();
     (job.*start)();
     loop.exec();
-    const QString timing = parser.isSet(timingOption) ? TimingText(items, time.elapsed()) : QString();
+    const QString summary = ItemsText(items) + u' ' + done +
+                            (parser.isSet(timingOption) ? TimingText(items, time.elapsed()) : QString());
     bar.Finish();
     if (!complaint.isEmpty()) {
-        PrintError(
-            QStringLiteral("vxtool %1: %2\n%3 %4%5").arg(command, complaint, ItemsText(items), done, timing));
-        return SomeFailed;
+        return Fail(items == 0 ? complaint : complaint + u"; "_s + summary);
     }
-    PrintLine(QStringLiteral("%1 %2%3").arg(ItemsText(items), done, timing));
+    if (!IsQuiet()) {
+        PrintLine(summary);
+    }
     return AllValid;
 }
 
@@ -97,64 +202,196 @@ int Copy(const QCommandLineParser& parser)
 {
     QStringList sources = parser.positionalArguments();
     if (sources.size() < 2) {
-        return FailUsage(QStringLiteral("something to copy and a place for it are needed"), copyCommand);
+        return FailUsage(u"a source and a destination are needed"_s);
     }
     if (sources.contains(QString())) {
-        return FailUsage(emptyPath, copyCommand);
+        return FailUsage(emptyPath);
     }
     const QString destination = FullPath(sources.takeLast());
-    const bool isFolder = QFileInfo(destination).isDir();
-    if (sources.size() > 1 && !isFolder) {
-        return FailUsage(QStringLiteral("\"%1\" is no folder").arg(destination), copyCommand);
+    const bool isDirectory = QFileInfo(destination).isDir();
+    if (sources.size() > 1 && !isDirectory) {
+        return FailUsage(u"\"%1\" is not a directory"_s.arg(destination));
     }
     FileCopier copier;
+    LeftOut leftOut;
     for (const QString& argument : std::as_const(sources)) {
         const QString source = FullPath(argument);
         const QFileInfo info(source);
-        const QString target = isFolder ? destination + u'/' + info.fileName() : destination;
+        const QString target = isDirectory ? destination + u'/' + info.fileName() : destination;
         if (info.isSymLink()) {
             copier.AddSymlink(source, target);
         } else if (info.isDir()) {
             copier.AddDirectory(source, target);
+            leftOut.Look(source);
         } else {
             copier.AddFile(source, target);
         }
     }
-    return RunJob(copier, &FileCopier::Copy, parser, copyCommand, QStringLiteral("copied"));
+    const int exitCode = RunJob(copier, &FileCopier::Copy, parser, u"copied"_s);
+    leftOut.Report();
+    return exitCode;
 }
 
 int Remove(const QCommandLineParser& parser)
 {
     const QStringList arguments = parser.positionalArguments();
     if (arguments.isEmpty()) {
-        return FailUsage(QStringLiteral("something to remove is needed"), removeCommand);
+        return FailUsage(u"a path to remove is needed"_s);
     }
     if (arguments.contains(QString())) {
-        return FailUsage(emptyPath, removeCommand);
+        return FailUsage(emptyPath);
     }
     FileRemover remover;
+    LeftOut leftOut;
     for (const QString& argument : arguments) {
         const QString path = FullPath(argument);
         const QFileInfo info(path);
         if (info.isRoot()) {
-            return FailUsage(QStringLiteral("\"%1\" is all there is").arg(path), removeCommand);
+            return FailUsage(u"\"%1\" is the root of the file system"_s.arg(path));
         }
         if (info.isDir() && !info.isSymLink()) {
             remover.AddDirectory(path);
+            leftOut.Look(path);
         } else {
             remover.AddFile(path);
         }
     }
-    return RunJob(remover, &FileRemover::Remove, parser, removeCommand, QStringLiteral("removed"));
+    const int exitCode = RunJob(remover, &FileRemover::Remove, parser, u"removed"_s);
+    leftOut.Report();
+    return exitCode;
 }
 
-const CommandRegistration registration{
-    {copyCommand, QStringLiteral("SOURCE... DESTINATION"),
-     QStringLiteral("Copy files, links and folders, into a folder if the destination is one."), AddOptions,
-     Copy},
-    {removeCommand, QStringLiteral("PATH..."),
-     QStringLiteral("Remove files, links and folders with all that is in them."), AddOptions, Remove},
-};
+/// Returns why CopyDir must fail, before it runs: it logs nothing.
+QString CopyProblem(const QString& source, const QString& destination)
+{
+    if (!QFileInfo(source).isDir()) {
+        return u"\"%1\" is not a directory"_s.arg(source);
+    }
+    for (const QString& file : Shell::ScanFiles(source, {})) {
+        const QString target = destination + u'/' + QDir(source).relativeFilePath(file);
+        if (!QFileInfo(file).isReadable()) {
+            return u"no permission to read \"%1\""_s.arg(file);
+        }
+        if (QFileInfo::exists(target)) {
+            return u"\"%1\" exists already"_s.arg(target);
+        }
+    }
+    return QFileInfo(destination).isDir() ? PlaceProblem(destination + u"/x"_s)
+                                          : u"\"%1\" is not a directory"_s.arg(destination);
+}
+
+QString MoveProblem(const QString& source, const QString& destination)
+{
+    if (!QFileInfo(source).isDir()) {
+        return u"\"%1\" is not a directory"_s.arg(source);
+    }
+    if (QFileInfo::exists(destination)) {
+        return u"\"%1\" exists already"_s.arg(destination);
+    }
+    const QString parent = QFileInfo(destination).absolutePath();
+    if (!QFileInfo(parent).isDir()) {
+        return u"\"%1\" is not a directory"_s.arg(parent);
+    }
+    return QStorageInfo(source).device() != QStorageInfo(parent).device() ? u"it is on another file system"_s
+                                                                          : PlaceProblem(destination);
+}
+
+int FailWith(const QString& what, const QString& problem)
+{
+    return Fail(problem.isEmpty() ? what : what + u": "_s + problem);
+}
+
+int CopyDir(const QCommandLineParser& parser)
+{
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 2) {
+        return FailUsage(u"a source and a destination are needed"_s);
+    }
+    const QString problem = CopyProblem(arguments.at(0), arguments.at(1));
+    return Shell::CopyDir(arguments.at(0), arguments.at(1), QDir::Dirs | QDir::NoDotAndDotDot,
+                          parser.isSet(tolerateOption))
+               ? AllValid
+               : FailWith(u"cannot copy \"%1\" to \"%2\""_s.arg(arguments.at(0), arguments.at(1)), problem);
+}
+
+int MoveDir(const QCommandLineParser& parser)
+{
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 2) {
+        return FailUsage(u"a source and a destination are needed"_s);
+    }
+    const QString& source = arguments.at(0);
+    const QString problem = MoveProblem(source, arguments.at(1));
+    if (!Shell::MoveDir(source, arguments.at(1))) {
+        return FailWith(u"cannot move \"%1\" to \"%2\""_s.arg(source, arguments.at(1)), problem);
+    }
+    return QFileInfo::exists(source) ? Fail(u"copied, but cannot remove \"%1\""_s.arg(source)) : AllValid;
+}
+
+bool IsDirectory(const QString& path)
+{
+    const QFileInfo info(path);
+    return info.isDir() || Complain(info.exists() ? u"\"%1\" is not a directory"_s.arg(path)
+                                                  : u"there is no directory \"%1\""_s.arg(path));
+}
+
+int Scan(const QCommandLineParser& parser)
+{
+    RowPrinter printer(parser);
+    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& path) {
+        for (const QString& file : Shell::ScanFiles(path, parser.values(filterOption))) {
+            if (parser.isSet(nullOption)) {
+                PrintBytes(QFile::encodeName(file) + '\0');
+            } else {
+                printer.Print({{u"file"_s, file}});
+            }
+        }
+        return IsDirectory(path);
+    }));
+}
+
+int RemoveAfterExit(const QCommandLineParser& parser)
+{
+    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [](const QString& path) {
+        return IsDirectory(path) && (Shell::RemoveAfterExit(path) || Complain(LibraryError()));
+    }));
+}
+
+const CommandRegistration registration([] {
+    return CommandList{
+        {u"copy"_s,
+         u"SOURCE... DESTINATION"_s,
+         u"Copy files, links and directories."_s,
+         {timingOption},
+         Copy,
+         u"Copies into DESTINATION if it is a directory. Files that exist are replaced. "_s + leftOutDetails,
+         u"vxtool copy --timing photos notes.txt /media/backup"_s},
+        {u"remove"_s,
+         u"PATH..."_s,
+         u"Remove files, links and whole directories."_s,
+         {timingOption},
+         Remove,
+         leftOutDetails + u" A directory that holds such an entry cannot be removed."_s,
+         u"vxtool remove --quiet build"_s},
+        {u"copydir"_s,
+         u"SOURCE DESTINATION"_s,
+         u"Copy the content of a directory."_s,
+         {tolerateOption},
+         CopyDir,
+         u"DESTINATION must exist. A file that exists there already is a failure. Hidden entries below the "
+         u"first "
+         "level are left out."_s},
+        {u"movedir"_s, u"SOURCE DESTINATION"_s, u"Move a directory."_s, {}, MoveDir},
+        {u"scan"_s, u"[DIR...]"_s, u"List all files below directories."_s,
+         RowPrinter::Options({filterOption, nullOption}), Scan, u"Hidden names are left out."_s,
+         u"vxtool scan --null --filter '*.wav' ~/Music | xargs -0 ls -l"_s},
+        {u"removeafterexit"_s,
+         u"[DIR...]"_s,
+         u"Remove directories after vxtool exits."_s,
+         {},
+         RemoveAfterExit},
+    };
+});
 
 } // namespace
 

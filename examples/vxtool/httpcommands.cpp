@@ -1,12 +1,11 @@
 #include "command.h"
 #include "httpoptions.h"
-#include "interrupt.h"
 #include "output.h"
+#include "platform.h"
 
 #include <common/http/ihttprequest.h>
 
 #include <QEventLoop>
-#include <QNetworkAccessManager>
 #include <QTimer>
 
 #include <memory>
@@ -35,25 +34,23 @@ void ShowSignals(const IHttpRequest* request)
     const auto failure = [show](const QString& name) {
         return [show, name](int error, const QString& text) { show(name, {QString::number(error), text}); };
     };
-    QObject::connect(request, &IHttpRequest::downloadProgress, progress(QStringLiteral("downloadProgress")));
-    QObject::connect(request, &IHttpRequest::uploadProgress, progress(QStringLiteral("uploadProgress")));
+    QObject::connect(request, &IHttpRequest::downloadProgress, progress(u"downloadProgress"_s));
+    QObject::connect(request, &IHttpRequest::uploadProgress, progress(u"uploadProgress"_s));
     QObject::connect(request, &IHttpRequest::replyFinished, [show](const QNetworkReply* reply) {
-        show(QStringLiteral("replyFinished"),
-             {reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toString()});
+        show(u"replyFinished"_s, {reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toString()});
     });
     QObject::connect(request, &IHttpRequest::requestFinishedWithBinaryData, [show](const QByteArray& body) {
-        show(QStringLiteral("requestFinishedWithBinaryData"), {QString::number(body.size())});
+        show(u"requestFinishedWithBinaryData"_s, {QString::number(body.size())});
     });
     QObject::connect(request, &IHttpRequest::requestFinished, [show](const QString& body) {
-        show(QStringLiteral("requestFinished"), {QString::number(body.size())});
+        show(u"requestFinished"_s, {QString::number(body.size())});
     });
-    QObject::connect(request, &IHttpRequest::proxyError, failure(QStringLiteral("proxyError")));
-    QObject::connect(request, &IHttpRequest::invalidOperationError,
-                     failure(QStringLiteral("invalidOperationError")));
-    QObject::connect(request, &IHttpRequest::requestError, failure(QStringLiteral("requestError")));
+    QObject::connect(request, &IHttpRequest::proxyError, failure(u"proxyError"_s));
+    QObject::connect(request, &IHttpRequest::invalidOperationError, failure(u"invalidOperationError"_s));
+    QObject::connect(request, &IHttpRequest::requestError, failure(u"requestError"_s));
 }
 
-/// A retry that cannot be sent is told by the log alone: a request that neither runs nor waits has failed.
+/// Only the log reports a retry that cannot be sent: a request that neither runs nor waits has failed.
 void WatchIdleness(const IHttpRequest& request, QTimer& timer, const std::function<void()>& onIdle)
 {
     constexpr qint64 marginSeconds = 2;
@@ -67,73 +64,71 @@ void WatchIdleness(const IHttpRequest& request, QTimer& timer, const std::functi
     timer.start();
 }
 
-int RunRequest(IHttpRequest& request, IHttpRequest::HTTPRequestMethod method, const QString& commandName)
+int RunRequest(const QCommandLineParser& parser, IHttpRequest& request, const StatusKeeper& manager,
+               IHttpRequest::HTTPRequestMethod method)
 {
     QEventLoop loop;
     QString complaint;
+    bool isPrinted = true;
     const auto fail = [&](const QString& reason) {
         complaint = reason;
         loop.quit();
     };
     QObject::connect(&request, &IHttpRequest::requestFinishedWithBinaryData, &loop,
-                     [](const QByteArray& body) { PrintBytes(body); });
+                     [&](const QByteArray& body) { isPrinted = PrintBody(parser, body); });
     QObject::connect(&request, &IHttpRequest::requestFinished, &loop, &QEventLoop::quit);
     QObject::connect(&request, &IHttpRequest::requestError, &loop, [&](int error, const QString& text) {
-        // Never the last word: a retry follows, or the same reply once more under its own code.
+        // 429 is never the last error: a retry follows, or the same reply again under its own code.
         if (error != tooManyRequests) {
-            fail(QStringLiteral("error %1: %2").arg(error).arg(text));
+            fail(manager.ErrorText(request.GetUrl(), error, text));
         }
     });
-    OnInterrupt([&] {
+    platform::OnInterrupt([&] {
         request.Abort();
-        fail(QStringLiteral("interrupted"));
+        fail(u"interrupted"_s);
     });
     QTimer idleTimer;
     if (!request.Send(method)) {
-        complaint = QStringLiteral("the request could not be sent; a log tells why (--log)");
+        complaint = u"the request could not be sent: "_s + LibraryError();
     } else {
-        WatchIdleness(request, idleTimer,
-                      [&] { fail(QStringLiteral("the retry could not be sent; a log tells why (--log)")); });
+        WatchIdleness(request, idleTimer, [&] { fail(u"the retry could not be sent: "_s + LibraryError()); });
         loop.exec();
     }
-    if (complaint.isEmpty()) {
-        return AllValid;
-    }
-    PrintError(QStringLiteral("vxtool %1: %2").arg(commandName, complaint));
-    return SomeFailed;
+    return complaint.isEmpty() ? ExitCodeOf(isPrinted) : Fail(complaint);
 }
 
-int Run(const QCommandLineParser& parser, IHttpRequest::HTTPRequestMethod method, const QString& commandName)
+int Run(const QCommandLineParser& parser, IHttpRequest::HTTPRequestMethod method)
 {
-    QNetworkAccessManager manager;
+    StatusKeeper manager;
     const std::unique_ptr<IHttpRequest> request(common::http::CreateHttpRequest(&manager, nullptr));
-    const QString problem = ApplyHttpOptions(parser, *request);
-    if (!problem.isEmpty()) {
-        return FailUsage(problem, commandName);
+    if (!ApplyHttpOptions(parser, *request)) {
+        return WrongUsage;
     }
-    if (parser.isSet(QStringLiteral("verbose"))) {
+    if (parser.isSet(u"verbose"_s)) {
         ShowSignals(request.get());
     }
-    return RunRequest(*request, method, commandName);
+    return RunRequest(parser, *request, manager, method);
 }
 
 int Get(const QCommandLineParser& parser)
 {
-    return Run(parser, IHttpRequest::GET, QStringLiteral("get"));
+    return Run(parser, IHttpRequest::GET);
 }
 
 int Post(const QCommandLineParser& parser)
 {
-    return Run(parser, IHttpRequest::POST, QStringLiteral("post"));
+    return Run(parser, IHttpRequest::POST);
 }
 
-const CommandRegistration registration{
-    {QStringLiteral("get"), QStringLiteral("URL"),
-     QStringLiteral("Ask a web server for a page and print its body."), AddGetOptions, Get},
-    {QStringLiteral("post"), QStringLiteral("URL"),
-     QStringLiteral("Send JSON, a form or files to a web server and print the body of its answer."),
-     AddPostOptions, Post},
-};
+const CommandRegistration registration([] {
+    return CommandList{
+        {u"get"_s, u"URL"_s, u"Print the body of a response of a web server."_s, GetOptions(), Get, QString(),
+         u"vxtool get --timeout 10 --attempts 3 https://example.org/"_s},
+        {u"post"_s, u"URL"_s, u"Send JSON, a form or files to a web server."_s, PostOptions(), Post,
+         u"Prints the body of the response."_s,
+         u"echo '{\"n\": 1}' | vxtool post --json-file - https://example.org/api"_s},
+    };
+});
 
 } // namespace
 

@@ -1,9 +1,11 @@
 #include "httpoptions.h"
 
+#include "input.h"
+#include "output.h"
+
 #include <common/http/ihttprequest.h>
 #include <common/http/ihttprequestmultipartdata.h>
 
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -18,69 +20,57 @@ namespace
 
 using namespace common::http;
 
-const QString jsonOption = QStringLiteral("json");
-const QString formOption = QStringLiteral("form");
-const QString textOption = QStringLiteral("text");
-const QString fileOption = QStringLiteral("file");
-const QString queryOption = QStringLiteral("query");
-const QString headerOption = QStringLiteral("header");
-const QString timeoutOption = QStringLiteral("timeout");
-const QString attemptsOption = QStringLiteral("attempts");
-const QString intervalOption = QStringLiteral("interval");
-const QString ignoreSslOption = QStringLiteral("ignore-ssl");
-const QString certificateOption = QStringLiteral("client-cert");
-const QString keyOption = QStringLiteral("client-key");
-const QString authoritiesOption = QStringLiteral("ca");
-const QString redirectOption = QStringLiteral("redirect");
+const QCommandLineOption verboseOption{{u"v"_s, u"verbose"_s},
+                                       u"Print the signals of the request to standard error."_s};
+const QCommandLineOption headerOption{
+    {u"H"_s, u"header"_s}, u"Header to send (repeatable)."_s, u"NAME: VALUE"_s};
+const QCommandLineOption timeoutOption{
+    u"timeout"_s, u"Seconds of silence after which an attempt fails (default: no limit)."_s, u"S"_s};
+const QCommandLineOption attemptsOption{
+    u"attempts"_s, u"Maximum number of attempts on network problems (default: 1)."_s, u"N"_s};
+const QCommandLineOption intervalOption{u"interval"_s, u"Seconds between two attempts (default: 20)."_s,
+                                        u"S"_s};
+const QCommandLineOption ignoreSslOption{u"ignore-ssl"_s, u"Ignore errors of the TLS handshake."_s};
+const QCommandLineOption certificateOption{u"client-cert"_s, u"Client certificate (PEM)."_s, u"FILE"_s};
+const QCommandLineOption clientKeyOption{u"client-key"_s, u"Key of the client certificate (PEM)."_s,
+                                         u"FILE"_s};
+const QCommandLineOption authoritiesOption{u"ca"_s, u"Trusted CA certificates (PEM)."_s, u"FILE"_s};
+const QCommandLineOption redirectOption{
+    u"redirect"_s, u"Redirects to follow: manual (none), no-less-safe or same-origin."_s, u"POLICY"_s};
+const QCommandLineOption queryOption{u"query"_s, u"Pair for the query (repeatable)."_s, u"KEY=VALUE"_s};
+const QCommandLineOption jsonFileOption{u"json-file"_s, u"Send the JSON object in FILE."_s, u"FILE"_s};
+const QCommandLineOption formOption{u"form"_s, u"Pair of a URL-encoded form (repeatable)."_s, u"KEY=VALUE"_s};
+const QCommandLineOption textOption{u"text"_s, u"Text part of a multipart form (repeatable)."_s,
+                                    u"NAME=TEXT"_s};
+const QCommandLineOption fileOption{u"file"_s, u"File part of a multipart form (repeatable)."_s,
+                                    u"NAME=PATH"_s};
 
-const QString keyValue = QStringLiteral("KEY=VALUE");
-
-void AddCommonOptions(QCommandLineParser& parser)
+QString NameOf(const QCommandLineOption& option)
 {
-    const QString number = QStringLiteral("N");
-    const QString file = QStringLiteral("FILE");
-    parser.addOption({{QStringLiteral("v"), QStringLiteral("verbose")},
-                      QStringLiteral("Print the signals of the request to standard error as they come.")});
-    parser.addOption(
-        {headerOption, QStringLiteral("A header to send; may be repeated."), QStringLiteral("NAME: VALUE")});
-    parser.addOption({timeoutOption, QStringLiteral("Seconds of silence after which a try fails."), number});
-    parser.addOption({attemptsOption, QStringLiteral("Tries in all on network problems."), number});
-    parser.addOption({intervalOption, QStringLiteral("Seconds between two tries; 20 if not given."), number});
-    parser.addOption({ignoreSslOption, QStringLiteral("Ignore errors of the TLS handshake.")});
-    parser.addOption({certificateOption, QStringLiteral("Own certificate, in PEM."), file});
-    parser.addOption({keyOption, QStringLiteral("Key of the own certificate, in PEM."), file});
-    parser.addOption({authoritiesOption, QStringLiteral("Authorities to know, in PEM."), file});
-    parser.addOption({redirectOption,
-                      QStringLiteral("What to do on a redirect: manual, no-less-safe or same-origin."),
-                      QStringLiteral("POLICY")});
+    return u"--"_s + option.names().constLast();
 }
 
-bool ReadFile(const QString& path, QByteArray& content)
+/// Complains of the command line; returns false.
+bool Misused(const QString& reason)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return false;
-    }
-    content = file.readAll();
-    return true;
+    return FailUsage(reason) == AllValid;
 }
 
-/// Calls `use` with the two sides of each value of an option; returns a complaint about one without "=".
+/// Calls `use` with the two sides of each value of an option, which must have a "=".
 template<typename Use>
-QString ForEachPair(const QCommandLineParser& parser, const QString& option, const Use& use)
+bool ForEachPair(const QCommandLineParser& parser, const QCommandLineOption& option, const Use& use)
 {
     for (const QString& pair : parser.values(option)) {
         const qsizetype sign = pair.indexOf(u'=');
         if (sign < 0) {
-            return QStringLiteral("--%1 takes %2, not \"%3\"").arg(option, keyValue, pair);
+            return Misused(u"%1 takes %2, not \"%3\""_s.arg(NameOf(option), option.valueName(), pair));
         }
         use(pair.left(sign), pair.mid(sign + 1));
     }
-    return {};
+    return true;
 }
 
-/// Headers and the names of parts go out as they stand, so a line break in one would begin a header of its
-/// own.
+/// Headers and names of parts are sent verbatim, so a line break in one would begin another header.
 bool HasControls(const QString& text)
 {
     return std::any_of(text.begin(), text.end(), [](QChar character) {
@@ -88,22 +78,22 @@ bool HasControls(const QString& text)
     });
 }
 
-QString ApplyHeaders(const QCommandLineParser& parser, IHttpRequest& request)
+bool ApplyHeaders(const QCommandLineParser& parser, IHttpRequest& request)
 {
     for (const QString& header : parser.values(headerOption)) {
         const qsizetype colon = header.indexOf(u':');
         if (colon <= 0) {
-            return QStringLiteral("--%1 takes NAME: VALUE, not \"%2\"").arg(headerOption, header);
+            return Misused(u"--header takes NAME: VALUE, not \"%1\""_s.arg(header));
         }
         if (HasControls(header)) {
-            return QStringLiteral("--%1 takes no line breaks or other control characters").arg(headerOption);
+            return Misused(u"--header takes no line breaks or other control characters"_s);
         }
         request.SetRawHeader(header.left(colon), header.mid(colon + 1).trimmed());
     }
-    return {};
+    return true;
 }
 
-QString ApplyMap(const QCommandLineParser& parser, const QString& option, IHttpRequest& request)
+bool ApplyMap(const QCommandLineParser& parser, const QCommandLineOption& option, IHttpRequest& request)
 {
     const auto map = IHttpRequestDataMap::CreateUrlencodedDataMap();
     request.SetData(map);
@@ -111,62 +101,64 @@ QString ApplyMap(const QCommandLineParser& parser, const QString& option, IHttpR
                        [&map](const QString& key, const QString& value) { map->SetValue(key, value); });
 }
 
-QString ApplyJson(const QString& path, IHttpRequest& request)
+bool ApplyJson(const QString& path, IHttpRequest& request)
 {
     QByteArray text;
-    if (!ReadFile(path, text)) {
-        return QStringLiteral("cannot read \"%1\"").arg(path);
+    if (!ReadInput(path, text)) {
+        return false;
     }
     const QJsonDocument document = QJsonDocument::fromJson(text);
-    if (!document.isObject()) {
-        return QStringLiteral("\"%1\" holds no JSON object").arg(path);
-    }
     request.SetData(IHttpRequestSimpleData::CreateJsonData(document.object()));
-    return {};
+    return document.isObject() || Complain(u"%1 holds no JSON object"_s.arg(path));
 }
 
-QString ApplyForm(const QCommandLineParser& parser, IHttpRequest& request)
+bool ApplyMultiPart(const QCommandLineParser& parser, IHttpRequest& request)
 {
     const auto form = IHttpRequestMultiPartData::CreateMultiPartFormData();
     request.SetData(form);
     bool hasControls = false;
-    QString problem = ForEachPair(parser, textOption, [&](const QString& name, const QString& text) {
+    const auto addText = [&](const QString& name, const QString& text) {
         hasControls |= HasControls(name);
         form->AddPart(IHttpRequestPartData::CreateTextPartFormData(name, text));
-    });
-    problem += ForEachPair(parser, fileOption, [&](const QString& name, const QString& path) {
+    };
+    const auto addFile = [&](const QString& name, const QString& path) {
         hasControls |= HasControls(name + path);
         form->AddPart(IHttpRequestPartData::CreateFilePartFormData(name, path));
-    });
-    return hasControls
-               ? QStringLiteral("names of parts and files hold no line breaks or other control characters")
-               : problem;
+    };
+    if (!ForEachPair(parser, textOption, addText) || !ForEachPair(parser, fileOption, addFile)) {
+        return false;
+    }
+    return !hasControls ||
+           Misused(u"names of parts and files hold no line breaks or other control characters"_s);
 }
 
-QString ApplyPayload(const QCommandLineParser& parser, IHttpRequest& request)
+bool ApplyPayload(const QCommandLineParser& parser, IHttpRequest& request)
 {
     const QStringList given = parser.optionNames();
-    if (given.contains(queryOption)) {
+    const auto isGiven = [&given](const QCommandLineOption& option) {
+        return given.contains(option.names().constLast());
+    };
+    if (isGiven(queryOption)) {
         return ApplyMap(parser, queryOption, request);
     }
-    const bool multiPart = given.contains(textOption) || given.contains(fileOption);
-    if (int(given.contains(jsonOption)) + int(given.contains(formOption)) + int(multiPart) > 1) {
-        return QStringLiteral("--json, --form and --text with --file exclude each other");
+    const bool isMultiPart = isGiven(textOption) || isGiven(fileOption);
+    if (int(isGiven(jsonFileOption)) + int(isGiven(formOption)) + int(isMultiPart) > 1) {
+        return Misused(u"--json-file, --form and --text with --file exclude each other"_s);
     }
-    if (given.contains(jsonOption)) {
-        return ApplyJson(parser.value(jsonOption), request);
+    if (isGiven(jsonFileOption)) {
+        return ApplyJson(parser.value(jsonFileOption), request);
     }
-    if (given.contains(formOption)) {
+    if (isGiven(formOption)) {
         return ApplyMap(parser, formOption, request);
     }
-    return multiPart ? ApplyForm(parser, request) : QString();
+    return !isMultiPart || ApplyMultiPart(parser, request);
 }
 
-QString ApplyNumbers(const QCommandLineParser& parser, IHttpRequest& request)
+bool ApplyNumbers(const QCommandLineParser& parser, IHttpRequest& request)
 {
     const struct
     {
-        const QString& option;
+        const QCommandLineOption& option;
         int least;
         void (IHttpRequest::*set)(int);
     } numbers[] = {{timeoutOption, 0, &IHttpRequest::SetTimeout},
@@ -174,46 +166,46 @@ QString ApplyNumbers(const QCommandLineParser& parser, IHttpRequest& request)
                    {intervalOption, 0, &IHttpRequest::SetAttemptIntervalOnNetworkProblem}};
     for (const auto& [option, least, set] : numbers) {
         qint64 number = 0;
-        QString problem = ReadNumber(parser, option, least, std::numeric_limits<int>::max(), number);
-        if (!problem.isEmpty()) {
-            return problem;
+        if (!ReadNumber(parser, option, least, std::numeric_limits<int>::max(), number)) {
+            return false;
         }
         if (parser.isSet(option)) {
             (request.*set)(static_cast<int>(number));
         }
     }
-    return {};
+    return true;
 }
 
-QString ApplyRedirect(const QString& name, IHttpRequest& request)
+bool ApplyRedirect(const QCommandLineParser& parser, IHttpRequest& request)
 {
     const struct
     {
         QLatin1String name;
         QNetworkRequest::RedirectPolicy policy;
-    } policies[] = {{QLatin1String("manual"), QNetworkRequest::ManualRedirectPolicy},
-                    {QLatin1String("no-less-safe"), QNetworkRequest::NoLessSafeRedirectPolicy},
-                    {QLatin1String("same-origin"), QNetworkRequest::SameOriginRedirectPolicy}};
+    } policies[] = {{"manual"_L1, QNetworkRequest::ManualRedirectPolicy},
+                    {"no-less-safe"_L1, QNetworkRequest::NoLessSafeRedirectPolicy},
+                    {"same-origin"_L1, QNetworkRequest::SameOriginRedirectPolicy}};
     for (const auto& entry : policies) {
-        if (entry.name == name) {
+        if (entry.name == parser.value(redirectOption)) {
             request.SetAttribute(QNetworkRequest::RedirectPolicyAttribute, entry.policy);
-            return {};
+            return true;
         }
     }
-    return QStringLiteral("unknown redirect policy \"%1\"").arg(name);
+    return !parser.isSet(redirectOption) ||
+           Misused(u"unknown redirect policy \"%1\""_s.arg(parser.value(redirectOption)));
 }
 
-QString ApplyTls(const QCommandLineParser& parser, IHttpRequest& request)
+bool ApplyTls(const QCommandLineParser& parser, IHttpRequest& request)
 {
     request.SetIgnoreSSLErrors(parser.isSet(ignoreSslOption));
     QByteArray certificate;
     QByteArray key;
     QByteArray authorities;
-    for (const auto& [option, content] :
-         {std::pair(certificateOption, &certificate), std::pair(keyOption, &key),
-          std::pair(authoritiesOption, &authorities)}) {
-        if (parser.isSet(option) && !ReadFile(parser.value(option), *content)) {
-            return QStringLiteral("cannot read \"%1\"").arg(parser.value(option));
+    const std::pair<const QCommandLineOption&, QByteArray&> files[] = {
+        {certificateOption, certificate}, {clientKeyOption, key}, {authoritiesOption, authorities}};
+    for (const auto& [option, content] : files) {
+        if (parser.isSet(option) && !ReadInput(parser.value(option), content)) {
+            return false;
         }
     }
     const QSslCertificate ownCertificate(certificate);
@@ -224,63 +216,62 @@ QString ApplyTls(const QCommandLineParser& parser, IHttpRequest& request)
     const auto known = QSslCertificate::fromData(authorities);
     if ((!certificate.isEmpty() && ownCertificate.isNull()) || (!key.isEmpty() && ownKey.isNull()) ||
         (!authorities.isEmpty() && known.isEmpty())) {
-        return QStringLiteral("certificates and keys must be in PEM");
+        return Misused(u"certificates and keys must be in PEM"_s);
     }
     request.SetSslCertificate(ownCertificate, ownKey, known);
-    return {};
+    return true;
 }
 
 } // namespace
 
-void AddGetOptions(QCommandLineParser& parser)
+Options GetOptions()
 {
-    AddCommonOptions(parser);
-    parser.addOption({queryOption, QStringLiteral("A pair for the query; may be repeated."), keyValue});
+    return {verboseOption,     headerOption,    timeoutOption,     attemptsOption,
+            intervalOption,    ignoreSslOption, certificateOption, clientKeyOption,
+            authoritiesOption, redirectOption,  forceOption,       queryOption};
 }
 
-void AddPostOptions(QCommandLineParser& parser)
+Options PostOptions()
 {
-    AddCommonOptions(parser);
-    parser.addOption({jsonOption, QStringLiteral("Send the JSON object in FILE."), QStringLiteral("FILE")});
-    parser.addOption(
-        {formOption, QStringLiteral("A pair of a URL-encoded form; may be repeated."), keyValue});
-    parser.addOption(
-        {textOption, QStringLiteral("A text part of a multipart form; may be repeated."), keyValue});
-    parser.addOption({fileOption, QStringLiteral("A file part of a multipart form; may be repeated."),
-                      QStringLiteral("NAME=PATH")});
+    Options options = GetOptions();
+    options.back() = jsonFileOption; // In the place of --query.
+    return options + Options{formOption, textOption, fileOption};
 }
 
-QString ReadNumber(const QCommandLineParser& parser, const QString& option, qint64 least, qint64 most,
-                   qint64& number)
+bool ReadUrl(const QString& text, QUrl& url)
 {
-    if (!parser.isSet(option)) {
-        return {};
-    }
-    bool ok = false;
-    number = parser.value(option).toLongLong(&ok);
-    return ok && number >= least && number <= most
-               ? QString()
-               : QStringLiteral("--%1 takes a number from %2 to %3").arg(option).arg(least).arg(most);
+    url = QUrl(text, QUrl::TolerantMode);
+    return text.contains("://"_L1) || Misused(u"\"%1\" has no scheme. Did you mean http://%1?"_s.arg(text));
 }
 
-QString ApplyHttpOptions(const QCommandLineParser& parser, IHttpRequest& request)
+bool ApplyHttpOptions(const QCommandLineParser& parser, IHttpRequest& request)
 {
     const QStringList arguments = parser.positionalArguments();
     if (arguments.size() != 1) {
-        return QStringLiteral("one URL is needed");
+        return Misused(u"one URL is needed"_s);
     }
-    request.SetUrl(QUrl(arguments.front(), QUrl::TolerantMode));
-    QString problem = ApplyHeaders(parser, request);
-    if (problem.isEmpty()) {
-        problem = ApplyNumbers(parser, request);
+    QUrl url;
+    if (!ReadUrl(arguments.front(), url)) {
+        return false;
     }
-    if (problem.isEmpty() && parser.isSet(redirectOption)) {
-        problem = ApplyRedirect(parser.value(redirectOption), request);
-    }
-    if (problem.isEmpty()) {
-        problem = ApplyTls(parser, request);
-    }
-    return problem.isEmpty() ? ApplyPayload(parser, request) : problem;
+    request.SetUrl(url);
+    return ApplyHeaders(parser, request) && ApplyNumbers(parser, request) && ApplyRedirect(parser, request) &&
+           ApplyTls(parser, request) && ApplyPayload(parser, request);
+}
+
+StatusKeeper::StatusKeeper()
+{
+    connect(this, &QNetworkAccessManager::finished, this, [this](const QNetworkReply* reply) {
+        status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    });
+}
+
+QString StatusKeeper::ErrorText(const QUrl& url, int error, const QString& text) const
+{
+    constexpr int firstError = 400;
+    return u"%1: error %2%3: %4"_s.arg(url.toDisplayString(), QString::number(error),
+                                       status < firstError ? QString() : u" (HTTP status %1)"_s.arg(status),
+                                       text);
 }
 
 } // namespace vxtool

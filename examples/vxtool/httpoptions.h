@@ -1,7 +1,9 @@
 #pragma once
 
-#include <QCommandLineParser>
-#include <QString>
+#include "command.h"
+
+#include <QNetworkAccessManager>
+#include <QUrl>
 
 namespace common::http
 {
@@ -11,16 +13,26 @@ class IHttpRequest;
 namespace vxtool
 {
 
-void AddGetOptions(QCommandLineParser& parser);
-void AddPostOptions(QCommandLineParser& parser);
+Options GetOptions();  ///< Returns the options of "get".
+Options PostOptions(); ///< Returns the options of "post".
 
-/// Reads the number from `least` to `most` that `option` holds, if it is set, into `number`; returns why it
-/// holds none, or an empty text.
-QString ReadNumber(const QCommandLineParser& parser, const QString& option, qint64 least, qint64 most,
-                   qint64& number);
+/// Fills `url` in from the user's text. Complains, with a suggestion, if it has no scheme.
+bool ReadUrl(const QString& text, QUrl& url);
 
-/// Fills `request` in from the options and the one argument, its URL; returns why they make no sense, or an
-/// empty text.
-QString ApplyHttpOptions(const QCommandLineParser& parser, common::http::IHttpRequest& request);
+/// Fills `request` in from the options and the only argument, its URL. Complains if they make no sense.
+bool ApplyHttpOptions(const QCommandLineParser& parser, common::http::IHttpRequest& request);
+
+/// A network manager that keeps the HTTP status of its last response, for messages.
+class StatusKeeper : public QNetworkAccessManager
+{
+public:
+    StatusKeeper();
+
+    /// Describes a failed transfer from `url`.
+    QString ErrorText(const QUrl& url, int error, const QString& text) const;
+
+private:
+    int status = 0;
+};
 
 } // namespace vxtool

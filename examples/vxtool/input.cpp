@@ -1,6 +1,6 @@
 #include "input.h"
 
-#include "output.h"
+#include "command.h"
 
 #include <QFile>
 
@@ -16,16 +16,15 @@ namespace
 
 bool FailRead(const QString& name, const QString& reason)
 {
-    PrintError(QStringLiteral("vxtool: %1 cannot be read: %2").arg(name, reason));
-    return false;
+    return Complain(u"cannot read %1: %2"_s.arg(name, reason));
 }
 
-// Standard input is read through the C library: QFile takes a pipe that is empty for now for its end.
+// Standard input is read through the C library: QFile mistakes an empty pipe for its end.
 
-/// Tells whether reading has come to the end and not to an error, about which it complains.
+/// Returns whether reading has ended without an error.
 bool StandardInputWasRead()
 {
-    return std::ferror(stdin) == 0 || FailRead(QStringLiteral("standard input"), qt_error_string());
+    return std::ferror(stdin) == 0 || FailRead(u"standard input"_s, qt_error_string());
 }
 
 /// Reads up to the next line feed, which it drops; false at the end.
@@ -70,17 +69,50 @@ bool ForEachInput(const QStringList& arguments, const std::function<bool(const Q
     return StandardInputWasRead() && allValid;
 }
 
-bool ReadInput(const QStringList& arguments, QByteArray& bytes)
+bool ReadInput(const QString& path, QByteArray& bytes)
 {
-    if (arguments.isEmpty()) {
+    if (path == "-"_L1) {
         return ReadStandardInput(bytes);
     }
-    QFile file(arguments.constFirst());
+    QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
-        return FailRead(file.fileName(), file.errorString());
+        return FailRead(path, file.errorString());
     }
     bytes = file.readAll();
-    return file.error() == QFileDevice::NoError || FailRead(file.fileName(), file.errorString());
+    return file.error() == QFileDevice::NoError || FailRead(path, file.errorString());
+}
+
+bool ReadInput(const QStringList& arguments, QByteArray& bytes)
+{
+    return arguments.size() > 1 ? Complain(u"only one file can be read"_s)
+                                : ReadInput(arguments.value(0, u"-"_s), bytes);
+}
+
+bool ReadNumber(const QCommandLineParser& parser, const QCommandLineOption& option, qint64 least, qint64 most,
+                qint64& number)
+{
+    if (!parser.isSet(option)) {
+        return true;
+    }
+    bool ok = false;
+    number = parser.value(option).toLongLong(&ok);
+    return (ok && number >= least && number <= most) ||
+           FailUsage(
+               u"--%1 takes a number from %2 to %3"_s.arg(option.names().constLast()).arg(least).arg(most)) ==
+               AllValid;
+}
+
+bool ReadSeconds(const QCommandLineParser& parser, const QCommandLineOption& option, double& seconds)
+{
+    constexpr double day = 24 * 60 * 60;
+    if (!parser.isSet(option)) {
+        return true;
+    }
+    bool ok = false;
+    seconds = parser.value(option).toDouble(&ok);
+    return (ok && seconds >= 0 && seconds <= day) ||
+           FailUsage(u"--%1 takes seconds, from 0 to %2"_s.arg(option.names().constLast()).arg(day)) ==
+               AllValid;
 }
 
 } // namespace vxtool

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QCommandLineParser>
 #include <QString>
 #include <QStringList>
 
@@ -10,14 +11,26 @@ namespace vxtool
 {
 
 /**
- * Calls `handle` for each argument or, with none, for each line of standard input (UTF-8), as it comes.
+ * Calls `handle` for each argument or, with none, for each line of standard input (UTF-8), as it arrives.
  *
  * @return whether all was read and `handle` returned true each time
  */
 [[nodiscard]] bool ForEachInput(const QStringList& arguments,
                                 const std::function<bool(const QString&)>& handle);
 
-/// Reads the file that `arguments` names or, with none, standard input, as a whole; complains if that fails.
+/// Reads a whole file; "-" is standard input. Complains on failure.
+bool ReadInput(const QString& path, QByteArray& bytes);
+
+/// Reads the file that the only argument names or, with none, standard input. Complains on failure.
 bool ReadInput(const QStringList& arguments, QByteArray& bytes);
+
+/// Reads the whole number from `least` to `most` that `option` holds, if it is set. Complains of any other
+/// text.
+bool ReadNumber(const QCommandLineParser& parser, const QCommandLineOption& option, qint64 least, qint64 most,
+                qint64& number);
+
+/// Reads the seconds, such as 2.5, that `option` holds, if it is set: a day at most. Complains of any other
+/// text.
+bool ReadSeconds(const QCommandLineParser& parser, const QCommandLineOption& option, double& seconds);
 
 } // namespace vxtool

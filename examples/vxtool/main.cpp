@@ -1,7 +1,6 @@
-#include "binarystdio.h"
-#include "command.h"
-#include "logsetup.h"
 #include "output.h"
+#include "platform.h"
+#include "reference.h"
 
 #include <common/logger/logger.h>
 
@@ -9,64 +8,11 @@
 #include <QCoreApplication>
 #include <QFile>
 
-#include <algorithm>
-
 namespace vxtool
 {
 
 namespace
 {
-
-const QString logOption = QStringLiteral("log");
-const QString logLevelOption = QStringLiteral("log-level");
-const QString logSourceOption = QStringLiteral("log-source");
-const QString helpOption = QStringLiteral("help");
-const QString versionOption = QStringLiteral("version");
-const QString callOption = QStringLiteral("callto");
-
-/// The options that stand before or behind any command.
-void AddGlobalOptions(QCommandLineParser& parser)
-{
-    parser.addOption(
-        {logOption,
-         QStringLiteral("Write a log to FILE, which only you can read; rolled over at 10 MiB, 3 backups."),
-         QStringLiteral("FILE")});
-    parser.addOption({logLevelOption,
-                      QStringLiteral("Log up to level N, from 0 (fatal) to 7 (debug); 6 if not given."),
-                      QStringLiteral("N"), QStringLiteral("6")});
-    parser.addOption({logSourceOption, QStringLiteral("Show the source location of each log line.")});
-    parser.addOption({{QStringLiteral("h"), helpOption}, QStringLiteral("Show this help.")});
-}
-
-/// One line for each command whose name begins with `prefix`.
-QString CommandTable(const QString& prefix = QString())
-{
-    qsizetype width = 0;
-    for (const Command& command : Commands()) {
-        width = std::max(width, command.name.size());
-    }
-    QString text;
-    for (const Command& command : Commands()) {
-        if (command.name.startsWith(prefix)) {
-            text += QStringLiteral("  %1%2\n").arg(command.name.leftJustified(width + 2), command.summary);
-        }
-    }
-    return text;
-}
-
-QString MainHelp(const QCommandLineParser& globalParser)
-{
-    QString text =
-        QStringLiteral("Usage: vxtool [options] COMMAND [options] [ARGUMENT...]\n\n"
-                       "The abilities of the vxcommon library on the command line.\n"
-                       "Without arguments a command reads lines from standard input.\n\nCommands:\n") +
-        CommandTable();
-    const QString parserHelp = globalParser.helpText();
-    text += u'\n' + parserHelp.mid(parserHelp.indexOf(QLatin1String("Options:")));
-    text += QStringLiteral("\nExit code: 0 if all inputs were valid, 1 if some were not, 2 for wrong usage.\n"
-                           "'vxtool COMMAND --help' tells more about a command.");
-    return text;
-}
 
 /// Finds the command that `words` begin with and removes its name from them; null if there is none.
 const Command* TakeCommand(QStringList& words)
@@ -81,50 +27,100 @@ const Command* TakeCommand(QStringList& words)
     return nullptr;
 }
 
-/// Starts logging if the options ask for it; returns why they make no sense, or an empty text.
-QString StartLog(const QCommandLineParser& parser)
+/// Reports that `words` name no command, and what they may have meant.
+int FailUnknown(const QStringList& words)
 {
-    bool ok = false;
-    LogOptions options;
-    options.file = parser.value(logOption);
-    options.level = parser.value(logLevelOption).toInt(&ok);
-    options.source = parser.isSet(logSourceOption);
-    if (!ok || options.level < common::logger::Fatal || options.level > common::logger::Debug) {
-        return QStringLiteral("--log-level takes a number from 0 to 7");
+    const QString group = reference::GroupHelp(words.constFirst());
+    if (!group.isEmpty() && words.size() == 1) {
+        PrintError(u"vxtool: one of these commands is needed:\n"_s + group);
+        return WrongUsage;
     }
-    if (options.file.isEmpty()) {
-        const bool pointless = options.source || parser.isSet(logLevelOption) || parser.isSet(logOption);
-        return pointless ? QStringLiteral("a log needs a file: --log FILE") : QString();
+    const QString unknown = words.mid(0, group.isEmpty() ? 1 : 2).join(u' ');
+    QStringList names;
+    for (const Command& command : Commands()) {
+        names += command.name;
     }
-    // log4cpp ignores a file that it cannot open, and creates one that others can read. URLs hold passwords.
-    QFile file(options.file);
-    if (!file.open(QIODevice::Append, QFile::ReadOwner | QFile::WriteOwner)) {
-        return QStringLiteral("the log %1 cannot be written: %2").arg(options.file, file.errorString());
+    QString meant = reference::ClosestTo(unknown, names);
+    if (meant.isEmpty()) {
+        meant = reference::ClosestTo(words.mid(0, 2).join(u' '), names);
     }
-    return SetUpLog(options) ? QString()
-                             : QStringLiteral("this build has no log4cpp, so --log is not available");
+    return FailUsage(u"unknown command: %1."_s.arg(unknown) +
+                     (meant.isEmpty() ? QString() : u" Did you mean %1?"_s.arg(meant)));
 }
 
-/// Runs `command`; `leading` is the program and the options before the command's name, `words` what stands
-/// behind it.
-int RunCommand(const Command& command, const QStringList& leading, const QStringList& words)
+int ShowHelp(QStringList words)
 {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(command.summary);
-    AddGlobalOptions(parser);
-    command.addOptions(parser);
-    if (!parser.parse(leading + words)) {
-        return FailUsage(parser.errorText(), command.name);
-    }
-    if (parser.isSet(helpOption)) {
-        const QString help = parser.helpText();
-        PrintLine(QStringLiteral("Usage: vxtool %1 [options] %2\n").arg(command.name, command.arguments) +
-                  help.mid(help.indexOf(u'\n') + 1).trimmed());
+    if (words.isEmpty()) {
+        PrintLine(reference::MainHelp());
         return AllValid;
     }
-    const QString complaint = StartLog(parser);
-    if (!complaint.isEmpty()) {
-        return FailUsage(complaint, command.name);
+    const QString group = words.size() == 1 ? reference::GroupHelp(words.constFirst()) : QString();
+    const QStringList given = words;
+    const Command* const command = TakeCommand(words);
+    if (command == nullptr && group.isEmpty()) {
+        return FailUnknown(given);
+    }
+    PrintLine(command != nullptr ? reference::CommandHelp(*command) : group);
+    return AllValid;
+}
+
+/// Reports an option that `command` does not have, and what it may have meant.
+int FailOption(const QCommandLineParser& parser, const Command& command)
+{
+    QStringList names;
+    for (const QCommandLineOption& option : command.options + reference::GlobalOptions()) {
+        names += option.names();
+    }
+    const QStringList unknown = parser.unknownOptionNames();
+    const QString meant = unknown.isEmpty() ? QString() : reference::ClosestTo(unknown.constFirst(), names);
+    return FailUsage(parser.errorText() +
+                     (meant.isEmpty() ? QString() : u" Did you mean --%1?"_s.arg(meant)));
+}
+
+/// Starts the log that the options ask for. Returns AllValid or why there is none.
+int StartLogOf(const QCommandLineParser& parser)
+{
+    const QString path = parser.value(u"log"_s);
+    bool ok = false;
+    const int level = parser.value(u"log-level"_s).toInt(&ok);
+    if (!ok || level < common::logger::Fatal || level > common::logger::Debug) {
+        return FailUsage(u"--log-level takes a number from 0 to 7"_s);
+    }
+    if (path.isEmpty() &&
+        (parser.isSet(u"log"_s) || parser.isSet(u"log-level"_s) || parser.isSet(u"log-source"_s))) {
+        return FailUsage(u"a log needs a file: --log FILE"_s);
+    }
+    // log4cpp ignores a file that it cannot open, and creates one that others can read. URLs hold passwords.
+    QFile file(path);
+    if (!path.isEmpty() && path != "-"_L1 &&
+        !file.open(QIODevice::Append, QFile::ReadOwner | QFile::WriteOwner)) {
+        return Fail(u"cannot write the log %1: %2"_s.arg(path, file.errorString()));
+    }
+    return StartLog(path, level, parser.isSet(u"log-source"_s))
+               ? AllValid
+               : FailUsage(u"this build has no log4cpp, so --log is not available"_s);
+}
+
+/// Runs `command`; `options` stand before its name, `words` after it.
+int RunCommand(const Command& command, const QStringList& options, const QStringList& words)
+{
+    SetRunningCommand(&command);
+    QCommandLineParser parser;
+    parser.addOptions(reference::GlobalOptions() + command.options);
+    if (command.optionsFirst) {
+        parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+    }
+    if (!parser.parse(options + words)) {
+        return FailOption(parser, command);
+    }
+    if (parser.isSet(u"help"_s)) {
+        PrintLine(reference::CommandHelp(command));
+        return AllValid;
+    }
+    SetQuiet(parser.isSet(u"quiet"_s));
+    const int problem = StartLogOf(parser);
+    if (problem != AllValid) {
+        return problem;
     }
     LOG_MESSAGE(common::logger::Info) << "command " << command.name << " begins";
     const int exitCode = command.run(parser);
@@ -132,49 +128,45 @@ int RunCommand(const Command& command, const QStringList& leading, const QString
     return exitCode;
 }
 
+/// `arguments` begin with the program.
 int Run(const QStringList& arguments)
 {
-    QCommandLineParser globalParser;
-    globalParser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
-    AddGlobalOptions(globalParser);
-    globalParser.addOption({{QStringLiteral("v"), versionOption}, QStringLiteral("Show the version.")});
-    globalParser.addOption({callOption,
-                            QStringLiteral("Show ADDRESS and end. So does a click on an address whose scheme "
-                                           "was registered by 'protocols register'."),
-                            QStringLiteral("ADDRESS")});
-    if (!globalParser.parse(arguments)) {
-        return FailUsage(globalParser.errorText());
-    }
-    if (globalParser.isSet(helpOption)) {
-        PrintLine(MainHelp(globalParser));
+    // What follows --callto comes from a link: none of it is an option.
+    if (arguments.value(1) == "--callto"_L1) {
+        PrintLine(arguments.mid(1).join(u' '));
         return AllValid;
     }
-    if (globalParser.isSet(versionOption)) {
-        PrintLine(QStringLiteral("vxtool ") + QCoreApplication::applicationVersion());
+    QCommandLineParser parser;
+    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+    parser.addOptions(reference::GlobalOptions() + reference::ProgramOptions());
+    if (!parser.parse(arguments)) {
+        return FailUsage(parser.errorText());
+    }
+    if (parser.isSet(u"version"_s)) {
+        PrintLine(u"vxtool "_s + QCoreApplication::applicationVersion());
         return AllValid;
     }
-    if (globalParser.isSet(callOption)) {
-        PrintLine(QStringLiteral("--callto ") + globalParser.value(callOption));
-        return AllValid;
+    QStringList words = parser.positionalArguments();
+    const QStringList options = arguments.mid(0, arguments.size() - words.size());
+    const QString first = words.value(0);
+    if (parser.isSet(u"help"_s) || first == "help"_L1) {
+        return ShowHelp(words.mid(first == "help"_L1 ? 1 : 0));
     }
-
-    QStringList words = globalParser.positionalArguments();
     if (words.isEmpty()) {
-        return FailUsage(QStringLiteral("no command given"));
+        return FailUsage(u"a command is needed"_s);
     }
-    const Command* command = TakeCommand(words);
-    if (command == nullptr) {
-        const QString group = CommandTable(words.constFirst() + u' ');
-        if (!group.isEmpty() &&
-            (words.contains(QStringLiteral("--help")) || words.contains(QStringLiteral("-h")))) {
-            PrintLine(QStringLiteral("The commands of \"%1\":\n").arg(words.constFirst()) + group.chopped(1));
-            return AllValid;
-        }
-        return FailUsage(QStringLiteral("unknown command \"%1\"").arg(words.mid(0, 2).join(u' ')));
+    if (first == "reference"_L1) { // Hidden: the build calls it.
+        PrintBytes(reference::Page(words.value(1), words.value(2)).toUtf8());
+        return AllValid;
     }
-
-    return RunCommand(*command,
-                      arguments.mid(0, arguments.size() - globalParser.positionalArguments().size()), words);
+    const Command* const command = TakeCommand(words);
+    if (command != nullptr) {
+        return RunCommand(*command, options, words);
+    }
+    if (words.contains(u"--help"_s) || words.contains(u"-h"_s)) {
+        return ShowHelp(words.mid(0, 1));
+    }
+    return FailUnknown(words);
 }
 
 } // namespace
@@ -183,9 +175,13 @@ int Run(const QStringList& arguments)
 
 int main(int argc, char* argv[])
 {
-    vxtool::UseBinaryStdio();
-    const QCoreApplication application(argc, argv);
+    namespace platform = vxtool::platform;
+    platform::PrepareStandardStreams();
+    // Qt gets the program's name alone, so no argument becomes an option of Qt's.
+    int nameOnly = 1;
+    const QCoreApplication application(nameOnly, argv);
     QCoreApplication::setApplicationName(QStringLiteral("vxtool"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VXCOMMON_VERSION));
-    return vxtool::FinishOutput(vxtool::Run(QCoreApplication::arguments()));
+    const QStringList arguments = QStringList(QStringLiteral("vxtool")) + platform::Arguments(argc, argv);
+    return platform::EndAfterInterrupt(vxtool::FinishOutput(vxtool::Run(arguments)));
 }

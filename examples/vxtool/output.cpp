@@ -1,9 +1,11 @@
 #include "output.h"
 
 #include "command.h"
+#include "platform.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QStringDecoder>
 
 #include <algorithm>
 #include <cstdio>
@@ -14,15 +16,19 @@ namespace vxtool
 namespace
 {
 
-const QString jsonOption = QStringLiteral("json");
-const QString tableOption = QStringLiteral("table");
-const QString columnsOption = QStringLiteral("columns");
+const QCommandLineOption jsonOption{u"json"_s, u"Print one JSON object per line."_s};
+const QCommandLineOption tableOption{u"table"_s,
+                                     u"Print a table with aligned columns; long cells are cut."_s};
+const QCommandLineOption columnsOption{
+    u"columns"_s, u"Print only these values, named as in --json, separated by commas."_s, u"LIST"_s};
 
 /// A table cell wider than this is cut, so that one absurd input does not push all others off the screen.
 constexpr qsizetype maxCellWidth = 44;
 
-/// Whether something could not be written to standard output: a full disk, or a reader that went away.
-bool outputFailed = false;
+/// Why standard output could not be written, such as a full disk; empty as long as it could.
+QString outputError;
+
+bool quiet = false;
 
 /// A name given to --columns that no row has.
 QString unknownColumn;
@@ -30,8 +36,8 @@ QString unknownColumn;
 void Print(std::FILE* file, const QByteArray& bytes)
 {
     const auto size = static_cast<std::size_t>(bytes.size());
-    if (std::fwrite(bytes.constData(), 1, size, file) != size && file == stdout) {
-        outputFailed = true;
+    if (std::fwrite(bytes.constData(), 1, size, file) != size && file == stdout && outputError.isEmpty()) {
+        outputError = qt_error_string();
     }
 }
 
@@ -50,8 +56,7 @@ QString WithoutControls(const QString& text)
     for (const QChar character : text) {
         const bool harmless =
             character.category() != QChar::Other_Control || character == u'\n' || character == u'\t';
-        shown += harmless ? QString(character)
-                          : QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
+        shown += harmless ? QString(character) : u"\\x%1"_s.arg(character.unicode(), 2, 16, QLatin1Char('0'));
     }
     return shown;
 }
@@ -129,6 +134,30 @@ void PrintBytes(const QByteArray& bytes)
     Print(stdout, bytes);
 }
 
+const QCommandLineOption forceOption{u"force"_s, u"Print binary data even to a terminal."_s};
+
+bool PrintBody(const QCommandLineParser& parser, const QByteArray& bytes)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8);
+    const QString text = decoder(bytes);
+    const bool isBinary = decoder.hasError() || text.contains(QChar::Null);
+    if (isBinary && platform::IsOutputTerminal() && !parser.isSet(forceOption)) {
+        return Complain(u"binary data is not printed to a terminal; redirect it, or use --force"_s);
+    }
+    PrintBytes(bytes);
+    return true;
+}
+
+void SetQuiet(bool isQuiet)
+{
+    quiet = isQuiet;
+}
+
+bool IsQuiet()
+{
+    return quiet;
+}
+
 void PrintError(const QString& line)
 {
     Print(stderr, WithoutControls(line).toUtf8() + '\n');
@@ -137,23 +166,17 @@ void PrintError(const QString& line)
 int FinishOutput(int exitCode)
 {
     if (!unknownColumn.isEmpty()) {
-        return FailUsage(QStringLiteral("--columns: there is no value \"%1\" here").arg(unknownColumn));
+        return FailUsage(u"--columns: there is no value \"%1\" here"_s.arg(unknownColumn));
     }
-    if (std::fflush(stdout) != 0 || outputFailed) {
-        PrintError(QStringLiteral("vxtool: standard output cannot be written"));
-        return SomeFailed;
+    if (std::fflush(stdout) != 0 && outputError.isEmpty()) {
+        outputError = qt_error_string();
     }
-    return exitCode;
+    return outputError.isEmpty() ? exitCode : Fail(u"cannot write standard output: "_s + outputError);
 }
 
-void RowPrinter::AddOptions(QCommandLineParser& parser)
+QList<QCommandLineOption> RowPrinter::Options(const QList<QCommandLineOption>& more)
 {
-    parser.addOption({jsonOption, QStringLiteral("Print one JSON object a line.")});
-    parser.addOption(
-        {tableOption, QStringLiteral("Print a table with aligned columns; long cells are cut.")});
-    parser.addOption({columnsOption,
-                      QStringLiteral("Print these values only, by the names that --json shows, with commas."),
-                      QStringLiteral("LIST")});
+    return QList<QCommandLineOption>{jsonOption, tableOption, columnsOption} + more;
 }
 
 RowPrinter::RowPrinter(const QCommandLineParser& parser)

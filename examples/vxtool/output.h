@@ -11,23 +11,32 @@
 namespace vxtool
 {
 
-void PrintLine(const QString& line);      ///< To standard output, in UTF-8.
-void PrintBytes(const QByteArray& bytes); ///< To standard output, as they are.
+void PrintLine(const QString& line);      ///< Prints to standard output, in UTF-8.
+void PrintBytes(const QByteArray& bytes); ///< Prints to standard output, verbatim.
 
-/// To standard error, in UTF-8. Control characters other than line breaks and tabs are shown as "\xNN": the
-/// text may come from a server, and must not steer the terminal.
+/// The option --force of the commands that print a body with PrintBody.
+extern const QCommandLineOption forceOption;
+
+/// Prints bytes that may be anything. Refuses binary data on a terminal unless --force is set.
+bool PrintBody(const QCommandLineParser& parser, const QByteArray& bytes);
+
+/// Prints to standard error, in UTF-8. Control characters other than line breaks and tabs are shown as
+/// "\xNN": the text may come from a server, and must not steer the terminal.
 void PrintError(const QString& line);
 
-/// Writes out what is still held back. Returns `exitCode`, or another if output was lost or could not be
-/// made.
+/// Whether --quiet asks for errors alone: no progress and no summary.
+void SetQuiet(bool quiet);
+bool IsQuiet();
+
+/// Writes out buffered output. Returns `exitCode`, or another if output was lost or could not be made.
 int FinishOutput(int exitCode);
 
-/// What a command found for one input: named values in their order.
+/// The result for one input: named values in their order.
 using Row = std::vector<std::pair<QString, QJsonValue>>;
 
 /**
- * Prints rows the way the options ask for: values between tabs, one JSON object a line (--json), or, when the
- * rows are complete, a table with aligned columns (--table).
+ * Prints rows in the format of the options: values separated by tabs, one JSON object per line (--json), or,
+ * when the rows are complete, a table with aligned columns (--table).
  *
  * Tabs and line breaks inside a value are shown as \t, \n and \r, so that a row stays one line; --json keeps
  * them.
@@ -35,7 +44,8 @@ using Row = std::vector<std::pair<QString, QJsonValue>>;
 class RowPrinter
 {
 public:
-    static void AddOptions(QCommandLineParser& parser);
+    /// Returns the options for the format, and `more` after them.
+    static QList<QCommandLineOption> Options(const QList<QCommandLineOption>& more = {});
 
     explicit RowPrinter(const QCommandLineParser& parser);
     ~RowPrinter();
@@ -55,7 +65,7 @@ private:
     Row ShownPart(const Row& row) const;
 
     Style style;
-    QStringList columns; ///< Names of the values to show, in this order; empty for all.
+    QStringList columns; ///< Names of the values to show, in order; empty for all.
     std::vector<Row> tableRows;
 };
 

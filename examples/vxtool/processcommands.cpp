@@ -1,9 +1,13 @@
 #include "command.h"
 #include "input.h"
 #include "output.h"
+#include "platform.h"
 
 #include <common/shell/prochelper.h>
 #include <common/shell/shell.h>
+
+#include <QFileInfo>
+#include <QStandardPaths>
 
 namespace vxtool
 {
@@ -14,21 +18,21 @@ namespace
 using common::Shell;
 using tools::process::ProcHelper;
 
-const QString directoryOption = QStringLiteral("directory");
-const QString timeoutOption = QStringLiteral("timeout");
-const QString parentOption = QStringLiteral("parent");
+const QCommandLineOption directoryOption{u"directory"_s, u"Start the program in DIR."_s, u"DIR"_s};
+const QCommandLineOption timeoutOption{u"timeout"_s, u"Seconds to wait (default: no limit)."_s, u"S"_s};
+const QCommandLineOption parentOption{u"parent"_s, u"Search only among the children of process ID."_s,
+                                      u"ID"_s};
 
-/// Prints what `ask` answers for each name; it is done when each answer is `expected`.
+/// Prints the result of `query` for each name. All is done if each result is `expected`.
 int ForEachName(const QCommandLineParser& parser, const QJsonValue& expected,
-                const std::function<QJsonValue(const QString&)>& ask)
+                const std::function<QJsonValue(const QString&)>& query)
 {
     RowPrinter printer(parser);
-    const bool allDone = ForEachInput(parser.positionalArguments(), [&](const QString& name) {
-        const QJsonValue answer = ask(name);
-        printer.Print({{QStringLiteral("result"), answer}, {QStringLiteral("name"), name}});
-        return answer == expected;
-    });
-    return ExitCodeOf(allDone);
+    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& name) {
+        const QJsonValue result = query(name);
+        printer.Print({{u"result"_s, result}, {u"name"_s, name}});
+        return result == expected;
+    }));
 }
 
 int Exists(const QCommandLineParser& parser)
@@ -41,31 +45,15 @@ int Kill(const QCommandLineParser& parser)
     return ForEachName(parser, 0, Shell::ProcessKill);
 }
 
-void AddWaitOptions(QCommandLineParser& parser)
-{
-    RowPrinter::AddOptions(parser);
-    parser.addOption({timeoutOption,
-                      QStringLiteral("Give up after MS milliseconds; -1, the default, never does."),
-                      QStringLiteral("MS"), QStringLiteral("-1")});
-}
-
 int Wait(const QCommandLineParser& parser)
 {
-    bool isNumber = false;
-    const int timeout = parser.value(timeoutOption).toInt(&isNumber);
-    if (!isNumber) {
-        return FailUsage(QStringLiteral("--timeout takes a number of milliseconds"),
-                         QStringLiteral("process wait"));
+    double seconds = -1;
+    if (!ReadSeconds(parser, timeoutOption, seconds)) {
+        return WrongUsage;
     }
+    const int timeout = seconds < 0 ? -1 : static_cast<int>(seconds * 1000);
     return ForEachName(parser, 0,
                        [timeout](const QString& name) { return Shell::ProcessWait(name, timeout); });
-}
-
-void AddListOptions(QCommandLineParser& parser)
-{
-    RowPrinter::AddOptions(parser);
-    parser.addOption(
-        {parentOption, QStringLiteral("Only among the children of process ID."), QStringLiteral("ID")});
 }
 
 int List(const QCommandLineParser& parser)
@@ -74,85 +62,93 @@ int List(const QCommandLineParser& parser)
     const unsigned long parent =
         parser.isSet(parentOption) ? parser.value(parentOption).toULong(&isNumber) : 0;
     if (!isNumber) {
-        return FailUsage(QStringLiteral("--parent takes a process id"), QStringLiteral("process list"));
+        return FailUsage(u"--parent takes a process id"_s);
     }
     RowPrinter printer(parser);
-    const bool allFound = ForEachInput(parser.positionalArguments(), [&](const QString& name) {
+    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& name) {
         const unsigned long id = parser.isSet(parentOption) ? ProcHelper::FindChildProcessId(parent, name)
                                                             : ProcHelper::FindProcessId(name);
-        printer.Print({{QStringLiteral("id"), static_cast<qint64>(id)}, {QStringLiteral("name"), name}});
+        printer.Print({{u"id"_s, static_cast<qint64>(id)}, {u"name"_s, name}});
         return id != 0;
-    });
-    return ExitCodeOf(allFound);
+    }));
 }
 
 int Terminate(const QCommandLineParser& parser)
 {
-    const bool allAreIds = ForEachInput(parser.positionalArguments(), [](const QString& text) {
+    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [](const QString& text) {
         bool isNumber = false;
         const unsigned long id = text.toULong(&isNumber);
-        if (!isNumber) {
-            PrintError(QStringLiteral("vxtool process terminate: \"%1\" is no process id").arg(text));
-        }
-        return isNumber && ProcHelper::Terminate(id);
-    });
-    return ExitCodeOf(allAreIds);
+        const QString problem = isNumber ? platform::TerminationProblem(id) : u"not a process id"_s;
+        return problem.isEmpty() ? ProcHelper::Terminate(id)
+                                 : Complain(u"cannot end process %1: %2"_s.arg(text, problem));
+    }));
 }
 
 int Modules(const QCommandLineParser& parser)
 {
     QStringList pieces = parser.positionalArguments();
     if (pieces.isEmpty()) {
-        pieces += QString(); // Is part of every path.
+        pieces += QString(); // Every path contains it.
     }
     RowPrinter printer(parser);
     for (const QString& piece : pieces) {
         for (const QString& path : Shell::ProcessModules(piece)) {
-            printer.Print({{QStringLiteral("file"), path}});
+            printer.Print({{u"file"_s, path}});
         }
     }
     return AllValid;
 }
 
-void AddStartOptions(QCommandLineParser& parser)
+QString StartProblem(const QString& program, const QString& directory)
 {
-    parser.addOption({directoryOption, QStringLiteral("Start the program in DIR."), QStringLiteral("DIR")});
-    // What stands behind the program belongs to it.
-    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+    if (!directory.isEmpty() && !QFileInfo(directory).isDir()) {
+        return u"\"%1\" is not a directory"_s.arg(directory);
+    }
+    const bool isPath = program.contains(u'/');
+    if (isPath ? !QFileInfo::exists(program) : QStandardPaths::findExecutable(program).isEmpty()) {
+        return u"no such program"_s;
+    }
+    return u"it is not executable"_s;
 }
 
 int Start(const QCommandLineParser& parser)
 {
     QStringList arguments = parser.positionalArguments();
     if (arguments.isEmpty()) {
-        return FailUsage(QStringLiteral("no program given"), QStringLiteral("start"));
+        return FailUsage(u"a program is needed"_s);
     }
     const QString program = arguments.takeFirst();
-    return Shell::ProcessStartDetached(program, arguments, parser.value(directoryOption)) ? AllValid
-                                                                                          : SomeFailed;
+    const QString directory = parser.value(directoryOption);
+    return Shell::ProcessStartDetached(program, arguments, directory)
+               ? AllValid
+               : Fail(u"cannot start \"%1\": %2"_s.arg(program, StartProblem(program, directory)));
 }
 
-void AddNoOptions(QCommandLineParser& /*parser*/) {}
-
-const CommandRegistration registration{
-    {QStringLiteral("process exists"), QStringLiteral("[NAME...]"),
-     QStringLiteral("Tell whether processes of a name or image path run."), RowPrinter::AddOptions, Exists},
-    {QStringLiteral("process kill"), QStringLiteral("[NAME...]"),
-     QStringLiteral("End all processes of a name or image path at once; 0 means done."),
-     RowPrinter::AddOptions, Kill},
-    {QStringLiteral("process wait"), QStringLiteral("[NAME...]"),
-     QStringLiteral("Wait until all processes of a name or image path have ended; 0 means done, 1 time-out."),
-     AddWaitOptions, Wait},
-    {QStringLiteral("process list"), QStringLiteral("[NAME...]"),
-     QStringLiteral("Show the id of the first process of a name; 0 means none."), AddListOptions, List},
-    {QStringLiteral("process terminate"), QStringLiteral("[ID...]"), QStringLiteral("End processes by id."),
-     AddNoOptions, Terminate},
-    {QStringLiteral("modules"), QStringLiteral("[PIECE...]"),
-     QStringLiteral("List what is loaded into vxtool and has PIECE in its path."), RowPrinter::AddOptions,
-     Modules},
-    {QStringLiteral("start"), QStringLiteral("PROGRAM [ARGUMENT...]"),
-     QStringLiteral("Start a program that goes on by itself."), AddStartOptions, Start},
-};
+const CommandRegistration registration([] {
+    return CommandList{
+        {u"process exists"_s, u"[NAME...]"_s, u"Check whether processes are running."_s,
+         RowPrinter::Options(), Exists, u"A NAME is an executable name or the path of an image."_s},
+        {u"process kill"_s, u"[NAME...]"_s, u"End all processes of a name or path at once."_s,
+         RowPrinter::Options(), Kill, u"Prints 0 if none is left, else -1."_s},
+        {u"process wait"_s, u"[NAME...]"_s, u"Wait until all processes of a name have ended."_s,
+         RowPrinter::Options({timeoutOption}), Wait,
+         u"Prints 0 if all have ended, 1 after a timeout, -1 on failure."_s,
+         u"vxtool process wait --timeout 2.5 vexline"_s},
+        {u"process list"_s, u"[NAME...]"_s, u"Show the id of the first process of a name."_s,
+         RowPrinter::Options({parentOption}), List, u"Prints 0 if there is none."_s},
+        {u"process terminate"_s, u"[ID...]"_s, u"End processes by id at once."_s, {}, Terminate},
+        {u"modules"_s, u"[PIECE...]"_s, u"List the libraries that vxtool has loaded."_s,
+         RowPrinter::Options(), Modules, u"With arguments, lists only paths that contain a PIECE."_s},
+        {u"start"_s,
+         u"PROGRAM [ARGUMENT...]"_s,
+         u"Start a program that outlives vxtool."_s,
+         {directoryOption},
+         Start,
+         u"Options after PROGRAM belong to it."_s,
+         QString(),
+         true},
+    };
+});
 
 } // namespace
 

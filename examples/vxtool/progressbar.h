@@ -6,28 +6,28 @@
 namespace vxtool
 {
 
-/// A size for people, such as "12.3 MB", in powers of ten.
+/// Returns a size for people, such as "12.3 MB", in powers of ten.
 QString SizeText(qint64 bytes);
 
-/// "1 item", "2 items".
+/// Returns "1 item" or "2 items".
 QString ItemsText(qint64 items);
 
 /**
- * Shows on standard error how far a transfer or another job is, with its rate and the time it still needs: a
- * bar that redraws itself on a terminal, otherwise a line now and then.
+ * Shows on standard error the progress of a transfer or another job, its rate and the time left: a bar that
+ * redraws itself on a terminal, otherwise a line now and then. Shows nothing with --quiet.
  */
 class ProgressBar
 {
 public:
     using AmountText = QString (*)(qint64 amount);
 
-    /// `amountText` tells how an amount is shown.
+    /// `amountText_` formats an amount.
     explicit ProgressBar(AmountText amountText_ = SizeText);
 
-    /// `total` is negative or 0 if it is not known.
-    void Update(qint64 done, qint64 total);
+    /// `newTotal` is 0 or negative if it is not known.
+    void Update(qint64 newDone, qint64 newTotal);
 
-    /// Shows the last state once more and leaves the line of the bar.
+    /// Shows the last state again, if there was any, and leaves the line of the bar.
     void Finish();
 
 private:
@@ -35,7 +35,7 @@ private:
     QString Text() const;
 
     AmountText amountText;
-    int width; ///< Of the terminal; 0 if there is none.
+    int width; ///< Columns of the terminal; 0 if there is none.
     QElapsedTimer sinceStart;
     QElapsedTimer sinceDrawn;
     qint64 done = 0;

@@ -1,4 +1,5 @@
 #include "command.h"
+#include "input.h"
 #include "output.h"
 
 #include <common/logger/logger.h>
@@ -8,7 +9,6 @@
 #include <QTimer>
 
 #include <cstdio>
-#include <optional>
 
 namespace vxtool
 {
@@ -18,44 +18,26 @@ namespace
 
 constexpr common::logger::Channel logChannel{"vxtool.single"};
 
-const QString timeoutOption = QStringLiteral("timeout");
-const QString serveOption = QStringLiteral("serve");
+const QCommandLineOption timeoutOption{u"timeout"_s, u"Seconds to try to send the message (default: 5)."_s,
+                                       u"S"_s};
+const QCommandLineOption serveOption{
+    u"serve"_s, u"As the primary instance, print messages for S seconds (default: 0)."_s, u"S"_s};
 
-void AddOptions(QCommandLineParser& parser)
-{
-    RowPrinter::AddOptions(parser);
-    parser.addOption({timeoutOption, QStringLiteral("How long to try to hand over the message."),
-                      QStringLiteral("MS"), QStringLiteral("5000")});
-    parser.addOption({serveOption,
-                      QStringLiteral("As the first process, print the messages of others for so long."),
-                      QStringLiteral("S"), QStringLiteral("0")});
-}
-
-/// A number that is not negative; nothing for any other text.
-std::optional<int> ValueOf(const QCommandLineParser& parser, const QString& option, int limit)
-{
-    bool ok = false;
-    const int value = parser.value(option).toInt(&ok);
-    return ok && value >= 0 && value <= limit ? std::optional<int>(value) : std::nullopt;
-}
-
-/// Prints what happened at once, for a reader that waits for it.
+/// Prints an event at once, for a reader that waits for it.
 void PrintEvent(RowPrinter& printer, const QString& event, const QString& text)
 {
     LOG_MESSAGE(common::logger::Info) << event << ": " << text;
-    printer.Print({{QStringLiteral("event"), event}, {QStringLiteral("text"), text}});
-    static_cast<void>(std::fflush(stdout)); // What is lost is told when the program ends.
+    printer.Print({{u"event"_s, event}, {u"text"_s, text}});
+    static_cast<void>(std::fflush(stdout)); // FinishOutput reports lost output.
 }
 
-/// The work of the first process.
-int Serve(RowPrinter& printer, QtLocalPeer& peer, int seconds)
+int ServeAsPrimary(RowPrinter& printer, QtLocalPeer& peer, double seconds)
 {
-    QObject::connect(&peer, &QtLocalPeer::messageReceived, &peer, [&printer](const QString& message) {
-        PrintEvent(printer, QStringLiteral("received"), message);
-    });
-    PrintEvent(printer, QStringLiteral("first"), peer.applicationId());
+    QObject::connect(&peer, &QtLocalPeer::messageReceived, &peer,
+                     [&printer](const QString& message) { PrintEvent(printer, u"received"_s, message); });
+    PrintEvent(printer, u"first"_s, peer.applicationId());
     if (seconds > 0) {
-        QTimer::singleShot(seconds * 1000, &peer, &QCoreApplication::quit);
+        QTimer::singleShot(static_cast<int>(seconds * 1000), &peer, &QCoreApplication::quit);
         QCoreApplication::exec();
     }
     return AllValid;
@@ -63,46 +45,45 @@ int Serve(RowPrinter& printer, QtLocalPeer& peer, int seconds)
 
 int Single(const QCommandLineParser& parser)
 {
-    constexpr int maxSeconds = 24 * 60 * 60;
     const QStringList arguments = parser.positionalArguments();
-    const std::optional<int> timeout = ValueOf(parser, timeoutOption, maxSeconds * 1000);
-    const std::optional<int> seconds = ValueOf(parser, serveOption, maxSeconds);
+    double timeout = 5;
+    double seconds = 0;
     if (arguments.isEmpty() || arguments.size() > 2) {
-        return FailUsage(QStringLiteral("an application id and at most one message are needed"),
-                         QStringLiteral("single"));
+        return FailUsage(u"an application id and at most one message are needed, after all options"_s);
     }
-    if (!timeout || !seconds) {
-        return FailUsage(
-            QStringLiteral("--timeout and --serve take numbers of milliseconds and of seconds, a "
-                           "day at most"),
-            QStringLiteral("single"));
+    if (!ReadSeconds(parser, timeoutOption, timeout) || !ReadSeconds(parser, serveOption, seconds)) {
+        return WrongUsage;
     }
     RowPrinter printer(parser);
     QtLocalPeer peer(nullptr, arguments.first());
     if (!peer.isSecondary()) {
-        return Serve(printer, peer, *seconds);
+        return ServeAsPrimary(printer, peer, seconds);
     }
-    PrintEvent(printer, QStringLiteral("second"), peer.applicationId());
+    PrintEvent(printer, u"second"_s, peer.applicationId());
     if (arguments.size() == 1) {
         return AllValid;
     }
-    if (peer.sendMessage(arguments.last(), *timeout)) {
-        PrintEvent(printer, QStringLiteral("sent"), arguments.last());
+    if (peer.sendMessage(arguments.last(), static_cast<int>(timeout * 1000))) {
+        PrintEvent(printer, u"sent"_s, arguments.last());
         return AllValid;
     }
-    // The first process may have died; then this one takes its place.
+    // If the primary instance has died, this one takes its place.
     if (!peer.isSecondary()) {
-        return Serve(printer, peer, *seconds);
+        return ServeAsPrimary(printer, peer, seconds);
     }
-    PrintEvent(printer, QStringLiteral("failed"), arguments.last());
-    return SomeFailed;
+    PrintEvent(printer, u"failed"_s, arguments.last());
+    return Fail(u"the primary instance did not take the message within %1 s"_s.arg(timeout));
 }
 
-const CommandRegistration registration{
-    {QStringLiteral("single"), QStringLiteral("APPID [MESSAGE]"),
-     QStringLiteral("Be the first process of an application, or hand a message to the one that is."),
-     AddOptions, Single},
-};
+const CommandRegistration registration([] {
+    return CommandList{
+        {u"single"_s, u"APPID [MESSAGE]"_s, u"Be the only instance of APPID, or send it a message."_s,
+         RowPrinter::Options({timeoutOption, serveOption}), Single,
+         u"Prints \"first\" as the primary instance, else \"second\" and whether MESSAGE was sent. Options "
+         "stand before APPID: MESSAGE is data, even if it begins with \"-\"."_s,
+         u"vxtool single --serve 60 demo"_s, true},
+    };
+});
 
 } // namespace
 

@@ -4,6 +4,8 @@
 
 #include <common/tools/stringconverter.h>
 #include <common/tools/stringsplitter.h>
+#include <common/tools/url.h>
+#include <common/tools/version.h>
 
 namespace vxtool
 {
@@ -11,19 +13,21 @@ namespace vxtool
 namespace
 {
 
+using common::Version;
 using tools::string::converter;
 using tools::string::splitter;
 
-const QString fileOption = QStringLiteral("file");
-const QString groupOption = QStringLiteral("group");
-const QString utf8Option = QStringLiteral("utf8");
-const QString ucs2Option = QStringLiteral("ucs2");
-const QString uuidFormName = QStringLiteral("uuidform");
-const QString splitName = QStringLiteral("split");
+const QCommandLineOption stringOption{{u"s"_s, u"string"_s},
+                                      u"Take the arguments, or each line of standard input, as strings."_s};
+const QCommandLineOption groupOption{u"group"_s, u"Number of digits per group (required)."_s, u"N"_s};
+const QCommandLineOption utf8Option{u"utf8"_s, u"Cut into pieces of N bytes of UTF-8, 3 or more."_s, u"N"_s};
+const QCommandLineOption ucs2Option{
+    u"ucs2"_s, u"Cut into pieces of N bytes, 2 or more: two bytes per character unless it is ASCII."_s,
+    u"N"_s};
 
-int Convert(const QStringList& arguments, const std::function<QString(const QString&)>& convert)
+int Convert(const QCommandLineParser& parser, const std::function<QString(const QString&)>& convert)
 {
-    return ExitCodeOf(ForEachInput(arguments, [&convert](const QString& text) {
+    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&convert](const QString& text) {
         PrintLine(convert(text));
         return true;
     }));
@@ -31,96 +35,151 @@ int Convert(const QStringList& arguments, const std::function<QString(const QStr
 
 int Hex(const QCommandLineParser& parser)
 {
-    return Convert(parser.positionalArguments(), converter::ToHex);
+    return Convert(parser, converter::ToHex);
 }
 
-void AddMd5Options(QCommandLineParser& parser)
+/// The line of md5sum, which escapes names that would break it.
+QString SumLine(const QString& sum, QString name)
 {
-    parser.addOption(
-        {fileOption, QStringLiteral("The arguments are files; with none, take all of standard input.")});
+    const bool escape = name.contains(u'\\') || name.contains(u'\n') || name.contains(u'\r');
+    name.replace(u'\\', "\\\\"_L1).replace(u'\n', "\\n"_L1).replace(u'\r', "\\r"_L1);
+    return (escape ? u"\\"_s : QString()) + sum + u"  "_s + name;
 }
 
 int Md5(const QCommandLineParser& parser)
 {
-    QStringList arguments = parser.positionalArguments();
-    if (!parser.isSet(fileOption)) {
-        return Convert(arguments, [](const QString& text) { return converter::ToMD5(text); });
+    if (parser.isSet(stringOption)) {
+        return Convert(parser, [](const QString& text) { return converter::ToMD5(text); });
     }
+    const QStringList files = parser.positionalArguments();
     bool allRead = true;
-    do {
+    for (const QString& file : files.isEmpty() ? QStringList{u"-"_s} : files) {
         QByteArray bytes;
-        const bool isRead = ReadInput(arguments.mid(0, 1), bytes);
-        if (isRead) {
-            PrintLine(converter::ToMD5(bytes));
+        if (ReadInput(file, bytes)) {
+            PrintLine(SumLine(converter::ToMD5(bytes), file));
+        } else {
+            allRead = false;
         }
-        allRead = isRead && allRead;
-        arguments = arguments.mid(1);
-    } while (!arguments.isEmpty());
+    }
     return ExitCodeOf(allRead);
-}
-
-void AddUuidFormOptions(QCommandLineParser& parser)
-{
-    parser.addOption({groupOption, QStringLiteral("Digits in a group; needed."), QStringLiteral("N")});
 }
 
 int UuidForm(const QCommandLineParser& parser)
 {
-    bool isNumber = false;
-    const unsigned int group = parser.value(groupOption).toUInt(&isNumber);
-    if (!isNumber || group == 0) {
-        return FailUsage(QStringLiteral("--group takes a number above 0"), uuidFormName);
+    const unsigned int group = parser.value(groupOption).toUInt();
+    if (group == 0) {
+        return FailUsage(u"--group takes a number above 0"_s);
     }
-    return Convert(parser.positionalArguments(),
-                   [group](const QString& text) { return converter::ToUuidForm(text, group); });
-}
-
-void AddSplitOptions(QCommandLineParser& parser)
-{
-    parser.addOption({utf8Option, QStringLiteral("Pieces of N bytes in UTF-8."), QStringLiteral("N")});
-    parser.addOption({ucs2Option,
-                      QStringLiteral("Pieces of N bytes, two bytes a character unless it is ASCII."),
-                      QStringLiteral("N")});
-    RowPrinter::AddOptions(parser);
+    return Convert(parser, [group](const QString& text) { return converter::ToUuidForm(text, group); });
 }
 
 int Split(const QCommandLineParser& parser)
 {
     const bool isUtf8 = parser.isSet(utf8Option);
     if (isUtf8 == parser.isSet(ucs2Option)) {
-        return FailUsage(QStringLiteral("either --utf8 N or --ucs2 N is needed"), splitName);
+        return FailUsage(u"either --utf8 N or --ucs2 N is needed"_s);
     }
-    bool isNumber = false;
-    const int limit = parser.value(isUtf8 ? utf8Option : ucs2Option).toInt(&isNumber);
+    const int limit = parser.value(isUtf8 ? utf8Option : ucs2Option).toInt();
     const int minimum = isUtf8 ? 3 : 2;
-    if (!isNumber || limit < minimum) {
-        return FailUsage(QStringLiteral("a piece must have room for %1 bytes at least").arg(minimum),
-                         splitName);
+    if (limit < minimum) {
+        return FailUsage(u"a piece must have room for at least %1 bytes"_s.arg(minimum));
     }
     RowPrinter printer(parser);
     return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& text) {
         const QStringList pieces = isUtf8 ? splitter::Utf8(text, limit) : splitter::Ucs2(text, limit);
         for (const QString& piece : pieces) {
-            printer.Print({{QStringLiteral("units"), piece.size()},
-                           {QStringLiteral("bytes"), piece.toUtf8().size()},
-                           {QStringLiteral("text"), piece}});
+            printer.Print(
+                {{u"units"_s, piece.size()}, {u"bytes"_s, piece.toUtf8().size()}, {u"text"_s, piece}});
         }
         return true;
     }));
 }
 
-const CommandRegistration registration{
-    {QStringLiteral("hex"), QStringLiteral("[TEXT...]"),
-     QStringLiteral("Show the UTF-8 bytes of texts as hex."), [](QCommandLineParser&) {}, Hex},
-    {QStringLiteral("md5"), QStringLiteral("[TEXT...] | --file [FILE...]"),
-     QStringLiteral("Show the MD5 sums of texts (UTF-8) or files."), AddMd5Options, Md5},
-    {uuidFormName, QStringLiteral("--group N [TEXT...]"),
-     QStringLiteral("Show the UTF-8 bytes of texts as hex in braces, with dashes between groups."),
-     AddUuidFormOptions, UuidForm},
-    {splitName, QStringLiteral("--utf8 N | --ucs2 N [TEXT...]"),
-     QStringLiteral("Cut texts into pieces of N bytes: units and UTF-8 bytes of a piece, and the piece."),
-     AddSplitOptions, Split},
-};
+int Links(const QCommandLineParser& parser)
+{
+    QByteArray bytes;
+    if (!ReadInput(parser.positionalArguments(), bytes)) {
+        return SomeFailed;
+    }
+    const QString text = QString::fromUtf8(bytes);
+    RowPrinter printer(parser);
+    const auto ranges = tools::url::FindUrlRanges(text);
+    for (const auto& range : ranges) {
+        printer.Print({{u"start"_s, range.start},
+                       {u"length"_s, range.length},
+                       {u"text"_s, text.mid(range.start, range.length)}});
+    }
+    return AllValid;
+}
+
+int ParseVersion(const QCommandLineParser& parser)
+{
+    RowPrinter printer(parser);
+    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&printer](const QString& text) {
+        const Version version(text);
+        printer.Print({{u"version"_s, version.ToString()},
+                       {u"major"_s, static_cast<qint64>(version.Major())},
+                       {u"minor"_s, static_cast<qint64>(version.Minor())},
+                       {u"build"_s, static_cast<qint64>(version.Build())},
+                       {u"release"_s, static_cast<qint64>(version.Release())}});
+        return true;
+    }));
+}
+
+bool Compare(RowPrinter& printer, const QStringList& pair)
+{
+    if (pair.size() != 2) {
+        return Complain(u"two versions are needed, not \"%1\""_s.arg(pair.join(u' ')));
+    }
+    const Version a(pair.at(0));
+    const Version b(pair.at(1));
+    printer.Print({{u"a"_s, a.ToString()},
+                   {u"relation"_s, a < b ? u"<"_s : (a == b ? u"="_s : u">"_s)},
+                   {u"b"_s, b.ToString()}});
+    return true;
+}
+
+int CompareVersions(const QCommandLineParser& parser)
+{
+    RowPrinter printer(parser);
+    const QStringList arguments = parser.positionalArguments();
+    if (!arguments.isEmpty()) {
+        return Compare(printer, arguments) ? AllValid : WrongUsage;
+    }
+    return ExitCodeOf(ForEachInput(arguments, [&printer](const QString& line) {
+        return Compare(printer, line.split(u' ', Qt::SkipEmptyParts));
+    }));
+}
+
+const CommandRegistration registration([] {
+    return CommandList{
+        {u"hex"_s, u"[TEXT...]"_s, u"Print the UTF-8 bytes of strings in hexadecimal."_s, {}, Hex},
+        {u"md5"_s,
+         u"[FILE...] | --string [TEXT...]"_s,
+         u"Print MD5 sums of files, as md5sum does."_s,
+         {stringOption},
+         Md5,
+         u"\"-\" and no FILE at all are standard input. Only sums are printed for strings."_s,
+         u"vxtool md5 *.bin > sums && md5sum --check sums"_s},
+        {u"uuidform"_s,
+         u"--group N [TEXT...]"_s,
+         u"Print UTF-8 bytes in the form of a UUID."_s,
+         {groupOption},
+         UuidForm,
+         u"Prints hexadecimal digits in braces, with a dash after every N digits."_s},
+        {u"split"_s, u"--utf8 N | --ucs2 N [TEXT...]"_s, u"Cut strings into pieces of N bytes."_s,
+         RowPrinter::Options({utf8Option, ucs2Option}), Split,
+         u"Prints UTF-16 units, UTF-8 bytes and text of each piece."_s},
+        {u"links"_s, u"[FILE]"_s, u"Find the links in a text."_s, RowPrinter::Options(), Links,
+         u"Prints start and length, in UTF-16 units, and the link. The text is UTF-8."_s,
+         u"vxtool links --columns text notes.txt"_s},
+        {u"version parse"_s, u"[TEXT...]"_s, u"Read version numbers."_s, RowPrinter::Options(), ParseVersion,
+         u"Prints the whole version and its four parts."_s},
+        {u"version compare"_s, u"[A B]"_s, u"Compare two version numbers."_s, RowPrinter::Options(),
+         CompareVersions, u"Reads two versions per line, separated by a space, without arguments."_s,
+         u"vxtool version compare 1.2.3 1.2.10"_s},
+    };
+});
 
 } // namespace
 

@@ -28,6 +28,7 @@ private Q_SLOTS:
     void answers_data();
     void answers();
     void help();
+    void clickedAddress();
     void gzip();
     void json();
     void files();
@@ -57,46 +58,70 @@ Result TestVxtool::Run(const QString& arguments, const QByteArray& input) const
 
 void TestVxtool::answers_data()
 {
-    // The arguments name the row; for wrong usage the output is a part of the complaint.
-    const Table<QByteArray, QByteArray, int> row("input", "output", "exitCode");
-    row("version|compare", "2 1\n1 1.0\n", "2.0.0.0\t>\t1.0.0.0\n1.0.0.0\t=\t1.0.0.0\n", 0);
-    row("version|parse|--table|--columns|version,minor|1.2|10", "",
-        "version   minor\n1.2.0.0   2\n10.0.0.0  0\n", 0);
-    row("process|exists|no such process", "", "false\tno such process\n", 1);
-    row("start|no such program|--json|-x", "", "", 1); // options of the program that is started
-    row("component|register|--admin|--json|none", "", "{\"result\":\"0x80004002\",\"file\":\"none\"}\n", 1);
-    row("--callto|tel:+49 1", "", "--callto tel:+49 1\n", 0);
-    row("single|tst_vxtool|unheard", "", "first\ttst_vxtool\n", 0);
-    row("encrypt|--key|0123456789abcdef0|hello", "", "4o9ssVeElvk8ggRy+7hc7g==\n", 0);
-    row("decrypt|--key|0123456789abcdef0", "4o9ssVeElvk8ggRy+7hc7g==", "hello\n", 0); // without the padding
-    row("gzip|no/such/file", "", "", 1);
-    row("md5|--file", "a\n", "60b725f10c9c85c70d97880dfe8191b3\n", 0);
-    row("hex", "ж\r\na", "d0b6\n61\n", 0);
-    row("uuidform|--group|4|abcd", "", "{6162-6364}\n", 0);
-    row("split|--utf8|4|абв", "", "2\t4\tаб\n1\t2\tв\n", 0);
-    row("links|--json", "ж\nhttp://a.com.", "{\"start\":2,\"length\":12,\"text\":\"http://a.com\"}\n", 0);
+    // The arguments name the row; the error is a part of standard error.
+    const Table<QByteArray, QByteArray, int, QByteArray> row("input", "output", "exitCode", "error");
+    const auto good = [row](const char* arguments, const QByteArray& input, const QByteArray& output) {
+        row(arguments, input, output, 0, "");
+    };
+    const auto fails = [row](const char* arguments, const QByteArray& error) {
+        row(arguments, "", "", 1, error);
+    };
+    const auto misused = [row](const char* arguments, const QByteArray& error) {
+        row(arguments, "", "", 2, error);
+    };
+    good("version|compare", "2 1\n1 1.0\n", "2.0.0.0\t>\t1.0.0.0\n1.0.0.0\t=\t1.0.0.0\n");
+    good("version|parse|--table|--columns|version,minor|1.2|10", "",
+         "version   minor\n1.2.0.0   2\n10.0.0.0  0\n");
+    good("hex|--|-1", "", "2d31\n");
+    row("process|exists|no such process", "", "false\tno such process\n", 1, "");
+    row("component|register|--admin|--json|none", "", "{\"result\":\"0x80004002\",\"file\":\"none\"}\n", 1,
+        "none: ");
+    good("single|tst_vxtool|--serve=60", "", "first\ttst_vxtool\n"); // a message, whatever it looks like
+    good("encrypt|--key|0123456789abcdef0|hello", "", "4o9ssVeElvk8ggRy+7hc7g==\n");
+    good("decrypt|--key-file|-|4o9ssVeElvk8ggRy+7hc7g==", "0123456789abcdef0\r\n", "hello\n"); // unpadded
+    good("json|set|-|b|x", "{\"a\":1}", "{\n    \"a\": 1,\n    \"b\": \"x\"\n}\n");
+    good("md5", "a\n", "60b725f10c9c85c70d97880dfe8191b3  -\n");
+    good("md5|--string|a", "", "0cc175b9c0f1b6a831c399e269772661\n");
+    good("hex", "ж\r\na", "d0b6\n61\n");
+    good("uuidform|--group|4|abcd", "", "{6162-6364}\n");
+    good("split|--utf8|4|абв", "", "2\t4\tаб\n1\t2\tв\n");
+    good("links|--json|-", "ж\nhttp://a.com.", "{\"start\":2,\"length\":12,\"text\":\"http://a.com\"}\n");
 #if VXCOMMON_HAS_QREGEXP
     row("sip|check", "a@b.quollsip.com\nb\n\n c",
-        "NoError\ta@b.quollsip.com\nFormatError\tb\nLengthError\t\nSymbolError\t c\n", 1);
-    row("sip|check|a\tb\nc", "", "SymbolError\ta\\tb\\nc\n", 1); // a row stays one line
-    row("sip|parse|--json|\"A\" <sip:a@b.com:5060;x>", "",
-        "{\"ok\":true,\"user\":\"a\",\"domain\":\"b.com\",\"name\":\"A\",\"extension\":\"\",\"port\":"
-        "\"5060\"}\n",
-        0);
-    row("contact|--name|Ann|skype:ANN", "",
-        "SkypeName\tann\tskype: ann\tann@skype.com\tann\tskype.com\t\tAnn\n", 0);
-    row("password|good-enough|bad", "", "true\tgood-enough\nfalse\tbad\n", 1);
-    row("web|--columns|locale|a@b.ru", "", "LocaleRu\n", 0);
+        "NoError\ta@b.quollsip.com\nFormatError\tb\nLengthError\t\nSymbolError\t c\n", 1, "");
+    row("sip|check|a\tb\nc", "", "SymbolError\ta\\tb\\nc\n", 1, ""); // a row stays one line
+    good("sip|parse|--json|\"A\" <sip:a@b.com:5060;x>", "",
+         "{\"ok\":true,\"user\":\"a\",\"domain\":\"b.com\",\"name\":\"A\",\"extension\":\"\",\"port\":"
+         "\"5060\"}\n");
+    good("contact|--name|Ann|skype:ANN", "",
+         "SkypeName\tann\tskype: ann\tann@skype.com\tann\tskype.com\t\tAnn\n");
+    row("password|good-enough|bad", "", "true\tgood-enough\nfalse\tbad\n", 1, "");
+    good("web|--columns|locale|a@b.ru", "", "LocaleRu\n");
+    misused("sip", "  sip parse  ");
+    misused("sip|chek|a", "unknown command: sip chek. Did you mean sip check?\n");
 #endif
 
-    row("", "", "no command", 2);
-    row("nonsense", "", "\"nonsense\"", 2);
-    row("version|parse|--columns|major,frob|1", "", "\"frob\"", 2);
-    row("copy|a", "", "are needed", 2);
-    row("process|wait|--timeout|long|x", "", "--timeout", 2);
-    row("--log|x|--log-level|loud|version|parse|1", "", "0 to 7", 2);
-    row("--log|/no/such/folder/a.log|version|parse|1", "", VXCOMMON_HAS_LOG4CPP ? "a.log" : "no log4cpp", 2);
-    row("encrypt|--key|0123456789abcdef0123456789abcdef0|x", "", "32 bytes", 2);
+    fails("start|no such program|--json|-x", "\"no such program\""); // options of the program
+    fails("scan|none", "there is no directory \"none\"");
+    fails("copydir|none|x", "\"none\" is not a directory");
+    fails("movedir|none|x", "\"none\" is not a directory");
+    fails("removeafterexit|none", "there is no directory \"none\"");
+    fails("shortcut|none|x.desktop", "there is no target \"none\"");
+    fails("process|terminate|999999999", "cannot end process 999999999: ");
+    fails("decrypt|--key|k|YWJj", "\"YWJj\" is not Base64 of encrypted text");
+    fails("protocols|register|a b", "\"a b\" is not a URL scheme");
+    fails("gzip|no/such/file", "cannot read no/such/file: ");
+    fails("--log|/no/such/folder/a.log|version|parse|1", "a.log: ");
+
+    misused("", "a command is needed");
+    misused("vresion|parse", "unknown command: vresion. Did you mean version parse?\n");
+    misused("hex|--halp", "Did you mean --help?\nTry 'vxtool hex --help'.\n");
+    misused("version|parse|--columns|major,frob|1", "\"frob\"");
+    misused("copy|a", "are needed");
+    misused("process|wait|--timeout|long|x", "--timeout");
+    misused("get|127.0.0.1:8765/", "Did you mean http://127.0.0.1:8765/?\n");
+    misused("--log|x|--log-level|loud|version|parse|1", "0 to 7");
+    misused("encrypt|--key|0123456789abcdef0123456789abcdef0|x", "32 bytes");
 }
 
 void TestVxtool::answers()
@@ -104,17 +129,33 @@ void TestVxtool::answers()
     QFETCH(QByteArray, input);
     QFETCH(QByteArray, output);
     QFETCH(int, exitCode);
+    QFETCH(QByteArray, error);
 
     const Result result = Run(QTest::currentDataTag(), input);
+    QCOMPARE(result.output, output);
+    QVERIFY2(error.isEmpty() ? result.error.isEmpty() : result.error.contains(error), result.error);
     QCOMPARE(result.exitCode, exitCode);
-    QCOMPARE(exitCode == 2 ? "" : output, result.output);
-    QVERIFY2(exitCode != 2 || result.error.contains(output), result.error);
 }
 
 void TestVxtool::help()
 {
-    QVERIFY(Run("--help").output.contains("  version compare  "));
-    QVERIFY(Run("hex|--help").output.startsWith("Usage: vxtool hex [options] [TEXT...]\n"));
+    for (const char* arguments : {"help", "help|post", "encrypt|--help", "-h", "json|--help"}) {
+        const Result result = Run(arguments);
+        QCOMPARE(result.exitCode, 0);
+        for (const QByteArray& line : result.output.split('\n')) {
+            QVERIFY2(line.size() <= 80, line);
+        }
+    }
+    QVERIFY(Run("help").output.contains("  version compare  "));
+    QVERIFY(Run("help|hex").output.startsWith("Usage: vxtool hex [OPTION...] [TEXT...]\n"));
+    QCOMPARE(Run("-h").output, Run("help").output);
+}
+
+/// A clicked address can bring words of its own, none of which is an option.
+void TestVxtool::clickedAddress()
+{
+    QCOMPARE(Run("--callto|tel:+49 1|--log|log").output, "--callto tel:+49 1 --log log\n");
+    QCOMPARE(filetree::Snapshot(dir->path()), QStringList());
 }
 
 void TestVxtool::gzip()
@@ -123,6 +164,8 @@ void TestVxtool::gzip()
     const QByteArray packed = Run("gzip|--level|9", input).output;
     QVERIFY(!packed.isEmpty() && packed.size() < 1000);
     QCOMPARE(Run("gunzip", packed.chopped(1)).exitCode, 1);
+    QCOMPARE(Run("gunzip", packed + packed + QByteArray(512, '\0')).output, input + input);
+    QCOMPARE(Run("gunzip", packed + "x").exitCode, 1);
 
     // Input that comes late: an empty pipe is waited for, and is no failure.
     QProcess unpacker;
@@ -158,13 +201,21 @@ void TestVxtool::files()
     };
     verify("copy|a|d/|t", 0, "3 items copied\n",
            {"a=1", "d/b=2", "d/e/c=3", "t/a=1", "t/d/b=2", "t/d/e/c=3"});
-    verify("copy|a|d/|x", 2, "is no folder", before);
-    verify("copy|x|y", 1, "error 700103: Copying failed with error '700103'!", before);
+    verify("copy|a|d/|x", 2, "is not a directory", before);
+    verify("copy|x|y", 1, "error 700103: Source file '", before);
+    verify("copy|a|d/b/c", 1, "error 700104: ", before);
     verify("remove|d|a|x", 0, "6 items removed\n", {"t/"});
-    verify("remove|/", 2, "all there is", before);
+    verify("remove|/", 2, "is the root", before);
     verify("remove|", 2, "names nothing", before);
     QVERIFY(Run("copy|--timing|a|x").output.startsWith("1 item copied in "));
+    QCOMPARE(Run("copy|--quiet|a|x").output, "");
+    QCOMPARE(Run("copydir|d|t").exitCode, 0);
+    QVERIFY(Run("copydir|d|t").error.contains("\"t/b\" exists already"));
+    QVERIFY(Run("scan|--null|d").output.endsWith(QByteArray("c\0", 2)));
 #ifdef Q_OS_UNIX
+    filetree::Build(dir->path(), {"h/.a=1", "h/.b/c=1", "h/v=1"});
+    QVERIFY(Run("copy|h|t|--log|log").error.contains("left out: 2 hidden (--log"));
+    QVERIFY(Run("remove|h").error.contains("(the directory is not empty); 1 item removed\n"));
     filetree::Build(dir->path(), {"l->d/e"});
     QCOMPARE(Run("remove|l/../b").exitCode, 0);
     QVERIFY2(!QFile::exists(dir->filePath("d/b")), "the folder above what a link leads to is meant");

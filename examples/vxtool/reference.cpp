@@ -1,0 +1,434 @@
+#include "reference.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+
+namespace vxtool::reference
+{
+
+namespace
+{
+
+constexpr qsizetype lineWidth = 79;
+constexpr qsizetype termWidth = 24;
+
+const QString purpose = u"use the vxcommon library on the command line"_s;
+const QString usage = u"vxtool [OPTION...] COMMAND [OPTION...] [ARGUMENT...]"_s;
+const QStringList description{
+    u"vxtool makes the features of the vxcommon library available to scripts, support and tests."_s,
+    u"Without arguments, a command that takes several reads them from standard input, one per line. \"-\" in "
+    "the place of a FILE is standard input or output. \"--\" ends the options."_s};
+const QStringList exitStatus{u"0  every input was valid, every job done"_s,
+                             u"1  some input was not valid, or a job failed"_s,
+                             u"2  the command line makes no sense"_s};
+
+/// Returns `text` broken into lines that are indented by `indent`, the first one excepted.
+QString Wrapped(const QString& text, qsizetype indent)
+{
+    QString wrapped;
+    qsizetype column = indent;
+    for (const QString& word : text.split(u' ')) {
+        if (column > indent && column + 1 + word.size() > lineWidth) {
+            wrapped += u'\n' + QString(indent, u' ');
+            column = indent;
+        } else if (column > indent) {
+            wrapped += u' ';
+            ++column;
+        }
+        wrapped += word;
+        column += word.size();
+    }
+    return wrapped;
+}
+
+/// Returns a line of a table; a long term gets its own line.
+QString Entry(const QString& term, const QString& text)
+{
+    constexpr qsizetype indent = termWidth + 4;
+    const QString gap = term.size() > termWidth ? u'\n' + QString(indent, u' ') : u"  "_s;
+    return u"  "_s + term.leftJustified(termWidth) + gap + Wrapped(text, indent) + u'\n';
+}
+
+QStringList Dashed(const QCommandLineOption& option)
+{
+    QStringList names;
+    for (const QString& name : option.names()) {
+        names += (name.size() == 1 ? u"-"_s : u"--"_s) + name;
+    }
+    return names;
+}
+
+QString Term(const QCommandLineOption& option)
+{
+    const QString names = Dashed(option).join(u", "_s);
+    return option.valueName().isEmpty() ? names : names + u' ' + option.valueName();
+}
+
+QString OptionTable(const Options& options)
+{
+    QString table;
+    for (const QCommandLineOption& option : options) {
+        table += Entry(Term(option), option.description());
+    }
+    return table;
+}
+
+QString FirstWord(const Command& command)
+{
+    return command.name.section(u' ', 0, 0);
+}
+
+/// Returns each first word of the commands once.
+QStringList FirstWords()
+{
+    QStringList words;
+    for (const Command& command : Commands()) {
+        words += FirstWord(command);
+    }
+    words.removeDuplicates();
+    return words;
+}
+
+/// Returns the second words of the commands that begin with `word`; empty for a command of one word.
+QStringList SecondWords(const QString& word)
+{
+    QStringList words;
+    for (const Command& command : Commands()) {
+        if (command.name.startsWith(word + u' ')) {
+            words += command.name.section(u' ', 1);
+        }
+    }
+    return words;
+}
+
+bool TakesFiles(const QString& arguments)
+{
+    const QStringList fileLike{u"FILE"_s,   u"PATH"_s,    u"DIR"_s,    u"SOURCE"_s,
+                               u"TARGET"_s, u"LIBRARY"_s, u"PROGRAM"_s};
+    return std::any_of(fileLike.begin(), fileLike.end(),
+                       [&arguments](const QString& word) { return arguments.contains(word); });
+}
+
+/// Returns the number of letters to insert, remove, replace or swap with a neighbour.
+qsizetype Distance(const QString& a, const QString& b)
+{
+    std::vector<std::vector<qsizetype>> cost(static_cast<std::size_t>(a.size()) + 1,
+                                             std::vector<qsizetype>(static_cast<std::size_t>(b.size()) + 1));
+    for (std::size_t i = 0; i < cost.size(); ++i) {
+        for (std::size_t k = 0; k < cost[i].size(); ++k) {
+            if (i == 0 || k == 0) {
+                cost[i][k] = static_cast<qsizetype>(i + k);
+                continue;
+            }
+            const auto letter = [](const QString& text, std::size_t at) {
+                return text.at(static_cast<qsizetype>(at) - 1);
+            };
+            const qsizetype replaced = letter(a, i) == letter(b, k) ? 0 : 1;
+            cost[i][k] = std::min({cost[i - 1][k] + 1, cost[i][k - 1] + 1, cost[i - 1][k - 1] + replaced});
+            if (i > 1 && k > 1 && letter(a, i) == letter(b, k - 1) && letter(a, i - 1) == letter(b, k)) {
+                cost[i][k] = std::min(cost[i][k], cost[i - 2][k - 2] + 1);
+            }
+        }
+    }
+    return cost.back().back();
+}
+
+QString Roff(QString text)
+{
+    text.replace(u'\\', "\\e"_L1).replace(u'-', "\\-"_L1).replace(u'\'', "\\(aq"_L1);
+    return text;
+}
+
+QString RoffOptions(const Options& options)
+{
+    QString text;
+    for (const QCommandLineOption& option : options) {
+        text += u".TP\n\\fB"_s + Roff(Dashed(option).join(u", "_s)) + u"\\fR"_s;
+        text += option.valueName().isEmpty() ? u"\n"_s : u" \\fI"_s + Roff(option.valueName()) + u"\\fR\n"_s;
+        text += Roff(option.description()) + u'\n';
+    }
+    return text;
+}
+
+QString RoffCommand(const Command& command)
+{
+    QString text = u".SS "_s + Roff((command.name + u' ' + command.arguments).trimmed()) + u'\n' +
+                   Roff(command.summary + u' ' + command.details).trimmed() + u'\n' +
+                   RoffOptions(command.options);
+    if (!command.example.isEmpty()) {
+        text += u".PP\nExample:\n.PP\n.nf\n.RS\n"_s + Roff(command.example) + u"\n.RE\n.fi\n"_s;
+    }
+    return text;
+}
+
+QString ManualPage(const QString& date)
+{
+    QString text = u".TH VXTOOL 1 \"%1\" \"vxcommon %2\" \"User Commands\"\n"_s.arg(
+        date, QCoreApplication::applicationVersion());
+    text += u".SH NAME\nvxtool \\- %1\n.SH SYNOPSIS\n%2\n.SH DESCRIPTION\n%3\n"_s.arg(
+        purpose, Roff(usage), Roff(description.join(u"\n.PP\n"_s)));
+    text += u".SH OPTIONS\n"_s + RoffOptions(GlobalOptions() + ProgramOptions()) + u".SH COMMANDS\n"_s;
+    for (const Command& command : Commands()) {
+        text += RoffCommand(command);
+    }
+    text += u".SH EXIT STATUS\n"_s;
+    for (const QString& line : exitStatus) {
+        text += u".TP\n%1\n%2\n"_s.arg(line.left(1), Roff(line.mid(3)));
+    }
+    text +=
+        u".SH ENVIRONMENT\n.TP\nVXTOOL_KEY\nKey of encrypt, decrypt and json, unless an option gives one.\n"_s;
+    return text;
+}
+
+/// Returns the names of all options whose value has a name that `isWanted`, for a pattern of a shell.
+QString OptionPattern(bool (*isWanted)(const QString& valueName))
+{
+    Options options = GlobalOptions() + ProgramOptions();
+    for (const Command& command : Commands()) {
+        options += command.options;
+    }
+    QStringList names;
+    for (const QCommandLineOption& option : std::as_const(options)) {
+        if (isWanted(option.valueName())) {
+            names += Dashed(option);
+        }
+    }
+    names.sort();
+    names.removeDuplicates();
+    return names.join(u'|');
+}
+
+QString OptionNames(const Options& options)
+{
+    QStringList names;
+    for (const QCommandLineOption& option : options) {
+        names += Dashed(option);
+    }
+    return names.join(u' ');
+}
+
+QString BashCompletion()
+{
+    const QString firstWords = FirstWords().join(u' ');
+    QString cases = u"    ' ') words='help %1' options+=' %2' ;;\n    'help ') words='%1' ;;\n"_s.arg(
+        firstWords, OptionNames(ProgramOptions()));
+    for (const QString& word : FirstWords()) {
+        const QString second = SecondWords(word).join(u' ');
+        if (!second.isEmpty()) {
+            cases += u"    '%1 ' | 'help %1 ') words='%2' ;;\n"_s.arg(word, second);
+        }
+    }
+    for (const Command& command : Commands()) {
+        cases += u"    '%1 '*) options+=' %2' files=%3 ;;\n"_s.arg(
+            command.name, OptionNames(command.options), TakesFiles(command.arguments) ? u"1"_s : QString());
+    }
+    return u"# Completion of vxtool for bash.\n"
+           "_vxtool()\n"
+           "{\n"
+           "  local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}\n"
+           "  local i files='' words='' options='%1'\n"
+           "  local -a names=()\n"
+           "  for ((i = 1; i < COMP_CWORD; ++i)); do\n"
+           "    case ${COMP_WORDS[i]} in\n"
+           "    %2) ((++i)) ;;\n"
+           "    -*) ;;\n"
+           "    *) names+=(\"${COMP_WORDS[i]}\") ;;\n"
+           "    esac\n"
+           "  done\n"
+           "  case $prev in\n"
+           "  %3) compopt -o default; return ;;\n"
+           "  %4) compopt -o dirnames; return ;;\n"
+           "  %2) return ;;\n"
+           "  esac\n"
+           "  case \"${names[*]:0:2} \" in\n"
+           "%5"
+           "  esac\n"
+           "  if [[ $cur == -* ]]; then\n"
+           "    words=$options\n"
+           "  elif [[ $files ]]; then\n"
+           "    compopt -o default\n"
+           "    return\n"
+           "  fi\n"
+           "  mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$cur\")\n"
+           "}\n"
+           "complete -F _vxtool vxtool\n"_s.arg(
+               OptionNames(GlobalOptions()),
+               OptionPattern([](const QString& valueName) { return !valueName.isEmpty(); }),
+               OptionPattern([](const QString& valueName) { return valueName == "FILE"_L1; }),
+               OptionPattern([](const QString& valueName) { return valueName == "DIR"_L1; }), cases);
+}
+
+QString ZshQuoted(QString text)
+{
+    return u'\'' + text.replace(u'\'', "'\\''"_L1) + u'\'';
+}
+
+/// Returns arguments of _arguments, one per line.
+QString ZshOptions(const Options& options)
+{
+    QString text;
+    for (const QCommandLineOption& option : options) {
+        const QStringList names = Dashed(option);
+        QString help = option.description();
+        help.replace(u'[', "\\["_L1).replace(u']', "\\]"_L1);
+        const QString value = option.valueName();
+        const QString action = value == "FILE"_L1 ? u"_files"_s : value == "DIR"_L1 ? u"_files -/"_s : u" "_s;
+        for (const QString& name : names) {
+            const QString spec = name + u'[' + help + u']';
+            text += u"      "_s +
+                    ZshQuoted(value.isEmpty() ? spec
+                                              : spec + u':' + QString(value).remove(u':') + u':' + action) +
+                    u'\n';
+        }
+    }
+    return text;
+}
+
+QString ZshCompletion()
+{
+    QString groups;
+    QStringList words{u"'help:Show the help of a command.'"_s};
+    for (const QString& word : FirstWords()) {
+        QStringList second;
+        for (const Command& command : Commands()) {
+            if (command.name == word) {
+                words += ZshQuoted(word + u':' + command.summary);
+            } else if (command.name.startsWith(word + u' ')) {
+                second += ZshQuoted(command.name.section(u' ', 1) + u':' + command.summary);
+            }
+        }
+        if (!second.isEmpty()) {
+            words += ZshQuoted(word + u':' + SecondWords(word).join(u", "_s));
+            groups += u"    (%1) commands=(%2) ;;\n"_s.arg(word, second.join(u' '));
+        }
+    }
+    QString cases;
+    for (const Command& command : Commands()) {
+        cases += u"    ('%1') _arguments $global \\\n%2      '*:%3:%4' ;;\n"_s.arg(
+            command.name, ZshOptions(command.options).replace(u"\n"_s, u" \\\n"_s),
+            TakesFiles(command.arguments) ? u"file"_s : u"argument"_s,
+            TakesFiles(command.arguments) ? u"_files"_s : u" "_s);
+    }
+    return u"#compdef vxtool\n"
+           "# Completion of vxtool for zsh.\n"
+           "_vxtool() {\n"
+           "  local curcontext=$curcontext state line name\n"
+           "  local -a global commands\n"
+           "  typeset -A opt_args\n"
+           "  global=(\n%1  )\n"
+           "  _arguments -C $global \\\n%2    '1:command:->command' '*::argument:->argument' && return\n"
+           "  case $state in\n"
+           "  (command)\n"
+           "    commands=(\n      %3\n    )\n"
+           "    _describe -t commands command commands ;;\n"
+           "  (argument)\n"
+           "    name=$words[1]\n"
+           "    case $name in\n"
+           "    (help) commands=(%4) ;;\n"
+           "%5"
+           "    esac\n"
+           "    if (( $#commands && CURRENT == 2 )); then\n"
+           "      _describe -t commands command commands\n"
+           "      return\n"
+           "    elif (( $#commands )); then\n"
+           "      name+=\" $words[2]\"\n"
+           "      shift words\n"
+           "      (( CURRENT-- ))\n"
+           "    fi\n"
+           "    case $name in\n"
+           "%6"
+           "    esac ;;\n"
+           "  esac\n"
+           "}\n"
+           "_vxtool \"$@\"\n"_s.arg(ZshOptions(GlobalOptions()),
+                                    ZshOptions(ProgramOptions()).replace(u"\n"_s, u" \\\n"_s),
+                                    words.join(u"\n      "_s), FirstWords().join(u' '), groups, cases);
+}
+
+} // namespace
+
+Options GlobalOptions()
+{
+    return {
+        {u"log"_s, u"Write a log to FILE, which only you can read; rolled over at 10 MiB, with 3 backups."_s,
+         u"FILE"_s},
+        {u"log-level"_s, u"Log up to level N, from 0 (fatal) to 7 (debug) (default: 6)."_s, u"N"_s, u"6"_s},
+        {u"log-source"_s, u"Add the source location to each line of the log."_s},
+        {{u"q"_s, u"quiet"_s}, u"Print no progress and no summary, only results and errors."_s},
+        {{u"h"_s, u"help"_s}, u"Show this help."_s}};
+}
+
+Options ProgramOptions()
+{
+    return {{{u"V"_s, u"version"_s}, u"Show the version."_s},
+            {u"callto"_s, u"Show ADDRESS, all that follows. A clicked address starts vxtool so."_s,
+             u"ADDRESS"_s}};
+}
+
+QString MainHelp()
+{
+    QString text = u"Usage: "_s + usage + u"\n\n"_s;
+    for (const QString& paragraph : description) {
+        text += Wrapped(paragraph, 0) + u"\n\n"_s;
+    }
+    text += u"Commands:\n"_s;
+    for (const Command& command : Commands()) {
+        text += Entry(command.name, command.summary);
+    }
+    text += u"\nOptions of every command:\n"_s + OptionTable(GlobalOptions()) + u"\nOther options:\n"_s +
+            OptionTable(ProgramOptions()) + u"\nExit status:\n  "_s + exitStatus.join(u"\n  "_s);
+    return text + u"\n\n'vxtool help COMMAND' shows the options of a command and an example."_s;
+}
+
+QString CommandHelp(const Command& command)
+{
+    QString text =
+        u"Usage: "_s + u"vxtool %1 [OPTION...] %2"_s.arg(command.name, command.arguments).trimmed();
+    text += u"\n\n"_s + Wrapped(command.summary, 0);
+    if (!command.details.isEmpty()) {
+        text += u"\n\n"_s + Wrapped(command.details, 0);
+    }
+    if (!command.options.isEmpty()) {
+        text += u"\n\nOptions:\n"_s + OptionTable(command.options).chopped(1);
+    }
+    if (!command.example.isEmpty()) {
+        text += u"\n\nExample:\n  "_s + command.example;
+    }
+    return text + u"\n\n'vxtool help' shows the options of every command."_s;
+}
+
+QString GroupHelp(const QString& word)
+{
+    QString text;
+    for (const Command& command : Commands()) {
+        if (FirstWord(command) == word) {
+            text += Entry(command.name, command.summary);
+        }
+    }
+    return text.chopped(text.isEmpty() ? 0 : 1);
+}
+
+QString ClosestTo(const QString& mistyped, const QStringList& names)
+{
+    QString closest;
+    qsizetype least = std::max<qsizetype>(1, mistyped.size() / 3) + 1;
+    for (const QString& name : names) {
+        const qsizetype distance = Distance(mistyped, name);
+        if (distance < least) {
+            least = distance;
+            closest = name;
+        }
+    }
+    return closest;
+}
+
+QString Page(const QString& kind, const QString& date)
+{
+    return kind == "man"_L1    ? ManualPage(date)
+           : kind == "bash"_L1 ? BashCompletion()
+           : kind == "zsh"_L1  ? ZshCompletion()
+                               : QString();
+}
+
+} // namespace vxtool::reference

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "command.h"
+
+/// Texts made from the table of commands: help, manual page and completion.
+namespace vxtool::reference
+{
+
+Options GlobalOptions();  ///< Returns the options before and after every command.
+Options ProgramOptions(); ///< Returns the options that stand alone, such as --version.
+
+QString MainHelp();
+QString CommandHelp(const Command& command);
+
+/// Returns the commands whose first word is `word`, one per line; empty if there is none.
+QString GroupHelp(const QString& word);
+
+/// Returns the one of `names` that `mistyped` most likely means; empty if none is close.
+QString ClosestTo(const QString& mistyped, const QStringList& names);
+
+/// Returns the page "man" (of that date, such as 2026-01-31), or the completion for "bash" or "zsh"; empty
+/// for any other kind.
+QString Page(const QString& kind, const QString& date);
+
+} // namespace vxtool::reference
