@@ -95,6 +95,11 @@ protected:
     ~IMessage() = default;
 };
 
+#ifdef __GNUC__ // ILogger::Destroy hides the virtual function on purpose.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Woverloaded-virtual"
+#endif
+
 /// The operations of a logger, in the order of the virtual table. Derive from ILogger.
 class VXCOMMON_EXPORT ILoggerOperations
 {
@@ -146,11 +151,6 @@ protected:
 private:
     Q_DISABLE_COPY(ILoggerOperations)
 };
-
-#ifdef __GNUC__ // Destroy hides the virtual function on purpose.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Woverloaded-virtual"
-#endif
 
 /**
  * Receives log lines. Any thread may call Write; all other operations belong to the thread that configures
