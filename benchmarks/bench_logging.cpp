@@ -1,4 +1,5 @@
-/// One log line through the facade into log4cpp's rolling file, beside what it stands on and what others use.
+/// One log line through the facade into log4cpp's rolling file, compared with log4cpp alone and with other
+/// libraries.
 
 #include <common/logger/logger.h>
 
@@ -14,6 +15,8 @@
 #include <spdlog/spdlog.h>
 
 #include <cstdio>
+#include <thread>
+#include <vector>
 
 namespace bench
 {
@@ -123,6 +126,33 @@ void FilteredOut(benchmark::State& state)
     }
 }
 BENCHMARK(FilteredOut)->Name("log line that is filtered out/vxcommon");
+
+/// The same from as many threads as the argument says.
+void FilteredOutFromThreads(benchmark::State& state)
+{
+    constexpr int linesPerThread = 20000;
+    const BackendInUse backend(logger::Error);
+    for (auto _ : state) {
+        std::vector<std::thread> threads(static_cast<std::size_t>(state.range(0)));
+        for (std::thread& thread : threads) {
+            thread = std::thread([] {
+                for (int number = 0; number < linesPerThread; ++number) {
+                    LOG_MESSAGE(logger::Info) << "request " << number << " ends with code " << 200;
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0) * linesPerThread);
+}
+BENCHMARK(FilteredOutFromThreads)
+    ->Name("log line that is filtered out, from threads/vxcommon")
+    ->Arg(1)
+    ->Arg(2)
+    ->Arg(4)
+    ->UseRealTime();
 
 void TextOnly(benchmark::State& state)
 {
