@@ -45,7 +45,8 @@ bool Log(const QString& path)
 {
     using namespace common::logger;
     SetLogger(GetLog4cpp());
-    GetLogger()->Configure(Info, RollingFile, PatternLayout, {}, {}, {}, path, {}, 1024 * 1024, 2);
+    GetLogger()->Configure(Info, Target::RollingFile, Option::PatternLayout, {}, {}, {}, path, {},
+                           1024 * 1024, 2);
     LOG_MESSAGE(Info) << "the tour begins";
     const QByteArray line = Contents(path).trimmed();
     return Tell("logging", line.endsWith("main: the tour begins"), QString::fromUtf8(line));

@@ -164,8 +164,8 @@ int main(int argc, char* argv[])
     using namespace common::logger;
     SetLogger(GetLog4cpp());
     const QString log = QDir(arguments.at(2)).filePath(QStringLiteral("log/soak.log"));
-    GetLogger()->Configure(Debug, RollingFile, PatternLayout, {}, QStringLiteral("qt"), {}, log, {},
-                           std::size_t{1024} * 1024, 500);
+    GetLogger()->Configure(Debug, Target::RollingFile, Option::PatternLayout, {}, QStringLiteral("qt"), {},
+                           log, {}, std::size_t{1024} * 1024, 500);
     const Soak soak(arguments);
     return QCoreApplication::exec();
 }
