@@ -18,10 +18,17 @@ run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${prefix}")
 # The installed programs find the installed library by themselves.
 run("${prefix}/bin/vxtool" --version)
 if(EXISTS "${prefix}/bin/vxphone")
-    # Its window logs the address as soon as it is there.
+    # Its window logs the address as soon as it is shown.
+    file(WRITE "${WORK_DIR}/start_vxphone.sh" [=[
+"$1" --data data --callto tel:+1 &
+until grep -qs 'address to call: tel:+1' data/vxphone.log; do
+    kill -0 $! || exit 1
+    sleep 0.1
+done
+kill $!
+]=])
     run("${CMAKE_COMMAND}" -E env QT_QPA_PLATFORM=offscreen "HOME=${WORK_DIR}" "TMPDIR=${WORK_DIR}"
-        sh -c "'${prefix}/bin/vxphone' --data data --callto tel:+1 & \
-            until grep -qs 'address to call: tel:+1' data/vxphone.log; do kill -0 $! || exit 1; sleep 0.1; done; kill $!")
+        sh start_vxphone.sh "${prefix}/bin/vxphone")
     run(desktop-file-validate "${prefix}/share/applications/vxphone.desktop")
 endif()
 
