@@ -270,20 +270,20 @@ void TestLog4cpp::namesOutsideTheCodePage()
     const QStringList backups = QDir(folder).entryList({"весь.log*"}, QDir::Files, QDir::Name);
     QCOMPARE(backups.size(), 11);
     QCOMPARE(backups.last(), "весь.log.10");
-    QCOMPARE(filetree::Read(folder + "/весь.log.01"), "a line of twenty bytes\n");
-    QCOMPARE(filetree::Read(folder + "/короткий.log.1"), "a line of twenty bytes\n");
+    QCOMPARE(ReadLog(folder + "/весь.log.01"), "a line of twenty bytes\n");
+    QCOMPARE(ReadLog(folder + "/короткий.log.1"), "a line of twenty bytes\n");
 
     logger::GetLogger()->SetFileLoggingEnabled(false);
     QVERIFY(QFile::remove(setup.logFile));
     logger::GetLogger()->SetFileLoggingEnabled(true);
     LogOnMain("again");
-    QCOMPARE(filetree::Read(setup.logFile), "again\n");
+    QCOMPARE(ReadLog(setup.logFile), "again\n");
 
     setup.targets = logger::Target::File;
     setup.logFile = folder + "/простой.log";
     setup.Apply();
     LogOnMain("plain");
-    QCOMPARE(filetree::Read(setup.logFile), "plain\n");
+    QCOMPARE(ReadLog(setup.logFile), "plain\n");
 }
 
 void TestLog4cpp::filesAreNotInherited()
