@@ -1,10 +1,7 @@
-#include <common/http/httprequest.h>
+#include "httprequestdata.h"
+#include "httprequestprivate.h"
 
 #include <common/http/ihttprequestmultipartdata.h>
-#include <common/logger/logger.h>
-
-#include "httprequestdata.h"
-#include "replyguard.h"
 
 #include <QHashFunctions>
 #include <QHttpMultiPart>
@@ -13,26 +10,14 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
-#include <utility>
 
 namespace common::http
 {
 
-namespace
-{
-
-constexpr logger::Channel logChannel{"http.request"};
-
-constexpr int defaultAttemptCount = 1;     // No retry unless the caller asks for one.
-constexpr int defaultAttemptInterval = 20; // Seconds.
-
-/// For a QTimer, which takes no negative interval and no more than an int holds (24 days).
 int ToMilliseconds(int seconds)
 {
     return static_cast<int>(std::clamp<qint64>(qint64{1000} * seconds, 0, std::numeric_limits<int>::max()));
 }
-
-} // namespace
 
 IHttpRequest::IHttpRequest()
     : QObject(nullptr)
@@ -46,100 +31,99 @@ IHttpRequest* CreateHttpRequest(QNetworkAccessManager* manager, QObject* parent)
 }
 
 HttpRequest::HttpRequest(QNetworkAccessManager* manager_, QObject* parent)
-    : manager(manager_)
-    , attemptCount(defaultAttemptCount)
-    , attemptInterval(defaultAttemptInterval)
-    , resendTimer(new QTimer(this))
+    : d(std::make_unique<Private>())
 {
+    d->manager = manager_;
+    d->resendTimer = new QTimer(this);
     setParent(parent);
-    resendTimer->setInterval(ToMilliseconds(attemptInterval));
-    resendTimer->setSingleShot(true);
-    connect(resendTimer, &QTimer::timeout, this, &HttpRequest::Resend);
+    d->resendTimer->setInterval(ToMilliseconds(d->attemptInterval));
+    d->resendTimer->setSingleShot(true);
+    connect(d->resendTimer, &QTimer::timeout, this, &HttpRequest::Resend);
 }
 
 HttpRequest::~HttpRequest()
 {
-    manager = nullptr; // What a slot of the manager sends while the reply is aborted goes nowhere.
+    d->manager = nullptr; // While the reply is aborted, a slot of the manager may send again.
     HttpRequest::Abort();
-    DeleteReply();
+    DropReply();
 }
 
 void HttpRequest::SetUrl(const QUrl& newUrl)
 {
-    url = newUrl;
+    d->url = newUrl;
 }
 
 QUrl HttpRequest::GetUrl() const
 {
-    return url;
+    return d->url;
 }
 
 void HttpRequest::SetData(const QSharedPointer<IHttpRequestData>& newData)
 {
-    data = newData;
+    d->data = newData;
 }
 
 QSharedPointer<IHttpRequestData> HttpRequest::Data() const
 {
-    return data;
+    return d->data;
 }
 
 void HttpRequest::SetRawHeader(const QString& name, const QString& value)
 {
-    rawHeaders.insert(name, value);
+    d->rawHeaders.insert(name, value);
 }
 
 QString HttpRequest::GetRawHeader(const QString& name) const
 {
-    return rawHeaders.value(name);
+    return d->rawHeaders.value(name);
 }
 
 void HttpRequest::SetAttribute(QNetworkRequest::Attribute attribute, const QVariant& value)
 {
-    attributes.insert(attribute, value);
+    d->attributes.insert(attribute, value);
 }
 
 QVariant HttpRequest::GetAttribute(QNetworkRequest::Attribute attribute) const
 {
-    return attributes.value(attribute);
+    return d->attributes.value(attribute);
 }
 
 void HttpRequest::SetAttemptCountOnNetworkProblem(int count)
 {
-    attemptCount = count;
+    d->attemptCount = count;
 }
 
 int HttpRequest::GetAttemptCountOnNetworkProblem() const
 {
-    return attemptCount;
+    return d->attemptCount;
 }
 
 void HttpRequest::SetAttemptIntervalOnNetworkProblem(int seconds)
 {
-    attemptInterval = seconds;
-    if (!resendTimer.isNull()) {
-        resendTimer->setInterval(ToMilliseconds(seconds));
+    d->attemptInterval = seconds;
+    if (!d->resendTimer.isNull()) {
+        d->resendTimer->setInterval(ToMilliseconds(seconds));
     }
 }
 
 int HttpRequest::GetAttemptIntervalOnNetworkProblem() const
 {
-    return attemptInterval;
+    return d->attemptInterval;
 }
 
 void HttpRequest::SetTimeout(int seconds)
 {
-    timeout = seconds;
+    d->timeout = seconds;
 }
 
 int HttpRequest::GetTimeout() const
 {
-    return timeout;
+    return d->timeout;
 }
 
 bool HttpRequest::Send(HTTPRequestMethod newMethod)
 {
-    attempt = 0;
+    d->attempt = 0;
     return SendRequest(newMethod);
 }
 
@@ -153,69 +137,52 @@ bool HttpRequest::Get()
     return Send(GET);
 }
 
-bool HttpRequest::isRunning() const
-{
-    return !reply.isNull() && reply->isRunning();
-}
-
 bool HttpRequest::IgnoreSSLErrors() const
 {
-    return ignoreSslErrors;
+    return d->ignoreSslErrors;
 }
 
 void HttpRequest::SetIgnoreSSLErrors(bool ignore)
 {
-    ignoreSslErrors = ignore;
+    d->ignoreSslErrors = ignore;
 }
 
 void HttpRequest::SetSslCertificate(const QSslCertificate& certificate, const QSslKey& key,
                                     const QList<QSslCertificate>& authorities)
 {
-    sslCertificate = certificate;
-    sslKey = key;
-    caCertificates = authorities;
-}
-
-QNetworkReply* HttpRequest::Reply() const
-{
-    return reply;
-}
-
-void HttpRequest::Resend()
-{
-    ++attempt;
-    SendRequest(method);
+    d->sslCertificate = certificate;
+    d->sslKey = key;
+    d->caCertificates = authorities;
 }
 
 bool HttpRequest::SendRequest(HTTPRequestMethod newMethod)
 {
-    method = newMethod;
-    if (QNetworkReply* const earlier = reply) {
-        // A slot of the reply itself or of the manager may delete the request, or send it, while the reply is
-        // aborted and deleted.
+    d->method = newMethod;
+    if (QNetworkReply* const earlier = Reply()) {
+        // While the reply is aborted, a slot of the manager may delete the request or send it.
         const QPointer<HttpRequest> self = this;
         CutOffReply();
         Abort();
-        if (!self.isNull() && reply == earlier) {
-            DeleteReply();
+        if (!self.isNull() && Reply() == earlier) {
+            DropReply();
         }
         if (self.isNull()) {
             return false;
         }
-        if (!reply.isNull()) {
-            return true; // The send of the slot is the newer one.
+        if (Reply() != nullptr) {
+            return true; // Sent by that slot, later than this send.
         }
-        method = newMethod; // Where that has failed.
+        d->method = newMethod; // If the send of that slot failed.
     }
-    if (manager.isNull()) {
+    if (d->manager.isNull()) {
         LOG_MESSAGE(logger::Crit) << LogPrefix() << "Failed to  SendRequest(): HttpRequestManager is NULL!";
         return false;
     }
 
     QNetworkReply* newReply = nullptr;
-    if (method == POST) {
+    if (d->method == POST) {
         newReply = SendPostRequest();
-    } else if (method == GET) {
+    } else if (d->method == GET) {
         newReply = SendGetRequest();
     }
     if (newReply == nullptr) {
@@ -223,57 +190,8 @@ bool HttpRequest::SendRequest(HTTPRequestMethod newMethod)
             << LogPrefix() << QStringLiteral("Failed to send request to URL='%1'").arg(GetUrl().toString());
         return false;
     }
-    if (GetTimeout() > 0) {
-        StartWatchdog(newReply);
-    }
-    ConnectReply(newReply);
-    reply = newReply;
+    TakeReply(newReply);
     return true;
-}
-
-void HttpRequest::StartWatchdog(QNetworkReply* newReply)
-{
-    auto* watchdog = new QTimer(newReply);
-    connect(watchdog, &QTimer::timeout, this, &HttpRequest::OnRequestTimeout);
-    connect(this, &HttpRequest::progress, watchdog, qOverload<>(&QTimer::start));
-    connect(newReply, &QNetworkReply::finished, watchdog, &QTimer::stop);
-    watchdog->setSingleShot(true);
-    watchdog->setInterval(ToMilliseconds(GetTimeout()));
-    watchdog->start();
-}
-
-/// Qt delivers in the order of connection, and that order is part of what callers see.
-void HttpRequest::ConnectReply(QNetworkReply* newReply)
-{
-    new ReplyGuard(newReply);
-    connect(newReply, &QNetworkReply::finished, this, [this, newReply] { Q_EMIT replyFinished(newReply); });
-    connect(newReply, &QNetworkReply::finished, this, &HttpRequest::OnRequestFinished);
-    connect(newReply, &QNetworkReply::sslErrors, this, &HttpRequest::OnSslErrors);
-    connect(newReply, &QNetworkReply::downloadProgress, this, &HttpRequest::downloadProgress);
-    connect(newReply, &QNetworkReply::uploadProgress, this, &HttpRequest::uploadProgress);
-    connect(newReply, &QNetworkReply::downloadProgress, this, &HttpRequest::progress);
-    connect(newReply, &QNetworkReply::uploadProgress, this, &HttpRequest::progress);
-}
-
-/// After this nothing of the present reply reaches the request, its watchdog included.
-void HttpRequest::CutOffReply()
-{
-    if (sender() == reply) {
-        ReplyGuard::NoteEmission(reply);
-    }
-    disconnect(reply, nullptr, this, nullptr);
-    for (const QObject* child : reply->children()) {
-        disconnect(child, nullptr, this, nullptr);
-    }
-}
-
-/// Empties the field first: what happens while the reply is aborted must find it gone.
-void HttpRequest::DeleteReply()
-{
-    if (!reply.isNull()) {
-        CutOffReply();
-        ReplyGuard::Delete(std::exchange(reply, nullptr));
-    }
 }
 
 QNetworkRequest HttpRequest::BuildRequest()
@@ -282,14 +200,14 @@ QNetworkRequest HttpRequest::BuildRequest()
 
     QNetworkRequest request(GetUrl());
     SetSslConfiguration(request);
-    for (auto header = rawHeaders.cbegin(); header != rawHeaders.cend(); ++header) {
+    for (auto header = d->rawHeaders.cbegin(); header != d->rawHeaders.cend(); ++header) {
         request.setRawHeader(header.key().toUtf8(), header.value().toUtf8());
     }
-    // Set by hand, which is why Qt leaves the decoding to us.
-    if (!rawHeaders.contains(acceptEncoding)) {
+    // Qt does not decode a body whose coding was asked for by hand: ReadBody does.
+    if (!d->rawHeaders.contains(acceptEncoding)) {
         request.setRawHeader(acceptEncoding.toUtf8(), "gzip");
     }
-    for (auto attribute = attributes.cbegin(); attribute != attributes.cend(); ++attribute) {
+    for (auto attribute = d->attributes.cbegin(); attribute != d->attributes.cend(); ++attribute) {
         request.setAttribute(attribute.key(), attribute.value());
     }
     return request;
@@ -298,16 +216,16 @@ QNetworkRequest HttpRequest::BuildRequest()
 void HttpRequest::SetSslConfiguration(QNetworkRequest& request)
 {
     QSslConfiguration configuration = request.sslConfiguration();
-    if (!caCertificates.isEmpty()) {
-        configuration.setCaCertificates(caCertificates);
+    if (!d->caCertificates.isEmpty()) {
+        configuration.setCaCertificates(d->caCertificates);
     }
-    if (!sslCertificate.isNull()) {
-        configuration.setLocalCertificate(sslCertificate);
+    if (!d->sslCertificate.isNull()) {
+        configuration.setLocalCertificate(d->sslCertificate);
     }
-    if (!sslKey.isNull()) {
-        configuration.setPrivateKey(sslKey);
+    if (!d->sslKey.isNull()) {
+        configuration.setPrivateKey(d->sslKey);
     }
-    // Meant so, whatever IgnoreSSLErrors says: the peer is never verified.
+    // Kept for compatibility: the peer is never verified, whatever IgnoreSSLErrors returns.
     configuration.setProtocol(QSsl::AnyProtocol);
     configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
     request.setSslConfiguration(configuration);
@@ -316,10 +234,10 @@ void HttpRequest::SetSslConfiguration(QNetworkRequest& request)
 QNetworkReply* HttpRequest::SendGetRequest()
 {
     QNetworkRequest request = BuildRequest();
-    if (data.isNull()) {
-        return manager->get(request);
+    if (d->data.isNull()) {
+        return d->manager->get(request);
     }
-    const auto* map = dynamic_cast<const HttpRequestUrlencodedDataMap*>(data.data());
+    const auto* map = dynamic_cast<const HttpRequestUrlencodedDataMap*>(d->data.data());
     if (map == nullptr) {
         LOG_MESSAGE(logger::Error) << LogPrefix()
                                    << QStringLiteral("Failed to send GET request to URL='%1'. "
@@ -331,36 +249,33 @@ QNetworkReply* HttpRequest::SendGetRequest()
     if (query.isEmpty()) {
         request.setUrl(GetUrl());
     } else {
-        // Always with a "?" of its own, also behind a URL that has a query; this is meant.
+        // Kept for compatibility: adds a "?" even after a URL that has a query.
         request.setUrl(QUrl(GetUrl().toString() + u'?' + query, QUrl::TolerantMode));
     }
     LOG_MESSAGE(logger::Debug) << LogPrefix()
                                << QStringLiteral("Sending GET request to URL='%1', attempt='%2'.")
-                                      .arg(request.url().toString(), QString::number(attempt));
-    return manager->get(request);
+                                      .arg(request.url().toString(), QString::number(d->attempt));
+    return d->manager->get(request);
 }
 
 QNetworkReply* HttpRequest::SendPostRequest()
 {
     QNetworkRequest request = BuildRequest();
-    if (data.isNull()) {
-        return manager->post(request, QByteArray());
+    if (d->data.isNull()) {
+        return d->manager->post(request, QByteArray());
     }
-    if (const auto* simple = dynamic_cast<const IHttpRequestSimpleData*>(data.data())) {
+    if (const auto* simple = dynamic_cast<const IHttpRequestSimpleData*>(d->data.data())) {
         request.setHeader(QNetworkRequest::ContentTypeHeader, simple->GetContentType());
         LOG_MESSAGE(logger::Debug) << LogPrefix()
                                    << QStringLiteral("Sending POST request to URL='%1', attempt='%2'.")
-                                          .arg(request.url().toString(), QString::number(attempt));
-        return manager->post(request, simple->GetData());
+                                          .arg(request.url().toString(), QString::number(d->attempt));
+        return d->manager->post(request, simple->GetData());
     }
-    if (auto* form = dynamic_cast<IHttpRequestMultiPartData*>(data.data())) {
-        return PostMultiPart(request, form->MultiPart());
+    auto* const form = dynamic_cast<IHttpRequestMultiPartData*>(d->data.data());
+    if (form == nullptr) {
+        return nullptr;
     }
-    return nullptr;
-}
-
-QNetworkReply* HttpRequest::PostMultiPart(const QNetworkRequest& request, QHttpMultiPart* multiPart)
-{
+    std::unique_ptr<QHttpMultiPart> multiPart(form->MultiPart());
     if (multiPart == nullptr) {
         LOG_MESSAGE(logger::Error) << LogPrefix()
                                    << QStringLiteral(
@@ -371,11 +286,10 @@ QNetworkReply* HttpRequest::PostMultiPart(const QNetworkRequest& request, QHttpM
     LOG_MESSAGE(logger::Debug) << LogPrefix()
                                << QStringLiteral(
                                       "Sending multipart/form-data POST request to URL='%1', attempt='%2'.")
-                                      .arg(request.url().toString(), QString::number(attempt));
-    std::unique_ptr<QHttpMultiPart> owner(multiPart);
-    QNetworkReply* newReply = manager->post(request, multiPart);
+                                      .arg(request.url().toString(), QString::number(d->attempt));
+    QNetworkReply* const newReply = d->manager->post(request, multiPart.get());
     if (newReply != nullptr) {
-        owner.release()->setParent(newReply);
+        multiPart.release()->setParent(newReply);
     }
     return newReply;
 }
@@ -383,8 +297,8 @@ QNetworkReply* HttpRequest::PostMultiPart(const QNetworkRequest& request, QHttpM
 QString HttpRequest::LogPrefix() const
 {
     QString prefix = u'[' + QString::number(qHash(this));
-    if (!reply.isNull()) {
-        prefix += QLatin1String(", ") + QString::number(qHash(reply.data()));
+    if (const QNetworkReply* reply = Reply()) {
+        prefix += QLatin1String(", ") + QString::number(qHash(reply));
     }
     return prefix + QLatin1String("]: ");
 }

@@ -2,22 +2,23 @@
 
 #include <common/http/ihttprequest.h>
 
-#include <QMap>
-#include <QNetworkAccessManager>
-#include <QPointer>
 #include <QSslError>
-#include <QTimer>
+
+#include <memory>
 
 namespace common::http
 {
 
 /**
- * The request behind CreateHttpRequest, for those who want to change a step of it.
+ * The request that CreateHttpRequest returns; derive from it to change a step.
  *
- * A reply is deleted at once when the request is done with it, also inside the watchdog's signal. Only where
- * Qt itself is still at work in the reply, as inside one of the reply's signals, it is deleted right after
- * that work; it is cut off from the request, aborted and gone from Reply() at once all the same. A reply that
- * its caller aborted outside of any event loop may stay until its manager dies.
+ * A reply is deleted as soon as the request has no more use for it. If that is so inside a signal of the
+ * request, Reply() no longer returns the reply, which is deleted once Qt has returned from it to the event
+ * loop.
+ *
+ * @warning Do not send, abort or delete the request in a slot that is connected to a signal of Reply() itself
+ * or to QNetworkAccessManager::finished. As Qt documents for these, a reply must not be deleted there. Use a
+ * queued connection.
  */
 class VXCOMMON_EXPORT HttpRequest : public IHttpRequest
 {
@@ -53,19 +54,19 @@ public:
 
 public Q_SLOTS:
     void Abort() override;
-    /// Begins the next try with the method of the last send. A failure is told by the log alone.
+    /// Begins the next attempt with the method of the last send. Only the log reports a failure.
     virtual void Resend();
 
 protected:
-    /// Puts client certificate, key and authorities into `request`, and turns the check of the peer off.
+    /// Adds client certificate, key and CA certificates to `request`, and disables peer verification.
     virtual void SetSslConfiguration(QNetworkRequest& request);
-    /// Begins one try; the result is that of Send.
+    /// Begins one attempt. Returns what Send returns.
     virtual bool SendRequest(HTTPRequestMethod newMethod);
-    /// Schedules the next try. False if none is left; if true, nothing more is to be told of this one.
+    /// Schedules the next attempt. Returns false if none is left; if true, emit nothing for this one.
     bool AskRetryIfPossible();
 
 Q_SIGNALS:
-    void progress(); ///< Any data has moved; starts the watchdog's interval again.
+    void progress(); ///< Emitted when data has been sent or received; restarts the timeout.
 
 private Q_SLOTS:
     void OnRequestFinished();
@@ -75,36 +76,21 @@ private Q_SLOTS:
 private:
     Q_DISABLE_COPY(HttpRequest)
 
+    struct Private;
+    class Delivery;
+
     virtual QNetworkReply* SendPostRequest();
     virtual QNetworkReply* SendGetRequest();
 
     QNetworkRequest BuildRequest();
-    QNetworkReply* PostMultiPart(const QNetworkRequest& request, QHttpMultiPart* multiPart);
-    void StartWatchdog(QNetworkReply* newReply);
-    void ConnectReply(QNetworkReply* newReply);
+    void TakeReply(QNetworkReply* newReply);
     void CutOffReply();
-    void DeleteReply();
+    void DropReply();
     QByteArray ReadBody();
-    void Finish();
+    void FinishWithError(int error, const QString& description, const QByteArray& body);
     QString LogPrefix() const;
 
-    QPointer<QNetworkAccessManager> manager;
-    QUrl url;
-    int timeout = 0;
-    QSharedPointer<IHttpRequestData> data;
-    QMap<QString, QString> rawHeaders;
-    QMap<QNetworkRequest::Attribute, QVariant> attributes;
-    /// Owned. A weak pointer, since the manager takes its replies along when it dies.
-    QPointer<QNetworkReply> reply;
-    bool ignoreSslErrors = false;
-    HTTPRequestMethod method = GET;
-    int attemptCount;
-    int attemptInterval;
-    int attempt = 0;
-    QPointer<QTimer> resendTimer;
-    QSslCertificate sslCertificate;
-    QSslKey sslKey;
-    QList<QSslCertificate> caCertificates;
+    std::unique_ptr<Private> d;
 };
 
 } // namespace common::http

@@ -1,12 +1,13 @@
-// The second half of HttpRequest: what happens once a reply is there.
+// The life of a reply, from its first signal to its end, and the retries.
 
-#include <common/http/httprequest.h>
+#include "httprequestprivate.h"
 
-#include <common/logger/logger.h>
 #include <common/tools/qcompressor.h>
 
-#include <algorithm>
-#include <iterator>
+#include <QMetaEnum>
+#include <QThread>
+
+#include <utility>
 
 namespace common::http
 {
@@ -14,57 +15,13 @@ namespace common::http
 namespace
 {
 
-constexpr logger::Channel logChannel{"http.request"};
-
-constexpr int tooManyRequests = 429; // RFC 6585; Qt has no error code of its own for it.
-
-struct ErrorName
-{
-    int error;
-    const char* name;
-};
-
-constexpr ErrorName errorNames[] = {{0, "NoError"},
-                                    {1, "ConnectionRefusedError"},
-                                    {2, "RemoteHostClosedError"},
-                                    {3, "HostNotFoundError"},
-                                    {4, "TimeoutError"},
-                                    {5, "OperationCanceledError"},
-                                    {6, "SslHandshakeFailedError"},
-                                    {7, "TemporaryNetworkFailureError"},
-                                    {8, "NetworkSessionFailedError"},
-                                    {9, "BackgroundRequestNotAllowedError"},
-                                    {10, "TooManyRedirectsError"},
-                                    {11, "InsecureRedirectError"},
-                                    {99, "UnknownNetworkError"},
-                                    {101, "ProxyConnectionRefusedError"},
-                                    {102, "ProxyConnectionClosedError"},
-                                    {103, "ProxyNotFoundError"},
-                                    {104, "ProxyTimeoutError"},
-                                    {105, "ProxyAuthenticationRequiredError"},
-                                    {199, "UnknownProxyError"},
-                                    {201, "ContentAccessDenied"},
-                                    {202, "ContentOperationNotPermittedError"},
-                                    {203, "ContentNotFoundError"},
-                                    {204, "AuthenticationRequiredError"},
-                                    {205, "ContentReSendError"},
-                                    {206, "ContentConflictError"},
-                                    {207, "ContentGoneError"},
-                                    {299, "UnknownContentError"},
-                                    {301, "ProtocolUnknownError"},
-                                    {302, "ProtocolInvalidOperationError"},
-                                    {399, "ProtocolFailure"},
-                                    {401, "InternalServerError"},
-                                    {402, "OperationNotImplementedError"},
-                                    {403, "ServiceUnavailableError"},
-                                    {499, "UnknownServerError"}};
+constexpr int tooManyRequests = 429; // RFC 6585; Qt has no error code for it.
 
 /// For the log only.
 QLatin1String NameOf(int error)
 {
-    const auto* found = std::find_if(std::begin(errorNames), std::end(errorNames),
-                                     [error](const ErrorName& entry) { return entry.error == error; });
-    return QLatin1String(found != std::end(errorNames) ? found->name : "UnknownError");
+    const char* const name = QMetaEnum::fromType<QNetworkReply::NetworkError>().valueToKey(error);
+    return QLatin1String(name != nullptr ? name : "UnknownError");
 }
 
 bool IsNetworkProblem(int error)
@@ -83,10 +40,118 @@ bool IsProxyProblem(int error)
 
 } // namespace
 
+/**
+ * Kept by a slot of the request while it handles a signal of the reply.
+ *
+ * Qt still uses a reply after it has emitted a signal. If the request drops the reply in the meantime, the
+ * outermost slot has it deleted after that. The slot does so itself because deleteLater, called in an event
+ * loop nested in the slot, would delete the reply inside that loop.
+ */
+class HttpRequest::Delivery
+{
+public:
+    explicit Delivery(HttpRequest* request_)
+        : request(request_)
+        , reply(request_->d->reply)
+    {}
+    ~Delivery()
+    {
+        if (reply.use_count() > 1 || reply->isNull()) {
+            return;
+        }
+        if (QThread::currentThread()->loopLevel() > 0) {
+            (*reply)->deleteLater();
+        } else {
+            // Without exec(), as with processEvents() alone, Qt would put deleteLater off for ever.
+            QMetaObject::invokeMethod(
+                *reply, [dropped = reply->data()] { delete dropped; }, Qt::QueuedConnection);
+        }
+    }
+
+    /// Returns whether a receiver has sent or deleted the request, so that the reply delivers nothing more.
+    bool IsOver() const { return request.isNull() || reply->isNull() || request->d->reply != reply; }
+
+private:
+    Q_DISABLE_COPY(Delivery)
+
+    const QPointer<HttpRequest> request;
+    const std::shared_ptr<const QPointer<QNetworkReply>> reply;
+};
+
+QNetworkReply* HttpRequest::Reply() const
+{
+    return d->reply != nullptr ? d->reply->data() : nullptr;
+}
+
+bool HttpRequest::isRunning() const
+{
+    return Reply() != nullptr && Reply()->isRunning();
+}
+
+/// Qt delivers in the order of connection, and callers rely on that order.
+void HttpRequest::TakeReply(QNetworkReply* newReply)
+{
+    d->reply = std::make_shared<const QPointer<QNetworkReply>>(newReply);
+    if (GetTimeout() > 0) {
+        auto* watchdog = new QTimer(newReply);
+        connect(watchdog, &QTimer::timeout, this, &HttpRequest::OnRequestTimeout);
+        connect(this, &HttpRequest::progress, watchdog, qOverload<>(&QTimer::start));
+        connect(newReply, &QNetworkReply::finished, watchdog, &QTimer::stop);
+        watchdog->setSingleShot(true);
+        watchdog->setInterval(ToMilliseconds(GetTimeout()));
+        watchdog->start();
+    }
+    connect(newReply, &QNetworkReply::finished, this, [this, newReply] {
+        const Delivery delivery(this);
+        Q_EMIT replyFinished(newReply);
+    });
+    connect(newReply, &QNetworkReply::finished, this, &HttpRequest::OnRequestFinished);
+    connect(newReply, &QNetworkReply::sslErrors, this, &HttpRequest::OnSslErrors);
+    connect(newReply, &QNetworkReply::downloadProgress, this, [this](qint64 received, qint64 total) {
+        const Delivery delivery(this);
+        Q_EMIT downloadProgress(received, total);
+    });
+    connect(newReply, &QNetworkReply::uploadProgress, this, [this](qint64 sent, qint64 total) {
+        const Delivery delivery(this);
+        Q_EMIT uploadProgress(sent, total);
+    });
+    const auto emitProgress = [this] {
+        const Delivery delivery(this);
+        Q_EMIT progress();
+    };
+    connect(newReply, &QNetworkReply::downloadProgress, this, emitProgress);
+    connect(newReply, &QNetworkReply::uploadProgress, this, emitProgress);
+}
+
+/// After this nothing of the present reply reaches the request, its watchdog included.
+void HttpRequest::CutOffReply()
+{
+    disconnect(Reply(), nullptr, this, nullptr);
+    for (const QObject* child : Reply()->children()) {
+        disconnect(child, nullptr, this, nullptr);
+    }
+}
+
+void HttpRequest::DropReply()
+{
+    if (Reply() == nullptr) {
+        return;
+    }
+    CutOffReply();
+    // Cleared first: slots of the manager that run while the reply is aborted must not find it.
+    const auto dropped = std::exchange(d->reply, nullptr);
+    if ((*dropped)->isRunning()) {
+        (*dropped)->abort();
+    }
+    if (dropped.use_count() == 1) {
+        delete dropped->data();
+    }
+}
+
 void HttpRequest::OnRequestFinished()
 {
     auto* const finished = qobject_cast<QNetworkReply*>(sender());
-    if (reply != finished) {
+    if (Reply() != finished) {
         LOG_MESSAGE(logger::Crit) << LogPrefix() << "Cannot process unknown QNetworkReply";
         return;
     }
@@ -94,66 +159,61 @@ void HttpRequest::OnRequestFinished()
         LOG_MESSAGE(logger::Error) << LogPrefix() << "Cannot process QNetworkReply = NULL";
         return;
     }
-    Finish();
-}
-
-/// A receiver of any signal may send the request again or delete it. The finished reply then is none of ours
-/// any more, and tells nothing more.
-void HttpRequest::Finish()
-{
-    const QPointer<HttpRequest> self = this;
-    const QPointer<QNetworkReply> finished = reply;
-    const auto isOver = [&] { return self.isNull() || finished.isNull() || reply != finished; };
-
     const int error = finished->error();
     const QString description = finished->errorString();
     const int status = finished->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     const QString reason = finished->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString();
     const QString accepted =
         QStringLiteral("Accepted reply from server: %1/%2; URL='%3', attempt='%4'.")
-            .arg(QString::number(status), reason, finished->url().toString(), QString::number(attempt));
+            .arg(QString::number(status), reason, finished->url().toString(), QString::number(d->attempt));
+    const Delivery delivery(this);
     if (status == tooManyRequests) {
         LOG_MESSAGE(logger::Debug) << LogPrefix() << accepted;
         Q_EMIT requestError(tooManyRequests, description, QByteArray());
-        if (isOver() || AskRetryIfPossible()) {
+        if (delivery.IsOver() || AskRetryIfPossible()) {
             return;
         }
-        // The last try goes the ordinary way as well, so it is told twice; this is meant.
+        // Kept for compatibility: the last attempt emits requestError a second time, as any other failure.
     }
-
     const QByteArray body = ReadBody();
-    if (error == QNetworkReply::NoError) {
-        LOG_MESSAGE(logger::Debug) << LogPrefix() << accepted;
-        Q_EMIT requestFinishedWithBinaryData(body);
-        if (!isOver()) {
-            Q_EMIT requestFinished(QString::fromUtf8(body));
-        }
+    if (error != QNetworkReply::NoError) {
+        LOG_MESSAGE(logger::Error)
+            << LogPrefix()
+            << QStringLiteral("Accepted reply from server: %1/%2;    %3 (%4), URL='%5', attempt='%6'.")
+                   .arg(QString::number(status), reason, NameOf(error), description,
+                        finished->url().toString(), QString::number(d->attempt));
+        FinishWithError(error, description, body);
         return;
     }
+    LOG_MESSAGE(logger::Debug) << LogPrefix() << accepted;
+    Q_EMIT requestFinishedWithBinaryData(body);
+    if (!delivery.IsOver()) {
+        Q_EMIT requestFinished(QString::fromUtf8(body));
+    }
+}
 
-    LOG_MESSAGE(logger::Error)
-        << LogPrefix()
-        << QStringLiteral("Accepted reply from server: %1/%2;    %3 (%4), URL='%5', attempt='%6'.")
-               .arg(QString::number(status), reason, NameOf(error), description, finished->url().toString(),
-                    QString::number(attempt));
+void HttpRequest::FinishWithError(int error, const QString& description, const QByteArray& body)
+{
     if (IsNetworkProblem(error) && AskRetryIfPossible()) {
         return;
     }
+    const Delivery delivery(this);
     if (IsProxyProblem(error)) {
         Q_EMIT proxyError(error, description);
     } else if (error == QNetworkReply::ProtocolInvalidOperationError) {
         Q_EMIT invalidOperationError(error, description);
     }
-    if (!isOver()) {
+    if (!delivery.IsOver()) {
         Q_EMIT requestError(error, description, body);
     }
 }
 
 QByteArray HttpRequest::ReadBody()
 {
-    QByteArray body = reply->readAll();
-    // Only this very value: "GZIP" or a list of codings is left as it is; this is meant.
-    if (reply->rawHeader("Content-Encoding") == "gzip") {
+    // A caller that calls abort() or close() on the reply also closes it.
+    const QByteArray body = Reply()->isReadable() ? Reply()->readAll() : QByteArray();
+    // Kept for compatibility: decodes exactly "gzip", neither "GZIP" nor a list of codings.
+    if (Reply()->rawHeader("Content-Encoding") == "gzip") {
         QByteArray decoded;
         if (tools::QCompressor::gzipDecompress(body, decoded)) {
             return decoded;
@@ -167,8 +227,8 @@ void HttpRequest::OnRequestTimeout()
 {
     LOG_MESSAGE(logger::Error) << LogPrefix()
                                << QStringLiteral("Request to URL='%1' timed out! attempt='%2'.")
-                                      .arg(GetUrl().toString(), QString::number(attempt));
-    // Deletes the reply and with it the watchdog, whose signal this slot hangs on; QTimer allows that.
+                                      .arg(GetUrl().toString(), QString::number(d->attempt));
+    // Deletes the reply, and with it the watchdog that emits the signal; QTimer allows that.
     const QPointer<HttpRequest> self = this;
     Abort();
     if (self.isNull() || AskRetryIfPossible()) {
@@ -179,7 +239,7 @@ void HttpRequest::OnRequestTimeout()
 
 void HttpRequest::OnSslErrors(const QList<QSslError>& /*errors*/)
 {
-    if (!ignoreSslErrors) {
+    if (!d->ignoreSslErrors) {
         return;
     }
     LOG_MESSAGE(logger::Warn) << LogPrefix() << "Ignoring SSL errors!";
@@ -190,30 +250,36 @@ void HttpRequest::OnSslErrors(const QList<QSslError>& /*errors*/)
 
 bool HttpRequest::AskRetryIfPossible()
 {
-    if (attempt + 1 >= attemptCount) {
+    if (d->attempt + 1 >= d->attemptCount) {
         LOG_MESSAGE(logger::Debug) << LogPrefix()
                                    << "Cannot retry request. The attempt count reached maximum.";
         return false;
     }
-    if (resendTimer.isNull()) {
+    if (d->resendTimer.isNull()) {
         LOG_MESSAGE(logger::Error) << LogPrefix() << "Cannot retry request. Resend timer is NULL.";
         return false;
     }
     LOG_MESSAGE(logger::Debug)
         << LogPrefix()
-        << QStringLiteral("The next request attempt will be taken in '%1' seconds.").arg(attemptInterval);
-    resendTimer->start();
+        << QStringLiteral("The next request attempt will be taken in '%1' seconds.").arg(d->attemptInterval);
+    d->resendTimer->start();
     return true;
+}
+
+void HttpRequest::Resend()
+{
+    ++d->attempt;
+    SendRequest(d->method);
 }
 
 void HttpRequest::Abort()
 {
     const QPointer<HttpRequest> self = this;
     if (isRunning()) {
-        DeleteReply();
+        DropReply();
     }
-    if (!self.isNull() && !resendTimer.isNull() && resendTimer->isActive()) {
-        resendTimer->stop();
+    if (!self.isNull() && !d->resendTimer.isNull() && d->resendTimer->isActive()) {
+        d->resendTimer->stop();
     }
 }
 
