@@ -10,9 +10,16 @@
 
 #include <QNetworkAccessManager>
 #include <QRegularExpression>
+#include <QScopeGuard>
+#include <QTcpSocket>
 #include <QTemporaryDir>
 
+#include <csignal>
 #include <memory>
+
+#ifndef _WIN32
+#include <sys/resource.h>
+#endif
 
 using namespace common::http;
 using tools::string::converter;
@@ -26,9 +33,12 @@ private Q_SLOTS:
     void outcome_data();
     void outcome();
     void notStarted();
-#ifndef _WIN32 // Which has no device that is always full.
+#ifndef _WIN32 // Where a process cannot limit the size of its files.
+    void fullDisk_data();
     void fullDisk();
 #endif
+    void changedByAnother_data();
+    void changedByAnother();
     void startAndAbort();
     void retry();
     void deletedInside();
@@ -135,24 +145,72 @@ void TestFileDownload::notStarted()
     download->SetFilePath(dir.path());
     QVERIFY(!download->Start());
     QVERIFY(HasLogged("Failed to open file '") && HasLogged("I/O error: '"));
+    const QString noFile = "failed 900102 Can't prepare file!";
+#ifndef _WIN32
+    filetree::Build(dir.path(), {"fifo|"}); // To open it would block.
+    download->SetFilePath(dir.filePath("fifo"));
+    QVERIFY(!download->Start());
+    QCOMPARE(events.takeLast(), noFile);
+#endif
     manager.reset();
     download->SetFilePath(path);
     QVERIFY(!download->Start());
-    QCOMPARE(events, QStringList({"failed 900102 Can't prepare file!",
-                                  "failed 900101 Can't start download: request failed!"}));
+    QCOMPARE(events, QStringList({noFile, "failed 900101 Can't start download: request failed!"}));
 }
 
 #ifndef _WIN32
+void TestFileDownload::fullDisk_data()
+{
+    const Table<bool> row("checksum");
+    row("found by size", false);
+    row("found by checksum, of what could not be written", true);
+}
+
 void TestFileDownload::fullDisk()
 {
-    const qint64 size = 9000000; // More than what may wait in memory.
-    FaultServer server({{Response("200 OK", QByteArray(size, 'x'))}});
-    download->SetFilePath("/dev/full");
-    download->SetFileSize(size);
+    QFETCH(bool, checksum);
+
+    const QByteArray body(9000000, 'x'); // More than what may wait in memory.
+    FaultServer server({{Response("200 OK", body)}});
+    checksum ? download->SetChecksum(converter::ToMD5(body)) : download->SetFileSize(body.size());
+    rlimit usual{};
+    getrlimit(RLIMIT_FSIZE, &usual);
+    const rlimit limited{1000000, usual.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN); // Without it the write fails, as on a full disk.
+    setrlimit(RLIMIT_FSIZE, &limited);
+    const auto restore = qScopeGuard([&] { setrlimit(RLIMIT_FSIZE, &usual); });
     Start(server);
     QTRY_COMPARE(events, QStringList{"failed 900103 Download verification failed!"});
 }
 #endif
+
+void TestFileDownload::changedByAnother_data()
+{
+    const Table<Answer, qint64> row("answer", "after");
+    row("while more arrives", {Response("200 OK", "body"), Answer::Close, 300}, 1);
+    row("after the last byte", {"HTTP/1.1 200 OK\r\n\r\nbody", Answer::Hang, 150}, 4);
+}
+
+// The sum of what arrived is right, that of the file is not.
+void TestFileDownload::changedByAnother()
+{
+    QFETCH(Answer, answer);
+    QFETCH(qint64, after);
+
+    FaultServer server({answer});
+    download->SetChecksum(converter::ToMD5(QByteArray("body")));
+    Start(server);
+    QTRY_VERIFY(QFileInfo(path).size() >= after);
+    QTest::qWait(50); // A time stamp of a file has steps of some milliseconds.
+    QFile other(path);
+    QVERIFY(other.open(QIODevice::ReadWrite) && other.write("B") == 1);
+    other.close();
+    if (answer.ending == Answer::Hang) {
+        server.findChild<QTcpSocket*>()->disconnectFromHost();
+    }
+    QTRY_COMPARE(events, QStringList{"failed 900103 Download verification failed!"});
+    QCOMPARE(filetree::Read(path), "Body");
+}
 
 void TestFileDownload::startAndAbort()
 {

@@ -7,8 +7,8 @@
 #include <QFileInfo>
 #include <QTimer>
 
-#include <algorithm>
 #include <chrono>
+#include <utility>
 
 namespace common::http
 {
@@ -19,19 +19,8 @@ namespace
 constexpr logger::Channel logChannel{"http.download"};
 
 constexpr quint64 firstId = 100000;
-constexpr int defaultTimeout = 30; // Seconds of silence.
-constexpr std::chrono::milliseconds retryDelay{5000};
-
-constexpr int requestMissing = 900100;
-constexpr int requestFailed = 900101;
-constexpr int fileNotPrepared = 900102;
-constexpr int verificationFailed = 900103;
-
-// Qt tells progress ten times a second at most, and what comes between two tellings waits in memory. With its
-// buffer bounded a fast transfer would stand still until the next one, so half a buffer is written in
-// between.
-constexpr qint64 bufferSize = qint64{4} * 1024 * 1024;
-constexpr qint64 fullBuffer = bufferSize / 2;
+constexpr int defaultTimeout = 30;            // Seconds of silence.
+constexpr std::chrono::seconds retryDelay{5}; // Between two attempts.
 
 quint64 NextId()
 {
@@ -39,14 +28,12 @@ quint64 NextId()
     return next++;
 }
 
-/// What converter::ToMD5 makes of the content. In pieces: a large file need not fit into memory, and one that
-/// is mapped would end the process if somebody cut it short meanwhile.
+/// Reads in pieces: a large file need not fit into memory, and a mapped one would end the process if somebody
+/// cut it short in the meantime.
 QString ChecksumOf(QFile& file)
 {
     QCryptographicHash hash(QCryptographicHash::Md5);
-    for (QByteArray piece = file.read(bufferSize); !piece.isEmpty(); piece = file.read(bufferSize)) {
-        hash.addData(piece);
-    }
+    hash.addData(&file);
     return QString::fromLatin1(hash.result().toHex());
 }
 
@@ -151,11 +138,7 @@ int FileDownload::GetTimeout() const
 
 bool FileDownload::isRunning() const
 {
-    if (!request.isNull()) {
-        (void)request->isRunning();
-    }
-    // Not what the request says; this is meant.
-    return false;
+    return false; // Kept for compatibility: false even while the request runs.
 }
 
 bool FileDownload::IgnoreSSLErrors() const
@@ -194,32 +177,36 @@ void FileDownload::CreateRequest(QNetworkAccessManager* manager)
     connect(request, &IHttpRequest::requestError, this, &FileDownload::OnRequestError);
     connect(request, &IHttpRequest::requestFinished, this, &FileDownload::OnRequestFinished);
     connect(request, &IHttpRequest::downloadProgress, this, &FileDownload::OnDownloadProgress);
-    // Qt does not promise to tell the last bytes as progress, and after this signal the request takes them.
-    connect(request, &IHttpRequest::replyFinished, this, [this] { Drain(*request->Reply()); });
+    // Qt does not promise progress for the last bytes, and after this signal the request takes them.
+    connect(request, &IHttpRequest::replyFinished, this, [this] {
+        if (file) {
+            file->Drain(*request->Reply());
+        }
+    });
 }
 
 bool FileDownload::Start()
 {
     LOG_MESSAGE(logger::Debug) << LogPrefix() << "Trying to start download...";
     if (request.isNull()) {
-        return FailAtStart(requestMissing, QStringLiteral("Can't start download: request doesn't exist!"));
+        return FailAtStart(RequestMissing, QStringLiteral("Can't start download: request doesn't exist!"));
     }
     if (request->isRunning()) {
         LOG_MESSAGE(logger::Crit) << LogPrefix() << "Can't start download: request already started!";
         return false;
     }
     if (!PrepareFile(GetFilePath())) {
-        Q_EMIT failed(fileNotPrepared, QStringLiteral("Can't prepare file!"));
+        Q_EMIT failed(FileNotPrepared, QStringLiteral("Can't prepare file!"));
         return false;
     }
     if (!request->Get()) {
-        return FailAtStart(requestFailed, QStringLiteral("Can't start download: request failed!"));
+        return FailAtStart(RequestNotSent, QStringLiteral("Can't start download: request failed!"));
     }
-    BoundBuffer();
+    file->Attach(*request->Reply());
     return true;
 }
 
-bool FileDownload::FailAtStart(int error, const QString& text)
+bool FileDownload::FailAtStart(ErrorCode error, const QString& text)
 {
     LOG_MESSAGE(logger::Crit) << LogPrefix() << text;
     Q_EMIT failed(error, text);
@@ -229,7 +216,7 @@ bool FileDownload::FailAtStart(int error, const QString& text)
 bool FileDownload::PrepareFile(const QString& path)
 {
     if (file) {
-        LOG_MESSAGE(logger::Debug) << LogPrefix() << "closing previously open file '" << file->fileName()
+        LOG_MESSAGE(logger::Debug) << LogPrefix() << "closing previously open file '" << file->FileName()
                                    << "'.";
         file.reset();
     }
@@ -239,50 +226,29 @@ bool FileDownload::PrepareFile(const QString& path)
         LOG_MESSAGE(logger::Crit) << LogPrefix() << "Failed to create directory '" << directory << "'!";
         return false;
     }
-    file = std::make_unique<QFile>(info.absoluteFilePath());
-    // The lines below name the directory where one expects the file; this is meant.
-    if (!file->open(QIODevice::WriteOnly)) {
+    auto output = std::make_unique<QFile>(info.absoluteFilePath());
+    // To open a fifo would block until somebody reads it.
+    const bool isSpecial = info.exists() && !info.isFile() && !info.isDir();
+    // Kept for compatibility: the lines below name the directory, not the file.
+    if (isSpecial || !output->open(QIODevice::WriteOnly)) {
         LOG_MESSAGE(logger::Crit) << LogPrefix() << "Failed to open file '" << directory << "'!";
-        LOG_MESSAGE(logger::Error) << LogPrefix() << "I/O error: '" << file->errorString() << "'.";
-        file.reset();
+        LOG_MESSAGE(logger::Error) << LogPrefix() << "I/O error: '"
+                                   << (isSpecial ? QStringLiteral("Not a regular file")
+                                                 : output->errorString())
+                                   << "'.";
         return false;
     }
-    if (!file->setPermissions(file->permissions() | GetPermissions())) {
+    if (!output->setPermissions(output->permissions() | GetPermissions())) {
         LOG_MESSAGE(logger::Error) << LogPrefix() << "Failed to set permissions to file '" << directory
                                    << "'!";
-        LOG_MESSAGE(logger::Error) << LogPrefix() << "I/O error: '" << file->errorString() << "'.";
+        LOG_MESSAGE(logger::Error) << LogPrefix() << "I/O error: '" << output->errorString() << "'.";
     }
+    file = std::make_unique<BodyWriter>(
+        std::move(output), !checksum.isEmpty(), [this](qint64 read, qint64 written) {
+            LOG_MESSAGE(logger::Debug)
+                << LogPrefix() << "readed from device " << read << ", written " << written << " bytes.";
+        });
     return true;
-}
-
-void FileDownload::BoundBuffer()
-{
-    QNetworkReply* const reply = request->Reply();
-    reply->setReadBufferSize(bufferSize);
-    // Qt stands still in the body of a redirect that is larger, and forgets the bound behind it.
-    connect(reply, &QNetworkReply::metaDataChanged, this, [reply] {
-        const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-        reply->setReadBufferSize(status / 100 == 3 ? 0 : bufferSize);
-    });
-    connect(reply, &QNetworkReply::readyRead, this, [this, reply] {
-        if (reply->bytesAvailable() >= fullBuffer) {
-            Drain(*reply);
-        }
-    });
-}
-
-void FileDownload::Drain(QNetworkReply& reply)
-{
-    while (file) {
-        // In pieces, since the reply of a file: URL has all of the file at once.
-        const QByteArray bytes = reply.read(std::min(reply.bytesAvailable(), bufferSize));
-        if (bytes.isEmpty()) {
-            return;
-        }
-        const qint64 written = file->write(bytes);
-        LOG_MESSAGE(logger::Debug) << LogPrefix() << "readed from device " << bytes.size() << ", written "
-                                   << written << " bytes.";
-    }
 }
 
 void FileDownload::OnDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
@@ -293,7 +259,7 @@ void FileDownload::OnDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
         const auto* source = qobject_cast<IHttpRequest*>(sender());
         QNetworkReply* const reply = source != nullptr ? source->Reply() : nullptr;
         if (reply != nullptr) {
-            Drain(*reply);
+            file->Drain(*reply);
         } else {
             LOG_MESSAGE(logger::Crit) << LogPrefix() << "can't access to reply!";
         }
@@ -305,11 +271,12 @@ void FileDownload::OnDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
 
 void FileDownload::OnRequestFinished(const QString& /*result*/)
 {
+    const WrittenSum written = file ? file->Finish() : WrittenSum();
     file.reset();
-    if (CheckDownload()) {
+    if (CheckDownload(written)) {
         Q_EMIT complete();
     } else {
-        Retry(verificationFailed, QStringLiteral("Download verification failed!"));
+        Retry(VerificationFailed, QStringLiteral("Download verification failed!"));
     }
 }
 
@@ -322,7 +289,7 @@ void FileDownload::OnRequestError(int error, const QString& errorDesc)
 
 void FileDownload::Retry(int error, const QString& errorDesc)
 {
-    // Unsigned, so that a negative count never ends; this is meant.
+    // Kept for compatibility: compared unsigned, so that a negative count means no limit.
     if (attempt >= static_cast<unsigned int>(attemptCount)) {
         LOG_MESSAGE(logger::Error) << LogPrefix() << "Downloading failed. No more tries.";
         Q_EMIT failed(error, errorDesc);
@@ -333,7 +300,7 @@ void FileDownload::Retry(int error, const QString& errorDesc)
     QTimer::singleShot(retryDelay, this, &FileDownload::Start);
 }
 
-bool FileDownload::CheckDownload()
+bool FileDownload::CheckDownload(const WrittenSum& written)
 {
     QFile downloaded(GetFilePath());
     if (!downloaded.open(QIODevice::ReadOnly)) {
@@ -348,7 +315,8 @@ bool FileDownload::CheckDownload()
         return false;
     }
     if (!checksum.isEmpty()) {
-        const QString sum = ChecksumOf(downloaded);
+        const bool isKnown = !written.sum.isEmpty() && StateOf(downloaded.fileName()) == written.state;
+        const QString sum = isKnown ? written.sum : ChecksumOf(downloaded);
         if (sum.compare(checksum, Qt::CaseInsensitive) != 0) {
             LOG_MESSAGE(logger::Error) << LogPrefix() << "Checking download failed by checksum! Expected '"
                                        << checksum << "', downloaded '" << sum << "'.";

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "bodywriter.h"
+
 #include <common/http/ifiledownload.h>
 #include <common/http/ihttprequest.h>
 
@@ -51,16 +53,14 @@ private:
 
     void CreateRequest(QNetworkAccessManager* manager);
     bool PrepareFile(const QString& path);
-    void BoundBuffer();
-    void Drain(QNetworkReply& reply);
     void Retry(int error, const QString& errorDesc);
-    bool CheckDownload();
-    bool FailAtStart(int error, const QString& text);
+    bool CheckDownload(const WrittenSum& written);
+    bool FailAtStart(ErrorCode error, const QString& text);
     QString LogPrefix() const;
 
     quint64 id;
-    QPointer<IHttpRequest> request; ///< Owned; weak, since whoever walks the children can delete it, too.
-    std::unique_ptr<QFile> file;
+    QPointer<IHttpRequest> request; ///< Owned; weak, since it is a child that anyone can find and delete.
+    std::unique_ptr<BodyWriter> file;
     QString filePath;
     QString checksum;
     qint64 fileSize = -1;

@@ -13,89 +13,95 @@ namespace common::http
 {
 
 /**
- * Downloads one URL into one file, checks size and MD5 sum, and tries the whole download again if it fails.
+ * Downloads one URL into one file, verifies size and MD5 sum, and retries the whole download if it fails.
  *
- * Ends with complete, or with failed once no try is left. A status 429 counts as two failures: it uses up two
- * tries. If only one is left besides its own, failed comes, and that try is made all the same and may end in
- * complete; at the last try failed comes twice. The file stays on disk whatever the outcome, also
- * half-written, or with the page of an error in it.
+ * A download ends with complete, or with failed once no attempt is left. The file stays on disk whatever the
+ * outcome, also half-written, or with an error page in it.
  *
- * The code of failed is that of IHttpRequest::requestError, or one of these:
+ * The MD5 sum is computed while the file is written. At the end it is used if size and modification time show
+ * that only the download has written to the file; otherwise the file is read again. A change by another
+ * program that keeps both, within the resolution of the time stamps of a write, is not detected.
  *
- * | Code   | Meaning                                                  |
- * |--------|----------------------------------------------------------|
- * | 900100 | there is no request to start                             |
- * | 900101 | the request could not be sent; the log tells why         |
- * | 900102 | folder or file could not be made; not tried again        |
- * | 900103 | size or checksum of what is on disk is not as expected   |
+ * A body that the server sends as "gzip" is stored and verified as received.
  *
- * A body that the server sends as "gzip" reaches the file as it came over the wire, and is checked so.
+ * An HTTP status 429 counts as two failures, and so uses up two attempts. If only one is left, failed is
+ * emitted, and that attempt is made nevertheless and may end in complete; at the last attempt failed is
+ * emitted twice.
  *
- * An MD5 sum finds damage. It is no protection against somebody who wants to slip in another file, since the
- * server is not verified either: see the page on security.
- *
- * Belongs to the thread of the manager. All downloads of a program are made on one thread.
+ * @note Use it on the thread of the manager. Create all downloads of a program on one thread.
+ * @warning An MD5 sum detects damage, not manipulation, and the server is not verified; see the page on
+ * security.
  */
 class VXCOMMON_EXPORT IFileDownload : public QObject
 {
     Q_OBJECT
 
 public:
+    /// Codes of failed besides those of IHttpRequest::requestError.
+    enum ErrorCode : int
+    {
+        RequestMissing = 900100,    ///< No request to start.
+        RequestNotSent = 900101,    ///< A request that could not be sent; the log states the reason.
+        FileNotPrepared = 900102,   ///< A directory or file that could not be created, or no regular file.
+        VerificationFailed = 900103 ///< A file on disk of another size or checksum than expected.
+    };
+
     IFileDownload();
     ~IFileDownload() override;
 
-    virtual const quint64& GetId() const = 0; ///< Number of the object in the log, from 100000.
+    virtual const quint64& GetId() const = 0; ///< Returns the number of the object in the log, from 100000.
 
-    virtual void SetUrl(const QUrl& url) = 0; ///< Where to download from.
-    virtual QUrl GetUrl() const = 0;          ///< As set.
+    virtual void SetUrl(const QUrl& url) = 0; ///< Sets the URL to download.
+    virtual QUrl GetUrl() const = 0;          ///< @see SetUrl
 
-    /// The file to write. Missing folders are made; a file that is there is emptied at each try.
+    /// Sets the file to write. Missing directories are created; each attempt empties an existing file.
     virtual void SetFilePath(const QString& path) = 0;
-    virtual QString GetFilePath() const = 0; ///< As set.
+    virtual QString GetFilePath() const = 0; ///< @see SetFilePath
 
-    virtual void SetFileSize(qint64 bytes) = 0; ///< What to expect; negative, the default, for no check.
-    virtual qint64 GetFileSize() const = 0;     ///< As set.
+    virtual void SetFileSize(qint64 bytes) = 0; ///< Sets the expected size; negative for no check (default).
+    virtual qint64 GetFileSize() const = 0;     ///< @see SetFileSize
 
-    /// The MD5 sum to expect, in hexadecimal of either case; empty, the default, for no check.
+    /// Sets the expected MD5 sum in hexadecimal, upper or lower case; empty for no check (default).
     virtual void SetChecksum(const QString& md5) = 0;
-    virtual QString GetChecksum() const = 0; ///< As set.
+    virtual QString GetChecksum() const = 0; ///< @see SetChecksum
 
-    /// Tries in all, 5 s apart; 0, the default, means one, too, and a negative number tries without end.
+    /// Sets the number of attempts, 5 s apart. 0 (default) and 1 mean one attempt, negative means no limit.
     virtual void SetAttemptCount(int count) = 0;
-    virtual int GetAttemptCount() const = 0; ///< As set.
+    virtual int GetAttemptCount() const = 0; ///< @see SetAttemptCount
 
-    virtual void SetTimeout(int seconds) = 0; ///< See IHttpRequest::SetTimeout; 30 by default.
-    virtual int GetTimeout() const = 0;       ///< As set.
+    virtual void SetTimeout(int seconds) = 0; ///< Sets the limit on silence (default: 30 s).
+    virtual int GetTimeout() const = 0;       ///< @see SetTimeout, IHttpRequest::SetTimeout
 
-    /// Always false, also while a download runs; this is meant.
-    virtual bool isRunning() const = 0;
+    virtual bool isRunning() const = 0; ///< Returns false. Kept for compatibility: also during a download.
 
-    virtual bool IgnoreSSLErrors() const = 0;         ///< True by default.
-    virtual void SetIgnoreSSLErrors(bool ignore) = 0; ///< See IHttpRequest::IgnoreSSLErrors.
+    virtual bool IgnoreSSLErrors() const = 0;         ///< @see SetIgnoreSSLErrors
+    virtual void SetIgnoreSSLErrors(bool ignore) = 0; ///< As IHttpRequest::SetIgnoreSSLErrors; on by default.
 
-    virtual QFile::Permissions GetPermissions() const = 0; ///< As set.
-    /// Permissions that the file gets on top of the usual ones; none by default.
+    virtual QFile::Permissions GetPermissions() const = 0; ///< @see SetPermissions
+    /// Sets permissions that the file gets in addition to the usual ones; none by default.
     virtual void SetPermissions(QFile::Permissions permissions) = 0;
 
     /**
-     * Begins a try. May be called again after the end; tries are counted on from where they were.
+     * Begins an attempt. May be called again after the end; attempts are then counted on.
      *
-     * @return false if it could not begin; failed was emitted then, unless a download is already on its way
+     * @return false if the attempt could not begin. failed has then been emitted, unless a download is
+     * running.
      */
     virtual bool Start() = 0;
 
 public Q_SLOTS:
-    /// Drops a running transfer without a signal. A try that waits for its time still comes.
+    /// Drops a running transfer silently. An attempt that is already scheduled is still made.
     virtual void Abort() = 0;
 
 Q_SIGNALS:
-    void complete(); ///< The file is on disk and as expected.
-    /// After the last try: the code of the request's last failure, or 900100 to 900103.
+    void complete(); ///< Emitted when the file is on disk and verified.
+    /// Emitted after the last attempt, with an ErrorCode or the code of the request's last failure.
     void failed(int error, const QString& errorString);
-    void progress(qint64 bytesReceived, qint64 bytesTotal); ///< In bytes; a total of -1 is unknown.
+    /// Emitted as data arrives, in bytes. A total of -1 is unknown.
+    void progress(qint64 bytesReceived, qint64 bytesTotal);
 };
 
-/// A new download on `manager`, which must outlive its use; the caller owns it, or `parent` does.
+/// Creates a download on `manager`, which must outlive its use. The caller owns it, or `parent` if not null.
 VXCOMMON_EXPORT IFileDownload* CreateFileDownload(QNetworkAccessManager* manager, QObject* parent);
 
 } // namespace common::http
