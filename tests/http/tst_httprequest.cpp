@@ -10,7 +10,10 @@
 #include <common/tools/qcompressor.h>
 
 #include <QJsonObject>
+#include <QSemaphore>
+#include <QTcpSocket>
 #include <QTemporaryDir>
+#include <QThread>
 #include <QTimer>
 
 using namespace common::http;
@@ -43,6 +46,72 @@ Data Form(const QList<Part>& parts)
     return form;
 }
 
+/// Fails at once with an error of the test's choice.
+class FailedReply : public QNetworkReply
+{
+public:
+    FailedReply(int error, QObject* parent)
+        : QNetworkReply(parent)
+    {
+        setError(static_cast<NetworkError>(error), "why");
+        setFinished(true);
+        QMetaObject::invokeMethod(this, &QNetworkReply::finished, Qt::QueuedConnection);
+    }
+    void abort() override {}
+    qint64 readData(char* /*data*/, qint64 /*size*/) override { return -1; }
+};
+
+class FailingManager : public QNetworkAccessManager
+{
+public:
+    int error = 0;
+
+protected:
+    QNetworkReply* createRequest(Operation /*method*/, const QNetworkRequest& /*request*/,
+                                 QIODevice* /*body*/) override
+    {
+        return new FailedReply(error, this);
+    }
+};
+
+/// Sends interim responses without end to its first client, faster than that can read them.
+class FloodingServer : public QThread
+{
+public:
+    FloodingServer()
+    {
+        start();
+        ready.acquire();
+    }
+    ~FloodingServer() override
+    {
+        requestInterruption();
+        wait();
+    }
+
+    int port = 0;
+
+protected:
+    void run() override
+    {
+        const QByteArray block = QByteArray("HTTP/1.1 100 Continue\r\n\r\n").repeated(4000);
+        QTcpServer server;
+        server.listen(QHostAddress::LocalHost);
+        port = server.serverPort();
+        ready.release();
+        server.waitForNewConnection(30000);
+        QTcpSocket* const client = server.nextPendingConnection();
+        while (client != nullptr && client->isValid() && !isInterruptionRequested()) {
+            client->write(block);
+            while (client->bytesToWrite() > 0 && client->waitForBytesWritten(100)) {
+            }
+        }
+    }
+
+private:
+    QSemaphore ready;
+};
+
 } // namespace
 
 class TestHttpRequest : public QObject, private RecordedRequest
@@ -56,8 +125,11 @@ private Q_SLOTS:
     void notSent();
     void outcome_data();
     void outcome();
+    void errors_data();
+    void errors();
     void silence();
     void abortAndRetry();
+    void hostileServer();
 
 private:
     void Get(const FaultServer& server);
@@ -167,6 +239,7 @@ void TestHttpRequest::outcome_data()
     row("404", {{Response("404 No", packed, gzip)}}, 3, "replyFinished, error 203 4", "text");
     row("500", {{Response("500 No", "body")}}, 3, "replyFinished, error 401 4", "body");
     row("400", {{Response("400 No", "body")}}, 3, "replyFinished, invalid 302, error 302 4", "body");
+    row("418", {{Response("418 No", "body")}}, 3, "replyFinished, invalid 302, error 302 4", "body");
     row("407", {{Response("407 No", "body")}}, 3, "replyFinished, proxy 105, error 105 4", "body");
     row("redirects for ever", {{Response("302 Found", "", "Location: /\r\n")}}, 3,
         "replyFinished, error 10 0", "");
@@ -202,6 +275,46 @@ void TestHttpRequest::outcome()
     request->Abort();
     QVERIFY(request->Reply() != nullptr && !request->isRunning());
     QCOMPARE(told->events, events);
+}
+
+void TestHttpRequest::errors_data()
+{
+    // Signals of a request with two attempts, and the codes of its class with their names in the log.
+    const Table<QString, QString> row("expected", "codes");
+    row("network problem", "replyFinished, replyFinished, error %1 0",
+        "1 ConnectionRefusedError 2 RemoteHostClosedError 3 HostNotFoundError 4 TimeoutError "
+        "5 OperationCanceledError 6 SslHandshakeFailedError 7 TemporaryNetworkFailureError "
+        "8 NetworkSessionFailedError 9 BackgroundRequestNotAllowedError 99 UnknownNetworkError");
+    row("proxy", "replyFinished, proxy %1, error %1 0",
+        "101 ProxyConnectionRefusedError 102 ProxyConnectionClosedError 103 ProxyNotFoundError "
+        "104 ProxyTimeoutError 105 ProxyAuthenticationRequiredError 199 UnknownProxyError");
+    row("invalid operation", "replyFinished, invalid %1, error %1 0", "302 ProtocolInvalidOperationError");
+    row("other", "replyFinished, error %1 0",
+        "10 TooManyRedirectsError 11 InsecureRedirectError 201 ContentAccessDenied "
+        "202 ContentOperationNotPermittedError 203 ContentNotFoundError 204 AuthenticationRequiredError "
+        "205 ContentReSendError 206 ContentConflictError 207 ContentGoneError 299 UnknownContentError "
+        "301 ProtocolUnknownError 399 ProtocolFailure 401 InternalServerError "
+        "402 OperationNotImplementedError 403 ServiceUnavailableError 499 UnknownServerError "
+        "100 UnknownError 12345 UnknownError");
+}
+
+void TestHttpRequest::errors()
+{
+    QFETCH(QString, expected);
+    QFETCH(QString, codes);
+
+    FailingManager failing;
+    Use(CreateHttpRequest(&failing, nullptr));
+    request->SetAttemptCountOnNetworkProblem(2);
+    const QStringList words = codes.split(' ');
+    for (qsizetype i = 0; i < words.size(); i += 2) {
+        failing.error = words.at(i).toInt();
+        told->events.clear();
+        QVERIFY(request->Get());
+        QTRY_COMPARE(told->Told(), expected.contains("%") ? expected.arg(failing.error) : expected);
+        QVERIFY2(log.Contains("0/;    " + words.at(i + 1) + " (why), URL=''"), qPrintable(words.at(i)));
+    }
+    request.reset();
 }
 
 void TestHttpRequest::silence()
@@ -257,6 +370,27 @@ void TestHttpRequest::abortAndRetry()
         QTest::qWait(1200);
         QVERIFY(reply != nullptr && reply == request->Reply());
     }
+}
+
+// It keeps Qt's thread of its manager busy beyond the time-out, but not that of another manager.
+void TestHttpRequest::hostileServer()
+{
+    QNetworkAccessManager other;
+    FloodingServer hostile;
+    FaultServer innocent({{Response("200 OK", "body")}});
+    request->SetUrl(QUrl(QString("http://127.0.0.1:%1/").arg(hostile.port)));
+    request->SetTimeout(1);
+    QVERIFY(request->Get());
+    QTRY_COMPARE(told->Told(), QString("error 4 0"));
+    Use(CreateHttpRequest(&other, nullptr));
+    request->SetTimeout(30);
+    Get(innocent);
+    QTRY_COMPARE_WITH_TIMEOUT(told->Told(), success, 30000);
+    QVERIFY(hostile.isRunning());
+    Use(CreateHttpRequest(manager.get(), nullptr));
+    request->SetTimeout(3);
+    Get(innocent);
+    QTRY_COMPARE_WITH_TIMEOUT(told->Told(), QString("error 4 0"), 30000);
 }
 
 QTEST_GUILESS_MAIN(TestHttpRequest)
