@@ -22,14 +22,14 @@ class QNetworkAccessManager;
  * HTTP requests (RFC 9110) with a limit on silence and with retries, on a QNetworkAccessManager of the
  * caller.
  *
- * Everything belongs to the thread of that manager, which runs an event loop.
+ * Use everything on the thread of that manager, which must run an event loop.
  */
 namespace common::http
 {
 
 /**
- * One request: fill it in, send it with Get or Post, and listen to its signals. It can be sent any number of
- * times, one after the other; a new send drops the one before it without a signal.
+ * An HTTP request. Set it up, send it with Get or Post, and connect to its signals. It can be sent any number
+ * of times, one after the other. A new send silently drops the previous one.
  *
  * How a request ends, by the error code of the reply (QNetworkReply::NetworkError):
  *
@@ -43,21 +43,22 @@ namespace common::http
  * | HTTP status 429    | too many requests  | yes     | requestError(429) each time; see requestError       |
  * | silence (time-out) | network problem    | yes     | requestError(4, "Request timed out")                |
  *
- * replyFinished comes before these, at every attempt but one that timed out. An attempt that will be retried
- * is otherwise silent. Neither Abort nor destruction emits anything.
+ * Each attempt emits replyFinished before these, except one that timed out. An attempt that is retried emits
+ * nothing else. Neither Abort nor destruction emits anything.
  *
- * Receivers may do anything to the request in any of its signals: abort it, send it again, delete it. Once it
- * is sent again or deleted, the earlier reply delivers nothing more.
+ * A receiver of any of these signals may abort the request, send it again or delete it. The earlier reply
+ * then delivers nothing more. A slot that is connected to a signal of Reply() or of the manager must not do
+ * so: see HttpRequest.
  *
- * The peer of a TLS connection is never verified, whatever IgnoreSSLErrors says: what comes over https is
- * enciphered, but may come from anybody.
+ * @warning The peer of a TLS connection is never verified, whatever IgnoreSSLErrors returns. The connection
+ * is encrypted, but anyone may be at its other end.
  */
 class VXCOMMON_EXPORT IHttpRequest : public QObject
 {
     Q_OBJECT
 
 public:
-    /// What Send sends.
+    /// HTTP method of a send.
     enum HTTPRequestMethod : int
     {
         POST = 0,
@@ -67,90 +68,95 @@ public:
     IHttpRequest();
     ~IHttpRequest() override;
 
-    /// The target. Not looked at before the send; a bad one comes back as an error of the reply.
+    /// Sets the target URL. An invalid URL makes the request fail with a network error once it is sent.
     virtual void SetUrl(const QUrl& url) = 0;
-    virtual QUrl GetUrl() const = 0; ///< As set.
+    virtual QUrl GetUrl() const = 0; ///< @see SetUrl
 
-    /// The payload, or null for none; a GET takes none but IHttpRequestDataMap::CreateUrlencodedDataMap.
+    /// Sets the payload, or null for none. A GET only takes IHttpRequestDataMap::CreateUrlencodedDataMap.
     virtual void SetData(const QSharedPointer<IHttpRequestData>& data) = 0;
-    virtual QSharedPointer<IHttpRequestData> Data() const = 0; ///< As set.
+    virtual QSharedPointer<IHttpRequestData> Data() const = 0; ///< @see SetData
 
     /**
-     * A header to send; names are told apart by case. The only one that is added unasked is
-     * "Accept-Encoding: gzip", unless that very name is set here. The content type of JSON and of a
-     * URL-encoded map wins over one set here; with a form set none, since its own tells the boundary.
+     * Sets a header. Names are case-sensitive. The only header added by default is "Accept-Encoding: gzip",
+     * unless you set exactly that name. The content type of a JSON or URL-encoded payload overrides one that
+     * is set here. Set none with a form, which needs its own to declare the boundary.
+     *
+     * @warning Names and values are sent verbatim; a line break in one begins another header.
      */
     virtual void SetRawHeader(const QString& name, const QString& value) = 0;
-    virtual QString GetRawHeader(const QString& name) const = 0; ///< Empty for an unknown name.
+    virtual QString GetRawHeader(const QString& name) const = 0; ///< Returns an empty string if not set.
 
-    /// An attribute of the QNetworkRequest, such as its redirect policy; Qt's defaults hold otherwise.
+    /// Sets an attribute of the QNetworkRequest, such as its redirect policy. Qt's defaults apply otherwise.
     virtual void SetAttribute(QNetworkRequest::Attribute attribute, const QVariant& value) = 0;
     virtual QVariant GetAttribute(QNetworkRequest::Attribute attribute) const = 0; ///< Invalid if not set.
 
-    /// Number of tries in all; 1, the default, or less means no retry.
+    /// Sets the maximum number of attempts; 1 (default) or less means no retry.
     virtual void SetAttemptCountOnNetworkProblem(int count) = 0;
-    virtual int GetAttemptCountOnNetworkProblem() const = 0; ///< As set.
+    virtual int GetAttemptCountOnNetworkProblem() const = 0; ///< @see SetAttemptCountOnNetworkProblem
 
-    /// Seconds between a failed try and the next; 20 by default. Acts at once, on a waiting retry too.
+    /// Sets the interval between two attempts in seconds (default: 20). Also restarts a waiting retry with
+    /// it.
     virtual void SetAttemptIntervalOnNetworkProblem(int seconds) = 0;
-    virtual int GetAttemptIntervalOnNetworkProblem() const = 0; ///< As set.
+    virtual int GetAttemptIntervalOnNetworkProblem() const = 0; ///< @see SetAttemptIntervalOnNetworkProblem
 
-    /// Seconds of silence, without any progress up or down, after which an attempt fails; 0, the default, or
-    /// less means no limit. Acts from the next attempt on.
+    /// Sets the seconds of silence, without progress up or down, after which an attempt fails; 0 (default) or
+    /// less means no limit. Applies from the next attempt on.
     virtual void SetTimeout(int seconds) = 0;
-    virtual int GetTimeout() const = 0; ///< As set.
+    virtual int GetTimeout() const = 0; ///< @see SetTimeout
 
     /**
-     * Sends the request, as its first try.
+     * Sends the request, as its first attempt.
      *
-     * @return whether the request is on its way; false is told by no signal, but by the log: the manager is
-     * gone, the payload does not fit the method, or a file of it cannot be opened. The same failure of a
-     * *retry* is told by the log alone.
+     * @return false if it could not be sent: the manager was destroyed, the payload does not fit the method,
+     * or a file of a form cannot be opened. No signal is emitted then. If a *retry* fails in this way, only
+     * the log reports it.
      */
     virtual bool Send(HTTPRequestMethod method) = 0;
-    virtual bool Post() = 0; ///< Send(POST).
-    virtual bool Get() = 0;  ///< Send(GET).
+    virtual bool Post() = 0; ///< Calls Send(POST).
+    virtual bool Get() = 0;  ///< Calls Send(GET).
 
-    virtual bool isRunning() const = 0; ///< False while a retry waits for its time.
+    virtual bool isRunning() const = 0; ///< Returns whether an attempt is running; false while a retry waits.
 
-    /// Whether errors that Qt finds in a TLS handshake are ignored; false by default.
-    virtual bool IgnoreSSLErrors() const = 0;
-    virtual void SetIgnoreSSLErrors(bool ignore) = 0; ///< See IgnoreSSLErrors.
+    virtual bool IgnoreSSLErrors() const = 0; ///< @see SetIgnoreSSLErrors
+    /// Sets whether errors that Qt reports in a TLS handshake are ignored (default: false).
+    virtual void SetIgnoreSSLErrors(bool ignore) = 0;
 
-    /// The client's certificate and key and the authorities it knows, for the sends to come; a null one or an
-    /// empty list leaves Qt's default.
+    /// Sets client certificate, key and CA certificates, from the next send on. A null one or an empty list
+    /// keeps Qt's default.
     virtual void SetSslCertificate(const QSslCertificate& certificate, const QSslKey& key,
                                    const QList<QSslCertificate>& caCertificates) = 0;
 
-    /// The present reply, or null. The request keeps it until it is sent again, aborted while running or
-    /// destroyed.
+    /// Returns the present reply, or null. The request owns it until it is sent again, aborted while running
+    /// or destroyed.
     virtual QNetworkReply* Reply() const = 0;
 
 public Q_SLOTS:
-    /// Drops a running attempt and a waiting retry without a signal. A reply that has ended stays.
+    /// Drops a running attempt and a waiting retry silently. Keeps a reply that has finished.
     virtual void Abort() = 0;
 
 Q_SIGNALS:
-    void requestFinished(const QString& result); ///< The body, read as UTF-8.
-    /// The body, unpacked if the server sent it as "gzip"; as it came if it cannot be unpacked.
+    void requestFinished(const QString& result); ///< Emitted on success, with the body decoded as UTF-8.
+    /// Emitted on success, with the body; decompressed if the server sent it as "gzip" and that succeeds.
     void requestFinishedWithBinaryData(const QByteArray& result);
     /**
-     * The request has failed.
+     * Emitted when the request has failed.
      *
-     * On status 429 it comes with that number at every try, and at the last one a second time with the code
-     * and the body of the reply.
+     * On status 429 it is emitted with that number at every attempt, and at the last one a second time with
+     * code and body of the reply.
      *
      * @param result the body, as in requestFinishedWithBinaryData
      */
     void requestError(int error, const QString& errorDesc, const QByteArray& result = QByteArray());
-    void invalidOperationError(int error, const QString& errorDesc); ///< Code 302; requestError follows.
-    void proxyError(int error, const QString& errorDesc);           ///< A proxy's code; requestError follows.
-    void downloadProgress(qint64 bytesReceived, qint64 bytesTotal); ///< In bytes; a total of -1 is unknown.
-    void uploadProgress(qint64 bytesSent, qint64 bytesTotal);       ///< In bytes; a total of -1 is unknown.
-    void replyFinished(const QNetworkReply* reply);                 ///< An attempt's reply has ended.
+    void invalidOperationError(int error, const QString& errorDesc); ///< Emitted on code 302.
+    void proxyError(int error, const QString& errorDesc);            ///< Emitted on a proxy's code.
+    /// Emitted as data arrives, in bytes. A total of -1 is unknown.
+    void downloadProgress(qint64 bytesReceived, qint64 bytesTotal);
+    /// Emitted as data is sent, in bytes. A total of -1 is unknown.
+    void uploadProgress(qint64 bytesSent, qint64 bytesTotal);
+    void replyFinished(const QNetworkReply* reply); ///< Emitted when the reply of an attempt has finished.
 };
 
-/// A new request on `manager`, which must outlive its use; the caller owns it, or `parent` does.
+/// Creates a request on `manager`, which must outlive its use. The caller owns it, or `parent` if not null.
 VXCOMMON_EXPORT IHttpRequest* CreateHttpRequest(QNetworkAccessManager* manager, QObject* parent);
 
 } // namespace common::http
