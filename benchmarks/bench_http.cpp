@@ -6,12 +6,14 @@
 #include <common/tools/stringconverter.h>
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <benchmark/benchmark.h>
 
@@ -86,6 +88,29 @@ double PeakMib(qint64 process)
     return 0;
 }
 
+/// Measures how long an event loop stands still, by a timer that is due each millisecond.
+class StallMeter
+{
+public:
+    StallMeter()
+    {
+        since.start();
+        QObject::connect(&timer, &QTimer::timeout, &timer, [this] {
+            longest = std::max(longest, since.nsecsElapsed());
+            since.start();
+        });
+        timer.setTimerType(Qt::PreciseTimer);
+        timer.start(1);
+    }
+
+    double LongestMs() const { return static_cast<double>(longest) / 1e6; }
+
+private:
+    QTimer timer;
+    QElapsedTimer since;
+    qint64 longest = 0;
+};
+
 /// Runs a program to its end and looks every few milliseconds how much memory it takes.
 QByteArray OutputOf(const QString& program, const QStringList& arguments, double& peak)
 {
@@ -116,9 +141,11 @@ void DownloadByLibrary(benchmark::State& state)
             state.SkipWithError(qPrintable(text));
             loop.quit();
         });
+        const StallMeter meter;
         download->Start();
         loop.exec();
         state.PauseTiming();
+        state.counters["stall_ms"] = meter.LongestMs();
         state.counters["peak_mib"] = PeakMib(QCoreApplication::applicationPid());
         QFile::remove(dir.filePath(QStringLiteral("file")));
         state.ResumeTiming();
