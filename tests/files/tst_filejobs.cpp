@@ -12,11 +12,19 @@
 #include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QThread>
+
+#include <atomic>
+#include <memory>
 
 #ifdef Q_OS_UNIX
+#include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #endif
 
 using common::FileCommands;
@@ -34,13 +42,17 @@ private Q_SLOTS:
     void helper() { CheckJob("no channel"); }
     void startsAgain();
     void commandsTryAgain();
+    void firstAttemptCounts();
     void copyKeepsPermissions();
 #ifdef Q_OS_WIN
     void filesThatStay();
 #else
     void noThread();
     void fullDisk();
+    void noDescriptor();
     void deepTree();
+    void swappedNames_data();
+    void swappedNames();
 #endif
 
 private:
@@ -171,14 +183,14 @@ void TestFileJobs::CheckJob(const char* channel)
     QCOMPARE(told, lines);
 }
 
-/// The lists are kept, and what the helper has found is, too. The source is found by Qt's search paths.
+/// The lists are kept, and what the helper has found is, too. Qt's search paths lead to both sides.
 void TestFileJobs::startsAgain()
 {
     const QTemporaryDir folder;
     QDir::setSearchPaths("skins", {folder.path()});
     common::FileCopier copier;
     JobRecorder recorder(&copier);
-    copier.AddDirectory("skins:s", folder.filePath("t"));
+    copier.AddDirectory("skins:s", "skins:t");
     for (const QString entry : {"s/a=1", "s/a=new"}) {
         filetree::Build(folder.path(), {entry});
         copier.Copy();
@@ -232,15 +244,50 @@ void TestFileJobs::commandsTryAgain()
     QCOMPARE(log.Lines("shell.filecmd", 7).size(), 2);
 }
 
+void TestFileJobs::firstAttemptCounts()
+{
+    const QTemporaryDir folder;
+    filetree::Build(folder.path(), {"d/e/.h=1"});
+    RecordingLogger log;
+    log.onLine = [&](const QString& text) {
+        if (text.endsWith("attempt '2'")) {
+            QVERIFY(QFile::remove(folder.filePath("d/e/.h")));
+        }
+    };
+    QCOMPARE(RunJob("remover", folder.path(), {"D d"}), Steps(2, 2) << "done");
+    QCOMPARE(log.Lines("shell.filecmd", 7, folder.path()),
+             QStringList({"4 Failed to remove directory 'ROOT/d/e', attempt '1'",
+                          "4 Failed to remove directory 'ROOT/d/e', attempt '2'"}));
+}
+
+/// A small file is written under its name, a large one without a name.
 void TestFileJobs::copyKeepsPermissions()
 {
-    for (const int mode : {0600, 0444, 0755, 0711}) {
-        const QTemporaryDir folder;
-        filetree::Build(folder.path(), {"f=1"});
-        std::filesystem::permissions(filetree::ToPath(folder.filePath("f")), std::filesystem::perms(mode));
-        QFile file(folder.filePath("f"));
-        QVERIFY(FileCommands::CopyFile(file, folder.filePath("ours")) && file.copy(folder.filePath("qt")));
-        QCOMPARE(QFile::permissions(folder.filePath("ours")), QFile::permissions(folder.filePath("qt")));
+#ifdef Q_OS_UNIX
+    const mode_t usual = ::umask(0);
+    const auto restore = qScopeGuard([usual] { ::umask(usual); });
+#endif
+    for (const int mask : {022, 077, 0}) {
+#ifdef Q_OS_UNIX
+        ::umask(static_cast<mode_t>(mask));
+#endif
+        for (const int mode : {0600, 0444, 0755, 0711, 0666}) {
+            const QTemporaryDir folder;
+            for (const int size : {1, 100000}) {
+                const QString name = QString("s/%1").arg(size);
+                filetree::Write(folder.filePath(name), QByteArray(size, 'a'));
+                std::filesystem::permissions(filetree::ToPath(folder.filePath(name)),
+                                             std::filesystem::perms(mode));
+                QVERIFY(QFile::copy(folder.filePath(name), folder.filePath(QString("qt%1").arg(size))));
+            }
+            QCOMPARE(RunJob("copier", folder.path(), {"D s t"}), Steps(2, 2) << "done");
+            for (const QString size : {"1", "100000"}) {
+                QCOMPARE(QFile::permissions(folder.filePath("t/" + size)),
+                         QFile::permissions(folder.filePath("qt" + size)));
+                QCOMPARE(filetree::Read(folder.filePath("t/" + size)).size(), size.toInt());
+            }
+        }
+        Q_UNUSED(mask)
     }
 }
 
@@ -294,8 +341,33 @@ void TestFileJobs::fullDisk()
         QSKIP("this user may not mount a file system");
     }
     const auto unmount = qScopeGuard([&target] { ::umount(target.constData()); });
+    RecordingLogger log;
     QCOMPARE(RunJob("copier", folder.path(), {"D s t"}), Steps(1, 2) << "failed 700107");
     QCOMPARE(QDir(folder.filePath("t")).entryList(QDir::Files), QStringList("a")); // no half file
+    QCOMPARE(log.Lines("shell.filecmd", 4).size(), 5);
+    // What is to be replaced is still whole.
+    filetree::Build(folder.path(), {"s/a=" + QString(700000, 'c')});
+    QCOMPARE(RunJob("copier", folder.path(), {"D s t"}), QStringList("failed 700107"));
+    QCOMPARE(filetree::Read(folder.filePath("t/a")), QByteArray(700000, 'a'));
+}
+
+void TestFileJobs::noDescriptor()
+{
+    const QTemporaryDir folder;
+    filetree::Build(folder.path(), {"s/a=1", "s/b=2"});
+    rlimit usual = {};
+    QCOMPARE(::getrlimit(RLIMIT_NOFILE, &usual), 0);
+    for (const auto& [job, end] : {std::pair("copier", "failed 700102"), {"remover", "failed 700203"}}) {
+        RecordingLogger log;
+        const int next = ::dup(STDIN_FILENO);
+        ::close(next);
+        const rlimit low{static_cast<rlim_t>(next) + 1, usual.rlim_max}; // One for the worker's thread.
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &low), 0);
+        const QStringList seen = RunJob(job, folder.path(), {"D s t"});
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &usual), 0);
+        QCOMPARE(seen, QStringList(end));
+        QVERIFY(log.Contains("' cannot be read!", "Path '" + folder.filePath("s")));
+    }
 }
 
 void TestFileJobs::deepTree()
@@ -304,11 +376,84 @@ void TestFileJobs::deepTree()
     const QTemporaryDir folder("/tmp/d"); // A path may have 4,096 bytes.
     const QString deep = folder.filePath("s") + QString("/d").repeated(depth - 1);
     QVERIFY(QDir().mkpath(deep));
+    rlimit usual = {};
+    QCOMPARE(::getrlimit(RLIMIT_NOFILE, &usual), 0);
+    const rlimit low{256, usual.rlim_max};
+    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &low), 0);
+    const auto restore = qScopeGuard([&usual] { ::setrlimit(RLIMIT_NOFILE, &usual); });
     filetree::Write(deep + "/f", "1");
     QCOMPARE(RunJob("copier", folder.path(), {"D s t"}), Steps(1, 1) << "done");
     QCOMPARE(RunJob("remover", folder.path(), {"D t"}), Steps(depth + 1, depth + 1) << "done");
     QCOMPARE(RunJob("helper", folder.path(), {"D s"}).size(), depth + 1);
     QCOMPARE(QDir(folder.path()).entryList(QDir::Dirs | QDir::NoDotAndDotDot), QStringList());
+}
+
+namespace
+{
+
+/// Swaps two names in a directory all the time, as another user can who owns it.
+class Swapper
+{
+public:
+    explicit Swapper(const QString& directory)
+        : thread(QThread::create([this, directory] {
+            const QByteArray first = (directory + "/e").toUtf8();
+            const QByteArray second = (directory + "/.e").toUtf8(); // Hidden: not part of the tree.
+            while (!isStopped) {
+                ::renameat2(AT_FDCWD, first.constData(), AT_FDCWD, second.constData(), RENAME_EXCHANGE);
+                QThread::usleep(20);
+            }
+        }))
+    {
+        thread->start();
+    }
+    ~Swapper()
+    {
+        isStopped = true;
+        thread->wait();
+    }
+
+private:
+    Q_DISABLE_COPY(Swapper)
+
+    std::atomic<bool> isStopped = false;
+    const std::unique_ptr<QThread> thread;
+};
+
+} // namespace
+
+void TestFileJobs::swappedNames_data()
+{
+    const Table<QString, QStringList, QString> row("job", "tree", "work");
+    const QStringList files{"s/d/e/a=1",       "s/d/e/b=1",       "s/d/e/c/a=1",      "s/d/.e->../../victim",
+                            "victim/a=secret", "victim/b=secret", "victim/c/a=secret"};
+    row("removal", "remover", files, "D s");
+    row("removal by the helper", "helper", files, "D s");
+    row("source directory", "copier", files, "D s t");
+    row("source file", "copier", {"s/d/e=1", "s/d/.e->../../victim", "victim=secret"}, "D s t");
+    row("destination directory", "copier",
+        {"s/e/a=1", "s/e/b=1", "s/e/c/a=1", "t/d/e/", "t/d/.e->../../victim", "victim/x=secret",
+         "victim/c/y=secret"},
+        "D s t/d");
+}
+
+/// Nobody who owns a directory in a tree leads a job out of it.
+void TestFileJobs::swappedNames()
+{
+    QFETCH(QString, job);
+    QFETCH(QStringList, tree);
+    QFETCH(QString, work);
+    for (int round = 0; round < 200; ++round) {
+        const QTemporaryDir folder;
+        filetree::Build(folder.path(), tree);
+        const QStringList before = filetree::Snapshot(folder.filePath("victim"));
+        {
+            const Swapper swapper(folder.filePath(work.endsWith("t/d") ? "t/d" : "s/d"));
+            RunJob(job, folder.path(), {work});
+        }
+        QCOMPARE(filetree::Snapshot(folder.filePath("victim")), before);
+        QVERIFY(filetree::Snapshot(folder.filePath("t")).filter("=secret").isEmpty());
+    }
 }
 
 #endif

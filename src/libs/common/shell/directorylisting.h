@@ -1,7 +1,10 @@
 #pragma once
 
+#include "opendirectory.h"
+
 #include <QString>
 
+#include <optional>
 #include <vector>
 
 namespace common
@@ -12,12 +15,14 @@ struct ListedEntry
     QString name;
     bool isDirectory; ///< Or a link to one.
     bool isLink;
+    bool isSpecial; ///< A fifo, a socket or a device.
 };
 
-/// What is in a directory but for hidden names, by name, case ignored; nothing if it cannot be read.
-std::vector<ListedEntry> ListDirectory(const QString& absolutePath);
+/// Returns what is in a directory apart from hidden names, by name, case ignored. Empty if it cannot be read
+/// to its end.
+std::optional<std::vector<ListedEntry>> ListDirectory(const OpenDirectory& directory);
 
-/// The same through QDir, which also knows resources.
-std::vector<ListedEntry> ListByQt(const QString& path);
+/// Returns the same by means of QDir, for a directory that the system does not know.
+std::vector<ListedEntry> ListByQt(const OpenDirectory& directory);
 
 } // namespace common

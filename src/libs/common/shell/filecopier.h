@@ -30,17 +30,8 @@ class FileTask;
  * destination file is replaced, an existing destination directory is not. A link in a tree is copied as a
  * link, with its target relative to the folder it was found in, and is never followed.
  *
- * All signals come on the copier's own thread, through its event loop, but 700101 inside Copy. A job ends in
- * exactly one of `succesed` and `failed`. Errors of `failed`:
- * - 700101: no memory for the job
- * - 700102: a source directory does not exist
- * - 700103: a source file or link does not exist
- * - 700104: the folder of a destination could not be made
- * - 700105: the job was aborted
- * - 700106: what stood at a destination could not be removed
- * - 700107: the copying itself failed; also: the source is a fifo, a socket or a device, or it is the very
- *   file that stands at the destination
- * - 700108: no thread for the job
+ * All signals are emitted in the copier's own thread, through its event loop, apart from NoTask, which is
+ * emitted inside Copy. A job ends in exactly one of `succesed` and `failed`.
  *
  * Details are written on the channel "shell.filecopy". Use a copier from one thread, the one that it lives
  * on.
@@ -50,6 +41,21 @@ class VXCOMMON_EXPORT FileCopier : public QObject
     Q_OBJECT
 
 public:
+    /// Error codes of `failed`.
+    enum Error : int
+    {
+        NoTask = 700101,                 ///< No memory for the job.
+        NoSourceDirectory = 700102,      ///< A source directory does not exist or cannot be read to its end.
+        NoSource = 700103,               ///< A source file or link does not exist.
+        NoDestinationDirectory = 700104, ///< The directory of a destination cannot be created.
+        Aborted = 700105,                ///< Abort or a new Copy.
+        DestinationNotRemoved = 700106,  ///< What exists at a destination cannot be removed.
+        /// The copying itself failed. The source may be a fifo, a socket or a device, or the very file at the
+        /// destination.
+        CopyFailed = 700107,
+        NoThread = 700108 ///< No thread for the job.
+    };
+
     FileCopier();
     /// Stops a running job and waits for it, as Abort(true) does.
     ~FileCopier() override;
@@ -65,10 +71,11 @@ public Q_SLOTS:
     bool Copy();
 
     /**
-     * Waits until the running job has ended, without running the event loop, and forgets it. The signals of
-     * the job come afterwards. Does nothing without a job.
+     * Blocks until the running job has ended, without running the event loop, and forgets it. Its signals are
+     * emitted afterwards. Does nothing without a job. A window moves the copier to a thread of its own and
+     * calls Abort there, since the item at hand, for example a large file, may take long.
      *
-     * @param force tell the job to stop at the next item; otherwise it is done to its end
+     * @param force stop the job at the next item; otherwise wait for all of it
      */
     void Abort(bool force = true);
 

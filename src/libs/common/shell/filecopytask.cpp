@@ -1,10 +1,10 @@
 #include "filecopytask.h"
 
-#include <common/shell/filecommands.h>
+#include <common/shell/filecopier.h>
 
-#include "copyonce.h"
 #include "directorylisting.h"
-#include "fileentry.h"
+#include "filepath.h"
+#include "retry.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -16,39 +16,28 @@ namespace common
 namespace
 {
 
-enum ErrorCode : int
-{
-    NoTask = 700101,
-    NoSourceDirectory = 700102,
-    NoSource = 700103,
-    NoDestinationFolder = 700104,
-    Aborted = 700105,
-    DestinationStays = 700106,
-    CopyFailed = 700107,
-    NoThread = 700108
-};
-
-/// Reading from it may never end: a fifo, a socket or a device, also at the other end of a link.
+/// Returns whether reading may never end: a fifo, a socket or a device, also at the other end of a link.
 bool IsEndless(const QString& path)
 {
     const QFileInfo info(path);
     return info.exists() && !info.isFile() && !info.isDir();
 }
 
-QString LinkTarget(const QFileInfo& link)
-{
-    return link.isJunction() ? link.junctionTarget() : link.symLinkTarget();
-}
-
 } // namespace
+
+struct FileCopyTask::Paths
+{
+    QString source;
+    QString destination;
+};
 
 const FileTaskTraits FileCopyTask::copyTraits{
     {"shell.filecopy"},
     "Copy",
-    NoTask,
+    FileCopier::NoTask,
     "Failed to create copy task!",
-    NoThread,
-    Aborted,
+    FileCopier::NoThread,
+    FileCopier::Aborted,
     "Copying failed with error '%1'!",
     "Copying finished in %1 msec.",
     "Waiting for the completion of the copier thread...",
@@ -57,9 +46,9 @@ const FileTaskTraits FileCopyTask::copyTraits{
 FileCopyTask::FileCopyTask(const QList<PathPair>& files_, const QList<PathPair>& symlinks_,
                            const QList<PathPair>& directories_)
     : FileTask(copyTraits)
-    , files(files_)
-    , symlinks(symlinks_)
-    , directories(directories_)
+    , givenFiles(files_)
+    , givenSymlinks(symlinks_)
+    , givenDirectories(directories_)
 {}
 
 FileCopyTask::~FileCopyTask()
@@ -70,9 +59,15 @@ FileCopyTask::~FileCopyTask()
 int FileCopyTask::Scan()
 {
     LOG_MESSAGE(logger::Debug) << "Start scanning directories...";
-    for (const auto& [sourceRoot, destinationRoot] : directories) {
+    for (const auto& [source, destination] : givenFiles) {
+        files.push_back({-1, source, destination});
+    }
+    for (const auto& [source, destination] : givenSymlinks) {
+        symlinks.push_back({-1, source, destination});
+    }
+    for (const auto& [sourceRoot, destinationRoot] : givenDirectories) {
         if (IsAborted()) {
-            return Aborted;
+            return FileCopier::Aborted;
         }
         const int code = ScanPath(sourceRoot, destinationRoot);
         if (code != 0) {
@@ -87,120 +82,217 @@ int FileCopyTask::Scan()
 
 int FileCopyTask::ScanPath(const QString& sourceRoot, const QString& destinationRoot)
 {
-    const auto visit = [&](const ListedEntry& entry, const QString& relativePath) {
+    const auto visit = [&](const ListedEntry& entry, int directory) {
         if (entry.isDirectory && !entry.isLink) {
-            return true;
+            return AddDirectory({directory, entry.name});
         }
         if (entry.isLink) {
-            LOG_MESSAGE(logger::Debug) << "Found symlink: '" << relativePath << "'.";
+            LOG_MESSAGE(logger::Debug)
+                << "Found symlink: '" << sources.RelativePathOf(directory, entry.name) << "'.";
         }
-        QList<PathPair>& items = entry.isLink ? symlinks : files;
-        items.append({JoinPath(sourceRoot, relativePath), JoinPath(destinationRoot, relativePath)});
-        return false;
+        (entry.isLink ? symlinks : files).push_back({directory, entry.name, {}, entry.isSpecial});
+        return -1;
     };
-    return WalkTree(sourceRoot, NoSourceDirectory, visit);
+    return WalkTree(AddDirectory({-1, sourceRoot, destinationRoot}), FileCopier::NoSourceDirectory, visit);
 }
 
 int FileCopyTask::WorkAll()
 {
-    const QList<PathPair> items = files + symlinks;
-    const int total = static_cast<int>(items.size());
-    // A pair that was added both as file and as link is a file both times. That is meant.
-    const QSet<PathPair> filePairs =
-        symlinks.isEmpty() ? QSet<PathPair>() : QSet<PathPair>(files.cbegin(), files.cend());
+    // A pair that was added both as a file and as a link is a file both times. Kept for compatibility.
+    QSet<PathPair> filePairs;
+    for (const Item& file : symlinks.empty() ? std::vector<Item>() : files) {
+        const Paths paths = PathsOf(file);
+        filePairs.insert({paths.source, paths.destination});
+    }
 
-    int current = 0;
-    for (const PathPair& item : items) {
+    const std::size_t total = files.size() + symlinks.size();
+    for (std::size_t i = 0; i < total; ++i) {
         if (IsAborted()) {
-            return Aborted;
+            return FileCopier::Aborted;
         }
-        const auto& [source, destination] = item;
-        const bool isFile = current < files.size() || filePairs.contains(item);
-        const int code = isFile ? CopyFile(source, destination) : CopySymlink(source, destination);
+        const Item& item = i < files.size() ? files[i] : symlinks[i - files.size()];
+        const Paths paths = PathsOf(item);
+        const bool isFile = i < files.size() || filePairs.contains({paths.source, paths.destination});
+        const int code = isFile ? CopyFile(item, paths) : CopySymlink(item, paths);
         if (code != 0) {
             LOG_MESSAGE(logger::Error) << QStringLiteral("Copying from '%1' to '%2' failed with error '%3'!")
-                                              .arg(source, destination, QString::number(code));
+                                              .arg(paths.source, paths.destination, QString::number(code));
             return code;
         }
-        reports->Progress(++current, total);
+        reports->Progress(static_cast<int>(i) + 1, static_cast<int>(total));
     }
     return 0;
 }
 
-int FileCopyTask::CopyFile(const QString& source, const QString& destination) const
+int FileCopyTask::CopyFile(const Item& item, const Paths& paths)
 {
-    // Where nothing is in the way, all that is looked at below would be for nothing. It takes half of the
-    // time.
-    bool copied = CopyQuickly(source, destination);
-    if (!copied && !IsEndless(source)) {
-        const int code = BeforeCopy(source, destination);
+    const auto& [source, destination] = paths;
+    // Fast path: if nothing is in the way, the checks below are not needed. They take half of the time.
+    const bool isReady = !item.isSpecial && (item.directory < 0 || destinations.Has(item.directory));
+    const CopyResult result =
+        isReady ? CopyQuickly(SourceOf(item), DestinationOf(item)) : CopyResult::NotForMe;
+    bool copied = result == CopyResult::Copied;
+    if (!copied && (result == CopyResult::Failed || !IsEndless(SourceOf(item).Path()))) {
+        bool isInTheWay = false;
+        int code = result == CopyResult::NotForMe ? BeforeCopy(item, paths, isInTheWay) : 0;
+        if (code == 0) {
+            code = CopyInAttempts(item, paths, result, isInTheWay, copied);
+        }
         if (code != 0) {
             return code;
         }
-        QFile file(source);
-        copied = FileCommands::CopyFile(file, destination);
     }
     if (!copied) {
         LOG_MESSAGE(logger::Error)
             << QStringLiteral("Cannot copy from '%1' to '%2'").arg(source, destination);
-        return CopyFailed;
+        return FileCopier::CopyFailed;
     }
     LOG_MESSAGE(logger::Debug)
         << QStringLiteral("Successfully copied from '%1' to '%2'").arg(source, destination);
     return 0;
 }
 
-int FileCopyTask::CopySymlink(const QString& source, const QString& destination) const
+/// What is in the way is replaced when the copy is whole, so that it is not lost if the disk is full.
+int FileCopyTask::CopyInAttempts(const Item& item, const Paths& paths, CopyResult result, bool isInTheWay,
+                                 bool& copied)
 {
-    const int code = BeforeCopy(source, destination);
+    bool isRefused = false;
+    const auto makeRoom = [&] {
+        isRefused = !RemoveDestination(item, paths);
+        isInTheWay = isRefused;
+        return !isRefused;
+    };
+    const auto attempt = [&] {
+        // The outcome of the fast path is that of the first attempt.
+        if (std::exchange(result, CopyResult::NotForMe) == CopyResult::NotForMe) {
+            copied = Copy(item, isInTheWay ? makeRoom : std::function<bool()>());
+        }
+        return copied || isRefused;
+    };
+    Retry(attempt, [&] {
+        return QStringLiteral("Failed to copy file '%1' to '%2'").arg(paths.source, paths.destination);
+    });
+    return isRefused ? FileCopier::DestinationNotRemoved : 0;
+}
+
+bool FileCopyTask::Copy(const Item& item, const std::function<bool()>& makeRoom)
+{
+    const FilePlace source = SourceOf(item);
+    const FilePlace destination = DestinationOf(item);
+    CopyResult result = CopyQuickly(source, destination, makeRoom);
+    if (result == CopyResult::NotForMe && makeRoom) {
+        if (!makeRoom()) {
+            return false;
+        }
+        result = CopyQuickly(source, destination);
+    }
+    if (result == CopyResult::NotForMe && !source.IsHeld()) {
+        return QFile::copy(source.Path(), destination.Path()); // Of a resource, for one.
+    }
+    return result == CopyResult::Copied;
+}
+
+int FileCopyTask::CopySymlink(const Item& item, const Paths& paths)
+{
+    const auto& [source, destination] = paths;
+    bool isInTheWay = false;
+    const int code = BeforeCopy(item, paths, isInTheWay);
     if (code != 0) {
         return code;
     }
-    // Qt gets the target of a link to a directory wrong behind a relative path and behind "link/..".
-    const QFileInfo sourceInfo(source);
-    const QFileInfo link(ResolvedPath(sourceInfo.path()) + u'/' + sourceInfo.fileName());
-    const QString target = QDir(link.absolutePath()).relativeFilePath(LinkTarget(link));
-    if (!FileCommands::CreateSymlink(target, destination)) {
+    if (isInTheWay && !RemoveDestination(item, paths)) {
+        return FileCopier::DestinationNotRemoved;
+    }
+    const QString target = LinkTarget(item, source);
+    const auto link = [&] { return !target.isEmpty() && QFile::link(target, DestinationOf(item).Path()); };
+    if (!Retry(link, [&] {
+            return QStringLiteral("Failed to create link '%1' --> '%2'").arg(destination, target);
+        })) {
         LOG_MESSAGE(logger::Error)
             << QStringLiteral("Cannot copy link from '%1' to '%2' -> '%3'.").arg(source, destination, target);
-        return CopyFailed;
+        return FileCopier::CopyFailed;
     }
     LOG_MESSAGE(logger::Debug) << QStringLiteral("Successfully copied link from '%1' to '%2' -> '%3'.")
                                       .arg(source, destination, target);
     return 0;
 }
 
-int FileCopyTask::BeforeCopy(const QString& source, const QString& destination) const
+/// Qt gets the target of a link to a directory wrong after a relative path and after "link/..".
+QString FileCopyTask::LinkTarget(const Item& item, const QString& source)
 {
+    const QFileInfo info(source);
+    const QString folder = ResolvedPath(info.path());
+    const FilePlace place = SourceOf(item);
+    const QString reached = place.directory != nullptr ? place.directory->Path() : folder;
+    QString target = ReadLink(reached + u'/' + info.fileName());
+    if (target.startsWith(reached + u'/')) {
+        target.replace(0, reached.size(), folder);
+    }
+    return QDir(folder).relativeFilePath(QDir::cleanPath(target));
+}
+
+/// @param isInTheWay whether something is to be removed before the copy gets its name
+int FileCopyTask::BeforeCopy(const Item& item, const Paths& paths, bool& isInTheWay)
+{
+    const auto& [source, destination] = paths;
     // A link whose target is gone can still be copied as a link.
-    if (!IsThere(QFileInfo(source))) {
+    if (!IsThere(QFileInfo(SourceOf(item).Path()))) {
         LOG_MESSAGE(logger::Error) << QStringLiteral("Source file '%1' doesn't exist!").arg(source);
-        return NoSource;
+        return FileCopier::NoSource;
     }
-    const QFileInfo destinationInfo(destination);
-    const QString folder = ResolvedPath(destinationInfo.path());
-    QDir dir(folder);
-    if ((folder.isEmpty() || !dir.exists()) && !FileCommands::CreateDirectory(dir, folder)) {
+    if (!MakeFolder(item, destination)) {
         LOG_MESSAGE(logger::Error) << QStringLiteral("Cannot create path to '%1'").arg(destination);
-        return NoDestinationFolder;
+        return FileCopier::NoDestinationDirectory;
     }
-    if (!IsThere(destinationInfo)) {
+    const FilePlace place = DestinationOf(item);
+    const QFileInfo info(place.Path());
+    if (!IsThere(info)) {
         return 0;
     }
-    if ((IsLink(destinationInfo) || !destinationInfo.isDir()) && LeadsTo(source, destination)) {
+    isInTheWay = IsLink(info) || !info.isDir();
+    if (isInTheWay && LeadsTo(SourceOf(item).Path(), place.Path())) {
         // Once the destination is removed, nothing would be left to copy.
         LOG_MESSAGE(logger::Error)
             << QStringLiteral("'%1' and '%2' are the same file").arg(source, destination);
-        return CopyFailed;
+        return FileCopier::CopyFailed;
     }
     LOG_MESSAGE(logger::Warn)
         << QStringLiteral("'%1' already exists. Trying to remove before coping...").arg(destination);
-    QFile file(destination);
-    if (!FileCommands::RemoveFile(file)) {
-        LOG_MESSAGE(logger::Error) << QStringLiteral("Cannot remove '%1'!").arg(destination);
-        return DestinationStays;
+    // A directory cannot be removed like a file.
+    return isInTheWay || RemoveDestination(item, paths) ? 0 : FileCopier::DestinationNotRemoved;
+}
+
+bool FileCopyTask::MakeFolder(const Item& item, const QString& destination)
+{
+    const QString folder = item.directory < 0 ? ResolvedPath(QFileInfo(SearchedPath(destination)).path())
+                                              : destinations.PathOf(item.directory);
+    const auto make = [&] {
+        return item.directory < 0 ? !folder.isEmpty() && (QDir(folder).exists() || QDir().mkpath(folder))
+                                  : destinations.To(item.directory).IsOpen();
+    };
+    return Retry(make, [&] { return QStringLiteral("Failed to create directory '%1'").arg(folder); });
+}
+
+bool FileCopyTask::RemoveDestination(const Item& item, const Paths& paths)
+{
+    const auto remove = [&] { return RemoveFileOrLink(DestinationOf(item)) != Removal::Failed; };
+    if (!Retry(remove, [&] { return QStringLiteral("Failed to remove file '%1'").arg(paths.destination); })) {
+        LOG_MESSAGE(logger::Error) << QStringLiteral("Cannot remove '%1'!").arg(paths.destination);
+        return false;
     }
-    return 0;
+    return true;
+}
+
+FileCopyTask::Paths FileCopyTask::PathsOf(const Item& item) const
+{
+    return {SourcePathOf(item),
+            item.directory < 0 ? item.destination : destinations.PathOf(item.directory, item.name)};
+}
+
+FilePlace FileCopyTask::DestinationOf(const Item& item)
+{
+    return item.directory < 0 ? FilePlace{nullptr, SearchedPath(item.destination)}
+                              : FilePlace{&destinations.To(item.directory), item.name};
 }
 
 } // namespace common

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "copyonce.h"
 #include "filetask.h"
 
 #include <QList>
@@ -26,17 +27,29 @@ public:
 private:
     Q_DISABLE_COPY(FileCopyTask)
 
+    struct Paths; ///< Of an item, to show.
+
     int Scan() override;
     int WorkAll() override;
 
     int ScanPath(const QString& sourceRoot, const QString& destinationRoot);
-    int CopyFile(const QString& source, const QString& destination) const;
-    int CopySymlink(const QString& source, const QString& destination) const;
-    int BeforeCopy(const QString& source, const QString& destination) const;
+    int CopyFile(const Item& item, const Paths& paths);
+    int CopyInAttempts(const Item& item, const Paths& paths, CopyResult result, bool isInTheWay,
+                       bool& copied);
+    bool Copy(const Item& item, const std::function<bool()>& makeRoom);
+    int CopySymlink(const Item& item, const Paths& paths);
+    QString LinkTarget(const Item& item, const QString& source);
+    int BeforeCopy(const Item& item, const Paths& paths, bool& isInTheWay);
+    bool MakeFolder(const Item& item, const QString& destination);
+    bool RemoveDestination(const Item& item, const Paths& paths);
+    Paths PathsOf(const Item& item) const;
+    FilePlace DestinationOf(const Item& item);
 
-    QList<PathPair> files;
-    QList<PathPair> symlinks;
-    const QList<PathPair> directories;
+    const QList<PathPair> givenFiles;
+    const QList<PathPair> givenSymlinks;
+    const QList<PathPair> givenDirectories;
+    std::vector<Item> files;
+    std::vector<Item> symlinks;
 };
 
 } // namespace common

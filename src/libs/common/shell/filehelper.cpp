@@ -1,6 +1,7 @@
 #include <common/shell/filehelper.h>
 
-#include "fileentry.h"
+#include "directoryreach.h"
+#include "filepath.h"
 
 #include <QDir>
 
@@ -15,24 +16,46 @@ namespace
 /// A directory on the way from the root to where the scan is.
 struct Level
 {
+    int directory;
     QString path;
     QFileInfoList entries;
 };
 
-bool RemoveEntry(const QFileInfo& entry)
+struct Found
 {
-    QDir dir{QString()};
-    const QString path = entry.absoluteFilePath();
-    return !entry.isSymLink() && entry.isDir() ? dir.rmdir(path) : dir.remove(path);
-}
+    QFileInfo info;
+    int directory; ///< That holds the entry; -1 for what the caller has named.
+    int itself;    ///< Index of the entry, if that is a scanned directory; or else -1.
+};
 
 } // namespace
 
-FileHelper::FileHelper() = default;
+struct FileHelper::Private
+{
+    bool Remove(const Found& entry)
+    {
+        const bool isPath = entry.directory < 0;
+        reach.Close(entry.itself); // On Windows a directory that is held cannot be removed.
+        const FilePlace place{isPath ? nullptr : &reach.To(entry.directory),
+                              isPath ? entry.info.absoluteFilePath() : entry.info.fileName()};
+        const bool isDirectory = !entry.info.isSymLink() && entry.info.isDir();
+        return (isDirectory ? RemoveEmptyDirectory(place) : RemoveFileOrLink(place)) == Removal::Done;
+    }
+
+    ScannedDirectories directories;
+    DirectoryReach reach{directories, DirectoryReach::Side::Source};
+    QList<Found> found;
+};
+
+FileHelper::FileHelper()
+    : d(std::make_unique<Private>())
+{}
 
 FileHelper::FileHelper(const QString& dir)
-    : dirs{dir}
-{}
+    : FileHelper()
+{
+    dirs.append(dir);
+}
 
 FileHelper::~FileHelper() = default;
 
@@ -66,18 +89,19 @@ bool FileHelper::Remove()
 {
     Scan();
     // A receiver of the signals may scan again.
-    const QList<QFileInfo> entries = found;
+    const QList<Found> entries = d->found;
     const auto total = static_cast<quint64>(entries.size());
     quint64 current = 0;
     bool allRemoved = true;
-    for (const QFileInfo& entry : entries) {
-        const QString path = entry.absoluteFilePath();
+    for (const Found& entry : entries) {
+        const QString path = entry.info.absoluteFilePath();
         Q_EMIT progress(path, ++current, total);
-        if (!RemoveEntry(entry)) {
+        if (!d->Remove(entry)) {
             Q_EMIT failed(path);
             allRemoved = false;
         }
     }
+    d->reach.CloseAll();
     return allRemoved;
 }
 
@@ -91,50 +115,56 @@ void FileHelper::Scan()
     for (const QString& file : scannedFiles) {
         // "file/" names nothing, although it can be resolved.
         if (!file.isEmpty() && QFileInfo::exists(file)) {
-            AddFound(QFileInfo(ResolvedPath(file)), file);
+            AddFound(QFileInfo(ResolvedPath(file)), file, -1, -1);
         }
     }
 }
 
 void FileHelper::ScanPath(const QString& root)
 {
-    if (root.isEmpty()) {
-        return;
-    }
     // No QDir::AllDirs: the name filters hold for directories, too.
     constexpr QDir::Filters filters = QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot;
     std::vector<Level> levels;
-    const auto enter = [&](const QString& path) {
-        const QDir dir(path);
-        if (dir.exists()) {
-            levels.push_back({path, dir.entryInfoList(nameFilters, filters, QDir::NoSort)});
+    const auto enter = [&](int parent, const QString& name, const QString& path) {
+        d->directories.push_back({parent, name});
+        const int directory = static_cast<int>(d->directories.size()) - 1;
+        const OpenDirectory& opened = d->reach.To(directory);
+        if (opened.IsOpen()) {
+            d->directories.back().id = opened.Id();
+            const QDir dir(opened.Path());
+            levels.push_back({directory, path, dir.entryInfoList(nameFilters, filters, QDir::NoSort)});
         }
     };
 
     // An absolute file path keeps a slash at the end.
     const bool endsInSlash = QDir::fromNativeSeparators(root).endsWith(u'/');
-    enter(ResolvedPath(root) + (endsInSlash ? QStringLiteral("/") : QString()));
+    enter(-1, root, ResolvedPath(root) + (endsInSlash ? QStringLiteral("/") : QString()));
     while (!levels.empty()) {
         Level& level = levels.back();
         if (level.entries.isEmpty()) {
             const QFileInfo dir(level.path);
+            const int itself = level.directory;
             levels.pop_back();
-            AddFound(dir, dir.absoluteFilePath());
+            AddFound(dir, dir.absoluteFilePath(), d->directories[static_cast<std::size_t>(itself)].parent,
+                     itself);
             continue;
         }
         const QFileInfo entry = level.entries.takeFirst();
+        const QString path = QDir(level.path).filePath(entry.fileName());
+        const int directory = level.directory;
         if (entry.isDir() && !IsLink(entry)) {
-            enter(entry.absoluteFilePath());
+            enter(directory, entry.fileName(), path);
         } else {
-            AddFound(entry, entry.absoluteFilePath());
+            AddFound(QFileInfo(path), path, directory, -1);
         }
     }
+    d->reach.CloseAll();
 }
 
-void FileHelper::AddFound(const QFileInfo& entry, const QString& reportedPath)
+void FileHelper::AddFound(const QFileInfo& entry, const QString& reportedPath, int directory, int itself)
 {
-    found.append(entry);
-    Q_EMIT scan(reportedPath, static_cast<quint64>(found.size()));
+    d->found.append({entry, directory, itself});
+    Q_EMIT scan(reportedPath, static_cast<quint64>(d->found.size()));
 }
 
 } // namespace common

@@ -2,11 +2,13 @@
 
 #include <common/vxcommon_export.h>
 
-#include <QFileInfo>
-#include <QList>
 #include <QObject>
 #include <QString>
 #include <QStringList>
+
+#include <memory>
+
+class QFileInfo;
 
 namespace common
 {
@@ -57,14 +59,16 @@ Q_SIGNALS:
 private:
     Q_DISABLE_COPY(FileHelper)
 
+    struct Private;
+
     void Scan();
     void ScanPath(const QString& root);
-    void AddFound(const QFileInfo& entry, const QString& reportedPath);
+    void AddFound(const QFileInfo& entry, const QString& reportedPath, int directory, int itself);
 
     QStringList dirs;
     QStringList files;
-    QList<QFileInfo> found;
     QStringList nameFilters;
+    std::unique_ptr<Private> d;
 };
 
 } // namespace common

@@ -29,13 +29,8 @@ class FileTask;
  * tree or added as a file is removed as a link: what it leads to is not touched. A link that is added as a
  * directory stands for that directory, whose content is removed.
  *
- * All signals come on the remover's own thread, through its event loop, but 700201 inside Remove. A job ends
- * in exactly one of `succesed` and `failed`. Errors of `failed`:
- * - 700201: no memory for the job
- * - 700202: the job was aborted
- * - 700203: a directory could not be removed
- * - 700204: a file or link could not be removed
- * - 700205: no thread for the job
+ * All signals are emitted in the remover's own thread, through its event loop, apart from NoTask, which is
+ * emitted inside Remove. A job ends in exactly one of `succesed` and `failed`.
  *
  * Details are written on the channel "shell.fileremove". Use a remover from one thread, the one that it lives
  * on.
@@ -45,6 +40,16 @@ class VXCOMMON_EXPORT FileRemover : public QObject
     Q_OBJECT
 
 public:
+    /// Error codes of `failed`.
+    enum Error : int
+    {
+        NoTask = 700201,              ///< No memory for the job.
+        Aborted = 700202,             ///< Abort or a new Remove.
+        DirectoryNotRemoved = 700203, ///< A directory cannot be removed.
+        FileNotRemoved = 700204,      ///< A file or a link cannot be removed.
+        NoThread = 700205             ///< No thread for the job.
+    };
+
     FileRemover();
     /// Stops a running job and waits for it, as Abort(true) does.
     ~FileRemover() override;
@@ -60,10 +65,11 @@ public Q_SLOTS:
     bool Remove();
 
     /**
-     * Waits until the running job has ended, without running the event loop, and forgets it. The signals of
-     * the job come afterwards. Does nothing without a job.
+     * Blocks until the running job has ended, without running the event loop, and forgets it. Its signals are
+     * emitted afterwards. Does nothing without a job. A window moves the remover to a thread of its own and
+     * calls Abort there, since the item at hand, with its attempts, may take long.
      *
-     * @param force tell the job to stop at the next item; otherwise it is done to its end
+     * @param force stop the job at the next item; otherwise wait for all of it
      */
     void Abort(bool force = true);
 

@@ -1,12 +1,9 @@
 #include "fileremovetask.h"
 
-#include <common/shell/filecommands.h>
+#include <common/shell/fileremover.h>
 
 #include "directorylisting.h"
-#include "fileentry.h"
-
-#include <QDir>
-#include <QFileInfo>
+#include "retry.h"
 
 #include <algorithm>
 
@@ -16,24 +13,24 @@ namespace common
 namespace
 {
 
-enum ErrorCode : int
+/// Removes an entry, unless its directory cannot be reached.
+Removal Remove(const FilePlace& place, Removal (*remove)(const FilePlace&))
 {
-    NoTask = 700201,
-    Aborted = 700202,
-    DirectoryStays = 700203,
-    FileStays = 700204,
-    NoThread = 700205
-};
+    if (place.directory == nullptr || place.directory->IsOpen()) {
+        return remove(place);
+    }
+    return place.directory->IsMissing() ? Removal::Missing : Removal::Failed;
+}
 
 } // namespace
 
 const FileTaskTraits FileRemoveTask::removeTraits{
     {"shell.fileremove"},
     "Remove",
-    NoTask,
+    FileRemover::NoTask,
     "Failed to create remove task!",
-    NoThread,
-    Aborted,
+    FileRemover::NoThread,
+    FileRemover::Aborted,
     "Removing failed with error '%1'!",
     "Removing finished in %1 msec.",
     "Waiting for the completion of the remover thread...",
@@ -41,8 +38,8 @@ const FileTaskTraits FileRemoveTask::removeTraits{
 
 FileRemoveTask::FileRemoveTask(const QStringList& files_, const QStringList& directories_)
     : FileTask(removeTraits)
-    , files(files_)
-    , directories(directories_)
+    , givenFiles(files_)
+    , givenDirectories(directories_)
 {}
 
 FileRemoveTask::~FileRemoveTask()
@@ -53,62 +50,69 @@ FileRemoveTask::~FileRemoveTask()
 int FileRemoveTask::Scan()
 {
     LOG_MESSAGE(logger::Debug) << "Start scanning directories...";
-    QStringList foundDirectories;
-    for (const QString& root : std::as_const(directories)) {
+    for (const QString& path : givenFiles) {
+        files.push_back({-1, path});
+    }
+    std::vector<int> roots;
+    for (const QString& path : givenDirectories) {
         if (IsAborted()) {
-            return Aborted;
+            return FileRemover::Aborted;
         }
-        const int code = ScanPath(root, foundDirectories);
+        roots.push_back(AddDirectory({-1, path}));
+        const int code = ScanPath(roots.back());
         if (code != 0) {
             LOG_MESSAGE(logger::Error) << QStringLiteral("Scanning directory '%1' failed with error '%2'!")
-                                              .arg(root, QString::number(code));
+                                              .arg(path, QString::number(code));
             return code;
         }
     }
     // Parents were found before their children. Backwards it is the other way round, and the roots come last.
-    std::reverse(foundDirectories.begin(), foundDirectories.end());
-    directories = foundDirectories + directories;
+    std::reverse(removals.begin(), removals.end());
+    removals.insert(removals.end(), roots.begin(), roots.end());
     LOG_MESSAGE(logger::Debug) << "Directories scanning finished.";
     return 0;
 }
 
-int FileRemoveTask::ScanPath(const QString& root, QStringList& foundDirectories)
+int FileRemoveTask::ScanPath(int root)
 {
-    const auto visit = [&](const ListedEntry& entry, const QString& relativePath) {
-        const bool isDirectory = entry.isDirectory && !entry.isLink;
-        if (isDirectory) {
-            LOG_MESSAGE(logger::Debug) << "Found directory: '" << relativePath << "'.";
+    const auto visit = [&](const ListedEntry& entry, int directory) {
+        if (!entry.isDirectory || entry.isLink) {
+            files.push_back({directory, entry.name});
+            return -1;
         }
-        QStringList& items = isDirectory ? foundDirectories : files;
-        items.append(JoinPath(root, relativePath));
-        return isDirectory;
+        LOG_MESSAGE(logger::Debug) << "Found directory: '" << sources.RelativePathOf(directory, entry.name)
+                                   << "'.";
+        removals.push_back(AddDirectory({directory, entry.name}));
+        return removals.back();
     };
-    // A directory that is not there is nothing to remove.
+    // A directory that does not exist is nothing to remove. One that cannot be read fails when it is removed.
     return WalkTree(root, 0, visit);
 }
 
 int FileRemoveTask::WorkAll()
 {
+    const int total = static_cast<int>(files.size() + removals.size());
     int current = 0;
-    const int code = RemoveEach(files, &FileRemoveTask::RemoveFile,
-                                QStringLiteral("Removing file '%1' failed with error '%2'!"), current);
-    if (code != 0) {
-        return code;
-    }
-    return RemoveEach(directories, &FileRemoveTask::RemoveDirectory,
-                      QStringLiteral("Removing directory '%1' failed with error '%2'!"), current);
-}
-
-int FileRemoveTask::RemoveEach(const QStringList& paths, Step remove, const QString& failedText, int& current)
-{
-    const int total = static_cast<int>(files.size() + directories.size());
-    for (const QString& path : paths) {
+    for (const Item& file : files) {
         if (IsAborted()) {
-            return Aborted;
+            return FileRemover::Aborted;
         }
-        const int code = (this->*remove)(path);
+        const int code = RemoveFile(file);
         if (code != 0) {
-            LOG_MESSAGE(logger::Error) << failedText.arg(path, QString::number(code));
+            LOG_MESSAGE(logger::Error) << QStringLiteral("Removing file '%1' failed with error '%2'!")
+                                              .arg(SourcePathOf(file), QString::number(code));
+            return code;
+        }
+        reports->Progress(++current, total);
+    }
+    for (const int directory : removals) {
+        if (IsAborted()) {
+            return FileRemover::Aborted;
+        }
+        const int code = RemoveDirectory(directory);
+        if (code != 0) {
+            LOG_MESSAGE(logger::Error) << QStringLiteral("Removing directory '%1' failed with error '%2'!")
+                                              .arg(sources.PathOf(directory), QString::number(code));
             return code;
         }
         reports->Progress(++current, total);
@@ -116,46 +120,46 @@ int FileRemoveTask::RemoveEach(const QStringList& paths, Step remove, const QStr
     return 0;
 }
 
-// In both steps below a removal that works at once has answered whether there was anything to remove.
-
-int FileRemoveTask::RemoveFile(const QString& path) const
+int FileRemoveTask::RemoveFile(const Item& item)
 {
-    bool removed = Unlink(path);
-    if (!removed) {
-        if (!IsThere(QFileInfo(path))) {
-            LOG_MESSAGE(logger::Warn) << QStringLiteral("File '%1' doesn't exist!").arg(path);
-            return 0;
-        }
-        QFile file(path);
-        QDir workingDir;
-        removed = IsLinkOfDirectoryKind(path) ? FileCommands::RemoveDirectory(workingDir, path)
-                                              : FileCommands::RemoveFile(file);
-    }
-    if (!removed) {
+    const QString path = SourcePathOf(item);
+    Removal result = Removal::Failed;
+    const auto remove = [&] {
+        result = Remove(SourceOf(item), RemoveFileOrLink);
+        return result != Removal::Failed;
+    };
+    if (!Retry(remove, [&] { return QStringLiteral("Failed to remove file '%1'").arg(path); })) {
         LOG_MESSAGE(logger::Error) << QStringLiteral("Cannot remove file '%1'!").arg(path);
-        return FileStays;
+        return FileRemover::FileNotRemoved;
     }
-    LOG_MESSAGE(logger::Debug) << QStringLiteral("Successfully removed file '%1'").arg(path);
+    if (result == Removal::Missing) {
+        LOG_MESSAGE(logger::Warn) << QStringLiteral("File '%1' doesn't exist!").arg(path);
+    } else {
+        LOG_MESSAGE(logger::Debug) << QStringLiteral("Successfully removed file '%1'").arg(path);
+    }
     return 0;
 }
 
-int FileRemoveTask::RemoveDirectory(const QString& path) const
+int FileRemoveTask::RemoveDirectory(int directory)
 {
-    // Not that directory itself: a relative path would be looked for below it.
-    QDir workingDir;
-    bool removed = workingDir.rmdir(path);
-    if (!removed) {
-        if (path.isEmpty() || !QDir(path).exists()) {
-            LOG_MESSAGE(logger::Warn) << QStringLiteral("Directory '%1' doesn't exist!").arg(path);
-            return 0;
-        }
-        removed = FileCommands::RemoveDirectory(workingDir, path);
-    }
-    if (!removed) {
+    const ScannedDirectory& scanned = directories[static_cast<std::size_t>(directory)];
+    const QString path = sources.PathOf(directory);
+    Removal result = Removal::Failed;
+    const auto remove = [&] {
+        const FilePlace place = SourceOf({scanned.parent, scanned.name});
+        sources.Close(directory); // On Windows a directory that is held cannot be removed.
+        result = Remove(place, RemoveEmptyDirectory);
+        return result != Removal::Failed;
+    };
+    if (!Retry(remove, [&] { return QStringLiteral("Failed to remove directory '%1'").arg(path); })) {
         LOG_MESSAGE(logger::Error) << QStringLiteral("Cannot remove directory '%1'!").arg(path);
-        return DirectoryStays;
+        return FileRemover::DirectoryNotRemoved;
     }
-    LOG_MESSAGE(logger::Debug) << QStringLiteral("Successfully removed directory '%1'").arg(path);
+    if (result == Removal::Missing) {
+        LOG_MESSAGE(logger::Warn) << QStringLiteral("Directory '%1' doesn't exist!").arg(path);
+    } else {
+        LOG_MESSAGE(logger::Debug) << QStringLiteral("Successfully removed directory '%1'").arg(path);
+    }
     return 0;
 }
 

@@ -21,18 +21,17 @@ public:
 private:
     Q_DISABLE_COPY(FileRemoveTask)
 
-    using Step = int (FileRemoveTask::*)(const QString& path) const;
-
     int Scan() override;
     int WorkAll() override;
 
-    int ScanPath(const QString& root, QStringList& foundDirectories);
-    int RemoveEach(const QStringList& paths, Step remove, const QString& failedText, int& current);
-    int RemoveFile(const QString& path) const;
-    int RemoveDirectory(const QString& path) const;
+    int ScanPath(int root);
+    int RemoveFile(const Item& item);
+    int RemoveDirectory(int directory);
 
-    QStringList files;
-    QStringList directories;
+    const QStringList givenFiles;
+    const QStringList givenDirectories;
+    std::vector<Item> files;
+    std::vector<int> removals; ///< The directories in the order of their removal.
 };
 
 } // namespace common

@@ -1,10 +1,9 @@
 #include "filetask.h"
 
 #include "directorylisting.h"
-#include "fileentry.h"
+#include "filepath.h"
 
 #include <QDeadlineTimer>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QThread>
 
@@ -62,6 +61,9 @@ void FileTask::run()
     if (code == 0) {
         code = WorkAll();
     }
+    // On Windows a directory that is held cannot be removed.
+    sources.CloseAll();
+    destinations.CloseAll();
     if (code != 0) {
         Fail(code, QString::fromLatin1(traits.failedText).arg(code));
     } else {
@@ -86,34 +88,48 @@ bool FileTask::IsAborted() const
     return true;
 }
 
-int FileTask::WalkTree(const QString& root, int missingCode, const Visitor& visit) const
+FilePlace FileTask::SourceOf(const Item& item)
+{
+    return item.directory < 0 ? FilePlace{nullptr, SearchedPath(item.name)}
+                              : FilePlace{&sources.To(item.directory), item.name};
+}
+
+QString FileTask::SourcePathOf(const Item& item) const
+{
+    return item.directory < 0 ? item.name : sources.PathOf(item.directory, item.name);
+}
+
+int FileTask::AddDirectory(ScannedDirectory directory)
+{
+    directories.push_back(std::move(directory));
+    return static_cast<int>(directories.size()) - 1;
+}
+
+int FileTask::WalkTree(int root, int missingCode, const Visitor& visit)
 {
     struct Level
     {
-        QString relativePath;
+        int directory;
         std::vector<ListedEntry> entries;
         std::size_t next = 0;
     };
-    const QString start = ResolvedPath(root);
     // One for each directory on the way from the root to where the walk is.
     std::vector<Level> levels;
-    const auto enter = [&](const QString& relativePath) {
-        const QString path = levels.empty() ? start : QDir::cleanPath(start + u'/' + relativePath);
-        const QDir dir(path);
-        if (path.isEmpty() || !dir.exists()) {
-            LOG_MESSAGE(logger::Warn)
-                << QStringLiteral("Path '%1' doesn't exists!").arg(levels.empty() ? root : path);
+    const auto enter = [&](int directory) {
+        const OpenDirectory& opened = sources.To(directory);
+        auto entries = opened.IsOpen() ? ListDirectory(opened) : std::nullopt;
+        if (!entries) {
+            const QString text = opened.IsMissing() ? QStringLiteral("Path '%1' doesn't exists!")
+                                                    : QStringLiteral("Path '%1' cannot be read!");
+            LOG_MESSAGE(logger::Warn) << text.arg(sources.PathOf(directory));
             return missingCode;
         }
-        if (!dir.isReadable()) {
-            LOG_MESSAGE(logger::Warn)
-                << QStringLiteral("Path '%1' may not be read!").arg(levels.empty() ? root : path);
-        }
-        levels.push_back({relativePath, ListDirectory(path)});
+        directories[static_cast<std::size_t>(directory)].id = opened.Id();
+        levels.push_back({directory, std::move(*entries)});
         return 0;
     };
 
-    int code = enter(QString());
+    int code = enter(root);
     while (code == 0 && !levels.empty()) {
         Level& level = levels.back();
         if (level.next == level.entries.size()) {
@@ -123,11 +139,9 @@ int FileTask::WalkTree(const QString& root, int missingCode, const Visitor& visi
         if (IsAborted()) {
             return traits.abortedCode;
         }
-        const ListedEntry& entry = level.entries[level.next++];
-        const QString relativePath =
-            level.relativePath.isEmpty() ? entry.name : level.relativePath + u'/' + entry.name;
-        if (visit(entry, relativePath)) {
-            code = enter(relativePath);
+        const int child = visit(level.entries[level.next++], level.directory);
+        if (child >= 0) {
+            code = enter(child);
         }
     }
     return code;

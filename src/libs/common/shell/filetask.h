@@ -2,6 +2,7 @@
 
 #include <common/logger/logger.h>
 
+#include "directoryreach.h"
 #include "taskreports.h"
 
 #include <QObject>
@@ -75,18 +76,37 @@ protected:
     /// To be asked before each step; logs that the answer is yes.
     bool IsAborted() const;
 
-    /// Takes an entry and its path relative to the root; true to have the directory walked, too.
-    using Visitor = std::function<bool(const ListedEntry& entry, const QString& relativePath)>;
+    /// An item of the work: a path, or a name in a scanned directory.
+    struct Item
+    {
+        int directory = -1; ///< -1 for a path.
+        QString name;
+        QString destination = {}; ///< Only with a path.
+        bool isSpecial = false;   ///< A fifo, a socket or a device: opening it can do something to it.
+    };
+
+    FilePlace SourceOf(const Item& item);
+    QString SourcePathOf(const Item& item) const; ///< To show.
+
+    /// Takes an entry of a directory. Returns the index of the entry's own one if it is to be walked, too; or
+    /// else -1.
+    using Visitor = std::function<int(const ListedEntry& entry, int directory)>;
 
     /**
-     * Walks the tree below `root` depth first, in the order that the file system has. Hidden entries are left
-     * out. A directory that is not there is a warning and gives `missingCode`, which ends the walk unless it
-     * is 0. No call stack is used, so depth costs memory only.
+     * Walks the tree below the root, depth first and by name. Hidden entries are left out. A directory that
+     * does not exist or cannot be read is a warning and gives `missingCode`, which ends the walk unless it is
+     * 0. No call stack is used, so depth costs memory only.
      */
-    int WalkTree(const QString& root, int missingCode, const Visitor& visit) const;
+    int WalkTree(int root, int missingCode, const Visitor& visit);
+
+    /// Adds a directory to the scanned ones and returns its index.
+    int AddDirectory(ScannedDirectory directory);
 
     const FileTaskTraits& traits;
-    const logger::Channel& logChannel; ///< What LOG_MESSAGE speaks on, here and in the classes below.
+    const logger::Channel& logChannel; ///< Of LOG_MESSAGE, here and in the derived classes.
+    ScannedDirectories directories;
+    DirectoryReach sources{directories, DirectoryReach::Side::Source};
+    DirectoryReach destinations{directories, DirectoryReach::Side::Destination};
 
 private:
     Q_DISABLE_COPY(FileTask)

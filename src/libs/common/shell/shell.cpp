@@ -4,8 +4,11 @@
 
 #include "copyonce.h"
 #include "directorylisting.h"
-#include "fileentry.h"
+#include "directoryreach.h"
+#include "fileid.h"
+#include "filepath.h"
 #include "shellservices.h"
+#include "treeremoval.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -59,66 +62,137 @@ bool IsWithin(const QString& path, const QString& folder)
     return false;
 }
 
-/// One CopyDir: never enters a directory whose copying would not end.
+/// One CopyDir. Never enters a directory whose copying would not end.
 class DirCopier
 {
 public:
     /// @param willRemove the source is removed afterwards, so nothing may be written into it
-    DirCopier(const QString& destination_, bool willRemove)
-        : destinationRoot(destination_)
-        , destinationId(GetTargetId(destination_))
+    DirCopier(const QString& source, const QString& destination, bool willRemove)
+        : destinationRoot(destination)
+        , destinationId(GetTargetId(destination))
         , sparesSource(willRemove)
-    {}
-
-    bool Run(const QString& source, const QString& destination, QDir::Filters filters, bool tolerate)
     {
-        const QDir sourceDir(source);
-        if (!sourceDir.exists()) {
+        directories.push_back({-1, source, destination});
+    }
+
+    bool Run(QDir::Filters filters, bool tolerate)
+    {
+        if (!Open(0, filters)) {
             return false;
         }
-        open.push_back(GetTargetId(source));
-        for (const QString& name : sourceDir.entryList(filters, QDir::NoSort)) {
-            const QString from = source + QDir::separator() + name;
-            const QString to = destination + QDir::separator() + name;
-            // Below the first level only directories are selected and nothing is tolerated; this is meant.
-            if (IsEndless(GetTargetId(from)) || !MakeDirectory(to) ||
-                !Run(from, to, QDir::Dirs | QDir::NoDotAndDotDot, false)) {
+        while (!levels.empty()) {
+            Level& level = levels.back();
+            if (level.next < level.subdirectories.size()) {
+                if (!Enter(level.directory, level.subdirectories[level.next++])) {
+                    return false;
+                }
+                continue;
+            }
+            // Below the first level nothing is tolerated. Kept for compatibility.
+            if (!CopyFiles(level, tolerate && levels.size() == 1)) {
                 return false;
             }
+            levels.pop_back();
         }
-        open.pop_back();
-        for (const QString& name : sourceDir.entryList(QDir::Files, QDir::NoSort)) {
-            QFile file(source + QDir::separator() + name);
-            if (!CopyOnce(file, destination + QDir::separator() + name) && !tolerate) {
+        return true;
+    }
+
+private:
+    struct Level
+    {
+        int directory;
+        std::vector<ListedEntry> subdirectories;
+        std::vector<ListedEntry> files;
+        std::size_t next = 0;
+    };
+
+    /// Lists a directory of the source.
+    bool Open(int directory, std::optional<QDir::Filters> filters)
+    {
+        const OpenDirectory& opened = sources.To(directory);
+        auto entries = opened.IsOpen() ? ListDirectory(opened) : std::nullopt;
+        if (!entries) {
+            return false;
+        }
+        directories[static_cast<std::size_t>(directory)].id = opened.Id();
+        Level level{directory, {}, {}};
+        const bool isTop = filters.has_value();
+        for (ListedEntry& entry : *entries) {
+            if (!entry.isDirectory && !entry.isSpecial) {
+                level.files.push_back(std::move(entry));
+            } else if (entry.isDirectory && !isTop) {
+                level.subdirectories.push_back(std::move(entry));
+            }
+        }
+        if (isTop) {
+            for (const QFileInfo& info : QDir(opened.Path()).entryInfoList(*filters, QDir::NoSort)) {
+                level.subdirectories.push_back({info.fileName(), true, IsLink(info), false});
+            }
+        }
+        levels.push_back(std::move(level));
+        return true;
+    }
+
+    bool Enter(int parent, const ListedEntry& entry)
+    {
+        const int directory = static_cast<int>(directories.size());
+        directories.push_back({parent, entry.name, {}, entry.isLink});
+        const OpenDirectory& source = sources.To(directory);
+        return !(source.IsOpen() && IsEndless(source.Id())) && MakeDirectory(directory) &&
+               Open(directory, std::nullopt);
+    }
+
+    bool IsEndless(const FileId& source) const
+    {
+        const auto isSource = [&](const Level& level) {
+            return directories[static_cast<std::size_t>(level.directory)].id == source;
+        };
+        return destinationId == source || std::any_of(levels.begin(), levels.end(), isSource);
+    }
+
+    bool MakeDirectory(int directory)
+    {
+        const OpenDirectory& made = destinations.To(directory);
+        if (!destinationId) {
+            destinationId = GetTargetId(destinationRoot); // Has just come into being.
+        }
+        return made.IsOpen() && (!sparesSource || !(directories.front().id == made.Id()));
+    }
+
+    bool CopyFiles(const Level& level, bool tolerate)
+    {
+        // The destination itself is not made.
+        if (level.directory == 0 && !QFileInfo(ResolvedPath(destinationRoot)).isDir()) {
+            return tolerate || level.files.empty();
+        }
+        for (const ListedEntry& entry : level.files) {
+            const OpenDirectory& from = sources.To(level.directory);
+            const FilePlace destination{&destinations.To(level.directory), entry.name};
+            FilePlace source{&from, entry.name};
+            if (entry.isLink) {
+                source = {nullptr, source.Path()}; // To be followed.
+                if (!QFileInfo(source.name).isFile()) {
+                    continue;
+                }
+            }
+            const CopyResult result = CopyQuickly(source, destination);
+            const bool copied = result == CopyResult::NotForMe && !source.IsHeld()
+                                    ? QFile::copy(source.Path(), destination.Path())
+                                    : result == CopyResult::Copied;
+            if (!copied && !tolerate) {
                 return false;
             }
         }
         return true;
     }
 
-private:
-    bool IsEndless(const std::optional<FileId>& source) const
-    {
-        return source &&
-               (source == destinationId || std::find(open.begin(), open.end(), source) != open.end());
-    }
-
-    bool MakeDirectory(const QString& path)
-    {
-        if (!QDir().mkpath(path)) {
-            return false;
-        }
-        if (!destinationId) {
-            destinationId = GetTargetId(destinationRoot); // Has just come into being.
-        }
-        const std::optional<FileId> id = GetTargetId(path);
-        return !sparesSource || !id || !(id == open.front());
-    }
-
     const QString destinationRoot;
     std::optional<FileId> destinationId;
     const bool sparesSource;
-    std::vector<std::optional<FileId>> open; ///< The directories that are being copied, the source first.
+    ScannedDirectories directories;
+    DirectoryReach sources{directories, DirectoryReach::Side::Source};
+    DirectoryReach destinations{directories, DirectoryReach::Side::Destination};
+    std::vector<Level> levels; ///< The directories that are being copied, the source first.
 };
 
 /// One ScanFiles.
@@ -136,7 +210,8 @@ public:
     {
         const QString prefix = absolutePath.endsWith(u'/') ? absolutePath : absolutePath + u'/';
         open.append(canonicalPath);
-        for (const ListedEntry& entry : ListDirectory(absolutePath)) {
+        const auto entries = ListDirectory(OpenDirectory::Open(absolutePath, OpenDirectory::Access::List));
+        for (const ListedEntry& entry : entries.value_or(std::vector<ListedEntry>())) {
             if (!Matches(entry.name)) {
                 continue;
             }
@@ -284,7 +359,7 @@ bool Shell::CopyDir(const QString& source, const QString& destination, QDir::Fil
 {
     // An empty path names no directory, although Qt takes it for the current one.
     return !source.isEmpty() && !destination.isEmpty() &&
-           DirCopier(destination, false).Run(source, destination, filters, tolerate);
+           DirCopier(source, destination, false).Run(filters, tolerate);
 }
 
 bool Shell::MoveDir(const QString& source, const QString& destination)
@@ -302,11 +377,11 @@ bool Shell::MoveDir(const QString& source, const QString& destination)
     }
     // What had been copied into the source would be removed with it.
     if (IsWithin(destination, source) ||
-        !DirCopier(destination, true).Run(source, destination, QDir::Dirs | QDir::NoDotAndDotDot, false)) {
+        !DirCopier(source, destination, true).Run(QDir::Dirs | QDir::NoDotAndDotDot, false)) {
         LOG_MESSAGE(logger::Error) << "MoveDir: failed to copy dir: " << source << " -> " << destination;
         return false;
     }
-    if (!QDir(source).removeRecursively()) {
+    if (!RemoveTree(source)) {
         LOG_MESSAGE(logger::Warn) << "MoveDir: failed to delete source dir: " << source;
     }
     return true;

@@ -77,8 +77,9 @@ public:
      * it into being
      * @param filters which directories of the first level are copied; below it, all that are not hidden
      * @param tolerate pass over files of the first level that cannot be copied; below it, each failure counts
-     * @return false at the first failure that counts. A file that is already there counts as failure, and so
-     * does a directory that would never end: the destination itself, or a link back to a directory above it.
+     * @return false at the first failure that counts. A file that already exists counts as a failure, and so
+     * does a link in the place of a directory below `destination`, or a directory that would never end: the
+     * destination itself, or a link back to a directory above it.
      */
     static bool CopyDir(const QString& source, const QString& destination, QDir::Filters filters,
                         bool tolerate);

@@ -3,6 +3,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <array>
 #include <tuple>
 #include <utility>
 
@@ -16,17 +17,26 @@ namespace common
 namespace
 {
 
-/// Type of an entry as readdir names it; asks the file system where readdir does not tell.
-unsigned char TypeOf(int directory, const dirent& entry)
+/// Size in bytes of the buffer for entries: few calls, and small enough for the stack.
+constexpr std::size_t bufferSize = 32768;
+
+/// Type of an entry. Queries the file system if the listing does not contain it.
+unsigned char TypeOf(int directory, const dirent64& entry)
 {
     struct stat status = {};
-    if (entry.d_type != DT_UNKNOWN || fstatat(directory, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    if (entry.d_type != DT_UNKNOWN || ::fstatat(directory, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
         return entry.d_type;
     }
     return static_cast<unsigned char>(IFTODT(status.st_mode));
 }
 
-/// In the order that QDir has if it is told none.
+bool LeadsToDirectory(int directory, const char* name)
+{
+    struct stat status = {};
+    return ::fstatat(directory, name, &status, 0) == 0 && S_ISDIR(status.st_mode);
+}
+
+/// Sorts as QDir does by default.
 void SortByName(std::vector<ListedEntry>& entries)
 {
     std::vector<std::pair<QString, ListedEntry>> sorted;
@@ -42,39 +52,48 @@ void SortByName(std::vector<ListedEntry>& entries)
                    [](auto& keyed) { return std::move(keyed.second); });
 }
 
-bool LeadsToDirectory(int directory, const char* name)
+void AddEntry(std::vector<ListedEntry>& entries, int directory, const dirent64& entry)
 {
-    struct stat status = {};
-    return fstatat(directory, name, &status, 0) == 0 && S_ISDIR(status.st_mode);
+    if (entry.d_name[0] == '.') {
+        return;
+    }
+    QString name = QFile::decodeName(entry.d_name);
+    // A name that is no UTF-8 text cannot be expressed as a path.
+    if (name.contains(QChar::ReplacementCharacter) && QFile::encodeName(name) != entry.d_name) {
+        return;
+    }
+    const unsigned char type = TypeOf(directory, entry);
+    const bool isLink = type == DT_LNK;
+    const bool isDirectory = type == DT_DIR || (isLink && LeadsToDirectory(directory, entry.d_name));
+    const bool isSpecial = type == DT_FIFO || type == DT_SOCK || type == DT_CHR || type == DT_BLK;
+    entries.push_back({std::move(name), isDirectory, isLink, isSpecial});
 }
 
 } // namespace
 
-// QDir::entryInfoList lists the same, at twice the cost: it makes an object for each file. It has the last
-// word on what the system cannot open: a resource is a directory to Qt alone.
-std::vector<ListedEntry> ListDirectory(const QString& absolutePath)
+// QDir lists the same at twice the cost, and does not report errors.
+std::optional<std::vector<ListedEntry>> ListDirectory(const OpenDirectory& directory)
 {
+    if (!directory.IsHeld()) {
+        return directory.IsOpen() ? std::optional(ListByQt(directory)) : std::nullopt;
+    }
+    const int descriptor = static_cast<int>(directory.Native());
+    alignas(dirent64) std::array<char, bufferSize> buffer;
     std::vector<ListedEntry> entries;
-    DIR* const directory = opendir(QFile::encodeName(absolutePath).constData());
-    if (directory == nullptr) {
-        return ListByQt(absolutePath);
-    }
-    while (const dirent* const entry = readdir(directory)) {
-        if (entry->d_name[0] == '.') {
-            continue;
+    for (;;) {
+        const ssize_t size = ::getdents64(descriptor, buffer.data(), buffer.size());
+        if (size < 0) {
+            return std::nullopt;
         }
-        QString name = QFile::decodeName(entry->d_name);
-        // A name that is no UTF-8 text cannot be told as a path.
-        if (name.contains(QChar::ReplacementCharacter) && QFile::encodeName(name) != entry->d_name) {
-            continue;
+        if (size == 0) {
+            break;
         }
-        const unsigned char type = TypeOf(dirfd(directory), *entry);
-        const bool isLink = type == DT_LNK;
-        const bool isDirectory =
-            type == DT_DIR || (isLink && LeadsToDirectory(dirfd(directory), entry->d_name));
-        entries.push_back({std::move(name), isDirectory, isLink});
+        for (ssize_t at = 0; at < size;) {
+            const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
+            AddEntry(entries, descriptor, *entry);
+            at += entry->d_reclen;
+        }
     }
-    closedir(directory);
     SortByName(entries);
     return entries;
 }

@@ -2,7 +2,7 @@
 
 #include "../../platform/linux/busconnection.h"
 #include "../../platform/linux/desktopentry.h"
-#include "../fileentry.h"
+#include "../filepath.h"
 #include "spawn.h"
 
 #include <QDBusError>

@@ -1,11 +1,14 @@
 #include "../directorylisting.h"
 
+#include <QDir>
+
 namespace common
 {
 
-std::vector<ListedEntry> ListDirectory(const QString& absolutePath)
+std::optional<std::vector<ListedEntry>> ListDirectory(const OpenDirectory& directory)
 {
-    return ListByQt(absolutePath);
+    return directory.IsOpen() && QDir(directory.Path()).isReadable() ? std::optional(ListByQt(directory))
+                                                                     : std::nullopt;
 }
 
 } // namespace common

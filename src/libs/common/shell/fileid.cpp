@@ -1,4 +1,6 @@
-#include "fileentry.h"
+#include "fileid.h"
+
+#include "filepath.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -69,11 +71,6 @@ bool LeadsTo(const QString& source, const QString& destination)
         path = ReadLink(path);
     }
     return false;
-}
-
-QString JoinPath(const QString& root, const QString& relativePath)
-{
-    return root.isEmpty() ? root : root + QDir::separator() + QDir::toNativeSeparators(relativePath);
 }
 
 } // namespace common

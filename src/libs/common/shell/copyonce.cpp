@@ -1,0 +1,22 @@
+#include "copyonce.h"
+
+#include "filepath.h"
+
+#include <QFile>
+
+namespace common
+{
+
+bool CopyOnce(QFile& file, const QString& newName)
+{
+    const CopyResult result = file.isOpen() ? CopyResult::NotForMe
+                                            : CopyQuickly({nullptr, SearchedPath(file.fileName())},
+                                                          {nullptr, SearchedPath(newName)});
+    if (result == CopyResult::NotForMe) {
+        return file.copy(SearchedPath(newName)); // Its reason is left in `file`.
+    }
+    file.unsetError();
+    return result == CopyResult::Copied;
+}
+
+} // namespace common

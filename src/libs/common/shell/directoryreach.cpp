@@ -1,0 +1,153 @@
+#include "directoryreach.h"
+
+#include "filepath.h"
+
+#include <QDir>
+
+#include <algorithm>
+
+namespace common
+{
+
+namespace
+{
+
+/// Enough to walk a usual tree without opening a directory twice.
+constexpr std::size_t maxOpen = 16;
+
+} // namespace
+
+const OpenDirectory& DirectoryReach::To(int directory)
+{
+    std::vector<int> way;
+    const OpenDirectory* from = nullptr;
+    for (int at = directory; at >= 0; at = directories[static_cast<std::size_t>(at)].parent) {
+        from = Find(at);
+        if (from == nullptr && at == directory) {
+            from = Climb(at);
+        }
+        if (from != nullptr) {
+            break;
+        }
+        way.push_back(at);
+    }
+    for (auto step = way.rbegin(); step != way.rend(); ++step) {
+        OpenDirectory next = Open(from, *step);
+        if (!next.IsOpen()) {
+            failed = std::move(next);
+            return failed;
+        }
+        from = &Keep(*step, std::move(next));
+    }
+    return *from;
+}
+
+const OpenDirectory* DirectoryReach::Climb(int directory)
+{
+    const std::optional<FileId>& id = directories[static_cast<std::size_t>(directory)].id;
+    const auto child = std::find_if(open.rbegin(), open.rend(), [&](const auto& entry) {
+        return directories[static_cast<std::size_t>(entry.first)].parent == directory;
+    });
+    if (side == Side::Destination || !id || child == open.rend()) {
+        return nullptr;
+    }
+    OpenDirectory parent = child->second.OpenChild(QStringLiteral(".."), OpenDirectory::Access::List,
+                                                   OpenDirectory::Link::Refuse);
+    return parent.IsOpen() && parent.Id() == *id ? &Keep(directory, std::move(parent)) : nullptr;
+}
+
+const OpenDirectory& DirectoryReach::Keep(int directory, OpenDirectory opened)
+{
+    if (open.size() == maxOpen) {
+        open.pop_front();
+    }
+    open.emplace_back(directory, std::move(opened));
+    return open.back().second;
+}
+
+void DirectoryReach::Close(int directory)
+{
+    open.remove_if([directory](const auto& entry) { return entry.first == directory; });
+}
+
+QString DirectoryReach::PathOf(int directory) const
+{
+    if (lastPath.first != directory) {
+        int root = directory;
+        while (directories[static_cast<std::size_t>(root)].parent >= 0) {
+            root = directories[static_cast<std::size_t>(root)].parent;
+        }
+        const ScannedDirectory& top = directories[static_cast<std::size_t>(root)];
+        const QString& rootPath = side == Side::Source ? top.name : top.destination;
+        lastPath = {directory,
+                    directory == root ? rootPath : JoinPath(rootPath, RelativePathOf(directory, {}))};
+    }
+    return lastPath.second;
+}
+
+QString DirectoryReach::PathOf(int directory, const QString& name) const
+{
+    const QString path = PathOf(directory);
+    return path.isEmpty() ? path : path + QDir::separator() + name;
+}
+
+QString DirectoryReach::RelativePathOf(int directory, const QString& name) const
+{
+    std::vector<QString> names;
+    for (int at = directory; directories[static_cast<std::size_t>(at)].parent >= 0;
+         at = directories[static_cast<std::size_t>(at)].parent) {
+        names.push_back(directories[static_cast<std::size_t>(at)].name);
+    }
+    QString path;
+    for (auto part = names.rbegin(); part != names.rend(); ++part) {
+        path += path.isEmpty() ? *part : u'/' + *part;
+    }
+    if (name.isEmpty()) {
+        return path;
+    }
+    return path.isEmpty() ? name : path + u'/' + name;
+}
+
+const OpenDirectory* DirectoryReach::Find(int directory) const
+{
+    const auto found = std::find_if(open.rbegin(), open.rend(),
+                                    [directory](const auto& entry) { return entry.first == directory; });
+    return found == open.rend() ? nullptr : &found->second;
+}
+
+OpenDirectory DirectoryReach::Open(const OpenDirectory* parent, int directory) const
+{
+    using Access = OpenDirectory::Access;
+    ScannedDirectory& scanned = directories[static_cast<std::size_t>(directory)];
+    if (scanned.parent < 0) {
+        return OpenRoot(scanned);
+    }
+    const bool isSource = side == Side::Source;
+    const Access access = isSource ? Access::List : Access::Pass;
+    const auto link = isSource && scanned.isLink ? OpenDirectory::Link::Follow : OpenDirectory::Link::Refuse;
+    OpenDirectory opened = parent->OpenChild(scanned.name, access, link);
+    if (!isSource) {
+        return opened.IsMissing() && parent->MakeChild(scanned.name)
+                   ? parent->OpenChild(scanned.name, access, link)
+                   : std::move(opened);
+    }
+    if (opened.IsOpen() && scanned.id && !(*scanned.id == opened.Id())) {
+        return {};
+    }
+    return opened;
+}
+
+OpenDirectory DirectoryReach::OpenRoot(const ScannedDirectory& root) const
+{
+    if (side == Side::Source) {
+        OpenDirectory opened = OpenDirectory::Open(ResolvedPath(root.name), OpenDirectory::Access::List);
+        return opened.IsOpen() && root.id && !(*root.id == opened.Id()) ? OpenDirectory() : std::move(opened);
+    }
+    const QString path = ResolvedPath(root.destination);
+    if (path.isEmpty() || !QDir().mkpath(path)) {
+        return {};
+    }
+    return OpenDirectory::Open(path, OpenDirectory::Access::Pass);
+}
+
+} // namespace common

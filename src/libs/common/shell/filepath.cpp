@@ -1,0 +1,28 @@
+#include "filepath.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace common
+{
+
+QString SearchedPath(const QString& path)
+{
+    const qsizetype colon = path.indexOf(u':');
+    if (colon < 2 || path.startsWith(u'/')) { // One letter is a drive.
+        return path;
+    }
+    const QStringList places = QDir::searchPaths(path.left(colon));
+    if (places.isEmpty()) {
+        return path;
+    }
+    const QFileInfo info(path);
+    return info.exists() ? info.filePath() : places.first() + u'/' + path.mid(colon + 1);
+}
+
+QString JoinPath(const QString& root, const QString& relativePath)
+{
+    return root.isEmpty() ? root : root + QDir::separator() + QDir::toNativeSeparators(relativePath);
+}
+
+} // namespace common

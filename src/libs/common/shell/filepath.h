@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+
+namespace common
+{
+
+/// Returns `path` with a registered search path ("icons:a") replaced: by the directory that has the entry, or
+/// else by the first one.
+QString SearchedPath(const QString& path);
+
+/**
+ * Returns the absolute path of what the system takes `path` for. On Linux "link/.." is the directory above
+ * what the link leads to, while QFileInfo and QDir cut both words off. An empty path names nothing and stays
+ * empty.
+ */
+QString ResolvedPath(const QString& path);
+
+/// Returns the path of an entry below a root that is used as it was given. Empty if the root is, which names
+/// no directory.
+QString JoinPath(const QString& root, const QString& relativePath);
+
+/// Returns where the link `path` leads, one step. Empty if it is no link.
+QString ReadLink(const QString& path);
+
+} // namespace common

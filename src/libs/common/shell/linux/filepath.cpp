@@ -1,0 +1,34 @@
+#include "../filepath.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <filesystem>
+
+namespace common
+{
+
+QString ReadLink(const QString& path)
+{
+    std::error_code error;
+    const auto target = std::filesystem::read_symlink(QFile::encodeName(path).toStdString(), error);
+    const QString text = QFile::decodeName(target.c_str());
+    return error || target.is_absolute() ? text : QFileInfo(path).path() + u'/' + text;
+}
+
+QString ResolvedPath(const QString& path)
+{
+    QString absolute = SearchedPath(path);
+    // Resources are absolute to Qt.
+    if (!absolute.isEmpty() && !QDir::isAbsolutePath(absolute)) {
+        absolute = QDir::currentPath() + u'/' + absolute;
+    }
+    const QString folder = absolute + u'/';
+    const qsizetype dots = folder.lastIndexOf(QLatin1String("/../"));
+    const QString above =
+        dots < 0 ? QString() : QFileInfo(folder.left(dots) + QLatin1String("/..")).canonicalFilePath();
+    return QDir::cleanPath(above.isEmpty() ? absolute : above + folder.mid(dots + 3));
+}
+
+} // namespace common

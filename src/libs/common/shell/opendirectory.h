@@ -1,0 +1,107 @@
+#pragma once
+
+#include "fileid.h"
+
+#include <QString>
+
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace common
+{
+
+/**
+ * A directory that is held open. What is done in it is done there, even if somebody puts another directory or
+ * a link in its place. On Windows nobody can: it cannot be renamed or removed while it is held.
+ *
+ * A directory that only Qt can read, such as a resource, counts as open, too.
+ */
+class OpenDirectory
+{
+public:
+    enum class Access
+    {
+        List, ///< To list it and to reach its entries.
+        Pass  ///< To reach its entries only.
+    };
+    enum class Link
+    {
+        Follow,
+        Refuse
+    };
+
+    OpenDirectory() = default;
+    OpenDirectory(OpenDirectory&& other) noexcept { Swap(other); }
+    OpenDirectory& operator=(OpenDirectory&& other) noexcept
+    {
+        Swap(other);
+        return *this;
+    }
+    ~OpenDirectory();
+
+    /// Opens an absolute path, through links.
+    static OpenDirectory Open(const QString& path, Access access);
+    OpenDirectory OpenChild(const QString& name, Access access, Link link) const;
+    /// Makes a directory in this one. False if something exists under the name.
+    bool MakeChild(const QString& name) const;
+
+    bool IsOpen() const { return !path.isEmpty(); }
+    bool IsMissing() const { return missing; } ///< Not open because no such directory exists.
+    bool IsHeld() const { return native != none; }
+
+    std::intptr_t Native() const { return native; } ///< The descriptor or handle.
+    /// Leads to this very directory while it is held; not a path to show.
+    const QString& Path() const { return path; }
+    const FileId& Id() const { return id; }
+
+private:
+    Q_DISABLE_COPY(OpenDirectory)
+
+    static constexpr std::intptr_t none = -1;
+
+    void Swap(OpenDirectory& other) noexcept
+    {
+        std::swap(native, other.native);
+        std::swap(path, other.path);
+        std::swap(id, other.id);
+        std::swap(missing, other.missing);
+    }
+
+    std::intptr_t native = none;
+    QString path;
+    FileId id = {};
+    bool missing = false;
+};
+
+/// A name in a directory, or a path.
+struct FilePlace
+{
+    const OpenDirectory* directory; ///< Null for a path.
+    QString name;
+
+    /// Whether nobody can lead the name elsewhere. Then it is no link that may be followed either.
+    bool IsHeld() const { return directory != nullptr && directory->IsHeld(); }
+    /// For the functions of Qt, not to show. Empty if the directory is not open.
+    QString Path() const
+    {
+        if (directory == nullptr) {
+            return name;
+        }
+        return directory->IsOpen() ? directory->Path() + u'/' + name : QString();
+    }
+};
+
+enum class Removal
+{
+    Done,
+    Missing,
+    Failed
+};
+
+/// Removes a file or a link of any kind, never what a link leads to.
+Removal RemoveFileOrLink(const FilePlace& place);
+/// Removes an empty directory.
+Removal RemoveEmptyDirectory(const FilePlace& place);
+
+} // namespace common

@@ -1,0 +1,117 @@
+#include "../opendirectory.h"
+
+#include "nativepath.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <windows.h>
+
+namespace common
+{
+
+namespace
+{
+
+/// Whether an open directory is a link or a junction. Directories of cloud drives are reparse points, too.
+bool IsElsewhere(HANDLE directory)
+{
+    FILE_ATTRIBUTE_TAG_INFO information = {};
+    return ::GetFileInformationByHandleEx(directory, FileAttributeTagInfo, &information,
+                                          sizeof information) != 0 &&
+           (information.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+           IsReparseTagNameSurrogate(information.ReparseTag);
+}
+
+bool IsMissingError(DWORD error)
+{
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_DIRECTORY;
+}
+
+Removal ResultOf(bool removed)
+{
+    if (removed) {
+        return Removal::Done;
+    }
+    return IsMissingError(::GetLastError()) ? Removal::Missing : Removal::Failed;
+}
+
+} // namespace
+
+OpenDirectory::~OpenDirectory()
+{
+    if (native != none) {
+        ::CloseHandle(reinterpret_cast<HANDLE>(native));
+    }
+}
+
+OpenDirectory OpenDirectory::Open(const QString& path, Access access)
+{
+    OpenDirectory opened;
+    if (path.isEmpty() || path.startsWith(u':')) {
+        opened.missing = path.isEmpty() || !QDir(path).exists();
+        opened.path = opened.missing ? QString() : path;
+        return opened;
+    }
+    OpenDirectory parent;
+    return parent.OpenChild(path, access, Link::Follow);
+}
+
+// Without FILE_SHARE_DELETE: what is open here can be neither renamed nor removed.
+OpenDirectory OpenDirectory::OpenChild(const QString& name, Access /*access*/, Link link) const
+{
+    const QString childPath = IsOpen() ? path + u'/' + name : name;
+    if (IsOpen() && !IsHeld()) {
+        return Open(childPath, Access::List);
+    }
+    OpenDirectory opened;
+    const DWORD flags =
+        FILE_FLAG_BACKUP_SEMANTICS | (link == Link::Refuse ? FILE_FLAG_OPEN_REPARSE_POINT : 0);
+    const HANDLE handle =
+        ::CreateFileW(NativePath(childPath).c_str(), FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                      nullptr, OPEN_EXISTING, flags, nullptr);
+    if (handle == INVALID_HANDLE_VALUE) {
+        opened.missing = IsMissingError(::GetLastError());
+        return opened;
+    }
+    opened.native = reinterpret_cast<std::intptr_t>(handle);
+    BY_HANDLE_FILE_INFORMATION information = {};
+    if (::GetFileInformationByHandle(handle, &information) == 0) {
+        return opened;
+    }
+    if ((information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        opened.missing = true;
+    } else if (link == Link::Follow || !IsElsewhere(handle)) {
+        opened.path = childPath;
+        opened.id = IdOf(information);
+    }
+    return opened;
+}
+
+bool OpenDirectory::MakeChild(const QString& name) const
+{
+    return QDir().mkdir(path + u'/' + name);
+}
+
+Removal RemoveFileOrLink(const FilePlace& place)
+{
+    const QString path = place.Path();
+    constexpr DWORD directoryLink = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    const std::wstring native = NativePath(path);
+    const DWORD attributes = ::GetFileAttributesW(native.c_str());
+    if (path.isEmpty() || attributes == INVALID_FILE_ATTRIBUTES) {
+        return path.isEmpty() ? Removal::Missing : ResultOf(false);
+    }
+    // The system removes such a link as it removes an empty directory.
+    const bool isDirectoryLink = (attributes & directoryLink) == directoryLink;
+    return ResultOf(isDirectoryLink ? ::RemoveDirectoryW(native.c_str()) != 0
+                                    : ::DeleteFileW(native.c_str()) != 0);
+}
+
+Removal RemoveEmptyDirectory(const FilePlace& place)
+{
+    return place.Path().isEmpty() ? Removal::Missing
+                                  : ResultOf(::RemoveDirectoryW(NativePath(place.Path()).c_str()) != 0);
+}
+
+} // namespace common
