@@ -13,10 +13,11 @@ packages_of() {
     local desktop="dbus-daemon dbus-bin libglib2.0-bin desktop-file-utils xdg-utils
         xvfb xauth xdotool openbox pulseaudio libfaketime"
     local packers="pigz nodejs"
+    local readers="mandoc zsh" # Of the manual page and the completions of vxtool.
     case $1 in
     demo) echo "$build nginx-light openssl" ;;
     gui-demo) echo "xvfb openbox xdotool imagemagick python3 dbus-daemon fonts-dejavu-core" ;;
-    test) echo "$build valgrind python3 $servers $desktop $packers" ;;
+    test) echo "$build valgrind python3 $servers $desktop $packers $readers" ;;
     windows) echo "$build $servers g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
     bench) echo "$build $servers curl libbenchmark-dev libspdlog-dev libdeflate-dev nodejs python3" ;;
     fuzz) echo "$build clang" ;;

@@ -24,12 +24,12 @@ const QStringList exitStatus{u"0  every input was valid, every job done"_s,
                              u"2  the command line makes no sense"_s};
 
 /// Returns `text` broken into lines that are indented by `indent`, the first one excepted.
-QString Wrapped(const QString& text, qsizetype indent)
+QString Wrapped(const QString& text, qsizetype indent, qsizetype width = lineWidth)
 {
     QString wrapped;
     qsizetype column = indent;
     for (const QString& word : text.split(u' ')) {
-        if (column > indent && column + 1 + word.size() > lineWidth) {
+        if (column > indent && column + 1 + word.size() > width) {
             wrapped += u'\n' + QString(indent, u' ');
             column = indent;
         } else if (column > indent) {
@@ -134,10 +134,16 @@ qsizetype Distance(const QString& a, const QString& b)
     return cost.back().back();
 }
 
-QString Roff(QString text)
+QString RoffEscaped(QString text)
 {
-    text.replace(u'\\', "\\e"_L1).replace(u'-', "\\-"_L1).replace(u'\'', "\\(aq"_L1);
-    return text;
+    return text.replace(u'\\', "\\e"_L1).replace(u'-', "\\-"_L1).replace(u'\'', "\\(aq"_L1);
+}
+
+/// Returns running text in lines that stay short when escapes have made them longer.
+QString Roff(const QString& text)
+{
+    constexpr qsizetype width = 70;
+    return RoffEscaped(Wrapped(text, 0, width));
 }
 
 QString RoffOptions(const Options& options)
@@ -157,7 +163,7 @@ QString RoffCommand(const Command& command)
                    Roff(command.summary + u' ' + command.details).trimmed() + u'\n' +
                    RoffOptions(command.options);
     if (!command.example.isEmpty()) {
-        text += u".PP\nExample:\n.PP\n.nf\n.RS\n"_s + Roff(command.example) + u"\n.RE\n.fi\n"_s;
+        text += u".PP\nExample:\n.PP\n.nf\n.RS\n"_s + RoffEscaped(command.example) + u"\n.RE\n.fi\n"_s;
     }
     return text;
 }
@@ -167,7 +173,7 @@ QString ManualPage(const QString& date)
     QString text = u".TH VXTOOL 1 \"%1\" \"vxcommon %2\" \"User Commands\"\n"_s.arg(
         date, QCoreApplication::applicationVersion());
     text += u".SH NAME\nvxtool \\- %1\n.SH SYNOPSIS\n%2\n.SH DESCRIPTION\n%3\n"_s.arg(
-        purpose, Roff(usage), Roff(description.join(u"\n.PP\n"_s)));
+        purpose, Roff(usage), Roff(description.first()) + u"\n.PP\n"_s + Roff(description.last()));
     text += u".SH OPTIONS\n"_s + RoffOptions(GlobalOptions() + ProgramOptions()) + u".SH COMMANDS\n"_s;
     for (const Command& command : Commands()) {
         text += RoffCommand(command);
@@ -323,6 +329,10 @@ QString ZshCompletion()
            "    commands=(\n      %3\n    )\n"
            "    _describe -t commands command commands ;;\n"
            "  (argument)\n"
+           "    if [[ $words[1] == help ]] && (( CURRENT > 2 )); then\n"
+           "      shift words\n"
+           "      (( CURRENT-- ))\n"
+           "    fi\n"
            "    name=$words[1]\n"
            "    case $name in\n"
            "    (help) commands=(%4) ;;\n"

@@ -17,6 +17,12 @@ run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${prefix}")
 
 # The installed programs find the installed library by themselves.
 run("${prefix}/bin/vxtool" --version)
+foreach(page man/man1/vxtool.1 bash-completion/completions/vxtool zsh/site-functions/_vxtool)
+    file(SIZE "${prefix}/share/${page}" size)
+    if(size LESS 1000)
+        message(FATAL_ERROR "${page} has ${size} bytes")
+    endif()
+endforeach()
 if(EXISTS "${prefix}/bin/vxphone")
     # Its window logs the address as soon as it is shown.
     file(WRITE "${WORK_DIR}/start_vxphone.sh" [=[
