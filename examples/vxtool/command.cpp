@@ -6,6 +6,7 @@
 #include <common/vxcommon_features.h>
 
 #include <QMutex>
+#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -135,7 +136,8 @@ bool StartLog(const QString& file, int level, bool showSource)
 
 QString LibraryError()
 {
-    return Keeper().FirstError();
+    static const QRegularExpression objectNumbers(u"^\\[[0-9, ]+\\]: "_s);
+    return Keeper().FirstError().remove(objectNumbers);
 }
 
 } // namespace vxtool
