@@ -14,9 +14,11 @@
 #include <QLocalServer>
 #include <QThread>
 
+#include <chrono>
+
 using common::IdleWatcher;
 
-/// Answers for the screen saver, whose time grows with the clock, and for the window manager.
+/// Replies for the screen saver, whose time grows with the clock, and for the window manager.
 class IdleServices : public QDBusVirtualObject
 {
 public:
@@ -63,9 +65,9 @@ void TestDesktopIdle::screenSaverExtension()
 
 void TestDesktopIdle::unit_data()
 {
-    // Answers each 3 s while there is input, or none is counted; what they grow by after that; what the tenth
-    // is taken for, in ms.
-    const Table<QList<uint>, uint, qint64> row("before", "step", "told");
+    // Replies each 3 s while there is input, or none is counted; their growth after that; the idle time of
+    // the tenth, in ms.
+    const Table<QList<uint>, uint, qint64> row("before", "step", "expected");
     const QList<uint> typing{3, 6, 9, 12, 15, 18, 21, 24, 27, 5};
     row("seconds", {0, 0, 0}, 3, 27000);
     row("milliseconds after typing that looks like seconds", typing, 3000, 27005);
@@ -78,22 +80,22 @@ void TestDesktopIdle::unit()
 {
     QFETCH(QList<uint>, before);
     QFETCH(uint, step);
-    QFETCH(qint64, told);
+    QFETCH(qint64, expected);
 
     common::IdleUnit unit;
-    qint64 now = 4000000000; // Ticks of 32 bits have wrapped.
+    std::chrono::milliseconds now{4000000000}; // Ticks of 32 bits have wrapped.
     for (const uint number : before) {
-        QVERIFY(!unit.ToMilliseconds(number, now += 3000).has_value());
+        QVERIFY(!unit.ToIdleTime(number, now += std::chrono::seconds(3)).has_value());
     }
     for (uint i = 1; i < 10; ++i) {
-        const auto idle = unit.ToMilliseconds(before.last() + i * step, now += 3000);
-        QCOMPARE(idle.has_value() ? static_cast<qint64>(*idle) : -1, i < 9 ? -1 : told);
+        const auto idle = unit.ToIdleTime(before.last() + i * step, now += std::chrono::seconds(3));
+        QCOMPARE(idle.has_value() ? idle->count() : -1, i < 9 ? -1 : expected);
     }
 }
 
 void TestDesktopIdle::services()
 {
-    QLocalServer silent; // Takes the connection and says nothing.
+    QLocalServer silent; // Accepts the connection and never replies.
     QVERIFY(silent.listen("vxcommon-silent-bus-" + QString::number(QCoreApplication::applicationPid())));
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + silent.fullServerName().toUtf8());
     QVERIFY(IdleWatcher::instance()->idleWatcherPrivate()->backend == nullptr);
@@ -103,7 +105,7 @@ void TestDesktopIdle::services()
     auto connection = QDBusConnection::connectToBus("unix:path=" + bus.Path(), "services");
     IdleServices services;
     QVERIFY(connection.registerVirtualObject("/org", &services, QDBusConnection::SubPath));
-    QThread thread; // It answers while the watcher waits.
+    QThread thread; // It replies while the watcher waits.
     services.moveToThread(&thread);
     thread.start();
 

@@ -7,7 +7,7 @@
 namespace common
 {
 
-/// The best backend that this system offers; null, with an Error line, if it offers none.
+/// Returns the best backend that this system offers; null, with an Error line, if it offers none.
 std::unique_ptr<IIdleBackend> createIdleBackend();
 
 } // namespace common

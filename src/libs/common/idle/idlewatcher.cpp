@@ -14,7 +14,7 @@ namespace
 
 constexpr int minute = 60;
 constexpr std::chrono::milliseconds pollInterval{3000};
-/// Short, so that a return is told within a second.
+/// Interval while idle: short, so that a return is reported within a second.
 constexpr std::chrono::milliseconds idlePollInterval{1000};
 
 } // namespace
@@ -47,7 +47,7 @@ void IdleWatcher::checkIdleState()
     }
     const int seconds = d->backend->getSeconds();
     const int previous = d->lastSeconds;
-    // A receiver may let go of the last pointer to this watcher.
+    // A receiver may release the last pointer to this watcher.
     const QPointer<IdleWatcher> alive(this);
     if (seconds < previous && previous >= minute) {
         d->timer.setInterval(pollInterval);

@@ -25,21 +25,23 @@ namespace
 
 constexpr logger::Channel logChannel{"common.idle"};
 
-constexpr quint64 millisecondsPerSecond = 1000;
-/// A desktop answers at once; more would be felt in the interface.
-constexpr std::chrono::milliseconds answerLimit{500};
+using std::chrono::milliseconds;
 
-int ToSeconds(std::optional<quint64> milliseconds)
+/// A desktop replies at once; a longer wait would delay the interface.
+constexpr milliseconds replyTimeout{500};
+
+int ToSeconds(std::optional<milliseconds> idleTime)
 {
-    if (!milliseconds.has_value()) {
+    if (!idleTime.has_value()) {
         LOG_MESSAGE(logger::Error) << "GetLastInputInfo returned not ok";
         return 0;
     }
-    constexpr quint64 most = std::numeric_limits<int>::max();
-    return static_cast<int>(std::min(*milliseconds / millisecondsPerSecond, most));
+    constexpr qint64 most = std::numeric_limits<int>::max();
+    return static_cast<int>(
+        std::min<qint64>(std::chrono::floor<std::chrono::seconds>(*idleTime).count(), most));
 }
 
-/// The X server's own clock of idleness, by the MIT-SCREEN-SAVER extension.
+/// The X server's idle time, by the MIT-SCREEN-SAVER extension.
 class ScreenSaverExtensionBackend : public IIdleBackend
 {
 public:
@@ -66,7 +68,7 @@ public:
         const auto cookie = xcb_screensaver_query_info(connection.get(), root);
         const platform::XReply<xcb_screensaver_query_info_reply_t> reply(
             xcb_screensaver_query_info_reply(connection.get(), cookie, nullptr));
-        return ToSeconds(reply != nullptr ? std::optional<quint64>(reply->ms_since_user_input)
+        return ToSeconds(reply != nullptr ? std::optional(milliseconds(reply->ms_since_user_input))
                                           : std::nullopt);
     }
 
@@ -76,7 +78,7 @@ private:
     xcb_window_t root = XCB_NONE;
 };
 
-/// A service on the session bus that tells the idle time by a call without arguments.
+/// A service on the session bus that returns the idle time from a call without arguments.
 struct IdleService
 {
     const char* service;
@@ -90,12 +92,12 @@ constexpr IdleService mutterIdleMonitor{"org.gnome.Mutter.IdleMonitor", "/org/gn
 constexpr IdleService screenSaver{"org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver",
                                   "org.freedesktop.ScreenSaver", "GetSessionIdleTime"};
 
-std::optional<quint64> Ask(platform::BusConnection& bus, const IdleService& service)
+std::optional<quint64> Query(platform::BusConnection& bus, const IdleService& service)
 {
     const auto call =
         QDBusMessage::createMethodCall(QLatin1String(service.service), QLatin1String(service.path),
                                        QLatin1String(service.interface), QLatin1String(service.method));
-    const QDBusMessage reply = bus.Call(call, QDeadlineTimer(answerLimit));
+    const QDBusMessage reply = bus.Call(call, QDeadlineTimer(replyTimeout));
     bool ok = false;
     const quint64 number = reply.arguments().value(0).toULongLong(&ok);
     return reply.type() == QDBusMessage::ReplyMessage && ok ? std::optional(number) : std::nullopt;
@@ -110,13 +112,17 @@ public:
         : bus(std::move(bus_))
     {}
 
-    int getSeconds() override { return ToSeconds(Ask(*bus, mutterIdleMonitor)); }
+    int getSeconds() override
+    {
+        const std::optional<quint64> number = Query(*bus, mutterIdleMonitor);
+        return ToSeconds(number ? std::optional(milliseconds(*number)) : std::nullopt);
+    }
 
 private:
     Bus bus;
 };
 
-/// Until the unit of the answers is known, nobody counts as idle.
+/// Until the unit of the replies is known, the user counts as active.
 class ScreenSaverServiceBackend : public IIdleBackend
 {
 public:
@@ -128,13 +134,14 @@ public:
 
     int getSeconds() override
     {
-        const std::optional<quint64> number = Ask(*bus, screenSaver);
+        const std::optional<quint64> number = Query(*bus, screenSaver);
         if (!number.has_value()) {
             return ToSeconds(std::nullopt);
         }
         constexpr quint64 most = std::numeric_limits<quint32>::max();
-        const auto answer = static_cast<quint32>(std::min(*number, most));
-        return ToSeconds(unit.ToMilliseconds(answer, clock.elapsed()).value_or(0));
+        const auto reply = static_cast<quint32>(std::min(*number, most));
+        return ToSeconds(
+            unit.ToIdleTime(reply, milliseconds(clock.elapsed())).value_or(milliseconds::zero()));
     }
 
 private:
@@ -146,14 +153,14 @@ private:
 std::unique_ptr<IIdleBackend> CreateServiceBackend()
 {
     auto bus = std::make_unique<platform::BusConnection>(platform::BusConnection::SessionBusAddress(),
-                                                         QDeadlineTimer(answerLimit));
+                                                         QDeadlineTimer(replyTimeout));
     if (!bus->IsOpen()) {
         return nullptr;
     }
-    if (Ask(*bus, mutterIdleMonitor).has_value()) {
+    if (Query(*bus, mutterIdleMonitor).has_value()) {
         return std::make_unique<MutterBackend>(std::move(bus));
     }
-    if (Ask(*bus, screenSaver).has_value()) {
+    if (Query(*bus, screenSaver).has_value()) {
         return std::make_unique<ScreenSaverServiceBackend>(std::move(bus));
     }
     return nullptr;

@@ -1,38 +1,36 @@
 #include "idleunit.h"
 
-#include <cstdlib>
-
 namespace common
 {
 
 namespace
 {
 
-/// By chance one answer in some ten to a hundred fits while the user types; so many in a row never do. At a
-/// poll each 3 s they are there before the first minute of rest is over.
-constexpr int answersNeeded = 10;
+using namespace std::chrono_literals;
 
-constexpr qint64 millisecondsPerSecond = 1000;
-constexpr qint64 answerDelay = 500; // ms; a later answer counts as failed.
+/// Replies in a row that must keep pace. By chance one in some ten to a hundred fits while the user types;
+/// that many never do. At a poll each 3 s they arrive before the first minute of rest is over.
+constexpr int repliesNeeded = 10;
+
+constexpr IdleUnit::Milliseconds replyTimeout = 500ms;
 
 } // namespace
 
-std::optional<quint64> IdleUnit::ToMilliseconds(quint32 number, qint64 now)
+std::optional<IdleUnit::Milliseconds> IdleUnit::ToIdleTime(quint32 number, Milliseconds now)
 {
-    if (unit == 0) {
+    if (unit == 0ms) {
         Compare(number, now);
     }
-    return unit != 0 ? std::optional<quint64>(number * unit) : std::nullopt;
+    return unit != 0ms ? std::optional(number * unit) : std::nullopt;
 }
 
-void IdleUnit::Compare(qint64 number, qint64 now)
+void IdleUnit::Compare(quint32 number, Milliseconds now)
 {
-    const qint64 growth = number - firstNumber;
-    const qint64 elapsed = now - firstTime;
-    // A whole second may end or not between clock and answer.
-    maybeSeconds = maybeSeconds &&
-                   std::abs(growth * millisecondsPerSecond - elapsed) <= millisecondsPerSecond + answerDelay;
-    maybeMilliseconds = maybeMilliseconds && std::abs(growth - elapsed) <= answerDelay;
+    const qint64 growth = qint64{number} - firstNumber;
+    const Milliseconds elapsed = now - firstTime;
+    // A whole second may end or not between clock and reply.
+    maybeSeconds = maybeSeconds && std::chrono::abs(growth * 1000ms - elapsed) <= 1s + replyTimeout;
+    maybeMilliseconds = maybeMilliseconds && std::chrono::abs(growth * 1ms - elapsed) <= replyTimeout;
     if (count == 0 || (!maybeSeconds && !maybeMilliseconds)) {
         firstNumber = number;
         firstTime = now;
@@ -41,8 +39,8 @@ void IdleUnit::Compare(qint64 number, qint64 now)
         maybeMilliseconds = true;
     }
     ++count;
-    if (count >= answersNeeded && maybeSeconds != maybeMilliseconds) {
-        unit = maybeSeconds ? millisecondsPerSecond : 1;
+    if (count >= repliesNeeded && maybeSeconds != maybeMilliseconds) {
+        unit = maybeSeconds ? 1000ms : 1ms;
     }
 }
 

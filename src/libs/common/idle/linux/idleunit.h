@@ -2,36 +2,38 @@
 
 #include <QtGlobal>
 
+#include <chrono>
 #include <optional>
 
 namespace common
 {
 
 /**
- * Finds out whether the idle time of a desktop's screen saver counts seconds or milliseconds.
+ * Determines whether the idle time of a desktop's screen saver is in seconds or in milliseconds.
  *
- * GetSessionIdleTime tells seconds on some desktops and milliseconds on others. Neither an answer nor the
- * step from one to the next shows which, since input in between leaves any number below the time that has
- * gone. What no input can do is make the number keep pace with the clock, answer after answer: that is rest,
- * and shows the unit.
+ * The unit of GetSessionIdleTime differs between desktops. Neither a reply nor the growth from one to the
+ * next shows it, since input in between may leave any number below the elapsed time. But input cannot make
+ * the number keep pace with the clock, reply after reply: that is rest, and shows the unit.
  */
 class IdleUnit
 {
 public:
+    using Milliseconds = std::chrono::milliseconds;
+
     /**
-     * @param number the service's answer
-     * @param now when it came, in ms of a clock that never goes back
-     * @return the idle time in ms; nothing as long as the unit is unknown
+     * @param number The service's reply.
+     * @param now When it arrived, on a monotonic clock.
+     * @return The idle time; nothing as long as the unit is unknown.
      */
-    std::optional<quint64> ToMilliseconds(quint32 number, qint64 now);
+    std::optional<Milliseconds> ToIdleTime(quint32 number, Milliseconds now);
 
 private:
-    void Compare(qint64 number, qint64 now);
+    void Compare(quint32 number, Milliseconds now);
 
-    quint64 unit = 0; ///< In ms; 0 until it is known.
-    int count = 0;    ///< Answers in a row that keep pace, the first of them included.
-    qint64 firstNumber = 0;
-    qint64 firstTime = 0;
+    Milliseconds unit{0}; ///< 0 until it is known.
+    int count = 0;        ///< Replies in a row that keep pace, the first of them included.
+    quint32 firstNumber = 0;
+    Milliseconds firstTime{0};
     bool maybeSeconds = true;
     bool maybeMilliseconds = true;
 };

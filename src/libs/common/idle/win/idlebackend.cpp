@@ -4,6 +4,8 @@
 
 #include <QLibrary>
 
+#include <chrono>
+
 #include <qt_windows.h>
 
 namespace common
@@ -14,16 +16,14 @@ namespace
 
 constexpr logger::Channel logChannel{"common.idle"};
 
-constexpr DWORD millisecondsPerSecond = 1000;
-
 using GetLastInputInfoFunction = BOOL(WINAPI*)(PLASTINPUTINFO);
 using IdleUIGetLastInputTimeFunction = DWORD(WINAPI*)();
 
-/// The ticks are unsigned and of 32 bits: the distance is right across their wrap after 49.7 days, too.
+/// The ticks are unsigned and of 32 bits, so the distance is also right across their wrap after 49.7 days.
 int SecondsSince(DWORD tick)
 {
-    const DWORD distance = GetTickCount() - tick;
-    return static_cast<int>(distance / millisecondsPerSecond);
+    const std::chrono::duration<DWORD, std::milli> distance(GetTickCount() - tick);
+    return static_cast<int>(std::chrono::duration_cast<std::chrono::duration<DWORD>>(distance).count());
 }
 
 class GetLastInputInfoBackend : public IIdleBackend
@@ -61,7 +61,7 @@ private:
     IdleUIGetLastInputTimeFunction function;
 };
 
-/// Null if there is no such library or no such function in it. The library stays loaded.
+/// Returns null if the library or the function does not exist. The library stays loaded.
 template<typename Function>
 Function Resolve(const QString& libraryName, const char* name)
 {
