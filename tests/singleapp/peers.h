@@ -14,8 +14,8 @@
 #include <functional>
 #include <memory>
 
-/// Work on a thread of its own, since a lock may belong to a thread. Join keeps the event loop of this one
-/// going.
+/// Work on a separate thread, since a lock may belong to a thread. Join keeps the event loop of the caller
+/// running.
 class Thread
 {
 public:
@@ -39,7 +39,7 @@ private:
     const std::unique_ptr<QThread> thread;
 };
 
-/// What a second process does: hands over a text; whether it was told that it arrived.
+/// Sends a message as a secondary instance. Returns whether it was acknowledged.
 inline bool SendFromElsewhere(const QString& appId, const QString& text, int timeout = 20000)
 {
     bool sent = false;
@@ -47,7 +47,7 @@ inline bool SendFromElsewhere(const QString& appId, const QString& text, int tim
     return sent;
 }
 
-/// A text on the wire, with a length that may be a lie.
+/// A message in the wire format, with a length that may be wrong.
 inline QByteArray OnTheWire(const QByteArray& text, quint32 length)
 {
     QByteArray bytes;
@@ -55,7 +55,7 @@ inline QByteArray OnTheWire(const QByteArray& text, quint32 length)
     return bytes + text;
 }
 
-/// The name of the socket, as long as nobody is the first. Leaves the lock file behind.
+/// Returns the name of the socket. Requires that there is no primary instance; leaves the lock file.
 inline QString SocketName(const QString& appId)
 {
     QtLocalPeer peer(nullptr, appId);
@@ -70,7 +70,7 @@ inline void SetTempPath(const QString& path)
     }
 }
 
-/// A temporary folder for this run only, which children inherit.
+/// A temporary directory for this run only, which children inherit.
 class PrivateTemp : public QTemporaryDir
 {
 public:

@@ -1,4 +1,4 @@
-// What other users of a shared temporary folder may try. Needs the rights of root to play another user.
+// Attacks by other users of a shared temporary directory. Needs the rights of root to act as another user.
 
 #include "peers.h"
 #include "table.h"
@@ -18,10 +18,10 @@ namespace
 
 constexpr uid_t otherUser = 65534;
 
-/// What CTest shows as a test that was not run.
+/// CTest reports this exit code as a skipped test.
 constexpr int skipped = 77;
 
-/// Whether something works for another user.
+/// Returns whether something works for another user.
 bool WorksForOther(const std::function<bool()>& work)
 {
     const bool worked = seteuid(otherUser) == 0 && work();
@@ -68,7 +68,7 @@ void TestForeignUsers::plantedLockFile()
 
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression("lockfile is not a file of this user"));
     QtLocalPeer peer(nullptr, "plant");
-    QVERIFY2(!peer.isSecondary(), "nobody's file keeps this user from starting");
+    QVERIFY2(!peer.isSecondary(), "no file keeps this user from starting");
     QVERIFY(!peer.sendMessage("x", 100));
     QVERIFY(!QFile::exists(QDir::temp().filePath(socketName)));
     QCOMPARE(file.size(), 8);

@@ -47,7 +47,7 @@ private Q_SLOTS:
 
 void TestLocalPeer::names()
 {
-    // The checksums are CRC-16 of ISO 3309, calculated by another program.
+    // The checksums are CRC-16 of ISO 3309, computed by another program.
     const QString name = SocketName("@AZ[`az{");
     QCOMPARE(name.section('-', 0, 2), "qtsingleapp-AZaz-e325");
     QVERIFY2(!name.section('-', 3).isEmpty(), "the group");
@@ -70,11 +70,11 @@ void TestLocalPeer::handOver()
     QCOMPARE(received.at(1).at(0).toString(), "");
 }
 
-// One that claims as soon as the lock is free keeps its socket.
+// A process that claims as soon as the lock is free keeps its socket.
 void TestLocalPeer::heir()
 {
     auto first = std::make_unique<QtLocalPeer>(nullptr, "heir");
-    QVERIFY2(!first->sendMessage("to nobody", 1000), "becomes the first");
+    QVERIFY2(!first->sendMessage("to no process", 1000), "becomes the first");
     QtLocalPeer heir(nullptr, "heir");
     bool inherited = false;
     connect(first.get(), &QObject::destroyed, this, [&] { inherited = !heir.isSecondary(); });
@@ -82,7 +82,7 @@ void TestLocalPeer::heir()
     QVERIFY2(inherited && SendFromElsewhere("heir", "hello", -2), "with no limit");
 }
 
-// It is the first all the same, and tries again.
+// The process is the primary instance all the same, and attempts to listen again.
 void TestLocalPeer::socketCannotBeMade()
 {
     const QString path = QDir::temp().filePath(SocketName("deaf"));
@@ -96,7 +96,7 @@ void TestLocalPeer::socketCannotBeMade()
     QVERIFY(SendFromElsewhere("deaf", "hello"));
 }
 
-// Nothing comes into the working directory then, and nobody is waited for.
+// Nothing is created in the working directory then, and no process is waited for.
 void TestLocalPeer::lockFileCannotBeMade()
 {
     const QString folder = QDir::tempPath();
@@ -152,10 +152,10 @@ void TestLocalPeer::clients()
     QVERIFY(SendFromElsewhere(appId, "honest"));
     QTRY_COMPARE(received.size(), 1);
     QCOMPARE(received.at(0).at(0).toString(), "honest");
-    QTRY_VERIFY2(first.findChildren<QLocalSocket*>().isEmpty(), "nobody is served any more");
+    QTRY_VERIFY2(first.findChildren<QLocalSocket*>().isEmpty(), "no client is served any more");
 }
 
-// Nobody pays for what the primary instance does in the meantime: what has arrived counts.
+// A busy primary instance does not blame its clients: what has arrived counts.
 void TestLocalPeer::busyFirst()
 {
     const QString socketName = SocketName("busy");
@@ -228,7 +228,7 @@ void TestLocalPeer::deliveredAfterClose()
     QVERIFY(send("leaves"));
     client.reset();
     QTRY_COMPARE(events, QStringList({"stays", "leaves"}));
-    QVERIFY2(sinceAnswer.elapsed() < 900, "nobody is waited for who has gone");
+    QVERIFY2(sinceAnswer.elapsed() < 900, "a client that has left is not waited for");
 }
 
 void TestLocalPeer::acknowledgedTextOutlivesPeer()
@@ -255,7 +255,7 @@ void TestLocalPeer::receiverDeletesPeer()
     QTRY_VERIFY(first.isNull());
 }
 
-// Before it is asked anything; its timers go along, or Qt warns.
+// Before its first call. Its timers move with it, or Qt warns.
 void TestLocalPeer::movedToThread()
 {
     QTest::failOnWarning(QRegularExpression("."));

@@ -13,7 +13,7 @@ using QtLP_Private::QtLockedFile;
 namespace
 {
 
-/// Takes a lock on a thread of its own and keeps it until it is let go.
+/// Takes a lock on a separate thread and keeps it until LetGo is called.
 class Holder
 {
 public:

@@ -1,5 +1,4 @@
-// What happens to the two files of a primary instance in the temporary directory, and to a process that
-// inherits them.
+// The two files of a primary instance in the temporary directory, and a process that inherits them.
 
 #include "peers.h"
 
@@ -15,7 +14,7 @@
 namespace
 {
 
-/// A primary instance that forks a helper, which goes on until the standard input ends.
+/// A primary instance that forks a helper, which runs until its standard input ends.
 int RunWithHelper(const char* appId)
 {
     QtLocalPeer peer(nullptr, appId);

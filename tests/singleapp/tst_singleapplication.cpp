@@ -15,7 +15,7 @@ namespace
 
 const QString appId = "single application";
 
-/// Keeps the states that it was given, in their order.
+/// Records its window states in order.
 class Window : public QWidget
 {
 public:
@@ -62,12 +62,12 @@ void TestSingleApplication::methodOrder()
 void TestSingleApplication::claimAndMessages()
 {
     QCOMPARE(application->id(), appId);
-    QVERIFY2(!SendFromElsewhere(appId, "nobody is the first"), "undecided until asked");
+    QVERIFY2(!SendFromElsewhere(appId, "no claim yet"), "no claim before the first call");
     application->initialize(true);
     QSignalSpy received(application, &QtSingleApplication::messageReceived);
     QVERIFY(SendFromElsewhere(appId, "hello"));
     QVERIFY(!application->isRunning());
-    QVERIFY(!application->sendMessage("to nobody"));
+    QVERIFY(!application->sendMessage("to no process"));
     QTRY_COMPARE(received.size(), 1);
     QCOMPARE(received.at(0).at(0).toString(), "hello");
 }
@@ -84,13 +84,13 @@ void TestSingleApplication::activationConnections()
     window.states.clear();
     application->setActivationWindow(&window, false);
     QVERIFY(application->activationWindow() == &window);
-    QVERIFY(SendFromElsewhere(appId, "not asked for"));
+    QVERIFY(SendFromElsewhere(appId, "no activation"));
     QTRY_COMPARE(received.size(), 2);
     QVERIFY(window.states.isEmpty());
     application->setActivationWindow(&window, true);
     QVERIFY(SendFromElsewhere(appId, "as large as it was"));
     QTRY_COMPARE(received.size(), 3);
-    // What the window system makes of it comes later.
+    // The window system may change the state again later.
     QCOMPARE(window.states.value(0), Qt::WindowStates(Qt::WindowMaximized));
     application->setActivationWindow(nullptr, false);
 }
@@ -107,7 +107,7 @@ void TestSingleApplication::deletedWindow()
     application->setActivationWindow(nullptr, false);
 }
 
-// The real thing, where there is a window manager: from behind and from the task bar to the front.
+// With a real window manager: from the background and from the task bar to the front.
 void TestSingleApplication::activation()
 {
     QWidget window;
@@ -140,7 +140,7 @@ int main(int argc, char** argv)
     // A display with a window manager; Windows has both.
     const XServer display;
     qputenv("QT_QPA_PLATFORM", "xcb");
-    // Otherwise libdbus looks for a session, and what it loses on the way is not for us to mend.
+    // Otherwise libdbus searches for a session, and leaks memory on the way.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     QProcess manager;
     manager.start("openbox", {"--sm-disable", "--startup", "echo ready"});

@@ -151,6 +151,7 @@ void QtLocalPeerPrivate::BeginService()
 
 void QtLocalPeerPrivate::EndService()
 {
+    checkTimer.stop();
     // Closing removes the socket by its name, which may be the next owner's as soon as the lock is free.
     server->close();
     const QList<MessageReceiver*> unfinished = std::exchange(receivers, {});

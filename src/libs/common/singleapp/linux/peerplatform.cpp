@@ -8,13 +8,14 @@
 #include <QLocalSocket>
 
 #include <cerrno>
-#include <csignal>
 #include <ctime>
 #include <optional>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace QtLP_Private
@@ -49,6 +50,20 @@ bool IsForeign(const QByteArray& path)
 {
     struct stat status = {};
     return ::lstat(path.constData(), &status) == 0 && !IsOwnFile(status);
+}
+
+/// A process that ends releases its lock shortly before it counts as dead.
+constexpr int exitTimeout = 100; // ms
+
+/// Returns false also for a process that has ended and that its parent has not collected yet.
+bool IsAlive(pid_t id)
+{
+    const common::platform::FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, id, 0)));
+    if (!process.IsOpen()) {
+        return errno != ESRCH; // Kernels before 5.3 have no pidfds.
+    }
+    pollfd end = {process.Get(), POLLIN, 0};
+    return ::poll(&end, 1, exitTimeout) == 0;
 }
 
 } // namespace
@@ -125,7 +140,7 @@ bool IsServed(const QString& name)
     }
     // A forked child may have inherited the socket of a process that has ended.
     const std::optional<ucred> server = PeerOf(socket);
-    return server && (::kill(server->pid, 0) == 0 || errno == EPERM);
+    return server && IsAlive(server->pid);
 }
 
 bool IsOwnPeer(const QLocalSocket& socket)
