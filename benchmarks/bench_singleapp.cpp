@@ -1,4 +1,4 @@
-/// Handing a text to the first process, which is another process, as in real life.
+/// Sending a message to the primary instance, which is another process, as in real life.
 
 #include <common/singleapp/qtlocalpeer.h>
 
@@ -23,8 +23,8 @@ namespace
 const QString appId = QStringLiteral("bench single application");
 const QString bareName = QStringLiteral("bench-bare-socket");
 
-/// The other side: the first process of the application, and a bare server that answers three bytes with
-/// three.
+/// The other side: the primary instance of the application, and a bare server that replies to three bytes
+/// with three.
 int RunServer(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
@@ -51,12 +51,15 @@ void HandOver(benchmark::State& state)
     for (auto _ : state) {
         QtLocalPeer peer(nullptr, appId);
         if (!peer.sendMessage(text, 5000)) {
-            state.SkipWithError("the text was not taken");
+            state.SkipWithError("the message was not acknowledged");
             return;
         }
     }
 }
-BENCHMARK(HandOver)->Name("text to the first process/vxcommon")->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(HandOver)
+    ->Name("message to the primary instance/vxcommon")
+    ->Unit(benchmark::kMicrosecond)
+    ->UseRealTime();
 
 void BareSocket(benchmark::State& state)
 {
@@ -64,13 +67,13 @@ void BareSocket(benchmark::State& state)
         QLocalSocket socket;
         socket.connectToServer(bareName);
         if (!socket.waitForConnected(5000) || socket.write("ack") != 3 || !socket.waitForReadyRead(5000)) {
-            state.SkipWithError("no answer");
+            state.SkipWithError("no reply");
             return;
         }
     }
 }
 BENCHMARK(BareSocket)
-    ->Name("text to the first process/bare local socket")
+    ->Name("message to the primary instance/bare local socket")
     ->Unit(benchmark::kMicrosecond)
     ->UseRealTime();
 

@@ -26,7 +26,7 @@ void TestFileIcons::missingFiles()
         const QIcon icon = first.icon(QFileInfo(name));
         QVERIFY(!icon.isNull());
         QVERIFY2(QDir(dir.path()).isEmpty(), "the sample is gone");
-        // What is in the cache comes back as it is; the fallback is asked for afresh.
+        // An icon from the cache is the same object; the fallback is queried again.
         const QIcon again = second.icon(QFileInfo(QString("/elsewhere/") + name));
         QCOMPARE(again.cacheKey() == icon.cacheKey(), !icon.availableSizes().isEmpty());
     }

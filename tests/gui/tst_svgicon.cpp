@@ -65,7 +65,7 @@ void TestSvgIcon::fade()
             const QRgb both = image.pixel(1, 1);
             QVERIFY(qAbs(qBlue(both) - opacity) <= 1 && qAbs(qRed(both) - (255 - opacity)) <= 1);
             QVERIFY(qAbs(qAlpha(image.pixel(last, 1)) - opacity) <= 1);
-            // Drawn at each size, not scaled: the edge is sharp.
+            // Rendered at each size, not scaled: the edge is sharp.
             QCOMPARE(image.pixel(middle - 1, last), qRgba(255, 0, 0, 255));
             QCOMPARE(image.pixel(middle, last), qRgba(0, 0, 0, 0));
         }

@@ -44,15 +44,15 @@ private Q_SLOTS:
 
 void TestWatchers::initTestCase()
 {
-    qunsetenv("DISPLAY"); // What a desktop offers is in tests of its own.
+    qunsetenv("DISPLAY"); // The services of a desktop have separate tests.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
 }
 
 void TestWatchers::idleReadings_data()
 {
-    // What the readings tell, with the poll's interval at that moment.
-    const Table<QList<int>, QString> row("readings", "told");
+    // The signals of the readings, with the poll interval at that moment.
+    const Table<QList<int>, QString> row("readings", "expected");
     row("before the first minute", {40, 2, 59, 0}, "3000");
     row("whole minutes", {59, 60, 119, 120, 59}, "idle 60 at 1000,idle 120 at 1000,active at 3000,3000");
     row("a fall to above a minute", {200, 100, 130}, "idle 200 at 1000,active at 3000,idle 130 at 1000,1000");
@@ -61,7 +61,7 @@ void TestWatchers::idleReadings_data()
 void TestWatchers::idleReadings()
 {
     QFETCH(QList<int>, readings);
-    QFETCH(QString, told);
+    QFETCH(QString, expected);
 
     const auto watcher = IdleWatcher::instance();
     auto* parts = watcher->idleWatcherPrivate();
@@ -81,7 +81,7 @@ void TestWatchers::idleReadings()
         watcher->checkIdleState();
         QCOMPARE(parts->lastSeconds, seconds);
     }
-    QCOMPARE(events + QString::number(parts->timer.interval()), told);
+    QCOMPARE(events + QString::number(parts->timer.interval()), expected);
 }
 
 void TestWatchers::idleBackend()
@@ -105,7 +105,7 @@ void TestWatchers::lastPointerGoesInSignal()
     const QPointer<IdleWatcher> alive(watcher.data());
     watcher->idleWatcherPrivate()->backend = std::make_unique<FakeBackend>();
     connect(watcher.data(), &IdleWatcher::idle, this, [&watcher] { watcher.reset(); });
-    // By the timer, as it is in real life.
+    // By the timer, as in real life.
     watcher->idleWatcherPrivate()->timer.start(1);
     QTRY_VERIFY(alive.isNull());
 }
@@ -130,7 +130,7 @@ void TestWatchers::sleepFromAnotherThread()
             powerChangeNotify(watcher, type, nullptr);
         }
     });
-    system.join(); // All the while this thread's event loop gets no turn.
+    system.join(); // In the meantime the event loop of this thread does not run.
     QVERIFY(events.isEmpty() && !watcher->isSleeping());
     QCOMPARE(log.lines.back().text, "PC sleep!");
     QCoreApplication::processEvents();

@@ -17,10 +17,10 @@ private Q_SLOTS:
 
 void TestClock::changes_data()
 {
-    const Table<QByteArray, QByteArray, QByteArray, QString> row("zone", "before", "after", "told");
+    const Table<QByteArray, QByteArray, QByteArray, QString> row("zone", "before", "after", "expected");
     row("no change", "UTC0", "2026-03-28 12:59:58", "2026-03-28 13:00:01", "2026-03-28 +0 h");
     row("a new day", "WST+8", "2026-03-28 23:59:58", "2026-03-29 00:00:01", "date 2026-03-29 -8 h");
-    // The offset is taken as if the clock of UTC were local: it changes when that clock leaves the gap.
+    // The offset is computed as if UTC were local time: it changes when UTC leaves the gap.
     row("summer time", "CET-1CEST,M3.5.0/2,M10.5.0/3", "2026-03-29 04:59:58", "2026-03-29 05:00:01",
         "zone 2026-03-29 +2 h");
     row("an offset that takes the date with it", "AAA0BBB-1,J88/22,J300/22", "2026-03-29 23:59:58",
@@ -32,7 +32,7 @@ void TestClock::changes()
     QFETCH(QByteArray, zone);
     QFETCH(QByteArray, before);
     QFETCH(QByteArray, after);
-    QFETCH(QString, told);
+    QFETCH(QString, expected);
 
     const auto watcher = DateWatcher::GetDateWatcher();
     auto* const timer = watcher->findChild<QTimer*>();
@@ -51,7 +51,7 @@ void TestClock::changes()
     const int offset = DateWatcher::CurrentTimeZone().offsetFromUtc(QDateTime::currentDateTime());
     QCOMPARE(events + DateWatcher::CurrentDate().toString(Qt::ISODate) +
                  QString::asprintf(" %+d h", offset / 3600),
-             told);
+             expected);
 }
 
 QTEST_GUILESS_MAIN(TestClock)

@@ -19,7 +19,7 @@ using tools::SleepWatcher;
 namespace
 {
 
-/// Uses the watcher in a program of its own, from the first call to the exit. Whether it was inited.
+/// Uses the watcher from the first call to the exit of a process. Returns whether it was inited.
 int RunAsChild(int argc, char* argv[])
 {
     std::unique_ptr<QCoreApplication> app;
@@ -74,7 +74,7 @@ void TestLogind::announcements()
     connect(watcher, &SleepWatcher::sleep, this, [&] { events += "sleep"; });
     connect(watcher, &SleepWatcher::wake, this, [&] { events += "wake"; });
 
-    // Nobody else is believed, not even in a signal that is sent to this process.
+    // No other sender is accepted, not even one that addresses this process.
     QStringList receivers = login.interface()->registeredServiceNames();
     receivers.removeIf([&others](const QString& name) { return others.contains(name); });
     QCOMPARE(receivers.size(), 1);

@@ -10,7 +10,7 @@ namespace tools
 namespace
 {
 
-/// How late a change may be told.
+/// Greatest delay of a report.
 constexpr std::chrono::milliseconds pollInterval{3000};
 
 } // namespace
@@ -72,15 +72,16 @@ void DateWatcher::OnTimerTimeout()
     }
 }
 
-// The clock is read twice. A second that ends in between makes the offset one more for one poll; that is
-// meant.
+// Kept for compatibility: the clock is read twice. A second that ends in between makes the offset one more
+// for one poll.
 int DateWatcher::GetCurrentOffsetFromUTC()
 {
     const QDateTime utc = QDateTime::currentDateTimeUtc();
     const QTime time = utc.time();
     const QDateTime utcAsLocal(utc.date(), QTime(time.hour(), time.minute(), time.second(), 0));
     const QDateTime local = QDateTime::currentDateTime();
-    // secsTo cuts towards zero: with a part of a second, all offsets west of Greenwich would be one too many.
+    // secsTo truncates towards zero: fractions of a second would make all offsets west of Greenwich one too
+    // many.
     return static_cast<int>(utcAsLocal.secsTo(local.addMSecs(-local.time().msec())));
 }
 

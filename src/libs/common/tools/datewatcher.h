@@ -13,41 +13,43 @@ namespace tools
 {
 
 /**
- * Notices a new calendar day and a new offset from UTC by comparing clock readings every 3 s.
+ * Reports a new calendar day and a new offset from UTC, by comparing clock readings every 3 s.
  *
- * The offset is the distance between the clock of UTC, read as if it were local, and local time. When summer
- * time begins or ends, it therefore changes at the hour at which the clock of UTC, not the local one, shows
- * the time of the change.
+ * The offset is the distance between the time in UTC, read as if it were local, and local time. When summer
+ * time begins or ends, it therefore changes at the hour at which UTC, not local time, reaches the time of the
+ * change.
  *
- * Lives on the thread that first asks for it; polling and signals need that thread's event loop. The fields
- * are plain: other threads should not read while it polls.
+ * Lives on the thread of the first call; polling and signals need that thread's event loop. The fields are
+ * not protected: other threads should not read them while it polls.
  */
 class VXCOMMON_EXPORT DateWatcher : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The one watcher, made at the first call. It polls to the end of the program, whoever holds it.
+    /// Returns the only watcher, created by the first call. It polls until the program ends, even if you
+    /// release the pointer.
     static QSharedPointer<DateWatcher> GetDateWatcher();
 
-    static QDate CurrentDate();         ///< GetCurrentDate of the one watcher.
-    static QTimeZone CurrentTimeZone(); ///< GetTimeZone of the one watcher.
+    static QDate CurrentDate();         ///< Returns GetCurrentDate of the only watcher.
+    static QTimeZone CurrentTimeZone(); ///< Returns GetTimeZone of the only watcher.
 
-    /// The local date of the last poll, so up to 3 s old.
+    /// Returns the local date of the last poll, so it is up to 3 s old.
     QDate GetCurrentDate();
 
-    /// The offset from UTC of the last poll as a zone, without a name and without rules for summer time.
+    /// Returns the offset from UTC of the last poll as a zone, without a name and rules for summer time.
     QTimeZone GetTimeZone();
 
 Q_SIGNALS:
-    /// A new day, at an unchanged offset.
+    /// Emitted on a new day, at an unchanged offset.
     void currentDateChanged();
 
-    /// A new offset from UTC. The date may have changed with it and is not told separately: read it again.
+    /// Emitted on a new offset from UTC. The date may have changed with it and is not reported separately:
+    /// read it again.
     void currentTimeZoneChanged();
 
 protected:
-    /// For GetDateWatcher; reads the clock and begins to poll.
+    /// Reads the clock and starts polling. Used by GetDateWatcher.
     explicit DateWatcher(QObject* parent = nullptr);
 
 private Q_SLOTS:

@@ -10,13 +10,13 @@ namespace tools
 namespace
 {
 
-/// Real pixmaps instead of an icon that may ask the system again when the file it stands for is gone.
+/// Real pixmaps instead of an icon that may query the system again when its file is gone.
 QIcon CopyOf(const QIcon& icon)
 {
     QIcon copy;
     const QList<QSize> sizes = icon.availableSizes(QIcon::Normal, QIcon::Off);
     for (const QSize& size : sizes) {
-        // Pixel by pixel, also where the screen would have more of them.
+        // Without the device pixel ratio of the screen.
         copy.addPixmap(icon.pixmap(size, 1.0, QIcon::Normal, QIcon::Off), QIcon::Normal, QIcon::Off);
     }
     return copy;

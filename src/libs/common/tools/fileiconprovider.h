@@ -11,11 +11,11 @@ namespace tools
 {
 
 /**
- * The system's icons for types of files, also for a file that does not exist: the system is asked about an
- * empty file of that type.
+ * Provides the system's icons for file types, also for files that do not exist: it queries the system for an
+ * empty temporary file of that type.
  *
- * For the interface thread. The icon of a suffix is asked for once in the life of the process, if there is
- * one; suffixes that differ in case count as different.
+ * Use it on the interface thread. If a suffix has an icon, it is queried once per process; suffixes that
+ * differ in case are different.
  */
 class VXCOMMON_EXPORT FileIconProvider : public QFileIconProvider
 {
@@ -24,7 +24,7 @@ public:
     ~FileIconProvider() override;
 
     using QFileIconProvider::icon;
-    /// The icon for files with the suffix of `info`; the generic one if the system has none for them.
+    /// Returns the icon for files with the suffix of `info`; the generic one if the system has none for them.
     QIcon icon(const QFileInfo& info) const override;
 
 private:

@@ -3,8 +3,8 @@
 namespace
 {
 
-/// The same pattern without a match. A copy would go on pointing to the last match of its source, also when
-/// that is gone.
+/// The same pattern without a match. A copy would keep a pointer to the last match of its source, even after
+/// that is destroyed.
 QRegExp WithoutMatch(const QRegExp& regExp)
 {
     QRegExp fresh(regExp.pattern(), regExp.caseSensitivity(), regExp.patternSyntax());
@@ -37,7 +37,7 @@ void QRegExpValidator::setRegExp(const QRegExp& regExp)
 
 QValidator::State QRegExpValidator::validate(QString& input, int& pos) const
 {
-    // A match is kept inside its QRegExp, hence the copy.
+    // A QRegExp keeps its last match, hence the copy.
     const QRegExp copy = pattern;
     if (copy.exactMatch(input)) {
         return Acceptable;

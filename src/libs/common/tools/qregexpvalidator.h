@@ -7,13 +7,13 @@
 #include <QValidator>
 
 /**
- * Checks input against a QRegExp as a whole: acceptable if it matches, intermediate if it could be the
+ * Checks the whole input against a QRegExp: acceptable if it matches, intermediate if it could be the
  * beginning of a match, invalid otherwise.
  */
 class VXCOMMON_EXPORT QRegExpValidator : public QValidator
 {
     Q_OBJECT
-    /// The pattern; see setRegExp.
+    /// The pattern. @see setRegExp
     Q_PROPERTY(QRegExp regExp READ regExp WRITE setRegExp NOTIFY regExpChanged)
 
 public:
@@ -22,15 +22,15 @@ public:
     explicit QRegExpValidator(const QRegExp& regExp, QObject* parent = nullptr);
     ~QRegExpValidator() override;
 
-    const QRegExp& regExp() const { return pattern; } ///< The pattern; an empty one accepts everything.
-    /// Emits regExpChanged and then changed, unless the pattern stays the same.
+    const QRegExp& regExp() const { return pattern; } ///< Returns the pattern.
+    /// Sets the pattern. Emits regExpChanged and then changed, unless the pattern is the same.
     void setRegExp(const QRegExp& regExp);
 
-    /// Moves `pos` to the end of an invalid `input`.
+    /// Checks `input`. Moves `pos` to the end of an invalid one.
     State validate(QString& input, int& pos) const override;
 
 Q_SIGNALS:
-    /// Another pattern was set.
+    /// Emitted when another pattern has been set.
     void regExpChanged(const QRegExp& regExp);
 
 private:

@@ -8,34 +8,34 @@ namespace tools
 {
 
 /**
- * Tells that the computer goes to sleep and that it has woken up.
+ * Reports when the computer suspends and resumes.
  *
- * The system reports on a thread of its own, and the signals are emitted on that thread: connect with a
- * receiver object and the automatic kind of connection, and the slot runs on the receiver's thread. Windows:
+ * The signals are emitted on a separate thread of the system. If you connect with a receiver object and the
+ * automatic connection type, the slot runs on the receiver's thread. Windows:
  * PowerRegisterSuspendResumeNotification. Linux: PrepareForSleep of logind on the system bus; a machine
- * without that bus counts as one that refused the subscription. Log channel:
- * "sleepwatcher".
+ * without that bus counts as one that refused the subscription. Log channel: "sleepwatcher".
  */
 class VXCOMMON_EXPORT SleepWatcher : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The one watcher. It belongs to the thread that calls first, and ends with the program.
+    /// Returns the only watcher. It belongs to the thread of the first call, and ends with the program.
     static SleepWatcher* instance();
 
-    /// Whether the system accepted the subscription. It is tried once; without it no signal ever comes.
+    /// Returns whether the system accepted the subscription. There is one attempt; without it, no signal is
+    /// ever emitted.
     bool isInited() const;
 
     /**
-     * Whether the last event was a sleep. To be read on the watcher's thread: it changes there, when the
-     * event loop next runs after the event, which may be as late as after waking up.
+     * Returns whether the last event was a suspend. Call it on the watcher's thread: the value changes there
+     * when the event loop next runs after the event, perhaps not before the computer has resumed.
      */
     bool isSleeping() const;
 
 Q_SIGNALS:
-    void sleep(); ///< The system goes to sleep. Repeats are passed on as they come.
-    void wake();  ///< The system has resumed.
+    void sleep(); ///< Emitted when the system suspends. Repeats are forwarded.
+    void wake();  ///< Emitted when the system has resumed.
 
 private:
     SleepWatcher();
@@ -50,12 +50,12 @@ private:
 };
 
 /**
- * What the system calls, on any thread, at a change of power.
+ * Receives a power event. Called by the system, on any thread.
  *
- * @param context the SleepWatcher that is to emit; null for nobody
- * @param type 4 (PBT_APMSUSPEND) for sleep, 7 (PBT_APMRESUMESUSPEND) for wake; all others are ignored
- * @param setting not used
- * @return 0
+ * @param context The SleepWatcher that emits the signal; null for none.
+ * @param type 4 (PBT_APMSUSPEND) for sleep, 7 (PBT_APMRESUMESUSPEND) for wake; others are ignored.
+ * @param setting Not used.
+ * @return 0.
  */
 VXCOMMON_EXPORT unsigned long powerChangeNotify(void* context, unsigned long type, void* setting);
 

@@ -24,7 +24,7 @@ QPixmap TransparentPixmap(const QSize& size)
     return pixmap;
 }
 
-/// The icon's own pixels at `size`, also where the screen would have more of them.
+/// The icon's own pixels at `size`, without the device pixel ratio of the screen.
 QPixmap PixmapAt(const QIcon& icon, const QSize& size)
 {
     return icon.pixmap(size, 1.0, QIcon::Normal, QIcon::Off);
