@@ -45,10 +45,10 @@ ProgressBar::ProgressBar(AmountText amountText_)
     sinceDrawn.start();
 }
 
-void ProgressBar::Update(qint64 newDone, qint64 newTotal)
+void ProgressBar::Update(qint64 done_, qint64 total_)
 {
-    done = newDone;
-    total = newTotal;
+    done = done_;
+    total = total_;
     if (!IsQuiet() && sinceDrawn.elapsed() >= (width > 0 ? redrawInterval : lineInterval)) {
         sinceDrawn.restart();
         Draw();

@@ -24,8 +24,8 @@ public:
     /// `amountText_` formats an amount.
     explicit ProgressBar(AmountText amountText_ = SizeText);
 
-    /// `newTotal` is 0 or negative if it is not known.
-    void Update(qint64 newDone, qint64 newTotal);
+    /// `total_` is 0 or negative if it is not known.
+    void Update(qint64 done_, qint64 total_);
 
     /// Shows the last state again, if there was any, and leaves the line of the bar.
     void Finish();

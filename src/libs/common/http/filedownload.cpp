@@ -160,9 +160,9 @@ QFile::Permissions FileDownload::GetPermissions() const
     return permissions;
 }
 
-void FileDownload::SetPermissions(QFile::Permissions newPermissions)
+void FileDownload::SetPermissions(QFile::Permissions permissions_)
 {
-    permissions = newPermissions;
+    permissions = permissions_;
 }
 
 void FileDownload::CreateRequest(QNetworkAccessManager* manager)

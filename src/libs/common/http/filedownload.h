@@ -37,7 +37,7 @@ public:
     bool IgnoreSSLErrors() const override;
     void SetIgnoreSSLErrors(bool ignore) override;
     QFile::Permissions GetPermissions() const override;
-    void SetPermissions(QFile::Permissions newPermissions) override;
+    void SetPermissions(QFile::Permissions permissions_) override;
 
 public Q_SLOTS:
     bool Start() override;

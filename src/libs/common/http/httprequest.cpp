@@ -30,10 +30,10 @@ IHttpRequest* CreateHttpRequest(QNetworkAccessManager* manager, QObject* parent)
     return new HttpRequest(manager, parent);
 }
 
-HttpRequest::HttpRequest(QNetworkAccessManager* manager_, QObject* parent)
+HttpRequest::HttpRequest(QNetworkAccessManager* manager, QObject* parent)
     : d(std::make_unique<Private>())
 {
-    d->manager = manager_;
+    d->manager = manager;
     d->resendTimer = new QTimer(this);
     setParent(parent);
     d->resendTimer->setInterval(ToMilliseconds(d->attemptInterval));
@@ -48,9 +48,9 @@ HttpRequest::~HttpRequest()
     DropReply();
 }
 
-void HttpRequest::SetUrl(const QUrl& newUrl)
+void HttpRequest::SetUrl(const QUrl& url)
 {
-    d->url = newUrl;
+    d->url = url;
 }
 
 QUrl HttpRequest::GetUrl() const
@@ -58,9 +58,9 @@ QUrl HttpRequest::GetUrl() const
     return d->url;
 }
 
-void HttpRequest::SetData(const QSharedPointer<IHttpRequestData>& newData)
+void HttpRequest::SetData(const QSharedPointer<IHttpRequestData>& data)
 {
-    d->data = newData;
+    d->data = data;
 }
 
 QSharedPointer<IHttpRequestData> HttpRequest::Data() const
@@ -121,10 +121,10 @@ int HttpRequest::GetTimeout() const
     return d->timeout;
 }
 
-bool HttpRequest::Send(HTTPRequestMethod newMethod)
+bool HttpRequest::Send(HTTPRequestMethod method)
 {
     d->attempt = 0;
-    return SendRequest(newMethod);
+    return SendRequest(method);
 }
 
 bool HttpRequest::Post()
@@ -155,9 +155,9 @@ void HttpRequest::SetSslCertificate(const QSslCertificate& certificate, const QS
     d->caCertificates = authorities;
 }
 
-bool HttpRequest::SendRequest(HTTPRequestMethod newMethod)
+bool HttpRequest::SendRequest(HTTPRequestMethod method)
 {
-    d->method = newMethod;
+    d->method = method;
     if (QNetworkReply* const earlier = Reply()) {
         // While the reply is aborted, a slot of the manager may delete the request or send it.
         const QPointer<HttpRequest> self = this;
@@ -172,25 +172,25 @@ bool HttpRequest::SendRequest(HTTPRequestMethod newMethod)
         if (Reply() != nullptr) {
             return true; // Sent by that slot, later than this send.
         }
-        d->method = newMethod; // If the send of that slot failed.
+        d->method = method; // If the send of that slot failed.
     }
     if (d->manager.isNull()) {
         LOG_MESSAGE(logger::Crit) << LogPrefix() << "Failed to  SendRequest(): HttpRequestManager is NULL!";
         return false;
     }
 
-    QNetworkReply* newReply = nullptr;
+    QNetworkReply* reply = nullptr;
     if (d->method == POST) {
-        newReply = SendPostRequest();
+        reply = SendPostRequest();
     } else if (d->method == GET) {
-        newReply = SendGetRequest();
+        reply = SendGetRequest();
     }
-    if (newReply == nullptr) {
+    if (reply == nullptr) {
         LOG_MESSAGE(logger::Error)
             << LogPrefix() << QStringLiteral("Failed to send request to URL='%1'").arg(GetUrl().toString());
         return false;
     }
-    TakeReply(newReply);
+    TakeReply(reply);
     return true;
 }
 
@@ -287,11 +287,11 @@ QNetworkReply* HttpRequest::SendPostRequest()
                                << QStringLiteral(
                                       "Sending multipart/form-data POST request to URL='%1', attempt='%2'.")
                                       .arg(request.url().toString(), QString::number(d->attempt));
-    QNetworkReply* const newReply = d->manager->post(request, multiPart.get());
-    if (newReply != nullptr) {
-        multiPart.release()->setParent(newReply);
+    QNetworkReply* const reply = d->manager->post(request, multiPart.get());
+    if (reply != nullptr) {
+        multiPart.release()->setParent(reply);
     }
-    return newReply;
+    return reply;
 }
 
 QString HttpRequest::LogPrefix() const

@@ -25,12 +25,12 @@ class VXCOMMON_EXPORT HttpRequest : public IHttpRequest
     Q_OBJECT
 
 public:
-    HttpRequest(QNetworkAccessManager* manager_, QObject* parent);
+    HttpRequest(QNetworkAccessManager* manager, QObject* parent);
     ~HttpRequest() override;
 
-    void SetUrl(const QUrl& newUrl) override;
+    void SetUrl(const QUrl& url) override;
     QUrl GetUrl() const override;
-    void SetData(const QSharedPointer<IHttpRequestData>& newData) override;
+    void SetData(const QSharedPointer<IHttpRequestData>& data) override;
     QSharedPointer<IHttpRequestData> Data() const override;
     void SetRawHeader(const QString& name, const QString& value) override;
     QString GetRawHeader(const QString& name) const override;
@@ -42,7 +42,7 @@ public:
     int GetAttemptIntervalOnNetworkProblem() const override;
     void SetTimeout(int seconds) override;
     int GetTimeout() const override;
-    bool Send(HTTPRequestMethod newMethod) override;
+    bool Send(HTTPRequestMethod method) override;
     bool Post() override;
     bool Get() override;
     bool isRunning() const override;
@@ -61,7 +61,7 @@ protected:
     /// Adds client certificate, key and CA certificates to `request`, and disables peer verification.
     virtual void SetSslConfiguration(QNetworkRequest& request);
     /// Begins one attempt. Returns what Send returns.
-    virtual bool SendRequest(HTTPRequestMethod newMethod);
+    virtual bool SendRequest(HTTPRequestMethod method);
     /// Schedules the next attempt. Returns false if none is left; if true, emit nothing for this one.
     bool AskRetryIfPossible();
 
@@ -83,7 +83,7 @@ private:
     virtual QNetworkReply* SendGetRequest();
 
     QNetworkRequest BuildRequest();
-    void TakeReply(QNetworkReply* newReply);
+    void TakeReply(QNetworkReply* reply);
     void CutOffReply();
     void DropReply();
     QByteArray ReadBody();

@@ -89,29 +89,29 @@ bool HttpRequest::isRunning() const
 }
 
 /// Qt delivers in the order of connection, and callers rely on that order.
-void HttpRequest::TakeReply(QNetworkReply* newReply)
+void HttpRequest::TakeReply(QNetworkReply* reply)
 {
-    d->reply = std::make_shared<const QPointer<QNetworkReply>>(newReply);
+    d->reply = std::make_shared<const QPointer<QNetworkReply>>(reply);
     if (GetTimeout() > 0) {
-        auto* watchdog = new QTimer(newReply);
+        auto* watchdog = new QTimer(reply);
         connect(watchdog, &QTimer::timeout, this, &HttpRequest::OnRequestTimeout);
         connect(this, &HttpRequest::progress, watchdog, qOverload<>(&QTimer::start));
-        connect(newReply, &QNetworkReply::finished, watchdog, &QTimer::stop);
+        connect(reply, &QNetworkReply::finished, watchdog, &QTimer::stop);
         watchdog->setSingleShot(true);
         watchdog->setInterval(ToMilliseconds(GetTimeout()));
         watchdog->start();
     }
-    connect(newReply, &QNetworkReply::finished, this, [this, newReply] {
+    connect(reply, &QNetworkReply::finished, this, [this, reply] {
         const Delivery delivery(this);
-        Q_EMIT replyFinished(newReply);
+        Q_EMIT replyFinished(reply);
     });
-    connect(newReply, &QNetworkReply::finished, this, &HttpRequest::OnRequestFinished);
-    connect(newReply, &QNetworkReply::sslErrors, this, &HttpRequest::OnSslErrors);
-    connect(newReply, &QNetworkReply::downloadProgress, this, [this](qint64 received, qint64 total) {
+    connect(reply, &QNetworkReply::finished, this, &HttpRequest::OnRequestFinished);
+    connect(reply, &QNetworkReply::sslErrors, this, &HttpRequest::OnSslErrors);
+    connect(reply, &QNetworkReply::downloadProgress, this, [this](qint64 received, qint64 total) {
         const Delivery delivery(this);
         Q_EMIT downloadProgress(received, total);
     });
-    connect(newReply, &QNetworkReply::uploadProgress, this, [this](qint64 sent, qint64 total) {
+    connect(reply, &QNetworkReply::uploadProgress, this, [this](qint64 sent, qint64 total) {
         const Delivery delivery(this);
         Q_EMIT uploadProgress(sent, total);
     });
@@ -119,8 +119,8 @@ void HttpRequest::TakeReply(QNetworkReply* newReply)
         const Delivery delivery(this);
         Q_EMIT progress();
     };
-    connect(newReply, &QNetworkReply::downloadProgress, this, emitProgress);
-    connect(newReply, &QNetworkReply::uploadProgress, this, emitProgress);
+    connect(reply, &QNetworkReply::downloadProgress, this, emitProgress);
+    connect(reply, &QNetworkReply::uploadProgress, this, emitProgress);
 }
 
 /// After this nothing of the present reply reaches the request, its watchdog included.
