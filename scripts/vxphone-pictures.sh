@@ -58,8 +58,8 @@ dark_colours() {
 # Nothing of the user's own is touched, and an instance that runs already is not met.
 start_surroundings() {
     export HOME=$work/home-$mode TMPDIR=$work/tmp QT_QPA_PLATFORM=xcb QT_SCALE_FACTOR=$1
-    export LANG=C.UTF-8 LC_TIME=en_GB.UTF-8
-    unset LC_ALL XDG_CONFIG_HOME XDG_DATA_HOME XDG_CACHE_HOME XDG_CURRENT_DESKTOP DBUS_SESSION_BUS_ADDRESS WAYLAND_DISPLAY
+    export LANG=en_GB.UTF-8
+    unset LC_ALL XDG_CONFIG_HOME XDG_DATA_HOME XDG_CACHE_HOME XDG_CURRENT_DESKTOP KDE_SESSION_VERSION KDE_FULL_SESSION DBUS_SESSION_BUS_ADDRESS WAYLAND_DISPLAY
     mkdir -p "$HOME/Music"
     rm -f "$work"/{display,ready,bus,port}
     Xvfb -displayfd 3 -screen 0 1600x1200x24 -nolisten tcp 3>"$work/display" 2>/dev/null &
@@ -131,6 +131,7 @@ tour() { # MODE SCALE
     picture in-call
     "$vxphone" --callto "sip:ann@office.quollsip.test"
     key alt+u alt+k
+    sleep 0.5
     key 4 2
     picture keypad
     key alt+k alt+u
@@ -155,9 +156,21 @@ tour() { # MODE SCALE
     picture transfers
     key F12
     picture log
+    key F12
+    key alt+a
+    sleep 0.5
+    picture duplicate root
+    key Escape
+    key alt+o Down Delete
+    picture deleted
     stop_all
 }
 
 tour light 1
-[ "${QUICK:-}" ] || tour dark 1
-[ "${QUICK:-}" ] || tour double 2
+tour dark 1
+tour double 2
+if [ "${1:-}" = --renew ]; then
+    cp "$pictures/light-call.png" docs/images/vxphone-call.png
+    cp "$pictures/dark-transfers.png" docs/images/vxphone-dark.png
+fi
+say "The pictures are in ${pictures#"$project_dir"/}"

@@ -3,11 +3,9 @@
 #include <common/tools/svgicon.h>
 
 #include <QGuiApplication>
-#include <QIconEngine>
 #include <QPainter>
 
 #include <iterator>
-#include <utility>
 
 namespace vxphone
 {
@@ -17,33 +15,6 @@ namespace
 
 constexpr int symbolSize = 16;
 constexpr int symbolGap = 6;
-
-/// Looks the colour up when it paints, so that icons follow a change of the palette.
-class SymbolEngine : public QIconEngine
-{
-public:
-    SymbolEngine(QString name_, const QColor& fixed_)
-        : name(std::move(name_))
-        , fixed(fixed_)
-    {}
-
-    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State /*state*/) override
-    {
-        const auto group = mode == QIcon::Disabled ? QPalette::Disabled : QPalette::Active;
-        const QColor text = QGuiApplication::palette().color(group, QPalette::ButtonText);
-        const bool usesFixed = fixed.isValid() && group == QPalette::Active;
-        return Symbol(name, qMin(size.width(), size.height()), usesFixed ? fixed : text, 1.0);
-    }
-    void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State state) override
-    {
-        painter->drawPixmap(rect, pixmap(rect.size() * painter->device()->devicePixelRatio(), mode, state));
-    }
-    QIconEngine* clone() const override { return new SymbolEngine(*this); }
-
-private:
-    QString name;
-    QColor fixed;
-};
 
 QString Initials(const QString& name)
 {
@@ -100,7 +71,13 @@ QPixmap Symbol(const QString& name, int size, const QColor& colour, double ratio
 
 QIcon SymbolIcon(const QString& name, const QColor& fixed)
 {
-    return QIcon(new SymbolEngine(name, fixed));
+    constexpr int size = 48; // Sharp up to scale 3.
+    const QPalette palette = QGuiApplication::palette();
+    const QColor text = palette.color(QPalette::ButtonText);
+    const QColor disabled = palette.color(QPalette::Disabled, QPalette::ButtonText);
+    QIcon icon(Symbol(name, size, fixed.isValid() ? fixed : text, 1.0));
+    icon.addPixmap(Symbol(name, size, disabled, 1.0), QIcon::Disabled);
+    return icon;
 }
 
 void PaintAvatar(QPainter& painter, const QRect& rect, const QString& name)
@@ -132,19 +109,15 @@ void PaintAvatar(QPainter& painter, const QRect& rect, const QString& name)
 void PaintEmptyState(QWidget* widget, const QString& symbol, const QString& text)
 {
     constexpr int size = 32;
-    constexpr int gap = 8;
     constexpr int margin = 16;
     QPainter painter(widget);
-    const QColor colour = ToneColour(widget->palette(), Tone::Quiet);
-    const QRect room = widget->rect().adjusted(margin, 0, -margin, 0);
-    QRect box = painter.fontMetrics().boundingRect(room, Qt::AlignCenter | Qt::TextWordWrap, text);
-    box.translate(0, (size + gap) / 2);
-    painter.setPen(colour);
-    painter.drawText(QRect(room.left(), box.top(), room.width(), box.height() + 1),
+    const QColor quiet = ToneColour(widget->palette(), Tone::Quiet);
+    const QPoint centre = widget->rect().center();
+    painter.drawPixmap(centre - QPoint(size / 2, size),
+                       Symbol(symbol, size, quiet, widget->devicePixelRatioF()));
+    painter.setPen(quiet);
+    painter.drawText(widget->rect().adjusted(margin, centre.y() + margin / 2, -margin, 0),
                      Qt::AlignHCenter | Qt::TextWordWrap, text);
-    painter.setOpacity(0.6);
-    painter.drawPixmap(room.center().x() - size / 2, box.top() - size - gap,
-                       Symbol(symbol, size, colour, widget->devicePixelRatioF()));
 }
 
 Line::Line(Tone tone_, double size, bool bold)
@@ -184,24 +157,7 @@ void Line::paintEvent(QPaintEvent* /*event*/)
     }
     painter.setPen(tone == Tone::Good ? ToneColour(palette(), Tone::Plain) : colour);
     painter.drawText(rest, static_cast<int>(alignment()),
-                     fontMetrics().elidedText(text(), Qt::ElideMiddle, rest.width()));
-}
-
-Avatar::Avatar(int size)
-{
-    setFixedSize(size, size);
-}
-
-void Avatar::Show(const QString& name)
-{
-    shown = name;
-    update();
-}
-
-void Avatar::paintEvent(QPaintEvent* /*event*/)
-{
-    QPainter painter(this);
-    PaintAvatar(painter, rect(), shown);
+                     fontMetrics().elidedText(text(), Qt::ElideRight, rest.width()));
 }
 
 } // namespace vxphone

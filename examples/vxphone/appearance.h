@@ -21,7 +21,7 @@ QColor ToneColour(const QPalette& palette, Tone tone);
 /// Draws the symbol icons/NAME.svg in one colour. The size is in device-independent pixels.
 QPixmap Symbol(const QString& name, int size, const QColor& colour, double ratio);
 
-/// Returns a symbol for buttons and menus, in the text colour of the current palette or in a fixed one.
+/// Returns a symbol for buttons and menus, in the text colour of the palette or in a fixed one.
 QIcon SymbolIcon(const QString& name, const QColor& fixed = QColor());
 
 /// Paints a disc with the initials of a name.
@@ -52,23 +52,6 @@ protected:
 private:
     Tone tone;
     QString symbol;
-};
-
-/// A round picture of a person: the initials of the name.
-class Avatar : public QWidget
-{
-    Q_OBJECT
-
-public:
-    explicit Avatar(int size);
-
-    void Show(const QString& name);
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-
-private:
-    QString shown;
 };
 
 } // namespace vxphone

@@ -3,37 +3,30 @@
 #include "appearance.h"
 
 #include <QGridLayout>
+#include <QPainter>
 #include <QPushButton>
 
 namespace vxphone
 {
 
-namespace
-{
-
-QPushButton* CreateButton(const QString& symbol, const QString& text)
-{
-    return new QPushButton(SymbolIcon(symbol, Qt::white), text);
-}
-
-} // namespace
-
 CallBanner::CallBanner()
-    : avatar(new Avatar(48))
+    : avatar(new QLabel)
     , name(new Line(Tone::Plain, 1.3, true))
-    , state(new Line)
+    , details(new Line)
+    , time(new QLabel)
     , next(new Line)
     , tones(new Line)
-    , mute(CreateButton(QStringLiteral("mic"), tr("M&ute")))
-    , keypadButton(CreateButton(QStringLiteral("keypad"), tr("&Keypad")))
-    , hangUp(CreateButton(QStringLiteral("hang-up"), tr("Ha&ng up")))
+    , mute(new QPushButton)
+    , keypadButton(new QPushButton)
+    , hangUp(new QPushButton(SymbolIcon(QStringLiteral("hang-up"), Qt::white), tr("Ha&ng up")))
     , keypad(new QWidget)
 {
     setObjectName(QStringLiteral("banner"));
     setAttribute(Qt::WA_StyledBackground);
     hangUp->setObjectName(QStringLiteral("hangUp"));
-    mute->setCheckable(true);
-    keypadButton->setCheckable(true);
+    time->setFont(name->font());
+    time->setAccessibleName(tr("Time of the call"));
+    CreateSwitches();
 
     auto* const layout = new QGridLayout(this);
     layout->setContentsMargins(12, 12, 12, 12);
@@ -42,26 +35,40 @@ CallBanner::CallBanner()
     layout->setColumnStretch(1, 1);
     layout->addWidget(avatar, 0, 0, 2, 1);
     layout->addWidget(name, 0, 1);
-    layout->addWidget(state, 1, 1);
+    layout->addWidget(details, 1, 1);
     layout->addWidget(next, 2, 1);
-    int column = 2;
+    layout->addWidget(time, 0, 2, 2, 1);
+    int column = 3;
     for (QPushButton* const button : {mute, keypadButton, hangUp}) {
         button->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
         layout->addWidget(button, 0, column++, 2, 1);
     }
     CreateKeypad();
-    layout->addWidget(keypad, 3, 0, 1, column);
+    layout->addWidget(keypad, 3, 1, 1, column - 1);
     hide();
 
     ticker.setInterval(1000);
-    connect(&ticker, &QTimer::timeout, this, &CallBanner::ShowState);
+    connect(&ticker, &QTimer::timeout, this, &CallBanner::ShowTime);
+    connect(hangUp, &QPushButton::clicked, this, &CallBanner::HangUp);
+}
+
+void CallBanner::CreateSwitches()
+{
+    mute->setIcon(SymbolIcon(QStringLiteral("mic"), Qt::white));
+    mute->setAccessibleName(tr("Mute"));
+    keypadButton->setIcon(SymbolIcon(QStringLiteral("keypad"), Qt::white));
+    keypadButton->setAccessibleName(tr("Keypad"));
+    mute->setShortcut(Qt::ALT | Qt::Key_U);
+    keypadButton->setShortcut(Qt::ALT | Qt::Key_K);
+    for (QPushButton* const button : {mute, keypadButton}) {
+        button->setCheckable(true);
+        button->setToolTip(tr("%1 (%2)").arg(button->accessibleName(),
+                                             button->shortcut().toString(QKeySequence::NativeText)));
+    }
     connect(mute, &QPushButton::toggled, this, [this](bool muted) {
         mute->setIcon(SymbolIcon(muted ? QStringLiteral("mic-off") : QStringLiteral("mic"), Qt::white));
-        mute->setText(muted ? tr("&Unmute") : tr("M&ute"));
-        ShowState();
     });
     connect(keypadButton, &QPushButton::toggled, keypad, &QWidget::setVisible);
-    connect(hangUp, &QPushButton::clicked, this, &CallBanner::HangUp);
 }
 
 void CallBanner::CreateKeypad()
@@ -78,22 +85,30 @@ void CallBanner::CreateKeypad()
         connect(key, &QPushButton::clicked, tones,
                 [this, tone = keys.at(i)] { tones->Show(tones->text() + tone); });
     }
-    grid->addWidget(tones, grid->rowCount(), 0, 1, columns);
+    grid->addWidget(tones, 0, columns);
+    grid->setColumnStretch(columns, 1);
     keypad->hide();
 }
 
-void CallBanner::Begin(const QString& name_, const QString& address_)
+void CallBanner::Begin(const QString& name_, const QString& address)
 {
-    address = address_;
-    avatar->Show(name_);
+    constexpr int pictureSize = 48;
+    QPixmap picture(QSize(pictureSize, pictureSize) * devicePixelRatioF());
+    picture.setDevicePixelRatio(devicePixelRatioF());
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    PaintAvatar(painter, QRect(0, 0, pictureSize, pictureSize), name_);
+    painter.end();
+    avatar->setPixmap(picture);
     name->Show(name_);
+    details->Show(name_ == address ? tr("Simulated call") : tr("Simulated call · %1").arg(address));
     next->hide();
     tones->Show(tr("Simulated tones: "));
     mute->setChecked(false);
     keypadButton->setChecked(false);
     clock.start();
     ticker.start();
-    ShowState();
+    ShowTime();
     show();
     hangUp->setFocus();
 }
@@ -115,14 +130,11 @@ void CallBanner::HangUp()
     }
 }
 
-void CallBanner::ShowState()
+void CallBanner::ShowTime()
 {
     const qint64 seconds = clock.isValid() ? clock.elapsed() / 1000 : 0;
-    const QString time =
-        QStringLiteral("%1:%2").arg(seconds / 60, 2, 10, QChar(u'0')).arg(seconds % 60, 2, 10, QChar(u'0'));
-    const QString text =
-        mute->isChecked() ? tr("%1 · Simulated call, muted · %2") : tr("%1 · Simulated call · %2");
-    state->Show(text.arg(time, address));
+    time->setText(
+        QStringLiteral("%1:%2").arg(seconds / 60, 2, 10, QChar(u'0')).arg(seconds % 60, 2, 10, QChar(u'0')));
 }
 
 } // namespace vxphone

@@ -81,9 +81,13 @@ protected:
         const auto frames = document()->rootFrame()->childFrames();
         for (qsizetype i = 0; i < frames.size(); ++i) {
             const QTextBlock block = frames.at(i)->firstCursorPosition().block();
-            const QRectF text = document()->documentLayout()->blockBoundingRect(block);
+            QRectF bubble = document()->documentLayout()->blockBoundingRect(block);
+            bubble.adjust(-padding, 2 - padding, padding, padding - 2);
+            if (messages.at(i).isOwn) {
+                bubble.setRight(document()->size().width() - document()->documentMargin());
+            }
             painter.setBrush(messages.at(i).isOwn ? own : other);
-            painter.drawRoundedRect(text.adjusted(-padding, -padding, padding, padding), radius, radius);
+            painter.drawRoundedRect(bubble, radius, radius);
         }
         painter.end();
         QTextBrowser::paintEvent(event);
@@ -129,6 +133,24 @@ private:
     QList<Message> messages;
 };
 
+QLayout* CreateHeading(const QList<QAction*>& actions, QWidget* line)
+{
+    auto* const title = new QLabel(QTextBrowser::tr("&Messages"));
+    title->setObjectName(QStringLiteral("title"));
+    title->setBuddy(line);
+    auto* const heading = new QHBoxLayout;
+    heading->addWidget(title, 1);
+    for (QAction* const action : actions) {
+        auto* const button = new QToolButton;
+        button->setObjectName(QStringLiteral("action"));
+        button->setDefaultAction(action);
+        button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+        button->setFocusPolicy(Qt::TabFocus);
+        heading->addWidget(button);
+    }
+    return heading;
+}
+
 void FollowLink(const QUrl& link, const std::function<void(const QString& link)>& call)
 {
     const QStringList callSchemes{QStringLiteral("tel"), QStringLiteral("callto"), QStringLiteral("sip"),
@@ -153,21 +175,9 @@ QWidget* CreateChatPanel(const QList<QAction*>& actions, const std::function<voi
     line->setPlaceholderText(QTextBrowser::tr("Write a message"));
     line->setAccessibleName(QTextBrowser::tr("Message"));
 
-    auto* const title = new QLabel(QTextBrowser::tr("&Messages"));
-    title->setObjectName(QStringLiteral("title"));
-    title->setBuddy(line);
-    auto* const heading = new QHBoxLayout;
-    heading->addWidget(title, 1);
-    for (QAction* const action : actions) {
-        auto* const button = new QToolButton;
-        button->setDefaultAction(action);
-        button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-        button->setFocusPolicy(Qt::TabFocus);
-        heading->addWidget(button);
-    }
     auto* const layout = new QGridLayout(panel);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addLayout(heading, 0, 0, 1, 2);
+    layout->addLayout(CreateHeading(actions, line), 0, 0, 1, 2);
     layout->addWidget(view, 1, 0, 1, 2);
     layout->addWidget(line, 2, 0);
     layout->addWidget(send, 2, 1);

@@ -65,6 +65,13 @@ void ConfigureLog(const QString& file)
 
 void ApplyStyle()
 {
+    // Some desktops set no colour for placeholders, or one that cannot be read.
+    constexpr float opacity = 0.62F;
+    QPalette palette;
+    QColor placeholder = QApplication::palette().color(QPalette::Text);
+    placeholder.setAlphaF(opacity);
+    palette.setColor(QPalette::PlaceholderText, placeholder);
+    QApplication::setPalette(palette);
     QFile style(QStringLiteral(":/vxphone.qss"));
     if (style.open(QIODevice::ReadOnly)) {
         qApp->setStyleSheet(QString::fromUtf8(style.readAll()));

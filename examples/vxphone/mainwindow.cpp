@@ -176,7 +176,8 @@ void MainWindow::RestoreGeometry()
 {
     constexpr double shareOfScreen = 0.9; // The rest is for the frame and the desktop's bars.
     resize(QSize(960, 680).boundedTo(screen()->availableSize() * shareOfScreen));
-    splitter->setSizes({width() / 4, width() - width() / 4});
+    const int left = qMax(width() / 4, 220);
+    splitter->setSizes({left, width() - left});
     const QSettings saved(GeometryFile(dataFolder), QSettings::IniFormat);
     restoreGeometry(saved.value(QStringLiteral("geometry")).toByteArray());
     restoreState(saved.value(QStringLiteral("state")).toByteArray());

@@ -6,6 +6,7 @@
 
 #include <functional>
 
+class QLabel;
 class QLineEdit;
 class QPushButton;
 class QStatusBar;
@@ -18,7 +19,6 @@ class IdleWatcher;
 namespace vxphone
 {
 
-class Avatar;
 class Line;
 class PhoneBook;
 
@@ -63,19 +63,20 @@ Q_SIGNALS:
     void ended(int seconds);
 
 private:
+    void CreateSwitches(); ///< Mute and keypad.
     void CreateKeypad();
-    void ShowState();
+    void ShowTime();
 
-    Avatar* avatar;
+    QLabel* avatar;
     Line* name;
-    Line* state;
+    Line* details;
+    QLabel* time;
     Line* next;
     Line* tones;
     QPushButton* mute;
     QPushButton* keypadButton;
     QPushButton* hangUp;
     QWidget* keypad;
-    QString address;
     QTimer ticker;
     QElapsedTimer clock; ///< Valid during a call.
 };

@@ -74,7 +74,7 @@ private:
     {
         painter.setPen(colour);
         painter.drawText(rect, Qt::AlignVCenter,
-                         painter.fontMetrics().elidedText(text, Qt::ElideMiddle, rect.width()));
+                         painter.fontMetrics().elidedText(text, Qt::ElideRight, rect.width()));
     }
 };
 

@@ -21,8 +21,8 @@ QString CallText(const RecentCall& call)
     const QDateTime start = call.start.toLocalTime();
     const QString time = QLocale().toString(start.time(), QLocale::ShortFormat);
     const bool isToday = start.date() == QDate::currentDate();
-    const QString moment = isToday ? PeoplePanel::tr("Today %1").arg(time)
-                                   : QLocale().toString(start.date(), QLocale::ShortFormat) + u' ' + time;
+    const QString moment =
+        isToday ? time : QLocale().toString(start.date(), QLocale::ShortFormat) + u' ' + time;
     return QStringLiteral("%1 · %2:%3")
         .arg(moment)
         .arg(call.seconds / 60)

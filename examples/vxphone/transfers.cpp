@@ -30,7 +30,7 @@ using common::http::IFileDownload;
 /// A bar shows an int, so it shows this many parts of the whole.
 constexpr int barParts = 1000;
 constexpr int pictureSize = 32;
-constexpr int maxCards = 3; ///< Finished ones above this number are dismissed.
+constexpr int maxCards = 2; ///< Finished ones above this number are dismissed.
 
 QString DownloadErrorInWords(int error, const QString& reason)
 {
