@@ -17,6 +17,15 @@ bool IsWhole(const QByteArray& request)
     return headEnd > 0 && request.size() >= headEnd + 4 + field.match(head).captured(1).toLongLong();
 }
 
+/// The names of headers in their usual case; Qt 6.8 sends them in lower case.
+QByteArray WithUsualNames(QByteArray request)
+{
+    for (const char* name : {"Accept-Encoding", "Content-Disposition", "Content-Length", "Content-Type"}) {
+        request.replace(QByteArray(name).toLower(), name);
+    }
+    return request;
+}
+
 void Play(QTcpSocket* socket, const Answer& answer, qsizetype sent = 0)
 {
     const qsizetype end = answer.interval == 0 ? answer.bytes.size()
@@ -64,7 +73,7 @@ void FaultServer::Receive(QTcpSocket* socket, const Answer& answer)
     });
     const auto read = [=] {
         if (IsWhole(socket->peek(socket->bytesAvailable()))) {
-            requests += socket->readAll();
+            requests += WithUsualNames(socket->readAll());
             Play(socket, answer);
         }
     };

@@ -31,7 +31,7 @@ public:
 
     QUrl Url(const QString& path = QStringLiteral("/")) const;
 
-    QList<QByteArray> requests; ///< As they came, whole ones only.
+    QList<QByteArray> requests; ///< As they came but for the case of header names, whole ones only.
     int openConnections = 0;
 
 private:

@@ -9,6 +9,7 @@
 
 #include <vector>
 
+using namespace Qt::StringLiterals;
 using QtLP_Private::QtLockedFile;
 
 namespace
@@ -62,7 +63,7 @@ void TestLocalPeer::handOver()
     QtLocalPeer first(nullptr, "handOver");
     QVERIFY(!first.isSecondary());
     QSignalSpy received(&first, &QtLocalPeer::messageReceived);
-    const QString text = u"a\0\u0442\u0435\u0441\u0442 \U0001F4DE"_qs + QString(1'000'000, u'x');
+    const QString text = u"a\0\u0442\u0435\u0441\u0442 \U0001F4DE"_s + QString(1'000'000, u'x');
     QVERIFY(SendFromElsewhere("handOver", text));
     QVERIFY(SendFromElsewhere("handOver", ""));
     QTRY_COMPARE(received.size(), 2);
@@ -113,7 +114,7 @@ void TestLocalPeer::clients_data()
     const Table<QByteArray, bool, QString, QString> row("bytes", "leaves", "expected", "warning");
     const QByteArray whole = OnTheWire("hello", 5);
     row("leaves inside the length", whole.left(3), true, {}, "QtLocalPeer: Peer disconnected");
-    row("leaves inside the text", whole.left(6), true, u"he\0\0\0"_qs, "");
+    row("leaves inside the text", whole.left(6), true, u"he\0\0\0"_s, "");
     row("stays, with more than announced", whole + "world", false, "hello", "");
     constexpr quint32 limit = 16 * 1024 * 1024;
     const QString tooLong = "QtLocalPeer: Message reception failed a text of %1 bytes is too long";

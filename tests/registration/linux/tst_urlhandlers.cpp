@@ -90,7 +90,7 @@ void TestUrlHandlers::click()
 void TestUrlHandlers::chosenElsewhere()
 {
     filetree::Write(user->DataPath("applications/other.desktop"),
-                    "[Desktop Entry]\nName=Other\nExec=true %u\n");
+                    "[Desktop Entry]\nName=Other\nExec=/usr/bin/true %u\n");
     QVERIFY(ClickToCall::registerProtocols({"tel", "sip"}, "Phone", "Maker"));
     const QString own = DefaultHandler("tel");
     QCOMPARE(UserTree::Run("xdg-mime", {"default", "other.desktop", "x-scheme-handler/tel"}), "");
