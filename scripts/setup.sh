@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh demo|test|windows|bench|fuzz|docs|package|lint...
+# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh build|demo|test|windows|bench|fuzz|docs|package|lint|fresh...
 # Asks nothing; runs apt as root or through sudo.
 
 source "$(dirname "$0")/lib.sh"
@@ -18,17 +18,19 @@ packages_of() {
     demo) echo "$build nginx-light openssl" ;;
     gui-demo) echo "xvfb openbox xdotool imagemagick python3 dbus-daemon fonts-dejavu-core" ;;
     test) echo "$build valgrind python3 $servers $desktop $packers $readers" ;;
-    windows) echo "$build $servers g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth xz-utils" ;;
+    build) echo "$build" ;;
+    windows) echo "$build $servers g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth" ;;
     bench) echo "$build $servers curl libbenchmark-dev libspdlog-dev libdeflate-dev nodejs python3" ;;
     fuzz) echo "$build clang" ;;
     docs) echo "doxygen" ;;
     package) echo "dpkg-dev python3" ;;
     lint) echo "$build clang clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev libdeflate-dev" ;;
-    *) die "unknown group \"$1\"; known are: demo gui-demo test windows bench fuzz docs package lint" ;;
+    fresh) echo "debootstrap git" ;;
+    *) die "unknown group \"$1\"; known are: build demo gui-demo test windows bench fuzz docs package lint fresh" ;;
     esac
 }
 
-[ $# -gt 0 ] || die "name what to set up: demo, test, windows, bench, fuzz, docs, package or lint"
+[ $# -gt 0 ] || die "name what to set up: build, demo, test, windows, bench, fuzz, docs, package, lint or fresh"
 
 missing=()
 for group in "$@"; do

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Cross-builds the library, vxtool and the tests for 64-bit Windows and runs the tests under Wine.
 # The SDK is the folder in VXCOMMON_WINDOWS_SDK or, if that is not set, ../shared/windows-sdk.
+# Exits with 77 if the SDK does not fit this machine's Qt.
 
 source "$(dirname "$0")/lib.sh"
 
@@ -8,8 +9,7 @@ build_dir=$project_dir/build/windows-mingw
 sdk=$(scripts/find-windows-sdk.sh)
 [ -n "$sdk" ] || die "no Windows SDK: set VXCOMMON_WINDOWS_SDK to a folder with qt6/ and openssl/, or with sdk.tar.xz"
 
-scripts/setup.sh windows
-
+scripts/setup.sh build
 if [ ! -d "$sdk/qt6" ]; then
     archive=$sdk/sdk.tar.xz
     [ -f "$archive" ] || die "neither qt6/ nor sdk.tar.xz is in $sdk"
@@ -18,11 +18,21 @@ if [ ! -d "$sdk/qt6" ]; then
         say "Unpacking the Windows SDK"
         rm -rf "$build_dir/sdk"
         mkdir -p "$build_dir/sdk"
-        tar -xJf "$archive" -C "$build_dir/sdk"
+        (cd "$build_dir/sdk" && cmake -E tar xf "$archive")
         touch "$build_dir/sdk/unpacked"
     fi
 fi
 
+# The tools of this machine's Qt write what the SDK's Qt compiles.
+qt_version_of() { sed -n 's/^set(PACKAGE_VERSION "\(.*\)").*/\1/p' "$1/Qt6/Qt6ConfigVersionImpl.cmake"; }
+host_qt=$(qt_version_of /usr/lib/x86_64-linux-gnu/cmake)
+sdk_qt=$(qt_version_of "$sdk/qt6/lib/cmake")
+if [ "$host_qt" != "$sdk_qt" ]; then
+    say "The Windows lane was left out: the SDK has Qt $sdk_qt, but this machine has the tools of Qt $host_qt"
+    exit 77
+fi
+
+scripts/setup.sh windows
 say "Configuring and building (windows-mingw)"
 export VXCOMMON_WINDOWS_SDK=$sdk
 quietly cmake --preset windows-mingw
