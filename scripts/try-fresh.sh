@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Runs both commands of the README in a fresh Debian, on a clean clone of what is committed here, and prints how long
+# they took: scripts/try-fresh.sh bookworm|trixie
+# Needs root. The new system is made below TMPDIR and removed at the end. Its packages come from
+# VXCOMMON_DEBIAN_MIRROR or, if that is not set, from where apt of this machine gets Debian's. If VXCOMMON_WINDOWS_SDK
+# is set, the Windows lane is part of it.
+
+source "$(dirname "$0")/lib.sh"
+
+case "$*" in
+bookworm | trixie) suite=$1 ;;
+*) die "name one of the supported releases of Debian: bookworm or trixie" ;;
+esac
+[ "$(id -u)" -eq 0 ] || die "only root can make and enter another system"
+scripts/setup.sh fresh
+apt_mirror() { apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Label: Debian' | sed -n 1p; }
+mirror=${VXCOMMON_DEBIAN_MIRROR:-$(apt_mirror)}
+[ -n "$mirror" ] || die "apt knows no mirror of Debian: set VXCOMMON_DEBIAN_MIRROR to the address of one"
+
+work_dir=$(mktemp -d)
+trap 'rm -rf --one-file-system "$work_dir"' EXIT
+root=$work_dir/$suite
+say "Making a fresh $suite"
+quietly debootstrap --variant=minbase "$suite" "$root" "$mirror"
+quietly git clone --no-hardlinks "$project_dir" "$root/root/vxcommon"
+mkdir "$root/sdk"
+
+windows_sdk=
+[ -z "${VXCOMMON_WINDOWS_SDK:-}" ] || windows_sdk=$(scripts/find-windows-sdk.sh)
+
+# Its mounts and processes are in namespaces that end with the command.
+inside() {
+    unshare --mount --pid --fork --kill-child bash -ec '
+        mount -t proc proc "$0/proc"
+        mount --rbind /dev "$0/dev"
+        [ -z "$1" ] || mount --bind "$1" "$0/sdk"
+        exec chroot "$0" env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 \
+            ${1:+VXCOMMON_WINDOWS_SDK=/sdk} "${@:2}"' "$root" "$windows_sdk" "$@"
+}
+for command in scripts/demo.sh scripts/test.sh; do
+    begin=$SECONDS
+    inside "/root/vxcommon/$command" || die "$command failed on $suite"
+    took=$((SECONDS - begin))
+    say "$command on $suite: $((took / 60)) min $((took % 60)) s"
+done
