@@ -5,6 +5,7 @@
 
 #include "table.h"
 
+#include <QPointer>
 #include <QRegularExpression>
 #include <QTimer>
 

@@ -10,6 +10,7 @@
 #include <common/tools/qcompressor.h>
 
 #include <QJsonObject>
+#include <QPointer>
 #include <QSemaphore>
 #include <QTcpSocket>
 #include <QTemporaryDir>
