@@ -1,5 +1,4 @@
 #include "command.h"
-#include "input.h"
 #include "output.h"
 
 #include <common/contact/icontactcontext.h>
@@ -8,6 +7,8 @@
 #include <common/sip/password.h>
 #include <common/sip/sipid.h>
 #include <common/tools/web.h>
+
+#include <QHash>
 
 namespace vxtool
 {
@@ -22,39 +23,16 @@ using tools::web::Web;
 
 constexpr common::logger::Channel logChannel{"vxtool.contact"};
 
-const QCommandLineOption nameOption{u"name"_s, u"Display name of the contacts."_s, u"NAME"_s};
-
-/// Prints what `makeRow` returns for each input, and ends well if its first value is never `bad`.
-int ForEachRow(const QCommandLineParser& parser, const QJsonValue& good,
-               const std::function<Row(const QString&)>& makeRow)
-{
-    RowPrinter printer(parser);
-    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& text) {
-        const Row row = makeRow(text);
-        printer.Print(row);
-        return good.isNull() || row.front().second == good;
-    }));
-}
-
-QString KindName(int kind)
-{
-    switch (kind) {
-    case number::ServiceNumber:
-        return u"ServiceNumber"_s;
-    case number::PhoneNumber:
-        return u"PhoneNumber"_s;
-    case number::SipAddress:
-        return u"SipAddress"_s;
-    default:
-        return u"SkypeName"_s;
-    }
-}
+const Option nameOption{u"name"_s, u"Display name of the contacts."_s, u"NAME"_s};
 
 int Contact(const QCommandLineParser& parser)
 {
-    return ForEachRow(parser, QJsonValue::Null, [&parser](const QString& text) {
+    const auto makeRow = [&parser](const QString& text) {
         const auto contact = common::contact::CreateInstance(text, parser.value(nameOption));
-        const QString kind = KindName(contact->Kind());
+        const QHash<int, QString> kinds{{number::ServiceNumber, u"ServiceNumber"_s},
+                                        {number::PhoneNumber, u"PhoneNumber"_s},
+                                        {number::SipAddress, u"SipAddress"_s}};
+        const QString kind = kinds.value(contact->Kind(), u"SkypeName"_s);
         LOG_MESSAGE(common::logger::Info) << kind << ": " << contact->FullAddress();
         return Row{{u"kind"_s, kind},
                    {u"address"_s, contact->Address()},
@@ -64,72 +42,42 @@ int Contact(const QCommandLineParser& parser)
                    {u"domain"_s, contact->Domain()},
                    {u"extension"_s, contact->Extension()},
                    {u"displayName"_s, contact->DisplayName()}};
-    });
+    };
+    return PrintRows(makeRow)(parser);
 }
 
-QString ErrorName(SipId::Error error)
+Row Check(const QString& id)
 {
-    switch (error) {
-    case SipId::NoError:
-        return u"NoError"_s;
-    case SipId::FormatError:
-        return u"FormatError"_s;
-    case SipId::SymbolError:
-        return u"SymbolError"_s;
-    case SipId::LengthError:
-        break;
-    }
-    return u"LengthError"_s;
+    const QHash<int, QString> names{{SipId::NoError, u"NoError"_s},
+                                    {SipId::FormatError, u"FormatError"_s},
+                                    {SipId::SymbolError, u"SymbolError"_s},
+                                    {SipId::LengthError, u"LengthError"_s}};
+    return {{u"result"_s, names.value(SipId::Check(id))}, {u"id"_s, id}};
 }
 
-int Check(const QCommandLineParser& parser)
+Row Parse(const QString& text)
 {
-    return ForEachRow(parser, ErrorName(SipId::NoError), [](const QString& id) {
-        return Row{{u"result"_s, ErrorName(SipId::Check(id))}, {u"id"_s, id}};
-    });
+    QString user;
+    QString domain;
+    QString name;
+    QString extension;
+    QString port;
+    const bool ok = SipId::ParseURIEx(text, user, domain, name, extension, port);
+    return {{u"ok"_s, ok},     {u"user"_s, user},           {u"domain"_s, domain},
+            {u"name"_s, name}, {u"extension"_s, extension}, {u"port"_s, port}};
 }
 
-int Parse(const QCommandLineParser& parser)
+Row CheckPassword(const QString& password)
 {
-    return ForEachRow(parser, true, [](const QString& text) {
-        QString user;
-        QString domain;
-        QString name;
-        QString extension;
-        QString port;
-        const bool ok = SipId::ParseURIEx(text, user, domain, name, extension, port);
-        return Row{{u"ok"_s, ok},     {u"user"_s, user},           {u"domain"_s, domain},
-                   {u"name"_s, name}, {u"extension"_s, extension}, {u"port"_s, port}};
-    });
+    return {{u"good"_s, Password::IsGood(password)}, {u"password"_s, password}};
 }
 
-int CheckPassword(const QCommandLineParser& parser)
+Row WebAddress(const QString& sipId)
 {
-    return ForEachRow(parser, true, [](const QString& password) {
-        return Row{{u"good"_s, Password::IsGood(password)}, {u"password"_s, password}};
-    });
-}
-
-QString LocaleName(Web::Locale locale)
-{
-    switch (locale) {
-    case Web::LocaleRu:
-        return u"LocaleRu"_s;
-    case Web::LocaleEu:
-        return u"LocaleEu"_s;
-    case Web::LocaleDefault:
-        break;
-    }
-    return u"LocaleDefault"_s;
-}
-
-int WebAddress(const QCommandLineParser& parser)
-{
-    return ForEachRow(parser, QJsonValue::Null, [](const QString& sipId) {
-        return Row{{u"url"_s, Web::GetWebServisesUrl(sipId)},
-                   {u"locale"_s, LocaleName(Web::GetLocale(sipId))},
-                   {u"id"_s, sipId}};
-    });
+    const QHash<int, QString> names{{Web::LocaleRu, u"LocaleRu"_s}, {Web::LocaleEu, u"LocaleEu"_s}};
+    return {{u"url"_s, Web::GetWebServisesUrl(sipId)},
+            {u"locale"_s, names.value(Web::GetLocale(sipId), u"LocaleDefault"_s)},
+            {u"id"_s, sipId}};
 }
 
 const CommandRegistration registration([] {
@@ -139,17 +87,18 @@ const CommandRegistration registration([] {
          u"Prints kind, address, display text, full address, number, domain, extension and display name."_s,
          u"vxtool contact --table --columns kind,address '+1 212 555 0119' skype:Anna"_s},
         {u"sip check"_s, u"[ID...]"_s, u"Check SIP identifiers of the service."_s, RowPrinter::Options(),
-         Check, u"Prints NoError, FormatError, SymbolError or LengthError, and the identifier."_s,
+         PrintRows(Check, u"NoError"_s),
+         u"Prints NoError, FormatError, SymbolError or LengthError, and the identifier."_s,
          u"vxtool sip check anna@office.quollsip.com"_s},
-        {u"sip parse"_s, u"[TEXT...]"_s, u"Split addresses into their parts."_s, RowPrinter::Options(), Parse,
-         u"Prints true or false, user, domain, display name, extension and port."_s,
+        {u"sip parse"_s, u"[TEXT...]"_s, u"Split addresses into their parts."_s, RowPrinter::Options(),
+         PrintRows(Parse, true), u"Prints true or false, user, domain, display name, extension and port."_s,
          u"vxtool sip parse --json '\"Anna\" <sip:anna@office.quollsip.com:5061>'"_s},
         {u"password"_s, u"[TEXT...]"_s, u"Check the rules for SIP passwords."_s, RowPrinter::Options(),
-         CheckPassword,
+         PrintRows(CheckPassword, true),
          u"A good password has 8 to 20 letters, digits and common punctuation. Give passwords on standard "
          "input: the process list shows arguments to every user."_s},
         {u"web"_s, u"[ID...]"_s, u"Show the web service address of SIP identifiers."_s, RowPrinter::Options(),
-         WebAddress},
+         PrintRows(WebAddress)},
     };
 });
 

@@ -9,6 +9,7 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <utility>
 
 namespace vxtool
 {
@@ -37,10 +38,10 @@ public:
         }
     }
 
-    QString FirstError()
+    QString TakeFirstError()
     {
         const QMutexLocker lock(&mutex);
-        return firstError;
+        return std::exchange(firstError, QString());
     }
 
     logger::ILogger* log = nullptr;
@@ -134,10 +135,10 @@ bool StartLog(const QString& file, int level, bool showSource)
 #endif
 }
 
-QString LibraryError()
+QString TakeLibraryError()
 {
     static const QRegularExpression objectNumbers(u"^\\[[0-9, ]+\\]: "_s);
-    return Keeper().FirstError().remove(objectNumbers);
+    return Keeper().TakeFirstError().remove(objectNumbers);
 }
 
 } // namespace vxtool

@@ -25,7 +25,9 @@ constexpr ExitCode ExitCodeOf(bool allDone)
     return allDone ? AllValid : SomeFailed;
 }
 
-using Options = QList<QCommandLineOption>;
+using Option = QCommandLineOption;
+using Options = QList<Option>;
+using Run = std::function<int(const QCommandLineParser&)>; ///< Returns an ExitCode.
 
 /// One command: its words, its help, its options and its work.
 struct Command
@@ -34,9 +36,9 @@ struct Command
     QString arguments; ///< As the help shows them, such as "[ID...]".
     QString summary;   ///< One line for the table of commands: 52 characters at most.
     Options options;
-    std::function<int(const QCommandLineParser&)> run; ///< Returns an ExitCode.
-    QString details = {};                              ///< What the summary leaves out; may be empty.
-    QString example = {};                              ///< A command line; may be empty.
+    Run run;
+    QString details = {};      ///< What the summary leaves out; may be empty.
+    QString example = {};      ///< A command line; may be empty.
     bool optionsFirst = false; ///< Everything from the first argument on is data, whatever it looks like.
 };
 
@@ -67,13 +69,14 @@ int FailUsage(const QString& reason);
 
 /**
  * Writes the library's log to `file` ("-" is standard output), up to `level`; without a file, keeps only
- * what LibraryError returns.
+ * what TakeLibraryError returns.
  *
  * @return false if this build cannot write logs
  */
 bool StartLog(const QString& file, int level, bool showSource);
 
-/// Returns the first error line that the library has logged, which names the cause; empty if there is none.
-QString LibraryError();
+/// Returns, and forgets, the first error line that the library has logged since the last call: it names the
+/// cause. Empty if there is none.
+QString TakeLibraryError();
 
 } // namespace vxtool

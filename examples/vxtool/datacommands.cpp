@@ -23,13 +23,12 @@ using tools::JsonFile;
 using tools::QCompressor;
 using tools::cipher::AES;
 
-const QCommandLineOption keyOption{
-    u"key"_s, u"Key of up to 32 bytes. The process list shows it to every user."_s, u"KEY"_s};
-const QCommandLineOption keyFileOption{u"key-file"_s, u"Read the key from the first line of FILE."_s,
-                                       u"FILE"_s};
-const QCommandLineOption rawOption{u"raw"_s, u"Take the bytes of FILE or standard input; print bytes."_s};
-const QCommandLineOption levelOption{
-    u"level"_s, u"Compression level from 0 (none) to 9 (smallest) (default: 6)."_s, u"N"_s, u"6"_s};
+const Option keyOption{u"key"_s, u"Key of up to 32 bytes. The process list shows it to every user."_s,
+                       u"KEY"_s};
+const Option keyFileOption{u"key-file"_s, u"Read the key from the first line of FILE."_s, u"FILE"_s};
+const Option rawOption{u"raw"_s, u"Take the bytes of FILE or standard input; print bytes."_s};
+const Option levelOption{u"level"_s, u"Compression level from 0 (none) to 9 (smallest) (default: 6)."_s,
+                         u"N"_s, u"6"_s};
 const QString keyDetails =
     u"Without --key and --key-file, the environment variable VXTOOL_KEY holds the key."_s;
 
@@ -55,35 +54,30 @@ bool ReadKey(const QCommandLineParser& parser, const QString& otherwise, QString
            Complain(u"the key is longer than %1 bytes"_s.arg(AES::maxKeySize));
 }
 
-/// Runs `cipher` over files (--raw) or strings, each of which `isValid` must accept.
-int RunCipher(const QCommandLineParser& parser, bool (*isValid)(const QByteArray&),
-              QString (*ofText)(const QString&, const QString&),
+/// Returns a command that converts a file (--raw) or strings, each of which `isValid` must accept.
+Run RunCipher(bool (*isValid)(const QByteArray&), QString (*ofText)(const QString&, const QString&),
               QByteArray& (*ofBytes)(const QString&, const QByteArray&, QByteArray&))
 {
-    QString key;
-    if (!ReadKey(parser, AES::machineKey(), key)) {
-        return WrongUsage;
-    }
-    if (!parser.isSet(rawOption)) {
-        return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& text) {
-            if (!isValid(text.toUtf8())) {
-                return Complain(u"\"%1\" is not Base64 of encrypted text"_s.arg(text));
-            }
-            PrintLine(ofText(key, text));
-            return true;
-        }));
-    }
-    QByteArray bytes;
-    if (!ReadInput(parser.positionalArguments(), bytes)) {
-        return SomeFailed;
-    }
-    return ExitCodeOf(PrintBody(parser, ofBytes(key, bytes, bytes)));
-}
-
-int Encrypt(const QCommandLineParser& parser)
-{
-    return RunCipher(
-        parser, [](const QByteArray&) { return true; }, AES::encrypt, AES::encrypt);
+    return [=](const QCommandLineParser& parser) -> int {
+        QString key;
+        if (!ReadKey(parser, AES::machineKey(), key)) {
+            return WrongUsage;
+        }
+        if (!parser.isSet(rawOption)) {
+            return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& text) {
+                if (!isValid(text.toUtf8())) {
+                    return Complain(u"\"%1\" is not Base64 of encrypted text"_s.arg(text));
+                }
+                PrintLine(ofText(key, text));
+                return true;
+            }));
+        }
+        QByteArray bytes;
+        if (!ReadInput(parser.positionalArguments(), bytes)) {
+            return SomeFailed;
+        }
+        return ExitCodeOf(PrintBody(parser, ofBytes(key, bytes, bytes)));
+    };
 }
 
 bool IsEncryptedText(const QByteArray& base64)
@@ -101,11 +95,6 @@ QString DecryptText(const QString& key, const QString& text)
         plain.chop(1);
     }
     return plain;
-}
-
-int Decrypt(const QCommandLineParser& parser)
-{
-    return RunCipher(parser, IsEncryptedText, DecryptText, AES::decrypt);
 }
 
 int Gzip(const QCommandLineParser& parser)
@@ -236,7 +225,7 @@ int SetJson(const QCommandLineParser& parser)
     QJsonObject object = old.Object();
     object.insert(arguments.at(1), ValueOf(arguments.at(2)));
     if (!JsonFile(path, object, key).Save()) {
-        return Fail(u"cannot write %1"_s.arg(argument));
+        return Fail(u"cannot write %1: %2"_s.arg(argument, TakeLibraryError()));
     }
     QByteArray result;
     return ExitCodeOf(!isFilter || (ReadInput(path, result) && PrintBody(parser, result)));
@@ -245,13 +234,15 @@ int SetJson(const QCommandLineParser& parser)
 const CommandRegistration registration([] {
     return CommandList{
         {u"encrypt"_s, u"[TEXT...] | --raw [FILE]"_s, u"Encrypt strings to Base64, or a file to bytes."_s,
-         Options{keyOption, keyFileOption, rawOption, forceOption}, Encrypt,
+         Options{keyOption, keyFileOption, rawOption, forceOption},
+         RunCipher([](const QByteArray&) { return true; }, AES::encrypt, AES::encrypt),
          keyDetails +
              u" If that is not set either, a key derived from the user's name is used. It hides values "
              "at a glance and no more: see docs/security.md."_s,
          u"vxtool encrypt --key-file secret.key hello"_s},
         {u"decrypt"_s, u"[BASE64...] | --raw [FILE]"_s, u"Decrypt strings or a file."_s,
-         Options{keyOption, keyFileOption, rawOption, forceOption}, Decrypt,
+         Options{keyOption, keyFileOption, rawOption, forceOption},
+         RunCipher(IsEncryptedText, DecryptText, AES::decrypt),
          keyDetails + u" A wrong key is not detected and yields garbage. A file keeps its padding of zero "
                       "bytes."_s},
         {u"gzip"_s, u"[FILE]"_s, u"Compress a file to standard output."_s, Options{levelOption, forceOption},

@@ -24,17 +24,16 @@ using common::ClickToCall;
 using common::Shell;
 using common::chrome::PluginUtils;
 
-const QCommandLineOption directoryOption{u"directory"_s, u"Start the program in DIR."_s, u"DIR"_s};
-const QCommandLineOption argumentsOption{u"arguments"_s, u"Command line arguments, as one string."_s,
-                                         u"TEXT"_s};
-const QCommandLineOption descriptionOption{u"description"_s, u"Description."_s, u"TEXT"_s};
-const QCommandLineOption applicationIdOption{
-    u"app-id"_s, u"Application user model id; StartupWMClass on Linux."_s, u"ID"_s};
-const QCommandLineOption adminOption{u"admin"_s, u"Register for all users, not only for the current one."_s};
-const QCommandLineOption applicationOption{u"application"_s, u"Name of the application (default: vxtool)."_s,
-                                           u"NAME"_s, u"vxtool"_s};
-const QCommandLineOption organizationOption{
-    u"organization"_s, u"Name of the organization (default: vxcommon)."_s, u"NAME"_s, u"vxcommon"_s};
+const Option directoryOption{u"directory"_s, u"Start the program in DIR."_s, u"DIR"_s};
+const Option argumentsOption{u"arguments"_s, u"Command line arguments, as one string."_s, u"TEXT"_s};
+const Option descriptionOption{u"description"_s, u"Description."_s, u"TEXT"_s};
+const Option applicationIdOption{u"app-id"_s, u"Application user model id; StartupWMClass on Linux."_s,
+                                 u"ID"_s};
+const Option adminOption{u"admin"_s, u"Register for all users, not only for the current one."_s};
+const Option applicationOption{u"application"_s, u"Name of the application (default: vxtool)."_s, u"NAME"_s,
+                               u"vxtool"_s};
+const Option organizationOption{u"organization"_s, u"Name of the organization (default: vxcommon)."_s,
+                                u"NAME"_s, u"vxcommon"_s};
 
 void PrintValue(RowPrinter& printer, const QString& name, const QJsonValue& value)
 {
@@ -75,7 +74,7 @@ int Show(const QCommandLineParser& parser)
         if (!QFileInfo::exists(path)) {
             return Complain(u"there is no file \"%1\""_s.arg(path));
         }
-        return Shell::ShowFile(path) || Complain(u"cannot show \"%1\": %2"_s.arg(path, LibraryError()));
+        return Shell::ShowFile(path) || Complain(u"cannot show \"%1\": %2"_s.arg(path, TakeLibraryError()));
     }));
 }
 
@@ -97,53 +96,36 @@ int Shortcut(const QCommandLineParser& parser)
                : Fail(u"cannot write \"%1\""_s.arg(file));
 }
 
-/// Runs `call` for each library and prints its result.
-int RunComponents(const QCommandLineParser& parser, unsigned long (*call)(const QString&, bool))
+/// Returns a command that runs `call` for each library and prints its result.
+Run RunComponents(unsigned long (*call)(const QString&, bool))
 {
-    RowPrinter printer(parser);
-    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& path) {
-        constexpr int base = 16;
-        const unsigned long result = call(path, parser.isSet(adminOption));
-        printer.Print({{u"result"_s, u"0x"_s + QString::number(result, base)}, {u"file"_s, path}});
-        return result == 0 || Complain(u"%1: %2"_s.arg(path, LibraryError()));
-    }));
+    return [call](const QCommandLineParser& parser) {
+        RowPrinter printer(parser);
+        return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& path) {
+            constexpr int base = 16;
+            const unsigned long result = call(path, parser.isSet(adminOption));
+            printer.Print({{u"result"_s, u"0x"_s + QString::number(result, base)}, {u"file"_s, path}});
+            return result == 0 || Complain(u"%1: %2"_s.arg(path, TakeLibraryError()));
+        }));
+    };
 }
 
-int RegisterComponent(const QCommandLineParser& parser)
+/// Returns a command that runs `change` for the URL schemes given.
+Run ChangeProtocols(bool (*change)(const QStringList&, const QString&, const QString&))
 {
-    return RunComponents(parser, Shell::RegisterComponent);
-}
-
-int UnregisterComponent(const QCommandLineParser& parser)
-{
-    return RunComponents(parser, Shell::UnregisterComponent);
-}
-
-using ChangeProtocols = bool (*)(const QStringList&, const QString&, const QString&);
-
-int Change(const QCommandLineParser& parser, ChangeProtocols change)
-{
-    static const QRegularExpression scheme(u"\\A[A-Za-z][A-Za-z0-9+.-]*\\z"_s); // RFC 3986, 3.1
-    const QStringList given = parser.positionalArguments();
-    for (const QString& text : given) {
-        if (!scheme.match(text).hasMatch()) {
-            return Fail(u"\"%1\" is not a URL scheme"_s.arg(text));
+    return [change](const QCommandLineParser& parser) {
+        static const QRegularExpression scheme(u"\\A[A-Za-z][A-Za-z0-9+.-]*\\z"_s); // RFC 3986, 3.1
+        const QStringList given = parser.positionalArguments();
+        for (const QString& text : given) {
+            if (!scheme.match(text).hasMatch()) {
+                return Fail(u"\"%1\" is not a URL scheme"_s.arg(text));
+            }
         }
-    }
-    return change(given.isEmpty() ? ClickToCall::currentAvailableProtocols() : given,
-                  parser.value(applicationOption), parser.value(organizationOption))
-               ? AllValid
-               : Fail(LibraryError());
-}
-
-int RegisterProtocols(const QCommandLineParser& parser)
-{
-    return Change(parser, ClickToCall::registerProtocols);
-}
-
-int UnregisterProtocols(const QCommandLineParser& parser)
-{
-    return Change(parser, ClickToCall::unregisterProtocols);
+        return change(given.isEmpty() ? ClickToCall::currentAvailableProtocols() : given,
+                      parser.value(applicationOption), parser.value(organizationOption))
+                   ? AllValid
+                   : Fail(TakeLibraryError());
+    };
 }
 
 int UnregisterApplication(const QCommandLineParser& parser)
@@ -153,7 +135,8 @@ int UnregisterApplication(const QCommandLineParser& parser)
     if (application.isEmpty() || organization.isEmpty()) {
         return FailUsage(u"the names must not be empty"_s);
     }
-    return ClickToCall::unregisterApplication(application, organization) ? AllValid : Fail(LibraryError());
+    return ClickToCall::unregisterApplication(application, organization) ? AllValid
+                                                                         : Fail(TakeLibraryError());
 }
 
 int ProtocolState(const QCommandLineParser& parser)
@@ -171,34 +154,22 @@ int ProtocolState(const QCommandLineParser& parser)
     return ExitCodeOf(all || asked.isEmpty());
 }
 
-/// Runs `job` for each extension and prints its result.
-int ForEachExtension(const QCommandLineParser& parser, const QString& column, bool (*job)(const QString&))
+/// Returns a command that runs `job` for each extension and prints its result.
+Run ForEachExtension(const QString& column, bool (*job)(const QString&))
 {
-    static const QRegularExpression idPattern(u"\\A[A-Za-z0-9_-]+\\z"_s);
-    RowPrinter printer(parser);
-    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& id) {
-        if (!idPattern.match(id).hasMatch()) {
-            return Complain(u"\"%1\" is not an extension id"_s.arg(id));
-        }
-        const bool result = job(id);
-        printer.Print({{column, result}, {u"id"_s, id}});
-        return result && (LibraryError().isEmpty() || Complain(LibraryError()));
-    }));
-}
-
-int RegisterExtension(const QCommandLineParser& parser)
-{
-    return ForEachExtension(parser, u"written"_s, PluginUtils::RegisterPlugin);
-}
-
-int UnregisterExtension(const QCommandLineParser& parser)
-{
-    return ForEachExtension(parser, u"done"_s, PluginUtils::UnregisterPlugin);
-}
-
-int ExtensionState(const QCommandLineParser& parser)
-{
-    return ForEachExtension(parser, u"registered"_s, PluginUtils::IsRegistered);
+    return [column, job](const QCommandLineParser& parser) {
+        static const QRegularExpression idPattern(u"\\A[A-Za-z0-9_-]+\\z"_s);
+        RowPrinter printer(parser);
+        return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& id) {
+            if (!idPattern.match(id).hasMatch()) {
+                return Complain(u"\"%1\" is not an extension id"_s.arg(id));
+            }
+            const bool result = job(id);
+            printer.Print({{column, result}, {u"id"_s, id}});
+            const QString error = TakeLibraryError();
+            return result && (error.isEmpty() || Complain(error));
+        }));
+    };
 }
 
 const CommandRegistration registration([] {
@@ -216,25 +187,27 @@ const CommandRegistration registration([] {
          Shortcut,
          u"FILE is a shell link (.lnk) on Windows and a desktop entry (.desktop) on Linux."_s},
         {u"component register"_s, u"[LIBRARY...]"_s, u"Run the registration of component libraries."_s,
-         RowPrinter::Options({adminOption}), RegisterComponent, u"Prints the HRESULT; 0x0 is success."_s},
+         RowPrinter::Options({adminOption}), RunComponents(Shell::RegisterComponent),
+         u"Prints the HRESULT; 0x0 is success."_s},
         {u"component unregister"_s, u"[LIBRARY...]"_s, u"Run the deregistration of component libraries."_s,
-         RowPrinter::Options({adminOption}), UnregisterComponent},
+         RowPrinter::Options({adminOption}), RunComponents(Shell::UnregisterComponent)},
         {u"protocols register"_s, schemes, u"Make vxtool the handler of URL schemes."_s, protocolOptions,
-         RegisterProtocols,
+         ChangeProtocols(ClickToCall::registerProtocols),
          u"Without arguments callto, tel and sip. A clicked address starts 'vxtool --callto ADDRESS'."_s,
          u"vxtool protocols register tel sip"_s},
         {u"protocols unregister"_s, schemes, u"Remove vxtool as the handler of URL schemes."_s,
-         protocolOptions, UnregisterProtocols},
+         protocolOptions, ChangeProtocols(ClickToCall::unregisterProtocols)},
         {u"protocols unregister-app"_s, QString(), u"Remove the application of the URL schemes."_s,
          protocolOptions, UnregisterApplication},
         {u"protocols state"_s, schemes, u"List the URL schemes that vxtool handles."_s,
          RowPrinter::Options(protocolOptions), ProtocolState},
         {u"extension register"_s, u"[ID...]"_s, u"Ask the browser to install extensions."_s,
-         RowPrinter::Options(), RegisterExtension, u"Prints false if the request existed already."_s},
+         RowPrinter::Options(), ForEachExtension(u"written"_s, PluginUtils::RegisterPlugin),
+         u"Prints false if the request existed already."_s},
         {u"extension unregister"_s, u"[ID...]"_s, u"Withdraw the request for extensions."_s,
-         RowPrinter::Options(), UnregisterExtension},
+         RowPrinter::Options(), ForEachExtension(u"done"_s, PluginUtils::UnregisterPlugin)},
         {u"extension state"_s, u"[ID...]"_s, u"Show which extensions are requested."_s, RowPrinter::Options(),
-         ExtensionState},
+         ForEachExtension(u"registered"_s, PluginUtils::IsRegistered)},
     };
 });
 

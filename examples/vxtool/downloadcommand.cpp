@@ -27,14 +27,14 @@ namespace
 
 using common::http::IFileDownload;
 
-const QCommandLineOption sizeOption{u"size"_s, u"Size that the file must have."_s, u"BYTES"_s};
-const QCommandLineOption md5Option{u"md5"_s, u"MD5 sum that the file must have."_s, u"HEX"_s};
-const QCommandLineOption attemptsOption{
-    u"attempts"_s, u"Maximum number of attempts, 5 seconds apart (default: 1)."_s, u"N"_s};
-const QCommandLineOption timeoutOption{
-    u"timeout"_s, u"Seconds of silence after which an attempt fails (default: 30)."_s, u"S"_s};
+const Option sizeOption{u"size"_s, u"Size that the file must have."_s, u"BYTES"_s};
+const Option md5Option{u"md5"_s, u"MD5 sum that the file must have."_s, u"HEX"_s};
+const Option attemptsOption{u"attempts"_s, u"Maximum number of attempts, 5 seconds apart (default: 1)."_s,
+                            u"N"_s};
+const Option timeoutOption{u"timeout"_s, u"Seconds of silence after which an attempt fails (default: 30)."_s,
+                           u"S"_s};
 
-const QCommandLineOption keepPartialOption{u"keep-partial"_s, u"Keep FILE.part if the download fails."_s};
+const Option keepPartialOption{u"keep-partial"_s, u"Keep FILE.part if the download fails."_s};
 
 /// Runs the download to its end. Complains and returns false if it fails.
 bool RunDownload(IFileDownload& download, const StatusKeeper& manager)
@@ -47,8 +47,9 @@ bool RunDownload(IFileDownload& download, const StatusKeeper& manager)
     QObject::connect(&download, &IFileDownload::complete, &loop, &QEventLoop::quit);
     QObject::connect(&download, &IFileDownload::failed, &loop, [&](int error, const QString& text) {
         constexpr int firstOwnError = 900100;
-        const bool isOwn = error >= firstOwnError && !LibraryError().isEmpty();
-        complaint = manager.ErrorText(download.GetUrl(), error, isOwn ? text + u' ' + LibraryError() : text);
+        const QString cause = TakeLibraryError();
+        const bool isOwn = error >= firstOwnError && !cause.isEmpty();
+        complaint = manager.ErrorText(download.GetUrl(), error, isOwn ? text + u' ' + cause : text);
         loop.quit();
     });
     platform::OnInterrupt([&] {

@@ -31,13 +31,11 @@ using common::Shell;
 
 constexpr common::logger::Channel logChannel{"vxtool.files"};
 
-const QCommandLineOption timingOption{u"timing"_s, u"Show the time taken."_s};
-const QCommandLineOption tolerateOption{u"tolerate"_s,
-                                        u"Skip files of the first level that cannot be copied."_s};
-const QCommandLineOption filterOption{
+const Option timingOption{u"timing"_s, u"Show the time taken."_s};
+const Option tolerateOption{u"tolerate"_s, u"Skip files of the first level that cannot be copied."_s};
+const Option filterOption{
     u"filter"_s, u"List only names that match PATTERN, also of directories (repeatable)."_s, u"PATTERN"_s};
-const QCommandLineOption nullOption{{u"0"_s, u"null"_s},
-                                    u"End each name with a zero byte, as find -print0."_s};
+const Option nullOption{{u"0"_s, u"null"_s}, u"End each name with a zero byte, as find -print0."_s};
 
 /// Most likely from a variable that was not set. It must not be taken for the current directory.
 const QString emptyPath = u"an empty path names nothing"_s;
@@ -141,7 +139,7 @@ QString ReasonOf(const QString& error)
 
 QString JobError(int code, const QString& text)
 {
-    const QString cause = LibraryError();
+    const QString cause = TakeLibraryError();
     const QString reason = ReasonOf(cause);
     return u"error %1: %2"_s.arg(code).arg(cause.isEmpty() ? text : cause) +
            (reason.isEmpty() ? QString() : u" ("_s + reason + u')');
@@ -353,7 +351,7 @@ int Scan(const QCommandLineParser& parser)
 int RemoveAfterExit(const QCommandLineParser& parser)
 {
     return ExitCodeOf(ForEachInput(parser.positionalArguments(), [](const QString& path) {
-        return IsDirectory(path) && (Shell::RemoveAfterExit(path) || Complain(LibraryError()));
+        return IsDirectory(path) && (Shell::RemoveAfterExit(path) || Complain(TakeLibraryError()));
     }));
 }
 

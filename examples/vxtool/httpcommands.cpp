@@ -89,43 +89,37 @@ int RunRequest(const QCommandLineParser& parser, IHttpRequest& request, const St
     });
     QTimer idleTimer;
     if (!request.Send(method)) {
-        complaint = u"the request could not be sent: "_s + LibraryError();
+        complaint = u"the request could not be sent: "_s + TakeLibraryError();
     } else {
-        WatchIdleness(request, idleTimer, [&] { fail(u"the retry could not be sent: "_s + LibraryError()); });
+        WatchIdleness(request, idleTimer,
+                      [&] { fail(u"the retry could not be sent: "_s + TakeLibraryError()); });
         loop.exec();
     }
     return complaint.isEmpty() ? ExitCodeOf(isPrinted) : Fail(complaint);
 }
 
-int Run(const QCommandLineParser& parser, IHttpRequest::HTTPRequestMethod method)
+/// Returns a command that sends a request.
+Run Send(IHttpRequest::HTTPRequestMethod method)
 {
-    StatusKeeper manager;
-    const std::unique_ptr<IHttpRequest> request(common::http::CreateHttpRequest(&manager, nullptr));
-    if (!ApplyHttpOptions(parser, *request)) {
-        return WrongUsage;
-    }
-    if (parser.isSet(u"verbose"_s)) {
-        ShowSignals(request.get());
-    }
-    return RunRequest(parser, *request, manager, method);
-}
-
-int Get(const QCommandLineParser& parser)
-{
-    return Run(parser, IHttpRequest::GET);
-}
-
-int Post(const QCommandLineParser& parser)
-{
-    return Run(parser, IHttpRequest::POST);
+    return [method](const QCommandLineParser& parser) -> int {
+        StatusKeeper manager;
+        const std::unique_ptr<IHttpRequest> request(common::http::CreateHttpRequest(&manager, nullptr));
+        if (!ApplyHttpOptions(parser, *request)) {
+            return WrongUsage;
+        }
+        if (parser.isSet(u"verbose"_s)) {
+            ShowSignals(request.get());
+        }
+        return RunRequest(parser, *request, manager, method);
+    };
 }
 
 const CommandRegistration registration([] {
     return CommandList{
-        {u"get"_s, u"URL"_s, u"Print the body of a response of a web server."_s, GetOptions(), Get, QString(),
-         u"vxtool get --timeout 10 --attempts 3 https://example.org/"_s},
-        {u"post"_s, u"URL"_s, u"Send JSON, a form or files to a web server."_s, PostOptions(), Post,
-         u"Prints the body of the response."_s,
+        {u"get"_s, u"URL"_s, u"Print the body of a response of a web server."_s, GetOptions(),
+         Send(IHttpRequest::GET), QString(), u"vxtool get --timeout 10 --attempts 3 https://example.org/"_s},
+        {u"post"_s, u"URL"_s, u"Send JSON, a form or files to a web server."_s, PostOptions(),
+         Send(IHttpRequest::POST), u"Prints the body of the response."_s,
          u"echo '{\"n\": 1}' | vxtool post --json-file - https://example.org/api"_s},
     };
 });

@@ -20,32 +20,26 @@ namespace
 
 using namespace common::http;
 
-const QCommandLineOption verboseOption{{u"v"_s, u"verbose"_s},
-                                       u"Print the signals of the request to standard error."_s};
-const QCommandLineOption headerOption{
-    {u"H"_s, u"header"_s}, u"Header to send (repeatable)."_s, u"NAME: VALUE"_s};
-const QCommandLineOption timeoutOption{
-    u"timeout"_s, u"Seconds of silence after which an attempt fails (default: no limit)."_s, u"S"_s};
-const QCommandLineOption attemptsOption{
-    u"attempts"_s, u"Maximum number of attempts on network problems (default: 1)."_s, u"N"_s};
-const QCommandLineOption intervalOption{u"interval"_s, u"Seconds between two attempts (default: 20)."_s,
-                                        u"S"_s};
-const QCommandLineOption ignoreSslOption{u"ignore-ssl"_s, u"Ignore errors of the TLS handshake."_s};
-const QCommandLineOption certificateOption{u"client-cert"_s, u"Client certificate (PEM)."_s, u"FILE"_s};
-const QCommandLineOption clientKeyOption{u"client-key"_s, u"Key of the client certificate (PEM)."_s,
-                                         u"FILE"_s};
-const QCommandLineOption authoritiesOption{u"ca"_s, u"Trusted CA certificates (PEM)."_s, u"FILE"_s};
-const QCommandLineOption redirectOption{
+const Option verboseOption{{u"v"_s, u"verbose"_s}, u"Print the signals of the request to standard error."_s};
+const Option headerOption{{u"H"_s, u"header"_s}, u"Header to send (repeatable)."_s, u"NAME: VALUE"_s};
+const Option timeoutOption{u"timeout"_s,
+                           u"Seconds of silence after which an attempt fails (default: no limit)."_s, u"S"_s};
+const Option attemptsOption{u"attempts"_s, u"Maximum number of attempts on network problems (default: 1)."_s,
+                            u"N"_s};
+const Option intervalOption{u"interval"_s, u"Seconds between two attempts (default: 20)."_s, u"S"_s};
+const Option ignoreSslOption{u"ignore-ssl"_s, u"Ignore errors of the TLS handshake."_s};
+const Option certificateOption{u"client-cert"_s, u"Client certificate (PEM)."_s, u"FILE"_s};
+const Option clientKeyOption{u"client-key"_s, u"Key of the client certificate (PEM)."_s, u"FILE"_s};
+const Option authoritiesOption{u"ca"_s, u"Trusted CA certificates (PEM)."_s, u"FILE"_s};
+const Option redirectOption{
     u"redirect"_s, u"Redirects to follow: manual (none), no-less-safe or same-origin."_s, u"POLICY"_s};
-const QCommandLineOption queryOption{u"query"_s, u"Pair for the query (repeatable)."_s, u"KEY=VALUE"_s};
-const QCommandLineOption jsonFileOption{u"json-file"_s, u"Send the JSON object in FILE."_s, u"FILE"_s};
-const QCommandLineOption formOption{u"form"_s, u"Pair of a URL-encoded form (repeatable)."_s, u"KEY=VALUE"_s};
-const QCommandLineOption textOption{u"text"_s, u"Text part of a multipart form (repeatable)."_s,
-                                    u"NAME=TEXT"_s};
-const QCommandLineOption fileOption{u"file"_s, u"File part of a multipart form (repeatable)."_s,
-                                    u"NAME=PATH"_s};
+const Option queryOption{u"query"_s, u"Pair for the query (repeatable)."_s, u"KEY=VALUE"_s};
+const Option jsonFileOption{u"json-file"_s, u"Send the JSON object in FILE."_s, u"FILE"_s};
+const Option formOption{u"form"_s, u"Pair of a URL-encoded form (repeatable)."_s, u"KEY=VALUE"_s};
+const Option textOption{u"text"_s, u"Text part of a multipart form (repeatable)."_s, u"NAME=TEXT"_s};
+const Option fileOption{u"file"_s, u"File part of a multipart form (repeatable)."_s, u"NAME=PATH"_s};
 
-QString NameOf(const QCommandLineOption& option)
+QString NameOf(const Option& option)
 {
     return u"--"_s + option.names().constLast();
 }
@@ -58,7 +52,7 @@ bool Misused(const QString& reason)
 
 /// Calls `use` with the two sides of each value of an option, which must have a "=".
 template<typename Use>
-bool ForEachPair(const QCommandLineParser& parser, const QCommandLineOption& option, const Use& use)
+bool ForEachPair(const QCommandLineParser& parser, const Option& option, const Use& use)
 {
     for (const QString& pair : parser.values(option)) {
         const qsizetype sign = pair.indexOf(u'=');
@@ -93,7 +87,7 @@ bool ApplyHeaders(const QCommandLineParser& parser, IHttpRequest& request)
     return true;
 }
 
-bool ApplyMap(const QCommandLineParser& parser, const QCommandLineOption& option, IHttpRequest& request)
+bool ApplyMap(const QCommandLineParser& parser, const Option& option, IHttpRequest& request)
 {
     const auto map = IHttpRequestDataMap::CreateUrlencodedDataMap();
     request.SetData(map);
@@ -135,7 +129,7 @@ bool ApplyMultiPart(const QCommandLineParser& parser, IHttpRequest& request)
 bool ApplyPayload(const QCommandLineParser& parser, IHttpRequest& request)
 {
     const QStringList given = parser.optionNames();
-    const auto isGiven = [&given](const QCommandLineOption& option) {
+    const auto isGiven = [&given](const Option& option) {
         return given.contains(option.names().constLast());
     };
     if (isGiven(queryOption)) {
@@ -158,7 +152,7 @@ bool ApplyNumbers(const QCommandLineParser& parser, IHttpRequest& request)
 {
     const struct
     {
-        const QCommandLineOption& option;
+        const Option& option;
         int least;
         void (IHttpRequest::*set)(int);
     } numbers[] = {{timeoutOption, 0, &IHttpRequest::SetTimeout},
@@ -201,7 +195,7 @@ bool ApplyTls(const QCommandLineParser& parser, IHttpRequest& request)
     QByteArray certificate;
     QByteArray key;
     QByteArray authorities;
-    const std::pair<const QCommandLineOption&, QByteArray&> files[] = {
+    const std::pair<const Option&, QByteArray&> files[] = {
         {certificateOption, certificate}, {clientKeyOption, key}, {authoritiesOption, authorities}};
     for (const auto& [option, content] : files) {
         if (parser.isSet(option) && !ReadInput(parser.value(option), content)) {

@@ -88,7 +88,7 @@ bool ReadInput(const QStringList& arguments, QByteArray& bytes)
                                 : ReadInput(arguments.value(0, u"-"_s), bytes);
 }
 
-bool ReadNumber(const QCommandLineParser& parser, const QCommandLineOption& option, qint64 least, qint64 most,
+bool ReadNumber(const QCommandLineParser& parser, const Option& option, qint64 least, qint64 most,
                 qint64& number)
 {
     if (!parser.isSet(option)) {
@@ -102,7 +102,7 @@ bool ReadNumber(const QCommandLineParser& parser, const QCommandLineOption& opti
                AllValid;
 }
 
-bool ReadSeconds(const QCommandLineParser& parser, const QCommandLineOption& option, double& seconds)
+bool ReadSeconds(const QCommandLineParser& parser, const Option& option, double& seconds)
 {
     constexpr double day = 24 * 60 * 60;
     if (!parser.isSet(option)) {

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "command.h"
+
 #include <QByteArray>
-#include <QCommandLineParser>
 #include <QString>
 #include <QStringList>
 
@@ -26,11 +27,11 @@ bool ReadInput(const QStringList& arguments, QByteArray& bytes);
 
 /// Reads the whole number from `least` to `most` that `option` holds, if it is set. Complains of any other
 /// text.
-bool ReadNumber(const QCommandLineParser& parser, const QCommandLineOption& option, qint64 least, qint64 most,
+bool ReadNumber(const QCommandLineParser& parser, const Option& option, qint64 least, qint64 most,
                 qint64& number);
 
 /// Reads the seconds, such as 2.5, that `option` holds, if it is set: a day at most. Complains of any other
 /// text.
-bool ReadSeconds(const QCommandLineParser& parser, const QCommandLineOption& option, double& seconds);
+bool ReadSeconds(const QCommandLineParser& parser, const Option& option, double& seconds);
 
 } // namespace vxtool

@@ -68,7 +68,7 @@ int ShowHelp(QStringList words)
 int FailOption(const QCommandLineParser& parser, const Command& command)
 {
     QStringList names;
-    for (const QCommandLineOption& option : command.options + reference::GlobalOptions()) {
+    for (const Option& option : command.options + reference::GlobalOptions()) {
         names += option.names();
     }
     const QStringList unknown = parser.unknownOptionNames();
@@ -129,7 +129,7 @@ int RunCommand(const Command& command, const QStringList& options, const QString
 }
 
 /// `arguments` begin with the program.
-int Run(const QStringList& arguments)
+int RunProgram(const QStringList& arguments)
 {
     // What follows --callto comes from a link: none of it is an option.
     if (arguments.value(1) == "--callto"_L1) {
@@ -183,5 +183,5 @@ int main(int argc, char* argv[])
     QCoreApplication::setApplicationName(QStringLiteral("vxtool"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VXCOMMON_VERSION));
     const QStringList arguments = QStringList(QStringLiteral("vxtool")) + platform::Arguments(argc, argv);
-    return platform::EndAfterInterrupt(vxtool::FinishOutput(vxtool::Run(arguments)));
+    return platform::EndAfterInterrupt(vxtool::FinishOutput(vxtool::RunProgram(arguments)));
 }

@@ -1,6 +1,6 @@
 #include "output.h"
 
-#include "command.h"
+#include "input.h"
 #include "platform.h"
 
 #include <QJsonDocument>
@@ -16,11 +16,10 @@ namespace vxtool
 namespace
 {
 
-const QCommandLineOption jsonOption{u"json"_s, u"Print one JSON object per line."_s};
-const QCommandLineOption tableOption{u"table"_s,
-                                     u"Print a table with aligned columns; long cells are cut."_s};
-const QCommandLineOption columnsOption{
-    u"columns"_s, u"Print only these values, named as in --json, separated by commas."_s, u"LIST"_s};
+const Option jsonOption{u"json"_s, u"Print one JSON object per line."_s};
+const Option tableOption{u"table"_s, u"Print a table with aligned columns; long cells are cut."_s};
+const Option columnsOption{u"columns"_s,
+                           u"Print only these values, named as in --json, separated by commas."_s, u"LIST"_s};
 
 /// A table cell wider than this is cut, so that one absurd input does not push all others off the screen.
 constexpr qsizetype maxCellWidth = 44;
@@ -134,7 +133,7 @@ void PrintBytes(const QByteArray& bytes)
     Print(stdout, bytes);
 }
 
-const QCommandLineOption forceOption{u"force"_s, u"Print binary data even to a terminal."_s};
+const Option forceOption{u"force"_s, u"Print binary data even to a terminal."_s};
 
 bool PrintBody(const QCommandLineParser& parser, const QByteArray& bytes)
 {
@@ -174,9 +173,9 @@ int FinishOutput(int exitCode)
     return outputError.isEmpty() ? exitCode : Fail(u"cannot write standard output: "_s + outputError);
 }
 
-QList<QCommandLineOption> RowPrinter::Options(const QList<QCommandLineOption>& more)
+vxtool::Options RowPrinter::Options(const vxtool::Options& more)
 {
-    return QList<QCommandLineOption>{jsonOption, tableOption, columnsOption} + more;
+    return vxtool::Options{jsonOption, tableOption, columnsOption} + more;
 }
 
 RowPrinter::RowPrinter(const QCommandLineParser& parser)
@@ -228,6 +227,18 @@ Row RowPrinter::ShownPart(const Row& row) const
         }
     }
     return shown;
+}
+
+Run PrintRows(const std::function<Row(const QString&)>& makeRow, const QJsonValue& good)
+{
+    return [makeRow, good](const QCommandLineParser& parser) {
+        RowPrinter printer(parser);
+        return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& input) {
+            const Row row = makeRow(input);
+            printer.Print(row);
+            return good.isNull() || row.front().second == good;
+        }));
+    };
 }
 
 } // namespace vxtool

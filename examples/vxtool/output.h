@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QCommandLineParser>
+#include "command.h"
+
 #include <QJsonValue>
 #include <QString>
 #include <QStringList>
@@ -15,7 +16,7 @@ void PrintLine(const QString& line);      ///< Prints to standard output, in UTF
 void PrintBytes(const QByteArray& bytes); ///< Prints to standard output, verbatim.
 
 /// The option --force of the commands that print a body with PrintBody.
-extern const QCommandLineOption forceOption;
+extern const Option forceOption;
 
 /// Prints bytes that may be anything. Refuses binary data on a terminal unless --force is set.
 bool PrintBody(const QCommandLineParser& parser, const QByteArray& bytes);
@@ -45,7 +46,7 @@ class RowPrinter
 {
 public:
     /// Returns the options for the format, and `more` after them.
-    static QList<QCommandLineOption> Options(const QList<QCommandLineOption>& more = {});
+    static vxtool::Options Options(const vxtool::Options& more = {});
 
     explicit RowPrinter(const QCommandLineParser& parser);
     ~RowPrinter();
@@ -68,5 +69,9 @@ private:
     QStringList columns; ///< Names of the values to show, in order; empty for all.
     std::vector<Row> tableRows;
 };
+
+/// Returns a command that prints the row which `makeRow` makes of each input. All is done if the first value
+/// of each row is `good`, where that is given.
+Run PrintRows(const std::function<Row(const QString&)>& makeRow, const QJsonValue& good = QJsonValue::Null);
 
 } // namespace vxtool

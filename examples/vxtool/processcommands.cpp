@@ -18,31 +18,19 @@ namespace
 using common::Shell;
 using tools::process::ProcHelper;
 
-const QCommandLineOption directoryOption{u"directory"_s, u"Start the program in DIR."_s, u"DIR"_s};
-const QCommandLineOption timeoutOption{u"timeout"_s, u"Seconds to wait (default: no limit)."_s, u"S"_s};
-const QCommandLineOption parentOption{u"parent"_s, u"Search only among the children of process ID."_s,
-                                      u"ID"_s};
+const Option directoryOption{u"directory"_s, u"Start the program in DIR."_s, u"DIR"_s};
+const Option timeoutOption{u"timeout"_s, u"Seconds to wait (default: no limit)."_s, u"S"_s};
+const Option parentOption{u"parent"_s, u"Search only among the children of process ID."_s, u"ID"_s};
 
-/// Prints the result of `query` for each name. All is done if each result is `expected`.
-int ForEachName(const QCommandLineParser& parser, const QJsonValue& expected,
-                const std::function<QJsonValue(const QString&)>& query)
+/// Returns a command that prints the result of `query` for each name. All is done if each result is
+/// `expected`.
+Run QueryNames(const QJsonValue& expected, const std::function<QJsonValue(const QString&)>& query)
 {
-    RowPrinter printer(parser);
-    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& name) {
-        const QJsonValue result = query(name);
-        printer.Print({{u"result"_s, result}, {u"name"_s, name}});
-        return result == expected;
-    }));
-}
-
-int Exists(const QCommandLineParser& parser)
-{
-    return ForEachName(parser, true, Shell::ProcessExists);
-}
-
-int Kill(const QCommandLineParser& parser)
-{
-    return ForEachName(parser, 0, Shell::ProcessKill);
+    return PrintRows(
+        [query](const QString& name) {
+            return Row{{u"result"_s, query(name)}, {u"name"_s, name}};
+        },
+        expected);
 }
 
 int Wait(const QCommandLineParser& parser)
@@ -52,8 +40,8 @@ int Wait(const QCommandLineParser& parser)
         return WrongUsage;
     }
     const int timeout = seconds < 0 ? -1 : static_cast<int>(seconds * 1000);
-    return ForEachName(parser, 0,
-                       [timeout](const QString& name) { return Shell::ProcessWait(name, timeout); });
+    return QueryNames(0,
+                      [timeout](const QString& name) { return Shell::ProcessWait(name, timeout); })(parser);
 }
 
 int List(const QCommandLineParser& parser)
@@ -127,9 +115,10 @@ int Start(const QCommandLineParser& parser)
 const CommandRegistration registration([] {
     return CommandList{
         {u"process exists"_s, u"[NAME...]"_s, u"Check whether processes are running."_s,
-         RowPrinter::Options(), Exists, u"A NAME is an executable name or the path of an image."_s},
+         RowPrinter::Options(), QueryNames(true, Shell::ProcessExists),
+         u"A NAME is an executable name or the path of an image."_s},
         {u"process kill"_s, u"[NAME...]"_s, u"End all processes of a name or path at once."_s,
-         RowPrinter::Options(), Kill, u"Prints 0 if none is left, else -1."_s},
+         RowPrinter::Options(), QueryNames(0, Shell::ProcessKill), u"Prints 0 if none is left, else -1."_s},
         {u"process wait"_s, u"[NAME...]"_s, u"Wait until all processes of a name have ended."_s,
          RowPrinter::Options({timeoutOption}), Wait,
          u"Prints 0 if all have ended, 1 after a timeout, -1 on failure."_s,

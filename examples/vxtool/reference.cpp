@@ -50,7 +50,7 @@ QString Entry(const QString& term, const QString& text)
     return u"  "_s + term.leftJustified(termWidth) + gap + Wrapped(text, indent) + u'\n';
 }
 
-QStringList Dashed(const QCommandLineOption& option)
+QStringList Dashed(const Option& option)
 {
     QStringList names;
     for (const QString& name : option.names()) {
@@ -59,7 +59,7 @@ QStringList Dashed(const QCommandLineOption& option)
     return names;
 }
 
-QString Term(const QCommandLineOption& option)
+QString Term(const Option& option)
 {
     const QString names = Dashed(option).join(u", "_s);
     return option.valueName().isEmpty() ? names : names + u' ' + option.valueName();
@@ -68,7 +68,7 @@ QString Term(const QCommandLineOption& option)
 QString OptionTable(const Options& options)
 {
     QString table;
-    for (const QCommandLineOption& option : options) {
+    for (const Option& option : options) {
         table += Entry(Term(option), option.description());
     }
     return table;
@@ -149,7 +149,7 @@ QString Roff(const QString& text)
 QString RoffOptions(const Options& options)
 {
     QString text;
-    for (const QCommandLineOption& option : options) {
+    for (const Option& option : options) {
         text += u".TP\n\\fB"_s + Roff(Dashed(option).join(u", "_s)) + u"\\fR"_s;
         text += option.valueName().isEmpty() ? u"\n"_s : u" \\fI"_s + Roff(option.valueName()) + u"\\fR\n"_s;
         text += Roff(option.description()) + u'\n';
@@ -195,7 +195,7 @@ QString OptionPattern(bool (*isWanted)(const QString& valueName))
         options += command.options;
     }
     QStringList names;
-    for (const QCommandLineOption& option : std::as_const(options)) {
+    for (const Option& option : std::as_const(options)) {
         if (isWanted(option.valueName())) {
             names += Dashed(option);
         }
@@ -208,7 +208,7 @@ QString OptionPattern(bool (*isWanted)(const QString& valueName))
 QString OptionNames(const Options& options)
 {
     QStringList names;
-    for (const QCommandLineOption& option : options) {
+    for (const Option& option : options) {
         names += Dashed(option);
     }
     return names.join(u' ');
@@ -274,7 +274,7 @@ QString ZshQuoted(QString text)
 QString ZshOptions(const Options& options)
 {
     QString text;
-    for (const QCommandLineOption& option : options) {
+    for (const Option& option : options) {
         const QStringList names = Dashed(option);
         QString help = option.description();
         help.replace(u'[', "\\["_L1).replace(u']', "\\]"_L1);

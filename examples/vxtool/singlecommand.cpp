@@ -18,10 +18,9 @@ namespace
 
 constexpr common::logger::Channel logChannel{"vxtool.single"};
 
-const QCommandLineOption timeoutOption{u"timeout"_s, u"Seconds to try to send the message (default: 5)."_s,
-                                       u"S"_s};
-const QCommandLineOption serveOption{
-    u"serve"_s, u"As the primary instance, print messages for S seconds (default: 0)."_s, u"S"_s};
+const Option timeoutOption{u"timeout"_s, u"Seconds to try to send the message (default: 5)."_s, u"S"_s};
+const Option serveOption{u"serve"_s, u"As the primary instance, print messages for S seconds (default: 0)."_s,
+                         u"S"_s};
 
 /// Prints an event at once, for a reader that waits for it.
 void PrintEvent(RowPrinter& printer, const QString& event, const QString& text)

@@ -17,25 +17,23 @@ using common::Version;
 using tools::string::converter;
 using tools::string::splitter;
 
-const QCommandLineOption stringOption{{u"s"_s, u"string"_s},
-                                      u"Take the arguments, or each line of standard input, as strings."_s};
-const QCommandLineOption groupOption{u"group"_s, u"Number of digits per group (required)."_s, u"N"_s};
-const QCommandLineOption utf8Option{u"utf8"_s, u"Cut into pieces of N bytes of UTF-8, 3 or more."_s, u"N"_s};
-const QCommandLineOption ucs2Option{
+const Option stringOption{{u"s"_s, u"string"_s},
+                          u"Take the arguments, or each line of standard input, as strings."_s};
+const Option groupOption{u"group"_s, u"Number of digits per group (required)."_s, u"N"_s};
+const Option utf8Option{u"utf8"_s, u"Cut into pieces of N bytes of UTF-8, 3 or more."_s, u"N"_s};
+const Option ucs2Option{
     u"ucs2"_s, u"Cut into pieces of N bytes, 2 or more: two bytes per character unless it is ASCII."_s,
     u"N"_s};
 
-int Convert(const QCommandLineParser& parser, const std::function<QString(const QString&)>& convert)
+/// Returns a command that prints the result of `convert` for each string.
+Run Convert(const std::function<QString(const QString&)>& convert)
 {
-    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&convert](const QString& text) {
-        PrintLine(convert(text));
-        return true;
-    }));
-}
-
-int Hex(const QCommandLineParser& parser)
-{
-    return Convert(parser, converter::ToHex);
+    return [convert](const QCommandLineParser& parser) {
+        return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&convert](const QString& text) {
+            PrintLine(convert(text));
+            return true;
+        }));
+    };
 }
 
 /// The line of md5sum, which escapes names that would break it.
@@ -49,7 +47,7 @@ QString SumLine(const QString& sum, QString name)
 int Md5(const QCommandLineParser& parser)
 {
     if (parser.isSet(stringOption)) {
-        return Convert(parser, [](const QString& text) { return converter::ToMD5(text); });
+        return Convert([](const QString& text) { return converter::ToMD5(text); })(parser);
     }
     const QStringList files = parser.positionalArguments();
     bool allRead = true;
@@ -70,7 +68,7 @@ int UuidForm(const QCommandLineParser& parser)
     if (group == 0) {
         return FailUsage(u"--group takes a number above 0"_s);
     }
-    return Convert(parser, [group](const QString& text) { return converter::ToUuidForm(text, group); });
+    return Convert([group](const QString& text) { return converter::ToUuidForm(text, group); })(parser);
 }
 
 int Split(const QCommandLineParser& parser)
@@ -112,18 +110,14 @@ int Links(const QCommandLineParser& parser)
     return AllValid;
 }
 
-int ParseVersion(const QCommandLineParser& parser)
+Row ParseVersion(const QString& text)
 {
-    RowPrinter printer(parser);
-    return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&printer](const QString& text) {
-        const Version version(text);
-        printer.Print({{u"version"_s, version.ToString()},
-                       {u"major"_s, static_cast<qint64>(version.Major())},
-                       {u"minor"_s, static_cast<qint64>(version.Minor())},
-                       {u"build"_s, static_cast<qint64>(version.Build())},
-                       {u"release"_s, static_cast<qint64>(version.Release())}});
-        return true;
-    }));
+    const Version version(text);
+    return {{u"version"_s, version.ToString()},
+            {u"major"_s, static_cast<qint64>(version.Major())},
+            {u"minor"_s, static_cast<qint64>(version.Minor())},
+            {u"build"_s, static_cast<qint64>(version.Build())},
+            {u"release"_s, static_cast<qint64>(version.Release())}};
 }
 
 bool Compare(RowPrinter& printer, const QStringList& pair)
@@ -153,7 +147,11 @@ int CompareVersions(const QCommandLineParser& parser)
 
 const CommandRegistration registration([] {
     return CommandList{
-        {u"hex"_s, u"[TEXT...]"_s, u"Print the UTF-8 bytes of strings in hexadecimal."_s, {}, Hex},
+        {u"hex"_s,
+         u"[TEXT...]"_s,
+         u"Print the UTF-8 bytes of strings in hexadecimal."_s,
+         {},
+         Convert(converter::ToHex)},
         {u"md5"_s,
          u"[FILE...] | --string [TEXT...]"_s,
          u"Print MD5 sums of files, as md5sum does."_s,
@@ -173,8 +171,8 @@ const CommandRegistration registration([] {
         {u"links"_s, u"[FILE]"_s, u"Find the links in a text."_s, RowPrinter::Options(), Links,
          u"Prints start and length, in UTF-16 units, and the link. The text is UTF-8."_s,
          u"vxtool links --columns text notes.txt"_s},
-        {u"version parse"_s, u"[TEXT...]"_s, u"Read version numbers."_s, RowPrinter::Options(), ParseVersion,
-         u"Prints the whole version and its four parts."_s},
+        {u"version parse"_s, u"[TEXT...]"_s, u"Read version numbers."_s, RowPrinter::Options(),
+         PrintRows(ParseVersion), u"Prints the whole version and its four parts."_s},
         {u"version compare"_s, u"[A B]"_s, u"Compare two version numbers."_s, RowPrinter::Options(),
          CompareVersions, u"Reads two versions per line, separated by a space, without arguments."_s,
          u"vxtool version compare 1.2.3 1.2.10"_s},

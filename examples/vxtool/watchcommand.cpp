@@ -18,10 +18,10 @@ namespace vxtool
 namespace
 {
 
-const QCommandLineOption idleOption{u"idle"_s, u"Watch whether the user is idle."_s};
-const QCommandLineOption sleepOption{u"sleep"_s, u"Watch suspend and resume."_s};
-const QCommandLineOption dateOption{u"date"_s, u"Watch date and time zone."_s};
-const QCommandLineOption forOption{u"for"_s, u"Seconds after which to end (default: never)."_s, u"S"_s};
+const Option idleOption{u"idle"_s, u"Watch whether the user is idle."_s};
+const Option sleepOption{u"sleep"_s, u"Watch suspend and resume."_s};
+const Option dateOption{u"date"_s, u"Watch date and time zone."_s};
+const Option forOption{u"for"_s, u"Seconds after which to end (default: never)."_s, u"S"_s};
 
 /// Prints a line per signal, at once, also into a pipe.
 void PrintSignal(const QString& signal)
