@@ -171,6 +171,6 @@ tour dark 1
 tour double 2
 if [ "${1:-}" = --renew ]; then
     cp "$pictures/light-call.png" docs/images/vxphone-call.png
-    cp "$pictures/dark-transfers.png" docs/images/vxphone-dark.png
+    cp "$pictures/dark-next-call.png" docs/images/vxphone-dark.png
 fi
 say "The pictures are in ${pictures#"$project_dir"/}"

@@ -36,7 +36,7 @@ CallBanner::CallBanner()
     layout->addWidget(avatar, 0, 0, 2, 1);
     layout->addWidget(name, 0, 1);
     layout->addWidget(details, 1, 1);
-    layout->addWidget(next, 2, 1);
+    layout->addWidget(next, 2, 1, 1, 5); // Below the time and the buttons, too.
     layout->addWidget(time, 0, 2, 2, 1);
     int column = 3;
     for (QPushButton* const button : {mute, keypadButton, hangUp}) {

@@ -166,7 +166,7 @@ public:
         });
         connect(copier, &FileCopier::succesed, this, [this] {
             copier->deleteLater();
-            Succeed(tr("Copied to %1").arg(QDir::toNativeSeparators(Target())));
+            Succeed(tr("Copied"), QDir::toNativeSeparators(Target()));
         });
         connect(copier, &FileCopier::failed, this, [this](int error, const QString& reason) {
             copier->deleteLater();
@@ -253,9 +253,9 @@ void TransferCard::ShowProgress(qint64 current, qint64 total, const QString& tex
     status->Show(text, Tone::Quiet);
 }
 
-void TransferCard::Succeed(const QString& text)
+void TransferCard::Succeed(const QString& text, const QString& details)
 {
-    status->Show(text, Tone::Good, QStringLiteral("done"));
+    status->Show(text, Tone::Good, QStringLiteral("done"), details);
     End(true);
 }
 
@@ -319,14 +319,16 @@ bool TransferPanel::Stop()
 
 TransferCard* TransferPanel::Add(TransferCard* card)
 {
-    const auto all = findChildren<TransferCard*>();
+    const auto all = findChildren<TransferCard*>(); // The oldest first.
+    qsizetype count = all.size();
     for (TransferCard* const older : all) {
         if (older->Target() == card->Target() && older->IsRunning()) {
             delete card;
             return older;
         }
-        if (older->Target() == card->Target() || (!older->IsRunning() && all.size() >= maxCards)) {
+        if (older->Target() == card->Target() || (!older->IsRunning() && count >= maxCards)) {
             delete older;
+            --count;
         }
     }
     cards->insertWidget(0, card);

@@ -34,7 +34,7 @@ protected:
 
     void Begin(const QString& text);
     void ShowProgress(qint64 current, qint64 total, const QString& text); ///< An unknown total is -1.
-    void Succeed(const QString& text);
+    void Succeed(const QString& text, const QString& details = QString());
     void Fail(const QString& text, const QString& details);
 
     Line* status;
