@@ -266,6 +266,8 @@ bool FileCopyTask::MakeFolder(const Item& item, const QString& destination)
 {
     const QString folder = item.directory < 0 ? ResolvedPath(QFileInfo(SearchedPath(destination)).path())
                                               : destinations.PathOf(item.directory);
+    // One that was removed in the meantime is made again.
+    destinations.Close(item.directory);
     const auto make = [&] {
         return item.directory < 0 ? !folder.isEmpty() && (QDir(folder).exists() || QDir().mkpath(folder))
                                   : destinations.To(item.directory).IsOpen();
