@@ -32,10 +32,12 @@ void FileTask::Start()
 {
     abortFlag = 0;
     if (thread) {
+        isWorking = true;
         thread->start(QThread::InheritPriority);
     }
     // Qt reports a thread that the system cannot start by its state alone.
     if (!thread || (!thread->isRunning() && !thread->isFinished())) {
+        isWorking = false;
         Fail(traits.threadMissingCode, QStringLiteral("Thread variable is NULL!"));
     }
 }
@@ -45,9 +47,14 @@ void FileTask::Abort(bool force)
     if (force) {
         abortFlag = 1;
     }
-    if (thread && thread->isRunning()) {
+    const bool hasToWait = isWorking;
+    if (hasToWait) {
         LOG_MESSAGE(logger::Debug) << traits.waitingText;
+    }
+    if (thread) {
         thread->wait(QDeadlineTimer(QDeadlineTimer::Forever));
+    }
+    if (hasToWait && !isWorking) {
         LOG_MESSAGE(logger::Debug) << "Wait finished!";
     }
 }
@@ -71,6 +78,7 @@ void FileTask::run()
         reports->End(0, {});
     }
     QThread::currentThread()->quit();
+    isWorking = false;
 }
 
 void FileTask::Fail(int code, const QString& text)

@@ -115,6 +115,8 @@ private:
     void Fail(int code, const QString& text);
 
     std::atomic<qint32> abortFlag = 0;
+    /// Cleared by the worker when it uses nothing of the task any more.
+    std::atomic<bool> isWorking = false;
     std::unique_ptr<QThread> thread; ///< Null if there was no memory for it.
 };
 
