@@ -3,6 +3,7 @@
 
 source "$(dirname "$0")/lib.sh"
 
+export CMAKE_COMPILE_WARNING_AS_ERROR=ON
 scripts/setup.sh lint
 say "Checking the format"
 git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
