@@ -21,14 +21,14 @@ work_dir=$(mktemp -d)
 trap 'rm -rf --one-file-system "$work_dir"' EXIT
 root=$work_dir/$suite
 say "Making a fresh $suite"
-quietly debootstrap --variant=minbase "$suite" "$root" "$mirror"
+quietly unshare --mount debootstrap --variant=minbase "$suite" "$root" "$mirror"
 quietly git clone --no-hardlinks "$project_dir" "$root/root/vxcommon"
 mkdir "$root/sdk"
 
 windows_sdk=
 [ -z "${VXCOMMON_WINDOWS_SDK:-}" ] || windows_sdk=$(scripts/find-windows-sdk.sh)
 
-# Its mounts and processes are in namespaces that end with the command.
+# Mounts and processes are in namespaces that end with the command.
 inside() {
     unshare --mount --pid --fork --kill-child bash -ec '
         mount -t proc proc "$0/proc"
