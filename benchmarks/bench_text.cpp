@@ -5,10 +5,11 @@
 #include <common/tools/stringsplitter.h>
 #include <common/tools/url.h>
 
+#include "../tests/tools/urloracle.h"
+
 #include <QFile>
 #include <QProcess>
 #include <QRandomGenerator>
-#include <QRegularExpression>
 #include <QTemporaryFile>
 
 #include <benchmark/benchmark.h>
@@ -58,16 +59,10 @@ BENCHMARK(Links)->Name("links in 1 MB of chat/vxcommon");
 /// The pattern that proposes links, and nothing else.
 void Pattern(benchmark::State& state)
 {
-    const QRegularExpression pattern(
-        QStringLiteral(
-            R"((?<![@\p{L}\p{N}_-])(?:([A-Za-z][A-Za-z0-9+-]*)://[^\s<>]+|([A-Za-z][A-Za-z0-9+-]*):[^\s<>]+|)"
-            R"(((?:[\p{L}\p{N}](?:[\p{L}\p{N}-]{0,61}[\p{L}\p{N}])?\.)+[\p{L}\p{N}](?:[\p{L}\p{N}-]{0,61})"
-            R"([\p{L}\p{N}])?)(?::[0-9]{1,5})?(?:/[^\s<>]*)?)(?![@\p{L}\p{N}_-]))"),
-        QRegularExpression::CaseInsensitiveOption | QRegularExpression::UseUnicodePropertiesOption);
     const QByteArray bytes = Chat(megabyte);
     const QString text = QString::fromUtf8(bytes);
     for (auto _ : state) {
-        auto matches = pattern.globalMatch(text);
+        auto matches = urloracle::Pattern().globalMatch(text);
         while (matches.hasNext()) {
             benchmark::DoNotOptimize(matches.next());
         }

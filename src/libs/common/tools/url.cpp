@@ -1,11 +1,11 @@
 #include <common/tools/url.h>
 
-#include "urlcandidate.h"
+#include "urlscanner.h"
 
-#include <QByteArray>
 #include <QUrl>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string_view>
@@ -39,14 +39,19 @@ constexpr std::string_view topLevelDomains =
     "xn--mgb2ddes xn--ogbpf8fl xn--80adxhks xn--80aqecdr1a xn--80asehdb xn--80aswg xn--90ae "
     "xn--90ais xn--c1avg xn--d1acj3b xn--d1alf xn--e1a4c xn--j1aef xn--p1acf";
 
-/// No domain name is longer (RFC 1035). Qt takes quadratic time to bring some longer ones into normal form.
+/// Length of the longest domain name (RFC 1035).
 constexpr qsizetype maxDomainLength = 255;
 
-/// A host name of the greatest length takes up to two units a character, and a user's name may stand before
-/// it.
-constexpr qsizetype maxUnicodeAuthorityLength = 2 * (maxDomainLength + 1);
+/// Qt takes quadratic time for hosts that are not plain ASCII, and for some of them minutes. Longer ones are
+/// not parsed.
+constexpr qsizetype maxParsedHostLength = 2 * maxDomainLength;
 
-/// The words of a text, separated by single blanks, for look-up in constant time.
+bool IsAscii(QStringView text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar c) { return c < u'\x80'; });
+}
+
+/// The words of a text, separated by single spaces, for a search in constant time.
 class WordTable
 {
 public:
@@ -59,10 +64,17 @@ public:
         }
     }
 
-    bool Contains(const QByteArray& word) const
+    /// Ignores the case of ASCII letters; no word has others.
+    bool Contains(QStringView word) const
     {
-        const QByteArray key = word.toLower();
-        return words.count(std::string_view(key.constData(), static_cast<std::size_t>(key.size()))) > 0;
+        std::array<char, 32> key; // More than the longest word.
+        if (word.size() > static_cast<qsizetype>(key.size()) || !IsAscii(word)) {
+            return false;
+        }
+        std::transform(word.begin(), word.end(), key.begin(), [](QChar c) {
+            return static_cast<char>(c >= u'A' && c <= u'Z' ? c.unicode() + ('a' - 'A') : c.unicode());
+        });
+        return words.count({key.data(), static_cast<std::size_t>(word.size())}) > 0;
     }
 
 private:
@@ -72,106 +84,100 @@ private:
 bool IsWebScheme(QStringView scheme)
 {
     static const WordTable table(webSchemes);
-    return table.Contains(scheme.toLatin1());
+    return table.Contains(scheme);
 }
 
 bool IsOtherScheme(QStringView scheme)
 {
     static const WordTable table(otherSchemes);
-    return table.Contains(scheme.toLatin1());
+    return table.Contains(scheme);
 }
 
-bool HasOnly(QStringView text, bool (*predicate)(char16_t))
+/// Returns whether the word, without dots and white space, is a top-level domain.
+bool IsKnownDomain(QStringView word)
 {
-    return std::all_of(text.begin(), text.end(), [predicate](QChar c) { return predicate(c.unicode()); });
+    static const WordTable table(topLevelDomains);
+    return table.Contains(word) ||
+           (!IsAscii(word) && word.size() <= maxDomainLength &&
+            table.Contains(QString::fromLatin1(QUrl::toAce(word.toString().toLower()))));
 }
 
-/// What stands behind the last dot of a host, in lower case; empty without a dot.
-QString TopLevelPart(QStringView host)
+/// Returns the part of a host after its last dot, or nothing if it has no dot.
+QStringView TopLevelPart(QStringView host)
 {
     if (host.endsWith(u'.')) {
         host.chop(1);
     }
     const qsizetype dot = host.lastIndexOf(u'.');
-    return dot < 0 ? QString() : host.mid(dot + 1).toString().toLower();
+    return dot < 0 ? QStringView() : host.mid(dot + 1);
 }
 
-/// User, host and port of an address with "://".
-QStringView Authority(QStringView address)
+/// Returns host and port of an address with "://", by the rules of QUrl.
+QStringView HostAndPort(QStringView address)
 {
-    const QStringView rest = address.mid(address.indexOf(QLatin1String("://")) + 3);
+    const QStringView rest = address.mid(address.indexOf(u':') + 3);
     const auto end =
         std::find_if(rest.begin(), rest.end(), [](QChar c) { return c == u'/' || c == u'?' || c == u'#'; });
-    return rest.left(end - rest.begin());
+    const QStringView authority = rest.left(end - rest.begin());
+    return authority.mid(authority.indexOf(u'@') + 1);
 }
 
-/// Whether QUrl reads the host of `address` in linear time.
-bool IsHostReadable(QStringView address)
+/// Returns whether a web address with this host is a link. An ASCII top-level domain need not be known, so
+/// that private and new ones work; an international one must be. A host that QUrl refuses is accepted.
+bool IsWebHost(QStringView hostAndPort)
 {
-    const QStringView authority = Authority(address);
-    return authority.size() <= maxUnicodeAuthorityLength ||
-           HasOnly(authority, [](char16_t unit) { return unit < 0x80 && unit != u'%'; });
-}
-
-/// An ASCII top-level domain need not be known, so that private and new ones work; an international one must
-/// be.
-bool IsWebLink(const QString& candidate, QStringView scheme)
-{
-    if (!IsWebScheme(scheme) || !IsHostReadable(candidate)) {
-        return false;
+    const bool isPlain = IsAscii(hostAndPort) && !hostAndPort.contains(u'%');
+    if (isPlain ? !hostAndPort.contains(u"--") : hostAndPort.size() > maxParsedHostLength) {
+        return true;
     }
-    const QString host = QUrl(candidate, QUrl::TolerantMode).host(QUrl::FullyDecoded);
-    const QString domain = TopLevelPart(host);
-    const bool isInternational = domain.startsWith(QLatin1String("xn--")) ||
-                                 !HasOnly(domain, [](char16_t unit) { return unit < 0x80; });
-    return !isInternational || IsValidTopLevelDomain(domain);
+    // With an empty user, so that a further "@" stays in the host, where it is invalid.
+    const QUrl url(QLatin1String("http://@") + hostAndPort.toString(), QUrl::TolerantMode);
+    const QString host = url.host(QUrl::FullyDecoded);
+    const QStringView domain = TopLevelPart(host);
+    const bool isInternational =
+        domain.startsWith(QLatin1String("xn--"), Qt::CaseInsensitive) || !IsAscii(domain);
+    return !isInternational || IsKnownDomain(domain);
 }
 
-constexpr QStringView openers = u"([{";
-constexpr QStringView closers = u")]}";
+constexpr std::u16string_view trailingMarks = u".,!?:;\"'";
+constexpr std::u16string_view brackets = u"()[]{}"; // Each closer follows its opener.
 
-/// Openers minus closers of each kind of bracket.
-struct BracketBalances
+/// Returns openers minus closers of each kind of bracket.
+std::array<qsizetype, 3> BracketBalances(QStringView text)
 {
-    qsizetype ofKind[3] = {};
-};
-
-BracketBalances CountBrackets(QStringView text)
-{
-    BracketBalances balances;
+    std::array<qsizetype, 3> balances{};
     for (const QChar unit : text) {
-        if (const qsizetype opener = openers.indexOf(unit); opener >= 0) {
-            ++balances.ofKind[opener];
-        } else if (const qsizetype closer = closers.indexOf(unit); closer >= 0) {
-            --balances.ofKind[closer];
+        const std::size_t bracket = brackets.find(unit.unicode());
+        if (bracket != brackets.npos) {
+            balances[bracket / 2] += bracket % 2 == 0 ? 1 : -1;
         }
     }
     return balances;
 }
 
-/// The length of a match without what the sentence around it put at its end: punctuation, and closing
-/// brackets that it did not open.
-qsizetype TrimmedLength(QStringView match)
+/// Returns a match without what the sentence around it put at its end: punctuation, and closing brackets that
+/// it did not open.
+QStringView Trimmed(QStringView match)
 {
-    constexpr QStringView trailingMarks = u".,!?:;\"'";
-    std::optional<BracketBalances> balances;
+    std::optional<std::array<qsizetype, 3>> balances;
     for (; !match.isEmpty(); match.chop(1)) {
-        if (trailingMarks.contains(match.back())) {
+        const char16_t last = match.back().unicode();
+        if (trailingMarks.find(last) != trailingMarks.npos) {
             continue;
         }
-        const qsizetype closer = closers.indexOf(match.back());
-        if (closer < 0) {
+        const std::size_t bracket = brackets.find(last);
+        if (bracket == brackets.npos || bracket % 2 == 0) {
             break;
         }
         if (!balances) {
-            balances = CountBrackets(match);
+            balances = BracketBalances(match);
         }
-        if (balances->ofKind[closer] >= 0) {
+        if ((*balances)[bracket / 2] >= 0) {
             break;
         }
-        ++balances->ofKind[closer];
+        ++(*balances)[bracket / 2];
     }
-    return match.size();
+    return match;
 }
 
 } // namespace
@@ -179,40 +185,35 @@ qsizetype TrimmedLength(QStringView match)
 QList<UrlRange> FindUrlRanges(const QString& text)
 {
     QList<UrlRange> ranges;
-    ForEachUrlCandidate(text, [&](const UrlCandidate& candidate) {
-        const qsizetype length = TrimmedLength(QStringView(text).mid(candidate.start, candidate.length));
-        if (length == 0) {
-            return;
-        }
+    UrlScanner scanner(text);
+    UrlCandidate candidate{};
+    while (scanner.Next(candidate)) {
+        const QStringView link = Trimmed(QStringView(text).mid(candidate.start, candidate.length));
         bool isLink = false;
         if (candidate.scheme.isEmpty()) {
-            isLink = IsValidTopLevelDomain(TopLevelPart(candidate.host));
+            isLink = IsKnownDomain(TopLevelPart(candidate.host));
         } else if (candidate.hasAuthority) {
-            isLink = IsWebLink(text.mid(candidate.start, length), candidate.scheme);
+            isLink = IsWebScheme(candidate.scheme) && IsWebHost(HostAndPort(link));
         } else {
-            isLink = IsOtherScheme(candidate.scheme); // whatever stands behind it
+            isLink = IsOtherScheme(candidate.scheme); // Whatever stands after it.
         }
         if (isLink) {
-            ranges.append({static_cast<int>(candidate.start), static_cast<int>(length)});
+            ranges.append({static_cast<int>(candidate.start), static_cast<int>(link.size())});
         }
-    });
+    }
     return ranges;
 }
 
 bool IsValidTopLevelDomain(const QString& domain)
 {
-    QString name = domain.trimmed().toLower();
-    if (name.startsWith(u'.')) {
-        name.remove(0, 1);
+    QStringView word = QStringView(domain).trimmed();
+    if (word.startsWith(u'.')) {
+        word = word.mid(1);
     }
-    if (name.endsWith(u'.')) {
-        name.chop(1);
+    if (word.endsWith(u'.')) {
+        word.chop(1);
     }
-    if (name.isEmpty() || name.size() > maxDomainLength) {
-        return false;
-    }
-    static const WordTable table(topLevelDomains);
-    return table.Contains(QUrl::toAce(name));
+    return IsKnownDomain(word);
 }
 
 } // namespace tools::url
