@@ -26,7 +26,7 @@ qsizetype RoundUpToBlocks(qsizetype size)
     return (size + blockSize - 1) / blockSize * blockSize;
 }
 
-/// `input` with zero bytes up to whole blocks.
+/// Returns `input` with zero bytes up to whole blocks.
 QByteArray Padded(const QByteArray& input)
 {
     const qsizetype missing = RoundUpToBlocks(input.size()) - input.size();
@@ -120,11 +120,11 @@ QByteArray& AES::crypt(const QString& key, const QByteArray& input, QByteArray& 
     AES_KEY schedule;
     const int failure = mode == AES_ENCRYPT ? AES_set_encrypt_key(Bytes(keyBuffer), bits, &schedule)
                                             : AES_set_decrypt_key(Bytes(keyBuffer), bits, &schedule);
-    // A key size that AES does not have leaves the schedule unset.
+    // OpenSSL leaves the schedule unset for a key size that AES does not have.
     if (failure == 0) {
         std::array<unsigned char, blockSize> iv;
         std::memcpy(iv.data(), ivec().constData(), iv.size());
-        // OpenSSL reads whole blocks even where it writes the beginning of one only.
+        // OpenSSL reads a whole last block even if it writes a part of it.
         AES_cbc_encrypt(Bytes(Padded(input)), reinterpret_cast<unsigned char*>(result.data()),
                         static_cast<std::size_t>(input.size()), &schedule, iv.data(), mode);
     }
@@ -135,7 +135,7 @@ QByteArray& AES::crypt(const QString& key, const QByteArray& input, QByteArray& 
 int AES::getKeyBuffer(const QString& key, QByteArray& buffer)
 {
     buffer = key.toUtf8();
-    int bits = 512; // no key size of AES, so OpenSSL refuses it
+    int bits = 512; // No key size of AES: OpenSSL refuses it.
     for (const int size : {256, 192, 128}) {
         if (buffer.size() <= size / 8) {
             bits = size;

@@ -9,20 +9,20 @@ namespace tools::cipher
 {
 
 /**
- * Enciphers small values for storage on the user's machine: AES in CBC mode through OpenSSL's low-level
- * calls.
+ * Encrypts small values for storage on the user's machine, with AES in CBC mode through OpenSSL's low-level
+ * calls. Any thread may call.
  *
- * It keeps values from being read at a glance and no more: the initialisation vector is always the same,
- * nothing tells damage or a wrong key, and the machine key is made of the user's name.
+ * The key is the UTF-8 form of a string, padded with zero bytes: up to 16 bytes give AES-128, up to 24
+ * AES-192, up to 32 AES-256. A longer key is not supported: the output then consists of zero bytes. The
+ * functions without a key use the machine key.
  *
- * The key is the UTF-8 form of a text, used as it is: up to 16 bytes make AES-128, up to 24 AES-192, up to 32
- * AES-256, each filled up with zero bytes. A longer key is not supported; the output then has its size but is
- * all zero bytes. The functions without a key use the machine key.
+ * The input is padded with zero bytes to whole blocks of 16. Decryption does not remove them: bytes end with
+ * zero bytes, strings with U+0000 characters.
  *
- * Input is filled up with zero bytes to whole blocks of 16. They are not removed on decryption: bytes end in
- * zero bytes, texts in U+0000 characters.
+ * The byte forms return `output`, which can be the same object as `input`.
  *
- * The byte forms return `output`, which may be the same object as `input`. Any thread may call.
+ * @warning This does not protect secrets. The initialisation vector is fixed, damage and a wrong key are not
+ * detected, and the machine key is derived from the user's name.
  */
 class VXCOMMON_EXPORT AES
 {
@@ -31,32 +31,31 @@ public:
 
     static constexpr int maxKeySize = 32; ///< In bytes of UTF-8.
 
-    /// Enciphers the UTF-8 form of `text`; the result is Base64 (RFC 4648). An empty text stays empty.
+    /// Encrypts the UTF-8 form of `text`. Returns Base64 (RFC 4648), or nothing for an empty string.
     static QString encrypt(const QString& key, const QString& text);
     static QString encrypt(const QString& text); ///< As above, with the machine key.
-    /// Enciphers bytes into bytes.
+    /// Encrypts bytes.
     static QByteArray& encrypt(const QString& key, const QByteArray& input, QByteArray& output);
     /// As above, with the machine key.
     static QByteArray& encrypt(const QByteArray& input, QByteArray& output);
 
-    /// Deciphers Base64 to text. What is damaged or was made with another key gives garbage, never an error.
+    /// Decrypts Base64. Damaged input or a wrong key gives garbage, not an error.
     static QString decrypt(const QString& key, const QString& text);
     static QString decrypt(const QString& text); ///< As above, with the machine key.
-    /// A last block that is not whole is deciphered as if zero bytes stood behind it, to as many bytes as it
-    /// has.
+    /// Decrypts bytes. An incomplete last block is decrypted as if zero bytes followed it, and as many bytes
+    /// of the result as it has are kept.
     static QByteArray& decrypt(const QString& key, const QByteArray& input, QByteArray& output);
     /// As above, with the machine key.
     static QByteArray& decrypt(const QByteArray& input, QByteArray& output);
 
-    /// Enciphers `value` together with `name` under the machine key, so that it can only be read under this
-    /// name.
+    /// Encrypts `value` together with `name` with the machine key, so that only this name can read it.
     static QString encryptPair(const QString& name, const QString& value);
 
-    /// What encryptPair enciphered, with the padding behind it, or an empty text if `name` (case matters) or
-    /// the user is another.
+    /// Returns a value encrypted with encryptPair, including its padding, or an empty string for another name
+    /// (case-sensitive) or user.
     static QString decryptPair(const QString& name, const QString& text);
 
-    /// The key of 32 characters made of the name of the logged-in user, as the environment tells it now.
+    /// Returns the key of 32 characters derived from the user's name in the environment.
     static QString machineKey();
 
 private:

@@ -8,11 +8,12 @@ namespace tools
 {
 
 /**
- * gzip (RFC 1952) for whole buffers, through zlib. Any thread may call.
+ * Compresses and decompresses whole buffers with gzip (RFC 1952), through zlib. Any thread may call.
  *
- * `input` and `output` may be the same object. Neither function limits the size of its output: what memory
- * holds is the only bound, so do not unpack data from a source that may be hostile without a bound of your
- * own.
+ * `input` and `output` can be the same object.
+ *
+ * @warning The size of the output is limited by memory only. One megabyte can decompress to a gigabyte, so do
+ * not decompress data from an untrusted source without a limit of its size.
  */
 class VXCOMMON_EXPORT QCompressor
 {
@@ -20,20 +21,20 @@ public:
     QCompressor() = delete;
 
     /**
-     * Packs `input` into one gzip member.
+     * Compresses `input` into one gzip member.
      *
-     * @param output replaced; stays empty, without even a gzip header, if `input` is empty
-     * @param level zlib's compression level, clamped to -1 (zlib's default) to 9 (smallest)
-     * @return false if zlib fails, which leaves `output` incomplete
+     * @param output replaced; empty, without a gzip header, if `input` is empty
+     * @param level compression level of zlib, clamped to the range -1 (zlib's default) to 9 (smallest output)
+     * @return false if zlib fails; `output` is then incomplete
      */
     static bool gzipCompress(const QByteArray& input, QByteArray& output, int level);
 
     /**
-     * Unpacks the first gzip member of `input`. What stands behind it, further members included, is ignored.
+     * Decompresses the first gzip member of `input`. Ignores all bytes after it, further members included.
      *
      * @param output replaced; empty if `input` is empty, which counts as success
-     * @return false if `input` is no gzip, is damaged or ends too early, or if memory runs out; `output` then
-     * holds what was decoded before
+     * @return false if `input` is no gzip stream, is damaged or truncated, or if memory runs out; `output`
+     * then holds what was decoded before
      */
     static bool gzipDecompress(const QByteArray& input, QByteArray& output);
 };

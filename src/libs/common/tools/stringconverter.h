@@ -8,27 +8,28 @@
 namespace tools::string
 {
 
-/// Turns text into hexadecimal, MD5 and a braced form. Any thread may call.
+/// Converts strings to hexadecimal, MD5 and a braced form. Any thread may call.
 class VXCOMMON_EXPORT converter
 {
 public:
     converter() = delete;
 
-    /// The UTF-8 bytes of `text` as lower-case hexadecimal digits.
+    /// Returns the UTF-8 bytes of `text` as lower-case hexadecimal digits.
     static QString ToHex(const QString& text);
 
-    /// The MD5 sum (RFC 1321) of `data` as 32 lower-case hexadecimal digits. A checksum, no protection.
+    /// Returns the MD5 sum (RFC 1321) of `data` as 32 lower-case hexadecimal digits. It detects accidental
+    /// damage only.
     static QString ToMD5(const QByteArray& data);
-    static QString ToMD5(const QString& text); ///< As above, of the UTF-8 bytes of `text`.
+    static QString ToMD5(const QString& text); ///< As above, for the UTF-8 bytes of `text`.
 
     /**
-     * The hexadecimal form of `text` in braces, with dashes between groups of digits, counted from the left.
+     * Returns the hexadecimal digits of `text` in braces, with dashes between groups.
      *
-     * A dash is set behind `group` digits as long as at least 2 * `group` - 1 digits were left before them,
-     * so the group behind the last dash holds `group` - 1 to 2 * `group` - 2 digits: "abcd" in groups of 4
-     * gives "{6162-6364}", "abcde" gives "{6162-636465}".
+     * In groups of 4, "abcd" gives "{6162-6364}" and "abcde" gives "{6162-636465}"; in groups of 3, "abcd"
+     * gives "{616-263-64}". A dash follows each group, from the left, that has at least `group` - 1 digits
+     * after it.
      *
-     * @param group digits in a group; 0 gives no dash
+     * @param group number of digits in a group; 0 gives no dash
      */
     static QString ToUuidForm(const QString& text, unsigned int group);
 };

@@ -11,14 +11,14 @@ namespace
 constexpr int minimumUtf8Limit = 3; // the longest UTF-8 form of one unit
 constexpr int minimumUcs2Limit = 2; // one unit
 
-/// What QString::toUtf8 makes of half a surrogate pair.
+/// Returns the size of half a surrogate pair after QString::toUtf8.
 qsizetype LoneSurrogateSize()
 {
     static const qsizetype size = QString(QChar(QChar::highSurrogate(0x10000))).toUtf8().size();
     return size;
 }
 
-/// Counts the bytes that QString::toUtf8 would make of a text that grows unit by unit.
+/// Counts the bytes of a text that grows unit by unit, as QString::toUtf8 would encode it.
 class Utf8Counter
 {
 public:
@@ -67,7 +67,7 @@ QStringList splitter::Utf8(const QString& text, int limit)
             continue;
         }
         if (counter.Size() > limit) {
-            --i; // the unit that overran comes first in the next piece
+            --i; // The unit that exceeded the limit comes first in the next piece.
         }
         pieces += text.mid(start, i + 1 - start);
         start = i + 1;

@@ -9,10 +9,10 @@ namespace tools::string
 {
 
 /**
- * Cuts a long text into pieces that fit a budget of bytes. Any thread may call.
+ * Splits a long text into pieces that fit a limit in bytes, in linear time. Any thread may call.
  *
- * The cut falls between any two UTF-16 units, so that words and even the two halves of a surrogate pair may
- * part. The pieces joined give the text again; an empty text gives no piece. The cost is linear in the text.
+ * A cut can fall between any two UTF-16 units, inside a word or a surrogate pair. The joined pieces are the
+ * text. An empty text gives no piece.
  */
 class VXCOMMON_EXPORT splitter
 {
@@ -20,24 +20,24 @@ public:
     splitter() = delete;
 
     /**
-     * Pieces of `limit` bytes in UTF-8, made for characters of one or two bytes there.
+     * Returns pieces of `limit` bytes in UTF-8. A piece is shorter if the next character would exceed the
+     * limit.
      *
-     * A piece gets shorter where the next character would overrun the limit. With characters of three bytes
-     * it can become nearly half as long again as the limit, since a piece is not measured before it has
-     * `limit` / 2 units.
+     * Made for characters of one or two bytes. With characters of three bytes a piece can have nearly 1.5
+     * times `limit` bytes, because it is not measured before it has `limit` / 2 units.
      *
-     * @param limit at least 3; less gives the text as one piece
+     * @param limit in bytes, at least 3; a smaller limit gives the text as one piece
      */
     static QStringList Utf8(const QString& text, int limit);
 
     /**
-     * Pieces for a transport that sends ASCII with one byte a character and a text with anything else with
-     * two.
+     * Returns pieces for a transport that sends a piece in ASCII with one byte per character, and any other
+     * piece with two.
      *
-     * The text is looked at in slices of `limit` / 2 units: runs of slices in ASCII are joined to `limit`
-     * characters, with an odd limit to a little more, and any other slice becomes a piece of its own.
+     * Divides the text into slices of `limit` / 2 units. Joins adjacent ASCII slices up to `limit`
+     * characters, or slightly more with an odd limit. Any other slice becomes a separate piece.
      *
-     * @param limit at least 2; less gives the text as one piece
+     * @param limit in bytes, at least 2; a smaller limit gives the text as one piece
      */
     static QStringList Ucs2(const QString& text, int limit);
 };
