@@ -7,6 +7,7 @@
 
 #include "../tests/tools/urloracle.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QRandomGenerator>
@@ -97,18 +98,28 @@ void Linkify(benchmark::State& state)
 BENCHMARK(Linkify)->Name("links in 1 MB of chat/linkify-it under node")->UseManualTime();
 #endif
 
-/// All of the texts that are made to cost time, one after the other, each with `size` units.
+/// Texts of `size` units that are made to cost time.
+QStringList HostileTexts(qsizetype size)
+{
+    QStringList units{QString::fromUtf16(u"\xd83d\xde00"),
+                      QStringLiteral("a+").repeated(500) + QStringLiteral(".a ")};
+    for (const char16_t* unit : {u"a", u"a.a.a.", u"(", u"http://", u"\u0301", u"a+", u"a-", u"1.", u"a@",
+                                 u"http://a ", u"a.ru ", u"http://a/) "}) {
+        units += QString::fromUtf16(unit);
+    }
+    QStringList texts{QStringLiteral("http://a/") + QString(size, u')'),
+                      QStringLiteral("http://") + QStringLiteral("\u0301\u0316").repeated(size / 2)};
+    for (const QString& unit : qAsConst(units)) {
+        texts += unit.repeated(size / unit.size());
+    }
+    return texts;
+}
+
+/// All of them, one after the other.
 void HostileLinks(benchmark::State& state)
 {
     const qsizetype size = state.range(0);
-    QStringList texts;
-    for (const char16_t* piece : {u"a", u"a.a.a.", u"(", u"http://", u"\u0301", u"\xd83d\xde00", u"a+", u"a-",
-                                  u"1.", u"a@", u"http://a ", u"a.ru ", u"http://a/) "}) {
-        const QString unit = QString::fromUtf16(piece);
-        texts += unit.repeated(size / unit.size());
-    }
-    texts += QStringLiteral("http://a/") + QString(size, u')');
-    texts += QStringLiteral("http://") + QStringLiteral("\u0301\u0316").repeated(size / 2);
+    const QStringList texts = HostileTexts(size);
     for (auto _ : state) {
         for (const QString& text : texts) {
             benchmark::DoNotOptimize(tools::url::FindUrlRanges(text));
@@ -121,6 +132,47 @@ BENCHMARK(HostileLinks)
     ->RangeMultiplier(10)
     ->Range(10'000, megabyte)
     ->Unit(benchmark::kMillisecond);
+
+void LinksIn(benchmark::State& state, const QString& text)
+{
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(tools::url::FindUrlRanges(text));
+    }
+    SetBytes(state, text.size());
+}
+
+void SlowestLinks(benchmark::State& state)
+{
+    QString slowest;
+    qint64 longest = 0;
+    for (const QString& text : HostileTexts(megabyte)) {
+        QElapsedTimer timer;
+        timer.start();
+        for (int i = 0; i < 5; ++i) {
+            tools::url::FindUrlRanges(text);
+        }
+        if (timer.nsecsElapsed() > longest) {
+            longest = timer.nsecsElapsed();
+            slowest = text;
+        }
+    }
+    LinksIn(state, slowest);
+}
+BENCHMARK(SlowestLinks)->Name("links in the slowest hostile text/vxcommon")->Unit(benchmark::kMillisecond);
+
+void SchemePieces(benchmark::State& state)
+{
+    const QString unit = QStringLiteral("a+").repeated(500) + QStringLiteral(".a ");
+    LinksIn(state, unit.repeated(megabyte / unit.size()));
+}
+BENCHMARK(SchemePieces)->Name("links in pieces of schemes/vxcommon")->Unit(benchmark::kMillisecond);
+
+void InternationalLinks(benchmark::State& state)
+{
+    const QString unit = QStringLiteral("http://а.рф а.фр ");
+    LinksIn(state, unit.repeated(megabyte / unit.size()));
+}
+BENCHMARK(InternationalLinks)->Name("links to international hosts/vxcommon")->Unit(benchmark::kMillisecond);
 
 void Split(benchmark::State& state)
 {
