@@ -42,9 +42,13 @@ inline bool HasSameLetters(QString text)
 {
     static const QRegularExpression letter(QStringLiteral(R"([\p{L}\p{N}])"),
                                            QRegularExpression::UseUnicodePropertiesOption);
-    QList<uint> others = text.toUcs4();
-    others.removeIf([](uint value) { return QChar::isLetterOrNumber(value); });
-    return text.remove(letter).toUcs4() == others;
+    QString others;
+    for (const char32_t character : text.toUcs4()) {
+        if (!QChar::isLetterOrNumber(character)) {
+            others += QChar::fromUcs4(character);
+        }
+    }
+    return text.remove(letter) == others;
 }
 
 inline bool IsWordOf(const char* words, const QString& word)
