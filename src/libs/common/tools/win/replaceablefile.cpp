@@ -1,12 +1,9 @@
 #include "../replaceablefile.h"
 
-#include <QDir>
-#include <QString>
+#include <QFile>
 
 #include <cstring>
-#include <filesystem>
 #include <memory>
-#include <system_error>
 
 #include <windows.h>
 
@@ -19,51 +16,44 @@ namespace tools
 namespace
 {
 
-/// Owner and access control list of a file. The pointers are into the descriptor.
+HANDLE HandleOf(int file)
+{
+    return reinterpret_cast<HANDLE>(::_get_osfhandle(file));
+}
+
+/// Owner and access control list of an open file. The pointers are into the descriptor.
 struct Security
 {
+    explicit Security(HANDLE file)
+    {
+        PSECURITY_DESCRIPTOR data = nullptr;
+        ::GetSecurityInfo(file, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION,
+                          &owner, nullptr, &accessList, nullptr, &data);
+        descriptor.reset(data);
+    }
+
     PSID owner = nullptr;
     PACL accessList = nullptr;
     std::unique_ptr<void, decltype(&::LocalFree)> descriptor{nullptr, &::LocalFree};
 };
 
-constexpr SECURITY_INFORMATION securityParts = OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
-
-bool IsEqual(const Security& a, const Security& b)
+bool IsSame(const Security& a, const Security& b)
 {
-    return a.descriptor && b.descriptor && a.accessList && b.accessList && ::EqualSid(a.owner, b.owner) &&
+    return a.owner && b.owner && a.accessList && b.accessList && ::EqualSid(a.owner, b.owner) &&
            a.accessList->AclSize == b.accessList->AclSize &&
            std::memcmp(a.accessList, b.accessList, a.accessList->AclSize) == 0;
-}
-
-Security SecurityOf(HANDLE file)
-{
-    Security security;
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    ::GetSecurityInfo(file, SE_FILE_OBJECT, securityParts, &security.owner, nullptr, &security.accessList,
-                      nullptr, &descriptor);
-    security.descriptor.reset(descriptor);
-    return security;
-}
-
-Security SecurityOf(std::wstring path)
-{
-    Security security;
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    ::GetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, securityParts, &security.owner, nullptr,
-                            &security.accessList, nullptr, &descriptor);
-    security.descriptor.reset(descriptor);
-    return security;
 }
 
 } // namespace
 
 bool IsReplaceable(const QString& path, int newFile)
 {
-    const std::wstring oldFile = QDir::toNativeSeparators(path).toStdWString();
-    std::error_code error;
-    return std::filesystem::hard_link_count(oldFile, error) == 1 &&
-           IsEqual(SecurityOf(oldFile), SecurityOf(reinterpret_cast<HANDLE>(::_get_osfhandle(newFile))));
+    QFile oldFile(path);
+    BY_HANDLE_FILE_INFORMATION information{};
+    return oldFile.open(QIODevice::ReadOnly) &&
+           ::GetFileInformationByHandle(HandleOf(oldFile.handle()), &information) &&
+           information.nNumberOfLinks == 1 &&
+           IsSame(Security(HandleOf(oldFile.handle())), Security(HandleOf(newFile)));
 }
 
 } // namespace tools
