@@ -140,11 +140,12 @@ void TestJsonFile::writtenInPlace()
         QVERIFY(QFileInfo(link).isSymLink() && !QFileInfo(target).isSymLink());
         QCOMPARE(filetree::Read(target), document.toJson());
     }
+
     // There is no longer name for a file beside it.
     const QString longName = dir->filePath(QString(255, 'x'));
     filetree::Write(longName, "old");
     QCOMPARE(Failure({longName, sample, ""}, &JsonFile::Save), "");
-    QCOMPARE(filetree::Read(longName), filetree::Read(target));
+    QCOMPARE(filetree::Read(longName), QJsonDocument(sample).toJson());
 }
 
 /// Saving a file changes neither its owner nor who can read and write it.
