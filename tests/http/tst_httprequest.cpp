@@ -267,7 +267,7 @@ void TestHttpRequest::outcome()
     FaultServer server(answers);
     request->SetAttemptCountOnNetworkProblem(attempts);
     Get(server);
-    QTRY_COMPARE_WITH_TIMEOUT(told->Told(), expected, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(told->Told(), expected, 30000);
     QCOMPARE(told->body, body);
     QVERIFY(!expected.endsWith(success) || told->text == QString::fromUtf8(body));
     QVERIFY(log.Contains("Accepted reply from server: "));
