@@ -81,7 +81,7 @@ bool UrlScanner::Next(UrlCandidate& candidate)
             const bool isTokenCharacter = IsTokenCharacter(first.value);
             const bool canStart = isTokenCharacter && !isInsideToken;
             isInsideToken = isTokenCharacter;
-            if (canStart && (MatchScheme(candidate) || MatchHost(candidate))) {
+            if (canStart && (MatchScheme(candidate) || (position >= hostStart && MatchHost(candidate)))) {
                 position += candidate.length; // A match ends with a letter, a digit or the run.
                 return true;
             }
@@ -126,8 +126,8 @@ bool UrlScanner::MatchScheme(UrlCandidate& candidate)
     // One search serves all starts in the same sequence ("a+a+a+...").
     if (schemeEnd <= position) {
         schemeEnd = position;
-        while (schemeEnd < run.size() && IsSchemeCharacter(run.at(schemeEnd).unicode())) {
-            ++schemeEnd;
+        for (; schemeEnd < run.size() && IsSchemeCharacter(run.at(schemeEnd).unicode()); ++schemeEnd) {
+            hostStart = run.at(schemeEnd) == u'+' ? schemeEnd : hostStart;
         }
     }
     if (schemeEnd + 1 >= run.size() || run.at(schemeEnd) != u':') {

@@ -52,6 +52,7 @@ private:
     QStringView run;            ///< The text up to the end of the current run.
     qsizetype position = 0;     ///< Where the next match can start.
     qsizetype schemeEnd = 0;    ///< End of the last sequence of scheme characters.
+    qsizetype hostStart = 0;    ///< No host starts before the last "+" of that sequence.
     bool isInsideToken = false; ///< The character before `position` forbids a match to start there.
 };
 
