@@ -34,7 +34,7 @@ const wchar_t* Wide(const QString& text)
     return reinterpret_cast<const wchar_t*>(text.utf16());
 }
 
-/// The TOKEN_USER of a process; empty if it cannot be read.
+/// Returns the security identifier (SID) of a process's user; empty if it cannot be read.
 std::vector<char> UserOf(HANDLE process)
 {
     HANDLE rawToken = nullptr;
@@ -45,13 +45,13 @@ std::vector<char> UserOf(HANDLE process)
     DWORD size = 0;
     ::GetTokenInformation(token.get(), TokenUser, nullptr, 0, &size);
     std::vector<char> user(size);
-    return ::GetTokenInformation(token.get(), TokenUser, user.data(), size, &size) != 0 ? user
-                                                                                        : std::vector<char>();
-}
-
-PSID SidOf(const std::vector<char>& user)
-{
-    return reinterpret_cast<const TOKEN_USER*>(user.data())->User.Sid;
+    if (::GetTokenInformation(token.get(), TokenUser, user.data(), size, &size) == 0) {
+        return {};
+    }
+    // TOKEN_USER points into the buffer, so the SID itself is returned.
+    const auto* const sid =
+        static_cast<const char*>(reinterpret_cast<const TOKEN_USER*>(user.data())->User.Sid);
+    return {sid, sid + ::GetLengthSid(const_cast<char*>(sid))};
 }
 
 } // namespace
@@ -134,8 +134,7 @@ bool IsOwnPeer(const QLocalSocket& socket)
     }
     const Handle process(::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
     const std::vector<char> theirs = process ? UserOf(process.get()) : std::vector<char>();
-    const std::vector<char> ours = UserOf(::GetCurrentProcess());
-    if (!theirs.empty() && !ours.empty() && ::EqualSid(SidOf(theirs), SidOf(ours)) != 0) {
+    if (!theirs.empty() && theirs == UserOf(::GetCurrentProcess())) {
         return true;
     }
     qWarning("QtLocalPeer: the process behind the local socket belongs to another user");
