@@ -5,11 +5,10 @@
 namespace common::logger
 {
 
-// The base class is constructed before the string, so the stream is opened here.
+// QTextStream only keeps the address here: the string is constructed after it.
 Message::Stream::Stream()
-{
-    setString(&text, QIODevice::ReadWrite);
-}
+    : QTextStream(&text, QIODevice::ReadWrite)
+{}
 
 Message::Message(ILogger* logger_, const Channel* channel_, int level_, const char* file_,
                  const char* function_, int line_)
