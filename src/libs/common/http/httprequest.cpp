@@ -1,3 +1,4 @@
+#include "../platform/threadprobe.h"
 #include "httprequestdata.h"
 #include "httprequestprivate.h"
 
@@ -180,9 +181,10 @@ bool HttpRequest::SendRequest(HTTPRequestMethod method)
     }
 
     QNetworkReply* reply = nullptr;
-    if (d->method == POST) {
+    const bool canSend = platform::CanStartThread(2); // Qt sends on a separate thread.
+    if (canSend && d->method == POST) {
         reply = SendPostRequest();
-    } else if (d->method == GET) {
+    } else if (canSend && d->method == GET) {
         reply = SendGetRequest();
     }
     if (reply == nullptr) {

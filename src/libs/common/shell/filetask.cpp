@@ -1,5 +1,6 @@
 #include "filetask.h"
 
+#include "../platform/threadprobe.h"
 #include "directorylisting.h"
 #include "filepath.h"
 
@@ -31,7 +32,7 @@ FileTask::~FileTask() = default;
 void FileTask::Start()
 {
     abortFlag = 0;
-    if (thread) {
+    if (thread && platform::CanStartThread(1)) {
         isWorking = true;
         thread->start(QThread::InheritPriority);
     }

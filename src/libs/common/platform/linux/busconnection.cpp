@@ -1,5 +1,7 @@
 #include "busconnection.h"
 
+#include "../threadprobe.h"
+
 #include <QUuid>
 
 #include <algorithm>
@@ -7,9 +9,17 @@
 namespace common::platform
 {
 
+namespace
+{
+
+/// Of the thread that Qt starts for all connections, and of the connection.
+constexpr std::size_t neededDescriptors = 4;
+
+} // namespace
+
 BusConnection::BusConnection(const QString& address, const QDeadlineTimer& deadline)
-    : name(QUuid::createUuid().toString())
-    , connection(QDBusConnection::connectToPeer(address, name))
+    : name(CanStartThread(neededDescriptors) ? QUuid::createUuid().toString() : QString())
+    , connection(name.isEmpty() ? QDBusConnection(name) : QDBusConnection::connectToPeer(address, name))
 {
     open = connection.isConnected() &&
            CallBus(QStringLiteral("Hello"), {}, deadline).type() == QDBusMessage::ReplyMessage;
@@ -17,7 +27,9 @@ BusConnection::BusConnection(const QString& address, const QDeadlineTimer& deadl
 
 BusConnection::~BusConnection()
 {
-    QDBusConnection::disconnectFromPeer(name);
+    if (!name.isEmpty()) {
+        QDBusConnection::disconnectFromPeer(name);
+    }
 }
 
 QString BusConnection::SessionBusAddress()
@@ -36,7 +48,7 @@ QString BusConnection::SystemBusAddress()
 
 QDBusMessage BusConnection::Call(const QDBusMessage& message, const QDeadlineTimer& deadline)
 {
-    // 0 would stand for "no limit of its own".
+    // 0 would mean the default timeout.
     const qint64 left = std::max<qint64>(1, deadline.remainingTime());
     return connection.call(message, QDBus::Block, static_cast<int>(left));
 }

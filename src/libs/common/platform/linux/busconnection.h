@@ -9,17 +9,17 @@ namespace common::platform
 {
 
 /**
- * A connection to a message bus that never waits longer than it is told to.
+ * A connection to a message bus with a limit for every wait.
  *
- * QDBusConnection::connectToBus waits without end, and later keeps the program from exiting, if the bus takes
- * the connection and then keeps silent. A peer connection does not wait; it becomes one of the bus by saying
- * Hello, like any call with a time limit. It has to ask the bus for its signals itself.
+ * QDBusConnection::connectToBus waits without end, and later keeps the program from exiting, if the bus
+ * accepts the connection but never responds. A peer connection does not wait. It becomes a bus connection by
+ * the call "Hello", which has a timeout like any other. It must subscribe to the signals of the bus itself.
  */
 class BusConnection
 {
 public:
     BusConnection(const QString& address, const QDeadlineTimer& deadline);
-    ~BusConnection(); ///< No signal comes any more.
+    ~BusConnection(); ///< No signal is delivered after that.
 
     static QString SessionBusAddress();
     static QString SystemBusAddress();
@@ -27,7 +27,7 @@ public:
     bool IsOpen() const { return open; }
     QDBusConnection& Connection() { return connection; }
 
-    /// The answer, or an error message.
+    /// Returns the reply, or an error message.
     QDBusMessage Call(const QDBusMessage& message, const QDeadlineTimer& deadline);
     /// Calls a method of the bus itself.
     QDBusMessage CallBus(const QString& method, const QVariantList& arguments,
@@ -36,7 +36,7 @@ public:
 private:
     Q_DISABLE_COPY(BusConnection)
 
-    QString name;
+    QString name; ///< Empty without the resources for a connection.
     QDBusConnection connection;
     bool open = false;
 };

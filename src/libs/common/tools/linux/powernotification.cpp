@@ -1,5 +1,6 @@
 #include "../powernotification.h"
 
+#include "../../platform/threadprobe.h"
 #include "sleeplistener.h"
 
 #include <common/tools/sleepwatcher.h>
@@ -114,6 +115,9 @@ namespace powernotification
 
 Result Register(void* context)
 {
+    if (!common::platform::CanStartThread(1)) {
+        return Result::Refused;
+    }
     CurrentThread() = std::make_unique<ListenerThread>(context);
     CurrentThread()->start();
     if (CurrentThread()->IsSubscribed()) {
