@@ -1,16 +1,23 @@
+#include <common/chrome/pluginutils.h>
 #include <common/clicktocall/clicktocall.h>
 
+#include <logger/recordinglogger.h>
 #include <registration/usertree.h>
 #include <table.h>
 
 #include <QCoreApplication>
 
+#include <cerrno>
 #include <chrono>
+#include <functional>
 #include <future>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include <sys/file.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 using common::ClickToCall;
 
@@ -22,7 +29,27 @@ QByteArray DefaultHandler(const QString& scheme)
     return UserTree::Run("xdg-mime", {"query", "default", "x-scheme-handler/" + scheme});
 }
 
+/// Called after each read of mimeapps.list with its descriptor and outcome; false makes the read fail.
+std::function<bool(int, qsizetype)> onRead;
+
 } // namespace
+
+/// Takes the place of the system's function in the library, too.
+extern "C" __attribute__((visibility("default"))) ssize_t read(int descriptor, void* buffer, std::size_t size)
+{
+    const ssize_t count = syscall(SYS_read, descriptor, buffer, size);
+    if (onRead) {
+        const auto hook = std::exchange(onRead, nullptr); // What it reads itself does not count.
+        const QString path = QFile::symLinkTarget("/proc/self/fd/" + QString::number(descriptor));
+        const bool isFailed = path.endsWith("/mimeapps.list") && !hook(descriptor, count);
+        onRead = hook;
+        if (isFailed) {
+            errno = EIO;
+            return -1;
+        }
+    }
+    return count;
+}
 
 class TestUrlHandlers : public QObject
 {
@@ -38,6 +65,9 @@ private Q_SLOTS:
     void listOfOthers();
     void desktopsOwnList();
     void severalWriters();
+    void relativeDirectories();
+    void unreadableList();
+    void listChangedMeanwhile();
 
 private:
     std::unique_ptr<UserTree> user;
@@ -161,7 +191,8 @@ void TestUrlHandlers::severalWriters()
             return done;
         }));
     }
-    const bool waits = writers.front().wait_for(std::chrono::seconds(1)) == std::future_status::timeout;
+    const bool waits =
+        writers.front().wait_for(std::chrono::milliseconds(300)) == std::future_status::timeout;
     lock.close();
     for (auto& writer : writers) {
         QVERIFY(writer.get());
@@ -169,6 +200,58 @@ void TestUrlHandlers::severalWriters()
     QVERIFY2(waits, "only one writes at a time");
     const QByteArray list = filetree::Read(user->ConfigPath("mimeapps.list"));
     QCOMPARE(list.count("x-scheme-handler/"), 15);
+}
+
+void TestUrlHandlers::relativeDirectories()
+{
+    const QTemporaryDir work;
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(work.path()));
+    qputenv("XDG_CONFIG_HOME", "config");
+    qputenv("XDG_DATA_HOME", "data");
+    const bool done = ClickToCall::registerProtocols({"tel"}, "Phone", "Maker") &&
+                      common::chrome::PluginUtils::RegisterPlugin("abcdefghijklmnopabcdefghijklmnop");
+    QVERIFY(QDir::setCurrent(before));
+    QVERIFY(done);
+    QCOMPARE(filetree::Snapshot(work.path()), QStringList());
+    const QString home = qEnvironmentVariable("HOME");
+    QVERIFY(filetree::Read(home + "/.config/mimeapps.list").contains("x-scheme-handler/tel"));
+    QVERIFY(QFile::exists(home + "/.local/share/applications/Maker.Phone-url-handler.desktop"));
+}
+
+void TestUrlHandlers::unreadableList()
+{
+    const QByteArray list = "[Added Associations]\n" + QByteArray("text/plain=a.desktop;\n").repeated(3000);
+    filetree::Write(user->ConfigPath("mimeapps.list"), list);
+    const RecordingLogger log;
+    onRead = [bytes = qsizetype{0}](int, qsizetype count) mutable { return (bytes += count) < 20000; };
+    const bool done = ClickToCall::registerProtocols({"tel"}, "Phone", "Maker");
+    onRead = nullptr;
+    QVERIFY(done);
+    QCOMPARE(filetree::Read(user->ConfigPath("mimeapps.list")), list);
+    QVERIFY(log.Contains("/mimeapps.list", "Can't write "));
+}
+
+void TestUrlHandlers::listChangedMeanwhile()
+{
+    const QString path = user->ConfigPath("mimeapps.list");
+    filetree::Write(path, "[Added Associations]\n");
+    int reads = 0;
+    onRead = [&](int, qsizetype count) {
+        if (count == 0 && ++reads <= 3) { // Each time right after it was read to its end.
+            const QByteArray old = filetree::Read(path + ".other");
+            filetree::Write(path + ".other", old + "a/" + QByteArray::number(reads) + "=b.desktop;\n");
+            QFile::remove(path);
+            QFile::copy(path + ".other", path);
+        }
+        return true;
+    };
+    const bool done = ClickToCall::registerProtocols({"tel"}, "Phone", "Maker");
+    onRead = nullptr;
+    QVERIFY(done);
+    const QByteArray list = filetree::Read(path);
+    QVERIFY2(list.contains("a/1=") && list.contains("a/2=") && list.contains("a/3="), list.constData());
+    QVERIFY2(list.contains("x-scheme-handler/tel="), list.constData());
 }
 
 int main(int argc, char* argv[])

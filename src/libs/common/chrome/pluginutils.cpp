@@ -30,26 +30,26 @@ QString StorePath(const QString& id)
     return QDir::toNativeSeparators(rootPath + ExtensionKey(id));
 }
 
-void SetValue(QSettings& settings)
+bool SetValue(platform::UserSettings& settings)
 {
-    settings.setValue(updateUrlName, updateUrl);
-    settings.sync();
-    if (settings.status() != QSettings::NoError) {
-        LOG_MESSAGE(logger::Error) << "Error (" << static_cast<int>(settings.status())
-                                   << ") while writing setting '" << updateUrlName << "' to '"
-                                   << settings.fileName() << "'.";
+    settings.Tree().setValue(updateUrlName, updateUrl);
+    const QSettings::Status status = settings.Save();
+    if (status != QSettings::NoError) {
+        LOG_MESSAGE(logger::Error) << "Error (" << static_cast<int>(status) << ") while writing setting '"
+                                   << updateUrlName << "' to '" << settings.FileName() << "'.";
     }
+    return status == QSettings::NoError;
 }
 
-void RemoveValue(QSettings& settings, const QString& key)
+bool RemoveValue(platform::UserSettings& settings, const QString& key)
 {
-    settings.remove(key);
-    settings.sync();
-    if (settings.status() != QSettings::NoError) {
-        LOG_MESSAGE(logger::Error) << "Error (" << static_cast<int>(settings.status())
-                                   << ") while removing setting '" << key << "' from '" << settings.fileName()
-                                   << "'.";
+    settings.Tree().remove(key);
+    const QSettings::Status status = settings.Save();
+    if (status != QSettings::NoError) {
+        LOG_MESSAGE(logger::Error) << "Error (" << static_cast<int>(status) << ") while removing setting '"
+                                   << key << "' from '" << settings.FileName() << "'.";
     }
+    return status == QSettings::NoError;
 }
 
 } // namespace
@@ -62,7 +62,7 @@ bool PluginUtils::IsChromeInstalled()
 bool PluginUtils::IsRegistered(const QString& id)
 {
     const auto settings = platform::OpenUserSettings(StorePath(id), platform::UserSettingsAccess::Read);
-    return settings->value(updateUrlName) == QVariant(updateUrl);
+    return settings->Tree().value(updateUrlName) == QVariant(updateUrl);
 }
 
 bool PluginUtils::RegisterPlugin(const QString& id)
@@ -73,12 +73,13 @@ bool PluginUtils::RegisterPlugin(const QString& id)
                                   << "' already exists in '" << StorePath(id) << "'";
         return false;
     }
-    if (!settings->isWritable()) {
+    if (!settings->IsWritable()) {
         LOG_MESSAGE(logger::Error) << "Can't write to registry at " << StorePath(id);
         return false;
     }
-    SetValue(*settings);
-    externalextension::Publish(id, updateUrl);
+    if (SetValue(*settings)) {
+        externalextension::Publish(id, updateUrl);
+    }
     return true;
 }
 
@@ -88,8 +89,9 @@ bool PluginUtils::UnregisterPlugin(const QString& id)
         return true;
     }
     const auto settings = platform::OpenUserSettings(rootPath, platform::UserSettingsAccess::Write);
-    RemoveValue(*settings, ExtensionKey(id));
-    externalextension::Withdraw(id, updateUrl);
+    if (RemoveValue(*settings, ExtensionKey(id))) {
+        externalextension::Withdraw(id, updateUrl);
+    }
     return true;
 }
 

@@ -8,33 +8,34 @@ namespace common::chrome
 {
 
 /**
- * Asks the Chrome browser to install an extension from its own store, for the current user, and withdraws
- * that.
+ * Requests that the Chrome browser installs an extension from its own store for the current user, and
+ * withdraws the request.
  *
- * Windows: the browser's documented key for external extensions in the registry. Linux: the same key in the
- * settings tree of this library and, for Chromium, a file in the user's "External Extensions"; Chrome itself
- * has no such place for a single user there. Any thread may call. Log channel: "common.pluginutils".
+ * Windows: the documented key of the browser for external extensions in the registry. Linux: the same key in
+ * the settings tree of this library and, for Chromium, a file in "External Extensions" of the user; Chrome
+ * has no such place for a single user there. Can be called from any thread. Log channel:
+ * "common.pluginutils".
  */
 class VXCOMMON_EXPORT PluginUtils
 {
 public:
     PluginUtils() = delete;
 
-    /// Always true: nothing is looked for, and callers may assume the browser. This is meant.
+    /// Always returns true: callers may assume the browser. Kept for compatibility.
     static bool IsChromeInstalled();
 
-    /// Whether the extension `id` is asked for with exactly the store's address.
+    /// Returns whether the installation of `id` is requested with exactly the address of the store.
     static bool IsRegistered(const QString& id);
 
     /**
-     * Asks for the extension `id`; another address in its place is overwritten.
+     * Requests the installation of `id`. Overwrites another address.
      *
-     * @return whether writing was tried: false if it is asked for already (a Warn line) or the settings
-     * cannot be written (an Error line). A write that fails is an Error line and true.
+     * @return whether a write was attempted: false if the request exists already (a Warn line) or the settings
+     * cannot be written (an Error line). A failed write is reported by an Error line and true.
      */
     static bool RegisterPlugin(const QString& id);
 
-    /// Withdraws the extension `id` if IsRegistered. Always true; a failure is an Error line.
+    /// Withdraws the request for `id` if IsRegistered. Always returns true; a failure is an Error line.
     static bool UnregisterPlugin(const QString& id);
 
 private:

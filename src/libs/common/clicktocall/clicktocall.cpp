@@ -1,13 +1,13 @@
 #include <common/clicktocall/clicktocall.h>
 
-#include "../platform/usersettings.h"
-#include "protocolkeys.h"
 #include "urlhandlers.h"
 
 #include <common/logger/logger.h>
 
 #include <QCoreApplication>
 #include <QDir>
+
+#include <utility>
 
 namespace common
 {
@@ -17,77 +17,73 @@ namespace
 
 constexpr logger::Channel logChannel{"common.clicktocall"};
 
-std::unique_ptr<QSettings> OpenSettings(platform::UserSettingsAccess access)
+using protocolkeys::Owner;
+
+std::unique_ptr<platform::UserSettings> OpenSettings(platform::UserSettingsAccess access)
 {
     return platform::OpenUserSettings(QStringLiteral("HKEY_CURRENT_USER"), access);
 }
 
-bool IsOwnProgid(const QString& value, const QString& application, const QString& organization)
+bool IsOwnProgid(const QString& value, const Owner& owner)
 {
-    return value.startsWith(application) || value.startsWith(organization + u'.' + application + u'.');
+    return value.startsWith(owner.application) ||
+           value.startsWith(owner.organization + u'.' + owner.application + u'.');
 }
 
-/// The first of two synchronisations, whose outcome is the outcome of the call.
-bool Synchronise(QSettings& settings, const char* function)
+/// Saves for the first time in a call, which decides the result of the call.
+bool Save(platform::UserSettings& settings, const char* function)
 {
-    settings.sync();
-    const QSettings::Status status = settings.status();
+    const QSettings::Status status = settings.Save();
     if (status != QSettings::NoError) {
         LOG_MESSAGE(logger::Error) << function << static_cast<int>(status);
     }
     return status == QSettings::NoError;
 }
 
-/// What is written for the running program.
-struct Registration
+/// The values that stand for the running program.
+struct Program
 {
-    QString application;
-    QString organization;
     QString icon;
     QString command;
 };
 
-Registration RunningProgram(const QString& application, const QString& organization)
+Program RunningProgram()
 {
-    const QString program = QDir::toNativeSeparators(QCoreApplication::applicationFilePath());
-    // The quotes hold the icon's index, too. This is meant.
-    return {application, organization, u'"' + program + QLatin1String(",1\""),
-            u'"' + program + protocolkeys::CommandTail()};
+    const QString path = QDir::toNativeSeparators(QCoreApplication::applicationFilePath());
+    // Kept for compatibility: the quotes include the index of the icon.
+    return {u'"' + path + QLatin1String(",1\""), u'"' + path + protocolkeys::CommandTail()};
 }
 
-void WriteApplication(QSettings& settings, const Registration& registration)
+void WriteApplication(QSettings& settings, const Program& program, const Owner& owner)
 {
-    const QString& application = registration.application;
-    const QString base = protocolkeys::Application(application, registration.organization);
+    const QString base = protocolkeys::Application(owner);
     settings.setValue(base + QLatin1String("DefaultLanguage"), QStringLiteral("en-US"));
-    settings.setValue(base + QLatin1String("Capabilities/ApplicationDescription"), application);
-    settings.setValue(base + QLatin1String("Capabilities/ApplicationIcon"), registration.icon);
-    settings.setValue(base + QLatin1String("Capabilities/ApplicationName"), application);
+    settings.setValue(base + QLatin1String("Capabilities/ApplicationDescription"), owner.application);
+    settings.setValue(base + QLatin1String("Capabilities/ApplicationIcon"), program.icon);
+    settings.setValue(base + QLatin1String("Capabilities/ApplicationName"), owner.application);
     settings.setValue(base + QLatin1String("Protocols/Default"), QString());
-    settings.setValue(base + QLatin1String("shell/open/command/Default"), registration.command);
-    settings.setValue(QLatin1String("Software/RegisteredApplications/") + application,
-                      QLatin1String("SOFTWARE\\") + registration.organization + u'\\' + application +
+    settings.setValue(base + QLatin1String("shell/open/command/Default"), program.command);
+    settings.setValue(QLatin1String("Software/RegisteredApplications/") + owner.application,
+                      QLatin1String("SOFTWARE\\") + owner.organization + u'\\' + owner.application +
                           QLatin1String("\\Capabilities"));
 }
 
-void WriteProtocol(QSettings& settings, const QString& protocol, const Registration& registration)
+void WriteProtocol(QSettings& settings, const QString& protocol, const Program& program, const Owner& owner)
 {
     const QString scheme = protocolkeys::Class(protocol);
     settings.setValue(scheme + QLatin1String("/Default"), QStringLiteral("URL:%1 Protocol").arg(protocol));
     settings.setValue(scheme + QLatin1String("/URL Protocol"), QString());
-    settings.setValue(scheme + QLatin1String("/DefaultIcon/Default"), registration.icon);
-    settings.setValue(scheme + QLatin1String("/shell/open/command/Default"), registration.command);
+    settings.setValue(scheme + QLatin1String("/DefaultIcon/Default"), program.icon);
+    settings.setValue(scheme + QLatin1String("/shell/open/command/Default"), program.command);
 
-    const QString progId =
-        protocolkeys::ProgId(protocol, registration.application, registration.organization);
+    const QString progId = protocolkeys::ProgId(protocol, owner);
     const QString identifier = protocolkeys::Class(progId);
-    // With blanks around the colon, unlike the scheme above. This is meant.
+    // Kept for compatibility: spaces around the colon, unlike in the scheme above.
     settings.setValue(identifier + QLatin1String("/Default"),
                       QStringLiteral("URL : %1 Protocol").arg(protocol));
-    settings.setValue(identifier + QLatin1String("/DefaultIcon/Default"), registration.icon);
-    settings.setValue(identifier + QLatin1String("/shell/open/command/Default"), registration.command);
-    settings.setValue(
-        protocolkeys::Capabilities(registration.application, registration.organization) + protocol, progId);
+    settings.setValue(identifier + QLatin1String("/DefaultIcon/Default"), program.icon);
+    settings.setValue(identifier + QLatin1String("/shell/open/command/Default"), program.command);
+    settings.setValue(protocolkeys::Capabilities(owner) + protocol, progId);
 }
 
 } // namespace
@@ -109,19 +105,20 @@ bool ClickToCall::registerProtocols(const QList<QString>& protocols, const QStri
     if (protocols.isEmpty()) {
         return true;
     }
-    const Registration registration = RunningProgram(application, organization);
-    const auto settings = OpenSettings(platform::UserSettingsAccess::Write);
-    WriteApplication(*settings, registration);
+    const Owner owner{application, organization};
+    const Program program = RunningProgram();
+    auto settings = OpenSettings(platform::UserSettingsAccess::Write);
+    WriteApplication(settings->Tree(), program, owner);
     for (const QString& protocol : protocols) {
-        WriteProtocol(*settings, protocol, registration);
+        WriteProtocol(settings->Tree(), protocol, program, owner);
     }
-    const bool written = Synchronise(*settings, "ClickToCall::registerProtocols");
+    const bool written = Save(*settings, "ClickToCall::registerProtocols");
     for (const QString& protocol : protocols) {
-        // The bare name of the application, not its identifier. This is meant.
-        settings->setValue(protocolkeys::UserChoice(protocol), application);
+        // Kept for compatibility: the bare name of the application, not its identifier.
+        settings->Tree().setValue(protocolkeys::UserChoice(protocol), application);
     }
-    settings->sync();
-    urlhandlers::NotifyChanged(*settings, application, organization, protocols);
+    settings->Save();
+    urlhandlers::NotifyChanged(std::move(settings), owner, protocols);
     return written;
 }
 
@@ -131,49 +128,51 @@ bool ClickToCall::unregisterProtocols(const QList<QString>& protocols, const QSt
     if (protocols.isEmpty()) {
         return true;
     }
-    const auto settings = OpenSettings(platform::UserSettingsAccess::Write);
+    const Owner owner{application, organization};
+    auto settings = OpenSettings(platform::UserSettingsAccess::Write);
     for (const QString& protocol : protocols) {
-        settings->remove(protocolkeys::Class(protocolkeys::ProgId(protocol, application, organization)));
-        settings->remove(protocolkeys::Capabilities(application, organization) + protocol);
+        QSettings& tree = settings->Tree();
+        tree.remove(protocolkeys::Class(protocolkeys::ProgId(protocol, owner)));
+        tree.remove(protocolkeys::Capabilities(owner) + protocol);
         const QString scheme = protocolkeys::Class(protocol);
-        settings->setValue(scheme + QLatin1String("/DefaultIcon/Default"), QString());
-        settings->setValue(scheme + QLatin1String("/shell/open/command/Default"), QString());
+        tree.setValue(scheme + QLatin1String("/DefaultIcon/Default"), QString());
+        tree.setValue(scheme + QLatin1String("/shell/open/command/Default"), QString());
     }
-    const bool written = Synchronise(*settings, "ClickToCall::unregisterProtocols");
+    const bool written = Save(*settings, "ClickToCall::unregisterProtocols");
     for (const QString& protocol : protocols) {
-        const QString choice = urlhandlers::UserChoice(*settings, protocol, application, organization);
-        if (IsOwnProgid(choice, application, organization)) {
-            settings->setValue(protocolkeys::UserChoice(protocol), QString());
+        if (IsOwnProgid(urlhandlers::UserChoice(settings->Tree(), protocol, owner), owner)) {
+            settings->Tree().setValue(protocolkeys::UserChoice(protocol), QString());
         }
     }
-    settings->sync();
-    urlhandlers::NotifyChanged(*settings, application, organization, {});
+    settings->Save();
+    urlhandlers::NotifyChanged(std::move(settings), owner, {});
     return written;
 }
 
 bool ClickToCall::unregisterApplication(const QString& application, const QString& organization)
 {
-    const auto settings = OpenSettings(platform::UserSettingsAccess::Write);
-    settings->remove(protocolkeys::Application(application, organization));
-    settings->remove(QLatin1String("Software/RegisteredApplications/") + application);
-    const bool written = Synchronise(*settings, "ClickToCall::unregisterApplication");
-    urlhandlers::NotifyChanged(*settings, application, organization, {});
+    const Owner owner{application, organization};
+    auto settings = OpenSettings(platform::UserSettingsAccess::Write);
+    settings->Tree().remove(protocolkeys::Application(owner));
+    settings->Tree().remove(QLatin1String("Software/RegisteredApplications/") + application);
+    const bool written = Save(*settings, "ClickToCall::unregisterApplication");
+    urlhandlers::NotifyChanged(std::move(settings), owner, {});
     return written;
 }
 
 QList<QString> ClickToCall::stateOfProtocols(const QString& application, const QString& organization)
 {
+    const Owner owner{application, organization};
     const auto settings = OpenSettings(platform::UserSettingsAccess::Read);
+    const QSettings& tree = settings->Tree();
     QList<QString> own;
     for (const QString& protocol : availableProtocols()) {
-        const QString progId = protocolkeys::ProgId(protocol, application, organization);
-        const QString description =
-            settings->value(protocolkeys::Class(progId) + QLatin1String("/Default")).toString();
-        const QString capability =
-            settings->value(protocolkeys::Capabilities(application, organization) + protocol).toString();
-        const QString choice = urlhandlers::UserChoice(*settings, protocol, application, organization);
+        const QString identifier = protocolkeys::Class(protocolkeys::ProgId(protocol, owner));
+        const QString description = tree.value(identifier + QLatin1String("/Default")).toString();
+        const QString capability = tree.value(protocolkeys::Capabilities(owner) + protocol).toString();
+        const QString choice = urlhandlers::UserChoice(tree, protocol, owner);
         if (!description.isEmpty() && !capability.isEmpty() &&
-            (choice.isEmpty() || IsOwnProgid(choice, application, organization))) {
+            (choice.isEmpty() || IsOwnProgid(choice, owner))) {
             own += protocol;
         }
     }

@@ -2,28 +2,35 @@
 
 #include <QString>
 
-/// Where a URL scheme's registration stands in the user's settings tree.
+/// The keys of a URL scheme's registration in the settings tree of the user.
 namespace common::protocolkeys
 {
 
-/// Key of an application, with a slash at its end.
-inline QString Application(const QString& application, const QString& organization)
+/// The names that identify a registered application.
+struct Owner
 {
-    return QLatin1String("Software/") + organization + u'/' + application + u'/';
+    QString application;
+    QString organization;
+};
+
+/// Returns the key of an application, with a slash at its end.
+inline QString Application(const Owner& owner)
+{
+    return QLatin1String("Software/") + owner.organization + u'/' + owner.application + u'/';
 }
 
-/// Below it each of the application's schemes is a value.
-inline QString Capabilities(const QString& application, const QString& organization)
+/// Returns the key below which each scheme of the application is a value.
+inline QString Capabilities(const Owner& owner)
 {
-    return Application(application, organization) + QLatin1String("Capabilities/URLAssociations/");
+    return Application(owner) + QLatin1String("Capabilities/URLAssociations/");
 }
 
-inline QString ProgId(const QString& protocol, const QString& application, const QString& organization)
+inline QString ProgId(const QString& protocol, const Owner& owner)
 {
-    return organization + u'.' + application + u'.' + protocol;
+    return owner.organization + u'.' + owner.application + u'.' + protocol;
 }
 
-/// Key of a scheme or of a program identifier.
+/// Returns the key of a scheme or of a program identifier.
 inline QString Class(const QString& name)
 {
     return QLatin1String("Software/Classes/") + name;
@@ -35,7 +42,7 @@ inline QString UserChoice(const QString& protocol)
            QLatin1String("/UserChoice/Progid");
 }
 
-/// What a command is made of: a quoted path, then this.
+/// The part of a command after the opening quote and the path.
 inline QString CommandTail()
 {
     return QStringLiteral("\" --callto \"%1\"");

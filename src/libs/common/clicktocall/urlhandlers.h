@@ -1,21 +1,23 @@
 #pragma once
 
-#include <QSettings>
-#include <QString>
+#include "../platform/usersettings.h"
+#include "protocolkeys.h"
+
 #include <QStringList>
 
-/// What a desktop does with the registrations in the user's settings tree.
+#include <memory>
+
+/// What a desktop does with the registrations in the settings tree of the user.
 namespace common::urlhandlers
 {
 
-/// The handler that the user has chosen for a scheme, past the settings tree too: a program identifier, or a
-/// text that is none of the application's own; empty if there is no choice.
-QString UserChoice(const QSettings& settings, const QString& protocol, const QString& application,
-                   const QString& organization);
+/// Returns the handler that the user has chosen for a scheme, also outside of the settings tree: a program
+/// identifier, or a string that is no identifier of `owner`. Empty if there is no choice.
+QString UserChoice(const QSettings& settings, const QString& protocol, const protocolkeys::Owner& owner);
 
-/// Tells the desktop that the application's schemes have changed. `chosen` are those that it is to be the
-/// default for from now on.
-void NotifyChanged(QSettings& settings, const QString& application, const QString& organization,
+/// Notifies the desktop of changed schemes, and closes the settings. `chosen` are the schemes that `owner`
+/// becomes the default handler of.
+void NotifyChanged(std::unique_ptr<platform::UserSettings> settings, const protocolkeys::Owner& owner,
                    const QStringList& chosen);
 
 } // namespace common::urlhandlers

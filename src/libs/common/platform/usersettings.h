@@ -15,13 +15,44 @@ enum class UserSettingsAccess
 };
 
 /**
- * Opens the user's settings tree: the registry on Windows, the same keys in one INI file on Linux.
+ * The settings tree of the user: the registry on Windows, the same keys in one INI file on Linux.
  *
- * On Linux the file is "vxcommon/registry.ini" in XDG_CONFIG_HOME. Whoever opens the tree for writing keeps
- * other writers waiting until the object dies, so that nothing of what two processes write at once is lost.
+ * On Linux the file is "vxcommon/registry.ini" in the XDG configuration directory. A writer edits a copy, and
+ * only Save makes its changes visible, all at once. Other writers, in this process and in others, wait until
+ * the object dies.
+ */
+class UserSettings
+{
+public:
+    virtual ~UserSettings() = default;
+
+    /// The tree below the opened path. The reference is valid until the next Save.
+    QSettings& Tree() const { return *tree; }
+
+    /// Returns whether Save can succeed, as far as this can be known.
+    virtual bool IsWritable() const = 0;
+
+    /// Returns the place of the tree for log lines.
+    virtual QString FileName() const = 0;
+
+    /// Writes the changes since the last Save. On Linux changes that cannot be written are dropped.
+    virtual QSettings::Status Save() = 0;
+
+protected:
+    UserSettings() = default;
+
+    std::unique_ptr<QSettings> tree;
+
+private:
+    Q_DISABLE_COPY(UserSettings)
+};
+
+/**
+ * Opens the settings tree. With write access, waits for other writers as long as they make progress. If one
+ * makes none for 1 s, the tree is not writable.
  *
  * @param path "HKEY_CURRENT_USER" or a key below it, with native separators
  */
-std::unique_ptr<QSettings> OpenUserSettings(const QString& path, UserSettingsAccess access);
+std::unique_ptr<UserSettings> OpenUserSettings(const QString& path, UserSettingsAccess access);
 
 } // namespace common::platform

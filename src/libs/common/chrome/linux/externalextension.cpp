@@ -1,5 +1,9 @@
 #include "../externalextension.h"
 
+#include "../../platform/linux/readfile.h"
+#include "../../platform/linux/xdg.h"
+#include "../../tools/savefile.h"
+
 #include <common/logger/logger.h>
 
 #include <QDir>
@@ -7,8 +11,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
-#include <QSaveFile>
-#include <QStandardPaths>
 
 namespace common::chrome::externalextension
 {
@@ -20,18 +22,18 @@ constexpr logger::Channel logChannel{"common.pluginutils"};
 
 const QString updateUrlName = QStringLiteral("external_update_url");
 
-QString ConfigFolder()
+QString BrowserDirectory()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    return platform::xdg::ConfigHome() + QLatin1String("/chromium");
 }
 
-QString ExtensionsFolder()
+QString ExtensionsDirectory()
 {
-    return ConfigFolder() + QLatin1String("/chromium/External Extensions");
+    return BrowserDirectory() + QLatin1String("/External Extensions");
 }
 
-/// Whether `id` is one of the browser's: the first 128 bits of a hash in the letters a to p. So it is safe as
-/// a file name, too.
+/// Returns whether `id` is one of the browser: the first 128 bits of a hash in the letters a to p. That makes
+/// it safe as a file name.
 bool IsExtensionId(const QString& id)
 {
     static const QRegularExpression pattern(QStringLiteral("\\A[a-p]{32}\\z"));
@@ -40,7 +42,7 @@ bool IsExtensionId(const QString& id)
 
 QString FilePath(const QString& id)
 {
-    return ExtensionsFolder() + u'/' + id + QLatin1String(".json");
+    return ExtensionsDirectory() + u'/' + id + QLatin1String(".json");
 }
 
 } // namespace
@@ -51,9 +53,8 @@ void Publish(const QString& id, const QString& updateUrl)
         return;
     }
     const QByteArray text = QJsonDocument(QJsonObject{{updateUrlName, updateUrl}}).toJson();
-    QDir().mkpath(ExtensionsFolder());
-    QSaveFile file(FilePath(id));
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
+    QDir().mkpath(ExtensionsDirectory());
+    if (tools::SaveFile(FilePath(id), text) != tools::SaveOutcome::Saved) {
         LOG_MESSAGE(logger::Error) << "Can't write " << FilePath(id);
     }
 }
@@ -63,18 +64,16 @@ void Withdraw(const QString& id, const QString& updateUrl)
     if (!IsExtensionId(id)) {
         return;
     }
-    QFile file(FilePath(id));
-    if (!file.open(QIODevice::ReadOnly) ||
-        QJsonDocument::fromJson(file.readAll()).object().value(updateUrlName).toString() != updateUrl) {
+    const QByteArray text = platform::ReadFile(FilePath(id)).value_or(QByteArray());
+    if (QJsonDocument::fromJson(text).object().value(updateUrlName).toString() != updateUrl) {
         return;
     }
-    file.close();
-    if (!file.remove()) {
+    if (!QFile::remove(FilePath(id))) {
         LOG_MESSAGE(logger::Error) << "Can't remove " << FilePath(id);
     }
-    // Folders that were made for this file only; rmdir removes no others.
-    QDir().rmdir(ExtensionsFolder());
-    QDir().rmdir(ConfigFolder() + QLatin1String("/chromium"));
+    // Directories that were made for this file only; rmdir removes no others.
+    QDir().rmdir(ExtensionsDirectory());
+    QDir().rmdir(BrowserDirectory());
 }
 
 } // namespace common::chrome::externalextension

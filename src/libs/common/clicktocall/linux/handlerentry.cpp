@@ -11,7 +11,7 @@ namespace common
 namespace
 {
 
-/// Keeps the whole name below the 255 bytes that file systems allow.
+/// Characters per name; keeps the id below the 255 bytes that file systems allow.
 constexpr qsizetype maxPart = 64;
 constexpr qsizetype hashDigits = 12;
 
@@ -34,18 +34,18 @@ QString SafePart(const QString& name)
 
 } // namespace
 
-QByteArray HandlerEntryId(const QString& application, const QString& organization)
+QByteArray HandlerEntryId(const protocolkeys::Owner& owner)
 {
-    const QString safeOrganization = SafePart(organization);
-    const QString safeApplication = SafePart(application);
-    QString id = safeOrganization + u'.' + safeApplication;
-    if (safeOrganization != organization || safeApplication != application) {
-        // What was replaced is told apart by a hash of the true names.
-        const QByteArray names = (organization + QChar(u'\0') + application).toUtf8();
+    const QString organization = SafePart(owner.organization);
+    const QString application = SafePart(owner.application);
+    QString id = organization + u'.' + application;
+    if (organization != owner.organization || application != owner.application) {
+        // A hash of the true names distinguishes names that became equal.
+        const QByteArray names = (owner.organization + QChar(u'\0') + owner.application).toUtf8();
         const QByteArray hash = QCryptographicHash::hash(names, QCryptographicHash::Sha256).toHex();
         id += u'-' + QString::fromLatin1(hash.left(hashDigits));
     }
-    // Never the name of the menu entry that an installer may have put beside it.
+    // Distinct from a menu entry that an installer may have put beside it.
     return id.toLatin1() + "-url-handler.desktop";
 }
 
@@ -56,7 +56,7 @@ QByteArray HandlerEntry(const QString& application, const QString& program, cons
     QString text = QStringLiteral("[Desktop Entry]\nType=Application\n");
     text += platform::DesktopEntryLine(QStringLiteral("Name"), name);
     text += platform::DesktopEntryLine(QStringLiteral("Exec"), exec);
-    text += QLatin1String("Terminal=false\nNoDisplay=true\n"); // For links, not for the menu.
+    text += QLatin1String("Terminal=false\nNoDisplay=true\n"); // Not a menu entry.
     text += QLatin1String("MimeType=") + QString::fromLatin1(types.join(';')) + QLatin1String(";\n");
     return text.toUtf8();
 }

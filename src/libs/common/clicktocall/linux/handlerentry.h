@@ -1,19 +1,21 @@
 #pragma once
 
+#include "../protocolkeys.h"
+
 #include <QByteArray>
+#include <QByteArrayList>
 #include <QString>
-#include <QStringList>
 
 namespace common
 {
 
 /**
- * Id of the desktop entry of an application's schemes: a file name of letters, digits, "-" and "_" in parts,
- * whatever the names hold. Different names have different ids.
+ * Returns the id of the desktop entry for the schemes of an application: a file name of letters, digits, "-"
+ * and "_", whatever the names contain. Different names have different ids.
  */
-QByteArray HandlerEntryId(const QString& application, const QString& organization);
+QByteArray HandlerEntryId(const protocolkeys::Owner& owner);
 
-/// The desktop entry that starts `program` with "--callto" and the address for `types`.
+/// Returns the desktop entry that starts `program` with "--callto" and the address for `types`.
 QByteArray HandlerEntry(const QString& application, const QString& program, const QByteArrayList& types);
 
 } // namespace common

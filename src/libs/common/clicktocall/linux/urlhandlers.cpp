@@ -1,6 +1,8 @@
 #include "../urlhandlers.h"
 
-#include "../protocolkeys.h"
+#include "../../platform/linux/readfile.h"
+#include "../../platform/linux/xdg.h"
+#include "../../tools/savefile.h"
 #include "handlerentry.h"
 #include "mimeapps.h"
 
@@ -14,31 +16,30 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 
+#include <algorithm>
 #include <chrono>
-#include <optional>
+#include <functional>
+
+#include <unistd.h>
 
 namespace common::urlhandlers
 {
+
+using platform::ReadFileIfAny;
+using protocolkeys::Owner;
 
 namespace
 {
 
 constexpr logger::Channel logChannel{"common.clicktocall"};
 
-/// The tool runs in milliseconds; the desktop finds the default handler without its cache, too.
+/// The tool runs in milliseconds; the desktop also finds the default handler without its cache.
 constexpr std::chrono::milliseconds cacheLimit{5000};
 
-QString ConfigFolder()
-{
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
-}
+/// Attempts to replace a list that other programs keep changing.
+constexpr int maxAttempts = 100;
 
-QString EntriesFolder()
-{
-    return QStandardPaths::writableLocation(QStandardPaths::ApplicationsLocation);
-}
-
-/// The user's lists of defaults: that of the desktop comes before the common one, and an old place last.
+/// Returns the lists of defaults of the user: that of the desktop before the common one, an old place last.
 QStringList ListFiles()
 {
     QStringList files;
@@ -46,21 +47,22 @@ QStringList ListFiles()
     const QString desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").toLower();
     for (const QString& desktop : desktops.split(u':', Qt::SkipEmptyParts)) {
         if (!desktop.contains(u'/')) {
-            files += ConfigFolder() + u'/' + desktop + u'-' + suffix;
+            files += platform::xdg::ConfigHome() + u'/' + desktop + u'-' + suffix;
         }
     }
-    files += ConfigFolder() + u'/' + suffix;
-    files += EntriesFolder() + u'/' + suffix;
+    files += platform::xdg::ConfigHome() + u'/' + suffix;
+    files += platform::xdg::ApplicationsHome() + u'/' + suffix;
     return files;
 }
 
-/// Where the current choice was noted when it was carried over to the desktop. In this platform's tree only.
+/// Returns the key of the entry that stood for the current choice when it was copied to the desktop. Only on
+/// this platform.
 QString ProjectedChoiceKey(const QString& protocol)
 {
     return protocolkeys::UserChoice(protocol) + QLatin1String("Entry");
 }
 
-/// The MIME type of a scheme; empty for what is none by RFC 3986.
+/// Returns the MIME type of a scheme; empty for what is no scheme by RFC 3986.
 QByteArray TypeOf(const QString& protocol)
 {
     static const QRegularExpression scheme(QStringLiteral("\\A[A-Za-z][A-Za-z0-9+.-]*\\z"));
@@ -68,42 +70,76 @@ QByteArray TypeOf(const QString& protocol)
                                              : QByteArray();
 }
 
-/// Nothing if the file is there but cannot be read: then it must not be written either.
-std::optional<QByteArray> ReadFile(const QString& path)
+void LogFailure(const QString& path)
 {
-    QFile file(path);
-    if (file.open(QIODevice::ReadOnly)) {
-        return file.readAll();
-    }
-    return file.exists() ? std::nullopt : std::optional(QByteArray());
+    LOG_MESSAGE(logger::Error) << "Can't write " << path;
 }
 
-bool WriteFile(const QString& path, const QByteArray& content)
+enum class Replacement
+{
+    Done,
+    Outdated, ///< Another program has changed the file.
+    Failed
+};
+
+/// Replaces a list unless it has changed since `old` was read: desktops write it, too. Compares as late as
+/// possible, when the new bytes are on the disk.
+Replacement ReplaceList(const QString& path, const QByteArray& old, const QByteArray& wanted)
 {
     QDir().mkpath(QFileInfo(path).path());
     QSaveFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.commit();
+    if (!file.open(QIODevice::WriteOnly) || file.write(wanted) != wanted.size() || !file.flush() ||
+        ::fdatasync(file.handle()) != 0) {
+        return Replacement::Failed;
+    }
+    if (ReadFileIfAny(path) != old) {
+        return Replacement::Outdated;
+    }
+    const bool isDone =
+        wanted.isEmpty() && !QFileInfo(path).isSymLink() ? QFile::remove(path) : file.commit();
+    return isDone ? Replacement::Done : Replacement::Failed;
 }
 
-/// Brings a file to `wanted`, where empty stands for no file; whether anything had to be done.
-bool Update(const QString& path, const std::optional<QByteArray>& current, const QByteArray& wanted)
+void UpdateList(const QString& path, const std::function<void(MimeApps&)>& edit)
 {
-    if (current == wanted) {
+    Replacement result = Replacement::Outdated;
+    for (int attempt = 0; attempt < maxAttempts && result == Replacement::Outdated; ++attempt) {
+        const std::optional<QByteArray> old = ReadFileIfAny(path);
+        if (!old) {
+            result = Replacement::Failed;
+            break;
+        }
+        MimeApps list(*old);
+        edit(list);
+        result = list.Text() == *old ? Replacement::Done : ReplaceList(path, *old, list.Text());
+    }
+    if (result != Replacement::Done) {
+        LogFailure(path);
+    }
+}
+
+/// Makes `wanted` the content of a desktop entry, or removes it if that is empty. Returns whether the entry
+/// has changed.
+bool UpdateEntry(const QString& path, const QByteArray& wanted)
+{
+    if (ReadFileIfAny(path) == wanted) {
         return false;
     }
-    const bool done =
-        current.has_value() &&
-        (wanted.isEmpty() && !QFileInfo(path).isSymLink() ? QFile::remove(path) : WriteFile(path, wanted));
-    if (!done) {
-        LOG_MESSAGE(logger::Error) << "Can't write " << path;
+    QDir().mkpath(QFileInfo(path).path());
+    const bool isDone =
+        wanted.isEmpty() ? QFile::remove(path) : tools::SaveFile(path, wanted) == tools::SaveOutcome::Saved;
+    if (!isDone) {
+        LogFailure(path);
     }
-    return done;
+    return isDone;
 }
 
-/// By the rules for ids of desktop entries a "-" may stand for a folder.
+/// A "-" in the id of a desktop entry may stand for a directory.
 bool IsInstalled(QString id)
 {
-    while (QStandardPaths::locate(QStandardPaths::ApplicationsLocation, id).isEmpty()) {
+    const QStringList directories = platform::xdg::ApplicationsDirectories();
+    const auto hasEntry = [&id](const QString& directory) { return QFile::exists(directory + u'/' + id); };
+    while (std::none_of(directories.begin(), directories.end(), hasEntry)) {
         const qsizetype dash = id.indexOf(u'-');
         if (dash < 0) {
             return false;
@@ -113,12 +149,12 @@ bool IsInstalled(QString id)
     return true;
 }
 
-/// Id of the desktop entry that the user's lists prefer; empty without one.
+/// Returns the id of the desktop entry that the lists of the user prefer; empty without one.
 QString PreferredEntry(const QByteArray& type)
 {
     QString first;
     for (const QString& path : ListFiles()) {
-        const MimeApps list(ReadFile(path).value_or(QByteArray()));
+        const MimeApps list(ReadFileIfAny(path).value_or(QByteArray()));
         for (const QByteArray& bytes : list.Defaults(type)) {
             QString id = QString::fromUtf8(bytes);
             if (IsInstalled(id)) {
@@ -127,7 +163,7 @@ QString PreferredEntry(const QByteArray& type)
             first = first.isEmpty() ? id : first;
         }
     }
-    return first; // What the user chose counts, also where it has gone.
+    return first; // A choice counts even if its program is gone.
 }
 
 void UpdateCache()
@@ -139,19 +175,17 @@ void UpdateCache()
     QProcess process;
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());
-    process.start(tool, {QStringLiteral("--quiet"), EntriesFolder()});
+    process.start(tool, {QStringLiteral("--quiet"), platform::xdg::ApplicationsHome()});
     if (!process.waitForFinished(static_cast<int>(cacheLimit.count()))) {
         process.kill();
         process.waitForFinished();
     }
 }
 
-/// The program that the application was last registered for. Its schemes may have been written by different
-/// ones.
-QString ProgramOf(const QSettings& settings, const QString& application, const QString& organization)
+/// Returns the program that was last registered. The schemes may have been written by different programs.
+QString ProgramOf(const QSettings& settings, const Owner& owner)
 {
-    const QString key =
-        protocolkeys::Application(application, organization) + QLatin1String("shell/open/command/Default");
+    const QString key = protocolkeys::Application(owner) + QLatin1String("shell/open/command/Default");
     const QString command = settings.value(key).toString();
     const QString tail = protocolkeys::CommandTail();
     return command.startsWith(u'"') && command.endsWith(tail)
@@ -159,10 +193,23 @@ QString ProgramOf(const QSettings& settings, const QString& application, const Q
                : QString();
 }
 
+/// Returns the MIME types of the registered schemes.
+QByteArrayList RegisteredTypes(QSettings& settings, const Owner& owner)
+{
+    settings.beginGroup(protocolkeys::Capabilities(owner));
+    const QStringList protocols = settings.childKeys();
+    settings.endGroup();
+    QByteArrayList types;
+    for (const QString& protocol : protocols) {
+        types += TypeOf(protocol);
+    }
+    types.removeAll(QByteArray());
+    return types;
+}
+
 } // namespace
 
-QString UserChoice(const QSettings& settings, const QString& protocol, const QString& application,
-                   const QString& organization)
+QString UserChoice(const QSettings& settings, const QString& protocol, const Owner& owner)
 {
     QString stored = settings.value(protocolkeys::UserChoice(protocol)).toString();
     const QByteArray type = TypeOf(protocol);
@@ -170,49 +217,42 @@ QString UserChoice(const QSettings& settings, const QString& protocol, const QSt
     if (entry.isEmpty() || entry == settings.value(ProjectedChoiceKey(protocol)).toString()) {
         return stored;
     }
-    // Chosen in the desktop's own settings.
-    return entry.toUtf8() == HandlerEntryId(application, organization)
-               ? protocolkeys::ProgId(protocol, application, organization)
-               : u'/' + entry; // No name of a program begins like this.
+    // Chosen in the settings of the desktop.
+    return entry.toUtf8() == HandlerEntryId(owner) ? protocolkeys::ProgId(protocol, owner)
+                                                   : u'/' + entry; // No program name starts with a slash.
 }
 
-void NotifyChanged(QSettings& settings, const QString& application, const QString& organization,
+void NotifyChanged(std::unique_ptr<platform::UserSettings> settings, const Owner& owner,
                    const QStringList& chosen)
 {
-    const QByteArray id = HandlerEntryId(application, organization);
-    const QString program = ProgramOf(settings, application, organization);
-    settings.beginGroup(protocolkeys::Capabilities(application, organization));
-    const QStringList protocols = program.isEmpty() ? QStringList() : settings.childKeys();
-    settings.endGroup();
-    QByteArrayList types;
-    for (const QString& protocol : protocols) {
-        if (!TypeOf(protocol).isEmpty()) {
-            types += TypeOf(protocol);
-        }
-    }
+    const QByteArray id = HandlerEntryId(owner);
+    const QString program = ProgramOf(settings->Tree(), owner);
+    const QByteArrayList types =
+        program.isEmpty() ? QByteArrayList() : RegisteredTypes(settings->Tree(), owner);
 
-    const QString entryPath = EntriesFolder() + u'/' + QString::fromLatin1(id);
-    const QByteArray entry = types.isEmpty() ? QByteArray() : HandlerEntry(application, program, types);
-    if (Update(entryPath, ReadFile(entryPath), entry)) {
-        UpdateCache();
-    }
-    const QString commonList = ConfigFolder() + QLatin1String("/mimeapps.list");
+    const QByteArray entry = types.isEmpty() ? QByteArray() : HandlerEntry(owner.application, program, types);
+    const bool hasNewEntry =
+        UpdateEntry(platform::xdg::ApplicationsHome() + u'/' + QString::fromLatin1(id), entry);
+    const QString commonList = platform::xdg::ConfigHome() + QLatin1String("/mimeapps.list");
     for (const QString& path : ListFiles()) {
-        const std::optional<QByteArray> current = ReadFile(path);
-        MimeApps list(current.value_or(QByteArray()));
-        list.RemoveExcept(types, id);
-        for (const QString& protocol : chosen) {
-            const QByteArray type = TypeOf(protocol);
-            if (types.contains(type) && (path == commonList || !list.Defaults(type).isEmpty())) {
-                list.SetDefault(type, id);
+        UpdateList(path, [&](MimeApps& list) {
+            list.RemoveExcept(types, id);
+            for (const QString& protocol : chosen) {
+                const QByteArray type = TypeOf(protocol);
+                if (types.contains(type) && (path == commonList || !list.Defaults(type).isEmpty())) {
+                    list.SetDefault(type, id);
+                }
             }
-        }
-        Update(path, current, list.Text());
+        });
     }
     for (const QString& protocol : chosen) {
-        settings.setValue(ProjectedChoiceKey(protocol), QString::fromLatin1(id));
+        settings->Tree().setValue(ProjectedChoiceKey(protocol), QString::fromLatin1(id));
     }
-    settings.sync();
+    settings->Save();
+    settings.reset(); // Other writers need not wait for the tool.
+    if (hasNewEntry) {
+        UpdateCache();
+    }
 }
 
 } // namespace common::urlhandlers

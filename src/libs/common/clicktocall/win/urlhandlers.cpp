@@ -1,23 +1,20 @@
 #include "../urlhandlers.h"
 
-#include "../protocolkeys.h"
-
 #include <qt_windows.h>
 #include <shlobj.h>
 
 namespace common::urlhandlers
 {
 
-QString UserChoice(const QSettings& settings, const QString& protocol, const QString& /*application*/,
-                   const QString& /*organization*/)
+QString UserChoice(const QSettings& settings, const QString& protocol, const protocolkeys::Owner& /*owner*/)
 {
     return settings.value(protocolkeys::UserChoice(protocol)).toString();
 }
 
-void NotifyChanged(QSettings& /*settings*/, const QString& /*application*/, const QString& /*organization*/,
+void NotifyChanged(std::unique_ptr<platform::UserSettings> /*settings*/, const protocolkeys::Owner& /*owner*/,
                    const QStringList& /*chosen*/)
 {
-    // The number of the event stands in the place of the flags, too. This is meant.
+    // Kept for compatibility: the flags repeat the number of the event.
     SHChangeNotify(SHCNE_ASSOCCHANGED, SHCNE_ASSOCCHANGED, nullptr, nullptr);
 }
 

@@ -1,17 +1,25 @@
 #include "../usersettings.h"
 
-#include <QDeadlineTimer>
-#include <QDir>
-#include <QFile>
-#include <QStandardPaths>
-#include <QThread>
+#include "filedescriptor.h"
+#include "readfile.h"
+#include "xdg.h"
 
+#include <QDateTime>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QThread>
+#include <QUuid>
+
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 namespace common::platform
 {
@@ -19,75 +27,168 @@ namespace common::platform
 namespace
 {
 
-/// A writer is done in milliseconds. After this one has been stopped, and the others go on without it.
-constexpr std::chrono::seconds lockLimit{10};
-constexpr unsigned long lockRetryInterval = 10; // ms; short against what a writer takes.
+/// Limit without a sign of life from another writer, which may have been stopped. The caller may be the
+/// thread of a window.
+constexpr std::chrono::seconds lockLimit{1};
+constexpr unsigned long lockRetryInterval = 2; // ms
 
-QString SettingsFolder()
+QString Directory()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
-           QLatin1String("/vxcommon");
+    return xdg::ConfigHome() + QLatin1String("/vxcommon");
 }
 
-void MakeSettingsFolder()
+QString StorePath()
 {
-    const QString folder = SettingsFolder();
-    QDir().mkpath(QFileInfo(folder).path());
-    QDir().mkdir(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return Directory() + QLatin1String("/registry.ini");
 }
 
-/// Keeps other writers out, in this process and in others, until it dies; the kernel ends it with the
-/// process.
-class WriterLock
+/// Shows writers that wait for the lock that its holder has not stopped.
+void Stamp(const FileDescriptor& lock)
 {
-public:
-    explicit WriterLock(UserSettingsAccess access)
-    {
-        if (access == UserSettingsAccess::Read) {
-            return;
+    ::futimens(lock.Get(), nullptr);
+}
+
+/// Returns the time of the last stamp.
+timespec LastStamp(const FileDescriptor& lock)
+{
+    struct stat status = {};
+    ::fstat(lock.Get(), &status);
+    return status.st_mtim;
+}
+
+/// Keeps other writers out until the result is closed. The result is not open if that fails.
+FileDescriptor LockForWriting()
+{
+    xdg::MakePrivatePath(Directory());
+    const QByteArray path = QFile::encodeName(Directory() + QLatin1String("/registry.writer"));
+    FileDescriptor lock(::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    QDeadlineTimer deadline(lockLimit);
+    timespec seen{};
+    while (lock.IsOpen() && ::flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
+        const timespec stamp = LastStamp(lock);
+        if (stamp.tv_sec != seen.tv_sec || stamp.tv_nsec != seen.tv_nsec) {
+            seen = stamp;
+            deadline.setRemainingTime(lockLimit);
         }
-        MakeSettingsFolder();
-        const QByteArray path = QFile::encodeName(SettingsFolder() + QLatin1String("/registry.writer"));
-        descriptor = open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
-        const QDeadlineTimer deadline(lockLimit);
-        while (descriptor >= 0 && flock(descriptor, LOCK_EX | LOCK_NB) != 0 &&
-               (errno == EWOULDBLOCK || errno == EINTR) && !deadline.hasExpired()) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || deadline.hasExpired()) {
+            lock.Close();
+        } else {
             QThread::msleep(lockRetryInterval);
         }
     }
-    ~WriterLock()
-    {
-        if (descriptor >= 0) {
-            close(descriptor);
-        }
-    }
-    WriterLock(const WriterLock&) = delete;
-    WriterLock& operator=(const WriterLock&) = delete;
+    return lock;
+}
 
-private:
-    int descriptor = -1;
-};
-
-/// The lock is the first base, so that it outlives the last write of the settings.
-class UserSettings : private WriterLock, public QSettings
+class SettingsReader final : public UserSettings
 {
 public:
-    explicit UserSettings(UserSettingsAccess access)
-        : WriterLock(access)
-        , QSettings(SettingsFolder() + QLatin1String("/registry.ini"), QSettings::IniFormat)
-    {}
+    SettingsReader() { tree = std::make_unique<QSettings>(StorePath(), QSettings::IniFormat); }
+
+    bool IsWritable() const override { return false; }
+    QString FileName() const override { return StorePath(); }
+    QSettings::Status Save() override { return QSettings::AccessError; }
+};
+
+/**
+ * QSettings keeps changes that it could not write in the process, and hands them to the next object for the
+ * same file. So each edit works on a copy under a name of its own.
+ */
+class SettingsWriter final : public UserSettings
+{
+public:
+    explicit SettingsWriter(const QString& group_)
+        : lock(LockForWriting())
+        , group(group_)
+    {
+        BeginEdit();
+    }
+    ~SettingsWriter() override { EndEdit(); }
+
+    /// QSaveFile checks the file and its directory.
+    bool IsWritable() const override { return hasCopy && QSaveFile(storePath).open(QIODevice::WriteOnly); }
+    QString FileName() const override { return StorePath(); }
+
+    QSettings::Status Save() override
+    {
+        tree->sync();
+        QSettings::Status status = tree->status();
+        if (status == QSettings::NoError && !ReplaceStore()) {
+            status = QSettings::AccessError;
+        }
+        EndEdit();
+        BeginEdit();
+        return status;
+    }
+
+private:
+    void BeginEdit()
+    {
+        Stamp(lock);
+        const QFileInfo store(StorePath());
+        storePath = store.exists() ? store.canonicalFilePath() : StorePath(); // It may be a link.
+        copyPath = storePath + u'.' + QUuid::createUuid().toString(QUuid::WithoutBraces);
+        stored = ReadFileIfAny(storePath);
+        hasCopy = lock.IsOpen() && stored && (stored->isEmpty() || Copy(*stored));
+        tree = std::make_unique<QSettings>(copyPath, QSettings::IniFormat);
+        tree->beginGroup(group);
+    }
+
+    void EndEdit()
+    {
+        tree.reset(); // Writes the copy once more if there are unsaved changes.
+        QFile::remove(copyPath);
+    }
+
+    bool Copy(const QByteArray& content) const
+    {
+        QFile file(copyPath);
+        return file.open(QIODevice::WriteOnly | QIODevice::NewOnly) &&
+               file.setPermissions(QFile::permissions(storePath)) && file.write(content) == content.size() &&
+               file.flush();
+    }
+
+    bool ReplaceStore() const
+    {
+        const std::optional<QByteArray> edited = ReadFileIfAny(copyPath); // There is none without a key.
+        if (!hasCopy || !edited || *edited == stored) {
+            return hasCopy && edited;
+        }
+        return IsWritable() && MakeCopyNewer() &&
+               ::rename(QFile::encodeName(copyPath).constData(), QFile::encodeName(storePath).constData()) ==
+                   0;
+    }
+
+    /// QSettings reads a file again only if its size or its time, in milliseconds, has changed.
+    bool MakeCopyNewer() const
+    {
+        const QDateTime oldTime = QFileInfo(storePath).lastModified();
+        const QDateTime now = QDateTime::currentDateTime();
+        QFile copy(copyPath);
+        return copy.open(QIODevice::ReadWrite) &&
+               copy.setFileTime(oldTime.isValid() ? std::max(now, oldTime.addMSecs(1)) : now,
+                                QFileDevice::FileModificationTime);
+    }
+
+    FileDescriptor lock;
+    QString group;
+    QString storePath;
+    QString copyPath;
+    std::optional<QByteArray> stored; ///< Content of the store when the edit began.
+    bool hasCopy = false;
 };
 
 } // namespace
 
-std::unique_ptr<QSettings> OpenUserSettings(const QString& path, UserSettingsAccess access)
+std::unique_ptr<UserSettings> OpenUserSettings(const QString& path, UserSettingsAccess access)
 {
-    auto settings = std::make_unique<UserSettings>(access);
     const qsizetype separator = path.indexOf(u'/');
-    if (separator >= 0) {
-        settings->beginGroup(path.mid(separator + 1));
+    const QString group = separator < 0 ? QString() : path.mid(separator + 1);
+    if (access == UserSettingsAccess::Write) {
+        return std::make_unique<SettingsWriter>(group);
     }
-    return settings;
+    auto reader = std::make_unique<SettingsReader>();
+    reader->Tree().beginGroup(group);
+    return reader;
 }
 
 } // namespace common::platform

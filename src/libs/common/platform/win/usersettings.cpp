@@ -3,9 +3,32 @@
 namespace common::platform
 {
 
-std::unique_ptr<QSettings> OpenUserSettings(const QString& path, UserSettingsAccess /*access*/)
+namespace
 {
-    return std::make_unique<QSettings>(path, QSettings::NativeFormat);
+
+class Registry final : public UserSettings
+{
+public:
+    explicit Registry(const QString& path)
+    {
+        tree = std::make_unique<QSettings>(path, QSettings::NativeFormat);
+    }
+
+    bool IsWritable() const override { return tree->isWritable(); }
+    QString FileName() const override { return tree->fileName(); }
+
+    QSettings::Status Save() override
+    {
+        tree->sync();
+        return tree->status();
+    }
+};
+
+} // namespace
+
+std::unique_ptr<UserSettings> OpenUserSettings(const QString& path, UserSettingsAccess /*access*/)
+{
+    return std::make_unique<Registry>(path);
 }
 
 } // namespace common::platform

@@ -1,0 +1,37 @@
+#include "readfile.h"
+
+#include "filedescriptor.h"
+
+#include <QFile>
+
+#include <array>
+#include <cerrno>
+
+#include <fcntl.h>
+
+namespace common::platform
+{
+
+std::optional<QByteArray> ReadFile(const QString& path)
+{
+    // A pipe in the place of the file must not block.
+    const FileDescriptor file(::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    QByteArray content;
+    std::array<char, 16384> buffer{};
+    ssize_t count = -1;
+    do {
+        count = file.IsOpen() ? ::read(file.Get(), buffer.data(), buffer.size()) : -1;
+        if (count > 0) {
+            content.append(buffer.data(), count);
+        }
+    } while (count > 0 || (file.IsOpen() && count < 0 && errno == EINTR));
+    return count == 0 ? std::optional(content) : std::nullopt;
+}
+
+std::optional<QByteArray> ReadFileIfAny(const QString& path)
+{
+    std::optional<QByteArray> content = ReadFile(path);
+    return content || errno != ENOENT ? content : QByteArray();
+}
+
+} // namespace common::platform

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// The base directories of the freedesktop.org desktops. A variable that holds no absolute path is ignored.
+namespace common::platform::xdg
+{
+
+QString ConfigHome();       ///< XDG_CONFIG_HOME, or ~/.config.
+QString DataHome();         ///< XDG_DATA_HOME, or ~/.local/share.
+QString ApplicationsHome(); ///< The desktop entries of the user.
+QString DesktopDirectory(); ///< The user directory DESKTOP, or ~/Desktop.
+
+/// Returns where desktop entries are looked up, that of the user first.
+QStringList ApplicationsDirectories();
+
+/// Makes a directory and those above it, for the user only, where they are missing.
+void MakePrivatePath(const QString& path);
+
+} // namespace common::platform::xdg
