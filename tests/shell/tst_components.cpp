@@ -19,7 +19,7 @@ namespace
 {
 
 #ifdef Q_OS_WIN
-const QString userOverride = QStringLiteral("7 Restoring ovveridden key");
+const QStringList userOverride{"7 Restoring ovveridden key"};
 
 /// Whether the component has left its mark for this user or for all.
 bool IsMarked(HKEY root)
@@ -30,7 +30,7 @@ bool IsMarked(HKEY root)
     return error == ERROR_SUCCESS;
 }
 #else
-const QString userOverride = QStringLiteral("3 Failed to open dstKey: 0x      78");
+const QStringList userOverride; // There is nothing to redirect.
 #endif
 
 constexpr auto channel = "common.shell";
@@ -53,9 +53,10 @@ private Q_SLOTS:
 void TestComponents::registration_data()
 {
     const Table<bool, unsigned long, QStringList> row("admin", "result", "lines");
-    row("user", false, 0, {userOverride});
+    row("user", false, 0, userOverride);
     row("admin", true, 0, {});
-    row("E_FAIL", false, 0x80004005, {userOverride, "3 Failed to invoke DllRegisterServer(): 0x80004005"});
+    row("E_FAIL", false, 0x80004005,
+        userOverride + QStringList("3 Failed to invoke DllRegisterServer(): 0x80004005"));
 }
 
 void TestComponents::registration()
@@ -104,13 +105,13 @@ void TestComponents::relativeName()
 
 void TestComponents::overrider()
 {
-    RecordingLogger log;
-    {
-        const RegistryOverrider first("HKEY_CLASSES_ROOT", "HKEY_CURRENT_USER", L"Software");
-        RegistryOverrider second = first; // Its end must leave the impl alone that both share.
-        second = RegistryOverrider(first);
-    }
-    QCOMPARE(log.Lines(channel, 7), QStringList{userOverride});
+    const RecordingLogger log;
+    static_cast<void>(RegistryOverrider("HKEY_CLASSES_ROOT", "HKEY_CURRENT_USER", L"Software"));
+#ifdef Q_OS_WIN
+    QCOMPARE(log.Lines(channel, 7), userOverride);
+#else
+    QCOMPARE(log.Lines(channel, 7), QStringList("3 Failed to open dstKey: 0x      78"));
+#endif
 }
 
 QTEST_GUILESS_MAIN(TestComponents)

@@ -103,6 +103,10 @@ void TestShell::files_data()
     row("another drive", "c:/from/a/1=1, C:/to/", "MoveDir c:/from C:/to", true, "C:/to/a/1=1, c:/", {});
     row("another drive, flat", "c:/from/1=1, C:/", "MoveDir c:/from C:/to", false, "+",
         {notCopied + "c:/from -> C:/to"});
+    row("dangling link", "c:/from/a/1=1, c:/from/a/l->none, C:/to/", "MoveDir c:/from C:/to", false, "+",
+        {notCopied + "c:/from -> C:/to"});
+    row("fifo", "c:/from/a/p|, C:/to/", "MoveDir c:/from C:/to", false, "+",
+        {notCopied + "c:/from -> C:/to"});
     row("move into itself", "c:/from/.h/, c:/from/1=1, C:->c:", "MoveDir c:/from C:/from/.h", false, "+",
         {notCopied + "c:/from -> C:/from/.h"});
     row("move onto what it would remove", "c:/a/b/b/1=1, C:->c:", "MoveDir c:/a/b C:/a", false, "+",

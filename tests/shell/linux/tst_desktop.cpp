@@ -13,6 +13,7 @@
 #include <atomic>
 #include <memory>
 #include <thread>
+#include <tuple>
 
 using common::Shell;
 
@@ -60,6 +61,7 @@ private Q_SLOTS:
     void showFile_data();
     void showFile();
     void shortcut();
+    void shortcutPlaces();
     void removeAfterExit();
 
 private:
@@ -140,15 +142,17 @@ void TestDesktop::showFile()
 
 void TestDesktop::shortcut()
 {
-    const std::pair<QString, QString> commands[] = {
+    const std::tuple<QString, QString, QStringList> commands[] = {
         {"a b\\c\\\\\"d $HOME `id` ;&|<>*?#()~'",
-         "--call \"tel:+1 2\" \"\" $HOME \"$(id)\" `id` ;touch\\ x' *"},
+         "--call \"tel:+1 2\" \"\" $HOME \"$(id)\" `id` ;touch\\ x' * --a=\"\" \"",
+         {"--call", "tel:+1 2", "", "$HOME", "$(id)", "`id`", ";touch\\", "x'", "*", "--a=", ""}},
         {"100%U=ü%%\t1",
-         "%u 50% \"%f and %F\" \\ \"C:\\dir with\\\\\" \"a\"\"\"q\"\"\"b\" \"a\nb\" \"c\td\" ü"}};
+         "%u 50% \"%f and %F\" \\ \"C:\\dir with\\\" \"a\"\"\"q\"\"\"b\" \"a\nb\" \"c\td\" ü",
+         {"%u", "50%", "%f and %F", "\\", "C:\\dir with\\", "a\"q\"b", "a\nb", "c\td", "ü"}}};
     const QString work = Path("wo\\rk dir");
     const QString path = Path("My phone.desktop");
     filetree::Build(dir->path(), {"wo\\rk dir/", "My phone.desktop=left over"});
-    for (const auto& [program, arguments] : commands) {
+    for (const auto& [program, arguments, words] : commands) {
         WriteScript(Path(program));
         QVERIFY(Shell::CreateShortcut(Path(program), work, arguments, path, " Calls\\people\nand more",
                                       "vexline.phone"));
@@ -161,7 +165,7 @@ void TestDesktop::shortcut()
         QCOMPARE(QProcess::execute("gio", {"launch", path}), 0);
         QTRY_VERIFY2(QFileInfo::exists(Path("out")), text.constData());
         QByteArray expected = work.toUtf8() + '\n';
-        for (const QString& argument : QProcess::splitCommand(arguments)) {
+        for (const QString& argument : words) {
             expected += argument.toUtf8() + '\0';
         }
         QCOMPARE(filetree::Read(Path("out")), expected);
@@ -170,6 +174,20 @@ void TestDesktop::shortcut()
     QVERIFY(!Shell::CreateShortcut("/bin/sh", "", "", Path("none/x.desktop"), "", ""));
     QVERIFY(Shell::CreateShortcut("sh", "", "", Path("x.desktop"), "", ""));
     QCOMPARE(filetree::Read(Path("x.desktop")), "[Desktop Entry]\nType=Application\nName=x\nExec=sh\n");
+}
+
+void TestDesktop::shortcutPlaces()
+{
+    filetree::Build(dir->path(), {"victim=kept", "x.desktop->victim", "work/"});
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(dir->path()));
+    const bool made = Shell::CreateShortcut("sh", "work", "", Path("x.desktop"), "", "") &&
+                      Shell::CreateShortcut("/bin/sh", "", "", Path(".desktop"), "", "");
+    QVERIFY(QDir::setCurrent(before));
+    QVERIFY(made);
+    QCOMPARE(filetree::Read(Path("victim")), "kept");
+    QVERIFY(filetree::Read(Path("x.desktop")).endsWith("\nPath=" + Path("work").toUtf8() + '\n'));
+    QVERIFY(filetree::Read(Path(".desktop")).contains("\nName=sh\n"));
 }
 
 void TestDesktop::removeAfterExit()

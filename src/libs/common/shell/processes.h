@@ -15,9 +15,12 @@ namespace common::processes
 struct Entry
 {
     unsigned long id;
-    QString executableName;                  ///< Base name of its image.
-    std::function<unsigned long()> parentId; ///< Asked only when needed; 0 if it cannot be told.
+    QString executableName; ///< Base name of its image.
+    unsigned long parentId; ///< 0 if it is not known yet; see ParentOf.
 };
+
+/// Returns the id of the parent process; 0 if it is unknown. Costs a system call on Linux.
+unsigned long ParentOf(const Entry& entry);
 
 /// Calls `visit` for each process that runs until it returns false. Visits none if there is no way to look.
 void ForEach(const std::function<bool(const Entry&)>& visit);

@@ -38,7 +38,8 @@ unsigned long ProcHelper::FindProcessId(QString name)
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 unsigned long ProcHelper::FindChildProcessId(unsigned long parentId, QString name)
 {
-    return Find(name, [parentId](const processes::Entry& entry) { return entry.parentId() == parentId; });
+    return Find(name,
+                [parentId](const processes::Entry& entry) { return processes::ParentOf(entry) == parentId; });
 }
 
 bool ProcHelper::Terminate(unsigned long processId)

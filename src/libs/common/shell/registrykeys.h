@@ -1,14 +1,17 @@
 #pragma once
 
-/// The calls of the Windows registry that redirection needs. Each returns 0 or a Windows error code.
+/// The calls of the Windows registry for a redirection. Open and Override return 0 or a Windows error code.
 namespace common::registrykeys
 {
 
 using Key = void*; ///< An HKEY.
 
+/// Returns whether the system has a registry. Without one the calls fail.
+bool IsAvailable();
+
 unsigned long Open(Key root, const wchar_t* subkey, Key& opened);
 
-/// Puts `replacement` in the place of a predefined key, in the whole process; null restores the default.
+/// Puts `replacement` in the place of a predefined key in the whole process; null restores the default.
 unsigned long Override(Key predefined, Key replacement);
 
 void Close(Key key);

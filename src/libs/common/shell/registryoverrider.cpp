@@ -4,14 +4,12 @@
 
 #include "registrykeys.h"
 
-#include <mutex>
 #include <new>
-#include <set>
 
 namespace common
 {
 
-/// Holds the predefined key that is redirected; null if none is.
+/// Holds the redirected predefined key; null without one.
 class RegistryOverriderImpl
 {
 public:
@@ -28,7 +26,7 @@ namespace
 
 constexpr logger::Channel logChannel{"common.shell"};
 
-/// The predefined keys as the Windows headers number them.
+/// A predefined key with its number in the Windows headers.
 struct RootName
 {
     const char* name;
@@ -57,26 +55,12 @@ registrykeys::Key RootKey(const QString& name)
     return nullptr;
 }
 
-/// An error code as both log lines show it, padded with blanks.
+/// Returns an error code as both log lines show it, padded with spaces.
 QString ErrorText(unsigned long error)
 {
     constexpr int width = 8;
     constexpr int base = 16;
     return QStringLiteral("0x%1").arg(error, width, base, QLatin1Char(' '));
-}
-
-/// Impls that were not destroyed yet: copies of an overrider share one, and all but the first that dies must
-/// leave it alone.
-struct LivingImpls
-{
-    std::mutex mutex;
-    std::set<RegistryOverriderImpl*> impls;
-};
-
-LivingImpls& Living()
-{
-    static LivingImpls living;
-    return living;
 }
 
 } // namespace
@@ -120,25 +104,16 @@ RegistryOverriderImpl* RegistryOverrider::CreateRegistryOverriderImpl(const QStr
                                                                       const QString& destinationRoot,
                                                                       const wchar_t* destinationSubkey)
 {
-    auto* const created = new (std::nothrow)
+    return new (std::nothrow)
         RegistryOverriderImpl(RootKey(sourceRoot), RootKey(destinationRoot), destinationSubkey);
-    if (created != nullptr) {
-        const std::lock_guard lock(Living().mutex);
-        Living().impls.insert(created);
-    }
-    return created;
 }
 
 void RegistryOverrider::Destroy(RegistryOverriderImpl* impl)
 {
-    {
-        const std::lock_guard lock(Living().mutex);
-        if (Living().impls.erase(impl) == 0) {
-            return;
-        }
+    if (impl != nullptr) {
+        impl->Restore();
+        delete impl;
     }
-    impl->Restore();
-    delete impl;
 }
 
 } // namespace common

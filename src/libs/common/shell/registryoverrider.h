@@ -10,15 +10,15 @@ namespace common
 class RegistryOverriderImpl;
 
 /**
- * Redirects one predefined root of the Windows registry to another key as long as it lives
+ * Redirects a predefined root of the Windows registry to another key during its lifetime
  * (RegOverridePredefKey).
  *
- * The redirection holds for the whole process and for all its threads, and overrides do not nest: the end of
- * any of them restores the root to its default. Use it where no other thread works with that root.
+ * The redirection affects all threads of the process, and overrides do not nest: the end of any of them
+ * restores the root to its default. Use it where no other thread works with that root.
  *
- * Roots are given by name, such as "HKEY_CLASSES_ROOT", in upper case. If the redirection cannot be made, the
- * object is inert; only an Error line on the log channel "common.shell" tells, with the Windows error code.
- * On Linux it always is, with the code 120 (ERROR_CALL_NOT_IMPLEMENTED).
+ * Roots are given by name, such as "HKEY_CLASSES_ROOT", in upper case. If the redirection fails, the object
+ * is inert, and an Error line on the log channel "common.shell" reports the Windows error code. On Linux it
+ * always fails, with the code 120 (ERROR_CALL_NOT_IMPLEMENTED).
  */
 class VXCOMMON_EXPORT RegistryOverrider
 {
@@ -31,10 +31,12 @@ public:
     RegistryOverrider(const QString& sourceRoot, const QString& destinationRoot,
                       const wchar_t* destinationSubkey);
 
-    /// A copy stands for the same redirection; the first of the copies that dies ends it.
+    /// Shares the redirection of `other`, without counting.
+    /// @warning Only one of the copies may be destroyed. The destruction of another one is undefined.
     RegistryOverrider(const RegistryOverrider& other) = default;
 
-    /// Takes over the other's redirection; the own one is left in force for good.
+    /// Shares the redirection of `other`, and never ends its own former one.
+    /// @warning Only one of the copies may be destroyed. The destruction of another one is undefined.
     RegistryOverrider& operator=(const RegistryOverrider& other) = default;
 
     virtual ~RegistryOverrider();

@@ -11,6 +11,7 @@
 #include "treeremoval.h"
 
 #include <QDateTime>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QLocale>
@@ -251,6 +252,21 @@ bool IsReadableToTheEnd(const QString& path)
     return !target.exists() || target.isFile() || target.isDir();
 }
 
+/// Returns whether something below `folder` is no file that a copy could hold: a pipe, a device or a link to
+/// nothing.
+bool HasSpecialEntry(const QString& folder)
+{
+    QDirIterator entries(folder, QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot,
+                         QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        const QFileInfo entry(entries.next());
+        if (!entry.isFile() && !entry.isDir()) {
+            return true;
+        }
+    }
+    return false;
+}
+
 /// Empty for a path without a drive, which on Windows is one that is not absolute.
 QString DriveOf(const QString& path)
 {
@@ -371,12 +387,12 @@ bool Shell::MoveDir(const QString& source, const QString& destination)
                                    << " " << destination;
         return QDir(QString()).rename(source, destination);
     }
-    // Drives that differ in case only are taken for two drives; this is meant.
+    // Kept for compatibility: drives that differ in case only are two drives.
     if (sourceDrive == destinationDrive) {
         return QDir(QString()).rename(source, destination);
     }
-    // What had been copied into the source would be removed with it.
-    if (IsWithin(destination, source) ||
+    // Neither what was copied into the source nor what cannot be copied may be removed with it.
+    if (IsWithin(destination, source) || HasSpecialEntry(source) ||
         !DirCopier(source, destination, true).Run(QDir::Dirs | QDir::NoDotAndDotDot, false)) {
         LOG_MESSAGE(logger::Error) << "MoveDir: failed to copy dir: " << source << " -> " << destination;
         return false;

@@ -39,7 +39,9 @@ public:
     static bool IsQuickLaunchAvailable();
     /// Directory of the running executable, with forward slashes. On failure empty, with an Error line.
     static QString applicationDirPath();
-    /// A new name in the temporary directory, never the same twice in a process. Nothing is created.
+    /// Returns a new name in the temporary directory, never the same twice in a process. Creates nothing.
+    /// @warning Two processes may get the same name within one second. For a directory that is yours alone,
+    /// use QTemporaryDir, or QDir::mkdir and another name if that returns false.
     static QString TempPath();
     /// @}
 
@@ -90,8 +92,9 @@ public:
      * What stands before the first ":" of a path is its drive. A path without one is reported by an Error
      * line, and only renaming is tried: so it is with every path on Linux that has no colon.
      *
-     * The source is removed whole, with hidden files that CopyDir leaves out. A destination in the source
-     * itself is refused.
+     * The source is removed whole, with hidden files that CopyDir leaves out. Between drives, fails and
+     * changes nothing if the destination is in the source, or if the source holds pipes, devices or links to
+     * nothing, which cannot be copied.
      *
      * @return whether all files are at `destination`; a source that cannot be removed after copying is only a
      * Warn line
@@ -128,9 +131,12 @@ public:
 
     /**
      * Writes a shortcut: a shell link on Windows, where the thread must have COM initialised and
-     * `shortcutPath` should end in ".lnk"; a desktop entry on Linux (".desktop"). Replaces what is there.
+     * `shortcutPath` should end in ".lnk"; a desktop entry on Linux (".desktop"). Replaces an existing file;
+     * on Linux a link is replaced, too, and not followed.
      *
-     * @param arguments as on a command line; on Linux words between blanks, double quotes hold words together
+     * @param workingDirectory may be empty; on Linux a relative one becomes absolute
+     * @param arguments as on a command line; on Linux separated by spaces, with double quotes around spaces
+     * and around an empty argument
      * @param description tooltip; may be empty
      * @param applicationId application user model id on Windows, StartupWMClass on Linux; may be empty
      * @return whether the file was written; nothing is logged
@@ -210,7 +216,7 @@ public:
      * @param path of the library, as QLibrary takes it
      * @param admin register for all users; else for the current one, for which HKEY_CLASSES_ROOT is
      * redirected to `Software\\Classes` of HKEY_CURRENT_USER while the component runs. See RegistryOverrider
-     * for what that means to other threads; on Linux there is nothing to redirect, which an Error line tells
+     * for what that means to other threads; on Linux there is nothing to redirect
      * @return the HRESULT of the component, so 0 for success; 0x80004002 (E_NOINTERFACE) if the library does
      * not load or has no such function. Failures are logged
      */

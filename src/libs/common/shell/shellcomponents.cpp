@@ -3,6 +3,8 @@
 #include <common/logger/logger.h>
 #include <common/shell/registryoverrider.h>
 
+#include "registrykeys.h"
+
 #include <QLibrary>
 
 namespace common
@@ -20,10 +22,10 @@ using EntryPoint = qint32 (*)(); ///< Returns an HRESULT, which has 32 bits ever
 
 unsigned long Invoke(EntryPoint function, bool admin)
 {
-    if (admin) {
+    if (admin || !registrykeys::IsAvailable()) {
         return static_cast<quint32>(function());
     }
-    // If the redirection fails the component meets the real classes root; this is meant.
+    // Kept for compatibility: if the redirection fails, the component uses the real classes root.
     const RegistryOverrider overrider(QStringLiteral("HKEY_CLASSES_ROOT"),
                                       QStringLiteral("HKEY_CURRENT_USER"), L"Software\\Classes");
     return static_cast<quint32>(function());

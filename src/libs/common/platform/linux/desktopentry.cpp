@@ -1,5 +1,7 @@
 #include "desktopentry.h"
 
+#include <utility>
+
 namespace common::platform
 {
 
@@ -33,6 +35,35 @@ QString Quoted(const QString& argument)
 }
 
 } // namespace
+
+QStringList SplitArguments(const QString& arguments)
+{
+    QStringList words;
+    QString word;
+    bool isInWord = false;
+    bool isQuoted = false;
+    qsizetype quotes = 0;
+    for (const QChar character : arguments + u' ') {
+        if (character == u'"') {
+            isInWord = true;
+            if (++quotes == 3) {
+                quotes = 0;
+                word += character;
+            }
+            continue;
+        }
+        isQuoted = isQuoted != (quotes == 1);
+        quotes = 0;
+        if (isQuoted || !character.isSpace()) {
+            isInWord = true;
+            word += character;
+        } else if (std::exchange(isInWord, false)) {
+            words += std::exchange(word, QString());
+        }
+    }
+    // The last quote may be missing.
+    return isInWord ? words + QStringList(word.chopped(1)) : words;
+}
 
 QString DesktopExec(const QString& program, const QStringList& arguments)
 {

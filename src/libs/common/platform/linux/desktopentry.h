@@ -7,13 +7,19 @@ namespace common::platform
 {
 
 /**
- * The command line of an Exec key of a desktop entry, by the quoting rules of the freedesktop.org Desktop
- * Entry standard: each argument arrives as it is, a percent sign too. Not yet escaped as a value of the
- * file.
+ * Splits a command line at white space outside of double quotes. Three double quotes in a row stand for one
+ * as a character. Unlike QProcess::splitCommand, keeps an empty argument between quotes.
+ */
+QStringList SplitArguments(const QString& arguments);
+
+/**
+ * Returns the command line of an Exec key of a desktop entry, quoted by the rules of the freedesktop.org
+ * Desktop Entry standard. Each argument reaches the program verbatim, including percent signs. The result is
+ * not yet escaped as a value of the file.
  */
 QString DesktopExec(const QString& program, const QStringList& arguments);
 
-/// One "key=value" line of a desktop entry with the escapes of a string value.
+/// Returns one "key=value" line of a desktop entry with the escapes of a string value.
 QString DesktopEntryLine(const QString& key, const QString& value);
 
 } // namespace common::platform

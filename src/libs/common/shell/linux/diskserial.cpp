@@ -1,5 +1,7 @@
 #include "diskserialof.h"
 
+#include "../../platform/linux/readfile.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -16,7 +18,7 @@ namespace common::shell
 namespace
 {
 
-/// Layers of device mapper and the like above a disk. More would be a loop.
+/// Limit for layers of device mapper and the like above a disk; more would be a loop.
 constexpr int maxLayers = 16;
 
 QString NumberText(dev_t device)
@@ -26,11 +28,11 @@ QString NumberText(dev_t device)
 
 QByteArray ReadAll(const QString& path)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return platform::ReadFile(path).value_or(QByteArray());
 }
 
-/// The block device that a file system without one of its own number, such as btrfs, was mounted from.
+/// Returns the block device that a file system without one of its own number, such as btrfs, was mounted
+/// from.
 dev_t MountSource(const QString& root, dev_t device)
 {
     // proc(5): ID parent MAJOR:MINOR root point options [tags] - type SOURCE options
@@ -51,7 +53,7 @@ dev_t MountSource(const QString& root, dev_t device)
     return device;
 }
 
-/// The kernel's folder of a block device; empty with `errno` if there is none.
+/// Returns the directory of a block device below /sys; empty with `errno` without one.
 QString DeviceFolder(const QString& root, dev_t device)
 {
     const QString link = root + QLatin1String("/sys/dev/block/") + NumberText(device);
@@ -61,7 +63,7 @@ QString DeviceFolder(const QString& root, dev_t device)
                                                                  : QString();
 }
 
-/// Goes down from partitions and mapped devices to the one disk below; nothing if there are several.
+/// Returns the disk below a partition or mapped device; nothing if there are several.
 std::optional<QString> WholeDisk(QString folder)
 {
     for (int layer = 0; layer < maxLayers; ++layer) {
@@ -125,7 +127,7 @@ DiskSerial ReadDiskSerialOf(const QString& root, dev_t device)
     }
     const std::optional<QString> disk = WholeDisk(folder);
     if (!disk.has_value()) {
-        return {ENOTUNIQ, QString()}; // Several disks: none of them is the one.
+        return {ENOTUNIQ, QString()}; // Several disks: no single one holds the file system.
     }
     const QString serial = UdevSerial(root, *disk);
     return {0, serial.isEmpty() ? KernelSerial(*disk) : serial};

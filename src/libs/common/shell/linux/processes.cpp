@@ -1,5 +1,7 @@
 #include "../processes.h"
 
+#include "../../platform/linux/filedescriptor.h"
+
 #include <common/logger/logger.h>
 
 #include "procfile.h"
@@ -50,7 +52,7 @@ public:
         : id(id_)
         , descriptor(static_cast<int>(syscall(SYS_pidfd_open, id_, 0)))
     {
-        if (descriptor < 0 && errno != ESRCH && errno != EINVAL) {
+        if (!descriptor.IsOpen() && errno != ESRCH && errno != EINVAL) {
             LogMissingPidfd(errno);
             // An id may also be that of a single thread, which would stand for its whole process.
             if (const auto stat = procfile::ReadStat(id); stat && procfile::IsProcess(id)) {
@@ -58,14 +60,8 @@ public:
             }
         }
     }
-    ~LinuxProcess() override
-    {
-        if (descriptor >= 0) {
-            close(descriptor);
-        }
-    }
 
-    int Descriptor() const { return descriptor; }
+    int Descriptor() const { return descriptor.Get(); }
     QString ImagePath() const override
     {
         const QString path = procfile::ImagePath(id);
@@ -76,8 +72,8 @@ public:
 
     bool HasEnded() const
     {
-        if (descriptor >= 0) {
-            pollfd ended{descriptor, POLLIN, 0};
+        if (descriptor.IsOpen()) {
+            pollfd ended{descriptor.Get(), POLLIN, 0};
             return poll(&ended, 1, 0) != 0;
         }
         const auto stat = procfile::ReadStat(id);
@@ -86,8 +82,8 @@ public:
 
     bool SendSignal(int number) const
     {
-        if (descriptor >= 0) {
-            return syscall(SYS_pidfd_send_signal, descriptor, number, nullptr, 0) == 0;
+        if (descriptor.IsOpen()) {
+            return syscall(SYS_pidfd_send_signal, descriptor.Get(), number, nullptr, 0) == 0;
         }
         return !HasEnded() && kill(id, number) == 0;
     }
@@ -105,7 +101,7 @@ private:
     }
 
     pid_t id;
-    int descriptor;
+    platform::FileDescriptor descriptor;
     quint64 startTime = 0;
 };
 
@@ -173,6 +169,12 @@ int AddModule(dl_phdr_info* info, std::size_t /*size*/, void* paths)
 
 } // namespace
 
+unsigned long ParentOf(const Entry& entry)
+{
+    const auto stat = procfile::ReadStat(static_cast<pid_t>(entry.id));
+    return stat ? static_cast<unsigned long>(stat->parent) : 0UL;
+}
+
 void ForEach(const std::function<bool(const Entry&)>& visit)
 {
     DIR* const directory = opendir("/proc");
@@ -193,11 +195,7 @@ void ForEach(const std::function<bool(const Entry&)>& visit)
         }
         const QString name = procfile::ExecutableName(id);
         if (!name.isEmpty()) {
-            const auto parent = [id] {
-                const auto stat = procfile::ReadStat(id);
-                return stat ? static_cast<unsigned long>(stat->parent) : 0UL;
-            };
-            more = visit({static_cast<unsigned long>(id), name, parent});
+            more = visit({static_cast<unsigned long>(id), name, 0});
         }
     }
     closedir(directory);

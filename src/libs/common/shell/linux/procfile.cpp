@@ -1,5 +1,7 @@
 #include "procfile.h"
 
+#include "../../platform/linux/readfile.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QList>
@@ -7,7 +9,6 @@
 #include <array>
 #include <climits>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace common::procfile
@@ -16,29 +17,18 @@ namespace common::procfile
 namespace
 {
 
-QByteArray PathOf(pid_t process, const char* file)
+QString PathOf(pid_t process, const char* file)
 {
-    return "/proc/" + QByteArray::number(process) + '/' + file;
+    return QStringLiteral("/proc/%1/").arg(process) + QLatin1String(file);
 }
 
-/// Whole content of a small file of /proc, which has no size that could be asked for; empty on failure.
-QByteArray ReadAll(const QByteArray& path)
+QByteArray ReadAll(const QString& path)
 {
-    QByteArray content;
-    const int descriptor = open(path.constData(), O_RDONLY | O_CLOEXEC);
-    if (descriptor >= 0) {
-        std::array<char, 4096> buffer{};
-        ssize_t count = 0;
-        while ((count = read(descriptor, buffer.data(), buffer.size())) > 0) {
-            content.append(buffer.data(), count);
-        }
-        close(descriptor);
-    }
-    return content;
+    return platform::ReadFile(path).value_or(QByteArray());
 }
 
-/// A value of a "KEY:\tVALUE" line.
-QByteArray StatusValue(const QByteArray& path, const char* key)
+/// Returns a value of a "KEY:\tVALUE" line.
+QByteArray StatusValue(const QString& path, const char* key)
 {
     const QByteArray status = ReadAll(path);
     const QByteArray lead = QByteArray("\n") + key + ":\t";
@@ -75,7 +65,8 @@ std::optional<Stat> ReadStat(pid_t process)
 QString ImagePath(pid_t process)
 {
     std::array<char, PATH_MAX> target{};
-    const ssize_t length = readlink(PathOf(process, "exe").constData(), target.data(), target.size());
+    const ssize_t length =
+        readlink(QFile::encodeName(PathOf(process, "exe")).constData(), target.data(), target.size());
     if (length <= 0) {
         return {};
     }
@@ -101,7 +92,7 @@ QString ExecutableName(pid_t process)
 QString MappedFile(quintptr address)
 {
     // "BEGIN-END RIGHTS OFFSET DEVICE INODE    PATH", the addresses in hexadecimal.
-    for (const QByteArray& line : ReadAll("/proc/self/maps").split('\n')) {
+    for (const QByteArray& line : ReadAll(QStringLiteral("/proc/self/maps")).split('\n')) {
         const qsizetype dash = line.indexOf('-');
         const qsizetype path = line.indexOf('/');
         if (path >= 0 && line.left(dash).toULongLong(nullptr, 16) <= address &&
@@ -119,7 +110,7 @@ bool IsProcess(pid_t id)
 
 bool IsTraced()
 {
-    return StatusValue("/proc/self/status", "TracerPid") != "0";
+    return StatusValue(QStringLiteral("/proc/self/status"), "TracerPid") != "0";
 }
 
 } // namespace common::procfile

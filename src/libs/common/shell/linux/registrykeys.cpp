@@ -6,10 +6,15 @@ namespace common::registrykeys
 namespace
 {
 
-/// ERROR_CALL_NOT_IMPLEMENTED: there is no registry, so there is nothing to redirect.
+/// ERROR_CALL_NOT_IMPLEMENTED
 constexpr unsigned long callNotImplemented = 120;
 
 } // namespace
+
+bool IsAvailable()
+{
+    return false;
+}
 
 unsigned long Open(Key /*root*/, const wchar_t* /*subkey*/, Key& opened)
 {

@@ -2,21 +2,20 @@
 
 #include "../../platform/linux/busconnection.h"
 #include "../../platform/linux/desktopentry.h"
+#include "../../platform/linux/xdg.h"
+#include "../../tools/savefile.h"
 #include "../filepath.h"
 #include "spawn.h"
 
 #include <QDBusError>
 #include <QDBusMessage>
 #include <QDeadlineTimer>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QProcess>
-#include <QSaveFile>
-#include <QStandardPaths>
 #include <QUrl>
 
 #include <chrono>
+#include <utility>
 
 #include <unistd.h>
 
@@ -26,27 +25,10 @@ namespace common::shellservices
 namespace
 {
 
-/// What the file manager may take, starting up included. Leaves time for the program that is tried next.
+/// Timeout of the file manager, its start included. Leaves time to start xdg-open.
 constexpr std::chrono::milliseconds fileManagerLimit{1500};
 
-/// XDG: what is not absolute is no valid setting.
-QString Location(QStandardPaths::StandardLocation type, const char* defaultBelowHome)
-{
-    const QString path = QStandardPaths::writableLocation(type);
-    return QDir::isAbsolutePath(path) ? path : QDir::homePath() + QLatin1String(defaultBelowHome);
-}
-
-/// XDG: a base directory that is missing is made for its user only.
-void MakePrivatePath(const QString& path)
-{
-    const QFileInfo info(path);
-    if (!info.exists() && info.path() != info.filePath()) {
-        MakePrivatePath(info.path());
-        QDir().mkdir(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    }
-}
-
-/// Whether an error comes from the bus, which has no file manager to ask, rather than from a file manager.
+/// Returns whether an error comes from the bus, which found no file manager, rather than from a file manager.
 bool IsNobodyThere(const QDBusMessage& error)
 {
     switch (QDBusError(error).type()) {
@@ -69,20 +51,19 @@ bool IsNobodyThere(const QDBusMessage& error)
 
 QString FolderPath(Folder folder)
 {
-    const QString data = Location(QStandardPaths::GenericDataLocation, "/.local/share");
     QString path;
     switch (folder) {
     case Folder::ApplicationData:
-        path = data;
+        path = platform::xdg::DataHome();
         break;
     case Folder::Desktop:
-        path = Location(QStandardPaths::DesktopLocation, "/Desktop");
+        path = platform::xdg::DesktopDirectory();
         break;
     case Folder::Programs:
-        path = data + QLatin1String("/applications");
+        path = platform::xdg::ApplicationsHome();
         break;
     }
-    MakePrivatePath(path);
+    platform::xdg::MakePrivatePath(path);
     return path;
 }
 
@@ -124,14 +105,16 @@ bool SaveShortcut(const Shortcut& shortcut, const QString& path)
     if (shortcut.target.isEmpty()) {
         return false;
     }
-    // A name without a slash is one to look up in PATH; any other must be absolute.
+    // A name without a slash is looked up in PATH; any other must be absolute.
     const QString program = shortcut.target.contains(u'/') ? ResolvedPath(shortcut.target) : shortcut.target;
-    const QString exec = platform::DesktopExec(program, QProcess::splitCommand(shortcut.arguments));
+    const QString fileName = QFileInfo(path).completeBaseName();
+    const QString name = fileName.isEmpty() ? QFileInfo(program).fileName() : fileName;
+    const QString exec = platform::DesktopExec(program, platform::SplitArguments(shortcut.arguments));
     QString text = QStringLiteral("[Desktop Entry]\nType=Application\n") +
-                   platform::DesktopEntryLine(QStringLiteral("Name"), QFileInfo(path).completeBaseName()) +
+                   platform::DesktopEntryLine(QStringLiteral("Name"), name) +
                    platform::DesktopEntryLine(QStringLiteral("Exec"), exec);
     const std::pair<QString, QString> optionalKeys[] = {
-        {QStringLiteral("Path"), shortcut.workingDirectory},
+        {QStringLiteral("Path"), ResolvedPath(shortcut.workingDirectory)},
         {QStringLiteral("Comment"), shortcut.description},
         {QStringLiteral("StartupWMClass"), shortcut.applicationId}};
     for (const auto& [key, value] : optionalKeys) {
@@ -139,15 +122,12 @@ bool SaveShortcut(const Shortcut& shortcut, const QString& path)
             text += platform::DesktopEntryLine(key, value);
         }
     }
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
+    // A link is replaced itself, so that nobody can redirect the write.
+    if (QFileInfo(path).isSymLink() && !QFile::remove(path)) {
         return false;
     }
-    file.write(text.toUtf8());
     // Desktops start only entries that are marked executable.
-    file.setPermissions(file.permissions() | QFile::ExeOwner | QFile::ExeUser | QFile::ExeGroup |
-                        QFile::ExeOther);
-    return file.commit();
+    return tools::SaveFile(path, text.toUtf8(), tools::FileAccess::Executable) == tools::SaveOutcome::Saved;
 }
 
 unsigned long StartRemoval(const QString& directory, const QString& workingDirectory, QString& command)

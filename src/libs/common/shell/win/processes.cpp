@@ -1,9 +1,12 @@
 #include "../processes.h"
 
+#include "../../platform/win/uniquehandle.h"
+
 #include <QProcess>
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include <qt_windows.h>
 
@@ -13,55 +16,57 @@
 namespace common::processes
 {
 
+using platform::UniqueHandle;
+
 namespace
 {
 
-/// Modules that are looked at; more are not told. That is meant.
+/// Limit for listed modules. Kept for compatibility.
 constexpr std::size_t maxModules = 1024;
 
 class HandleProcess final : public Process
 {
 public:
-    explicit HandleProcess(HANDLE handle_)
-        : handle(handle_)
+    explicit HandleProcess(UniqueHandle handle_)
+        : handle(std::move(handle_))
     {}
-    ~HandleProcess() override { CloseHandle(handle); }
 
-    HANDLE Handle() const { return handle; }
+    HANDLE Handle() const { return handle.Get(); }
 
     QString ImagePath() const override
     {
         std::array<wchar_t, MAX_PATH> path{};
-        const DWORD length = K32GetModuleFileNameExW(handle, nullptr, path.data(), MAX_PATH);
+        const DWORD length = K32GetModuleFileNameExW(handle.Get(), nullptr, path.data(), MAX_PATH);
         return QString::fromWCharArray(path.data(), static_cast<qsizetype>(length));
     }
 
-    bool End(unsigned int exitCode) override { return TerminateProcess(handle, exitCode) != 0; }
+    bool End(unsigned int exitCode) override { return TerminateProcess(handle.Get(), exitCode) != 0; }
 
 private:
-    Q_DISABLE_COPY(HandleProcess)
-
-    HANDLE handle;
+    UniqueHandle handle;
 };
 
 } // namespace
 
+unsigned long ParentOf(const Entry& entry)
+{
+    return entry.parentId;
+}
+
 void ForEach(const std::function<bool(const Entry&)>& visit)
 {
-    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
-    if (snapshot == INVALID_HANDLE_VALUE) {
+    const UniqueHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    if (!snapshot.IsOpen()) {
         return;
     }
     PROCESSENTRY32W process{};
     process.dwSize = sizeof(process);
-    bool more = Process32FirstW(snapshot, &process) != 0;
+    bool more = Process32FirstW(snapshot.Get(), &process) != 0;
     while (more) {
-        const unsigned long parent = process.th32ParentProcessID;
         more = visit({process.th32ProcessID, QString::fromWCharArray(process.szExeFile),
-                      [parent] { return parent; }}) &&
-               Process32NextW(snapshot, &process) != 0;
+                      process.th32ParentProcessID}) &&
+               Process32NextW(snapshot.Get(), &process) != 0;
     }
-    CloseHandle(snapshot);
 }
 
 std::unique_ptr<Process> Open(const Entry& entry, unsigned int rights)
@@ -73,8 +78,8 @@ std::unique_ptr<Process> Open(const Entry& entry, unsigned int rights)
     if ((rights & Terminate) != 0) {
         access |= PROCESS_TERMINATE;
     }
-    const HANDLE handle = OpenProcess(access, FALSE, entry.id);
-    return handle != nullptr ? std::make_unique<HandleProcess>(handle) : nullptr;
+    UniqueHandle handle(OpenProcess(access, FALSE, entry.id));
+    return handle.IsOpen() ? std::make_unique<HandleProcess>(std::move(handle)) : nullptr;
 }
 
 WaitResult WaitForAll(const ProcessList& processes, quint32 timeout)
@@ -94,38 +99,35 @@ WaitResult WaitForAll(const ProcessList& processes, quint32 timeout)
 void EndById(unsigned long id)
 {
     constexpr DWORD waitTime = 100;
-    const HANDLE handle = OpenProcess(PROCESS_TERMINATE, FALSE, id);
-    // Without the right to wait, the wait fails at once and the loop ends after its first turn; this is
-    // meant.
+    const UniqueHandle handle(OpenProcess(PROCESS_TERMINATE, FALSE, id));
+    // Kept for compatibility: without the right to wait, the wait fails at once and ends the loop.
     DWORD waited = WAIT_FAILED;
     do {
-        waited = WaitForSingleObject(handle, waitTime);
-        TerminateProcess(handle, 0);
+        waited = WaitForSingleObject(handle.Get(), waitTime);
+        TerminateProcess(handle.Get(), 0);
     } while (waited == WAIT_OBJECT_0);
-    CloseHandle(handle);
 }
 
 QStringList OwnModules()
 {
     QStringList paths;
-    const HANDLE process =
-        OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, GetCurrentProcessId());
-    if (process == nullptr) {
+    const UniqueHandle process(
+        OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, GetCurrentProcessId()));
+    if (!process.IsOpen()) {
         return paths;
     }
     std::array<HMODULE, maxModules> modules{};
     DWORD needed = 0;
-    if (K32EnumProcessModules(process, modules.data(), sizeof(modules), &needed) != 0) {
+    if (K32EnumProcessModules(process.Get(), modules.data(), sizeof(modules), &needed) != 0) {
         const std::size_t count = std::min<std::size_t>(needed / sizeof(HMODULE), maxModules);
         for (std::size_t i = 0; i < count; ++i) {
             std::array<wchar_t, MAX_PATH> path{};
-            const DWORD length = K32GetModuleFileNameExW(process, modules[i], path.data(), MAX_PATH);
+            const DWORD length = K32GetModuleFileNameExW(process.Get(), modules[i], path.data(), MAX_PATH);
             if (length != 0) {
                 paths += QString::fromWCharArray(path.data(), static_cast<qsizetype>(length));
             }
         }
     }
-    CloseHandle(process);
     return paths;
 }
 

@@ -5,6 +5,11 @@
 namespace common::registrykeys
 {
 
+bool IsAvailable()
+{
+    return true;
+}
+
 unsigned long Open(Key root, const wchar_t* subkey, Key& opened)
 {
     HKEY key = nullptr;

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <utility>
+
+#include <qt_windows.h>
+
+namespace common::platform
+{
+
+/// Owns a handle for CloseHandle. Null and INVALID_HANDLE_VALUE, by which system calls report a failure, are
+/// no handle.
+class UniqueHandle
+{
+public:
+    explicit UniqueHandle(HANDLE handle_)
+        : handle(handle_ != INVALID_HANDLE_VALUE ? handle_ : nullptr)
+    {}
+    UniqueHandle(UniqueHandle&& other) noexcept
+        : handle(std::exchange(other.handle, nullptr))
+    {}
+    ~UniqueHandle()
+    {
+        if (IsOpen()) {
+            CloseHandle(handle);
+        }
+    }
+
+    bool IsOpen() const { return handle != nullptr; }
+    HANDLE Get() const { return handle; }
+
+private:
+    Q_DISABLE_COPY(UniqueHandle)
+
+    HANDLE handle;
+};
+
+} // namespace common::platform
