@@ -1,4 +1,4 @@
-/// What the library adds to the start of a program: programs that do nothing are started and waited for.
+/// Start of a program that links the library, against one that links all libraries it calls.
 
 #include <benchmark/benchmark.h>
 
@@ -30,7 +30,7 @@ BENCHMARK_CAPTURE(Start, vxcommon, START_WITH_LIBRARY)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 BENCHMARK_CAPTURE(Start, dependencies, START_WITH_DEPENDENCIES)
-    ->Name("start of a program/what it links alone")
+    ->Name("start of a program/what it calls, linked")
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 

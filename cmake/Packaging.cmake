@@ -24,6 +24,7 @@ else()
     set(CPACK_DEBIAN_PACKAGE_SECTION libs)
     set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libvxcommon${PROJECT_VERSION_MAJOR})
     set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS libpulse0) # Loaded at run time.
     set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvxcommon-dev)
     set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
     # What the public headers and the package configuration ask for.

@@ -7,23 +7,24 @@
 namespace tools
 {
 
-/// The default devices for sound. Any thread may call.
+/// The default sound devices. Can be called from any thread.
 class VXCOMMON_EXPORT AudioDeviceTools
 {
 public:
     AudioDeviceTools() = delete;
 
     /**
-     * What the user knows the default device by.
+     * Returns the name of the default device as the user knows it.
      *
      * @param render true for playback, false for capture
-     * @return empty if there is none or it cannot be told; an Error line without a channel then names the
-     * call that failed
+     * @return empty if there is no device or its name is not available; an Error line without a channel then
+     * names the failed call
      *
      * Windows: Core Audio's IMMDeviceEnumerator and PKEY_Device_FriendlyName; uses COM on the calling thread
      * for the time of the call, and refuses on a thread of the multithreaded apartment. Linux: the
-     * description of the sound server's default sink or source through PulseAudio's client library; blocks
-     * for 1 s at the most.
+     * description of the default sink or source through the client library of PulseAudio, which is loaded at
+     * the first call; blocks for at most 1 s. The monitor of a sink is no capture device, and the dummy sink of
+     * a server without a device ("auto_null") is no playback device.
      */
     static QString getDefaultDeviceName(bool render);
 };

@@ -5,7 +5,7 @@
 namespace tools
 {
 
-/// The answer to a question for a default audio device.
+/// The result of a query for a default audio device.
 struct AudioEndpoint
 {
     QString name;

@@ -5,14 +5,14 @@
 namespace tools
 {
 
-/// The state of the keyboard. Any thread may call.
+/// The state of the keyboard. Can be called from any thread.
 class VXCOMMON_EXPORT Keyboard
 {
 public:
     Keyboard() = delete;
 
     /**
-     * Whether Caps Lock is on. While the key is held down the answer is false, whatever its state.
+     * Returns whether Caps Lock is on. Returns false while the key is held down.
      *
      * Windows: GetKeyState. Linux: the XKB extension of the X server that DISPLAY names; false without one.
      * In a Wayland session that server knows the state only while one of its own windows has the focus.

@@ -1,9 +1,12 @@
 #include "../audioendpoint.h"
 
 #include <QDeadlineTimer>
+#include <QLibrary>
 
 #include <chrono>
+#include <cstring>
 #include <memory>
+#include <type_traits>
 
 #include <pulse/pulseaudio.h>
 
@@ -13,24 +16,84 @@ namespace tools
 namespace
 {
 
-/// The whole question, so that a server that keeps silent is not felt for long.
+/// Limit for the whole query, because a server may never respond.
 constexpr std::chrono::milliseconds answerLimit{900};
+
+/// The sink that sound servers create when there is no device.
+constexpr char dummySink[] = "auto_null";
+
+/// The client library. Few programs call it, but loading it would slow down the start of each.
+struct PulseAudio
+{
+    decltype(&pa_mainloop_new) mainloop_new;
+    decltype(&pa_mainloop_free) mainloop_free;
+    decltype(&pa_mainloop_get_api) mainloop_get_api;
+    decltype(&pa_mainloop_prepare) mainloop_prepare;
+    decltype(&pa_mainloop_poll) mainloop_poll;
+    decltype(&pa_mainloop_dispatch) mainloop_dispatch;
+    decltype(&pa_context_new) context_new;
+    decltype(&pa_context_connect) context_connect;
+    decltype(&pa_context_disconnect) context_disconnect;
+    decltype(&pa_context_unref) context_unref;
+    decltype(&pa_context_get_state) context_get_state;
+    decltype(&pa_context_errno) context_errno;
+    decltype(&pa_context_get_server_info) context_get_server_info;
+    decltype(&pa_context_get_sink_info_by_name) context_get_sink_info_by_name;
+    decltype(&pa_context_get_source_info_by_name) context_get_source_info_by_name;
+    decltype(&pa_operation_cancel) operation_cancel;
+    decltype(&pa_operation_unref) operation_unref;
+    bool isComplete = true;
+};
+
+PulseAudio LoadPulseAudio()
+{
+    QLibrary library(QStringLiteral("pulse"), 0); // Stays loaded.
+    PulseAudio functions{};
+    const auto resolve = [&](auto& function, const char* name) {
+        function = reinterpret_cast<std::decay_t<decltype(function)>>(library.resolve(name));
+        functions.isComplete = functions.isComplete && function != nullptr;
+    };
+    resolve(functions.mainloop_new, "pa_mainloop_new");
+    resolve(functions.mainloop_free, "pa_mainloop_free");
+    resolve(functions.mainloop_get_api, "pa_mainloop_get_api");
+    resolve(functions.mainloop_prepare, "pa_mainloop_prepare");
+    resolve(functions.mainloop_poll, "pa_mainloop_poll");
+    resolve(functions.mainloop_dispatch, "pa_mainloop_dispatch");
+    resolve(functions.context_new, "pa_context_new");
+    resolve(functions.context_connect, "pa_context_connect");
+    resolve(functions.context_disconnect, "pa_context_disconnect");
+    resolve(functions.context_unref, "pa_context_unref");
+    resolve(functions.context_get_state, "pa_context_get_state");
+    resolve(functions.context_errno, "pa_context_errno");
+    resolve(functions.context_get_server_info, "pa_context_get_server_info");
+    resolve(functions.context_get_sink_info_by_name, "pa_context_get_sink_info_by_name");
+    resolve(functions.context_get_source_info_by_name, "pa_context_get_source_info_by_name");
+    resolve(functions.operation_cancel, "pa_operation_cancel");
+    resolve(functions.operation_unref, "pa_operation_unref");
+    return functions;
+}
+
+const PulseAudio& Pulse()
+{
+    static const PulseAudio functions = LoadPulseAudio();
+    return functions;
+}
 
 struct FreeMainLoop
 {
-    void operator()(pa_mainloop* loop) const { pa_mainloop_free(loop); }
+    void operator()(pa_mainloop* loop) const { Pulse().mainloop_free(loop); }
 };
 
 struct FreeContext
 {
     void operator()(pa_context* context) const
     {
-        pa_context_disconnect(context);
-        pa_context_unref(context);
+        Pulse().context_disconnect(context);
+        Pulse().context_unref(context);
     }
 };
 
-/// What the server's answers are written to.
+/// Receives the responses of the server.
 struct Answer
 {
     QString text;
@@ -51,38 +114,50 @@ void TakeDefaultSource(pa_context* /*context*/, const pa_server_info* info, void
     answer.complete = true;
 }
 
+bool IsDevice(const pa_sink_info& sink)
+{
+    return std::strcmp(sink.name, dummySink) != 0;
+}
+
+/// A monitor records what a sink plays.
+bool IsDevice(const pa_source_info& source)
+{
+    return source.monitor_of_sink == PA_INVALID_INDEX;
+}
+
 template<typename Info>
 void TakeDescription(pa_context* /*context*/, const Info* info, int endOfList, void* userData)
 {
     auto& answer = *static_cast<Answer*>(userData);
-    if (info != nullptr) {
+    if (info != nullptr && IsDevice(*info)) {
         answer.text = QString::fromUtf8(info->description);
     }
     answer.complete = endOfList != 0;
 }
 
-/// A conversation with the sound server on a loop of its own, with a limit in time.
+/// A connection to the sound server on its own loop, with a timeout.
 class SoundServer
 {
 public:
     SoundServer()
-        : loop(pa_mainloop_new())
-        , context(loop != nullptr ? pa_context_new(pa_mainloop_get_api(loop.get()), "vxcommon") : nullptr)
+        : loop(Pulse().mainloop_new())
+        , context(loop != nullptr ? Pulse().context_new(Pulse().mainloop_get_api(loop.get()), "vxcommon")
+                                  : nullptr)
     {}
 
     bool Connect()
     {
-        if (context == nullptr) { // As when the process has no descriptor left.
+        if (context == nullptr) { // For example without a free descriptor.
             return false;
         }
-        // No server is started: without one there is no device to be asked for.
-        if (pa_context_connect(context.get(), nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
+        // Start no server: without one there is no device.
+        if (Pulse().context_connect(context.get(), nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
             return false;
         }
-        return RunUntil([this] { return pa_context_get_state(context.get()) == PA_CONTEXT_READY; });
+        return RunUntil([this] { return Pulse().context_get_state(context.get()) == PA_CONTEXT_READY; });
     }
 
-    /// `Start` starts an operation that fills in an answer; nothing comes if it fails.
+    /// Runs an operation that `start` starts and that fills in an answer. Returns an empty string on failure.
     template<typename Start>
     QString Ask(const Start& start)
     {
@@ -94,9 +169,9 @@ public:
         if (!RunUntil([&answer] { return answer.complete; })) {
             answer.text.clear();
         }
-        // The operation must not find the answer when it is gone.
-        pa_operation_cancel(operation);
-        pa_operation_unref(operation);
+        // The answer must outlive the operation.
+        Pulse().operation_cancel(operation);
+        Pulse().operation_unref(operation);
         return answer.text;
     }
 
@@ -105,8 +180,8 @@ public:
         if (context == nullptr) {
             return PA_ERR_INTERNAL;
         }
-        const int error = timedOut ? PA_ERR_TIMEOUT : pa_context_errno(context.get());
-        return error != PA_OK ? error : PA_ERR_NOENTITY; // All went well, but there is no such device.
+        const int error = timedOut ? PA_ERR_TIMEOUT : Pulse().context_errno(context.get());
+        return error != PA_OK ? error : PA_ERR_NOENTITY; // The server has no such device.
     }
 
 private:
@@ -117,9 +192,9 @@ private:
             const auto left = std::chrono::duration_cast<std::chrono::microseconds>(
                 std::chrono::nanoseconds(deadline.remainingTimeNSecs()));
             timedOut = left.count() <= 0;
-            if (timedOut || !PA_CONTEXT_IS_GOOD(pa_context_get_state(context.get())) ||
-                pa_mainloop_prepare(loop.get(), static_cast<int>(left.count())) < 0 ||
-                pa_mainloop_poll(loop.get()) < 0 || pa_mainloop_dispatch(loop.get()) < 0) {
+            if (timedOut || !PA_CONTEXT_IS_GOOD(Pulse().context_get_state(context.get())) ||
+                Pulse().mainloop_prepare(loop.get(), static_cast<int>(left.count())) < 0 ||
+                Pulse().mainloop_poll(loop.get()) < 0 || Pulse().mainloop_dispatch(loop.get()) < 0) {
                 return false;
             }
         }
@@ -136,13 +211,16 @@ private:
 
 AudioEndpoint FindDefaultAudioEndpoint(bool render)
 {
+    if (!Pulse().isComplete) {
+        return {QString(), "QLibrary::resolve()", PA_ERR_NOTSUPPORTED};
+    }
     SoundServer server;
     if (!server.Connect()) {
         return {QString(), "pa_context_connect()", server.Error()};
     }
     const QByteArray name = server
                                 .Ask([render](pa_context* context, Answer* answer) {
-                                    return pa_context_get_server_info(
+                                    return Pulse().context_get_server_info(
                                         context, render ? TakeDefaultSink : TakeDefaultSource, answer);
                                 })
                                 .toUtf8();
@@ -150,10 +228,10 @@ AudioEndpoint FindDefaultAudioEndpoint(bool render)
         return {QString(), "pa_context_get_server_info()", server.Error()};
     }
     const QString description = server.Ask([&](pa_context* context, Answer* answer) {
-        return render ? pa_context_get_sink_info_by_name(context, name.constData(),
-                                                         TakeDescription<pa_sink_info>, answer)
-                      : pa_context_get_source_info_by_name(context, name.constData(),
-                                                           TakeDescription<pa_source_info>, answer);
+        return render ? Pulse().context_get_sink_info_by_name(context, name.constData(),
+                                                              TakeDescription<pa_sink_info>, answer)
+                      : Pulse().context_get_source_info_by_name(context, name.constData(),
+                                                                TakeDescription<pa_source_info>, answer);
     });
     if (description.isEmpty()) {
         return {QString(),
