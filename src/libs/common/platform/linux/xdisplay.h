@@ -18,11 +18,11 @@ struct FreeXReply
 {
     void operator()(void* reply) const { std::free(reply); }
 };
-/// A reply of an xcb call, which comes from malloc; null if the call failed.
+/// The reply of an xcb call, allocated by malloc; null if the call failed.
 template<typename Reply>
 using XReply = std::unique_ptr<Reply, FreeXReply>;
 
-/// A connection of its own to the X server that DISPLAY names; null without one. Any thread may use it.
+/// Opens a separate connection to the X server that DISPLAY names; null without one. Any thread may use it.
 inline XConnection ConnectToX(int* screen = nullptr)
 {
     XConnection connection(std::getenv("DISPLAY") != nullptr ? xcb_connect(nullptr, screen) : nullptr);

@@ -1,5 +1,7 @@
 #include "../diskserial.h"
 
+#include "../../platform/win/uniquehandle.h"
+
 #include <array>
 #include <cstring>
 #include <string>
@@ -11,41 +13,28 @@
 namespace common::shell
 {
 
+using platform::UniqueHandle;
+
 namespace
 {
 
-constexpr std::size_t descriptorSize = 10000; // More than any disk tells about itself.
+constexpr std::size_t descriptorSize = 10000; // Bytes; more than any disk reports.
 
-class Device
+/// Opens a device without any access right: enough for queries, and allowed to every user.
+UniqueHandle OpenDevice(const std::wstring& name)
 {
-public:
-    /// Without any access right: enough to ask, and allowed to every user.
-    explicit Device(const std::wstring& name)
-        : handle(CreateFileW(name.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0,
-                             nullptr))
-    {}
-    ~Device()
-    {
-        if (IsOpen()) {
-            CloseHandle(handle);
-        }
-    }
-    Device(const Device&) = delete;
-    Device& operator=(const Device&) = delete;
+    return UniqueHandle(
+        CreateFileW(name.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
+}
 
-    bool IsOpen() const { return handle != INVALID_HANDLE_VALUE; }
+bool Query(const UniqueHandle& device, DWORD code, void* input, DWORD inputSize, void* output,
+           DWORD outputSize)
+{
+    DWORD returned = 0;
+    return DeviceIoControl(device.Get(), code, input, inputSize, output, outputSize, &returned, nullptr) != 0;
+}
 
-    bool Ask(DWORD code, void* input, DWORD inputSize, void* output, DWORD outputSize) const
-    {
-        DWORD returned = 0;
-        return DeviceIoControl(handle, code, input, inputSize, output, outputSize, &returned, nullptr) != 0;
-    }
-
-private:
-    HANDLE handle;
-};
-
-/// The number of the disk below the current directory; 0 if anything fails.
+/// Returns the number of the disk below the current directory; 0 if anything fails.
 DWORD DiskNumber()
 {
     std::array<wchar_t, MAX_PATH> path{};
@@ -54,10 +43,10 @@ DWORD DiskNumber()
     if (!volume.empty()) {
         volume.pop_back(); // The closing backslash.
     }
-    const Device device(L"\\\\.\\" + volume);
+    const UniqueHandle device = OpenDevice(L"\\\\.\\" + volume);
     VOLUME_DISK_EXTENTS extents{};
     if (device.IsOpen() &&
-        device.Ask(IOCTL_VOLUME_GET_VOLUME_DISK_EXTENTS, nullptr, 0, &extents, sizeof(extents)) &&
+        Query(device, IOCTL_VOLUME_GET_VOLUME_DISK_EXTENTS, nullptr, 0, &extents, sizeof(extents)) &&
         extents.NumberOfDiskExtents > 0) {
         return extents.Extents[0].DiskNumber;
     }
@@ -68,7 +57,7 @@ DWORD DiskNumber()
 
 DiskSerial ReadDiskSerial()
 {
-    const Device device(L"\\\\.\\PhysicalDrive" + std::to_wstring(DiskNumber()));
+    const UniqueHandle device = OpenDevice(L"\\\\.\\PhysicalDrive" + std::to_wstring(DiskNumber()));
     if (!device.IsOpen()) {
         return {GetLastError(), QString()};
     }
@@ -76,12 +65,12 @@ DiskSerial ReadDiskSerial()
     query.PropertyId = StorageDeviceProperty;
     query.QueryType = PropertyStandardQuery;
     STORAGE_DESCRIPTOR_HEADER header{};
-    if (!device.Ask(IOCTL_STORAGE_QUERY_PROPERTY, &query, sizeof(query), &header, sizeof(header))) {
+    if (!Query(device, IOCTL_STORAGE_QUERY_PROPERTY, &query, sizeof(query), &header, sizeof(header))) {
         return {GetLastError(), QString()};
     }
     // One byte more than is offered, so that the text ends in any case.
     std::vector<char> buffer(descriptorSize + 1);
-    if (!device.Ask(IOCTL_STORAGE_QUERY_PROPERTY, &query, sizeof(query), buffer.data(), descriptorSize)) {
+    if (!Query(device, IOCTL_STORAGE_QUERY_PROPERTY, &query, sizeof(query), buffer.data(), descriptorSize)) {
         return {GetLastError(), QString()};
     }
     STORAGE_DEVICE_DESCRIPTOR descriptor{};

@@ -1,11 +1,15 @@
 #include "../shellservices.h"
 
+#include "../../platform/win/systemdirectory.h"
+#include "../../platform/win/uniquehandle.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
 
 #include <array>
 #include <cstring>
+#include <cwchar>
 #include <string>
 
 #include <qt_windows.h>
@@ -24,7 +28,7 @@ using Microsoft::WRL::ComPtr;
 constexpr PROPERTYKEY appUserModelIdKey{
     {0x9F4C2855, 0x9F79, 0x4B39, {0xA8, 0xD0, 0xE1, 0xD4, 0x2D, 0xE1, 0xD5, 0xF3}}, 5};
 
-/// Characters of a removal command line; a longer one is cut. That is meant.
+/// Characters of a removal command line; a longer one is cut. Kept for compatibility.
 constexpr qsizetype maxRemovalCommand = 519;
 
 int FolderId(Folder folder)
@@ -45,7 +49,7 @@ const wchar_t* WideText(const QString& text)
     return reinterpret_cast<const wchar_t*>(text.utf16());
 }
 
-/// A text that PropVariantClear may free.
+/// Returns a string that PropVariantClear may free.
 PROPVARIANT OwnedText(const QString& text)
 {
     PROPVARIANT value{};
@@ -70,6 +74,20 @@ void SetApplicationId(IShellLinkW* link, const QString& applicationId)
         properties->Commit();
     }
     PropVariantClear(&value);
+}
+
+/// Returns the environment of this process and the variable by which the command interpreter does not look
+/// for ping in its current directory, where others may have planted a program of that name.
+std::wstring CommandEnvironment()
+{
+    QStringList entries{QStringLiteral("NoDefaultCurrentDirectoryInExePath=1")};
+    wchar_t* const own = GetEnvironmentStringsW();
+    for (const wchar_t* entry = own; entry != nullptr && *entry != L'\0'; entry += std::wcslen(entry) + 1) {
+        entries += QString::fromWCharArray(entry);
+    }
+    FreeEnvironmentStringsW(own);
+    entries.sort(Qt::CaseInsensitive); // As CreateProcessW expects it.
+    return (entries.join(QChar(u'\0')) + QChar(u'\0')).toStdWString();
 }
 
 } // namespace
@@ -104,7 +122,7 @@ std::optional<bool> SelectInFileManager(const QString& path)
 bool StartFileManager(const QString& path, QString& command)
 {
     const QString prefix = QFileInfo(path).isDir() ? QString() : QStringLiteral("/select,");
-    // The whole line is passed as the name of a program; this is meant.
+    // Kept for compatibility: the whole line is passed as the name of a program.
     command = QLatin1String("explorer.exe ") + prefix + QDir::toNativeSeparators(path);
     return QProcess::startDetached(command, QStringList(), QString(), nullptr);
 }
@@ -130,20 +148,23 @@ bool SaveShortcut(const Shortcut& shortcut, const QString& path)
 
 unsigned long StartRemoval(const QString& directory, const QString& workingDirectory, QString& command)
 {
-    // The ping is nothing but the delay.
+    // The ping is only the delay.
     command = (QLatin1String("cmd.exe /C \"ping 1.1.1.1 -n 1 -w 5000 > Nul & rmdir /S /Q \"") +
                QDir::toNativeSeparators(directory) + u'"')
                   .left(maxRemovalCommand);
     std::wstring line = command.toStdWString(); // The call may write into it.
+    std::wstring environment = CommandEnvironment();
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process{};
-    if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr,
+    // Found by its bare name, a planted interpreter in the current directory would be started instead.
+    if (CreateProcessW(WideText(platform::InSystemDirectory(QStringLiteral("cmd.exe"))), line.data(), nullptr,
+                       nullptr, FALSE, CREATE_NO_WINDOW | CREATE_UNICODE_ENVIRONMENT, environment.data(),
                        WideText(workingDirectory), &startup, &process) == 0) {
         return GetLastError();
     }
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
+    const platform::UniqueHandle thread(process.hThread);
+    const platform::UniqueHandle started(process.hProcess);
     return 0;
 }
 

@@ -6,6 +6,7 @@
 #include <objbase.h>
 #include <propidl.h>
 #include <propsys.h>
+#include <wrl/client.h>
 
 namespace tools
 {
@@ -13,7 +14,9 @@ namespace tools
 namespace
 {
 
-// Definitions of the system headers that need a library or an extension which not every compiler has.
+using Microsoft::WRL::ComPtr;
+
+// Defined in system headers, but only with a library or an extension that not every compiler has.
 constexpr CLSID deviceEnumeratorClass{
     0xBCDE0395, 0xE52F, 0x467C, {0x8E, 0x3D, 0xC4, 0x57, 0x92, 0x91, 0x69, 0x2E}};
 constexpr IID deviceEnumeratorInterface{
@@ -26,45 +29,49 @@ AudioEndpoint Failure(const char* call, HRESULT result)
     return {QString(), call, static_cast<long>(result)};
 }
 
+/// Queries the name of the default device. Returns without an interface left.
+AudioEndpoint QueryName(bool render, PROPVARIANT& name)
+{
+    ComPtr<IMMDeviceEnumerator> enumerator;
+    HRESULT result =
+        CoCreateInstance(deviceEnumeratorClass, nullptr, CLSCTX_INPROC_SERVER, deviceEnumeratorInterface,
+                         reinterpret_cast<void**>(enumerator.GetAddressOf()));
+    if (FAILED(result)) {
+        return Failure("CoCreateInstance()", result);
+    }
+    ComPtr<IMMDevice> device;
+    result =
+        enumerator->GetDefaultAudioEndpoint(render ? eRender : eCapture, eConsole, device.GetAddressOf());
+    enumerator.Reset();
+    if (FAILED(result)) {
+        return Failure("GetDefaultAudioEndpoint()", result);
+    }
+    ComPtr<IPropertyStore> properties;
+    result = device->OpenPropertyStore(STGM_READ, properties.GetAddressOf());
+    if (FAILED(result)) {
+        return Failure("OpenPropertyStore()", result);
+    }
+    result = properties->GetValue(friendlyNameKey, &name);
+    device.Reset(); // Before the store.
+    return FAILED(result) ? Failure("pProps->GetValue()", result) : AudioEndpoint();
+}
+
 } // namespace
 
 AudioEndpoint FindDefaultAudioEndpoint(bool render)
 {
-    HRESULT result = CoInitialize(nullptr);
+    const HRESULT result = CoInitialize(nullptr);
     if (result == RPC_E_CHANGED_MODE) {
         return Failure("CoInitialize()", result);
     }
-    IMMDeviceEnumerator* enumerator = nullptr;
-    result = CoCreateInstance(deviceEnumeratorClass, nullptr, CLSCTX_INPROC_SERVER, deviceEnumeratorInterface,
-                              reinterpret_cast<void**>(&enumerator));
-    if (FAILED(result)) {
-        CoUninitialize();
-        return Failure("CoCreateInstance()", result);
-    }
-    IMMDevice* device = nullptr;
-    result = enumerator->GetDefaultAudioEndpoint(render ? eRender : eCapture, eConsole, &device);
-    enumerator->Release();
-    if (FAILED(result)) {
-        CoUninitialize();
-        return Failure("GetDefaultAudioEndpoint()", result);
-    }
-    IPropertyStore* properties = nullptr;
-    result = device->OpenPropertyStore(STGM_READ, &properties);
-    if (FAILED(result)) {
-        device->Release();
-        CoUninitialize();
-        return Failure("OpenPropertyStore()", result);
-    }
     PROPVARIANT name{};
-    result = properties->GetValue(friendlyNameKey, &name);
-    device->Release();
-    properties->Release();
+    AudioEndpoint endpoint = QueryName(render, name);
     CoUninitialize();
-    if (FAILED(result)) {
-        return Failure("pProps->GetValue()", result);
+    // Kept for compatibility: the string is read after CoUninitialize and never cleared.
+    if (endpoint.failedCall == nullptr && name.vt == VT_LPWSTR) {
+        endpoint.name = QString::fromWCharArray(name.pwszVal);
     }
-    // The text is read after CoUninitialize and never cleared; both are meant.
-    return {name.vt == VT_LPWSTR ? QString::fromWCharArray(name.pwszVal) : QString(), nullptr, 0};
+    return endpoint;
 }
 
 } // namespace tools

@@ -1,5 +1,7 @@
 #include "../powernotification.h"
 
+#include "../../platform/win/systemdirectory.h"
+
 #include <common/tools/sleepwatcher.h>
 
 #include <QLibrary>
@@ -44,7 +46,7 @@ void*& Registration()
 template<typename Function>
 Function Resolve(const char* name)
 {
-    QLibrary library(QStringLiteral("Powrprof"));
+    QLibrary library(common::platform::InSystemDirectory(QStringLiteral("Powrprof")));
     return reinterpret_cast<Function>(library.resolve(name));
 }
 
