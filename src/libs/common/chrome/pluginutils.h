@@ -30,8 +30,8 @@ public:
     /**
      * Requests the installation of `id`. Overwrites another address.
      *
-     * @return whether a write was attempted: false if the request exists already (a Warn line) or the settings
-     * cannot be written (an Error line). A failed write is reported by an Error line and true.
+     * @return whether a write was attempted: false if the request exists already (a Warn line) or the
+     * settings cannot be written (an Error line). A failed write is reported by an Error line and true.
      */
     static bool RegisterPlugin(const QString& id);
 

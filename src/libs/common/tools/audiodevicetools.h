@@ -23,8 +23,8 @@ public:
      * Windows: Core Audio's IMMDeviceEnumerator and PKEY_Device_FriendlyName; uses COM on the calling thread
      * for the time of the call, and refuses on a thread of the multithreaded apartment. Linux: the
      * description of the default sink or source through the client library of PulseAudio, which is loaded at
-     * the first call; blocks for at most 1 s. The monitor of a sink is no capture device, and the dummy sink of
-     * a server without a device ("auto_null") is no playback device.
+     * the first call; blocks for at most 1 s. The monitor of a sink is no capture device, and the dummy sink
+     * of a server without a device ("auto_null") is no playback device.
      */
     static QString getDefaultDeviceName(bool render);
 };
