@@ -75,7 +75,13 @@ void TestDesktop::removeAfterExit()
     QTemporaryDir dir;
     const QString path = QDir::toNativeSeparators(dir.filePath("a b"));
     QVERIFY(QDir().mkpath(path));
-    QVERIFY(common::Shell::RemoveAfterExit(dir.filePath("a b")));
+    // A planted interpreter, which would remove nothing.
+    const QString before = QDir::currentPath();
+    QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), dir.filePath("cmd.exe")));
+    QVERIFY(QDir::setCurrent(dir.path()));
+    const bool started = common::Shell::RemoveAfterExit(dir.filePath("a b"));
+    QVERIFY(QDir::setCurrent(before));
+    QVERIFY(started);
     QCOMPARE(log.lines.size(), 1U);
     QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(path), 20000);
     QTRY_VERIFY_WITH_TIMEOUT(dir.remove(), 20000); // The interpreter still stands in it.
