@@ -7,11 +7,11 @@
 #include <memory>
 #include <vector>
 
-/// What a system must deliver to find, wait for, end and start processes.
+/// The services of a system to find, wait for, end and start processes.
 namespace common::processes
 {
 
-/// A process as it is met on a walk over all of them; it may be gone a moment later.
+/// A process of the walk over all of them. It may have ended since.
 struct Entry
 {
     unsigned long id;
@@ -22,10 +22,10 @@ struct Entry
 /// Returns the id of the parent process; 0 if it is unknown. Costs a system call on Linux.
 unsigned long ParentOf(const Entry& entry);
 
-/// Calls `visit` for each process that runs until it returns false. Visits none if there is no way to look.
+/// Calls `visit` for each process until it returns false. Visits none if the processes cannot be listed.
 void ForEach(const std::function<bool(const Entry&)>& visit);
 
-/// What an open process is needed for, besides waiting for its end; bits.
+/// Rights to an open process in addition to waiting for its end; bits.
 enum Right : unsigned int
 {
     OnlyWait = 0,
@@ -39,10 +39,10 @@ class Process
 public:
     virtual ~Process() = default;
 
-    /// Full native path of the image; empty if it cannot be told. Needs ReadImage.
+    /// Returns the full native path of the image; empty on failure. Needs ReadImage.
     virtual QString ImagePath() const = 0;
 
-    /// Ends the process at once, unasked. Needs the right Terminate.
+    /// Terminates the process at once. Needs the right Terminate.
     virtual bool End(unsigned int exitCode) = 0;
 
 protected:
@@ -69,16 +69,16 @@ enum class WaitResult
 /// Waits until all processes have ended, for `timeout` ms at the most.
 WaitResult WaitForAll(const ProcessList& processes, quint32 timeout);
 
-/// Ends the process with this id with exit code 0, if there is one; nothing is told of the outcome.
+/// Terminates the process with the given id and exit code 0, if it exists. Does not report the outcome.
 void EndById(unsigned long id);
 
-/// Paths of what is loaded into this process, in the order in which the loader has them.
+/// Returns the paths of the executable and the loaded libraries, in the order of the loader.
 QStringList OwnModules();
 
-/// Starts a program that gets no descriptor or handle of this process but the standard streams.
+/// Starts a program that inherits no descriptor or handle of this process except the standard streams.
 bool StartDetached(const QString& program, const QStringList& arguments, const QString& workingDirectory);
 
-/// The debugger that may be attached to this process.
+/// The debugger that is attached to this process, if any.
 class DebuggerOutput
 {
 public:

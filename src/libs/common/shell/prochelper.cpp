@@ -15,9 +15,9 @@ unsigned long Find(const QString& name, const std::function<bool(const processes
     const processes::DebuggerOutput debugger;
     unsigned long id = 0;
     processes::ForEach([&](const processes::Entry& entry) {
-        // Each process that is passed is traced; this is meant to stay.
+        // Kept for compatibility: each passed process is traced.
         debugger.Write(entry.executableName + QLatin1String("\r\n"));
-        // A process that has just come into being may have no name yet; an empty name is nobody's.
+        // A new process may have no name yet; an empty name matches none.
         if (!name.isEmpty() && entry.executableName.compare(name, Qt::CaseInsensitive) == 0 &&
             accepts(entry)) {
             id = entry.id;

@@ -10,13 +10,11 @@ namespace common
 {
 
 /**
- * The desktop around the program: well-known folders, plain file jobs, the file manager, shortcuts and
- * removal after exit.
+ * Well-known folders, plain file jobs, the file manager, shortcuts, processes and components.
  *
- * Everything runs on the calling thread, blocks it until the job is done and never retries; for long jobs
- * with progress there are the file copier and the file remover. Any thread may call. Failures come back as
- * the result, and on the log channel "common.shell" where a line is named below. A job that fails on the way
- * leaves what it has done in place.
+ * The functions block the calling thread, can be called from any thread and never retry. For long jobs with
+ * progress, use FileCopier and FileRemover. Failures are reported by the result, and on the log channel
+ * "common.shell" where a line is mentioned below. A job that fails halfway leaves its changes in place.
  */
 class VXCOMMON_EXPORT Shell
 {
@@ -24,18 +22,18 @@ public:
     Shell() = delete;
 
     /// @name Folders
-    /// Paths with native separators. A folder that is missing is made; whether that worked is not told.
+    /// Paths with native separators. A missing folder is created; a failure of that is not reported.
     /// @{
 
     /// Application data of the user: CSIDL_APPDATA (roaming) on Windows, XDG_DATA_HOME on Linux.
     static QString AppPath();
     /// CSIDL_DESKTOPDIRECTORY; the XDG user directory DESKTOP.
     static QString DesktopPath();
-    /// Where the user's start menu entries lie: CSIDL_PROGRAMS; "applications" in XDG_DATA_HOME.
+    /// Start menu entries of the user: CSIDL_PROGRAMS; "applications" in XDG_DATA_HOME.
     static QString StartMenuPath();
-    /// The quick launch folder below AppPath. Not made, and given whether or not the desktop has one.
+    /// The quick launch folder below AppPath. Not created, and returned even if the desktop has none.
     static QString QuickLaunchPath();
-    /// Always false: today's desktops have no quick launch bar.
+    /// Always returns false: desktops no longer have a quick launch bar.
     static bool IsQuickLaunchAvailable();
     /// Directory of the running executable, with forward slashes. On failure empty, with an Error line.
     static QString applicationDirPath();
@@ -45,10 +43,10 @@ public:
     static QString TempPath();
     /// @}
 
-    /// Always true: the product exists for 64-bit systems only.
+    /// Always returns true: the product exists for 64-bit systems only.
     static bool Is64BitSystem();
 
-    /// Language tag of the user such as "de-DE"; if the system tells none, the locale's name such as "de_DE".
+    /// Returns the language tag of the user such as "de-DE"; without one, the locale name such as "de_DE".
     static QString LocaleName();
 
     /// @name Files and directories
@@ -146,10 +144,10 @@ public:
                                const QString& description, const QString& applicationId);
 
     /**
-     * Starts a process of its own that removes the directory `path` and all in it within about 5 s, so that a
-     * program can remove its own installation. How the removal went is not watched.
+     * Starts a separate process that removes the directory `path` with everything in it within about 5 s, so
+     * that a program can remove its own installation. The outcome of the removal is not reported.
      *
-     * @return whether that process started, also told in the log; true if there is no such directory
+     * @return whether that process started, which is also logged; true if there is no such directory
      */
     static bool RemoveAfterExit(const QString& path);
     /// @}
@@ -159,9 +157,9 @@ public:
      *
      * A `name` without a directory is compared with the executable names of all processes, one with a
      * directory with the full paths of their images; letter case does not matter. A process that this user
-     * may not open counts as none, and so does one that has ended but was not yet collected by its parent. No
-     * more than 64 processes are looked at, the first in the system's order. Nothing is logged, but for one
-     * Warn line on a Linux kernel without pidfd.
+     * may not open counts as none, and so does one that has ended but was not yet collected by its parent. At
+     * most 64 processes are used, the first in the order of the system. Nothing is logged except for one Warn
+     * line on a Linux kernel without pidfd.
      *
      * On Linux the executable name is the base name of the image file, not what a program calls itself: a
      * script is its interpreter. Of a process whose image is not for this user to see it is the kernel's
@@ -195,8 +193,8 @@ public:
     static QStringList ProcessModules(const QString& name);
 
     /**
-     * Starts a program that goes on by itself when this one ends, and that gets no open file, socket or
-     * other handle of this process except, on Linux, the standard streams.
+     * Starts a program that outlives this process. It inherits no open file, socket or other handle of this
+     * process except, on Linux, the standard streams.
      *
      * @param workingDirectory empty for the current one
      * @return whether it started; false for a missing program or working directory

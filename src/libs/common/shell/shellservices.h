@@ -4,7 +4,7 @@
 
 #include <optional>
 
-/// What a desktop must deliver for common::Shell.
+/// The services of a desktop for common::Shell.
 namespace common::shellservices
 {
 
@@ -15,17 +15,16 @@ enum class Folder
     Programs
 };
 
-/// Native path of a well-known folder of the user, which is made if missing.
+/// Returns the native path of a well-known folder of the user, and creates it if it is missing.
 QString FolderPath(Folder folder);
 
-/// Path of the running executable; empty if it cannot be told.
+/// Returns the path of the running executable; empty on failure.
 QString ExecutablePath();
 
-/// Asks the desktop to show `path`: whether it accepted, or nothing if there is nobody to ask.
+/// Requests that the desktop shows `path`. Returns whether it accepted, or nothing if there is no service.
 std::optional<bool> SelectInFileManager(const QString& path);
 
-/// Starts the file manager as a program of its own; `command` receives the line that stands for it in the
-/// log.
+/// Starts the file manager as a separate program. `command` receives its command line for the log.
 bool StartFileManager(const QString& path, QString& command);
 
 struct Shortcut

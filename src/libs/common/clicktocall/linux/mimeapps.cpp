@@ -22,7 +22,7 @@ QByteArray KeyOf(const QByteArray& line)
     return sign < 0 || line.startsWith('#') ? QByteArray() : line.left(sign).trimmed();
 }
 
-/// Where the line's end, if it has one, begins.
+/// Returns the size of a line without its line end.
 qsizetype ContentSize(const QByteArray& line)
 {
     qsizetype size = line.size();
@@ -32,7 +32,7 @@ qsizetype ContentSize(const QByteArray& line)
     return size;
 }
 
-/// What stands behind the "=", with its blanks.
+/// Returns the part of a line after the "=", with its spaces.
 QByteArray ValueOf(const QByteArray& line)
 {
     const qsizetype start = line.indexOf('=') + 1;
@@ -52,7 +52,7 @@ QByteArray WithValue(const QByteArray& line, const QByteArray& value)
     return line.left(line.indexOf('=') + 1) + value + line.mid(ContentSize(line));
 }
 
-/// Removes what stands from `section` on if it is a header only; whether it was.
+/// Removes the lines from `section` on if they are only a header. Returns whether they were.
 bool DropSectionIfEmpty(QByteArrayList& lines, qsizetype section)
 {
     for (qsizetype i = section + 1; i < lines.size(); ++i) {
@@ -123,7 +123,7 @@ void MimeApps::SetDefault(const QByteArray& type, const QByteArray& id)
     } else if (header == lines.size() - 1) {
         EndLastLine();
     }
-    // Behind the header, so that a last line without an end stays as it is.
+    // After the header, so that a last line without a line end stays as it is.
     lines.insert(header + 1, type + '=' + id + ";\n");
 }
 
@@ -160,7 +160,7 @@ void MimeApps::RemoveExcept(const QByteArrayList& types, const QByteArray& id)
             cut = true;
         }
     }
-    // The blank line that sets a last section off goes with it.
+    // Remove the empty line before a removed last section as well.
     if (cut && DropSectionIfEmpty(kept, section) && !kept.isEmpty() && kept.last().trimmed().isEmpty()) {
         kept.removeLast();
     }

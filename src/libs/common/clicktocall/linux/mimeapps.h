@@ -6,20 +6,20 @@
 namespace common
 {
 
-/// The text of a mimeapps.list. What is not ours stays as it is, byte for byte, but a header that is left
-/// alone.
+/// The content of a mimeapps.list. Everything of others stays as it is, byte for byte, except for a header
+/// without a line.
 class MimeApps
 {
 public:
     explicit MimeApps(const QByteArray& text);
 
-    /// Ids of the desktop entries that `type` is opened with by default, the preferred one first.
+    /// Returns the ids of the default desktop entries for `type`, the preferred one first.
     QByteArrayList Defaults(const QByteArray& type) const;
 
-    /// Puts `id` in front of the defaults of `type`.
+    /// Makes `id` the first default of `type`.
     void SetDefault(const QByteArray& type, const QByteArray& id);
 
-    /// Takes `id` away from all URL schemes that are not in `types`, and from the list of removed ones.
+    /// Removes `id` from all URL schemes that are not in `types`, and from the removed associations.
     void RemoveExcept(const QByteArrayList& types, const QByteArray& id);
 
     QByteArray Text() const;

@@ -65,12 +65,13 @@ FileDescriptor LockForWriting()
     QDeadlineTimer deadline(lockLimit);
     timespec seen{};
     while (lock.IsOpen() && ::flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
+        const int error = errno;
         const timespec stamp = LastStamp(lock);
         if (stamp.tv_sec != seen.tv_sec || stamp.tv_nsec != seen.tv_nsec) {
             seen = stamp;
             deadline.setRemainingTime(lockLimit);
         }
-        if ((errno != EWOULDBLOCK && errno != EINTR) || deadline.hasExpired()) {
+        if ((error != EWOULDBLOCK && error != EINTR) || deadline.hasExpired()) {
             lock.Close();
         } else {
             QThread::msleep(lockRetryInterval);
@@ -91,7 +92,7 @@ public:
 
 /**
  * QSettings keeps changes that it could not write in the process, and hands them to the next object for the
- * same file. So each edit works on a copy under a name of its own.
+ * same file. So each edit works on a copy with a unique name.
  */
 class SettingsWriter final : public UserSettings
 {

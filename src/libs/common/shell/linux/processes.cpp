@@ -35,7 +35,7 @@ namespace
 
 constexpr logger::Channel logChannel{"common.shell"};
 
-/// How often an end is looked for where the kernel cannot report it.
+/// Interval of polling where the kernel cannot report the end.
 constexpr std::chrono::milliseconds pollInterval{20};
 
 /// Names one process other than init: to kill(2), 0 and negative numbers mean whole groups.
@@ -156,7 +156,7 @@ WaitResult PollForAll(const ProcessList& processes, const QDeadlineTimer& deadli
 int AddModule(dl_phdr_info* info, std::size_t /*size*/, void* paths)
 {
     QString path = QFile::decodeName(info->dlpi_name);
-    // As it was told to the loader, from the working directory of that time.
+    // As the loader got it, relative to the working directory of that time.
     if (path.contains(u'/') && QDir::isRelativePath(path)) {
         const auto* const end = info->dlpi_phdr + info->dlpi_phnum;
         const auto* const loaded = std::find_if(

@@ -40,7 +40,7 @@ QByteArray StatusValue(const QString& path, const char* key)
 
 std::optional<Stat> ReadStat(pid_t process)
 {
-    // "PID (NAME) STATE PARENT ...": the name may hold blanks and parentheses.
+    // "PID (NAME) STATE PARENT ...": the name may contain spaces and parentheses.
     const QByteArray text = ReadAll(PathOf(process, "stat"));
     const qsizetype nameBegin = text.indexOf('(') + 1;
     const qsizetype nameEnd = text.lastIndexOf(')');

@@ -10,13 +10,13 @@
 namespace common::procfile
 {
 
-/// What /proc/PID/stat says of a process; see proc(5).
+/// The content of /proc/PID/stat; see proc(5).
 struct Stat
 {
     QByteArray kernelName; ///< At most 15 bytes.
     pid_t parent = 0;
     bool hasEnded = false; ///< Only the exit code is left, for the parent to collect.
-    quint64 startTime = 0; ///< Clock ticks since boot; tells two processes with the same id apart.
+    quint64 startTime = 0; ///< Clock ticks since boot; distinguishes processes with the same id.
 };
 
 /// Nothing if there is no such process.
@@ -25,7 +25,7 @@ std::optional<Stat> ReadStat(pid_t process);
 /// Path of the image; empty for kernel threads, ended processes and those that this user may not look into.
 QString ImagePath(pid_t process);
 
-/// Base name of the image or, where that cannot be told, the kernel's name; empty if the process has ended.
+/// Returns the base name of the image or, without it, the name in the kernel; empty after the end.
 QString ExecutableName(pid_t process);
 
 /// Path of the file that is mapped into this process at an address; empty if none is.

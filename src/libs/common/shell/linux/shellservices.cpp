@@ -122,7 +122,7 @@ bool SaveShortcut(const Shortcut& shortcut, const QString& path)
             text += platform::DesktopEntryLine(key, value);
         }
     }
-    // A link is replaced itself, so that nobody can redirect the write.
+    // Replace a link itself, so that it cannot redirect the write.
     if (QFileInfo(path).isSymLink() && !QFile::remove(path)) {
         return false;
     }

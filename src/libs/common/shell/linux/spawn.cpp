@@ -31,7 +31,7 @@ struct Launch
     QByteArray workingDirectory;
     std::vector<QByteArray> texts;
     std::vector<char*> arguments;
-    int report = -1; ///< Takes errno of a failed start; closes by itself when the program runs.
+    int report = -1; ///< Takes errno of a failed start; closed automatically when the program runs.
     unsigned int descriptorLimit = 0;
 };
 

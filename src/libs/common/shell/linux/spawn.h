@@ -7,7 +7,7 @@ namespace common
 {
 
 /**
- * Starts a program in a session of its own, as a child of the init process, so that nobody has to reap it. Of
+ * Starts a program in a separate session as a child of the init process, which reaps it. Of
  * the descriptors of this process it gets 0, 1 and 2 only.
  *
  * @param program path, relative to `workingDirectory`, or bare name that is looked up in PATH
