@@ -6,16 +6,6 @@
 #include <table.h>
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
-
-#ifdef Q_OS_UNIX
-#include <csignal>
-
-#include <sys/file.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-#endif
 
 using common::ClickToCall;
 using common::chrome::PluginUtils;
@@ -47,11 +37,6 @@ private Q_SLOTS:
     void owner();
     void extension();
     void refused();
-#ifdef Q_OS_UNIX
-    void refusedForGood();
-    void heldStore();
-    void writersAtOnce();
-#endif
 
 private:
     UserTree user;
@@ -183,80 +168,6 @@ void TestRegistration::refused()
     QVERIFY(log.lines.back().text.startsWith("Can't write to registry at "));
 #endif
 }
-
-#ifdef Q_OS_UNIX
-const QString pluginId = QStringLiteral("abcdefghijklmnopabcdefghijklmnop");
-
-// A directory in the place of the store refuses each write, also one by the superuser.
-void TestRegistration::refusedForGood()
-{
-    const UserTree tree;
-    const QString store = tree.ConfigPath("vxcommon/registry.ini");
-    QVERIFY(PluginUtils::RegisterPlugin("first"));
-    QVERIFY(PluginUtils::RegisterPlugin(pluginId));
-    QVERIFY(QFile::rename(store, store + ".kept") && QDir().mkdir(store));
-    QVERIFY(!ClickToCall::registerProtocols({"tel"}, application, organization));
-    QCOMPARE(ClickToCall::stateOfProtocols(application, organization), QStringList());
-    QVERIFY(!QFile::exists(tree.ConfigPath("mimeapps.list")));
-    QVERIFY(QDir().rmdir(store) && QFile::rename(store + ".kept", store));
-
-    // A full disk, as far as files of more than 100 bytes are concerned.
-    rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit small{100, limit.rlim_max};
-    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &small);
-    const bool unregistered = PluginUtils::UnregisterPlugin("first");
-    setrlimit(RLIMIT_FSIZE, &limit);
-    std::signal(SIGXFSZ, oldHandler);
-    QVERIFY(unregistered && PluginUtils::IsRegistered("first"));
-
-    QVERIFY(PluginUtils::RegisterPlugin("second"));
-    QVERIFY(PluginUtils::IsRegistered("first") && PluginUtils::IsRegistered(pluginId));
-    QVERIFY(!filetree::Read(store).contains("RegisteredApplications"));
-    QCOMPARE(QDir(tree.ConfigPath("vxcommon")).entryList(QDir::Files),
-             QStringList({"registry.ini", "registry.writer"}));
-}
-
-void TestRegistration::heldStore()
-{
-    const UserTree tree;
-    QFile lock(tree.ConfigPath("vxcommon/registry.writer"));
-    filetree::Write(lock.fileName(), "");
-    QVERIFY(lock.open(QIODevice::ReadOnly) && flock(lock.handle(), LOCK_SH) == 0);
-    const RecordingLogger log;
-    QElapsedTimer timer;
-    timer.start();
-    QVERIFY(!ClickToCall::registerProtocols({"tel"}, application, organization));
-    QVERIFY(timer.elapsed() < 5000);
-    QCOMPARE(log.Lines("common.clicktocall", 7), QStringList("3 ClickToCall::registerProtocols1"));
-    QVERIFY(!PluginUtils::RegisterPlugin(pluginId));
-    QVERIFY(!QFile::exists(tree.ConfigPath("vxcommon/registry.ini")));
-}
-
-void TestRegistration::writersAtOnce()
-{
-    const UserTree tree;
-    constexpr int writers = 8;
-    constexpr int keys = 100;
-    std::vector<pid_t> children;
-    for (int writer = 0; writer < writers; ++writer) {
-        children.push_back(fork());
-        if (children.back() == 0) {
-            bool done = true;
-            for (int key = 0; key < keys; ++key) {
-                done = PluginUtils::RegisterPlugin(QString("w%1k%2").arg(writer).arg(key)) && done;
-            }
-            _exit(done ? 0 : 1);
-        }
-    }
-    for (const pid_t child : children) {
-        int status = -1;
-        QVERIFY(waitpid(child, &status, 0) == child && status == 0);
-    }
-    QCOMPARE(UserTree::Below("Software/Google/Chrome/Extensions").size(), writers * keys);
-}
-#endif
 
 QTEST_GUILESS_MAIN(TestRegistration)
 #include "tst_registration.moc"

@@ -6,9 +6,11 @@
 #include <table.h>
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <functional>
 #include <future>
 #include <memory>
@@ -16,13 +18,18 @@
 #include <vector>
 
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using common::ClickToCall;
+using common::chrome::PluginUtils;
 
 namespace
 {
+
+const QString pluginId = QStringLiteral("abcdefghijklmnopabcdefghijklmnop");
 
 QByteArray DefaultHandler(const QString& scheme)
 {
@@ -68,6 +75,9 @@ private Q_SLOTS:
     void relativeDirectories();
     void unreadableList();
     void listChangedMeanwhile();
+    void refused();
+    void heldStore();
+    void writersAtOnce();
 
 private:
     std::unique_ptr<UserTree> user;
@@ -209,8 +219,8 @@ void TestUrlHandlers::relativeDirectories()
     QVERIFY(QDir::setCurrent(work.path()));
     qputenv("XDG_CONFIG_HOME", "config");
     qputenv("XDG_DATA_HOME", "data");
-    const bool done = ClickToCall::registerProtocols({"tel"}, "Phone", "Maker") &&
-                      common::chrome::PluginUtils::RegisterPlugin("abcdefghijklmnopabcdefghijklmnop");
+    const bool done =
+        ClickToCall::registerProtocols({"tel"}, "Phone", "Maker") && PluginUtils::RegisterPlugin(pluginId);
     QVERIFY(QDir::setCurrent(before));
     QVERIFY(done);
     QCOMPARE(filetree::Snapshot(work.path()), QStringList());
@@ -252,6 +262,75 @@ void TestUrlHandlers::listChangedMeanwhile()
     const QByteArray list = filetree::Read(path);
     QVERIFY2(list.contains("a/1=") && list.contains("a/2=") && list.contains("a/3="), list.constData());
     QVERIFY2(list.contains("x-scheme-handler/tel="), list.constData());
+}
+
+// A directory in the place of the store refuses each write, also one by the superuser.
+void TestUrlHandlers::refused()
+{
+    const QString store = user->ConfigPath("vxcommon/registry.ini");
+    QVERIFY(PluginUtils::RegisterPlugin("first"));
+    QVERIFY(PluginUtils::RegisterPlugin(pluginId));
+    QVERIFY(QFile::rename(store, store + ".kept") && QDir().mkdir(store));
+    QVERIFY(!ClickToCall::registerProtocols({"tel"}, "Phone", "Maker"));
+    QCOMPARE(ClickToCall::stateOfProtocols("Phone", "Maker"), QStringList());
+    QVERIFY(!QFile::exists(user->ConfigPath("mimeapps.list")));
+    QVERIFY(QDir().rmdir(store) && QFile::rename(store + ".kept", store));
+
+    // A full disk, as far as files of more than 100 bytes are concerned.
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit small{100, limit.rlim_max};
+    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    const bool unregistered = PluginUtils::UnregisterPlugin("first");
+    setrlimit(RLIMIT_FSIZE, &limit);
+    std::signal(SIGXFSZ, oldHandler);
+    QVERIFY(unregistered && PluginUtils::IsRegistered("first"));
+
+    QVERIFY(PluginUtils::RegisterPlugin("second"));
+    QVERIFY(PluginUtils::IsRegistered("first") && PluginUtils::IsRegistered(pluginId));
+    QVERIFY(!filetree::Read(store).contains("RegisteredApplications"));
+    QCOMPARE(QDir(user->ConfigPath("vxcommon")).entryList(QDir::Files),
+             QStringList({"registry.ini", "registry.writer"}));
+}
+
+void TestUrlHandlers::heldStore()
+{
+    QVERIFY(ClickToCall::registerProtocols({"tel"}, "Phone", "Maker"));
+    const QString home = QFileInfo(user->ConfigPath()).path();
+    const QStringList before = filetree::Snapshot(home);
+    QFile lock(user->ConfigPath("vxcommon/registry.writer"));
+    QVERIFY(lock.open(QIODevice::ReadOnly) && flock(lock.handle(), LOCK_SH) == 0);
+    const RecordingLogger log;
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(!ClickToCall::registerProtocols({"sip"}, "Phone", "Maker"));
+    QVERIFY(timer.elapsed() < 5000);
+    QCOMPARE(log.Lines("common.clicktocall", 7), QStringList("3 ClickToCall::registerProtocols1"));
+    QVERIFY(!PluginUtils::RegisterPlugin(pluginId));
+    QCOMPARE(filetree::Snapshot(home), before);
+}
+
+void TestUrlHandlers::writersAtOnce()
+{
+    constexpr int writers = 8;
+    constexpr int keys = 100;
+    std::vector<pid_t> children;
+    for (int writer = 0; writer < writers; ++writer) {
+        children.push_back(fork());
+        if (children.back() == 0) {
+            bool done = true;
+            for (int key = 0; key < keys; ++key) {
+                done = PluginUtils::RegisterPlugin(QString("w%1k%2").arg(writer).arg(key)) && done;
+            }
+            _exit(done ? 0 : 1);
+        }
+    }
+    for (const pid_t child : children) {
+        int status = -1;
+        QVERIFY(waitpid(child, &status, 0) == child && status == 0);
+    }
+    QCOMPARE(UserTree::Below("Software/Google/Chrome/Extensions").size(), writers * keys);
 }
 
 int main(int argc, char* argv[])

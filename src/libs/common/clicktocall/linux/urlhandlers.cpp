@@ -225,10 +225,16 @@ QString UserChoice(const QSettings& settings, const QString& protocol, const Own
 void NotifyChanged(std::unique_ptr<platform::UserSettings> settings, const Owner& owner,
                    const QStringList& chosen)
 {
+    // The desktop gets what was saved; without a copy, the tree of a writer is empty.
+    const auto stored =
+        platform::OpenUserSettings(QStringLiteral("HKEY_CURRENT_USER"), platform::UserSettingsAccess::Read);
+    if (stored->Tree().status() != QSettings::NoError) {
+        return;
+    }
     const QByteArray id = HandlerEntryId(owner);
-    const QString program = ProgramOf(settings->Tree(), owner);
+    const QString program = ProgramOf(stored->Tree(), owner);
     const QByteArrayList types =
-        program.isEmpty() ? QByteArrayList() : RegisteredTypes(settings->Tree(), owner);
+        program.isEmpty() ? QByteArrayList() : RegisteredTypes(stored->Tree(), owner);
 
     const QByteArray entry = types.isEmpty() ? QByteArray() : HandlerEntry(owner.application, program, types);
     const bool hasNewEntry =
