@@ -6,31 +6,32 @@
 #include <QRegularExpression>
 #include <QUrl>
 
-namespace vxphone
-{
+using namespace Qt::StringLiterals;
 
-Reading Read(const QString& address)
+namespace number = common::contact::number;
+
+Reading ReadAddress(const QString& address)
 {
     const auto text = [](const char* english) { return QCoreApplication::translate("Reading", english); };
-    const auto number = common::contact::number::CreateInstance(address);
-    switch (number->Kind()) {
-    case common::contact::number::ServiceNumber:
-        return {text("Service number"), QStringLiteral("service"), number->DisplayText()};
-    case common::contact::number::PhoneNumber:
-        return {text("Phone number"), QStringLiteral("phone"), number->DisplayText()};
-    case common::contact::number::SipAddress:
-        return {text("SIP address"), QStringLiteral("at"), number->DisplayText()};
+    const auto context = number::CreateInstance(address);
+    switch (context->Kind()) {
+    case number::ServiceNumber:
+        return {text("Service number"), u"service"_s, context->DisplayText()};
+    case number::PhoneNumber:
+        return {text("Phone number"), u"phone"_s, context->DisplayText()};
+    case number::SipAddress:
+        return {text("SIP address"), u"at"_s, context->DisplayText()};
     default:
-        return {text("Skype name"), QStringLiteral("chat"), number->Address()};
+        return {text("Skype name"), u"chat"_s, context->Address()};
     }
 }
 
 QString PlainAddress(const QString& link)
 {
-    static const QRegularExpression scheme(QStringLiteral("^(callto|tel|sips?):/*"),
+    static const QRegularExpression scheme(u"^(callto|tel|sips?):/*"_s,
                                            QRegularExpression::CaseInsensitiveOption);
-    static const QRegularExpression extension(QStringLiteral(";ext=([0-9*#]+)"));
-    static const QRegularExpression parameters(QStringLiteral("[;?]"));
+    static const QRegularExpression extension(u";ext=([0-9*#]+)"_s);
+    static const QRegularExpression parameters(u"[;?]"_s);
     QString plain = QUrl::fromPercentEncoding(link.toUtf8()).trimmed();
     if (!plain.contains(scheme)) {
         return plain;
@@ -44,11 +45,8 @@ QString PlainAddress(const QString& link)
 
 QString AddressKey(const QString& address)
 {
-    static const QRegularExpression separators(QStringLiteral("[-+(). ]"));
-    const auto number = common::contact::number::CreateInstance(address);
-    const bool isPhone = number->Kind() == common::contact::number::PhoneNumber;
-    QString key = number->FullAddress().toLower();
-    return isPhone ? key.remove(separators) : key;
+    static const QRegularExpression separators(u"[-+(). ]"_s);
+    const auto context = number::CreateInstance(address);
+    const QString key = context->FullAddress().toLower();
+    return context->Kind() == number::PhoneNumber ? QString(key).remove(separators) : key;
 }
-
-} // namespace vxphone

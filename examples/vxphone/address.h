@@ -2,9 +2,6 @@
 
 #include <QString>
 
-namespace vxphone
-{
-
 /// What the library reads in an address, in words.
 struct Reading
 {
@@ -13,12 +10,10 @@ struct Reading
     QString shown;  ///< The address as people read it.
 };
 
-Reading Read(const QString& address);
+Reading ReadAddress(const QString& address);
 
 /// Returns the address that a link such as "tel:+1-212-555-0100;ext=12" leads to; any other text verbatim.
 QString PlainAddress(const QString& link);
 
 /// Returns a key that is equal for all spellings of one address.
 QString AddressKey(const QString& address);
-
-} // namespace vxphone

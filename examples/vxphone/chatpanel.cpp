@@ -1,6 +1,6 @@
 #include "panels.h"
 
-#include "appearance.h"
+#include "widgets.h"
 
 #include <common/tools/url.h>
 
@@ -19,20 +19,10 @@
 #include <QToolButton>
 #include <QUrl>
 
-#include <utility>
-
-namespace vxphone
-{
+using namespace Qt::StringLiterals;
 
 namespace
 {
-
-struct Message
-{
-    bool isOwn;
-    QString time;
-    QString text;
-};
 
 /// Returns the text as HTML, with its links as anchors.
 QString WithAnchors(const QString& text)
@@ -44,7 +34,7 @@ QString WithAnchors(const QString& text)
         const QString link = text.mid(start, length);
         const QString target = QUrl::fromUserInput(link).toString(QUrl::FullyEncoded);
         html += text.mid(position, start - position).toHtmlEscaped();
-        html += QStringLiteral("<a href=\"%1\">%2</a>").arg(target.toHtmlEscaped(), link.toHtmlEscaped());
+        html += u"<a href=\"%1\">%2</a>"_s.arg(target.toHtmlEscaped(), link.toHtmlEscaped());
         position = start + length;
     }
     return html + text.mid(position).toHtmlEscaped();
@@ -54,95 +44,75 @@ QString WithAnchors(const QString& text)
 class ChatView : public QTextBrowser
 {
 public:
-    void Add(const Message& message)
+    void Add(const QString& sender, const QString& text, bool isOwn)
     {
-        messages += message;
-        Append(message);
+        const QString layout = isOwn ? u"align=\"right\" style=\"margin: 0 8px 2px 90px\""_s
+                                     : u"align=\"left\" style=\"margin: 0 90px 2px 0\""_s;
+        const QString time = QLocale().toString(QTime::currentTime(), QLocale::ShortFormat);
+        html += u"<table %1 cellpadding=\"8\" cellspacing=\"0\"><tr><td>"
+                "<small><b>%2</b>&nbsp; %3</small><br>%4</td></tr></table>"_s.arg(layout, sender, time,
+                                                                                  WithAnchors(text));
+        setHtml(html);
         verticalScrollBar()->setValue(verticalScrollBar()->maximum());
     }
 
 protected:
     void paintEvent(QPaintEvent* event) override
     {
-        if (messages.isEmpty()) {
-            PaintEmptyState(viewport(), QStringLiteral("chat"),
+        if (html.isEmpty()) {
+            PaintEmptyState(viewport(), u"chat"_s,
                             tr("Say something: the echo answers.\nLinks and numbers such as "
                                "tel:+1-212-555-0100 can be clicked."));
             return;
         }
-        constexpr int radius = 8;
-        QPainter painter(viewport());
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.translate(-horizontalScrollBar()->value(), -verticalScrollBar()->value());
-        const QColor base = palette().color(QPalette::Base);
-        const QColor own = Mix(base, palette().color(QPalette::Highlight), 0.25);
-        const QColor other = Mix(base, palette().color(QPalette::Text), 0.09);
-        const auto frames = document()->rootFrame()->childFrames();
-        for (qsizetype i = 0; i < frames.size(); ++i) {
-            const QTextBlock block = frames.at(i)->firstCursorPosition().block();
-            QRectF bubble = document()->documentLayout()->blockBoundingRect(block);
-            bubble.adjust(-padding, 2 - padding, padding, padding - 2);
-            if (messages.at(i).isOwn) {
-                bubble.setRight(document()->size().width() - document()->documentMargin());
-            }
-            painter.setBrush(messages.at(i).isOwn ? own : other);
-            painter.drawRoundedRect(bubble, radius, radius);
-        }
-        painter.end();
+        PaintBubbles();
         QTextBrowser::paintEvent(event);
     }
 
-    /// Colours become part of the document when a message is added.
+    /// The colour of links becomes part of the document.
     void changeEvent(QEvent* event) override
     {
         QTextBrowser::changeEvent(event);
         if (event->type() == QEvent::PaletteChange) {
-            clear();
-            for (const Message& message : std::as_const(messages)) {
-                Append(message);
-            }
+            setHtml(html);
         }
     }
 
 private:
-    void Append(const Message& message)
+    void PaintBubbles()
     {
-        constexpr int wideMargin = 90;
-        QTextTableFormat format;
-        format.setAlignment(message.isOwn ? Qt::AlignRight : Qt::AlignLeft);
-        format.setLeftMargin(message.isOwn ? wideMargin : 0);
-        format.setRightMargin(message.isOwn ? 0 : wideMargin);
-        format.setBorder(0);
-        format.setCellPadding(padding);
-        format.setCellSpacing(0);
-        QTextCursor cursor(document());
-        cursor.movePosition(QTextCursor::End);
-        const QTextTable* const table = cursor.insertTable(1, 1, format);
-        const QString quiet = ToneColour(palette(), Tone::Quiet).name();
-        table->cellAt(0, 0).firstCursorPosition().insertHtml(
-            QStringLiteral("<span style=\"color:%1\"><b>%2</b>&nbsp; %3</span><br>%4")
-                .arg(quiet, message.isOwn ? tr("You") : tr("Echo"), message.time, WithAnchors(message.text)));
-        QTextBlockFormat gap;
-        gap.setLineHeight(6, QTextBlockFormat::FixedHeight);
-        cursor.movePosition(QTextCursor::End);
-        cursor.setBlockFormat(gap);
+        constexpr int margin = 6; // Between a bubble and its text.
+        constexpr int radius = 8;
+        QPainter painter(viewport());
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.translate(0, -verticalScrollBar()->value());
+        const auto frames = document()->rootFrame()->childFrames();
+        for (const QTextFrame* const frame : frames) {
+            const bool isOwn = frame->frameFormat().leftMargin() > 0;
+            QColor colour = palette().color(isOwn ? QPalette::Highlight : QPalette::Text);
+            colour.setAlphaF(isOwn ? 0.25F : 0.09F);
+            painter.setBrush(colour);
+            const QTextBlock block = frame->firstCursorPosition().block();
+            QRectF bubble = document()->documentLayout()->blockBoundingRect(block);
+            bubble.adjust(-margin, -margin, margin, margin);
+            if (isOwn) {
+                bubble.setRight(document()->size().width() - document()->documentMargin());
+            }
+            painter.drawRoundedRect(bubble, radius, radius);
+        }
     }
 
-    static constexpr int padding = 8; ///< Between a bubble and its text.
-    QList<Message> messages;
+    QString html;
 };
 
 QLayout* CreateHeading(const QList<QAction*>& actions, QWidget* line)
 {
-    auto* const title = new QLabel(QTextBrowser::tr("&Messages"));
-    title->setObjectName(QStringLiteral("title"));
-    title->setBuddy(line);
     auto* const heading = new QHBoxLayout;
-    heading->addWidget(title, 1);
+    heading->addWidget(CreateTitle(QTextBrowser::tr("&Messages"), line), 1);
     for (QAction* const action : actions) {
         auto* const button = new QToolButton;
-        button->setObjectName(QStringLiteral("action"));
+        button->setObjectName(u"action"_s);
         button->setDefaultAction(action);
         button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
         button->setFocusPolicy(Qt::TabFocus);
@@ -153,9 +123,7 @@ QLayout* CreateHeading(const QList<QAction*>& actions, QWidget* line)
 
 void FollowLink(const QUrl& link, const std::function<void(const QString& link)>& call)
 {
-    const QStringList callSchemes{QStringLiteral("tel"), QStringLiteral("callto"), QStringLiteral("sip"),
-                                  QStringLiteral("sips")};
-    if (callSchemes.contains(link.scheme())) {
+    if (QStringList{u"tel"_s, u"callto"_s, u"sip"_s, u"sips"_s}.contains(link.scheme())) {
         call(link.toString());
     } else {
         QDesktopServices::openUrl(link);
@@ -169,11 +137,10 @@ QWidget* CreateChatPanel(const QList<QAction*>& actions, const std::function<voi
     auto* const panel = new QWidget;
     auto* const view = new ChatView;
     auto* const line = new QLineEdit;
-    auto* const send = new QPushButton(SymbolIcon(QStringLiteral("send")), QTextBrowser::tr("&Send"));
+    auto* const send = new QPushButton(SymbolIcon(u"send"_s), QTextBrowser::tr("&Send"));
     view->setOpenLinks(false);
     view->setAccessibleName(QTextBrowser::tr("Chat"));
     line->setPlaceholderText(QTextBrowser::tr("Write a message"));
-    line->setAccessibleName(QTextBrowser::tr("Message"));
 
     auto* const layout = new QGridLayout(panel);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -187,15 +154,13 @@ QWidget* CreateChatPanel(const QList<QAction*>& actions, const std::function<voi
         const QString text = line->text().trimmed();
         line->clear();
         if (!text.isEmpty()) {
-            const QString time = QLocale().toString(QTime::currentTime(), QLocale::ShortFormat);
-            view->Add({true, time, text});
             constexpr int thinkingTime = 600; // Milliseconds.
-            QTimer::singleShot(thinkingTime, view, [view, time, text] { view->Add({false, time, text}); });
+            view->Add(QTextBrowser::tr("You"), text, true);
+            QTimer::singleShot(thinkingTime, view,
+                               [view, text] { view->Add(QTextBrowser::tr("Echo"), text, false); });
         }
     });
     QObject::connect(view, &QTextBrowser::anchorClicked, view,
                      [call](const QUrl& link) { FollowLink(link, call); });
     return panel;
 }
-
-} // namespace vxphone

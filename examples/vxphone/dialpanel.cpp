@@ -1,8 +1,8 @@
 #include "panels.h"
 
 #include "address.h"
-#include "appearance.h"
 #include "phonebook.h"
+#include "widgets.h"
 
 #include <common/sip/sipid.h>
 #include <common/tools/insertionfixupvalidator.h>
@@ -11,15 +11,14 @@
 #include <QLineEdit>
 #include <QPushButton>
 
-namespace vxphone
-{
+using namespace Qt::StringLiterals;
 
 DialPanel::DialPanel(const PhoneBook& book_)
     : book(book_)
     , field(new QLineEdit)
-    , call(new QPushButton(SymbolIcon(QStringLiteral("phone"), Qt::white), tr("&Call")))
-    , add(new QPushButton(SymbolIcon(QStringLiteral("person-add")), tr("&Add contact")))
-    , reading(new Line(Tone::Quiet))
+    , call(new QPushButton(SymbolIcon(u"phone"_s, Qt::white), tr("&Call")))
+    , add(new QPushButton(SymbolIcon(u"person-add"_s), tr("&Add contact")))
+    , reading(new Line)
 {
     field->setPlaceholderText(tr("Number or address"));
     field->setAccessibleName(tr("Number or address to call"));
@@ -28,10 +27,8 @@ DialPanel::DialPanel(const PhoneBook& book_)
     QFont large = field->font();
     large.setPointSizeF(large.pointSizeF() * 1.4);
     field->setFont(large);
-    call->setObjectName(QStringLiteral("call"));
-    for (QPushButton* const button : {call, add}) {
-        button->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding);
-    }
+    call->setObjectName(u"call"_s);
+    add->setObjectName(u"add"_s);
 
     auto* const layout = new QGridLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -62,14 +59,13 @@ void DialPanel::ShowReading()
     call->setEnabled(!address.isEmpty());
     add->setEnabled(!address.isEmpty());
     if (address.isEmpty()) {
-        reading->Show(tr("Type a number, an address or a link such as tel:+1-212-555-0100"));
+        reading->Show(tr("Type a number, an address or a link such as tel:+1-212-555-0100"), Tone::Quiet);
         return;
     }
-    const Reading read = Read(address);
-    const Contact* const contact = book.Find(address);
-    const QString text = tr("%1 · %2").arg(read.kind, read.shown);
-    reading->Show(contact != nullptr ? tr("%1 · %2").arg(contact->ShownName(), text) : text, Tone::Quiet,
-                  read.symbol);
+    const Reading read = ReadAddress(address);
+    QStringList parts{read.kind, read.shown};
+    if (const Contact* const contact = book.Find(address); contact != nullptr) {
+        parts.prepend(contact->ShownName());
+    }
+    reading->Show(parts.join(u" · "_s), Tone::Quiet, read.symbol);
 }
-
-} // namespace vxphone

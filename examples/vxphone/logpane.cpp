@@ -1,54 +1,39 @@
 #include "logpane.h"
 
 #include <QFontDatabase>
-#include <QPlainTextEdit>
-#include <QScrollBar>
 #include <QTime>
 
-#include <algorithm>
+using namespace Qt::StringLiterals;
+using namespace common::logger;
 
-namespace vxphone
+void PaneLogger::Write(const IMessage& message)
 {
+    GetLog4cpp()->Write(message);
+    static const QStringList names{u"FATAL"_s, u"ALERT"_s,  u"CRIT"_s, u"ERROR"_s,
+                                   u"WARN"_s,  u"NOTICE"_s, u"INFO"_s, u"DEBUG"_s};
+    if (message.GetLevel() <= GetLevel()) {
+        const Channel* const channel = message.GetChannel();
+        Q_EMIT written(u"%1  %2  %3: %4"_s.arg(
+            QTime::currentTime().toString(u"HH:mm:ss"_s), names.value(message.GetLevel()).leftJustified(6),
+            QString::fromUtf8(channel != nullptr ? channel->name : ""), *message.GetText()));
+    }
+}
 
-PaneLogger::PaneLogger(common::logger::ILogger& next_)
-    : next(next_)
-    , pane(new QPlainTextEdit)
+LogPane::LogPane(const PaneLogger& logger)
 {
     constexpr int maxLines = 1000;
-    SetLevel(common::logger::Info);
-    pane->setReadOnly(true);
-    pane->setTabChangesFocus(true);
-    pane->setLineWrapMode(QPlainTextEdit::NoWrap);
-    pane->setMaximumBlockCount(maxLines);
-    pane->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-    pane->setAccessibleName(tr("Log"));
-
-    // The pane's own following stops while it is hidden.
-    QScrollBar* const bar = pane->verticalScrollBar();
-    connect(bar, &QScrollBar::valueChanged, pane,
-            [this, bar](int value) { followsEnd = value == bar->maximum(); });
-    connect(bar, &QScrollBar::rangeChanged, pane, [this, bar](int /*minimum*/, int maximum) {
-        if (followsEnd) {
-            bar->setValue(maximum);
-        }
-    });
+    setReadOnly(true);
+    setTabChangesFocus(true);
+    setLineWrapMode(NoWrap);
+    setMaximumBlockCount(maxLines);
+    setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    setAccessibleName(tr("Log"));
     // Queued, and through the event loop, which knows whether the pane still lives.
-    connect(this, &PaneLogger::written, pane, &QPlainTextEdit::appendPlainText, Qt::QueuedConnection);
+    connect(&logger, &PaneLogger::written, this, &QPlainTextEdit::appendPlainText, Qt::QueuedConnection);
 }
 
-void PaneLogger::Write(const common::logger::IMessage& message)
+void LogPane::showEvent(QShowEvent* event)
 {
-    next.Write(message);
-    if (message.GetLevel() > GetLevel()) {
-        return;
-    }
-    static const char* const names[] = {"FATAL", "ALERT", "CRIT", "ERROR", "WARN", "NOTICE", "INFO", "DEBUG"};
-    const int known = std::clamp<int>(message.GetLevel(), common::logger::Fatal, common::logger::Debug);
-    const common::logger::Channel* const channel = message.GetChannel();
-    Q_EMIT written(QStringLiteral("%1  %2  %3: %4")
-                       .arg(QTime::currentTime().toString(QStringLiteral("HH:mm:ss")),
-                            QString::fromLatin1(names[known]).leftJustified(6),
-                            QString::fromUtf8(channel != nullptr ? channel->name : ""), *message.GetText()));
+    QPlainTextEdit::showEvent(event);
+    moveCursor(QTextCursor::End); // A hidden pane does not follow its text.
 }
-
-} // namespace vxphone

@@ -1,16 +1,14 @@
 #include "logpane.h"
 #include "mainwindow.h"
+#include "widgets.h"
 
 #include <common/singleapp/qtsingleapplication.h>
 
 #include <QCommandLineParser>
-#include <QDir>
 #include <QFile>
-#include <QPlainTextEdit>
 #include <QStandardPaths>
 
-#include <algorithm>
-
+using namespace Qt::StringLiterals;
 using namespace common::logger;
 
 namespace
@@ -22,77 +20,65 @@ namespace
 /// plugins from any directory. So the application object must not see what a link may have brought.
 QString CutAddress(int& argc, char** argv)
 {
-    char** const end = argv + argc;
-    char** const option = std::find_if(argv + 1, end, [](const char* argument) {
-        const QByteArrayView text(argument);
-        return text == "--callto" || text.startsWith("--callto=");
-    });
-    if (option == end) {
-        return {};
+    const QString option = u"--callto"_s;
+    for (int i = 1; i < argc; ++i) {
+        const QString argument = QString::fromLocal8Bit(argv[i]);
+        if (argument == option || argument.startsWith(option + u'=')) {
+            const QString next = i + 1 < argc ? QString::fromLocal8Bit(argv[i + 1]) : QString();
+            argc = i;
+            argv[argc] = nullptr;
+            return argument == option ? next : argument.section(u'=', 1);
+        }
     }
-    argc = static_cast<int>(option - argv);
-    const QString text = QString::fromLocal8Bit(*option);
-    const QString address = text.contains(u'=') ? text.section(u'=', 1)
-                            : option + 1 == end ? QString()
-                                                : QString::fromLocal8Bit(option[1]);
-    *option = nullptr;
-    return address;
+    return {};
 }
 
-void AddOptions(QCommandLineParser& parser)
+QDir ReadOptions(const QCoreApplication& application)
 {
-    parser.setApplicationDescription(
-        QStringLiteral("A miniature softphone window. Its calls are simulated."));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(u"A miniature softphone window. Its calls are simulated."_s);
     parser.addHelpOption();
     parser.addVersionOption();
-    parser.addOption({QStringLiteral("data"), QStringLiteral("Directory for contacts and files."),
-                      QStringLiteral("DIRECTORY"),
+    parser.addOption({u"data"_s, u"Directory for contacts and files."_s, u"DIRECTORY"_s,
                       QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation)});
     // For --help only: the address is no longer among the arguments.
-    parser.addOption({QStringLiteral("callto"),
-                      QStringLiteral("Offer an address or link for a call, such as tel:+74951234567. "
-                                     "Must be the last option: what follows the address is ignored."),
-                      QStringLiteral("ADDRESS")});
+    parser.addOption(
+        {u"callto"_s,
+         u"Offer an address or link for a call, such as tel:+74951234567. Must be the last option: "
+         "what follows the address is ignored."_s,
+         u"ADDRESS"_s});
+    parser.process(application);
+    return QDir(parser.value(u"data"_s));
 }
 
 void ConfigureLog(const QString& file)
 {
     constexpr std::size_t maxFileSize = std::size_t{1024} * 1024;
     constexpr int maxBackups = 2;
-    GetLog4cpp()->Configure(Info, Target::RollingFile, Option::PatternLayout, QString(), QStringLiteral("qt"),
-                            QString(), file, QString(), maxFileSize, maxBackups);
+    GetLog4cpp()->Configure(Info, Target::RollingFile, Option::PatternLayout, QString(), u"qt"_s, QString(),
+                            file, QString(), maxFileSize, maxBackups);
 }
 
 void ApplyStyle()
 {
     // Some desktops set no colour for placeholders, or one that cannot be read.
-    constexpr float opacity = 0.62F;
     QPalette palette;
-    QColor placeholder = QApplication::palette().color(QPalette::Text);
-    placeholder.setAlphaF(opacity);
-    palette.setColor(QPalette::PlaceholderText, placeholder);
+    palette.setColor(QPalette::PlaceholderText, ToneColour(QApplication::palette(), Tone::Quiet));
     QApplication::setPalette(palette);
-    QFile style(QStringLiteral(":/vxphone.qss"));
-    if (style.open(QIODevice::ReadOnly)) {
-        qApp->setStyleSheet(QString::fromUtf8(style.readAll()));
-    }
+    qApp->setStyleSheet(u"file:///:/vxphone.qss"_s);
 }
 
 int ShowWindow(QtSingleApplication& application, const QDir& dataFolder, const QString& address)
 {
-    vxphone::PaneLogger logger(*GetLog4cpp());
+    PaneLogger logger;
     SetLogger(&logger);
-    int exitCode = 0;
-    {
-        vxphone::MainWindow window(application, dataFolder, logger.Pane());
-        QObject::connect(&application, &QtSingleApplication::messageReceived, &window,
-                         &vxphone::MainWindow::TakeAddress);
-        application.setActivationWindow(&window, true);
-        window.TakeAddress(address);
-        window.show();
-        exitCode = QtSingleApplication::exec();
-        application.setActivationWindow(nullptr, false);
-    }
+    MainWindow window(application, dataFolder, new LogPane(logger));
+    QObject::connect(&application, &QtSingleApplication::messageReceived, &window, &MainWindow::TakeAddress);
+    application.setActivationWindow(&window, true);
+    window.TakeAddress(address);
+    window.show();
+    const int exitCode = QtSingleApplication::exec();
+    application.setActivationWindow(nullptr, false);
     SetLogger(GetLog4cpp());
     return exitCode;
 }
@@ -102,15 +88,12 @@ int ShowWindow(QtSingleApplication& application, const QDir& dataFolder, const Q
 int main(int argc, char* argv[])
 {
     const QString address = CutAddress(argc, argv);
-    QtSingleApplication::setApplicationName(QStringLiteral("vxphone"));
+    QtSingleApplication::setApplicationName(u"vxphone"_s);
     QtSingleApplication::setApplicationVersion(QStringLiteral(VXCOMMON_VERSION));
-    QtSingleApplication::setOrganizationName(QStringLiteral("vxcommon"));
-    QtSingleApplication::setDesktopFileName(QStringLiteral("vxphone"));
-    QtSingleApplication application(QStringLiteral("vxphone"), argc, argv);
-    QCommandLineParser parser;
-    AddOptions(parser);
-    parser.process(application);
-    const QDir dataFolder(parser.value(QStringLiteral("data")));
+    QtSingleApplication::setOrganizationName(u"vxcommon"_s);
+    QtSingleApplication::setDesktopFileName(u"vxphone"_s);
+    QtSingleApplication application(u"vxphone"_s, argc, argv);
+    const QDir dataFolder = ReadOptions(application);
 
     // To standard error, until this process is known to be the primary instance and may write the log.
     GetLogger()->SetLevel(Warn);
@@ -122,8 +105,8 @@ int main(int argc, char* argv[])
         qCritical("vxphone: the process that runs already does not respond; end it and try again");
         return 1;
     }
-    dataFolder.mkpath(QStringLiteral("."));
-    ConfigureLog(dataFolder.filePath(QStringLiteral("vxphone.log")));
+    dataFolder.mkpath(u"."_s);
+    ConfigureLog(dataFolder.filePath(u"vxphone.log"_s));
     ApplyStyle();
     return ShowWindow(application, dataFolder, address);
 }

@@ -1,9 +1,9 @@
 #include "mainwindow.h"
 
 #include "address.h"
-#include "appearance.h"
 #include "panels.h"
 #include "transfers.h"
+#include "widgets.h"
 
 #include <common/clicktocall/clicktocall.h>
 #include <common/idle/idlewatcher.h>
@@ -28,15 +28,12 @@
 #include <algorithm>
 #include <utility>
 
-namespace vxphone
-{
+using namespace Qt::StringLiterals;
+using namespace common::logger;
+using common::ClickToCall;
 
 namespace
 {
-
-using common::ClickToCall;
-
-constexpr common::logger::Channel logChannel{"vxphone"};
 
 bool StopHandling(const QStringList& schemes, const QString& application, const QString& organization)
 {
@@ -44,37 +41,32 @@ bool StopHandling(const QStringList& schemes, const QString& application, const 
     return ClickToCall::unregisterApplication(application, organization) && done;
 }
 
-QString GeometryFile(const QDir& dataFolder)
-{
-    return dataFolder.filePath(QStringLiteral("window.ini"));
-}
-
 } // namespace
 
-MainWindow::MainWindow(QtSingleApplication& application, const QDir& dataFolder_, QWidget* logPane)
-    : dataFolder(dataFolder_)
-    , book(dataFolder.filePath(QStringLiteral("contacts.json")))
+MainWindow::MainWindow(QtSingleApplication& application, const QDir& dataFolder, QWidget* logPane)
+    : settings(dataFolder.filePath(u"window.ini"_s), QSettings::IniFormat)
+    , book(dataFolder.filePath(u"contacts.json"_s))
     , dialPanel(new DialPanel(book))
     , banner(new CallBanner)
-    , transfers(new TransferPanel(dataFolder.path()))
+    , transfers(new TransferPanel(dataFolder))
     , splitter(new QSplitter)
     , schemeState(new QLabel)
-    , downloadAction(new QAction(SymbolIcon(QStringLiteral("download")), tr("&Download a file…"), this))
-    , copyAction(new QAction(SymbolIcon(QStringLiteral("folder")), tr("&Back up a folder…"), this))
+    , downloadAction(new QAction(SymbolIcon(u"download"_s), tr("&Download a file…"), this))
+    , copyAction(new QAction(SymbolIcon(u"folder"_s), tr("&Back up a folder…"), this))
     , idleWatcher(common::IdleWatcher::instance())
 {
     auto* const people = new PeoplePanel(book);
     setWindowTitle(tr("vxphone"));
     setCentralWidget(CreateContents(people));
     auto* const logDock = new QDockWidget(tr("Log"), this);
-    logDock->setObjectName(QStringLiteral("log"));
+    logDock->setObjectName(u"log"_s);
     logDock->setWidget(logPane);
     addDockWidget(Qt::BottomDockWidgetArea, logDock);
     logDock->hide();
     setStatusBar(CreateStatusLine(*idleWatcher, schemeState));
     schemeWorker.setMaxThreadCount(1);
     ChangeSchemes(nullptr);
-    CreateMenus(people, logDock->toggleViewAction());
+    CreateMenus(people->actions(), logDock->toggleViewAction());
     CreateIcon(application);
 
     connect(people, &PeoplePanel::callAsked, this, &MainWindow::Call);
@@ -112,7 +104,7 @@ QWidget* MainWindow::CreateContents(PeoplePanel* people)
     return splitter;
 }
 
-void MainWindow::CreateMenus(PeoplePanel* people, QAction* showLog)
+void MainWindow::CreateMenus(const QList<QAction*>& editActions, QAction* showLog)
 {
     QMenu* const phone = menuBar()->addMenu(tr("&Phone"));
     phone->addAction(tr("&Open call links with vxphone"), this,
@@ -120,27 +112,24 @@ void MainWindow::CreateMenus(PeoplePanel* people, QAction* showLog)
     phone->addAction(tr("&Stop handling call links"), this, [this] { ChangeSchemes(&StopHandling); });
     phone->addSeparator();
     phone->addAction(tr("&Quit"), Qt::CTRL | Qt::Key_Q, this, &QWidget::close);
+    menuBar()->addMenu(tr("&Edit"))->addActions(editActions);
 
-    QMenu* const edit = menuBar()->addMenu(tr("&Edit"));
-    edit->addAction(tr("&Delete contact"), people, &PeoplePanel::DeleteContact);
-    edit->addAction(tr("&Undo delete"), QKeySequence::Undo, people, &PeoplePanel::UndoDelete);
-
-    QMenu* const files = menuBar()->addMenu(tr("&Transfers"));
     downloadAction->setShortcut(Qt::CTRL | Qt::Key_D);
     copyAction->setShortcut(Qt::CTRL | Qt::Key_B);
-    files->addActions({downloadAction, copyAction});
+    menuBar()->addMenu(tr("&Transfers"))->addActions({downloadAction, copyAction});
     connect(downloadAction, &QAction::triggered, this, &MainWindow::AskForDownload);
-    connect(copyAction, &QAction::triggered, this, &MainWindow::AskForCopy);
+    connect(copyAction, &QAction::triggered, this, &MainWindow::AskForFolder);
 
     showLog->setText(tr("&Log"));
     showLog->setShortcut(Qt::Key_F12);
     menuBar()->addMenu(tr("&View"))->addAction(showLog);
     menuBar()->addMenu(tr("&Help"))->addAction(tr("&About vxphone"), this, [this] {
-        ShowMessage(tr("About vxphone"),
-                    tr("<h3>vxphone %1</h3><p>A miniature softphone window that shows what vxcommon is for. "
-                       "Its calls are simulated: it sends no sound and reaches nobody.</p>"
-                       "<p>MIT licence</p>")
-                        .arg(QCoreApplication::applicationVersion()));
+        QMessageBox::about(
+            this, tr("About vxphone"),
+            tr("<h3>vxphone %1</h3><p>A miniature softphone window that shows what vxcommon is for. "
+               "Its calls are simulated: it sends no sound and reaches nobody.</p>"
+               "<p>MIT licence</p>")
+                .arg(QCoreApplication::applicationVersion()));
     });
 }
 
@@ -157,8 +146,8 @@ void MainWindow::CreateIcon(QtSingleApplication& application)
     constexpr int fadeSteps = 12;
     constexpr int fadeDuration = 500; // Milliseconds.
     using tools::svg::SvgIcon;
-    const QString rest = QStringLiteral(":/icons/vxphone.svg");
-    const QString call = QStringLiteral(":/icons/vxphone-call.svg");
+    const QString rest = u":/icons/vxphone.svg"_s;
+    const QString call = u":/icons/vxphone-call.svg"_s;
     const auto frames = QList<QIcon>{SvgIcon::CreateFromSvg(rest)} +
                         SvgIcon::CreateFromTwoSvgWithOverlay(rest, call, fadeSteps);
     const auto show = [this, tray, frames](int frame) {
@@ -178,10 +167,9 @@ void MainWindow::RestoreGeometry()
     resize(QSize(960, 680).boundedTo(screen()->availableSize() * shareOfScreen));
     const int left = qMax(width() / 4, 220);
     splitter->setSizes({left, width() - left});
-    const QSettings saved(GeometryFile(dataFolder), QSettings::IniFormat);
-    restoreGeometry(saved.value(QStringLiteral("geometry")).toByteArray());
-    restoreState(saved.value(QStringLiteral("state")).toByteArray());
-    splitter->restoreState(saved.value(QStringLiteral("splitter")).toByteArray());
+    restoreGeometry(settings.value(u"geometry"_s).toByteArray());
+    restoreState(settings.value(u"state"_s).toByteArray());
+    splitter->restoreState(settings.value(u"splitter"_s).toByteArray());
 }
 
 void MainWindow::TakeAddress(const QString& link)
@@ -189,10 +177,9 @@ void MainWindow::TakeAddress(const QString& link)
     constexpr qsizetype maxLength = 2048;
     const bool isPlain = std::all_of(link.begin(), link.end(), [](QChar c) { return c.isPrint(); });
     if (link.size() > maxLength || !isPlain) {
-        LOG_MESSAGE(common::logger::Warn)
-            << "a text of " << link.size() << " characters is no address to call";
+        LOG_MESSAGE(Warn) << "a text of " << link.size() << " characters is no address to call";
     } else if (!link.isEmpty()) {
-        LOG_MESSAGE(common::logger::Info) << "address to call: " << link;
+        LOG_MESSAGE(Info) << "address to call: " << link;
         const QString address = PlainAddress(link);
         if (banner->IsInCall()) {
             Call(address);
@@ -205,10 +192,10 @@ void MainWindow::TakeAddress(const QString& link)
 void MainWindow::Call(const QString& address)
 {
     if (!banner->IsInCall()) {
-        LOG_MESSAGE(common::logger::Info) << "simulated call to " << address;
+        LOG_MESSAGE(Info) << "simulated call to " << address;
         called = address;
         book.BeginCall(address);
-        banner->Begin(book.NameOf(address), Read(address).shown);
+        banner->Begin(book.NameOf(address), ReadAddress(address).shown);
         dialPanel->hide();
         setWindowTitle(tr("%1 – vxphone").arg(book.NameOf(address)));
         FadeIcon(QTimeLine::Forward);
@@ -220,7 +207,7 @@ void MainWindow::Call(const QString& address)
 
 void MainWindow::EndCall(int seconds)
 {
-    LOG_MESSAGE(common::logger::Info) << "end of the call to " << called << " after " << seconds << " s";
+    LOG_MESSAGE(Info) << "end of the call to " << called << " after " << seconds << " s";
     book.EndCall(seconds);
     setWindowTitle(tr("vxphone"));
     FadeIcon(QTimeLine::Backward);
@@ -236,71 +223,46 @@ void MainWindow::FadeIcon(QTimeLine::Direction direction)
     }
 }
 
-// The dialogs are not modal: an address from another process brings this window to the front, which must take
-// keys then.
+/// Returns what the user entered, or nothing if he cancelled.
+std::optional<QString> MainWindow::AskForText(const QString& title, const QString& label, const QString& text)
+{
+    QInputDialog dialog(this);
+    dialog.setWindowTitle(title);
+    dialog.setLabelText(label);
+    dialog.setOkButtonText(title);
+    dialog.setTextValue(text);
+    dialog.resize(width() / 2, 0);
+    return dialog.exec() == QDialog::Accepted ? std::optional(dialog.textValue().trimmed()) : std::nullopt;
+}
 
 void MainWindow::AddContact(const QString& address)
 {
+    const QString title = tr("Add contact");
     if (const Contact* const known = book.Find(address); known != nullptr) {
-        ShowMessage(tr("Add contact"), tr("%1 is in your contacts already, as %2.")
-                                           .arg(address.toHtmlEscaped(), known->ShownName().toHtmlEscaped()));
-        return;
+        QMessageBox::information(
+            this, title, tr("%1 is in your contacts already, as %2.").arg(address, known->ShownName()));
+    } else if (const auto name = AskForText(title, tr("Name for %1:").arg(ReadAddress(address).shown))) {
+        book.AddContact({*name, address});
     }
-    auto* const dialog = new QInputDialog(this);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setWindowTitle(tr("Add contact"));
-    dialog->setLabelText(tr("Name for %1:").arg(Read(address).shown));
-    dialog->setOkButtonText(tr("Add contact"));
-    connect(dialog, &QInputDialog::textValueSelected, this, [this, address](const QString& name) {
-        if (book.Find(address) == nullptr) {
-            book.AddContact({name.trimmed(), address});
-        }
-    });
-    dialog->show();
 }
 
 void MainWindow::AskForDownload()
 {
-    auto* const dialog = new QInputDialog(this);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setWindowTitle(tr("Download a file"));
-    dialog->setLabelText(tr("Web address of the file:"));
-    dialog->setOkButtonText(tr("Download"));
-    dialog->setTextValue(QStringLiteral("https://"));
-    dialog->resize(width() / 2, 0);
-    connect(dialog, &QInputDialog::textValueSelected, this, [this](const QString& text) {
-        const QUrl url = QUrl::fromUserInput(text.trimmed());
-        if (url.host().isEmpty()) {
-            ShowMessage(tr("Download a file"), tr("This is not a web address."));
-        } else {
-            transfers->Download(url);
-        }
-    });
-    dialog->show();
+    const auto text = AskForText(tr("Download"), tr("Web address of the file:"), u"https://"_s);
+    const QUrl url = QUrl::fromUserInput(text.value_or(QString()));
+    if (!url.host().isEmpty()) {
+        transfers->Download(url);
+    } else if (text) {
+        QMessageBox::warning(this, tr("Download"), tr("This is not a web address."));
+    }
 }
 
-void MainWindow::AskForCopy()
+void MainWindow::AskForFolder()
 {
-    auto* const dialog = new QFileDialog(this, tr("Back up a folder"), QDir::homePath());
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setFileMode(QFileDialog::Directory);
-    dialog->setOption(QFileDialog::ShowDirsOnly);
-    dialog->setLabelText(QFileDialog::Accept, tr("Choose folder"));
-    connect(dialog, &QFileDialog::fileSelected, transfers, [this](const QString& folder) {
-        if (!QFileInfo(folder).fileName().isEmpty()) {
-            transfers->Copy(folder);
-        }
-    });
-    dialog->show();
-}
-
-void MainWindow::ShowMessage(const QString& title, const QString& text)
-{
-    auto* const box = new QMessageBox(QMessageBox::Information, title, text, QMessageBox::Ok, this);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setTextFormat(Qt::RichText);
-    box->setModal(false);
-    box->show();
+    const QString folder = QFileDialog::getExistingDirectory(this, tr("Back up a folder"), QDir::homePath());
+    if (!QFileInfo(folder).fileName().isEmpty()) {
+        transfers->Copy(folder);
+    }
 }
 
 /// Makes the program the handler of call links, or no longer, and shows which it handles. In the background:
@@ -312,11 +274,11 @@ void MainWindow::ChangeSchemes(SchemeChange change)
     schemeWorker.start([this, change, application, organization] {
         const QStringList offered = ClickToCall::currentAvailableProtocols();
         if (change != nullptr && !change(offered, application, organization)) {
-            LOG_MESSAGE(common::logger::Error) << "the call links could not be changed";
+            LOG_MESSAGE(Error) << "the call links could not be changed";
         }
         const QStringList own = ClickToCall::stateOfProtocols(application, organization);
         const QString text =
-            own.isEmpty() ? tr("No call links") : tr("Call links: %1").arg(own.join(QStringLiteral(", ")));
+            own.isEmpty() ? tr("No call links") : tr("Call links: %1").arg(own.join(u", "_s));
         QMetaObject::invokeMethod(this, [this, text] { schemeState->setText(text); });
     });
 }
@@ -330,10 +292,7 @@ void MainWindow::closeEvent(QCloseEvent* event)
         return;
     }
     banner->HangUp();
-    QSettings saved(GeometryFile(dataFolder), QSettings::IniFormat);
-    saved.setValue(QStringLiteral("geometry"), saveGeometry());
-    saved.setValue(QStringLiteral("state"), saveState());
-    saved.setValue(QStringLiteral("splitter"), splitter->saveState());
+    settings.setValue(u"geometry"_s, saveGeometry());
+    settings.setValue(u"state"_s, saveState());
+    settings.setValue(u"splitter"_s, splitter->saveState());
 }
-
-} // namespace vxphone

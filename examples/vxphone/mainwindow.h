@@ -4,9 +4,12 @@
 
 #include <QDir>
 #include <QMainWindow>
+#include <QSettings>
 #include <QSharedPointer>
 #include <QThreadPool>
 #include <QTimeLine>
+
+#include <optional>
 
 class QLabel;
 class QSplitter;
@@ -16,9 +19,6 @@ namespace common
 {
 class IdleWatcher;
 }
-
-namespace vxphone
-{
 
 class CallBanner;
 class DialPanel;
@@ -49,18 +49,18 @@ private:
                                   const QString& organization);
 
     QWidget* CreateContents(PeoplePanel* people);
-    void CreateMenus(PeoplePanel* people, QAction* showLog);
+    void CreateMenus(const QList<QAction*>& editActions, QAction* showLog);
     void CreateIcon(QtSingleApplication& application);
     void RestoreGeometry();
     void AddContact(const QString& address);
     void AskForDownload();
-    void AskForCopy();
-    void ShowMessage(const QString& title, const QString& text);
+    void AskForFolder();
+    std::optional<QString> AskForText(const QString& title, const QString& label, const QString& text = {});
     void EndCall(int seconds);
     void FadeIcon(QTimeLine::Direction direction);
     void ChangeSchemes(SchemeChange change);
 
-    QDir dataFolder;
+    QSettings settings;
     PhoneBook book;
     DialPanel* dialPanel;
     CallBanner* banner;
@@ -76,5 +76,3 @@ private:
     QString next;             ///< The address to offer after it.
     bool closing = false;     ///< As soon as the copy has ended.
 };
-
-} // namespace vxphone

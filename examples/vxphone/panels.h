@@ -1,13 +1,14 @@
 #pragma once
 
 #include <QElapsedTimer>
-#include <QListWidget>
 #include <QTimer>
+#include <QWidget>
 
 #include <functional>
 
 class QLabel;
 class QLineEdit;
+class QListWidget;
 class QPushButton;
 class QStatusBar;
 
@@ -15,9 +16,6 @@ namespace common
 {
 class IdleWatcher;
 }
-
-namespace vxphone
-{
 
 class Line;
 class PhoneBook;
@@ -54,8 +52,8 @@ class CallBanner : public QWidget
 public:
     CallBanner();
 
-    void Begin(const QString& name, const QString& address);
-    void ShowNext(const QString& name); ///< The party to call after this call.
+    void Begin(const QString& party, const QString& address);
+    void ShowNext(const QString& party); ///< The party to call after this call.
     void HangUp();
     bool IsInCall() const { return clock.isValid(); }
 
@@ -63,7 +61,7 @@ Q_SIGNALS:
     void ended(int seconds);
 
 private:
-    void CreateSwitches(); ///< Mute and keypad.
+    void CreateLayout();
     void CreateKeypad();
     void ShowTime();
 
@@ -72,36 +70,16 @@ private:
     Line* details;
     QLabel* time;
     Line* next;
-    Line* tones;
     QPushButton* mute;
-    QPushButton* keypadButton;
+    QPushButton* keypadSwitch;
     QPushButton* hangUp;
     QWidget* keypad;
+    Line* tones;
     QTimer ticker;
     QElapsedTimer clock; ///< Valid during a call.
 };
 
-/// A list of two-line entries, each with a picture, that explains itself when it is empty.
-class PeopleList : public QListWidget
-{
-    Q_OBJECT
-
-public:
-    PeopleList(const QString& emptySymbol, const QString& emptyText);
-
-    /// Without a symbol, the picture is the avatar of the name.
-    void AddEntry(const QString& title, const QString& subtitle, const QString& symbol = QString());
-    void AddMenuAction(const QString& text, const QKeySequence& key, const std::function<void()>& action);
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-
-private:
-    QString emptySymbol;
-    QString emptyText;
-};
-
-/// Contacts and recent calls.
+/// Contacts and recent calls. Its actions are those of the menu "Edit".
 class PeoplePanel : public QWidget
 {
     Q_OBJECT
@@ -109,19 +87,18 @@ class PeoplePanel : public QWidget
 public:
     explicit PeoplePanel(PhoneBook& book);
 
-    void DeleteContact();
-    void UndoDelete();
-
 Q_SIGNALS:
     void callAsked(const QString& address);
 
 private:
-    void CreateMenus();
+    void CreateActions();
+    void DeleteContact();
+    void UndoDelete();
     void ShowBook();
 
     PhoneBook& book;
-    PeopleList* contacts;
-    PeopleList* calls;
+    QListWidget* contacts;
+    QListWidget* calls;
     QWidget* undoBar; ///< Visible for a moment after a contact was deleted.
     Line* undoText;
     QTimer undoTimer;
@@ -134,5 +111,3 @@ QWidget* CreateChatPanel(const QList<QAction*>& actions,
 
 /// Creates the status bar: presence of the user, `schemeState`, and the date. `idleWatcher` is not owned.
 QStatusBar* CreateStatusLine(const common::IdleWatcher& idleWatcher, QWidget* schemeState);
-
-} // namespace vxphone

@@ -11,21 +11,20 @@
 
 #include <algorithm>
 
-namespace vxphone
-{
+using namespace Qt::StringLiterals;
+using namespace common::logger;
 
 namespace
 {
 
-constexpr common::logger::Channel logChannel{"vxphone.contacts"};
 constexpr qsizetype maxCalls = 50;
 
-const QString contactsKey = QStringLiteral("contacts");
-const QString callsKey = QStringLiteral("recentCalls");
-const QString nameKey = QStringLiteral("name");
-const QString addressKey = QStringLiteral("address");
-const QString startKey = QStringLiteral("start");
-const QString secondsKey = QStringLiteral("seconds");
+const QString contactsKey = u"contacts"_s;
+const QString callsKey = u"recentCalls"_s;
+const QString nameKey = u"name"_s;
+const QString addressKey = u"address"_s;
+const QString startKey = u"start"_s;
+const QString secondsKey = u"seconds"_s;
 
 bool SortsBefore(const Contact& first, const Contact& second)
 {
@@ -75,7 +74,7 @@ const Contact* PhoneBook::Find(const QString& address) const
 QString PhoneBook::NameOf(const QString& address) const
 {
     const Contact* const contact = Find(address);
-    return contact != nullptr ? contact->ShownName() : Read(address).shown;
+    return contact != nullptr ? contact->ShownName() : ReadAddress(address).shown;
 }
 
 void PhoneBook::AddContact(const Contact& contact)
@@ -124,7 +123,6 @@ void PhoneBook::ClearCalls()
 
 void PhoneBook::Load()
 {
-    using namespace common::logger;
     tools::JsonFile file(fileName, tools::cipher::AES::machineKey());
     // If the file is damaged or was encrypted with another key, it loads as no document.
     if (file.Load() && file.Document().isObject()) {
@@ -143,21 +141,19 @@ void PhoneBook::Load()
         return;
     }
     // Put it aside, so that it is not overwritten.
-    const QString moment = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
-    const QString aside = fileName + u'.' + moment + QStringLiteral(".unreadable");
+    const QString moment = QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss"_s);
+    const QString aside = fileName + u'.' + moment + u".unreadable"_s;
     saves = QFile::rename(fileName, aside);
     LOG_MESSAGE(Error) << "the contacts cannot be read from " << fileName
-                       << (saves ? QStringLiteral("; their file is kept as ") + aside
-                                 : QStringLiteral("; no change is saved until it is moved away"));
+                       << (saves ? u"; their file is kept as "_s + aside
+                                 : u"; no change is saved until it is moved away"_s);
 }
 
 void PhoneBook::Save()
 {
     tools::JsonFile file(fileName, ToJson(contacts, calls), tools::cipher::AES::machineKey());
     if (!saves || !file.Save()) {
-        LOG_MESSAGE(common::logger::Error) << "the contacts cannot be written to " << fileName;
+        LOG_MESSAGE(Error) << "the contacts cannot be written to " << fileName;
     }
     Q_EMIT changed();
 }
-
-} // namespace vxphone

@@ -4,9 +4,6 @@
 #include <QList>
 #include <QObject>
 
-namespace vxphone
-{
-
 struct Contact
 {
     QString name; ///< Empty for a contact without one.
@@ -59,5 +56,3 @@ private:
     QList<RecentCall> calls;
     bool saves = true; ///< Off while a file that cannot be read is in the way.
 };
-
-} // namespace vxphone

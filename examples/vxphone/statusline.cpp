@@ -1,6 +1,6 @@
 #include "panels.h"
 
-#include "appearance.h"
+#include "widgets.h"
 
 #include <common/idle/idlewatcher.h>
 #include <common/logger/logger.h>
@@ -9,27 +9,19 @@
 #include <QLocale>
 #include <QStatusBar>
 
-namespace vxphone
+using namespace Qt::StringLiterals;
+using common::IdleWatcher;
+using tools::DateWatcher;
+
+QStatusBar* CreateStatusLine(const IdleWatcher& idleWatcher, QWidget* schemeState)
 {
-
-namespace
-{
-
-constexpr common::logger::Channel logChannel{"vxphone.status"};
-
-} // namespace
-
-QStatusBar* CreateStatusLine(const common::IdleWatcher& idleWatcher, QWidget* schemeState)
-{
-    using common::IdleWatcher;
     auto* const presence = new Line;
     const auto showAvailable = [presence] {
-        presence->Show(QStatusBar::tr("Available"), Tone::Good, QStringLiteral("done"));
+        presence->Show(QStatusBar::tr("Available"), Tone::Good, u"done"_s);
     };
     showAvailable();
     QObject::connect(&idleWatcher, &IdleWatcher::idle, presence, [presence](int seconds) {
-        presence->Show(QStatusBar::tr("Away for %1 min").arg(seconds / 60), Tone::Quiet,
-                       QStringLiteral("clock"));
+        presence->Show(QStatusBar::tr("Away for %1 min").arg(seconds / 60), Tone::Quiet, u"clock"_s);
         LOG_MESSAGE(common::logger::Info) << "the user is away for " << seconds << " s";
     });
     QObject::connect(&idleWatcher, &IdleWatcher::active, presence, [showAvailable] {
@@ -37,7 +29,6 @@ QStatusBar* CreateStatusLine(const common::IdleWatcher& idleWatcher, QWidget* sc
         LOG_MESSAGE(common::logger::Info) << "the user is back";
     });
 
-    using tools::DateWatcher;
     const auto dateWatcher = DateWatcher::GetDateWatcher();
     auto* const date = new QLabel;
     const auto showDate = [date] {
@@ -55,5 +46,3 @@ QStatusBar* CreateStatusLine(const common::IdleWatcher& idleWatcher, QWidget* sc
     bar->addPermanentWidget(date);
     return bar;
 }
-
-} // namespace vxphone

@@ -1,6 +1,6 @@
 #include "transfers.h"
 
-#include "appearance.h"
+#include "widgets.h"
 
 #include <common/http/ifiledownload.h>
 #include <common/shell/filecopier.h>
@@ -8,9 +8,10 @@
 #include <common/tools/fileiconprovider.h>
 
 #include <QDir>
-#include <QFileInfo>
+#include <QElapsedTimer>
 #include <QGridLayout>
 #include <QLocale>
+#include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QProgressBar>
 #include <QPushButton>
@@ -18,8 +19,7 @@
 #include <algorithm>
 #include <filesystem>
 
-namespace vxphone
-{
+using namespace Qt::StringLiterals;
 
 namespace
 {
@@ -27,60 +27,33 @@ namespace
 using common::FileCopier;
 using common::http::IFileDownload;
 
-/// A bar shows an int, so it shows this many parts of the whole.
-constexpr int barParts = 1000;
-constexpr int pictureSize = 32;
-constexpr int maxCards = 2; ///< Finished ones above this number are dismissed.
-
-QString DownloadErrorInWords(int error, const QString& reason)
+QString SizeText(qint64 bytes)
 {
-    switch (error) {
-    case QNetworkReply::ConnectionRefusedError:
-        return TransferCard::tr("The server refuses the connection.");
-    case QNetworkReply::RemoteHostClosedError:
-        return TransferCard::tr("The connection broke off.");
-    case QNetworkReply::HostNotFoundError:
-        return TransferCard::tr("There is no server of this name.");
-    case QNetworkReply::TimeoutError:
-    case QNetworkReply::OperationCanceledError:
-        return TransferCard::tr("The server does not respond.");
-    case QNetworkReply::ContentAccessDenied:
-    case QNetworkReply::AuthenticationRequiredError:
-        return TransferCard::tr("The server does not hand this file out.");
-    case QNetworkReply::ContentNotFoundError:
-        return TransferCard::tr("The server has no such file.");
-    default:
-        return reason;
-    }
+    return QLocale().formattedDataSize(bytes, 1, QLocale::DataSizeTraditionalFormat);
 }
 
 /// "18 of 48 MB · 6 MB/s · 5 s left", as far as it is known.
 QString RateText(qint64 received, qint64 total, qint64 milliseconds)
 {
-    const QLocale locale;
-    const auto size = [&locale](qint64 bytes) {
-        return locale.formattedDataSize(bytes, 1, QLocale::DataSizeTraditionalFormat);
-    };
-    QStringList parts{total > 0 ? TransferCard::tr("%1 of %2").arg(size(received), size(total))
-                                : size(received)};
-    if (const qint64 rate = milliseconds > 0 ? received * 1000 / milliseconds : 0; rate > 0) {
-        parts += TransferCard::tr("%1/s").arg(size(rate));
+    QStringList parts{total > 0 ? TransferCard::tr("%1 of %2").arg(SizeText(received), SizeText(total))
+                                : SizeText(received)};
+    if (const qint64 rate = received * 1000 / qMax<qint64>(milliseconds, 1); rate > 0) {
+        parts += TransferCard::tr("%1/s").arg(SizeText(rate));
         if (const qint64 left = (total - received) / rate; left > 0) {
             parts += left < 60 ? TransferCard::tr("%1 s left").arg(left)
                                : TransferCard::tr("%1 min left").arg(left / 60 + 1);
         }
     }
-    return parts.join(QStringLiteral(" · "));
+    return parts.join(u" · "_s);
 }
 
 class DownloadCard : public TransferCard
 {
 public:
-    DownloadCard(QNetworkAccessManager& network_, const QUrl& url_, const QString& target_)
+    DownloadCard(const QUrl& url_, const QString& target_)
         : TransferCard(target_, tools::FileIconProvider().icon(QFileInfo(target_)))
-        , network(network_)
         , url(url_)
-        , part(target_ + QStringLiteral(".part"))
+        , part(target_ + u".part"_s)
     {}
     ~DownloadCard() override
     {
@@ -96,25 +69,40 @@ public:
         download->SetUrl(url);
         download->SetFilePath(part);
         connect(download, &IFileDownload::progress, this, [this](qint64 received, qint64 total) {
-            ShowProgress(received, total, RateText(received, total, clock.elapsed()));
+            ShowProgress(RateText(received, total, clock.elapsed()), received, total);
         });
         connect(download, &IFileDownload::complete, this, &DownloadCard::Keep);
         connect(download, &IFileDownload::failed, this, [this](int error, const QString& reason) {
             Discard();
-            Fail(DownloadErrorInWords(error, reason),
-                 tr("%1\nError %2: %3").arg(url.toDisplayString()).arg(error).arg(reason));
+            End(false, ErrorInWords(error, reason),
+                tr("%1\nError %2: %3").arg(url.toDisplayString()).arg(error).arg(reason));
         });
-        Begin(tr("Connecting…"));
+        ShowProgress(tr("Connecting…"));
         download->Start();
     }
 
     void Cancel() override
     {
         Discard();
-        Fail(tr("Cancelled"), url.toDisplayString());
+        End(false, tr("Cancelled"), url.toDisplayString());
     }
 
 private:
+    static QString ErrorInWords(int error, const QString& reason)
+    {
+        static const QHash<int, QString> texts{
+            {QNetworkReply::ConnectionRefusedError, tr("The server refuses the connection.")},
+            {QNetworkReply::RemoteHostClosedError, tr("The connection broke off.")},
+            {QNetworkReply::HostNotFoundError, tr("There is no server of this name.")},
+            {QNetworkReply::TimeoutError, tr("The server does not respond.")},
+            {QNetworkReply::OperationCanceledError, tr("The server does not respond.")},
+            {QNetworkReply::ContentAccessDenied, tr("The server does not hand this file out.")},
+            {QNetworkReply::AuthenticationRequiredError, tr("The server does not hand this file out.")},
+            {QNetworkReply::ContentNotFoundError, tr("The server has no such file.")},
+            {IFileDownload::FileNotPrepared, tr("The file cannot be written here.")}};
+        return texts.value(error, reason);
+    }
+
     /// Replaces an older file by the complete one.
     void Keep()
     {
@@ -123,12 +111,10 @@ private:
         std::filesystem::rename(QFileInfo(part).filesystemFilePath(),
                                 QFileInfo(Target()).filesystemFilePath(), error);
         if (error) {
-            Fail(tr("The file cannot get its name and is kept as %1.").arg(QFileInfo(part).fileName()),
-                 QString::fromLocal8Bit(error.message().c_str()));
+            End(false, tr("The file cannot get its name and is kept as %1.").arg(QFileInfo(part).fileName()),
+                QString::fromLocal8Bit(error.message().c_str()));
         } else {
-            Succeed(tr("Downloaded · %1")
-                        .arg(QLocale().formattedDataSize(QFileInfo(Target()).size(), 1,
-                                                         QLocale::DataSizeTraditionalFormat)));
+            End(true, tr("Downloaded · %1").arg(SizeText(QFileInfo(Target()).size())));
         }
     }
 
@@ -139,10 +125,10 @@ private:
         QFile::remove(part);
     }
 
-    QNetworkAccessManager& network;
     QUrl url;
     QString part; ///< The file while it is incomplete.
     QElapsedTimer clock;
+    QNetworkAccessManager network;
     IFileDownload* download = nullptr; ///< Valid while the transfer runs.
 };
 
@@ -162,37 +148,31 @@ public:
         copier->moveToThread(&thread);
         connect(&thread, &QThread::finished, copier, &QObject::deleteLater);
         connect(copier, &FileCopier::progress, this, [this](int current, int total) {
-            ShowProgress(current, total, tr("%1 of %2 files").arg(current).arg(total));
+            ShowProgress(tr("%1 of %2 files").arg(current).arg(total), current, total);
         });
         connect(copier, &FileCopier::succesed, this, [this] {
             copier->deleteLater();
-            Succeed(tr("Copied"), QDir::toNativeSeparators(Target()));
+            End(true, tr("Copied"), QDir::toNativeSeparators(Target()));
         });
         connect(copier, &FileCopier::failed, this, [this](int error, const QString& reason) {
             copier->deleteLater();
-            ShowFailure(error, reason);
+            const QString text = error == FileCopier::Aborted             ? tr("Cancelled")
+                                 : error == FileCopier::NoSourceDirectory ? tr("This folder does not exist.")
+                                                                          : tr("A file could not be copied.");
+            End(false, text,
+                tr("%1\nError %2: %3").arg(QDir::toNativeSeparators(source)).arg(error).arg(reason));
         });
-        Begin(tr("Looking for files…"));
+        ShowProgress(tr("Looking for files…"));
         QMetaObject::invokeMethod(copier, &FileCopier::Copy);
     }
 
     void Cancel() override
     {
-        status->Show(tr("Finishing the current file…"));
+        ShowProgress(tr("Finishing the current file…"));
         QMetaObject::invokeMethod(copier, [running = copier] { running->Abort(true); });
     }
 
 private:
-    void ShowFailure(int error, const QString& reason)
-    {
-        constexpr int missing = 700102;
-        constexpr int aborted = 700105;
-        const QString text = error == aborted   ? tr("Cancelled")
-                             : error == missing ? tr("This folder does not exist.")
-                                                : tr("A file could not be copied.");
-        Fail(text, tr("%1\nError %2: %3").arg(QDir::toNativeSeparators(source)).arg(error).arg(reason));
-    }
-
     QThread& thread;
     QString source;
     FileCopier* copier = nullptr; ///< Valid while the transfer runs.
@@ -201,21 +181,19 @@ private:
 } // namespace
 
 TransferCard::TransferCard(const QString& target_, const QIcon& icon)
-    : status(new Line(Tone::Quiet))
+    : status(new Line)
     , bar(new QProgressBar)
-    , cancel(new QPushButton(tr("Cancel")))
-    , retry(new QPushButton(SymbolIcon(QStringLiteral("retry")), tr("Try again")))
-    , show(new QPushButton(tr("Show in folder")))
-    , dismiss(new QPushButton(tr("Dismiss")))
+    , again(new QPushButton)
+    , close(new QPushButton)
     , target(target_)
 {
-    setObjectName(QStringLiteral("card"));
-    const QFileInfo file(target);
+    constexpr int pictureSize = 32;
+    setObjectName(u"card"_s);
     auto* const picture = new QLabel;
     picture->setPixmap(icon.pixmap(QSize(pictureSize, pictureSize), devicePixelRatioF()));
-    auto* const name = new Line(Tone::Plain, 1.0, true);
-    name->Show(file.fileName());
-    bar->setAccessibleName(tr("Progress of %1").arg(file.fileName()));
+    auto* const name = new Line(1.0, true);
+    name->Show(QFileInfo(target).fileName());
+    bar->setAccessibleName(tr("Progress of %1").arg(name->text()));
     bar->setTextVisible(false);
 
     auto* const layout = new QGridLayout(this);
@@ -224,59 +202,62 @@ TransferCard::TransferCard(const QString& target_, const QIcon& icon)
     layout->addWidget(name, 0, 1);
     layout->addWidget(bar, 1, 1);
     layout->addWidget(status, 2, 1);
-    int column = 2;
-    for (QPushButton* const button : {cancel, retry, show, dismiss}) {
-        button->setAccessibleName(tr("%1: %2").arg(button->text(), file.fileName()));
-        layout->addWidget(button, 0, column++, 3, 1, Qt::AlignVCenter);
-    }
-    connect(cancel, &QPushButton::clicked, this, [this] { Cancel(); });
-    connect(retry, &QPushButton::clicked, this, [this] { Start(); });
-    connect(show, &QPushButton::clicked, this, [this] { common::Shell::ShowFile(target); });
-    connect(dismiss, &QPushButton::clicked, this, &QObject::deleteLater);
+    layout->addWidget(again, 0, 2, 3, 1, Qt::AlignVCenter);
+    layout->addWidget(close, 0, 3, 3, 1, Qt::AlignVCenter);
+    connect(again, &QPushButton::clicked, this, [this] {
+        if (succeeded) {
+            common::Shell::ShowFile(target);
+        } else {
+            Start();
+        }
+    });
+    connect(close, &QPushButton::clicked, this, [this] {
+        if (running) {
+            Cancel();
+        } else {
+            deleteLater();
+        }
+    });
 }
 
-void TransferCard::Begin(const QString& text)
+void TransferCard::ShowProgress(const QString& text, qint64 current, qint64 total)
 {
-    running = true;
-    for (QPushButton* const button : {retry, show, dismiss}) {
-        button->hide();
-    }
-    bar->show();
-    cancel->show();
-    ShowProgress(0, -1, text);
-}
-
-void TransferCard::ShowProgress(qint64 current, qint64 total, const QString& text)
-{
+    constexpr int barParts = 1000; // A bar shows an int.
     bar->setRange(0, total > 0 ? barParts : 0);
     bar->setValue(total > 0 ? static_cast<int>(current * barParts / total) : 0);
     status->Show(text, Tone::Quiet);
+    if (!running) {
+        running = true;
+        ShowButtons();
+    }
 }
 
-void TransferCard::Succeed(const QString& text, const QString& details)
+void TransferCard::End(bool succeeded_, const QString& text, const QString& details)
 {
-    status->Show(text, Tone::Good, QStringLiteral("done"), details);
-    End(true);
-}
-
-void TransferCard::Fail(const QString& text, const QString& details)
-{
-    status->Show(text, Tone::Error, QStringLiteral("error"), details);
-    End(false);
-}
-
-void TransferCard::End(bool whole)
-{
+    succeeded = succeeded_;
+    if (succeeded) {
+        status->Show(text, Tone::Good, u"done"_s, details);
+    } else {
+        status->Show(text, Tone::Error, u"error"_s, details);
+    }
     running = false;
-    bar->hide();
-    cancel->hide();
-    show->setVisible(whole);
-    retry->setVisible(!whole);
-    dismiss->show();
+    ShowButtons();
     Q_EMIT ended();
 }
 
-TransferPanel::TransferPanel(const QString& directory_)
+void TransferCard::ShowButtons()
+{
+    bar->setVisible(running);
+    again->setVisible(!running);
+    again->setText(succeeded ? tr("Show in folder") : tr("Try again"));
+    again->setIcon(succeeded ? QIcon() : SymbolIcon(u"retry"_s));
+    close->setText(running ? tr("Cancel") : tr("Dismiss"));
+    for (QPushButton* const button : {again, close}) {
+        button->setAccessibleName(tr("%1: %2").arg(button->text(), QFileInfo(target).fileName()));
+    }
+}
+
+TransferPanel::TransferPanel(const QDir& directory_)
     : directory(directory_)
     , cards(new QVBoxLayout(this))
 {
@@ -289,26 +270,25 @@ TransferPanel::~TransferPanel()
 {
     copyThread.quit();
     copyThread.wait();
-    qDeleteAll(findChildren<TransferCard*>()); // Downloads need the network.
+    qDeleteAll(Cards()); // While there is a panel to report to.
 }
 
 TransferCard* TransferPanel::Download(const QUrl& url)
 {
     const QString name = QFileInfo(QDir::fromNativeSeparators(url.path())).fileName();
-    const QDir downloads(directory + QStringLiteral("/downloads"));
-    return Add(new DownloadCard(network, url,
-                                downloads.filePath(name.isEmpty() ? QStringLiteral("index.html") : name)));
+    return Add(new DownloadCard(
+        url, directory.filePath(u"downloads/"_s + (name.isEmpty() ? u"index.html"_s : name))));
 }
 
 TransferCard* TransferPanel::Copy(const QString& source)
 {
-    const QDir backup(directory + QStringLiteral("/backup"));
-    return Add(new CopyCard(copyThread, source, backup.filePath(QFileInfo(source).fileName())));
+    return Add(
+        new CopyCard(copyThread, source, directory.filePath(u"backup/"_s + QFileInfo(source).fileName())));
 }
 
 bool TransferPanel::Stop()
 {
-    const auto all = findChildren<TransferCard*>();
+    const auto all = Cards();
     for (TransferCard* const card : all) {
         if (card->IsRunning()) {
             card->Cancel();
@@ -319,14 +299,16 @@ bool TransferPanel::Stop()
 
 TransferCard* TransferPanel::Add(TransferCard* card)
 {
-    const auto all = findChildren<TransferCard*>(); // The oldest first.
+    constexpr qsizetype maxCards = 2; // Ended ones above this number are dismissed.
+    const auto all = Cards();
     qsizetype count = all.size();
     for (TransferCard* const older : all) {
-        if (older->Target() == card->Target() && older->IsRunning()) {
+        const bool isSame = older->Target() == card->Target();
+        if (isSame && older->IsRunning()) {
             delete card;
             return older;
         }
-        if (older->Target() == card->Target() || (!older->IsRunning() && count >= maxCards)) {
+        if (isSame || (!older->IsRunning() && count >= maxCards)) {
             delete older;
             --count;
         }
@@ -337,17 +319,19 @@ TransferCard* TransferPanel::Add(TransferCard* card)
             Q_EMIT idle();
         }
     });
-    connect(card, &QObject::destroyed, this,
-            [this] { setVisible(!findChildren<TransferCard*>().isEmpty()); });
+    connect(card, &QObject::destroyed, this, [this] { setVisible(!Cards().isEmpty()); });
     card->Start();
     show();
     return card;
 }
 
-bool TransferPanel::IsRunning() const
+QList<TransferCard*> TransferPanel::Cards() const
 {
-    const auto all = findChildren<TransferCard*>();
-    return std::any_of(all.begin(), all.end(), [](const TransferCard* card) { return card->IsRunning(); });
+    return findChildren<TransferCard*>();
 }
 
-} // namespace vxphone
+bool TransferPanel::IsRunning() const
+{
+    const auto all = Cards();
+    return std::any_of(all.begin(), all.end(), [](const TransferCard* card) { return card->IsRunning(); });
+}

@@ -1,17 +1,13 @@
 #pragma once
 
-#include <QElapsedTimer>
+#include <QDir>
 #include <QFrame>
-#include <QNetworkAccessManager>
 #include <QThread>
 #include <QUrl>
 
 class QProgressBar;
 class QPushButton;
 class QVBoxLayout;
-
-namespace vxphone
-{
 
 class Line;
 
@@ -32,23 +28,19 @@ Q_SIGNALS:
 protected:
     TransferCard(const QString& target, const QIcon& icon);
 
-    void Begin(const QString& text);
-    void ShowProgress(qint64 current, qint64 total, const QString& text); ///< An unknown total is -1.
-    void Succeed(const QString& text, const QString& details = QString());
-    void Fail(const QString& text, const QString& details);
-
-    Line* status;
+    void ShowProgress(const QString& text, qint64 current = 0, qint64 total = -1); ///< -1 is unknown.
+    void End(bool succeeded_, const QString& text, const QString& details = QString());
 
 private:
-    void End(bool whole);
+    void ShowButtons();
 
+    Line* status;
     QProgressBar* bar;
-    QPushButton* cancel;
-    QPushButton* retry;
-    QPushButton* show;
-    QPushButton* dismiss;
+    QPushButton* again;
+    QPushButton* close;
     QString target;
     bool running = false;
+    bool succeeded = false;
 };
 
 /// The transfers. Visible while there is one.
@@ -58,7 +50,7 @@ class TransferPanel : public QWidget
 
 public:
     /// Files are written below `directory`.
-    explicit TransferPanel(const QString& directory);
+    explicit TransferPanel(const QDir& directory);
     ~TransferPanel() override;
 
     /// Downloads a file. It gets its name when it is complete; until then an older one stays.
@@ -73,12 +65,10 @@ Q_SIGNALS:
 
 private:
     TransferCard* Add(TransferCard* card);
+    QList<TransferCard*> Cards() const; ///< The oldest first.
     bool IsRunning() const;
 
-    QString directory;
+    QDir directory;
     QVBoxLayout* cards;
-    QNetworkAccessManager network;
     QThread copyThread; ///< Where copiers live: to abort one is to wait for its current file.
 };
-
-} // namespace vxphone

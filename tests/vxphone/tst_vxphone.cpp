@@ -18,8 +18,6 @@
 
 #include <memory>
 
-using namespace vxphone;
-
 class TestVxphone : public QObject
 {
     Q_OBJECT

@@ -3,10 +3,7 @@
 #include <QIcon>
 #include <QLabel>
 
-namespace vxphone
-{
-
-/// How a text is meant. Its colour comes from the palette of the desktop.
+/// How a text is meant. Its colour suits the palette of the desktop.
 enum class Tone
 {
     Plain,
@@ -15,33 +12,37 @@ enum class Tone
     Error
 };
 
-QColor Mix(const QColor& first, const QColor& second, double shareOfSecond);
 QColor ToneColour(const QPalette& palette, Tone tone);
 
 /// Draws the symbol icons/NAME.svg in one colour. The size is in device-independent pixels.
-QPixmap Symbol(const QString& name, int size, const QColor& colour, double ratio);
+QPixmap Symbol(const QString& name, const QColor& colour, int size = 16);
 
 /// Returns a symbol for buttons and menus, in the text colour of the palette or in a fixed one.
 QIcon SymbolIcon(const QString& name, const QColor& fixed = QColor());
 
-/// Paints a disc with the initials of a name.
-void PaintAvatar(QPainter& painter, const QRect& rect, const QString& name);
+/// Draws a disc with the initials of a name.
+QPixmap Avatar(const QString& name, int size);
+
+/// Creates the heading of another widget, which gets the focus by the heading's mnemonic.
+QLabel* CreateTitle(const QString& text, QWidget* buddy);
+
+/// Returns a duration as minutes and seconds, such as "3:07".
+QString DurationText(qint64 seconds);
 
 /// Paints a symbol and an explanation into the middle of a widget that has nothing else to show.
 void PaintEmptyState(QWidget* widget, const QString& symbol, const QString& text);
 
-/// One line of plain text, behind a symbol if it has one. Elided if it is too long; the tool tip has all of
+/// One line of plain text, after a symbol if it has one. Elided if it is too long; the tool tip has all of
 /// it.
 class Line : public QLabel
 {
     Q_OBJECT
 
 public:
-    explicit Line(Tone tone = Tone::Plain, double size = 1.0, bool bold = false);
+    explicit Line(double size = 1.0, bool bold = false);
 
-    void Show(const QString& text, Tone tone, const QString& symbol = QString(),
+    void Show(const QString& text, Tone tone = Tone::Plain, const QString& symbol = QString(),
               const QString& details = QString());
-    void Show(const QString& text) { Show(text, tone); }
 
     QSize sizeHint() const override { return minimumSizeHint(); }
     QSize minimumSizeHint() const override;
@@ -50,8 +51,6 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    Tone tone;
+    Tone tone = Tone::Plain;
     QString symbol;
 };
-
-} // namespace vxphone

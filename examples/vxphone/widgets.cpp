@@ -1,0 +1,150 @@
+#include "widgets.h"
+
+#include <common/tools/svgicon.h>
+
+#include <QGuiApplication>
+#include <QPainter>
+
+#include <iterator>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr int symbolSize = 16;
+
+} // namespace
+
+QColor ToneColour(const QPalette& palette, Tone tone)
+{
+    QColor colour = palette.color(QPalette::WindowText);
+    const bool isDark = palette.color(QPalette::Window).lightness() < colour.lightness();
+    switch (tone) {
+    case Tone::Good:
+        return isDark ? 0x6fd08c : 0x1f7f45;
+    case Tone::Error:
+        return isDark ? 0xff8a80 : 0xb3261e;
+    case Tone::Quiet:
+        colour.setAlphaF(0.62F); // Keeps a contrast of 4.5 on black and white.
+        return colour;
+    default:
+        return colour;
+    }
+}
+
+QPixmap Symbol(const QString& name, const QColor& colour, int size)
+{
+    static QHash<QString, QIcon> shapes;
+    QIcon& shape = shapes[name];
+    if (shape.isNull()) {
+        shape = tools::svg::SvgIcon::CreateFromSvg(u":/icons/%1.svg"_s.arg(name));
+    }
+    QPixmap pixmap = shape.pixmap(QSize(size, size), qApp->devicePixelRatio());
+    QPainter painter(&pixmap);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+    painter.fillRect(pixmap.rect(), colour);
+    return pixmap;
+}
+
+QIcon SymbolIcon(const QString& name, const QColor& fixed)
+{
+    const QPalette palette = QGuiApplication::palette();
+    QIcon icon(Symbol(name, fixed.isValid() ? fixed : palette.color(QPalette::ButtonText)));
+    icon.addPixmap(Symbol(name, palette.color(QPalette::Disabled, QPalette::ButtonText)), QIcon::Disabled);
+    return icon;
+}
+
+QPixmap Avatar(const QString& name, int size)
+{
+    static const QRgb grounds[] = {0x2f6fb5, 0x7a4fb0, 0x9c4a1f, 0x1f7a72, 0xa83b6d, 0x5b6b1f};
+    QPixmap pixmap(QSize(size, size) * qApp->devicePixelRatio());
+    pixmap.setDevicePixelRatio(qApp->devicePixelRatio());
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(grounds[qHash(name) % std::size(grounds)]));
+    painter.drawEllipse(0, 0, size, size);
+    QString initials;
+    const QStringList words = name.split(u' ', Qt::SkipEmptyParts);
+    for (const QString& word : words) {
+        initials += word.front().isLetter() ? word.front().toUpper() : QString();
+    }
+    if (initials.isEmpty()) {
+        painter.drawPixmap(size / 4, size / 4, Symbol(u"person"_s, Qt::white, size / 2));
+        return pixmap;
+    }
+    QFont font = QGuiApplication::font();
+    font.setPixelSize(size * 2 / 5);
+    font.setBold(true);
+    painter.setFont(font);
+    painter.setPen(Qt::white);
+    painter.drawText(QRect(0, 0, size, size), Qt::AlignCenter, initials.left(2));
+    return pixmap;
+}
+
+QLabel* CreateTitle(const QString& text, QWidget* buddy)
+{
+    auto* const title = new QLabel(text);
+    title->setObjectName(u"title"_s);
+    title->setBuddy(buddy);
+    buddy->setAccessibleName(QString(text).remove(u'&'));
+    return title;
+}
+
+QString DurationText(qint64 seconds)
+{
+    return u"%1:%2"_s.arg(seconds / 60).arg(seconds % 60, 2, 10, QChar(u'0'));
+}
+
+void PaintEmptyState(QWidget* widget, const QString& symbol, const QString& text)
+{
+    constexpr int size = 32;
+    constexpr int margin = 16;
+    QPainter painter(widget);
+    const QColor quiet = ToneColour(widget->palette(), Tone::Quiet);
+    const QPoint centre = widget->rect().center();
+    painter.drawPixmap(centre - QPoint(size / 2, size), Symbol(symbol, quiet, size));
+    painter.setPen(quiet);
+    painter.drawText(widget->rect().adjusted(margin, centre.y() + margin / 2, -margin, 0),
+                     Qt::AlignHCenter | Qt::TextWordWrap, text);
+}
+
+Line::Line(double size, bool bold)
+{
+    QFont enlarged = font();
+    enlarged.setPointSizeF(enlarged.pointSizeF() * size);
+    enlarged.setBold(bold);
+    setFont(enlarged);
+    setTextFormat(Qt::PlainText);
+    setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+}
+
+void Line::Show(const QString& text, Tone newTone, const QString& newSymbol, const QString& details)
+{
+    tone = newTone;
+    symbol = newSymbol;
+    setText(text);
+    setToolTip(details.isEmpty() ? text : details);
+    update();
+}
+
+QSize Line::minimumSizeHint() const
+{
+    return {0, qMax(symbolSize, fontMetrics().height()) + 2};
+}
+
+void Line::paintEvent(QPaintEvent* /*event*/)
+{
+    QPainter painter(this);
+    QRect rest = rect();
+    if (!symbol.isEmpty()) {
+        constexpr int gap = 6;
+        painter.drawPixmap(0, (height() - symbolSize) / 2, Symbol(symbol, ToneColour(palette(), tone)));
+        rest.setLeft(symbolSize + gap);
+    }
+    painter.setPen(ToneColour(palette(), tone == Tone::Good ? Tone::Plain : tone));
+    painter.drawText(rest, static_cast<int>(alignment()),
+                     fontMetrics().elidedText(text(), Qt::ElideRight, rest.width()));
+}
