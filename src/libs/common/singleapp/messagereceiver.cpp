@@ -32,27 +32,26 @@ MessageReceiver::MessageReceiver(QLocalSocket* socket_, QObject* parent)
 {
     socket->setParent(this);
     socket->setReadBufferSize(socketBufferSize);
-    connect(socket, &QLocalSocket::readyRead, this, &MessageReceiver::OnReadyRead);
-    connect(socket, &QLocalSocket::disconnected, this, &MessageReceiver::OnDisconnected);
+    connect(socket, &QLocalSocket::readyRead, this, &MessageReceiver::Read);
+    connect(socket, &QLocalSocket::disconnected, this, &MessageReceiver::End);
     timer.setSingleShot(true);
-    connect(&timer, &QTimer::timeout, this, &MessageReceiver::OnTimeout);
+    timer.callOnTimeout(this, &MessageReceiver::OnTimeout);
 }
 
 void MessageReceiver::Start()
 {
     timer.start(lengthTimeout);
-    // The client may have written, or left, before the socket was handed over.
+    Read();
+    // The client may have left before the socket was handed over.
     if (socket->state() == QLocalSocket::UnconnectedState) {
-        OnDisconnected();
-    } else {
-        OnReadyRead();
+        End();
     }
 }
 
 // Padded only here: until then, a great claim costs nothing.
 std::optional<QString> MessageReceiver::TakeMessage()
 {
-    if (!complete) {
+    if (!acknowledged) {
         return std::nullopt;
     }
     QByteArray bytes = std::exchange(text, {});
@@ -60,38 +59,37 @@ std::optional<QString> MessageReceiver::TakeMessage()
     return QString::fromUtf8(bytes);
 }
 
-void MessageReceiver::OnReadyRead()
+void MessageReceiver::Read()
 {
-    if (stage == Stage::Length) {
-        ReadLength();
+    if (stage == Stage::Length && socket->bytesAvailable() >= static_cast<qint64>(sizeof(length))) {
+        QDataStream(socket) >> length;
+        stage = Stage::Text;
     }
-    if (stage == Stage::Text) {
-        ReadText();
+    if (stage != Stage::Text) {
+        return;
+    }
+    if (length > maxTextLength) {
+        qWarning("QtLocalPeer: Message reception failed a text of %u bytes is too long", length);
+        Finish();
+        return;
+    }
+    // The buffer grows with what arrives, not with what was announced.
+    text += socket->read(std::min(length - text.size(), socket->bytesAvailable()));
+    if (text.size() == length) {
+        Acknowledge();
+    } else {
+        timer.start(textTimeout);
     }
 }
 
-void MessageReceiver::OnDisconnected()
+void MessageReceiver::Acknowledge()
 {
-    OnReadyRead();
-    End();
-}
-
-void MessageReceiver::End()
-{
-    switch (stage) {
-    case Stage::Length:
-        qWarning("QtLocalPeer: Peer disconnected");
-        Finish();
-        break;
-    case Stage::Text:
-        CompleteText();
-        Finish();
-        break;
-    case Stage::Goodbye:
-        Finish();
-        break;
-    case Stage::Finished:
-        break;
+    acknowledged = true;
+    stage = Stage::Goodbye;
+    timer.start(goodbyeTimeout);
+    if (socket->state() == QLocalSocket::ConnectedState) {
+        socket->write(acknowledgement);
+        socket->flush();
     }
 }
 
@@ -100,69 +98,35 @@ void MessageReceiver::OnTimeout()
     // A busy thread may not have processed what has arrived. Waits for 1 ms: with a zero timeout, Windows may
     // report an event other than the data.
     socket->waitForReadyRead(1);
-    if (timer.isActive() || stage == Stage::Finished) {
+    if (timer.isActive()) {
         return;
     }
     if (stage == Stage::Text) {
-        CompleteText();
+        Acknowledge();
     } else {
         End();
     }
 }
 
-void MessageReceiver::ReadLength()
+/// The client has gone, or has used up its time.
+void MessageReceiver::End()
 {
-    if (socket->bytesAvailable() < static_cast<qint64>(sizeof(length))) {
-        return;
+    Read();
+    if (stage == Stage::Length) {
+        qWarning("QtLocalPeer: Peer disconnected");
+    } else if (stage == Stage::Text) {
+        Acknowledge();
     }
-    QDataStream(socket) >> length;
-    if (length > maxTextLength) {
-        Fail(QStringLiteral("a text of %1 bytes is too long").arg(length));
-        return;
-    }
-    stage = Stage::Text;
-}
-
-void MessageReceiver::ReadText()
-{
-    // The buffer grows with what arrives, not with what was announced.
-    while (text.size() < length && socket->bytesAvailable() > 0) {
-        const QByteArray piece = socket->read(std::min(length - text.size(), socket->bytesAvailable()));
-        if (piece.isEmpty()) {
-            Fail(socket->errorString());
-            return;
-        }
-        text += piece;
-    }
-    if (text.size() == length) {
-        CompleteText();
-    } else {
-        timer.start(textTimeout);
-    }
-}
-
-void MessageReceiver::CompleteText()
-{
-    complete = true;
-    stage = Stage::Goodbye;
-    timer.start(goodbyeTimeout);
-    if (socket->state() == QLocalSocket::ConnectedState) {
-        socket->write(acknowledgement, acknowledgementSize);
-        socket->flush();
-    }
-}
-
-void MessageReceiver::Fail(const QString& reason)
-{
-    qWarning("QtLocalPeer: Message reception failed %s", reason.toLatin1().constData());
     Finish();
 }
 
 void MessageReceiver::Finish()
 {
-    stage = Stage::Finished;
     timer.stop();
-    Q_EMIT finished();
+    if (stage != Stage::Finished) {
+        stage = Stage::Finished;
+        Q_EMIT finished();
+    }
 }
 
 } // namespace QtLP_Private

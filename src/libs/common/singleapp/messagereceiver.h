@@ -12,7 +12,6 @@ namespace QtLP_Private
 
 /// The reply to a message.
 constexpr char acknowledgement[] = "ack";
-constexpr int acknowledgementSize = sizeof(acknowledgement) - 1;
 
 /**
  * Receives one message from one client of the local server and acknowledges it, without blocking.
@@ -45,15 +44,10 @@ private:
         Finished
     };
 
-    void OnReadyRead();
-    void OnDisconnected();
+    void Read();
+    void Acknowledge();
     void OnTimeout();
-
-    void ReadLength();
-    void ReadText();
-    void CompleteText();
     void End();
-    void Fail(const QString& reason);
     void Finish();
 
     QLocalSocket* socket;
@@ -61,7 +55,7 @@ private:
     Stage stage = Stage::Length;
     quint32 length = 0;
     QByteArray text;
-    bool complete = false;
+    bool acknowledged = false;
 };
 
 } // namespace QtLP_Private

@@ -7,7 +7,9 @@
 
 #include <QCoreApplication>
 #include <QDataStream>
+#include <QDateTime>
 #include <QDir>
+#include <QFileInfo>
 #include <QFileSystemWatcher>
 #include <QLocalServer>
 #include <QLocalSocket>
@@ -19,6 +21,7 @@
 #include <optional>
 #include <utility>
 
+using QtLP_Private::acknowledgement;
 using QtLP_Private::MessageReceiver;
 using QtLP_Private::QtLockedFile;
 
@@ -36,18 +39,11 @@ constexpr int maxReceivers = 256;
 /// client, for example because the process has no descriptor left.
 constexpr auto checkInterval = 5s;
 
+/// Age at which the lock file is touched. Cleaners of temporary files remove what is some days old.
+constexpr auto freshFor = 1h;
+
 /// Pause between the two attempts to connect.
 constexpr auto connectPause = 250ms;
-
-/// Without a regular expression: built with mingw, Qt's breaks a thread that used one when the thread ends.
-QString LettersOf(QString text)
-{
-    text.removeIf([](QChar character) {
-        const char16_t lower = character.unicode() | 0x20;
-        return lower < u'a' || lower > u'z';
-    });
-    return text;
-}
 
 } // namespace
 
@@ -56,27 +52,21 @@ class QtLocalPeerPrivate
 public:
     QtLocalPeerPrivate(QtLocalPeer* peer, const QString& appId);
 
-    bool Claim();
-    bool OpenLockFile(QtLockedFile& file) const;
     void BeginService();
-    void EndService();
+    QString Listen();
     void Check();
-    void Listen();
-    void Serve(QLocalSocket* socket);
-    void OnFinished(MessageReceiver* receiver);
+    void KeepFiles();
     void Deliver(MessageReceiver* receiver);
 
     QtLocalPeer* const q;
     QString id;
     QString socketName;
-    QString lockPath; ///< Empty without a temporary directory.
+    QString lockPath;                       ///< Empty without a temporary directory.
+    std::unique_ptr<QtLockedFile> lockFile; ///< Null if something of another user occupies its path.
     QLocalServer* const server;
-    std::unique_ptr<QtLockedFile> lockFile = std::make_unique<QtLockedFile>();
-    bool foreignLockFile = false;
-    QFileSystemWatcher* watcher = nullptr; ///< Of the lock file; null on Windows.
-    QTimer checkTimer{q};                  ///< Runs in the primary instance.
-    QString listenProblem;                 ///< The reason why the last attempt to listen failed.
-    QList<MessageReceiver*> receivers;     ///< Oldest first.
+    QList<MessageReceiver*> receivers;
+    QTimer checkTimer{q};
+    QFileSystemWatcher* watcher = nullptr; ///< Of the lock file, if that can be removed.
 };
 
 QtLocalPeerPrivate::QtLocalPeerPrivate(QtLocalPeer* peer, const QString& appId)
@@ -89,138 +79,96 @@ QtLocalPeerPrivate::QtLocalPeerPrivate(QtLocalPeer* peer, const QString& appId)
         id = QCoreApplication::applicationFilePath().toLower();
         prefix = id.section(u'/', -1);
     }
-    prefix = LettersOf(prefix).left(prefixLength);
-    const quint16 checksum = qChecksum(id.toUtf8(), Qt::ChecksumIso3309);
-    socketName = QStringLiteral("qtsingleapp-") + prefix + u'-' + QString::number(checksum, 16) +
+    // Without a regular expression: built with mingw, Qt's breaks a thread that used one when the thread
+    // ends.
+    prefix.removeIf([](QChar character) {
+        const char16_t lower = character.unicode() | 0x20;
+        return lower < u'a' || lower > u'z';
+    });
+    socketName = QStringLiteral("qtsingleapp-%1-%2")
+                     .arg(prefix.left(prefixLength))
+                     .arg(qChecksum(id.toUtf8(), Qt::ChecksumIso3309), 0, 16) +
                  QtLP_Private::GroupSuffix();
 
-    checkTimer.setTimerType(Qt::VeryCoarseTimer);
-    checkTimer.setInterval(checkInterval);
-    // Only the holder of the lock listens, so it may replace a socket that a killed process has left.
     server->setSocketOptions(QLocalServer::UserAccessOption);
-    server->setListenBacklogSize(QtLP_Private::listenBacklog);
     // Qt reads ahead from clients that wait; the system keeps the others waiting.
     server->setMaxPendingConnections(1);
 
-    const QString directory = QDir::tempPath();
-    // Empty if there is none; the file must not be created in the working directory then.
-    if (!directory.isEmpty()) {
+    // Without a temporary directory, the file must not be created in the working directory.
+    if (const QString directory = QDir::tempPath(); !directory.isEmpty()) {
         lockPath = QDir(directory).absolutePath() + u'/' + socketName + QStringLiteral("-lockfile");
-        foreignLockFile = !OpenLockFile(*lockFile);
     }
-}
-
-bool QtLocalPeerPrivate::OpenLockFile(QtLockedFile& file) const
-{
-    file.setFileName(lockPath);
-    return QtLP_Private::OpenLockFile(file);
-}
-
-/// Returns whether this process is the primary instance.
-bool QtLocalPeerPrivate::Claim()
-{
-    if (lockFile->isLocked() || foreignLockFile) {
-        return true;
-    }
-    if (!lockFile->lock(QtLockedFile::WriteLock, false)) {
-        return false;
-    }
-    if (!QtLP_Private::IsInPlace(*lockFile, lockPath)) {
-        // It has been removed since it was opened: the claim is made on the file that others find.
-        lockFile = std::make_unique<QtLockedFile>();
-        foreignLockFile = !OpenLockFile(*lockFile);
-        return Claim();
-    }
-    BeginService();
-    return true;
+    lockFile = QtLP_Private::OpenLockFile(lockPath);
 }
 
 void QtLocalPeerPrivate::BeginService()
 {
     QObject::connect(server, &QLocalServer::newConnection, q, &QtLocalPeer::receiveConnection);
-    Listen();
-    QObject::connect(&checkTimer, &QTimer::timeout, q, [this] { Check(); });
-    checkTimer.start();
-    watcher = QtLP_Private::WatchLockFile(lockPath, q);
-    if (watcher != nullptr) {
+    if (const QString problem = Listen(); !problem.isEmpty()) {
+        qWarning("QtSingleCoreApplication: listen on local socket failed, %s", qPrintable(problem));
+    }
+    checkTimer.callOnTimeout(q, [this] { Check(); });
+    checkTimer.start(checkInterval);
+    if (QtLP_Private::filesAreRemovable) {
+        watcher = new QFileSystemWatcher({lockPath}, q);
         // Queued, since Check changes what is watched.
         QObject::connect(
             watcher, &QFileSystemWatcher::fileChanged, q, [this] { Check(); }, Qt::QueuedConnection);
     }
 }
 
-void QtLocalPeerPrivate::EndService()
+/// Returns the reason if that fails. Only the holder of the lock listens, so it may replace the socket of a
+/// dead process.
+QString QtLocalPeerPrivate::Listen()
 {
-    checkTimer.stop();
-    // Closing removes the socket by its name, which may be the next owner's as soon as the lock is free.
-    server->close();
-    const QList<MessageReceiver*> unfinished = std::exchange(receivers, {});
-    for (MessageReceiver* const receiver : unfinished) {
-        Deliver(receiver);
+    if (QtLP_Private::IsServed(socketName)) {
+        return QStringLiteral("QLocalServer::listen: Address in use"); // In Qt's words.
+    }
+    return server->listen(socketName) ? QString() : server->errorString();
+}
+
+void QtLocalPeerPrivate::Check()
+{
+    if (watcher != nullptr) {
+        KeepFiles();
+    }
+    if (!server->isListening()) {
+        Listen();
     }
 }
 
-/// Restores what has been removed from the temporary directory, and keeps the rest from looking abandoned.
-void QtLocalPeerPrivate::Check()
+/// Restores what has been removed, and keeps the lock file from looking abandoned.
+void QtLocalPeerPrivate::KeepFiles()
 {
-    QtLP_Private::KeepFresh(lockPath);
-    if (!QtLP_Private::IsInPlace(*lockFile, lockPath)) {
-        auto restored = std::make_unique<QtLockedFile>();
-        if (OpenLockFile(*restored) && restored->lock(QtLockedFile::WriteLock, false)) {
+    if (!QFile::exists(lockPath)) {
+        auto restored = QtLP_Private::OpenLockFile(lockPath);
+        if (restored && restored->lock(QtLockedFile::WriteLock, false)) {
             lockFile = std::move(restored);
             watcher->removePath(lockPath);
             watcher->addPath(lockPath);
         }
     }
-    if (server->isListening() && !QtLP_Private::KeepFresh(server->fullServerName())) {
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    if (QFileInfo(lockPath).lastModified() < now.addDuration(-freshFor)) {
+        lockFile->setFileTime(now, QFileDevice::FileAccessTime);
+        lockFile->setFileTime(now, QFileDevice::FileModificationTime);
+    }
+    if (!QFile::exists(server->fullServerName())) {
         server->close();
-    }
-    Listen();
-}
-
-void QtLocalPeerPrivate::Listen()
-{
-    if (server->isListening()) {
-        return;
-    }
-    QString problem;
-    if (QtLP_Private::IsServed(socketName)) {
-        problem = QStringLiteral("QLocalServer::listen: Address in use"); // In Qt's words.
-    } else if (!server->listen(socketName)) {
-        problem = server->errorString();
-    }
-    // Report a persistent problem only once.
-    if (!problem.isEmpty() && problem != listenProblem) {
-        qWarning("QtSingleCoreApplication: listen on local socket failed, %s", qPrintable(problem));
-    }
-    listenProblem = problem;
-}
-
-void QtLocalPeerPrivate::Serve(QLocalSocket* socket)
-{
-    auto* const receiver = new MessageReceiver(socket, q);
-    receivers += receiver;
-    QObject::connect(
-        receiver, &MessageReceiver::finished, q, [this, receiver] { OnFinished(receiver); },
-        Qt::QueuedConnection);
-    receiver->Start();
-}
-
-void QtLocalPeerPrivate::OnFinished(MessageReceiver* receiver)
-{
-    if (receivers.removeOne(receiver)) {
-        q->receiveConnection();
-        Deliver(receiver);
     }
 }
 
 /// Closes the connection first, so that the client does not wait for what the message causes.
 void QtLocalPeerPrivate::Deliver(MessageReceiver* receiver)
 {
+    if (!receivers.removeOne(receiver)) {
+        return; // The destructor has delivered it.
+    }
     const std::optional<QString> message = receiver->TakeMessage();
     delete receiver;
+    q->receiveConnection();
     if (message) {
-        Q_EMIT q->messageReceived(*message);
+        Q_EMIT q->messageReceived(*message); // A slot may delete the peer.
     }
 }
 
@@ -231,12 +179,28 @@ QtLocalPeer::QtLocalPeer(QObject* parent, const QString& appId)
 
 QtLocalPeer::~QtLocalPeer()
 {
-    d->EndService();
+    d->checkTimer.stop();
+    // Closing removes the socket by its name, which may be the next owner's as soon as the lock is free.
+    d->server->close();
+    while (!d->receivers.isEmpty()) {
+        d->Deliver(d->receivers.constFirst());
+    }
 }
 
 bool QtLocalPeer::isSecondary()
 {
-    return !d->Claim();
+    if (d->lockFile && d->lockFile->isLocked()) {
+        return false;
+    }
+    // The file may have been removed since it was opened: the claim is made on the one that others find.
+    d->lockFile = QtLP_Private::OpenLockFile(d->lockPath);
+    if (d->lockFile) {
+        if (!d->lockFile->lock(QtLockedFile::WriteLock, false)) {
+            return true;
+        }
+        d->BeginService();
+    }
+    return false;
 }
 
 bool QtLocalPeer::sendMessage(const QString& message, int timeout)
@@ -250,19 +214,15 @@ bool QtLocalPeer::sendMessage(const QString& message, int timeout)
     if (!QtLP_Private::Connect(socket, d->socketName, connectTimeout)) {
         QThread::msleep(connectPause.count());
         socket.abort();
-        if (!QtLP_Private::Connect(socket, d->socketName, connectTimeout)) {
-            return false;
-        }
+        QtLP_Private::Connect(socket, d->socketName, connectTimeout);
     }
     if (!QtLP_Private::IsOwnPeer(socket)) {
         return false;
     }
     const QByteArray text = message.toUtf8();
     QDataStream(&socket).writeBytes(text.constData(), static_cast<uint>(text.size()));
-    if (!socket.waitForBytesWritten(timeout) || !socket.waitForReadyRead(timeout)) {
-        return false;
-    }
-    return socket.read(QtLP_Private::acknowledgementSize) == QtLP_Private::acknowledgement;
+    return socket.waitForBytesWritten(timeout) && socket.waitForReadyRead(timeout) &&
+           socket.read(qstrlen(acknowledgement)) == acknowledgement;
 }
 
 const QString& QtLocalPeer::applicationId() const
@@ -273,6 +233,11 @@ const QString& QtLocalPeer::applicationId() const
 void QtLocalPeer::receiveConnection()
 {
     while (d->receivers.size() < maxReceivers && d->server->hasPendingConnections()) {
-        d->Serve(d->server->nextPendingConnection());
+        auto* const receiver = new MessageReceiver(d->server->nextPendingConnection(), this);
+        d->receivers += receiver;
+        connect(
+            receiver, &MessageReceiver::finished, this, [this, receiver] { d->Deliver(receiver); },
+            Qt::QueuedConnection);
+        receiver->Start();
     }
 }

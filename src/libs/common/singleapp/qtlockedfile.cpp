@@ -1,25 +1,11 @@
 #include <common/singleapp/qtlockedfile.h>
 
-#include "filelock.h"
-
 namespace QtLP_Private
 {
 
 QtLockedFile::QtLockedFile()
     : QtLockedFile(QString())
 {}
-
-QtLockedFile::QtLockedFile(const QString& name)
-    : QFile(name)
-    , fileLock(std::make_unique<FileLock>())
-{}
-
-QtLockedFile::~QtLockedFile()
-{
-    if (isOpen()) {
-        unlock();
-    }
-}
 
 bool QtLockedFile::open(OpenMode mode)
 {
@@ -42,15 +28,12 @@ bool QtLockedFile::lock(LockMode mode, bool block)
     if (mode == lockMode) {
         return true;
     }
-    if (isLocked()) {
-        unlock();
+    unlock();
+    if (!(mode == ReadLock ? TakeRead(block) : TakeWrite(block))) {
+        return false;
     }
-    const bool taken =
-        mode == ReadLock ? fileLock->TakeRead(*this, block) : fileLock->TakeWrite(*this, block);
-    if (taken) {
-        lockMode = mode;
-    }
-    return taken;
+    lockMode = mode;
+    return true;
 }
 
 bool QtLockedFile::unlock()
@@ -60,7 +43,7 @@ bool QtLockedFile::unlock()
         return false;
     }
     if (isLocked()) {
-        fileLock->Release();
+        Release();
         lockMode = NoLock;
     }
     return true;

@@ -9,8 +9,6 @@
 namespace QtLP_Private
 {
 
-class FileLock;
-
 /**
  * A file with an advisory lock between processes, for one writer or up to 64 readers.
  *
@@ -59,7 +57,13 @@ public:
 private:
     Q_DISABLE_COPY(QtLockedFile)
 
-    std::unique_ptr<FileLock> fileLock;
+    // What each platform does on its own. A lock that others hold is no failure.
+    struct Handles;
+    bool TakeRead(bool block);
+    bool TakeWrite(bool block);
+    void Release();
+
+    const std::unique_ptr<Handles> d;
     LockMode lockMode = NoLock;
 };
 

@@ -1,0 +1,128 @@
+#include <common/singleapp/qtlockedfile.h>
+
+#include "../../platform/linux/filedescriptor.h"
+
+#include <cerrno>
+#include <mutex>
+#include <set>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/file.h>
+
+namespace QtLP_Private
+{
+
+using common::platform::FileDescriptor;
+
+/// A separate open file for the same inode, with flock on it. It outlasts QFile::close, as a mutex does.
+struct QtLockedFile::Handles
+{
+    FileDescriptor lock;
+};
+
+namespace
+{
+
+/// Number of readers that may hold the lock of one file at a time.
+constexpr int readerSlots = 64;
+
+/// The locks of this process. flock belongs to the open file, which a forked child shares, so the child
+/// closes its copies: a lock ends with the process that took it.
+struct OwnLocks
+{
+    static OwnLocks& Instance()
+    {
+        static auto* const locks = new OwnLocks; // Never destroyed: a fork may come late.
+        return *locks;
+    }
+
+    OwnLocks()
+    {
+        ::pthread_atfork([] { Instance().mutex.lock(); }, [] { Instance().mutex.unlock(); },
+                         [] {
+                             for (FileDescriptor* const lock : Instance().locks) {
+                                 lock->Close();
+                             }
+                             Instance().mutex.unlock();
+                         });
+    }
+
+    std::mutex mutex;
+    std::set<FileDescriptor*> locks;
+};
+
+bool Take(FileDescriptor& lock, const QFile& file, int operation, bool block)
+{
+    const QByteArray path = QByteArrayLiteral("/proc/self/fd/") + QByteArray::number(file.handle());
+    lock = FileDescriptor(::open(path.constData(), O_RDWR | O_CLOEXEC));
+    if (!lock.IsOpen()) {
+        lock = FileDescriptor(::open(path.constData(), O_RDONLY | O_CLOEXEC));
+    }
+    if (TEMP_FAILURE_RETRY(::flock(lock.Get(), block ? operation : operation | LOCK_NB)) == 0) {
+        return true;
+    }
+    if (errno != EWOULDBLOCK) {
+        qErrnoWarning("QtLockedFile::lock(): flock failed");
+    }
+    lock.Close();
+    return false;
+}
+
+/// Locks one byte, the number of the slot, so that readers can be counted; such locks and flock do not
+/// interact. Returns false if all slots are busy. A reader that may not write to the file, or whose file
+/// system has no such locks, is not counted.
+bool TakeSlot(const FileDescriptor& lock)
+{
+    struct flock range = {};
+    range.l_type = F_WRLCK;
+    range.l_whence = SEEK_SET;
+    range.l_len = 1;
+    for (range.l_start = 0; range.l_start < readerSlots; ++range.l_start) {
+        if (::fcntl(lock.Get(), F_OFD_SETLK, &range) == 0 || (errno != EAGAIN && errno != EACCES)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+QtLockedFile::QtLockedFile(const QString& name)
+    : QFile(name)
+    , d(std::make_unique<Handles>())
+{
+    const std::lock_guard guard(OwnLocks::Instance().mutex);
+    OwnLocks::Instance().locks.insert(&d->lock);
+}
+
+QtLockedFile::~QtLockedFile()
+{
+    const std::lock_guard guard(OwnLocks::Instance().mutex);
+    OwnLocks::Instance().locks.erase(&d->lock);
+}
+
+bool QtLockedFile::TakeRead(bool block)
+{
+    if (!Take(d->lock, *this, LOCK_SH, block)) {
+        return false;
+    }
+    if (!TakeSlot(d->lock)) {
+        qWarning("QtLockedFile::lock(): too many readers");
+        Release();
+        return false;
+    }
+    return true;
+}
+
+bool QtLockedFile::TakeWrite(bool block)
+{
+    return Take(d->lock, *this, LOCK_EX, block);
+}
+
+void QtLockedFile::Release()
+{
+    d->lock.Close();
+}
+
+} // namespace QtLP_Private
