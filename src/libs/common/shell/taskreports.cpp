@@ -1,9 +1,19 @@
 #include "taskreports.h"
 
+#include <QTimer>
+
 #include <utility>
 
 namespace common
 {
+
+namespace
+{
+
+/// Short enough to look immediate.
+constexpr std::chrono::milliseconds pause(5);
+
+} // namespace
 
 TaskReports::TaskReports(QObject* receiver_, ProgressFunction progress_, EndFunction end_)
     : receiver(receiver_)
@@ -18,7 +28,9 @@ void TaskReports::Progress(int current, int total_)
     }
     total = total_;
     done = current;
-    if (!queued.exchange(true)) {
+    const auto now = std::chrono::steady_clock::now();
+    if (now - lastWake >= pause && !queued.exchange(true)) {
+        lastWake = now;
         QMetaObject::invokeMethod(
             receiver, [self = shared_from_this()] { self->EmitProgress(); }, Qt::QueuedConnection);
     }
@@ -41,9 +53,14 @@ void TaskReports::End(int code, const QString& text)
 void TaskReports::EmitProgress()
 {
     queued = false;
+    const bool isNew = emitted < done;
     // A slot may destroy the receiver, or come here by an event loop.
     while (receiver && emitted < done) {
         progress(++emitted, total);
+    }
+    if (isNew && receiver) {
+        // Takes what the worker does not wake this thread for.
+        QTimer::singleShot(pause, receiver, [self = shared_from_this()] { self->EmitProgress(); });
     }
 }
 

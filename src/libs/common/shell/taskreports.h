@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -13,8 +14,8 @@ namespace common
 
 /**
  * Carries the reports of a worker to the thread of a receiver. They arrive as queued signals do, but progress
- * wakes that thread only if nothing is queued for it yet: a wake-up per item costs as much as the removal of
- * a file.
+ * wakes that thread at most every few milliseconds: a wake-up per item costs as much as the removal of a
+ * file.
  */
 class TaskReports : public std::enable_shared_from_this<TaskReports>
 {
@@ -42,7 +43,8 @@ private:
     const ProgressFunction progress;
     const EndFunction end;
     std::atomic<bool> stopped = false;
-    std::atomic<bool> queued = false; ///< EmitProgress is on its way.
+    std::atomic<bool> queued = false;               ///< EmitProgress is on its way.
+    std::chrono::steady_clock::time_point lastWake; ///< Belongs to the worker.
     std::atomic<int> done = 0;
     std::atomic<int> total = 0;
     int emitted = 0; ///< Belongs to the receiver's thread.
