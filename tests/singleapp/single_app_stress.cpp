@@ -91,6 +91,50 @@ private:
     QByteArrayList lines;
 };
 
+/// Processes that start at once.
+class Crowd
+{
+public:
+    Crowd(const QString& appId, int size)
+    {
+        for (int i = 0; i < size; ++i) {
+            peers.push_back(std::make_unique<Peer>(appId, QString::number(i)));
+        }
+        WaitFor([&] { return Count("ready") == size; });
+        for (const auto& peer : peers) {
+            peer->write("\n");
+        }
+    }
+
+    void Add(std::unique_ptr<Peer> peer) { peers.push_back(std::move(peer)); }
+    int Count(const QByteArray& line)
+    {
+        return static_cast<int>(
+            std::count_if(peers.begin(), peers.end(), [&](const auto& peer) { return peer->Said(line); }));
+    }
+    /// Waits for the primary instance.
+    Peer* First()
+    {
+        WaitFor([&] { return Count("first") > 0; });
+        const auto first = FindFirst();
+        return first != peers.end() ? first->get() : nullptr;
+    }
+    void KillFirst() { peers.erase(FindFirst()); }
+    bool HasEnded()
+    {
+        return Count("first") + Count("sent") + Count("failed") == static_cast<int>(peers.size());
+    }
+
+private:
+    using Peers = std::vector<std::unique_ptr<Peer>>;
+    Peers::iterator FindFirst()
+    {
+        return std::find_if(peers.begin(), peers.end(), [](const auto& peer) { return peer->Said("first"); });
+    }
+
+    Peers peers;
+};
+
 /// All start at once: one is the primary instance and receives the message of each other exactly once, at the
 /// first attempt. If it is killed in the meantime, exactly one takes its place and receives the rest and a
 /// newcomer's; what the dead one had received but not acknowledged is sent again, but no process receives a
@@ -98,56 +142,38 @@ private:
 bool Storm(int round, int size, bool killFirst)
 {
     const QString appId = QStringLiteral("storm%1").arg(round);
-    std::vector<std::unique_ptr<Peer>> peers;
-    peers.reserve(static_cast<std::size_t>(size));
-    for (int i = 0; i < size; ++i) {
-        peers.push_back(std::make_unique<Peer>(appId, QString::number(i)));
-    }
-    const auto count = [&](const QByteArray& line) {
-        return static_cast<int>(
-            std::count_if(peers.begin(), peers.end(), [&](const auto& peer) { return peer->Said(line); }));
-    };
-    const auto findFirst = [&] {
-        return std::find_if(peers.begin(), peers.end(), [](const auto& peer) { return peer->Said("first"); });
-    };
-    WaitFor([&] { return count("ready") == size; });
+    Crowd crowd(appId, size);
     QElapsedTimer timer;
     timer.start();
-    for (const auto& peer : peers) {
-        peer->write("\n");
+    if (killFirst && crowd.First() != nullptr) {
+        // Sooner or later from round to round.
+        const int moment = 2 + size * (round % 20) / 20;
+        WaitFor([&] { return crowd.First()->Lines().size() > moment; });
+        crowd.KillFirst();
     }
-    if (!WaitFor([&] { return count("first") > 0; })) {
+    const bool allEnded = WaitFor([&] { return crowd.HasEnded(); });
+    auto newcomer = std::make_unique<Peer>(appId, "newcomer");
+    newcomer->write("\n");
+    // The newcomer itself if the one that was killed had received all messages.
+    const Peer* const last = newcomer.get();
+    crowd.Add(std::move(newcomer));
+    Peer* const first = crowd.First();
+    if (first == nullptr) {
         Say("no process is the first");
         return false;
     }
-    if (killFirst) {
-        // Sooner or later from round to round.
-        const int moment = 2 + size * (round % 20) / 20;
-        WaitFor([&] { return findFirst()->get()->Lines().size() > moment; });
-        peers.erase(findFirst());
-    }
-    const bool allEnded = WaitFor(
-        [&] { return count("first") + count("sent") + count("failed") == static_cast<int>(peers.size()); });
-    peers.push_back(std::make_unique<Peer>(appId, "newcomer"));
-    peers.back()->write("\n");
-    // The newcomer itself if the one that was killed had received all messages.
-    if (!WaitFor([&] { return count("first") > 0; })) {
-        Say("no process has become the first");
-        return false;
-    }
-    Peer& last = **findFirst();
-    const bool heard = &last == peers.back().get() || last.Says("received newcomer");
-    QByteArrayList lines = last.Lines();
+    const bool heard = first == last || first->Says("received newcomer");
+    QByteArrayList lines = first->Lines();
     lines.removeAll("again");
     const bool twice = QSet<QByteArray>(lines.begin(), lines.end()).size() != lines.size();
     const int texts = static_cast<int>(lines.size()) - 2; // Without "ready" and "first".
     std::printf("%s %d: %d first, %d sent, %d of them not at the first attempt, %d failed, "
                 "%d messages arrived at the last first%s, newcomer %s, %lld ms\n",
-                killFirst ? "kill" : "storm", round, count("first"), count("sent"), count("again"),
-                count("failed"), texts, twice ? ", some twice" : "", heard ? "heard" : "not heard",
-                static_cast<long long>(timer.elapsed()));
-    return allEnded && heard && !twice && count("first") == 1 && count("failed") == 0 &&
-           (killFirst || (texts == size && count("again") == 0));
+                killFirst ? "kill" : "storm", round, crowd.Count("first"), crowd.Count("sent"),
+                crowd.Count("again"), crowd.Count("failed"), texts, twice ? ", some twice" : "",
+                heard ? "heard" : "not heard", static_cast<long long>(timer.elapsed()));
+    return allEnded && heard && !twice && crowd.Count("first") == 1 && crowd.Count("failed") == 0 &&
+           (killFirst || (texts == size && crowd.Count("again") == 0));
 }
 
 /// Peak resident memory of a process, in KiB.

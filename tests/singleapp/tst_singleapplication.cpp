@@ -41,7 +41,6 @@ private Q_SLOTS:
     void methodOrder();
     void claimAndMessages();
     void activationConnections();
-    void deletedWindow();
     void activation();
 
 private:
@@ -74,36 +73,28 @@ void TestSingleApplication::claimAndMessages()
 
 void TestSingleApplication::activationConnections()
 {
-    const QSignalSpy received(application, &QtSingleApplication::messageReceived);
+    QSignalSpy received(application, &QtSingleApplication::messageReceived);
+    const auto send = [&] {
+        received.clear();
+        return SendFromElsewhere(appId, "x") && QTest::qWaitFor([&] { return received.size() == 1; });
+    };
     application->setActivationWindow(nullptr, true);
-    QVERIFY(SendFromElsewhere(appId, "no window"));
-    QTRY_COMPARE(received.size(), 1);
+    QVERIFY2(send(), "there is no window");
 
-    Window window;
-    window.setWindowState(Qt::WindowMinimized | Qt::WindowMaximized);
-    window.states.clear();
-    application->setActivationWindow(&window, false);
-    QVERIFY(application->activationWindow() == &window);
-    QVERIFY(SendFromElsewhere(appId, "no activation"));
-    QTRY_COMPARE(received.size(), 2);
-    QVERIFY(window.states.isEmpty());
-    application->setActivationWindow(&window, true);
-    QVERIFY(SendFromElsewhere(appId, "as large as it was"));
-    QTRY_COMPARE(received.size(), 3);
-    // The window system may change the state again later.
-    QCOMPARE(window.states.value(0), Qt::WindowStates(Qt::WindowMaximized));
-    application->setActivationWindow(nullptr, false);
-}
-
-void TestSingleApplication::deletedWindow()
-{
-    const QSignalSpy received(application, &QtSingleApplication::messageReceived);
-    auto window = std::make_unique<QWidget>();
+    auto window = std::make_unique<Window>();
+    window->setWindowState(Qt::WindowMinimized | Qt::WindowMaximized);
+    window->states.clear();
+    application->setActivationWindow(window.get(), false);
+    QCOMPARE(application->activationWindow(), window.get());
+    QVERIFY(send());
+    QVERIFY(window->states.isEmpty());
     application->setActivationWindow(window.get(), true);
+    QVERIFY(send());
+    // The window system may change the state again later.
+    QCOMPARE(window->states.value(0), Qt::WindowStates(Qt::WindowMaximized));
     window.reset();
-    QVERIFY(application->activationWindow() == nullptr);
-    QVERIFY(SendFromElsewhere(appId, "too late"));
-    QTRY_COMPARE(received.size(), 1);
+    QCOMPARE(application->activationWindow(), nullptr);
+    QVERIFY2(send(), "the window is deleted");
     application->setActivationWindow(nullptr, false);
 }
 

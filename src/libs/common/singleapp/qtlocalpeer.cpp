@@ -1,6 +1,5 @@
 #include <common/singleapp/qtlocalpeer.h>
 
-#include "messagereceiver.h"
 #include "peerplatform.h"
 
 #include <common/singleapp/qtlockedfile.h>
@@ -18,11 +17,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <utility>
 
-using QtLP_Private::acknowledgement;
-using QtLP_Private::MessageReceiver;
 using QtLP_Private::QtLockedFile;
 
 namespace
@@ -44,6 +42,132 @@ constexpr auto freshFor = 1h;
 
 /// Pause between the two attempts to connect.
 constexpr auto connectPause = 250ms;
+
+constexpr auto lengthTimeout = 30s; ///< For the length of a message to arrive.
+constexpr auto textTimeout = 2s;    ///< For the next piece of the text.
+constexpr auto goodbyeTimeout = 1s; ///< For the client to read the reply and close.
+
+/// Messages are command lines and addresses; a longer claim comes from a faulty client.
+constexpr quint32 maxTextLength = 16 * 1024 * 1024;
+
+/// Unread bytes of a client; it has to wait while there are more.
+constexpr qint64 socketBufferSize = Q_INT64_C(64) * 1024;
+
+constexpr char acknowledgement[] = "ack";
+
+/// Receives one message from one client and acknowledges it, without blocking.
+class MessageReceiver : public QObject
+{
+public:
+    /// Takes ownership of the socket. Calls `onFinished_` once, when the client has gone or has used up its
+    /// time: from inside the socket, so delete the receiver later.
+    MessageReceiver(QLocalSocket* socket_, QObject* parent, std::function<void(MessageReceiver*)> onFinished_)
+        : QObject(parent)
+        , socket(socket_)
+        , onFinished(std::move(onFinished_))
+    {
+        socket->setParent(this);
+        socket->setReadBufferSize(socketBufferSize);
+        connect(socket, &QLocalSocket::readyRead, this, &MessageReceiver::Read);
+        connect(socket, &QLocalSocket::disconnected, this, &MessageReceiver::End);
+        timer.setSingleShot(true);
+        timer.callOnTimeout(this, &MessageReceiver::OnTimeout);
+        timer.start(lengthTimeout);
+        Read();
+        if (socket->state() == QLocalSocket::UnconnectedState) {
+            End(); // The client has left before its socket was handed over.
+        }
+    }
+
+    /// Returns the message, or nothing if it has not been received. Kept for compatibility: a message that
+    /// was cut off counts as received; what is missing reads as zero bytes.
+    std::optional<QString> TakeMessage()
+    {
+        if (!acknowledged) {
+            return std::nullopt;
+        }
+        text.resize(*length, '\0'); // Not before: until now, a great claim has cost nothing.
+        return QString::fromUtf8(std::exchange(text, {}));
+    }
+
+private:
+    void Read()
+    {
+        if (!length && socket->bytesAvailable() >= static_cast<qint64>(sizeof(quint32))) {
+            QDataStream(socket) >> length.emplace();
+        }
+        if (!length || acknowledged || finished) {
+            return;
+        }
+        if (*length > maxTextLength) {
+            qWarning("QtLocalPeer: Message reception failed a text of %u bytes is too long", *length);
+            Finish();
+            return;
+        }
+        // The buffer grows with what arrives, not with what was announced.
+        text += socket->read(std::min(*length - text.size(), socket->bytesAvailable()));
+        if (text.size() == *length) {
+            Acknowledge();
+        } else {
+            timer.start(textTimeout);
+        }
+    }
+
+    void Acknowledge()
+    {
+        acknowledged = true;
+        timer.start(goodbyeTimeout);
+        if (socket->state() == QLocalSocket::ConnectedState) {
+            socket->write(acknowledgement);
+            socket->flush();
+        }
+    }
+
+    void OnTimeout()
+    {
+        // A busy thread may not have processed what has arrived. Waits for 1 ms: with a zero timeout, Windows
+        // may report an event other than the data.
+        socket->waitForReadyRead(1);
+        if (timer.isActive() || finished) {
+            return;
+        }
+        if (length && !acknowledged) {
+            Acknowledge();
+        } else {
+            End();
+        }
+    }
+
+    /// The client has gone, or has used up its time.
+    void End()
+    {
+        Read();
+        if (finished) {
+            return;
+        }
+        if (!length) {
+            qWarning("QtLocalPeer: Peer disconnected");
+        } else if (!acknowledged) {
+            Acknowledge();
+        }
+        Finish();
+    }
+
+    void Finish()
+    {
+        finished = true;
+        timer.stop();
+        onFinished(this);
+    }
+
+    QLocalSocket* const socket;
+    QTimer timer{this};
+    const std::function<void(MessageReceiver*)> onFinished;
+    std::optional<quint32> length;
+    QByteArray text;
+    bool acknowledged = false;
+    bool finished = false;
+};
 
 } // namespace
 
@@ -189,15 +313,15 @@ QtLocalPeer::~QtLocalPeer()
 
 bool QtLocalPeer::isSecondary()
 {
-    if (d->lockFile && d->lockFile->isLocked()) {
+    if (!d->lockFile || d->lockFile->isLocked()) {
         return false;
     }
     // The file may have been removed since it was opened: the claim is made on the one that others find.
     d->lockFile = QtLP_Private::OpenLockFile(d->lockPath);
+    if (d->lockFile && !d->lockFile->lock(QtLockedFile::WriteLock, false)) {
+        return true;
+    }
     if (d->lockFile) {
-        if (!d->lockFile->lock(QtLockedFile::WriteLock, false)) {
-            return true;
-        }
         d->BeginService();
     }
     return false;
@@ -233,11 +357,10 @@ const QString& QtLocalPeer::applicationId() const
 void QtLocalPeer::receiveConnection()
 {
     while (d->receivers.size() < maxReceivers && d->server->hasPendingConnections()) {
-        auto* const receiver = new MessageReceiver(d->server->nextPendingConnection(), this);
-        d->receivers += receiver;
-        connect(
-            receiver, &MessageReceiver::finished, this, [this, receiver] { d->Deliver(receiver); },
-            Qt::QueuedConnection);
-        receiver->Start();
+        const auto deliver = [this](MessageReceiver* receiver) {
+            QMetaObject::invokeMethod(
+                this, [this, receiver] { d->Deliver(receiver); }, Qt::QueuedConnection);
+        };
+        d->receivers += new MessageReceiver(d->server->nextPendingConnection(), this, deliver);
     }
 }

@@ -6,6 +6,8 @@
 #include <QLibrary>
 #include <QLocalSocket>
 
+#include <string>
+
 #include <windows.h>
 
 namespace QtLP_Private
@@ -14,14 +16,9 @@ namespace QtLP_Private
 namespace
 {
 
-QString PipeName(const QString& name)
+std::wstring PipeName(const QString& name)
 {
-    return QStringLiteral(R"(\\.\pipe\)") + name;
-}
-
-const wchar_t* Wide(const QString& text)
-{
-    return reinterpret_cast<const wchar_t*>(text.utf16());
+    return (QStringLiteral(R"(\\.\pipe\)") + name).toStdWString();
 }
 
 /// Returns the security identifier (SID) of a process's user; empty if it cannot be read.
@@ -66,22 +63,22 @@ std::unique_ptr<QtLockedFile> OpenLockFile(const QString& path)
 // QLocalSocket would allow the server to impersonate this process, and wait 5 s for a busy pipe.
 bool Connect(QLocalSocket& socket, const QString& name, std::chrono::milliseconds timeout)
 {
-    const QString pipe = PipeName(name);
+    const std::wstring pipe = PipeName(name);
     const QDeadlineTimer deadline(timeout);
     HANDLE handle = INVALID_HANDLE_VALUE;
     do {
-        handle = ::CreateFileW(Wide(pipe), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+        handle = ::CreateFileW(pipe.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
                                FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_ANONYMOUS, nullptr);
         // A time of 0 would stand for a default of the server.
     } while (handle == INVALID_HANDLE_VALUE && ::GetLastError() == ERROR_PIPE_BUSY &&
              !deadline.hasExpired() &&
-             ::WaitNamedPipeW(Wide(pipe), static_cast<DWORD>(deadline.remainingTime()) + 1) != 0);
+             ::WaitNamedPipeW(pipe.c_str(), static_cast<DWORD>(deadline.remainingTime()) + 1) != 0);
     return handle != INVALID_HANDLE_VALUE && socket.setSocketDescriptor(reinterpret_cast<qintptr>(handle));
 }
 
 bool IsServed(const QString& name)
 {
-    return ::WaitNamedPipeW(Wide(PipeName(name)), 1) != 0;
+    return ::WaitNamedPipeW(PipeName(name).c_str(), 1) != 0;
 }
 
 bool IsOwnPeer(const QLocalSocket& socket)
