@@ -181,7 +181,8 @@ bool HttpRequest::SendRequest(HTTPRequestMethod method)
     }
 
     QNetworkReply* reply = nullptr;
-    const bool canSend = platform::CanStartThread(2); // Qt sends on a separate thread.
+    // Qt looks up the host on one thread and sends on another.
+    const bool canSend = platform::HasDescriptors(2);
     if (canSend && d->method == POST) {
         reply = SendPostRequest();
     } else if (canSend && d->method == GET) {

@@ -6,12 +6,16 @@ namespace common::platform
 {
 
 /**
- * Returns whether this process can start a thread and open some descriptors at the moment. An event loop
- * takes one descriptor, a connection with its own thread up to four.
- *
- * On Linux, Qt waits without end for some threads that could not start, and GLib ends the program if an event
- * loop gets no descriptor. Check before you start a thread, a connection to a bus or a network request.
+ * Returns whether this process can open `count` more descriptors at the moment. The event loop of a thread
+ * takes one on Linux, and GLib ends the program if there is none.
  */
-bool CanStartThread(std::size_t descriptors);
+bool HasDescriptors(std::size_t count);
+
+/**
+ * Returns whether this process can start a thread with an event loop at the moment. Check before you start a
+ * thread of D-Bus or wait for one: Qt waits without end for some threads that could not start. Starts a
+ * thread itself, which may take some tenths of a millisecond.
+ */
+bool CanStartThread();
 
 } // namespace common::platform

@@ -32,7 +32,7 @@ FileTask::~FileTask() = default;
 void FileTask::Start()
 {
     abortFlag = 0;
-    if (thread && platform::CanStartThread(1)) {
+    if (thread && platform::HasDescriptors(1)) {
         isWorking = true;
         thread->start(QThread::InheritPriority);
     }

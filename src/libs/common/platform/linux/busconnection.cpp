@@ -9,16 +9,8 @@
 namespace common::platform
 {
 
-namespace
-{
-
-/// Of the thread that Qt starts for all connections, and of the connection.
-constexpr std::size_t neededDescriptors = 4;
-
-} // namespace
-
 BusConnection::BusConnection(const QString& address, const QDeadlineTimer& deadline)
-    : name(CanStartThread(neededDescriptors) ? QUuid::createUuid().toString() : QString())
+    : name(CanStartThread() ? QUuid::createUuid().toString() : QString())
     , connection(name.isEmpty() ? QDBusConnection(name) : QDBusConnection::connectToPeer(address, name))
 {
     open = connection.isConnected() &&

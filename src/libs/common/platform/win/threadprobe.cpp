@@ -3,7 +3,12 @@
 namespace common::platform
 {
 
-bool CanStartThread(std::size_t /*descriptors*/)
+bool HasDescriptors(std::size_t /*count*/)
+{
+    return true;
+}
+
+bool CanStartThread()
 {
     return true;
 }

@@ -115,7 +115,7 @@ namespace powernotification
 
 Result Register(void* context)
 {
-    if (!common::platform::CanStartThread(1)) {
+    if (!common::platform::CanStartThread()) {
         return Result::Refused;
     }
     CurrentThread() = std::make_unique<ListenerThread>(context);
