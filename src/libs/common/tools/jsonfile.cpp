@@ -1,9 +1,9 @@
 #include <common/tools/jsonfile.h>
 
+#include "../platform/savefile.h"
+
 #include <common/logger/logger.h>
 #include <common/tools/aes.h>
-
-#include "savefile.h"
 
 #include <QDir>
 #include <QFile>
@@ -15,6 +15,9 @@
 
 namespace tools
 {
+
+using common::platform::FileAccess;
+using common::platform::SaveOutcome;
 
 namespace
 {
@@ -104,7 +107,8 @@ bool JsonFile::Save()
         if (!key.isEmpty()) {
             cipher::AES::encrypt(key, bytes, bytes);
         }
-        outcome = SaveFile(fileName, bytes, key.isEmpty() ? FileAccess::Usual : FileAccess::OwnerOnly);
+        outcome = common::platform::SaveFile(fileName, bytes,
+                                             key.isEmpty() ? FileAccess::Usual : FileAccess::OwnerOnly);
     }
     if (outcome == SaveOutcome::CannotOpen) {
         LOG_MESSAGE(common::logger::Error)

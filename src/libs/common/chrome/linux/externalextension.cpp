@@ -2,7 +2,7 @@
 
 #include "../../platform/linux/readfile.h"
 #include "../../platform/linux/xdg.h"
-#include "../../tools/savefile.h"
+#include "../../platform/savefile.h"
 
 #include <common/logger/logger.h>
 
@@ -54,7 +54,7 @@ void Publish(const QString& id, const QString& updateUrl)
     }
     const QByteArray text = QJsonDocument(QJsonObject{{updateUrlName, updateUrl}}).toJson();
     QDir().mkpath(ExtensionsDirectory());
-    if (tools::SaveFile(FilePath(id), text) != tools::SaveOutcome::Saved) {
+    if (platform::SaveFile(FilePath(id), text) != platform::SaveOutcome::Saved) {
         LOG_MESSAGE(logger::Error) << "Can't write " << FilePath(id);
     }
 }

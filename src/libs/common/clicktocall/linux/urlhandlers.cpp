@@ -2,7 +2,7 @@
 
 #include "../../platform/linux/readfile.h"
 #include "../../platform/linux/xdg.h"
-#include "../../tools/savefile.h"
+#include "../../platform/savefile.h"
 #include "handlerentry.h"
 #include "mimeapps.h"
 
@@ -126,8 +126,8 @@ bool UpdateEntry(const QString& path, const QByteArray& wanted)
         return false;
     }
     QDir().mkpath(QFileInfo(path).path());
-    const bool isDone =
-        wanted.isEmpty() ? QFile::remove(path) : tools::SaveFile(path, wanted) == tools::SaveOutcome::Saved;
+    const bool isDone = wanted.isEmpty() ? QFile::remove(path)
+                                         : platform::SaveFile(path, wanted) == platform::SaveOutcome::Saved;
     if (!isDone) {
         LogFailure(path);
     }

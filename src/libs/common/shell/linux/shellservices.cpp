@@ -3,7 +3,7 @@
 #include "../../platform/linux/busconnection.h"
 #include "../../platform/linux/desktopentry.h"
 #include "../../platform/linux/xdg.h"
-#include "../../tools/savefile.h"
+#include "../../platform/savefile.h"
 #include "../filepath.h"
 #include "spawn.h"
 
@@ -127,7 +127,8 @@ bool SaveShortcut(const Shortcut& shortcut, const QString& path)
         return false;
     }
     // Desktops start only entries that are marked executable.
-    return tools::SaveFile(path, text.toUtf8(), tools::FileAccess::Executable) == tools::SaveOutcome::Saved;
+    return platform::SaveFile(path, text.toUtf8(), platform::FileAccess::Executable) ==
+           platform::SaveOutcome::Saved;
 }
 
 unsigned long StartRemoval(const QString& directory, const QString& workingDirectory, QString& command)

@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <system_error>
 
-namespace tools
+namespace common::platform
 {
 
 namespace
@@ -77,4 +77,4 @@ SaveOutcome SaveFile(const QString& path, const QByteArray& bytes, FileAccess ac
     return WriteInPlace(path, bytes, access);
 }
 
-} // namespace tools
+} // namespace common::platform

@@ -5,7 +5,7 @@
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
-namespace tools
+namespace common::platform
 {
 
 bool IsReplaceable(const QString& path, int newFile)
@@ -22,4 +22,4 @@ bool IsReplaceable(const QString& path, int newFile)
            fgetxattr(newFile, accessList, nullptr, 0) < 0;
 }
 
-} // namespace tools
+} // namespace common::platform

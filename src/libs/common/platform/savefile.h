@@ -3,7 +3,7 @@
 class QByteArray;
 class QString;
 
-namespace tools
+namespace common::platform
 {
 
 enum class SaveOutcome
@@ -31,4 +31,4 @@ enum class FileAccess
  */
 SaveOutcome SaveFile(const QString& path, const QByteArray& bytes, FileAccess access = FileAccess::Usual);
 
-} // namespace tools
+} // namespace common::platform

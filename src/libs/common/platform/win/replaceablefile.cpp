@@ -10,7 +10,7 @@
 #include <aclapi.h>
 #include <io.h>
 
-namespace tools
+namespace common::platform
 {
 
 namespace
@@ -56,4 +56,4 @@ bool IsReplaceable(const QString& path, int newFile)
            IsSame(Security(HandleOf(oldFile.handle())), Security(HandleOf(newFile)));
 }
 
-} // namespace tools
+} // namespace common::platform
