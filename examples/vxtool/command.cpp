@@ -5,8 +5,10 @@
 #include <common/logger/logger.h>
 #include <common/vxcommon_features.h>
 
+#include <QFileInfo>
 #include <QMutex>
 #include <QRegularExpression>
+#include <QStorageInfo>
 
 #include <algorithm>
 #include <utility>
@@ -100,9 +102,24 @@ bool Complain(const QString& reason)
     return false;
 }
 
-int Fail(const QString& reason)
+int Fail(const QString& reason, const QString& problem)
 {
-    return ExitCodeOf(Complain(reason));
+    return ExitCodeOf(Complain(problem.isEmpty() ? reason : reason + u": "_s + problem));
+}
+
+QString PlaceProblem(const QString& path)
+{
+    QFileInfo directory(QFileInfo(path).absolutePath());
+    while (!directory.exists() && !directory.isRoot()) {
+        directory.setFile(directory.absolutePath());
+    }
+    if (!directory.isDir()) {
+        return u"\"%1\" is not a directory"_s.arg(directory.filePath());
+    }
+    if (!directory.isWritable()) {
+        return u"no permission to write to \"%1\""_s.arg(directory.filePath());
+    }
+    return QStorageInfo(directory.filePath()).bytesAvailable() == 0 ? u"the disk is full"_s : QString();
 }
 
 int FailUsage(const QString& reason)

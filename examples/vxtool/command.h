@@ -61,9 +61,11 @@ void SetRunningCommand(const Command* command);
 /// Prints `reason` after the name of the running command. Returns false, for handlers of single inputs.
 bool Complain(const QString& reason);
 
-/// Prints `reason`. Returns SomeFailed.
-int Fail(const QString& reason);
+/// Prints `reason` and, after a colon, `problem` if it is not empty. Returns SomeFailed.
+int Fail(const QString& reason, const QString& problem = {});
 
+/// Returns why nothing can be created at `path` or removed from there, as far as the file system shows it.
+QString PlaceProblem(const QString& path);
 /// Prints why the command line makes no sense and where its help is. Returns WrongUsage.
 int FailUsage(const QString& reason);
 

@@ -89,11 +89,14 @@ int Shortcut(const QCommandLineParser& parser)
     if (!QFileInfo::exists(target) && QStandardPaths::findExecutable(target).isEmpty()) {
         return Fail(u"there is no target \"%1\""_s.arg(target));
     }
+    const QString folder = QFileInfo(file).absolutePath();
     platform::EnterDesktop();
     return Shell::CreateShortcut(target, parser.value(directoryOption), parser.value(argumentsOption), file,
                                  parser.value(descriptionOption), parser.value(applicationIdOption))
                ? AllValid
-               : Fail(u"cannot write \"%1\""_s.arg(file));
+               : Fail(u"cannot write \"%1\""_s.arg(file),
+                      QFileInfo::exists(folder) ? PlaceProblem(file)
+                                                : u"there is no directory \"%1\""_s.arg(folder));
 }
 
 /// Returns a command that runs `call` for each library and prints its result.

@@ -98,22 +98,6 @@ private:
     int undecodable = 0;
 };
 
-/// Returns why nothing can be created at `path` or removed from there, as far as the file system shows it.
-QString PlaceProblem(const QString& path)
-{
-    QFileInfo directory(QFileInfo(path).absolutePath());
-    while (!directory.exists() && !directory.isRoot()) {
-        directory.setFile(directory.absolutePath());
-    }
-    if (!directory.isDir()) {
-        return u"\"%1\" is not a directory"_s.arg(directory.filePath());
-    }
-    if (!directory.isWritable()) {
-        return u"no permission to write to \"%1\""_s.arg(directory.filePath());
-    }
-    return QStorageInfo(directory.filePath()).bytesAvailable() == 0 ? u"the disk is full"_s : QString();
-}
-
 /// Returns why the paths that the library has quoted in an error cannot be used.
 QString ReasonOf(const QString& error)
 {
@@ -294,11 +278,6 @@ QString MoveProblem(const QString& source, const QString& destination)
                                                                           : PlaceProblem(destination);
 }
 
-int FailWith(const QString& what, const QString& problem)
-{
-    return Fail(problem.isEmpty() ? what : what + u": "_s + problem);
-}
-
 int CopyDir(const QCommandLineParser& parser)
 {
     const QStringList arguments = parser.positionalArguments();
@@ -309,7 +288,7 @@ int CopyDir(const QCommandLineParser& parser)
     return Shell::CopyDir(arguments.at(0), arguments.at(1), QDir::Dirs | QDir::NoDotAndDotDot,
                           parser.isSet(tolerateOption))
                ? AllValid
-               : FailWith(u"cannot copy \"%1\" to \"%2\""_s.arg(arguments.at(0), arguments.at(1)), problem);
+               : Fail(u"cannot copy \"%1\" to \"%2\""_s.arg(arguments.at(0), arguments.at(1)), problem);
 }
 
 int MoveDir(const QCommandLineParser& parser)
@@ -321,7 +300,7 @@ int MoveDir(const QCommandLineParser& parser)
     const QString& source = arguments.at(0);
     const QString problem = MoveProblem(source, arguments.at(1));
     if (!Shell::MoveDir(source, arguments.at(1))) {
-        return FailWith(u"cannot move \"%1\" to \"%2\""_s.arg(source, arguments.at(1)), problem);
+        return Fail(u"cannot move \"%1\" to \"%2\""_s.arg(source, arguments.at(1)), problem);
     }
     return QFileInfo::exists(source) ? Fail(u"copied, but cannot remove \"%1\""_s.arg(source)) : AllValid;
 }

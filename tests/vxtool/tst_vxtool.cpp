@@ -107,6 +107,7 @@ void TestVxtool::answers_data()
     fails("movedir|none|x", "\"none\" is not a directory");
     fails("removeafterexit|none", "there is no directory \"none\"");
     fails("shortcut|none|x.desktop", "there is no target \"none\"");
+    fails("shortcut|.|no/such/x.desktop", "there is no directory \"");
     fails("process|terminate|999999999", "cannot end process 999999999: ");
     fails("decrypt|--key|k|YWJj", "\"YWJj\" is not Base64 of encrypted text");
     fails("protocols|register|a b", "\"a b\" is not a URL scheme");
