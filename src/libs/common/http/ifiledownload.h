@@ -37,7 +37,7 @@ class VXCOMMON_EXPORT IFileDownload : public QObject
     Q_OBJECT
 
 public:
-    /// Codes of failed besides those of IHttpRequest::requestError.
+    /// Codes of failed in addition to those of IHttpRequest::requestError.
     enum ErrorCode : int
     {
         RequestMissing = 900100,    ///< No request to start.

@@ -11,16 +11,16 @@ class QJsonObject;
 
 /**
  * @file
- * What a request can carry: a JSON document, a map of keys and values, or one of the forms of
+ * The payloads of requests: a JSON document, a map of keys and values, or a form of
  * ihttprequestmultipartdata.h.
  *
- * A request asks its payload for the bytes anew at every attempt, so a payload can be sent again and again; a
- * change between two attempts goes out with the later one. A payload belongs to the thread of its request.
+ * A request reads its payload at every attempt, so a payload can be sent many times. If you change it between
+ * two attempts, the second one sends the change. A payload belongs to the thread of its request.
  */
 namespace common::http
 {
 
-/// Any payload of an IHttpRequest; what it can do is told by the class below it.
+/// The base class of all payloads of an IHttpRequest.
 class VXCOMMON_EXPORT IHttpRequestData : public QObject
 {
 public:
@@ -28,34 +28,35 @@ public:
     ~IHttpRequestData() override = 0;
 };
 
-/// A payload that is one run of bytes with a content type.
+/// A payload of bytes with a content type.
 class VXCOMMON_EXPORT IHttpRequestSimpleData : public IHttpRequestData
 {
 public:
-    virtual QString GetContentType() const = 0; ///< Value of the Content-Type header.
-    virtual QByteArray GetData() const = 0;     ///< The body, serialised now.
+    virtual QString GetContentType() const = 0; ///< Returns the value of the Content-Type header.
+    virtual QByteArray GetData() const = 0;     ///< Returns the body, serialised at each call.
 
-    /// A JSON document ("application/json"), written without blanks. Keeps a copy of `object`.
+    /// Creates a compact JSON document ("application/json") from a copy of `object`.
     static QSharedPointer<IHttpRequestSimpleData> CreateJsonData(const QJsonObject& object);
 };
 
-/// A payload made of keys and values, serialised in the order of the keys' UTF-16 code units.
+/// A payload of keys and values, serialised in the order of the UTF-16 code units of the keys.
 class VXCOMMON_EXPORT IHttpRequestDataMap : public IHttpRequestSimpleData
 {
 public:
-    virtual QString GetValue(const QString& key) const = 0;              ///< Empty for an unknown key.
+    virtual QString GetValue(const QString& key) const = 0; ///< Returns an empty string for an unknown key.
     virtual void SetValue(const QString& key, const QString& value) = 0; ///< Replaces an earlier value.
-    virtual void RemoveValue(const QString& key) = 0;                    ///< An unknown key is no error.
+    virtual void RemoveValue(const QString& key) = 0;                    ///< Ignores an unknown key.
 
-    /// An empty map that becomes a JSON object ("application/json") whose values are all strings; for numbers
-    /// and nested values use CreateJsonData.
+    /// Creates an empty map that is sent as a JSON object ("application/json") whose values are all strings.
+    /// For numbers and nested values, use CreateJsonData.
     static QSharedPointer<IHttpRequestDataMap> CreateJsonDataMap();
 
     /**
-     * An empty map that becomes "key=value" pairs with "&" between ("application/x-www-form-urlencoded"). All
-     * but letters, digits and "-._~" (RFC 3986) is percent-encoded from UTF-8, so a blank is "%20".
+     * Creates an empty map that is sent as "key=value" pairs, separated by "&", with the content type
+     * "application/x-www-form-urlencoded". UTF-8 bytes other than letters, digits and "-._~" (RFC 3986) are
+     * percent-encoded, so a space is "%20".
      *
-     * It is the body of a POST and the query of a GET, and the only payload that a GET takes.
+     * In a POST it is the body, in a GET the query. A GET accepts no other payload.
      */
     static QSharedPointer<IHttpRequestDataMap> CreateUrlencodedDataMap();
 };

@@ -6,8 +6,7 @@
 #include <QFile>
 #include <QString>
 
-// The Windows headers make macros of these names. Where they are included first, the macros go; the Windows
-// functions are still there under their full names, such as CopyFileW.
+// The Windows headers define macros of these names. The functions keep their full names, such as CopyFileW.
 #undef CopyFile
 #undef CreateDirectory
 #undef RemoveDirectory
@@ -16,36 +15,36 @@ namespace common
 {
 
 /**
- * File system primitives that are tried again when they fail, since what stands in the way of a file is often
- * gone a moment later: a virus scanner, an indexer, a process that is about to end.
+ * File system operations that are repeated if they fail: a virus scanner, an indexer or a process that is
+ * about to end blocks a file only for a moment.
  *
- * Each operation makes up to five attempts with 50 ms between two of them, writes one warning on the channel
- * "shell.filecmd" for each attempt that failed, and returns whether one succeeded. Why an attempt failed is
- * not looked at: a failure that cannot heal costs all five, 200 ms of sleep. Any thread may call, and the
- * calling thread is blocked meanwhile. The objects stay the caller's and are left as the last attempt left
- * them.
+ * Each operation makes up to five attempts, 50 ms apart, and returns whether one of them succeeded. It logs a
+ * warning on the channel "shell.filecmd" for each failed attempt, whatever the reason of the failure. A
+ * lasting failure takes 200 ms. The arguments are left as the last attempt leaves them.
+ *
+ * @note Any thread may call the functions. They block it.
  */
 class VXCOMMON_EXPORT FileCommands
 {
 public:
     FileCommands() = delete;
 
-    /// QFile::copy: fails if `newName` exists. Does not wait until the bytes are on the disk.
+    /// Copies a file like QFile::copy. Fails if `newName` exists. Does not wait for the disk.
     static bool CopyFile(QFile& file, const QString& newName);
 
-    /// QDir::mkpath: missing parents are made, too, and a directory that exists is a success.
+    /// Creates a directory and its parents like QDir::mkpath. An existing directory is a success.
     static bool CreateDirectory(QDir& dir, const QString& path);
 
-    /// QFile::link: makes `linkName` point to `target`, which need not exist. A shortcut on Windows.
+    /// Creates a link like QFile::link, on Windows a shortcut. `target` need not exist.
     static bool CreateSymlink(const QString& target, const QString& linkName);
 
-    /// QDir::rmdir: removes an empty directory. A relative `path` is one below `dir`.
+    /// Removes an empty directory like QDir::rmdir. A relative `path` is below `dir`.
     static bool RemoveDirectory(QDir& dir, const QString& path);
 
-    /// QFile::remove: removes a file or a link, never what a link points to.
+    /// Removes a file or a link like QFile::remove. The target of a link stays.
     static bool RemoveFile(QFile& file);
 
-    /// QDir::rename: relative names are below `dir`.
+    /// Renames a directory like QDir::rename. Relative names are below `dir`.
     static bool RenameDirectory(QDir& dir, const QString& oldName, const QString& newName);
 };
 

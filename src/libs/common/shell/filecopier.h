@@ -15,7 +15,7 @@ namespace common
 class FileTask;
 
 /**
- * Copies files, symbolic links and directory trees on a thread of its own.
+ * Copies files, symbolic links and directory trees on a separate thread.
  *
  * @code
  * auto* copier = new common::FileCopier;
@@ -24,17 +24,18 @@ class FileTask;
  * copier->Copy();
  * @endcode
  *
- * Collect the work with the Add functions, then call Copy. A job first turns the directories into files and
- * links, hidden entries left out; a directory without any of them is not made. Then it copies all files and
- * after them all links, stops at the first failure, and leaves in place what it has copied. An existing
- * destination file is replaced, an existing destination directory is not. A link in a tree is copied as a
- * link, with its target relative to the folder it was found in, and is never followed.
+ * Add the work with the Add functions, then call Copy. A job first lists the files and links of the
+ * directories, without hidden entries. Then it copies all files, and after them all links. It stops at the
+ * first failure and keeps what it has copied.
  *
- * All signals are emitted in the copier's own thread, through its event loop, apart from NoTask, which is
- * emitted inside Copy. A job ends in exactly one of `succesed` and `failed`.
+ * Existing files and links at a destination are replaced; an existing directory is a failure. A link in a
+ * tree is copied as a link, with a target relative to the directory of the source link. A directory without
+ * entries to copy is not created.
  *
- * Details are written on the channel "shell.filecopy". Use a copier from one thread, the one that it lives
- * on.
+ * A job ends with exactly one of `succesed` and `failed`. The log channel "shell.filecopy" has the details.
+ *
+ * @note Use a copier on the thread that it lives on. The event loop of that thread delivers all signals,
+ * apart from `failed` with NoTask, which is emitted inside Copy.
  */
 class VXCOMMON_EXPORT FileCopier : public QObject
 {
@@ -57,41 +58,41 @@ public:
     };
 
     FileCopier();
-    /// Stops a running job and waits for it, as Abort(true) does.
+    /// Stops a running job as Abort(true) does.
     ~FileCopier() override;
 
 public Q_SLOTS:
     /**
-     * Starts a job with all that was added so far; later additions do not reach it. A job that is running is
-     * stopped and waited for first, and only those of its signals that are on their way already still come.
-     * The lists are kept, so a second call copies everything once more.
+     * Starts a job with everything that has been added. Stops a running job first, as Abort(true) does; only
+     * those of its signals that are already queued are still emitted. Keeps the lists, so a second call
+     * copies everything again.
      *
-     * @return false only if there was no memory for the job; `failed` has then been emitted, too
+     * @return false if there is no memory for the job; `failed` has then been emitted
      */
     bool Copy();
 
     /**
-     * Blocks until the running job has ended, without running the event loop, and forgets it. Its signals are
-     * emitted afterwards. Does nothing without a job. A window moves the copier to a thread of its own and
-     * calls Abort there, since the item at hand, for example a large file, may take long.
+     * Blocks until the running job has ended, without running the event loop. The job's signals are emitted
+     * afterwards. Does nothing without a job. The current item, such as a large file, can take long: in a
+     * program with windows, move the copier to a separate thread and call Abort there.
      *
-     * @param force stop the job at the next item; otherwise wait for all of it
+     * @param force true to stop the job after the current item, false to wait for all items
      */
     void Abort(bool force = true);
 
-    /// Adds a link to be copied as a link. Nothing is looked at on the disk here and in the two below.
+    /// Adds a link that is copied as a link. Like the two functions below, does not access the disk.
     void AddSymlink(const QString& fileSourcePath, const QString& fileDestPath);
-    /// Adds a file. Missing folders on the way to the destination are made.
+    /// Adds a file. The job creates missing directories of the destination.
     void AddFile(const QString& fileSourcePath, const QString& fileDestPath);
-    /// Adds a tree: what is below the source comes to stand below the destination.
+    /// Adds a tree. The job copies what is below the source to below the destination.
     void AddDirectory(const QString& dirSourcePath, const QString& dirDestPath);
 
 Q_SIGNALS:
-    /// Another item is done, `current` of `total`. Nothing is reported while directories are scanned.
+    /// Emitted for each finished item, `current` of `total`, once all directories are scanned.
     void progress(int current, int total);
-    /// Everything is copied.
+    /// Emitted when everything is copied.
     void succesed();
-    /// The job has ended early.
+    /// Emitted when the job has failed, with an Error.
     void failed(int errorCode, const QString& errorText);
 
 private:

@@ -14,11 +14,13 @@ namespace common
 {
 
 /**
- * Finds what is below some directories, tells of each entry, and can remove it all: at once, on the caller's
- * thread. Signals are emitted inside the call, so a receiver must not delete the helper.
+ * Finds the entries below directories, reports each of them, and can remove them. Everything happens inside
+ * the call, on the caller's thread.
  *
- * Hidden entries and system entries (on Linux fifos, sockets, devices and links to nothing) are not found.
- * What was found is kept: a second scan finds the same entries again and has them twice.
+ * Does not find hidden entries and system entries (on Linux fifos, sockets, devices and dangling links).
+ * Keeps what it has found, so a second scan adds the same entries again.
+ *
+ * @warning The signals are emitted inside the call: a receiver must not delete the helper.
  */
 class VXCOMMON_EXPORT FileHelper : public QObject
 {
@@ -26,34 +28,34 @@ class VXCOMMON_EXPORT FileHelper : public QObject
 
 public:
     FileHelper();
-    explicit FileHelper(const QString& dir); ///< With a first directory.
+    explicit FileHelper(const QString& dir); ///< Adds `dir` as the first directory.
     ~FileHelper() override;
 
-    void AppendDir(const QString& dir);         ///< Adds a directory to be scanned.
-    void AppendFiles(const QStringList& added); ///< Adds single files; missing ones are passed over.
+    void AppendDir(const QString& dir);         ///< Adds a directory to scan.
+    void AppendFiles(const QStringList& added); ///< Adds single files. Skips missing ones.
 
-    const QStringList& NameFilters() const; ///< As set.
-    /// Wildcards as QDir::setNameFilters takes them; empty for all. A directory below a given one whose name
-    /// does not match is not entered.
+    const QStringList& NameFilters() const; ///< @see SetNameFilters
+    /// Sets wildcards as in QDir::setNameFilters; an empty list finds everything. Applies to directories
+    /// below the added ones, too: one that does not match is not entered.
     void SetNameFilters(const QStringList& filters);
 
-    /// Scans and returns false: copies nothing, whatever the argument. That is meant; FileCopier copies.
+    /// Scans and returns false. Kept for compatibility: it copies nothing; use FileCopier.
     bool Copy(const QString& destination);
 
     /**
-     * Scans and removes what was found, the content of a directory before the directory itself. A link is
-     * removed as a link. Goes on after a failure.
+     * Scans, then removes what has been found, the content of a directory before the directory. Removes a
+     * link as a link. Continues after a failure.
      *
-     * @return whether everything could be removed; true if there was nothing
+     * @return whether everything was removed; true if nothing was found
      */
     bool Remove();
 
 Q_SIGNALS:
-    /// An entry was found; it is number `total`.
+    /// Emitted for each entry that is found; `total` is its number.
     void scan(const QString& file, quint64 total);
-    /// An entry could not be removed.
+    /// Emitted for each entry that cannot be removed.
     void failed(const QString& file);
-    /// An entry is about to be removed, number `current` of `total`.
+    /// Emitted before an entry is removed, number `current` of `total`.
     void progress(const QString& file, quint64 current, quint64 total);
 
 private:

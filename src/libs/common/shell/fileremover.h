@@ -13,7 +13,7 @@ namespace common
 class FileTask;
 
 /**
- * Removes files, links and directory trees on a thread of its own. What is gone already is no failure.
+ * Removes files, links and directory trees on a separate thread. A missing entry is not a failure.
  *
  * @code
  * auto* remover = new common::FileRemover;
@@ -22,18 +22,18 @@ class FileTask;
  * remover->Remove();
  * @endcode
  *
- * Collect the work with the Add functions, then call Remove. A job first looks into the directories, hidden
- * entries left out, then removes all files and links, and after them all directories, each behind those it
- * holds and the added ones last. It stops at the first failure; what is removed stays removed. A directory
- * with a hidden entry is never empty, so it cannot be removed. A link that is in a
- * tree or added as a file is removed as a link: what it leads to is not touched. A link that is added as a
- * directory stands for that directory, whose content is removed.
+ * Add the work with the Add functions, then call Remove. A job first lists the entries of the directories,
+ * without hidden ones. Then it removes all files and links, and after them all directories, each after those
+ * inside it and the added ones last. It stops at the first failure.
  *
- * All signals are emitted in the remover's own thread, through its event loop, apart from NoTask, which is
- * emitted inside Remove. A job ends in exactly one of `succesed` and `failed`.
+ * Hidden entries stay, so a directory with one cannot be removed. A link in a tree, or one that is added as a
+ * file, is removed as a link; its target stays. A link that is added as a directory stands for that
+ * directory, whose content is removed.
  *
- * Details are written on the channel "shell.fileremove". Use a remover from one thread, the one that it lives
- * on.
+ * A job ends with exactly one of `succesed` and `failed`. The log channel "shell.fileremove" has the details.
+ *
+ * @note Use a remover on the thread that it lives on. The event loop of that thread delivers all signals,
+ * apart from `failed` with NoTask, which is emitted inside Remove.
  */
 class VXCOMMON_EXPORT FileRemover : public QObject
 {
@@ -51,39 +51,39 @@ public:
     };
 
     FileRemover();
-    /// Stops a running job and waits for it, as Abort(true) does.
+    /// Stops a running job as Abort(true) does.
     ~FileRemover() override;
 
 public Q_SLOTS:
     /**
-     * Starts a job with all that was added so far; later additions do not reach it. A job that is running is
-     * stopped and waited for first, and only those of its signals that are on their way already still come.
-     * The lists are kept, so a second call goes over everything once more.
+     * Starts a job with everything that has been added. Stops a running job first, as Abort(true) does; only
+     * those of its signals that are already queued are still emitted. Keeps the lists, so a second call
+     * repeats the work.
      *
-     * @return false only if there was no memory for the job; `failed` has then been emitted, too
+     * @return false if there is no memory for the job; `failed` has then been emitted
      */
     bool Remove();
 
     /**
-     * Blocks until the running job has ended, without running the event loop, and forgets it. Its signals are
-     * emitted afterwards. Does nothing without a job. A window moves the remover to a thread of its own and
-     * calls Abort there, since the item at hand, with its attempts, may take long.
+     * Blocks until the running job has ended, without running the event loop. The job's signals are emitted
+     * afterwards. Does nothing without a job. The current item, with its attempts, can take long: in a
+     * program with windows, move the remover to a separate thread and call Abort there.
      *
-     * @param force stop the job at the next item; otherwise wait for all of it
+     * @param force true to stop the job after the current item, false to wait for all items
      */
     void Abort(bool force = true);
 
-    /// Adds a file or a link. Nothing is looked at on the disk here and below.
+    /// Adds a file or a link. Like AddDirectory, does not access the disk.
     void AddFile(const QString& filePath);
-    /// Adds a directory with all that is in it.
+    /// Adds a directory and its content.
     void AddDirectory(const QString& dirPath);
 
 Q_SIGNALS:
-    /// Another item is done, `current` of `total`. Nothing is reported while directories are scanned.
+    /// Emitted for each finished item, `current` of `total`, once all directories are scanned.
     void progress(int current, int total);
-    /// Everything is gone.
+    /// Emitted when everything is removed.
     void succesed();
-    /// The job has ended early.
+    /// Emitted when the job has failed, with an Error.
     void failed(int errorCode, const QString& errorText);
 
 private:

@@ -22,7 +22,7 @@ namespace common
 
 struct ListedEntry;
 
-/// What tells one kind of file job from another, apart from its work.
+/// The texts and codes of one kind of file job.
 struct FileTaskTraits
 {
     logger::Channel channel;
@@ -38,7 +38,7 @@ struct FileTaskTraits
 
 /**
  * One file job: the skeleton that copying and removing share. The object belongs to its owner's thread and
- * works on a thread of its own, which runs once. When that ends, the object deletes itself through the
+ * works on a separate thread, which runs once. When that ends, the object deletes itself through the
  * owner's event loop.
  *
  * The caller shares the abort flag alone with the worker, and the reports. The work lists in the derived
