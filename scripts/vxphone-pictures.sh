@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Goes through the states of vxphone on a display of its own and makes a picture of each in build/demo/vxphone/pictures.
-#   scripts/vxphone-pictures.sh           light, dark and at scale 2
+#   scripts/vxphone-pictures.sh           light, dark, and at the scales 1.5 and 2
 #   scripts/vxphone-pictures.sh --renew   also puts the two of the README into docs/images
 
 source "$(dirname "$0")/lib.sh"
@@ -168,6 +168,7 @@ tour() { # MODE SCALE
 
 tour light 1
 tour dark 1
+tour larger 1.5
 tour double 2
 if [ "${1:-}" = --renew ]; then
     cp "$pictures/light-call.png" docs/images/vxphone-call.png

@@ -1,9 +1,6 @@
 #include "panels.h"
 
-#include "widgets.h"
-
 #include <QGridLayout>
-#include <QPushButton>
 
 using namespace Qt::StringLiterals;
 
@@ -11,9 +8,12 @@ namespace
 {
 
 /// Creates a button that stays down, with its text in the tool tip.
-QPushButton* CreateSwitch(const QString& symbol, const QString& text, const QKeySequence& key)
+QPushButton* CreateSwitch(const QString& symbol, const QString& downSymbol, const QString& text,
+                          const QKeySequence& key)
 {
-    auto* const button = new QPushButton(SymbolIcon(symbol, Qt::white), QString());
+    QIcon icon = SymbolIcon(symbol, Qt::white);
+    icon.addPixmap(Symbol(downSymbol, Qt::white), QIcon::Normal, QIcon::On);
+    auto* const button = new QPushButton(icon, QString());
     button->setCheckable(true);
     button->setShortcut(key);
     button->setAccessibleName(text);
@@ -29,8 +29,8 @@ CallBanner::CallBanner()
     , details(new Line)
     , time(new QLabel)
     , next(new Line)
-    , mute(CreateSwitch(u"mic"_s, tr("Mute"), Qt::ALT | Qt::Key_U))
-    , keypadSwitch(CreateSwitch(u"keypad"_s, tr("Keypad"), Qt::ALT | Qt::Key_K))
+    , mute(CreateSwitch(u"mic"_s, u"mic-off"_s, tr("Mute"), Qt::ALT | Qt::Key_U))
+    , keypadSwitch(CreateSwitch(u"keypad"_s, u"keypad"_s, tr("Keypad"), Qt::ALT | Qt::Key_K))
     , hangUp(new QPushButton(SymbolIcon(u"hang-up"_s, Qt::white), tr("Ha&ng up")))
     , keypad(new QWidget)
     , tones(new Line)
@@ -45,9 +45,7 @@ CallBanner::CallBanner()
     hide();
 
     ticker.setInterval(1000);
-    connect(&ticker, &QTimer::timeout, this, &CallBanner::ShowTime);
-    connect(mute, &QPushButton::toggled, this,
-            [this](bool muted) { mute->setIcon(SymbolIcon(muted ? u"mic-off"_s : u"mic"_s, Qt::white)); });
+    connect(&ticker, &QTimer::timeout, this, [this] { time->setText(DurationText(clock.elapsed() / 1000)); });
     connect(keypadSwitch, &QPushButton::toggled, keypad, &QWidget::setVisible);
     connect(hangUp, &QPushButton::clicked, this, &CallBanner::HangUp);
 }
@@ -60,14 +58,14 @@ void CallBanner::CreateLayout()
     layout->setVerticalSpacing(4);
     layout->setColumnStretch(1, 1);
     layout->addWidget(avatar, 0, 0, 2, 1);
-    layout->addWidget(name, 0, 1);
-    layout->addWidget(details, 1, 1);
-    int column = 2;
-    for (QWidget* const widget : QWidgetList{time, mute, keypadSwitch, hangUp}) {
-        layout->addWidget(widget, 0, column++, 2, 1, Qt::AlignVCenter);
+    int column = 1;
+    for (QWidget* const widget : QWidgetList{name, time, mute, keypadSwitch, hangUp}) {
+        layout->addWidget(widget, 0, column++);
     }
-    layout->addWidget(next, 2, 1, 1, column - 1); // Below the time and the buttons, too.
-    layout->addWidget(keypad, 3, 1, 1, column - 1);
+    int row = 1;
+    for (QWidget* const widget : QWidgetList{details, next, keypad}) {
+        layout->addWidget(widget, row++, 1, 1, column - 1);
+    }
 }
 
 void CallBanner::CreateKeypad()
@@ -100,7 +98,7 @@ void CallBanner::Begin(const QString& party, const QString& address)
     keypadSwitch->setChecked(false);
     clock.start();
     ticker.start();
-    ShowTime();
+    time->setText(DurationText(0));
     show();
     hangUp->setFocus();
 }
@@ -120,9 +118,4 @@ void CallBanner::HangUp()
         hide();
         Q_EMIT ended(seconds);
     }
-}
-
-void CallBanner::ShowTime()
-{
-    time->setText(DurationText(clock.elapsed() / 1000));
 }

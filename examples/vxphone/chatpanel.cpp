@@ -1,22 +1,12 @@
 #include "panels.h"
 
-#include "widgets.h"
-
 #include <common/tools/url.h>
 
-#include <QAbstractTextDocumentLayout>
-#include <QDesktopServices>
-#include <QEvent>
 #include <QGridLayout>
-#include <QLineEdit>
-#include <QPainter>
-#include <QPushButton>
+#include <QScrollArea>
 #include <QScrollBar>
-#include <QTextBlock>
-#include <QTextBrowser>
-#include <QTextTable>
 #include <QTime>
-#include <QToolButton>
+#include <QToolBar>
 #include <QUrl>
 
 using namespace Qt::StringLiterals;
@@ -40,127 +30,75 @@ QString WithAnchors(const QString& text)
     return html + text.mid(position).toHtmlEscaped();
 }
 
-/// Shows each message as a table of one cell, behind which it paints a bubble.
-class ChatView : public QTextBrowser
+void AddBubble(QVBoxLayout* messages, const QString& sender, const QString& text, bool isOwn)
 {
-public:
-    void Add(const QString& sender, const QString& text, bool isOwn)
-    {
-        const QString layout = isOwn ? u"align=\"right\" style=\"margin: 0 8px 2px 90px\""_s
-                                     : u"align=\"left\" style=\"margin: 0 90px 2px 0\""_s;
-        const QString time = QLocale().toString(QTime::currentTime(), QLocale::ShortFormat);
-        html += u"<table %1 cellpadding=\"8\" cellspacing=\"0\"><tr><td>"
-                "<small><b>%2</b>&nbsp; %3</small><br>%4</td></tr></table>"_s.arg(layout, sender, time,
-                                                                                  WithAnchors(text));
-        setHtml(html);
-        verticalScrollBar()->setValue(verticalScrollBar()->maximum());
+    const QString time = QLocale().toString(QTime::currentTime(), QLocale::ShortFormat);
+    auto* const bubble =
+        new QLabel(u"<small><b>%1</b>&nbsp; %2</small><br>%3"_s.arg(sender, time, WithAnchors(text)));
+    bubble->setObjectName(isOwn ? u"ownBubble"_s : u"bubble"_s);
+    constexpr int lineLength = 45;
+    if (text.size() > lineLength) { // A label that wraps takes as little width as it can.
+        bubble->setWordWrap(true);
+        bubble->setMinimumWidth(lineLength * bubble->fontMetrics().averageCharWidth());
     }
-
-protected:
-    void paintEvent(QPaintEvent* event) override
-    {
-        if (html.isEmpty()) {
-            PaintEmptyState(viewport(), u"chat"_s,
-                            tr("Say something: the echo answers.\nLinks and numbers such as "
-                               "tel:+1-212-555-0100 can be clicked."));
-            return;
-        }
-        PaintBubbles();
-        QTextBrowser::paintEvent(event);
-    }
-
-    /// The colour of links becomes part of the document.
-    void changeEvent(QEvent* event) override
-    {
-        QTextBrowser::changeEvent(event);
-        if (event->type() == QEvent::PaletteChange) {
-            setHtml(html);
-        }
-    }
-
-private:
-    void PaintBubbles()
-    {
-        constexpr int margin = 6; // Between a bubble and its text.
-        constexpr int radius = 8;
-        QPainter painter(viewport());
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.translate(0, -verticalScrollBar()->value());
-        const auto frames = document()->rootFrame()->childFrames();
-        for (const QTextFrame* const frame : frames) {
-            const bool isOwn = frame->frameFormat().leftMargin() > 0;
-            QColor colour = palette().color(isOwn ? QPalette::Highlight : QPalette::Text);
-            colour.setAlphaF(isOwn ? 0.25F : 0.09F);
-            painter.setBrush(colour);
-            const QTextBlock block = frame->firstCursorPosition().block();
-            QRectF bubble = document()->documentLayout()->blockBoundingRect(block);
-            bubble.adjust(-margin, -margin, margin, margin);
-            if (isOwn) {
-                bubble.setRight(document()->size().width() - document()->documentMargin());
-            }
-            painter.drawRoundedRect(bubble, radius, radius);
-        }
-    }
-
-    QString html;
-};
-
-QLayout* CreateHeading(const QList<QAction*>& actions, QWidget* line)
-{
-    auto* const heading = new QHBoxLayout;
-    heading->addWidget(CreateTitle(QTextBrowser::tr("&Messages"), line), 1);
-    for (QAction* const action : actions) {
-        auto* const button = new QToolButton;
-        button->setObjectName(u"action"_s);
-        button->setDefaultAction(action);
-        button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-        button->setFocusPolicy(Qt::TabFocus);
-        heading->addWidget(button);
-    }
-    return heading;
+    bubble->setTextInteractionFlags(Qt::TextBrowserInteraction);
+    bubble->setOpenExternalLinks(true);
+    auto* const row = new QHBoxLayout;
+    row->addWidget(bubble);
+    row->insertStretch(isOwn ? 0 : 1);
+    messages->insertLayout(messages->count() - 1, row); // Above the stretch.
 }
 
-void FollowLink(const QUrl& link, const std::function<void(const QString& link)>& call)
+QScrollArea* CreateView(QVBoxLayout* messages)
 {
-    if (QStringList{u"tel"_s, u"callto"_s, u"sip"_s, u"sips"_s}.contains(link.scheme())) {
-        call(link.toString());
-    } else {
-        QDesktopServices::openUrl(link);
-    }
+    auto* const view = new QScrollArea;
+    auto* const contents = new QWidget;
+    messages->addStretch();
+    contents->setLayout(messages);
+    contents->setObjectName(u"messages"_s);
+    view->setWidget(contents);
+    view->setWidgetResizable(true);
+    view->setAccessibleName(QScrollArea::tr("Chat"));
+    QScrollBar* const bar = view->verticalScrollBar();
+    QObject::connect(bar, &QScrollBar::rangeChanged, bar, [bar](int, int end) { bar->setValue(end); });
+    return view;
 }
 
 } // namespace
 
-QWidget* CreateChatPanel(const QList<QAction*>& actions, const std::function<void(const QString& link)>& call)
+QWidget* CreateChatPanel(const QList<QAction*>& actions)
 {
     auto* const panel = new QWidget;
-    auto* const view = new ChatView;
+    auto* const messages = new QVBoxLayout;
+    QScrollArea* const view = CreateView(messages);
+    QLabel* const explanation =
+        CreateExplanation(QScrollArea::tr("Say something: the echo answers.\nLinks and numbers such as "
+                                          "tel:+1-212-555-0100 can be clicked."),
+                          view);
     auto* const line = new QLineEdit;
-    auto* const send = new QPushButton(SymbolIcon(u"send"_s), QTextBrowser::tr("&Send"));
-    view->setOpenLinks(false);
-    view->setAccessibleName(QTextBrowser::tr("Chat"));
-    line->setPlaceholderText(QTextBrowser::tr("Write a message"));
+    line->setPlaceholderText(QScrollArea::tr("Write a message"));
+    auto* const send = new QPushButton(SymbolIcon(u"send"_s), QScrollArea::tr("&Send"));
+    auto* const buttons = new QToolBar;
+    buttons->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    buttons->addActions(actions);
 
     auto* const layout = new QGridLayout(panel);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addLayout(CreateHeading(actions, line), 0, 0, 1, 2);
+    layout->addWidget(CreateTitle(QScrollArea::tr("&Messages"), line), 0, 0);
+    layout->addWidget(buttons, 0, 0, 1, 2, Qt::AlignRight);
     layout->addWidget(view, 1, 0, 1, 2);
     layout->addWidget(line, 2, 0);
     layout->addWidget(send, 2, 1);
 
     QObject::connect(line, &QLineEdit::returnPressed, send, &QPushButton::click);
-    QObject::connect(send, &QPushButton::clicked, view, [view, line] {
+    QObject::connect(send, &QPushButton::clicked, view, [messages, line, explanation] {
         const QString text = line->text().trimmed();
         line->clear();
         if (!text.isEmpty()) {
-            constexpr int thinkingTime = 600; // Milliseconds.
-            view->Add(QTextBrowser::tr("You"), text, true);
-            QTimer::singleShot(thinkingTime, view,
-                               [view, text] { view->Add(QTextBrowser::tr("Echo"), text, false); });
+            explanation->hide();
+            AddBubble(messages, QScrollArea::tr("You"), text, true);
+            AddBubble(messages, QScrollArea::tr("Echo"), text, false);
         }
     });
-    QObject::connect(view, &QTextBrowser::anchorClicked, view,
-                     [call](const QUrl& link) { FollowLink(link, call); });
     return panel;
 }

@@ -1,15 +1,9 @@
 #include "panels.h"
 
-#include "address.h"
-#include "phonebook.h"
-#include "widgets.h"
-
 #include <common/sip/sipid.h>
 #include <common/tools/insertionfixupvalidator.h>
 
 #include <QGridLayout>
-#include <QLineEdit>
-#include <QPushButton>
 
 using namespace Qt::StringLiterals;
 

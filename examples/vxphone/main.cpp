@@ -72,7 +72,7 @@ int ShowWindow(QtSingleApplication& application, const QDir& dataFolder, const Q
 {
     PaneLogger logger;
     SetLogger(&logger);
-    MainWindow window(application, dataFolder, new LogPane(logger));
+    MainWindow window(dataFolder, new LogPane(logger));
     QObject::connect(&application, &QtSingleApplication::messageReceived, &window, &MainWindow::TakeAddress);
     application.setActivationWindow(&window, true);
     window.TakeAddress(address);

@@ -1,28 +1,21 @@
 #include "mainwindow.h"
 
-#include "address.h"
 #include "panels.h"
 #include "transfers.h"
-#include "widgets.h"
 
-#include <common/clicktocall/clicktocall.h>
-#include <common/idle/idlewatcher.h>
 #include <common/logger/logger.h>
-#include <common/singleapp/qtsingleapplication.h>
 #include <common/tools/sleepwatcher.h>
 #include <common/tools/svgicon.h>
 
 #include <QCloseEvent>
+#include <QCoreApplication>
+#include <QDesktopServices>
 #include <QDockWidget>
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QScreen>
-#include <QSettings>
-#include <QSplitter>
-#include <QStatusBar>
-#include <QSystemTrayIcon>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -30,46 +23,39 @@
 
 using namespace Qt::StringLiterals;
 using namespace common::logger;
-using common::ClickToCall;
 
-namespace
-{
-
-bool StopHandling(const QStringList& schemes, const QString& application, const QString& organization)
-{
-    const bool done = ClickToCall::unregisterProtocols(schemes, application, organization);
-    return ClickToCall::unregisterApplication(application, organization) && done;
-}
-
-} // namespace
-
-MainWindow::MainWindow(QtSingleApplication& application, const QDir& dataFolder, QWidget* logPane)
+MainWindow::MainWindow(const QDir& dataFolder, QWidget* logPane)
     : settings(dataFolder.filePath(u"window.ini"_s), QSettings::IniFormat)
     , book(dataFolder.filePath(u"contacts.json"_s))
     , dialPanel(new DialPanel(book))
     , banner(new CallBanner)
     , transfers(new TransferPanel(dataFolder))
-    , splitter(new QSplitter)
-    , schemeState(new QLabel)
+    , statusLine(new StatusLine)
     , downloadAction(new QAction(SymbolIcon(u"download"_s), tr("&Download a file…"), this))
     , copyAction(new QAction(SymbolIcon(u"folder"_s), tr("&Back up a folder…"), this))
-    , idleWatcher(common::IdleWatcher::instance())
 {
     auto* const people = new PeoplePanel(book);
-    setWindowTitle(tr("vxphone"));
-    setCentralWidget(CreateContents(people));
-    auto* const logDock = new QDockWidget(tr("Log"), this);
-    logDock->setObjectName(u"log"_s);
-    logDock->setWidget(logPane);
-    addDockWidget(Qt::BottomDockWidgetArea, logDock);
+    ShowInTitle(tr("vxphone"), u"vxphone"_s);
+    setCentralWidget(CreateContents());
+    setStatusBar(statusLine);
+    QDockWidget* const peopleDock = AddDock(Qt::LeftDockWidgetArea, u"People"_s, people);
+    peopleDock->setTitleBarWidget(new QWidget);
+    QDockWidget* const logDock = AddDock(Qt::BottomDockWidgetArea, u"Log"_s, logPane);
     logDock->hide();
-    setStatusBar(CreateStatusLine(*idleWatcher, schemeState));
-    schemeWorker.setMaxThreadCount(1);
-    ChangeSchemes(nullptr);
     CreateMenus(people->actions(), logDock->toggleViewAction());
-    CreateIcon(application);
 
+    Connect(people);
+    RestoreGeometry();
+    dialPanel->setFocus();
+}
+
+void MainWindow::Connect(const PeoplePanel* people)
+{
     connect(people, &PeoplePanel::callAsked, this, &MainWindow::Call);
+    connect(people, &PeoplePanel::contactDeleted, this, [this](const QString& name) {
+        constexpr int duration = 10'000; // Milliseconds.
+        statusLine->showMessage(tr("%1 deleted. Press Ctrl+Z to undo.").arg(name), duration);
+    });
     connect(dialPanel, &DialPanel::callAsked, this, &MainWindow::Call);
     connect(dialPanel, &DialPanel::addAsked, this, &MainWindow::AddContact);
     connect(banner, &CallBanner::ended, this, &MainWindow::EndCall);
@@ -80,36 +66,39 @@ MainWindow::MainWindow(QtSingleApplication& application, const QDir& dataFolder,
     });
     // The signal comes from a thread of the system.
     connect(tools::SleepWatcher::instance(), &tools::SleepWatcher::sleep, banner, &CallBanner::HangUp);
-    RestoreGeometry();
-    dialPanel->setFocus();
+    for (const char* scheme : {"tel", "callto", "sip", "sips"}) {
+        QDesktopServices::setUrlHandler(QString::fromLatin1(scheme), this, "TakeLink");
+    }
 }
 
-QWidget* MainWindow::CreateContents(PeoplePanel* people)
+QWidget* MainWindow::CreateContents()
 {
     constexpr int margin = 12;
-    auto* const work = new QWidget;
-    auto* const layout = new QVBoxLayout(work);
+    auto* const contents = new QWidget;
+    auto* const layout = new QVBoxLayout(contents);
     layout->setContentsMargins(margin, margin, margin, margin / 2);
     layout->setSpacing(margin);
     layout->addWidget(banner);
     layout->addWidget(dialPanel);
-    layout->addWidget(
-        CreateChatPanel({downloadAction, copyAction}, [this](const QString& link) { TakeAddress(link); }), 1);
+    layout->addWidget(CreateChatPanel({downloadAction, copyAction}), 1);
     layout->addWidget(transfers);
-    people->layout()->setContentsMargins(margin, margin, 0, margin / 2);
-    splitter->addWidget(people);
-    splitter->addWidget(work);
-    splitter->setStretchFactor(1, 1);
-    splitter->setChildrenCollapsible(false);
-    return splitter;
+    return contents;
+}
+
+QDockWidget* MainWindow::AddDock(Qt::DockWidgetArea area, const QString& name, QWidget* contents)
+{
+    auto* const dock = new QDockWidget(name, this);
+    dock->setObjectName(name);
+    dock->setWidget(contents);
+    addDockWidget(area, dock);
+    return dock;
 }
 
 void MainWindow::CreateMenus(const QList<QAction*>& editActions, QAction* showLog)
 {
     QMenu* const phone = menuBar()->addMenu(tr("&Phone"));
-    phone->addAction(tr("&Open call links with vxphone"), this,
-                     [this] { ChangeSchemes(&ClickToCall::registerProtocols); });
-    phone->addAction(tr("&Stop handling call links"), this, [this] { ChangeSchemes(&StopHandling); });
+    phone->addAction(tr("&Open call links with vxphone"), this, [this] { statusLine->HandleLinks(true); });
+    phone->addAction(tr("&Stop handling call links"), this, [this] { statusLine->HandleLinks(false); });
     phone->addSeparator();
     phone->addAction(tr("&Quit"), Qt::CTRL | Qt::Key_Q, this, &QWidget::close);
     menuBar()->addMenu(tr("&Edit"))->addActions(editActions);
@@ -133,43 +122,17 @@ void MainWindow::CreateMenus(const QList<QAction*>& editActions, QAction* showLo
     });
 }
 
-void MainWindow::CreateIcon(QtSingleApplication& application)
-{
-    auto* const tray = new QSystemTrayIcon(this);
-    connect(tray, &QSystemTrayIcon::activated, &application,
-            [&application](QSystemTrayIcon::ActivationReason reason) {
-                if (reason == QSystemTrayIcon::Trigger) {
-                    application.activateWindow();
-                }
-            });
-
-    constexpr int fadeSteps = 12;
-    constexpr int fadeDuration = 500; // Milliseconds.
-    using tools::svg::SvgIcon;
-    const QString rest = u":/icons/vxphone.svg"_s;
-    const QString call = u":/icons/vxphone-call.svg"_s;
-    const auto frames = QList<QIcon>{SvgIcon::CreateFromSvg(rest)} +
-                        SvgIcon::CreateFromTwoSvgWithOverlay(rest, call, fadeSteps);
-    const auto show = [this, tray, frames](int frame) {
-        setWindowIcon(frames.at(frame));
-        tray->setIcon(frames.at(frame));
-    };
-    iconFade.setDuration(fadeDuration);
-    iconFade.setFrameRange(0, fadeSteps);
-    connect(&iconFade, &QTimeLine::frameChanged, this, show);
-    show(0);
-    tray->show(); // Or as soon as the desktop has a place for it.
-}
-
 void MainWindow::RestoreGeometry()
 {
     constexpr double shareOfScreen = 0.9; // The rest is for the frame and the desktop's bars.
     resize(QSize(960, 680).boundedTo(screen()->availableSize() * shareOfScreen));
-    const int left = qMax(width() / 4, 220);
-    splitter->setSizes({left, width() - left});
     restoreGeometry(settings.value(u"geometry"_s).toByteArray());
     restoreState(settings.value(u"state"_s).toByteArray());
-    splitter->restoreState(settings.value(u"splitter"_s).toByteArray());
+}
+
+void MainWindow::TakeLink(const QUrl& link)
+{
+    TakeAddress(link.toString());
 }
 
 void MainWindow::TakeAddress(const QString& link)
@@ -197,8 +160,7 @@ void MainWindow::Call(const QString& address)
         book.BeginCall(address);
         banner->Begin(book.NameOf(address), ReadAddress(address).shown);
         dialPanel->hide();
-        setWindowTitle(tr("%1 – vxphone").arg(book.NameOf(address)));
-        FadeIcon(QTimeLine::Forward);
+        ShowInTitle(tr("%1 – vxphone").arg(book.NameOf(address)), u"vxphone-call"_s);
     } else if (AddressKey(address) != AddressKey(called)) {
         next = address;
         banner->ShowNext(book.NameOf(address));
@@ -209,18 +171,15 @@ void MainWindow::EndCall(int seconds)
 {
     LOG_MESSAGE(Info) << "end of the call to " << called << " after " << seconds << " s";
     book.EndCall(seconds);
-    setWindowTitle(tr("vxphone"));
-    FadeIcon(QTimeLine::Backward);
+    ShowInTitle(tr("vxphone"), u"vxphone"_s);
     dialPanel->show();
     dialPanel->SetAddress(std::exchange(next, QString()));
 }
 
-void MainWindow::FadeIcon(QTimeLine::Direction direction)
+void MainWindow::ShowInTitle(const QString& title, const QString& icon)
 {
-    iconFade.setDirection(direction);
-    if (iconFade.state() != QTimeLine::Running) {
-        iconFade.resume();
-    }
+    setWindowTitle(title);
+    setWindowIcon(tools::svg::SvgIcon::CreateFromSvg(u":/icons/%1.svg"_s.arg(icon)));
 }
 
 /// Returns what the user entered, or nothing if he cancelled.
@@ -265,24 +224,6 @@ void MainWindow::AskForFolder()
     }
 }
 
-/// Makes the program the handler of call links, or no longer, and shows which it handles. In the background:
-/// the desktop may be slow.
-void MainWindow::ChangeSchemes(SchemeChange change)
-{
-    const QString application = QCoreApplication::applicationName();
-    const QString organization = QCoreApplication::organizationName();
-    schemeWorker.start([this, change, application, organization] {
-        const QStringList offered = ClickToCall::currentAvailableProtocols();
-        if (change != nullptr && !change(offered, application, organization)) {
-            LOG_MESSAGE(Error) << "the call links could not be changed";
-        }
-        const QStringList own = ClickToCall::stateOfProtocols(application, organization);
-        const QString text =
-            own.isEmpty() ? tr("No call links") : tr("Call links: %1").arg(own.join(u", "_s));
-        QMetaObject::invokeMethod(this, [this, text] { schemeState->setText(text); });
-    });
-}
-
 void MainWindow::closeEvent(QCloseEvent* event)
 {
     // The window stays as long as the program does.
@@ -294,5 +235,4 @@ void MainWindow::closeEvent(QCloseEvent* event)
     banner->HangUp();
     settings.setValue(u"geometry"_s, saveGeometry());
     settings.setValue(u"state"_s, saveState());
-    settings.setValue(u"splitter"_s, splitter->saveState());
 }

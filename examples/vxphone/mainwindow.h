@@ -5,24 +5,15 @@
 #include <QDir>
 #include <QMainWindow>
 #include <QSettings>
-#include <QSharedPointer>
-#include <QThreadPool>
-#include <QTimeLine>
 
 #include <optional>
 
-class QLabel;
-class QSplitter;
-class QtSingleApplication;
-
-namespace common
-{
-class IdleWatcher;
-}
+class QDockWidget;
 
 class CallBanner;
 class DialPanel;
 class PeoplePanel;
+class StatusLine;
 class TransferPanel;
 
 /// The window: contacts and recent calls on the left; call, chat and transfers on the right.
@@ -32,7 +23,7 @@ class MainWindow : public QMainWindow
 
 public:
     /// @param dataFolder the directory for everything that the program keeps
-    MainWindow(QtSingleApplication& application, const QDir& dataFolder, QWidget* logPane);
+    MainWindow(const QDir& dataFolder, QWidget* logPane);
 
     /// Offers an address for a call, from the chat, the command line or another process. Any process of the
     /// user may have sent it. Ignores an empty one.
@@ -40,39 +31,34 @@ public:
     /// Calls an address, or does so after the running call.
     void Call(const QString& address);
 
+public Q_SLOTS:
+    void TakeLink(const QUrl& link); ///< As TakeAddress, from QDesktopServices.
+
 protected:
     void closeEvent(QCloseEvent* event) override; ///< Waits for the current file of a running copy.
 
 private:
-    /// As ClickToCall::registerProtocols.
-    using SchemeChange = bool (*)(const QStringList& schemes, const QString& application,
-                                  const QString& organization);
-
-    QWidget* CreateContents(PeoplePanel* people);
+    void Connect(const PeoplePanel* people);
+    QWidget* CreateContents();
+    QDockWidget* AddDock(Qt::DockWidgetArea area, const QString& name, QWidget* contents);
     void CreateMenus(const QList<QAction*>& editActions, QAction* showLog);
-    void CreateIcon(QtSingleApplication& application);
     void RestoreGeometry();
     void AddContact(const QString& address);
     void AskForDownload();
     void AskForFolder();
     std::optional<QString> AskForText(const QString& title, const QString& label, const QString& text = {});
     void EndCall(int seconds);
-    void FadeIcon(QTimeLine::Direction direction);
-    void ChangeSchemes(SchemeChange change);
+    void ShowInTitle(const QString& title, const QString& icon);
 
     QSettings settings;
     PhoneBook book;
     DialPanel* dialPanel;
     CallBanner* banner;
     TransferPanel* transfers;
-    QSplitter* splitter;
-    QLabel* schemeState;
+    StatusLine* statusLine;
     QAction* downloadAction;
     QAction* copyAction;
-    QSharedPointer<common::IdleWatcher> idleWatcher;
-    QTimeLine iconFade;
-    QThreadPool schemeWorker; ///< Of one thread, so that changes come one after the other.
-    QString called;           ///< The address of the running call.
-    QString next;             ///< The address to offer after it.
-    bool closing = false;     ///< As soon as the copy has ended.
+    QString called;       ///< The address of the running call.
+    QString next;         ///< The address to offer after it.
+    bool closing = false; ///< As soon as the copy has ended.
 };

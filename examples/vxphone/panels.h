@@ -1,24 +1,18 @@
 #pragma once
 
+#include "phonebook.h"
+#include "widgets.h"
+
+#include <common/idle/idlewatcher.h>
+
 #include <QElapsedTimer>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QSharedPointer>
+#include <QStatusBar>
+#include <QThreadPool>
 #include <QTimer>
-#include <QWidget>
-
-#include <functional>
-
-class QLabel;
-class QLineEdit;
-class QListWidget;
-class QPushButton;
-class QStatusBar;
-
-namespace common
-{
-class IdleWatcher;
-}
-
-class Line;
-class PhoneBook;
 
 /// The field for the address to call, what the library reads in it, and the call button.
 class DialPanel : public QWidget
@@ -63,7 +57,6 @@ Q_SIGNALS:
 private:
     void CreateLayout();
     void CreateKeypad();
-    void ShowTime();
 
     QLabel* avatar;
     Line* name;
@@ -89,25 +82,39 @@ public:
 
 Q_SIGNALS:
     void callAsked(const QString& address);
+    void contactDeleted(const QString& name);
 
 private:
     void CreateActions();
     void DeleteContact();
-    void UndoDelete();
     void ShowBook();
 
     PhoneBook& book;
     QListWidget* contacts;
     QListWidget* calls;
-    QWidget* undoBar; ///< Visible for a moment after a contact was deleted.
-    Line* undoText;
-    QTimer undoTimer;
 };
 
-/// Creates a chat with an echo, with `actions` as buttons above it. `call` takes the links that lead to an
-/// address to call.
-QWidget* CreateChatPanel(const QList<QAction*>& actions,
-                         const std::function<void(const QString& link)>& call);
+/// Creates a chat with an echo, with `actions` as buttons above it. QDesktopServices opens its links.
+QWidget* CreateChatPanel(const QList<QAction*>& actions);
 
-/// Creates the status bar: presence of the user, `schemeState`, and the date. `idleWatcher` is not owned.
-QStatusBar* CreateStatusLine(const common::IdleWatcher& idleWatcher, QWidget* schemeState);
+/// Presence of the user, the schemes of call links that open with this program, and the date.
+class StatusLine : public QStatusBar
+{
+    Q_OBJECT
+
+public:
+    StatusLine();
+
+    void HandleLinks(bool handle); ///< Makes this program the handler of call links, or no longer.
+
+private:
+    void ShowPresence(int idleSeconds);
+    void ShowDate();
+    void ShowSchemes();
+
+    QSharedPointer<common::IdleWatcher> idleWatcher;
+    Line* presence;
+    QLabel* schemes;
+    QLabel* date;
+    QThreadPool schemeWorker; ///< The desktop may be slow. Of one thread, to keep the order of changes.
+};

@@ -1,17 +1,9 @@
 #include "panels.h"
 
-#include "address.h"
-#include "phonebook.h"
-#include "widgets.h"
-
-#include <QClipboard>
-#include <QGuiApplication>
-#include <QHBoxLayout>
-#include <QListWidget>
 #include <QLocale>
 #include <QPainter>
-#include <QPushButton>
 #include <QStyledItemDelegate>
+#include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
 
@@ -43,39 +35,27 @@ public:
     }
 };
 
-/// A list of two-line entries, each with a picture, that explains itself when it is empty.
-class PeopleList : public QListWidget
+QListWidget* CreateList(const QString& textIfEmpty)
 {
-public:
-    PeopleList(const QString& emptySymbol_, const QString& emptyText_)
-        : emptySymbol(emptySymbol_)
-        , emptyText(emptyText_)
-    {
-        constexpr int pictureSize = 32;
-        setItemDelegate(new EntryDelegate(this));
-        setIconSize({pictureSize, pictureSize});
-        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-        setVerticalScrollMode(ScrollPerPixel);
-        setContextMenuPolicy(Qt::ActionsContextMenu);
-    }
-
-protected:
-    void paintEvent(QPaintEvent* event) override
-    {
-        QListWidget::paintEvent(event);
-        if (count() == 0) {
-            PaintEmptyState(viewport(), emptySymbol, emptyText);
-        }
-    }
-
-private:
-    QString emptySymbol;
-    QString emptyText;
-};
+    constexpr int pictureSize = 32;
+    auto* const list = new QListWidget;
+    list->setItemDelegate(new EntryDelegate(list));
+    list->setIconSize({pictureSize, pictureSize});
+    list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list->setVerticalScrollMode(QListWidget::ScrollPerPixel);
+    list->setContextMenuPolicy(Qt::ActionsContextMenu);
+    QLabel* const explanation = CreateExplanation(textIfEmpty, list);
+    QObject::connect(list->model(), &QAbstractItemModel::modelReset, explanation, &QWidget::show);
+    QObject::connect(list->model(), &QAbstractItemModel::rowsInserted, explanation, &QWidget::hide);
+    return list;
+}
 
 void AddEntry(QListWidget* list, const QString& title, const QString& subtitle, const QString& address)
 {
-    auto* const item = new QListWidgetItem(Avatar(title, list->iconSize().height()), title + u'\n', list);
+    const QPixmap avatar = Avatar(title, list->iconSize().height());
+    QIcon icon(avatar);
+    icon.addPixmap(avatar, QIcon::Selected); // Not tinted.
+    auto* const item = new QListWidgetItem(icon, title + u'\n', list);
     item->setToolTip(title + u'\n' + subtitle);
     item->setData(addressRole, address);
     item->setData(subtitleRole, subtitle);
@@ -85,40 +65,23 @@ void AddEntry(QListWidget* list, const QString& title, const QString& subtitle, 
 
 QString CallText(const RecentCall& call)
 {
-    const QDateTime start = call.start.toLocalTime();
-    const QString time = QLocale().toString(start.time(), QLocale::ShortFormat);
-    const QString date = QLocale().toString(start.date(), QLocale::ShortFormat);
-    const QString moment = start.date() == QDate::currentDate() ? time : date + u' ' + time;
-    return u"%1 · %2"_s.arg(moment, DurationText(call.seconds));
+    const QString start = QLocale().toString(call.start.toLocalTime(), QLocale::ShortFormat);
+    return u"%1 · %2"_s.arg(start, DurationText(call.seconds));
 }
 
 } // namespace
 
 PeoplePanel::PeoplePanel(PhoneBook& book_)
     : book(book_)
-    , contacts(new PeopleList(u"person"_s, tr("No contacts yet.\nType an address and add it.")))
-    , calls(new PeopleList(u"clock"_s, tr("No calls yet.")))
-    , undoBar(new QWidget)
-    , undoText(new Line)
+    , contacts(CreateList(tr("No contacts yet.\nType an address and add it.")))
+    , calls(CreateList(tr("No calls yet.")))
 {
-    constexpr int undoTime = 10'000; // Milliseconds.
-    auto* const undo = new QPushButton(tr("Undo"));
-    auto* const undoLayout = new QHBoxLayout(undoBar);
-    undoLayout->setContentsMargins(0, 0, 0, 0);
-    undoLayout->addWidget(undoText, 1);
-    undoLayout->addWidget(undo);
-    undoBar->hide();
-    undoTimer.setSingleShot(true);
-    undoTimer.setInterval(undoTime);
     auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(12, 12, 0, 6);
     layout->addWidget(CreateTitle(tr("C&ontacts"), contacts));
     layout->addWidget(contacts, 3);
-    layout->addWidget(undoBar);
     layout->addWidget(CreateTitle(tr("&Recent calls"), calls));
     layout->addWidget(calls, 2);
-
-    connect(undo, &QPushButton::clicked, this, &PeoplePanel::UndoDelete);
-    connect(&undoTimer, &QTimer::timeout, undoBar, &QWidget::hide);
     connect(&book, &PhoneBook::changed, this, &PeoplePanel::ShowBook);
     CreateActions();
     ShowBook();
@@ -134,10 +97,6 @@ void PeoplePanel::CreateActions()
         };
         connect(list, &QListWidget::itemActivated, this, call);
         list->addAction(tr("Call"), this, call);
-        list->addAction(tr("Copy address"), QKeySequence::Copy, this, [list] {
-            const QModelIndex index = list->currentIndex();
-            QGuiApplication::clipboard()->setText(index.data(addressRole).toString());
-        });
     }
     QAction* const remove =
         contacts->addAction(tr("&Delete contact"), QKeySequence::Delete, this, &PeoplePanel::DeleteContact);
@@ -146,23 +105,15 @@ void PeoplePanel::CreateActions()
         action->setShortcutContext(Qt::WidgetShortcut);
     }
     addAction(remove);
-    addAction(tr("&Undo delete"), QKeySequence::Undo, this, &PeoplePanel::UndoDelete);
+    addAction(tr("&Undo delete"), QKeySequence::Undo, &book, &PhoneBook::RestoreContact);
 }
 
 void PeoplePanel::DeleteContact()
 {
     if (const int row = contacts->currentRow(); row >= 0) {
-        undoText->Show(tr("%1 deleted").arg(book.Contacts().at(row).ShownName()));
-        undoBar->show();
-        undoTimer.start();
+        Q_EMIT contactDeleted(book.Contacts().at(row).ShownName());
         book.RemoveContact(row);
     }
-}
-
-void PeoplePanel::UndoDelete()
-{
-    undoBar->hide();
-    book.RestoreContact();
 }
 
 void PeoplePanel::ShowBook()

@@ -1,30 +1,26 @@
 #include "phonebook.h"
 
-#include "address.h"
-
 #include <common/contact/icontactcontext.h>
+#include <common/contact/inumbercontext.h>
 #include <common/logger/logger.h>
 #include <common/tools/aes.h>
 #include <common/tools/jsonfile.h>
 
+#include <QCoreApplication>
 #include <QFile>
+#include <QRegularExpression>
+#include <QUrl>
 
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
 using namespace common::logger;
+namespace number = common::contact::number;
 
 namespace
 {
 
 constexpr qsizetype maxCalls = 50;
-
-const QString contactsKey = u"contacts"_s;
-const QString callsKey = u"recentCalls"_s;
-const QString nameKey = u"name"_s;
-const QString addressKey = u"address"_s;
-const QString startKey = u"start"_s;
-const QString secondsKey = u"seconds"_s;
 
 bool SortsBefore(const Contact& first, const Contact& second)
 {
@@ -35,18 +31,59 @@ QJsonObject ToJson(const QList<Contact>& contacts, const QList<RecentCall>& call
 {
     QJsonArray contactArray;
     for (const Contact& contact : contacts) {
-        contactArray += QJsonObject{{nameKey, contact.name}, {addressKey, contact.address}};
+        contactArray += QJsonObject{{u"name"_s, contact.name}, {u"address"_s, contact.address}};
     }
     QJsonArray callArray;
     for (const RecentCall& call : calls) {
-        callArray += QJsonObject{{addressKey, call.address},
-                                 {startKey, call.start.toString(Qt::ISODate)},
-                                 {secondsKey, call.seconds}};
+        callArray += QJsonObject{{u"address"_s, call.address},
+                                 {u"start"_s, call.start.toString(Qt::ISODate)},
+                                 {u"seconds"_s, call.seconds}};
     }
-    return {{contactsKey, contactArray}, {callsKey, callArray}};
+    return {{u"contacts"_s, contactArray}, {u"recentCalls"_s, callArray}};
 }
 
 } // namespace
+
+Reading ReadAddress(const QString& address)
+{
+    const auto text = [](const char* english) { return QCoreApplication::translate("Reading", english); };
+    const auto context = number::CreateInstance(address);
+    switch (context->Kind()) {
+    case number::ServiceNumber:
+        return {text("Service number"), u"service"_s, context->DisplayText()};
+    case number::PhoneNumber:
+        return {text("Phone number"), u"phone"_s, context->DisplayText()};
+    case number::SipAddress:
+        return {text("SIP address"), u"at"_s, context->DisplayText()};
+    default:
+        return {text("Skype name"), u"chat"_s, context->Address()};
+    }
+}
+
+QString PlainAddress(const QString& link)
+{
+    static const QRegularExpression scheme(u"^(callto|tel|sips?):/*"_s,
+                                           QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression extension(u";ext=([0-9*#]+)"_s);
+    static const QRegularExpression parameters(u"[;?]"_s);
+    QString plain = QUrl::fromPercentEncoding(link.toUtf8()).trimmed();
+    if (!plain.contains(scheme)) {
+        return plain;
+    }
+    plain.remove(scheme);
+    // RFC 3966 and RFC 3261: parameters follow the address. Only an extension is dialled.
+    const QString dialled = extension.match(plain).captured(1);
+    const qsizetype end = plain.indexOf(parameters, plain.lastIndexOf(u'@') + 1);
+    return plain.left(end) + (dialled.isEmpty() || plain.contains(u'@') ? QString() : u',' + dialled);
+}
+
+QString AddressKey(const QString& address)
+{
+    static const QRegularExpression separators(u"[-+(). ]"_s);
+    const auto context = number::CreateInstance(address);
+    const QString key = context->FullAddress().toLower();
+    return context->Kind() == number::PhoneNumber ? QString(key).remove(separators) : key;
+}
 
 QString Contact::ShownName() const
 {
@@ -79,8 +116,11 @@ QString PhoneBook::NameOf(const QString& address) const
 
 void PhoneBook::AddContact(const Contact& contact)
 {
-    contacts.insert(std::upper_bound(contacts.begin(), contacts.end(), contact, SortsBefore), contact);
-    Save();
+    if (Find(contact.address) == nullptr) {
+        contacts += contact;
+        std::sort(contacts.begin(), contacts.end(), SortsBefore);
+        Save();
+    }
 }
 
 void PhoneBook::RemoveContact(int index)
@@ -91,12 +131,8 @@ void PhoneBook::RemoveContact(int index)
 
 void PhoneBook::RestoreContact()
 {
-    if (removed.isEmpty()) {
-        return;
-    }
-    const Contact contact = removed.takeLast();
-    if (Find(contact.address) == nullptr) {
-        AddContact(contact);
+    if (!removed.isEmpty()) {
+        AddContact(removed.takeLast());
     }
 }
 
@@ -126,15 +162,15 @@ void PhoneBook::Load()
     tools::JsonFile file(fileName, tools::cipher::AES::machineKey());
     // If the file is damaged or was encrypted with another key, it loads as no document.
     if (file.Load() && file.Document().isObject()) {
-        const QJsonArray contactArray = file.Object()[contactsKey].toArray();
+        const QJsonArray contactArray = file.Object()[u"contacts"_s].toArray();
         for (const auto& value : contactArray) {
-            contacts += Contact{value[nameKey].toString(), value[addressKey].toString()};
+            contacts += Contact{value[u"name"_s].toString(), value[u"address"_s].toString()};
         }
-        const QJsonArray callArray = file.Object()[callsKey].toArray();
+        const QJsonArray callArray = file.Object()[u"recentCalls"_s].toArray();
         for (const auto& value : callArray) {
-            calls += RecentCall{value[addressKey].toString(),
-                                QDateTime::fromString(value[startKey].toString(), Qt::ISODate),
-                                value[secondsKey].toInt()};
+            calls += RecentCall{value[u"address"_s].toString(),
+                                QDateTime::fromString(value[u"start"_s].toString(), Qt::ISODate),
+                                value[u"seconds"_s].toInt()};
         }
         std::sort(contacts.begin(), contacts.end(), SortsBefore);
         LOG_MESSAGE(Info) << "contacts read: " << contacts.size() << ", recent calls: " << calls.size();
@@ -144,9 +180,7 @@ void PhoneBook::Load()
     const QString moment = QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss"_s);
     const QString aside = fileName + u'.' + moment + u".unreadable"_s;
     saves = QFile::rename(fileName, aside);
-    LOG_MESSAGE(Error) << "the contacts cannot be read from " << fileName
-                       << (saves ? u"; their file is kept as "_s + aside
-                                 : u"; no change is saved until it is moved away"_s);
+    LOG_MESSAGE(Error) << "the contacts cannot be read; their file is kept as " << (saves ? aside : fileName);
 }
 
 void PhoneBook::Save()

@@ -4,6 +4,22 @@
 #include <QList>
 #include <QObject>
 
+/// What the library reads in an address, in words.
+struct Reading
+{
+    QString kind;   ///< "Phone number" and the like.
+    QString symbol; ///< Name of the symbol for the kind.
+    QString shown;  ///< The address as people read it.
+};
+
+Reading ReadAddress(const QString& address);
+
+/// Returns the address that a link such as "tel:+1-212-555-0100;ext=12" leads to; any other text verbatim.
+QString PlainAddress(const QString& link);
+
+/// Returns a key that is equal for all spellings of one address.
+QString AddressKey(const QString& address);
+
 struct Contact
 {
     QString name; ///< Empty for a contact without one.
@@ -35,7 +51,7 @@ public:
     /// Returns the name of the contact with this address, or the address as people read it.
     QString NameOf(const QString& address) const;
 
-    void AddContact(const Contact& contact);
+    void AddContact(const Contact& contact); ///< Does nothing if there is one with this address.
     void RemoveContact(int index);
     void RestoreContact(); ///< Adds again what was removed last, if anything was.
 

@@ -2,10 +2,10 @@
 
 #include <common/tools/svgicon.h>
 
+#include <QAbstractScrollArea>
 #include <QGuiApplication>
 #include <QPainter>
-
-#include <iterator>
+#include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
 
@@ -57,14 +57,14 @@ QIcon SymbolIcon(const QString& name, const QColor& fixed)
 
 QPixmap Avatar(const QString& name, int size)
 {
-    static const QRgb grounds[] = {0x2f6fb5, 0x7a4fb0, 0x9c4a1f, 0x1f7a72, 0xa83b6d, 0x5b6b1f};
+    static const QList<QColor> grounds{0x2f6fb5, 0x7a4fb0, 0x9c4a1f, 0x1f7a72, 0xa83b6d, 0x5b6b1f};
     QPixmap pixmap(QSize(size, size) * qApp->devicePixelRatio());
     pixmap.setDevicePixelRatio(qApp->devicePixelRatio());
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor(grounds[qHash(name) % std::size(grounds)]));
+    painter.setBrush(grounds.at(static_cast<qsizetype>(qHash(name) % grounds.size())));
     painter.drawEllipse(0, 0, size, size);
     QString initials;
     const QStringList words = name.split(u' ', Qt::SkipEmptyParts);
@@ -98,17 +98,15 @@ QString DurationText(qint64 seconds)
     return u"%1:%2"_s.arg(seconds / 60).arg(seconds % 60, 2, 10, QChar(u'0'));
 }
 
-void PaintEmptyState(QWidget* widget, const QString& symbol, const QString& text)
+QLabel* CreateExplanation(const QString& text, QAbstractScrollArea* area)
 {
-    constexpr int size = 32;
-    constexpr int margin = 16;
-    QPainter painter(widget);
-    const QColor quiet = ToneColour(widget->palette(), Tone::Quiet);
-    const QPoint centre = widget->rect().center();
-    painter.drawPixmap(centre - QPoint(size / 2, size), Symbol(symbol, quiet, size));
-    painter.setPen(quiet);
-    painter.drawText(widget->rect().adjusted(margin, centre.y() + margin / 2, -margin, 0),
-                     Qt::AlignHCenter | Qt::TextWordWrap, text);
+    auto* const label = new QLabel(text);
+    label->setForegroundRole(QPalette::PlaceholderText);
+    label->setAlignment(Qt::AlignCenter);
+    label->setWordWrap(true);
+    auto* const layout = new QVBoxLayout(area->viewport());
+    layout->addWidget(label);
+    return label;
 }
 
 Line::Line(double size, bool bold)

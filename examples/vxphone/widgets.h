@@ -3,6 +3,8 @@
 #include <QIcon>
 #include <QLabel>
 
+class QAbstractScrollArea;
+
 /// How a text is meant. Its colour suits the palette of the desktop.
 enum class Tone
 {
@@ -29,8 +31,8 @@ QLabel* CreateTitle(const QString& text, QWidget* buddy);
 /// Returns a duration as minutes and seconds, such as "3:07".
 QString DurationText(qint64 seconds);
 
-/// Paints a symbol and an explanation into the middle of a widget that has nothing else to show.
-void PaintEmptyState(QWidget* widget, const QString& symbol, const QString& text);
+/// Creates the text in the middle of a view that has nothing else to show.
+QLabel* CreateExplanation(const QString& text, QAbstractScrollArea* area);
 
 /// One line of plain text, after a symbol if it has one. Elided if it is too long; the tool tip has all of
 /// it.
