@@ -15,7 +15,7 @@ else
 fi
 say "Configuring and building (bench)"
 quietly cmake --preset bench
-quietly cmake --build --preset bench
+build bench
 
 programs=()
 if [ $# -gt 0 ]; then

@@ -12,7 +12,7 @@ scripts/setup.sh demo
 if [ ! -x "$vxtool" ]; then
     say "Configuring and building (release)"
     quietly cmake --preset release
-    quietly cmake --build --preset release
+    build release
 fi
 
 dir=$(mktemp -d)

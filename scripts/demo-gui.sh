@@ -9,6 +9,6 @@ source "$(dirname "$0")/lib.sh"
 scripts/setup.sh demo
 say "Configuring and building (release)"
 quietly cmake --preset release
-quietly cmake --build --preset release --target vxphone
+build release --target vxphone
 say "Starting vxphone"
 exec build/release/examples/vxphone/vxphone

@@ -19,7 +19,7 @@ esac
 scripts/setup.sh demo
 say "Configuring and building (release)"
 quietly cmake --preset release
-quietly cmake --build --preset release
+build release
 
 mkdir -p "$(dirname "$log")"
 rm -f "$log"

@@ -11,7 +11,7 @@ shift || true
 scripts/setup.sh fuzz
 say "Configuring and building (fuzz)"
 quietly cmake --preset fuzz
-quietly cmake --build --preset fuzz
+build fuzz
 
 if [ $# -gt 0 ]; then
     targets=("$@")

@@ -24,3 +24,12 @@ quietly() {
     fi
     rm -f "$log"
 }
+
+# Builds a preset: build NAME [OPTION...]. A terminal shows the progress in one line, a file only the errors.
+build() {
+    if [ -t 1 ]; then
+        cmake --build --preset "$@"
+    else
+        quietly cmake --build --preset "$@"
+    fi
+}

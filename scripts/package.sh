@@ -10,7 +10,7 @@ case "$*" in
     scripts/setup.sh demo package
     say "Configuring and building (release)"
     quietly cmake --preset release
-    quietly cmake --build --preset release
+    build release
     ;;
 windows)
     build_dir=build/windows-mingw

@@ -9,7 +9,7 @@ if [ -z "$vxtool" ]; then
     scripts/setup.sh test
     say "Configuring and building (release)"
     quietly cmake --preset release
-    quietly cmake --build --preset release --target vxtool
+    build release --target vxtool
     vxtool=$project_dir/build/release/examples/vxtool/vxtool
 fi
 

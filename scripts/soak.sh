@@ -8,7 +8,7 @@ minutes=${1:-20}
 scripts/setup.sh test
 say "Configuring and building (dev)"
 quietly cmake --preset dev
-quietly cmake --build --preset dev --target soak vxtool
+build dev --target soak vxtool
 say "Running; minutes: $minutes"
 # The disk that is filled is mounted where nobody else sees it.
 xvfb-run -a unshare --map-root-user --mount python3 tests/soak/drive.py build/dev/tests/soak/soak \

@@ -10,7 +10,7 @@ program=build/dev/tests/singleapp/single_app_stress
 scripts/setup.sh test
 say "Configuring and building (dev)"
 quietly cmake --preset dev
-quietly cmake --build --preset dev --target single_app_stress
+build dev --target single_app_stress
 
 for run in "storm 200" "kill 200" "hostile 500"; do
     read -r kind size <<<"$run"

@@ -37,7 +37,7 @@ say "Configuring and building (windows-mingw)"
 export VXCOMMON_WINDOWS_SDK=$sdk
 quietly cmake --preset windows-mingw
 say "What the SDK has: $(sed -n 's/^VXCOMMON_WITH_\(.*\):BOOL=/\1=/p' "$build_dir/CMakeCache.txt" | paste -sd' ')"
-quietly cmake --build --preset windows-mingw
+build windows-mingw
 
 say "Running the tests under Wine (windows-mingw)"
 # One server for all tests, on a display of its own: otherwise each test would start and stop a server.

@@ -7,7 +7,7 @@ source "$(dirname "$0")/lib.sh"
 run_preset() {
     say "Configuring and building ($1)"
     quietly cmake --preset "$1"
-    quietly cmake --build --preset "$1"
+    build "$1"
     say "Running the tests ($1)"
     ctest --preset "$1"
 }

@@ -18,7 +18,7 @@ if [ -z "${VXPHONE:-}" ]; then
     scripts/setup.sh demo gui-demo
     say "Configuring and building (release)"
     quietly cmake --preset release
-    quietly cmake --build --preset release --target vxphone
+    build release --target vxphone
 fi
 rm -rf "$work"
 mkdir -p "$pictures" "$work/tmp"

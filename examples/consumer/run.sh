@@ -16,7 +16,7 @@ else
     prefix=$dir/prefix
     say "Building and installing the library"
     quietly cmake --preset release
-    quietly cmake --build --preset release
+    build release
     quietly cmake --install build/release --prefix "$prefix"
 fi
 
