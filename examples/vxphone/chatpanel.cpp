@@ -80,6 +80,7 @@ QWidget* CreateChatPanel(const QList<QAction*>& actions)
     auto* const send = new QPushButton(SymbolIcon(u"send"_s), QScrollArea::tr("&Send"));
     auto* const buttons = new QToolBar;
     buttons->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    buttons->setIconSize({16, 16});
     buttons->addActions(actions);
 
     auto* const layout = new QGridLayout(panel);

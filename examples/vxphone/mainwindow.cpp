@@ -36,8 +36,10 @@ MainWindow::MainWindow(const QDir& dataFolder, QWidget* logPane)
 {
     auto* const people = new PeoplePanel(book);
     ShowInTitle(tr("vxphone"), u"vxphone"_s);
+    constexpr double shareOfScreen = 0.9; // The rest is for the frame and the desktop's bars.
     setCentralWidget(CreateContents());
     setStatusBar(statusLine);
+    resize(QSize(960, 680).boundedTo(screen()->availableSize() * shareOfScreen));
     QDockWidget* const peopleDock = AddDock(Qt::LeftDockWidgetArea, u"People"_s, people);
     peopleDock->setTitleBarWidget(new QWidget);
     QDockWidget* const logDock = AddDock(Qt::BottomDockWidgetArea, u"Log"_s, logPane);
@@ -45,7 +47,9 @@ MainWindow::MainWindow(const QDir& dataFolder, QWidget* logPane)
     CreateMenus(people->actions(), logDock->toggleViewAction());
 
     Connect(people);
-    RestoreGeometry();
+    resizeDocks({peopleDock}, {width() / 4}, Qt::Horizontal);
+    restoreGeometry(settings.value(u"geometry"_s).toByteArray());
+    restoreState(settings.value(u"state"_s).toByteArray());
     dialPanel->setFocus();
 }
 
@@ -120,14 +124,6 @@ void MainWindow::CreateMenus(const QList<QAction*>& editActions, QAction* showLo
                "<p>MIT licence</p>")
                 .arg(QCoreApplication::applicationVersion()));
     });
-}
-
-void MainWindow::RestoreGeometry()
-{
-    constexpr double shareOfScreen = 0.9; // The rest is for the frame and the desktop's bars.
-    resize(QSize(960, 680).boundedTo(screen()->availableSize() * shareOfScreen));
-    restoreGeometry(settings.value(u"geometry"_s).toByteArray());
-    restoreState(settings.value(u"state"_s).toByteArray());
 }
 
 void MainWindow::TakeLink(const QUrl& link)

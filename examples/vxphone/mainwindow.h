@@ -42,7 +42,6 @@ private:
     QWidget* CreateContents();
     QDockWidget* AddDock(Qt::DockWidgetArea area, const QString& name, QWidget* contents);
     void CreateMenus(const QList<QAction*>& editActions, QAction* showLog);
-    void RestoreGeometry();
     void AddContact(const QString& address);
     void AskForDownload();
     void AskForFolder();

@@ -65,8 +65,11 @@ void AddEntry(QListWidget* list, const QString& title, const QString& subtitle, 
 
 QString CallText(const RecentCall& call)
 {
-    const QString start = QLocale().toString(call.start.toLocalTime(), QLocale::ShortFormat);
-    return u"%1 · %2"_s.arg(start, DurationText(call.seconds));
+    const QDateTime start = call.start.toLocalTime();
+    const QString moment = start.date() == QDate::currentDate()
+                               ? QLocale().toString(start.time(), QLocale::ShortFormat)
+                               : QLocale().toString(start.date(), QLocale::ShortFormat);
+    return u"%1 · %2"_s.arg(moment, DurationText(call.seconds));
 }
 
 } // namespace

@@ -220,9 +220,9 @@ private:
     /// Removes what has arrived: half a file, or an error page, is of no use.
     void Discard(int error, const QString& reason)
     {
-        download.reset();
-        QFile::remove(part);
         Fail(error, reason);
+        download.reset(); // It may own the reason.
+        QFile::remove(part);
     }
 
     QUrl url;

@@ -9,12 +9,14 @@
 #include <common/singleapp/qtsingleapplication.h>
 
 #include <QAccessible>
+#include <QLabel>
 #include <QLineEdit>
 #include <QProcess>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
 
 class TestVxphone : public QObject
@@ -30,6 +32,7 @@ private Q_SLOTS:
     void everythingHasAName();
     void handOver();
     void download();
+    void downloadWithoutPlace();
     void closeWhileCopying();
 
 private:
@@ -181,6 +184,18 @@ void TestVxphone::download()
         QTRY_VERIFY(!panel.IsRunning());
         QCOMPARE(Files(), QStringList(QString("downloads/a.zip=") + left));
     }
+}
+
+// What went wrong is said in words.
+void TestVxphone::downloadWithoutPlace()
+{
+    filetree::Build(dir->path(), {"downloads=a file in the way"});
+    TransferPanel panel(dir->path());
+    panel.Download(QUrl("http://127.0.0.1:1/a.zip"));
+    QTRY_VERIFY(!panel.IsRunning());
+    const auto labels = panel.findChildren<QLabel*>();
+    QVERIFY(std::any_of(labels.begin(), labels.end(),
+                        [](const QLabel* label) { return label->text() == "The file cannot be created."; }));
 }
 
 // The program stays until the current file is copied, and then ends.
