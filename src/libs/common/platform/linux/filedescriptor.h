@@ -30,12 +30,8 @@ public:
     bool IsOpen() const { return descriptor >= 0; }
     int Get() const { return descriptor; }
     int Take() { return std::exchange(descriptor, -1); }
-    void Close()
-    {
-        if (IsOpen()) {
-            ::close(Take());
-        }
-    }
+    /// Returns false if the system has lost some of what was written.
+    bool Close() { return !IsOpen() || ::close(Take()) == 0; }
 
 private:
     Q_DISABLE_COPY(FileDescriptor)

@@ -1,5 +1,6 @@
 #include "../copyonce.h"
 
+#include "../../platform/linux/filedescriptor.h"
 #include "placeat.h"
 
 #include <QFile>
@@ -12,10 +13,11 @@
 #include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 
 namespace common
 {
+
+using platform::FileDescriptor;
 
 namespace
 {
@@ -27,25 +29,6 @@ constexpr std::size_t maxNamedSize = 65536;
 constexpr std::size_t maxChunk = 0x7ffff000;
 
 constexpr mode_t permissionBits = S_IRWXU | S_IRWXG | S_IRWXO;
-
-class Descriptor
-{
-public:
-    explicit Descriptor(int value_)
-        : value(value_)
-    {}
-    ~Descriptor() { Close(); }
-
-    int Get() const { return value; }
-    bool IsValid() const { return value >= 0; }
-    /// False if the system has lost some of what was written.
-    bool Close() { return value < 0 || ::close(std::exchange(value, -1)) == 0; }
-
-private:
-    Q_DISABLE_COPY(Descriptor)
-
-    int value;
-};
 
 struct OpenPath
 {
@@ -174,8 +157,8 @@ private:
 
 CopyResult CopyNamed(int source, const Target& target, std::size_t size, mode_t mode)
 {
-    Descriptor output(target.OpenNamed(mode));
-    if (!output.IsValid()) {
+    FileDescriptor output(target.OpenNamed(mode));
+    if (!output.IsOpen()) {
         return errno == EEXIST || errno == ENOENT || errno == ENOTDIR ? CopyResult::NotForMe
                                                                       : CopyResult::Failed;
     }
@@ -187,8 +170,8 @@ CopyResult CopyNamed(int source, const Target& target, std::size_t size, mode_t 
     return CopyResult::Copied;
 }
 
-CopyResult CopyUnnamed(int source, Descriptor& output, const Target& target, std::size_t size, mode_t mode,
-                       const std::function<bool()>& makeRoom)
+CopyResult CopyUnnamed(int source, FileDescriptor& output, const Target& target, std::size_t size,
+                       mode_t mode, const std::function<bool()>& makeRoom)
 {
     SetPermissions(output.Get(), mode);
     if (!CopyContent(source, output.Get(), size) || (makeRoom && !makeRoom()) || !target.Link(output.Get())) {
@@ -218,9 +201,9 @@ CopyResult CopyQuickly(const FilePlace& source, const FilePlace& destination,
         return CopyResult::NotForMe;
     }
     const int noFollow = source.IsHeld() ? O_NOFOLLOW : 0;
-    const Descriptor input(
+    const FileDescriptor input(
         ::openat(DirectoryOf(source), sourceName.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | noFollow));
-    if (!input.IsValid()) {
+    if (!input.IsOpen()) {
         return errno == ENOENT || errno == ENXIO ? CopyResult::NotForMe : CopyResult::Failed;
     }
     if (::fstat(input.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
@@ -235,8 +218,8 @@ CopyResult CopyQuickly(const FilePlace& source, const FilePlace& destination,
     if (!makeRoom && target.IsTaken()) {
         return CopyResult::NotForMe;
     }
-    Descriptor output(target.OpenUnnamed(mode));
-    if (output.IsValid()) {
+    FileDescriptor output(target.OpenUnnamed(mode));
+    if (output.IsOpen()) {
         return CopyUnnamed(input.Get(), output, target, size, mode, makeRoom);
     }
     return makeRoom ? CopyResult::NotForMe : CopyNamed(input.Get(), target, size, mode);

@@ -1,5 +1,6 @@
 #include "../copyonce.h"
 
+#include "../../platform/win/uniquehandle.h"
 #include "nativepath.h"
 
 #include <windows.h>
@@ -11,10 +12,11 @@ namespace
 {
 
 /// Opens a file so that nobody can put another one in its place until it is closed.
-HANDLE Hold(const std::wstring& path, bool refuseLink)
+platform::UniqueHandle Hold(const std::wstring& path, bool refuseLink)
 {
-    return ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                         OPEN_EXISTING, refuseLink ? FILE_FLAG_OPEN_REPARSE_POINT : 0, nullptr);
+    return platform::UniqueHandle(::CreateFileW(path.c_str(), GENERIC_READ,
+                                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                                refuseLink ? FILE_FLAG_OPEN_REPARSE_POINT : 0, nullptr));
 }
 
 bool IsRegular(HANDLE file)
@@ -40,22 +42,16 @@ CopyResult CopyQuickly(const FilePlace& source, const FilePlace& destination,
     if (::GetFileAttributesW(to.c_str()) != INVALID_FILE_ATTRIBUTES) {
         return CopyResult::NotForMe;
     }
-    const HANDLE file = Hold(from, source.IsHeld());
-    if (file == INVALID_HANDLE_VALUE) {
+    const platform::UniqueHandle file = Hold(from, source.IsHeld());
+    if (!file.IsOpen() || !IsRegular(file.Get())) {
         return CopyResult::NotForMe;
     }
-    CopyResult result = CopyResult::NotForMe;
-    if (IsRegular(file)) {
-        const bool copied = ::CopyFileW(from.c_str(), to.c_str(), TRUE) != 0;
-        const DWORD error = ::GetLastError();
-        if (copied) {
-            result = CopyResult::Copied;
-        } else if (error != ERROR_FILE_EXISTS && error != ERROR_PATH_NOT_FOUND) {
-            result = CopyResult::Failed;
-        }
+    if (::CopyFileW(from.c_str(), to.c_str(), TRUE) != 0) {
+        return CopyResult::Copied;
     }
-    ::CloseHandle(file);
-    return result;
+    const DWORD error = ::GetLastError();
+    return error == ERROR_FILE_EXISTS || error == ERROR_PATH_NOT_FOUND ? CopyResult::NotForMe
+                                                                       : CopyResult::Failed;
 }
 
 } // namespace common

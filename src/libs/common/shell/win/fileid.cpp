@@ -1,5 +1,6 @@
 #include "../fileid.h"
 
+#include "../../platform/win/uniquehandle.h"
 #include "nativepath.h"
 
 namespace common
@@ -10,15 +11,11 @@ namespace
 
 std::optional<FileId> GetId(const QString& path, DWORD flags)
 {
-    const HANDLE file =
+    const platform::UniqueHandle file(
         ::CreateFileW(NativePath(path).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                      nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | flags, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
-        return std::nullopt;
-    }
+                      nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | flags, nullptr));
     BY_HANDLE_FILE_INFORMATION information = {};
-    const bool known = ::GetFileInformationByHandle(file, &information) != 0;
-    ::CloseHandle(file);
+    const bool known = file.IsOpen() && ::GetFileInformationByHandle(file.Get(), &information) != 0;
     const FileId id = IdOf(information);
     // Some network drives give every file the index 0.
     return known && id.file != 0 ? std::optional(id) : std::nullopt;

@@ -1,5 +1,7 @@
 #include "../peerplatform.h"
 
+#include "../../platform/win/uniquehandle.h"
+
 #include <common/singleapp/qtlockedfile.h>
 
 #include <QDeadlineTimer>
@@ -24,14 +26,14 @@ std::wstring PipeName(const QString& name)
 /// Returns the security identifier (SID) of a process's user; empty if it cannot be read.
 QByteArray UserOf(HANDLE process)
 {
-    HANDLE token = nullptr;
-    if (::OpenProcessToken(process, TOKEN_QUERY, &token) == 0) {
+    HANDLE opened = nullptr;
+    if (::OpenProcessToken(process, TOKEN_QUERY, &opened) == 0) {
         return {};
     }
+    const common::platform::UniqueHandle token(opened);
     alignas(TOKEN_USER) char user[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
     DWORD size = 0;
-    const bool read = ::GetTokenInformation(token, TokenUser, user, sizeof(user), &size) != 0;
-    ::CloseHandle(token);
+    const bool read = ::GetTokenInformation(token.Get(), TokenUser, user, sizeof(user), &size) != 0;
     const PSID sid = reinterpret_cast<const TOKEN_USER*>(user)->User.Sid;
     return read ? QByteArray(static_cast<const char*>(sid), ::GetLengthSid(sid)) : QByteArray();
 }
@@ -87,9 +89,9 @@ bool IsOwnPeer(const QLocalSocket& socket)
     if (::GetNamedPipeServerProcessId(reinterpret_cast<HANDLE>(socket.socketDescriptor()), &processId) == 0) {
         return false; // The connection has ended.
     }
-    HANDLE process = ::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId);
-    const QByteArray theirs = process != nullptr ? UserOf(process) : QByteArray();
-    ::CloseHandle(process);
+    const common::platform::UniqueHandle process(
+        ::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
+    const QByteArray theirs = process.IsOpen() ? UserOf(process.Get()) : QByteArray();
     const bool own = !theirs.isEmpty() && theirs == UserOf(::GetCurrentProcess());
     if (!own) {
         qWarning("QtLocalPeer: the process behind the local socket belongs to another user");
