@@ -92,6 +92,10 @@ int main(int argc, char* argv[])
     QtSingleApplication::setApplicationVersion(QStringLiteral(VXCOMMON_VERSION));
     QtSingleApplication::setOrganizationName(u"vxcommon"_s);
     QtSingleApplication::setDesktopFileName(u"vxphone"_s);
+    const QByteArrayView first = argc > 1 ? argv[1] : "";
+    if (first == "--version" || first == "--help") { // They need no display.
+        ReadOptions(QCoreApplication(argc, argv));
+    }
     QtSingleApplication application(u"vxphone"_s, argc, argv);
     const QDir dataFolder = ReadOptions(application);
 

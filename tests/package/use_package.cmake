@@ -24,6 +24,7 @@ foreach(page man/man1/vxtool.1 bash-completion/completions/vxtool zsh/site-funct
     endif()
 endforeach()
 if(EXISTS "${prefix}/bin/vxphone")
+    run("${CMAKE_COMMAND}" -E env --unset=DISPLAY --unset=QT_QPA_PLATFORM "${prefix}/bin/vxphone" --version)
     # Its window logs the address as soon as it is shown.
     file(WRITE "${WORK_DIR}/start_vxphone.sh" [=[
 "$1" --data data --callto tel:+1 &
