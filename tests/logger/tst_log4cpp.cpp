@@ -98,6 +98,13 @@ int LogUntilExit()
 }
 
 /// Ends with a fatal message while the console is the only target.
+int LogByDefault()
+{
+    logger::GetLogger()->SetLevel(logger::Debug);
+    LOG_MESSAGE(logger::Info) << "by default";
+    return 0;
+}
+
 int EndFatally()
 {
     logger::SetLogger(logger::GetLog4cpp());
@@ -123,6 +130,7 @@ private Q_SLOTS:
     void namesOutsideTheCodePage();
     void filesAreNotInherited();
     void fatalMessageReachesAPipe();
+    void defaultLineReturns();
     void threadsIntoOneRollingFile();
     void channels();
     void configurationFileAndConsole();
@@ -319,6 +327,18 @@ void TestLog4cpp::fatalMessageReachesAPipe()
     QCOMPARE(program.readAllStandardOutput().trimmed(), "last message");
 }
 
+// Through Qt's logging and the handler of the library.
+void TestLog4cpp::defaultLineReturns()
+{
+    QProcess program;
+    program.start(QCoreApplication::applicationFilePath(), {"log by default"});
+    QVERIFY(program.waitForFinished(60000));
+    const QString line = QString::fromUtf8(program.readAllStandardError());
+    static const QRegularExpression time(R"(\d\d:\d\d:\d\d\.\d{3}:)");
+    QVERIFY2(line.contains("by default"), qPrintable(line));
+    QCOMPARE(line.count(time), 1);
+}
+
 void TestLog4cpp::threadsIntoOneRollingFile()
 {
     setup.maxFileSize = 5000;
@@ -419,6 +439,9 @@ int main(int argc, char* argv[])
 {
     if (argc == 2 && argv[1] == QByteArray("log until exit")) {
         return backendtest::LogUntilExit();
+    }
+    if (argc == 2 && argv[1] == QByteArray("log by default")) {
+        return backendtest::LogByDefault();
     }
     if (argc == 2 && argv[1] == QByteArray("end fatally")) {
         return backendtest::EndFatally();

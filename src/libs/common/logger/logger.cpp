@@ -8,6 +8,7 @@
 #include <QLoggingCategory>
 
 #include <atomic>
+#include <utility>
 
 namespace common::logger
 {
@@ -46,6 +47,9 @@ private:
 
 NeverDestroyed<DefaultLogger> defaultLogger;
 
+/// Set while this thread hands a line to Qt, whose messages return to the current logger.
+thread_local bool isReturning = false;
+
 std::atomic<ILogger*>& CurrentLogger()
 {
     static std::atomic<ILogger*> current{&defaultLogger.value};
@@ -64,11 +68,20 @@ void Logger::Write(const IMessage& message)
     const char* channelName = channel != nullptr && channel->name != nullptr ? channel->name : "";
 
     const QLoggingCategory category(channelName, QtDebugMsg);
-    const QString timestamp =
-        QDateTime::currentDateTime().toString(QStringLiteral("yyyy.MM.dd HH:mm:ss.zzz:"));
     const QMessageLogger qtLogger(nullptr, 0, nullptr);
-    OpenQtStream(qtLogger, message.GetLevel(), category)
-        << timestamp.toStdString().c_str() << message.GetText()->toStdString().c_str() << suffix.c_str();
+    // A line that has returned carries its time already.
+    const bool returns = std::exchange(isReturning, true);
+    {
+        QDebug stream = OpenQtStream(qtLogger, message.GetLevel(), category);
+        if (!returns) {
+            stream << QDateTime::currentDateTime()
+                          .toString(QStringLiteral("yyyy.MM.dd HH:mm:ss.zzz:"))
+                          .toStdString()
+                          .c_str();
+        }
+        stream << message.GetText()->toStdString().c_str() << suffix.c_str();
+    }
+    isReturning = returns;
 }
 
 int Logger::GetLevel() const
