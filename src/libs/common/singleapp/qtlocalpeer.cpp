@@ -116,11 +116,11 @@ private:
     void Acknowledge()
     {
         acknowledged = true;
-        timer.start(goodbyeTimeout);
         if (socket->state() == QLocalSocket::ConnectedState) {
             socket->write(acknowledgement);
             socket->flush();
         }
+        timer.start(goodbyeTimeout);
     }
 
     void OnTimeout()
@@ -315,6 +315,9 @@ bool QtLocalPeer::isSecondary()
 {
     if (!d->lockFile || d->lockFile->isLocked()) {
         return false;
+    }
+    if (!d->lockFile->lock(QtLockedFile::WriteLock, false)) {
+        return true;
     }
     // The file may have been removed since it was opened: the claim is made on the one that others find.
     d->lockFile = QtLP_Private::OpenLockFile(d->lockPath);

@@ -35,7 +35,7 @@ ucred PeerOf(const QLocalSocket& socket)
 }
 
 /// A process that ends releases its lock shortly before it counts as dead.
-constexpr int exitTimeout = 100; // ms
+constexpr std::chrono::milliseconds exitTimeout{100};
 
 /// Returns false also for a process that has ended and that its parent has not collected yet.
 bool IsAlive(pid_t id)
@@ -45,7 +45,7 @@ bool IsAlive(pid_t id)
         return errno != ESRCH; // Kernels before 5.3 have no pidfds.
     }
     pollfd end = {process.Get(), POLLIN, 0};
-    return ::poll(&end, 1, exitTimeout) == 0;
+    return ::poll(&end, 1, static_cast<int>(exitTimeout.count())) == 0;
 }
 
 } // namespace
