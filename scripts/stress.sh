@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Puts the single-instance classes under load, ten rounds each or as many as the argument says:
-# 200 processes that start at once, a primary instance that is killed among them, and 500 clients that misbehave.
+# 200 processes that start at once, a primary instance that is killed among them, and 300 clients that misbehave.
 
 source "$(dirname "$0")/lib.sh"
 
@@ -12,7 +12,7 @@ say "Configuring and building (dev)"
 quietly cmake --preset dev
 build dev --target single_app_stress
 
-for run in "storm 200" "kill 200" "hostile 500"; do
+for run in "storm 200" "kill 200" "hostile 300"; do
     read -r kind size <<<"$run"
     say "$kind, $rounds rounds"
     "$program" "$kind" "$rounds" "$size" 2>/dev/null
