@@ -95,7 +95,7 @@ private:
     {
         static std::atomic_flag isLogged = ATOMIC_FLAG_INIT;
         if (!isLogged.test_and_set()) {
-            LOG_MESSAGE(logger::Warn) << "No pidfd to be had (error " << error
+            LOG_MESSAGE(logger::Warn) << "No pidfd is available (error " << error
                                       << "): processes are watched by polling and ended by their id";
         }
     }
