@@ -5,6 +5,7 @@
 #include <QLocalSocket>
 #include <QPointer>
 #include <QRegularExpression>
+#include <QSemaphore>
 #include <QSignalSpy>
 
 #include <vector>
@@ -274,11 +275,15 @@ void TestLocalPeer::movedToThread()
 {
     QTest::failOnWarning(QRegularExpression("."));
     QThread thread;
-    thread.start();
     auto* const peer = new QtLocalPeer(nullptr, "moved");
     peer->moveToThread(&thread);
-    QMetaObject::invokeMethod(
-        peer, [peer] { peer->isSecondary(); }, Qt::BlockingQueuedConnection);
+    QSemaphore claimed;
+    connect(&thread, &QThread::started, peer, [peer, &claimed] {
+        peer->isSecondary();
+        claimed.release();
+    });
+    thread.start();
+    claimed.acquire();
     const bool sent = SendFromElsewhere("moved", "hello");
     peer->deleteLater();
     thread.quit();
