@@ -138,6 +138,7 @@ private Q_SLOTS:
     void remover_data() { copier_data(); }
     void remover() { TestLife<FileRemover>(); }
     void eventLoopInEachSlot();
+    void restartKeepsTheOrder();
     void movedWhileItRuns();
     void randomMoments();
 };
@@ -171,6 +172,35 @@ void TestJobLife::eventLoopInEachSlot()
     });
     QVERIFY(job.Copy());
     QTRY_COMPARE(textAfterLoop, "Copying failed with error '700103'!");
+}
+
+/// What an earlier job has reported and not yet emitted comes before the signals of the next one.
+void TestJobLife::restartKeepsTheOrder()
+{
+    const Work work;
+    RecordingLogger log;
+    QSemaphore arrived;
+    QSemaphore leave;
+    log.onLine = [&, seen = 0](const QString& text) mutable {
+        if (text.startsWith("Successfully") && (++seen == 2 || seen == 3)) {
+            arrived.release();
+            leave.acquire();
+        } else if (text.startsWith("Waiting for the completion of the")) {
+            leave.release();
+        }
+    };
+    FileCopier job;
+    JobRecorder recorder(&job);
+    work.AddTo(job);
+    QVERIFY(job.Copy());
+    arrived.acquire();
+    QCoreApplication::processEvents(); // Emits the first item. The second is reported soon after.
+    leave.release();
+    arrived.acquire();
+    QVERIFY(job.Copy());
+    QTRY_VERIFY(recorder.HasEnded());
+    QTest::qWait(20);
+    QCOMPARE(recorder.signalsSeen, Steps(2, 4) + Steps(4, 4) << "done");
 }
 
 /// The signals follow the owner from a thread that has no event loop and ends.

@@ -90,7 +90,7 @@ public:
         wait();
     }
 
-    int port = 0;
+    std::atomic<int> port = 0;
 
 protected:
     void run() override

@@ -119,7 +119,7 @@ int FileCopyTask::WorkAll()
                                               .arg(paths.source, paths.destination, QString::number(code));
             return code;
         }
-        reports->Progress(static_cast<int>(i) + 1, static_cast<int>(total));
+        Report(i + 1, total);
     }
     return 0;
 }

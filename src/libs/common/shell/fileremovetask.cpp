@@ -91,8 +91,8 @@ int FileRemoveTask::ScanPath(int root)
 
 int FileRemoveTask::WorkAll()
 {
-    const int total = static_cast<int>(files.size() + removals.size());
-    int current = 0;
+    const std::size_t total = files.size() + removals.size();
+    std::size_t current = 0;
     for (const Item& file : files) {
         if (IsAborted()) {
             return FileRemover::Aborted;
@@ -103,7 +103,7 @@ int FileRemoveTask::WorkAll()
                                               .arg(SourcePathOf(file), QString::number(code));
             return code;
         }
-        reports->Progress(++current, total);
+        Report(++current, total);
     }
     for (const int directory : removals) {
         if (IsAborted()) {
@@ -115,7 +115,7 @@ int FileRemoveTask::WorkAll()
                                               .arg(sources.PathOf(directory), QString::number(code));
             return code;
         }
-        reports->Progress(++current, total);
+        Report(++current, total);
     }
     return 0;
 }

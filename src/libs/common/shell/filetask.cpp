@@ -76,7 +76,7 @@ void FileTask::run()
         Fail(code, QString::fromLatin1(traits.failedText).arg(code));
     } else {
         LOG_MESSAGE(logger::Info) << QString::fromLatin1(traits.finishedText).arg(timer.elapsed());
-        reports->End(0, {});
+        Q_EMIT ended(0, {});
     }
     QThread::currentThread()->quit();
     isWorking = false;
@@ -85,7 +85,14 @@ void FileTask::run()
 void FileTask::Fail(int code, const QString& text)
 {
     LOG_MESSAGE(logger::Error) << text;
-    reports->End(code, text);
+    Q_EMIT ended(code, text);
+}
+
+void FileTask::Report(std::size_t current, std::size_t total)
+{
+    if (progress->Report(static_cast<int>(current), static_cast<int>(total))) {
+        Q_EMIT reported();
+    }
 }
 
 bool FileTask::IsAborted() const

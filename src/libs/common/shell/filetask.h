@@ -3,12 +3,13 @@
 #include <common/logger/logger.h>
 
 #include "directoryreach.h"
-#include "taskreports.h"
+#include "taskprogress.h"
 
 #include <QObject>
 #include <QPointer>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 
 #include <atomic>
 #include <functional>
@@ -56,11 +57,16 @@ public:
     /// Starts the worker. Without a thread the job fails.
     void Start();
 
-    std::shared_ptr<TaskReports> reports; ///< Takes what the worker reports; set before Start.
+    const std::shared_ptr<TaskProgress> progress = std::make_shared<TaskProgress>();
 
 public Q_SLOTS:
     /// Waits until the worker has ended. With `force`, the worker stops at the next item.
     void Abort(bool force = true);
+
+Q_SIGNALS:
+    // Emitted by the worker: connect them queued.
+    void reported();                           ///< See TaskProgress.
+    void ended(int code, const QString& text); ///< 0 is success.
 
 private Q_SLOTS:
     void run();
@@ -72,6 +78,9 @@ protected:
     virtual int Scan() = 0;
     /// Processes the items one by one and reports each.
     virtual int WorkAll() = 0;
+
+    /// For the worker: `current` of `total` items are done.
+    void Report(std::size_t current, std::size_t total);
 
     /// To be asked before each step; logs that the answer is yes.
     bool IsAborted() const;
@@ -123,20 +132,41 @@ private:
 /// Ends the job, if there is one, and forgets it. The signals that are reported still arrive at the owner.
 void DropTask(QPointer<FileTask>& task, bool force);
 
+/// Emits the progress that is reported. A slot may destroy the owner, or run an event loop and so come here
+/// again.
+template<class Owner>
+void EmitProgress(const QPointer<Owner>& owner, const std::shared_ptr<TaskProgress>& progress)
+{
+    progress->Wake();
+    bool isNew = false;
+    while (owner && progress->Next()) {
+        isNew = true;
+        Q_EMIT owner->progress(progress->Current(), progress->Total());
+    }
+    if (isNew && owner) {
+        // Emits what the worker does not wake this thread for.
+        QTimer::singleShot(TaskProgress::pause, owner, [owner, progress] { EmitProgress(owner, progress); });
+    }
+}
+
 /// Makes `task` the job of `owner`, which emits what the worker reports.
 template<class Owner>
 void ConnectTask(FileTask* task, Owner* owner)
 {
     task->setParent(owner); // It follows its owner to other threads.
-    task->reports = std::make_shared<TaskReports>(
-        owner, [owner](int current, int total) { Q_EMIT owner->progress(current, total); },
-        [owner](int code, const QString& text) {
-            if (code == 0) {
-                Q_EMIT owner->succesed();
-            } else {
-                Q_EMIT owner->failed(code, text);
-            }
-        });
+    const auto emitProgress = [alive = QPointer<Owner>(owner), progress = task->progress] {
+        EmitProgress(alive, progress);
+    };
+    const auto emitEnd = [emitProgress, alive = QPointer<Owner>(owner)](int code, const QString& text) {
+        emitProgress();
+        if (alive && code == 0) {
+            Q_EMIT alive->succesed();
+        } else if (alive) {
+            Q_EMIT alive->failed(code, text);
+        }
+    };
+    QObject::connect(task, &FileTask::reported, owner, emitProgress, Qt::QueuedConnection);
+    QObject::connect(task, &FileTask::ended, owner, emitEnd, Qt::QueuedConnection);
 }
 
 /**
@@ -152,7 +182,13 @@ bool StartTask(QPointer<FileTask>& task, Owner* owner, const FileTaskTraits& tra
     const logger::Channel& logChannel = traits.channel;
     LOG_MESSAGE(logger::Debug) << traits.startText;
     if (task) {
-        task->reports->Stop();
+        QObject::disconnect(task, nullptr, owner, nullptr);
+        task->progress->Stop();
+        // What it has reported so far still arrives, before the signals of the new job.
+        QMetaObject::invokeMethod(
+            owner,
+            [alive = QPointer<Owner>(owner), progress = task->progress] { EmitProgress(alive, progress); },
+            Qt::QueuedConnection);
     }
     DropTask(task, true);
     try {

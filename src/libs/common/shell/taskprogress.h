@@ -1,0 +1,66 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <atomic>
+#include <chrono>
+
+namespace common
+{
+
+/**
+ * Counts the items of a worker for the thread of its owner, which is woken at most every few milliseconds: a
+ * wake-up per item costs as much as the removal of a file.
+ */
+class TaskProgress
+{
+public:
+    /// Shortest time between two wake-ups; short enough to look immediate.
+    static constexpr std::chrono::milliseconds pause{5};
+
+    TaskProgress() = default;
+
+    /// For the worker: `current` of `total` items are done. Returns whether to wake the owner.
+    bool Report(int current, int total_)
+    {
+        if (stopped) {
+            return false;
+        }
+        total = total_;
+        done = current;
+        const auto now = std::chrono::steady_clock::now();
+        if (now - lastWake < pause || awake.exchange(true)) {
+            return false;
+        }
+        lastWake = now;
+        return true;
+    }
+
+    // For the owner:
+
+    void Wake() { awake = false; } ///< Call it first when woken.
+    /// Takes the next item to emit. Returns false if there is none.
+    bool Next()
+    {
+        if (emitted >= done) {
+            return false;
+        }
+        ++emitted;
+        return true;
+    }
+    int Current() const { return emitted; }
+    int Total() const { return total; }
+    void Stop() { stopped = true; } ///< Ignores all later reports.
+
+private:
+    Q_DISABLE_COPY(TaskProgress)
+
+    std::atomic<bool> stopped = false;
+    std::atomic<bool> awake = false;
+    std::atomic<int> done = 0;
+    std::atomic<int> total = 0;
+    std::chrono::steady_clock::time_point lastWake; ///< Belongs to the worker.
+    int emitted = 0;                                ///< Belongs to the owner.
+};
+
+} // namespace common
