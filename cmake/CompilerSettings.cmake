@@ -33,6 +33,18 @@ else()
     target_compile_options(vxcommon_settings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
 endif()
 
+# Hardening of release builds. MinGW's run-time library has no part in FORTIFY and the stack protector.
+if(MSVC)
+    add_compile_options("$<$<CONFIG:Release>:/guard:cf>")
+    add_link_options("$<$<CONFIG:Release>:/guard:cf>")
+elseif(NOT MINGW AND NOT VXCOMMON_SANITIZE)
+    add_compile_options("$<$<CONFIG:Release>:-fstack-protector-strong;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+        add_compile_options("$<$<CONFIG:Release>:-fcf-protection>")
+    endif()
+    add_link_options("$<$<CONFIG:Release>:-Wl,-z,relro,-z,now>")
+endif()
+
 if(VXCOMMON_SANITIZE)
     include(CheckCXXSourceCompiles)
     set(CMAKE_REQUIRED_FLAGS "-fsanitize=${VXCOMMON_SANITIZE}")

@@ -9,8 +9,9 @@ mkdir -p build/docs
 say "Writing the reference to build/docs/html"
 {
     cat docs/Doxyfile
+    sed -n 's/^ *VERSION \([0-9.]*\)$/PROJECT_NUMBER = \1/p' CMakeLists.txt
     # Public is what includes the export header.
-    echo "INPUT = $(git grep -l vxcommon_export.h -- 'src/libs/*.h' | xargs) README.md CHANGELOG.md docs"
+    echo "INPUT = $(grep -rl --include=*.h vxcommon_export.h src/libs | sort | xargs) README.md CHANGELOG.md CONTRIBUTING.md docs"
 } >build/docs/Doxyfile
 quietly doxygen build/docs/Doxyfile
 say "Open build/docs/html/index.html"

@@ -1,10 +1,16 @@
-# Sourced by the other scripts: where the project is, and how to say what is being done.
+# Sourced by the other scripts: the directory of the project, and functions that report what is done.
+# All of them take --no-install as their first argument, which uses what is installed and installs nothing.
 
 set -euo pipefail
 
 caller_dir=$PWD
 project_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$project_dir"
+
+if [ "${1:-}" = --no-install ]; then
+    export VXCOMMON_NO_INSTALL=1
+    shift
+fi
 
 say() { printf '== %s\n' "$*"; }
 

@@ -1,25 +1,29 @@
 #!/usr/bin/env bash
-# Makes the Debian packages of a release build in build/release/packages. With "windows" it makes a zip of the library
-# cross-built for 64-bit Windows, once its tests have passed, in build/windows-mingw/packages.
+# Builds the Debian packages of the committed and changed files below build/packages, and checks them with lintian. With
+# "windows" it makes a zip of the library cross-built for 64-bit Windows, once its tests have passed, in
+# build/windows-mingw/packages.
 
 source "$(dirname "$0")/lib.sh"
 
 case "$*" in
 "")
-    build_dir=build/release
-    scripts/setup.sh demo package
-    say "Configuring and building (release)"
-    quietly cmake --preset release
-    build release
+    packages=build/packages
+    scripts/setup.sh package
+    say "Building the packages"
+    rm -rf "$packages"
+    mkdir -p "$packages/vxcommon"
+    git ls-files -z | xargs -0 cp --parents -t "$packages/vxcommon"
+    (cd "$packages/vxcommon" && quietly dpkg-buildpackage --build=binary --unsigned-changes)
+    say "Checking them"
+    lintian --fail-on error,warning "$packages"/*.changes
     ;;
 windows)
-    build_dir=build/windows-mingw
+    packages=build/windows-mingw/packages
     scripts/test-windows.sh
+    say "Packing"
+    rm -rf "$packages"
+    quietly cpack --config build/windows-mingw/CPackConfig.cmake
     ;;
 *) die "unknown arguments \"$*\"; the script takes none, or \"windows\"" ;;
 esac
-
-say "Packing"
-rm -rf "$build_dir/packages"
-quietly cpack --config "$build_dir/CPackConfig.cmake"
-ls "$build_dir"/packages/*.*
+ls "$packages"/*.*

@@ -22,14 +22,15 @@ packages_of() {
     windows) echo "$build $servers g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth" ;;
     bench) echo "$build $servers curl libbenchmark-dev libspdlog-dev libdeflate-dev nodejs python3" ;;
     fuzz) echo "$build clang" ;;
-    docs) echo "doxygen" ;;
-    package) echo "dpkg-dev python3" ;;
+    docs) echo "doxygen graphviz" ;;
+    package) echo "$build dpkg-dev debhelper doxygen graphviz fakeroot lintian" ;;
     lint) echo "$build clang clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev libdeflate-dev" ;;
     fresh) echo "debootstrap git" ;;
     *) die "unknown group \"$1\"; known are: build demo gui-demo test windows bench fuzz docs package lint fresh" ;;
     esac
 }
 
+[ -z "${VXCOMMON_NO_INSTALL:-}" ] || exit 0
 [ $# -gt 0 ] || die "name what to set up: build, demo, test, windows, bench, fuzz, docs, package, lint or fresh"
 
 missing=()

@@ -54,23 +54,25 @@ struct Channel
     const char* name; ///< Dotted path such as "http.request"; the dots are log4cpp's category hierarchy.
 };
 
-/// Bits of the `options` argument of ILogger::Configure.
+/// The scope of the bits of the `options` argument of ILogger::Configure.
 struct Option
 {
+    /// The bits.
     enum Bit : unsigned int
     {
         ShowSource = 1,   ///< Append the source location to each line.
         ShowFunction = 2, ///< Include the function name in the source location.
-        PatternLayout =
-            256, ///< Format lines by a conversion pattern; takes precedence over the other layouts.
+        /// Format lines by a conversion pattern; takes precedence over the other layouts.
+        PatternLayout = 256,
         SimpleLayout = 512, ///< Format lines by log4cpp's SimpleLayout.
         BasicLayout = 1024  ///< Format lines by log4cpp's BasicLayout; takes precedence over SimpleLayout.
     };
 };
 
-/// Bits of the `targets` argument of ILogger::Configure.
+/// The scope of the bits of the `targets` argument of ILogger::Configure.
 struct Target
 {
+    /// The bits.
     enum Bit : unsigned int
     {
         Console = 1,    ///< Standard output.

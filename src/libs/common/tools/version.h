@@ -12,6 +12,7 @@ class VXCOMMON_EXPORT Version
 {
 public:
     Version() = default; ///< The null version, 0.0.0.0; less than every other.
+    /// A version of four parts.
     Version(unsigned int major_, unsigned int minor_, unsigned int build_, unsigned int release_);
 
     /// Parses up to four parts that are separated by "-", ",", "_" or ".". A part that is no decimal number
@@ -33,10 +34,7 @@ public:
     bool operator!=(const Version& other) const { return !(*this == other); } ///< Some part differs.
     bool operator<(const Version& other) const; ///< The first part that differs is less.
     bool operator<=(const Version& other) const { return !(other < *this); } ///< Less or equal.
-    bool operator>(const Version& other) const
-    {
-        return other < *this;
-    } ///< The first part that differs is greater.
+    bool operator>(const Version& other) const { return other < *this; }     ///< @see operator<
     bool operator>=(const Version& other) const { return !(*this < other); } ///< Greater or equal.
 
 private:
