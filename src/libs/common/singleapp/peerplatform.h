@@ -27,11 +27,14 @@ QString GroupSuffix();
  */
 std::unique_ptr<QtLockedFile> OpenLockFile(const QString& path);
 
-/// Connects to the local server, which cannot impersonate this process.
-bool Connect(QLocalSocket& socket, const QString& name, std::chrono::milliseconds timeout);
+/// Returns the full name of a local server whose socket would have this path.
+QString ServerPath(const QString& socketPath);
 
-/// Returns whether a living process listens under this name.
-bool IsServed(const QString& name);
+/// Connects to the local server, which cannot impersonate this process.
+bool Connect(QLocalSocket& socket, const QString& serverPath, std::chrono::milliseconds timeout);
+
+/// Returns whether a living process listens under this full name.
+bool IsServed(const QString& serverPath);
 
 /// Returns whether the process that a socket is connected to belongs to this user; warns if it does not.
 bool IsOwnPeer(const QLocalSocket& socket);

@@ -185,18 +185,17 @@ public:
     QtLocalPeer* const q;
     QString id;
     QString socketName;
+    QString serverPath;
     QString lockPath;                       ///< Empty without a temporary directory.
     std::unique_ptr<QtLockedFile> lockFile; ///< Null if something of another user occupies its path.
-    QLocalServer* const server;
+    QLocalServer* server = nullptr;         ///< Null in a secondary instance.
+    QFileSystemWatcher* watcher = nullptr;  ///< Of the lock file, if that can be removed.
     QList<MessageReceiver*> receivers;
-    QTimer checkTimer{q};
-    QFileSystemWatcher* watcher = nullptr; ///< Of the lock file, if that can be removed.
 };
 
 QtLocalPeerPrivate::QtLocalPeerPrivate(QtLocalPeer* peer, const QString& appId)
     : q(peer)
     , id(appId)
-    , server(new QLocalServer(peer))
 {
     QString prefix = appId;
     if (id.isEmpty()) {
@@ -209,35 +208,37 @@ QtLocalPeerPrivate::QtLocalPeerPrivate(QtLocalPeer* peer, const QString& appId)
         const char16_t lower = character.unicode() | 0x20;
         return lower < u'a' || lower > u'z';
     });
-    socketName = QStringLiteral("qtsingleapp-%1-%2")
-                     .arg(prefix.left(prefixLength))
-                     .arg(qChecksum(id.toUtf8(), Qt::ChecksumIso3309), 0, 16) +
-                 QtLP_Private::GroupSuffix();
-
-    server->setSocketOptions(QLocalServer::UserAccessOption);
-    // Qt reads ahead from clients that wait; the system keeps the others waiting.
-    server->setMaxPendingConnections(1);
+    const quint16 checksum = qChecksum(id.toUtf8(), Qt::ChecksumIso3309);
+    socketName = QStringLiteral("qtsingleapp-") + prefix.left(prefixLength) + u'-' +
+                 QString::number(checksum, 16) + QtLP_Private::GroupSuffix();
 
     // Without a temporary directory, the file must not be created in the working directory.
     if (const QString directory = QDir::tempPath(); !directory.isEmpty()) {
-        lockPath = QDir(directory).absolutePath() + u'/' + socketName + QStringLiteral("-lockfile");
+        const QString path = QDir(directory).absolutePath() + u'/' + socketName;
+        serverPath = QtLP_Private::ServerPath(path);
+        lockPath = path + QStringLiteral("-lockfile");
     }
     lockFile = QtLP_Private::OpenLockFile(lockPath);
 }
 
 void QtLocalPeerPrivate::BeginService()
 {
+    server = new QLocalServer(q);
+    server->setSocketOptions(QLocalServer::UserAccessOption);
+    // Qt reads ahead from clients that wait; the system keeps the others waiting.
+    server->setMaxPendingConnections(1);
     QObject::connect(server, &QLocalServer::newConnection, q, &QtLocalPeer::receiveConnection);
     if (const QString problem = Listen(); !problem.isEmpty()) {
         qWarning("QtSingleCoreApplication: listen on local socket failed, %s", qPrintable(problem));
     }
-    checkTimer.callOnTimeout(q, [this] { Check(); });
-    checkTimer.start(checkInterval);
+    auto* const checkTimer = new QTimer(server);
+    checkTimer->callOnTimeout(server, [this] { Check(); });
+    checkTimer->start(checkInterval);
     if (QtLP_Private::filesAreRemovable) {
-        watcher = new QFileSystemWatcher({lockPath}, q);
+        watcher = new QFileSystemWatcher({lockPath}, server);
         // Queued, since Check changes what is watched.
         QObject::connect(
-            watcher, &QFileSystemWatcher::fileChanged, q, [this] { Check(); }, Qt::QueuedConnection);
+            watcher, &QFileSystemWatcher::fileChanged, server, [this] { Check(); }, Qt::QueuedConnection);
     }
 }
 
@@ -245,7 +246,7 @@ void QtLocalPeerPrivate::BeginService()
 /// dead process.
 QString QtLocalPeerPrivate::Listen()
 {
-    if (QtLP_Private::IsServed(socketName)) {
+    if (QtLP_Private::IsServed(serverPath)) {
         return QStringLiteral("QLocalServer::listen: Address in use"); // In Qt's words.
     }
     return server->listen(socketName) ? QString() : server->errorString();
@@ -303,9 +304,8 @@ QtLocalPeer::QtLocalPeer(QObject* parent, const QString& appId)
 
 QtLocalPeer::~QtLocalPeer()
 {
-    d->checkTimer.stop();
-    // Closing removes the socket by its name, which may be the next owner's as soon as the lock is free.
-    d->server->close();
+    // This removes the socket by its name, which may be the next owner's as soon as the lock is free.
+    delete std::exchange(d->server, nullptr);
     while (!d->receivers.isEmpty()) {
         d->Deliver(d->receivers.constFirst());
     }
@@ -338,18 +338,19 @@ bool QtLocalPeer::sendMessage(const QString& message, int timeout)
     timeout = std::max(timeout, -1); // Qt accepts no other negative value for "no limit".
     const auto connectTimeout = std::chrono::milliseconds(timeout / 2);
     QLocalSocket socket;
-    if (!QtLP_Private::Connect(socket, d->socketName, connectTimeout)) {
+    if (!QtLP_Private::Connect(socket, d->serverPath, connectTimeout)) {
         QThread::msleep(connectPause.count());
         socket.abort();
-        QtLP_Private::Connect(socket, d->socketName, connectTimeout);
+        QtLP_Private::Connect(socket, d->serverPath, connectTimeout);
     }
     if (!QtLP_Private::IsOwnPeer(socket)) {
         return false;
     }
     const QByteArray text = message.toUtf8();
     QDataStream(&socket).writeBytes(text.constData(), static_cast<uint>(text.size()));
-    return socket.waitForBytesWritten(timeout) && socket.waitForReadyRead(timeout) &&
-           socket.read(qstrlen(acknowledgement)) == acknowledgement;
+    socket.flush();
+    return (socket.bytesToWrite() == 0 || socket.waitForBytesWritten(timeout)) &&
+           socket.waitForReadyRead(timeout) && socket.read(qstrlen(acknowledgement)) == acknowledgement;
 }
 
 const QString& QtLocalPeer::applicationId() const
@@ -359,7 +360,7 @@ const QString& QtLocalPeer::applicationId() const
 
 void QtLocalPeer::receiveConnection()
 {
-    while (d->receivers.size() < maxReceivers && d->server->hasPendingConnections()) {
+    while (d->server != nullptr && d->receivers.size() < maxReceivers && d->server->hasPendingConnections()) {
         const auto deliver = [this](MessageReceiver* receiver) {
             QMetaObject::invokeMethod(
                 this, [this, receiver] { d->Deliver(receiver); }, Qt::QueuedConnection);

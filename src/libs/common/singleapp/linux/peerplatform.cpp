@@ -78,16 +78,21 @@ std::unique_ptr<QtLockedFile> OpenLockFile(const QString& path)
     return file;
 }
 
-bool Connect(QLocalSocket& socket, const QString& name, std::chrono::milliseconds timeout)
+QString ServerPath(const QString& socketPath)
 {
-    socket.connectToServer(name);
+    return socketPath;
+}
+
+bool Connect(QLocalSocket& socket, const QString& serverPath, std::chrono::milliseconds timeout)
+{
+    socket.connectToServer(serverPath);
     return socket.waitForConnected(static_cast<int>(timeout.count()));
 }
 
-bool IsServed(const QString& name)
+bool IsServed(const QString& serverPath)
 {
     QLocalSocket socket;
-    if (!Connect(socket, name, std::chrono::milliseconds::zero())) {
+    if (!Connect(socket, serverPath, std::chrono::milliseconds::zero())) {
         return socket.state() != QLocalSocket::UnconnectedState; // It listens, but its queue is full.
     }
     // A forked child may have inherited the socket of a process that has ended.

@@ -18,11 +18,6 @@ namespace QtLP_Private
 namespace
 {
 
-std::wstring PipeName(const QString& name)
-{
-    return (QStringLiteral(R"(\\.\pipe\)") + name).toStdWString();
-}
-
 /// Returns the security identifier (SID) of a process's user; empty if it cannot be read.
 QByteArray UserOf(HANDLE process)
 {
@@ -62,10 +57,15 @@ std::unique_ptr<QtLockedFile> OpenLockFile(const QString& path)
     return file;
 }
 
-// QLocalSocket would allow the server to impersonate this process, and wait 5 s for a busy pipe.
-bool Connect(QLocalSocket& socket, const QString& name, std::chrono::milliseconds timeout)
+QString ServerPath(const QString& socketPath)
 {
-    const std::wstring pipe = PipeName(name);
+    return QStringLiteral(R"(\\.\pipe\)") + socketPath.section(u'/', -1);
+}
+
+// QLocalSocket would allow the server to impersonate this process, and wait 5 s for a busy pipe.
+bool Connect(QLocalSocket& socket, const QString& serverPath, std::chrono::milliseconds timeout)
+{
+    const std::wstring pipe = serverPath.toStdWString();
     const QDeadlineTimer deadline(timeout);
     HANDLE handle = INVALID_HANDLE_VALUE;
     do {
@@ -78,9 +78,9 @@ bool Connect(QLocalSocket& socket, const QString& name, std::chrono::millisecond
     return handle != INVALID_HANDLE_VALUE && socket.setSocketDescriptor(reinterpret_cast<qintptr>(handle));
 }
 
-bool IsServed(const QString& name)
+bool IsServed(const QString& serverPath)
 {
-    return ::WaitNamedPipeW(PipeName(name).c_str(), 1) != 0;
+    return ::WaitNamedPipeW(serverPath.toStdWString().c_str(), 1) != 0;
 }
 
 bool IsOwnPeer(const QLocalSocket& socket)
