@@ -347,8 +347,9 @@ bool QtLocalPeer::sendMessage(const QString& message, int timeout)
         return false;
     }
     const QByteArray text = message.toUtf8();
-    QDataStream(&socket).writeBytes(text.constData(), static_cast<uint>(text.size()));
-    socket.flush();
+    QByteArray bytes;
+    QDataStream(&bytes, QIODevice::WriteOnly).writeBytes(text.constData(), static_cast<uint>(text.size()));
+    socket.write(bytes);
     return (socket.bytesToWrite() == 0 || socket.waitForBytesWritten(timeout)) &&
            socket.waitForReadyRead(timeout) && socket.read(qstrlen(acknowledgement)) == acknowledgement;
 }

@@ -85,7 +85,8 @@ QString ServerPath(const QString& socketPath)
 
 bool Connect(QLocalSocket& socket, const QString& serverPath, std::chrono::milliseconds timeout)
 {
-    socket.connectToServer(serverPath);
+    // Unbuffered: Qt writes at once instead of watching the socket until it is writable.
+    socket.connectToServer(serverPath, QIODevice::ReadWrite | QIODevice::Unbuffered);
     return socket.waitForConnected(static_cast<int>(timeout.count()));
 }
 
