@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Runs both commands of the README in a fresh Debian, on a clean clone of what is committed here, and prints how long
 # they took: scripts/try-fresh.sh bookworm|trixie
+# With "packages" after the release, it installs the packages of build/packages instead, which were built on that release,
+# builds and runs examples/consumer with them, and removes them.
 # Needs root. The new system is made below TMPDIR and removed at the end. Its packages come from
 # VXCOMMON_DEBIAN_MIRROR or, if that is not set, from where apt of this machine gets Debian's. If VXCOMMON_WINDOWS_SDK
 # is set, the Windows lane is part of it.
@@ -8,7 +10,7 @@
 source "$(dirname "$0")/lib.sh"
 
 case "$*" in
-bookworm | trixie) suite=$1 ;;
+bookworm | trixie | "bookworm packages" | "trixie packages") suite=$1 ;;
 *) die "name one of the supported releases of Debian: bookworm or trixie" ;;
 esac
 [ "$(id -u)" -eq 0 ] || die "only root can make and enter another system"
@@ -37,6 +39,23 @@ inside() {
         exec chroot "$0" env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 \
             ${1:+VXCOMMON_WINDOWS_SDK=/sdk} "${@:2}"' "$root" "$windows_sdk" "$@"
 }
+if [ "${2:-}" = packages ]; then
+    cp build/packages/*.deb "$root/root"
+    rm "$root"/root/*-dbgsym_*.deb
+    say "Installing and using the packages"
+    inside /bin/bash -ec '
+        cd /root
+        apt-get update -q
+        apt-get install -y -q --no-install-recommends ./*.deb cmake g++ ninja-build pkgconf python3
+        vxtool --version
+        vxphone --version
+        c++ $(pkg-config --cflags vxcommon) vxcommon/examples/consumer/main.cpp -o consumer $(pkg-config --libs vxcommon)
+        vxcommon/examples/consumer/run.sh --no-install ""
+        apt-get purge -y -q "*vxcommon*" vxtool vxphone
+        [ -z "$(find /usr -name "*vxcommon*" -o -name "vxtool*" -o -name "vxphone*")" ]' || die "failed on $suite"
+    say "All packages were installed, used and removed"
+    exit 0
+fi
 for command in scripts/demo.sh scripts/test.sh; do
     begin=$SECONDS
     inside "/root/vxcommon/$command" || die "$command failed on $suite"
