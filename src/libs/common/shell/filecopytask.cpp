@@ -206,7 +206,7 @@ int FileCopyTask::CopySymlink(const Item& item, const Paths& paths)
     const QString target = LinkTarget(item, source);
     const auto link = [&] { return !target.isEmpty() && QFile::link(target, DestinationOf(item).Path()); };
     if (!Retry(link, [&] {
-            return QStringLiteral("Failed to create link '%1' --> '%2'").arg(destination, target);
+            return QStringLiteral("Failed to create link '%1' --> '%2'").arg(paths.destination, target);
         })) {
         LOG_MESSAGE(logger::Error)
             << QStringLiteral("Cannot copy link from '%1' to '%2' -> '%3'.").arg(source, destination, target);
