@@ -24,8 +24,7 @@ QPushButton* CreateSwitch(const QString& symbol, const QString& downSymbol, cons
 } // namespace
 
 CallBanner::CallBanner()
-    : avatar(new QLabel)
-    , name(new Line(1.3, true))
+    : name(new Line(1.3, true))
     , details(new Line)
     , time(new QLabel)
     , next(new Line)
@@ -56,15 +55,14 @@ void CallBanner::CreateLayout()
     layout->setContentsMargins(12, 12, 12, 12);
     layout->setHorizontalSpacing(10);
     layout->setVerticalSpacing(4);
-    layout->setColumnStretch(1, 1);
-    layout->addWidget(avatar, 0, 0, 2, 1);
-    int column = 1;
+    layout->setColumnStretch(0, 1);
+    int column = 0;
     for (QWidget* const widget : QWidgetList{name, time, mute, keypadSwitch, hangUp}) {
         layout->addWidget(widget, 0, column++);
     }
     int row = 1;
     for (QWidget* const widget : QWidgetList{details, next, keypad}) {
-        layout->addWidget(widget, row++, 1, 1, column - 1);
+        layout->addWidget(widget, row++, 0, 1, column);
     }
 }
 
@@ -77,7 +75,6 @@ void CallBanner::CreateKeypad()
     for (int i = 0; i < keys.size(); ++i) {
         auto* const key = new QPushButton(keys.at(i));
         key->setShortcut(QKeySequence(keys.at(i)));
-        key->setAccessibleName(tr("Tone %1").arg(keys.at(i)));
         grid->addWidget(key, i / columns, i % columns);
         connect(key, &QPushButton::clicked, tones, [this, key] { tones->Show(tones->text() + key->text()); });
     }
@@ -88,8 +85,6 @@ void CallBanner::CreateKeypad()
 
 void CallBanner::Begin(const QString& party, const QString& address)
 {
-    constexpr int pictureSize = 48;
-    avatar->setPixmap(Avatar(party, pictureSize));
     name->Show(party);
     details->Show(party == address ? tr("Simulated call") : tr("Simulated call · %1").arg(address));
     next->hide();

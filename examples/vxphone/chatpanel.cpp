@@ -6,7 +6,6 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTime>
-#include <QToolBar>
 #include <QUrl>
 
 using namespace Qt::StringLiterals;
@@ -66,7 +65,7 @@ QScrollArea* CreateView(QVBoxLayout* messages)
 
 } // namespace
 
-QWidget* CreateChatPanel(const QList<QAction*>& actions)
+QWidget* CreateChatPanel()
 {
     auto* const panel = new QWidget;
     auto* const messages = new QVBoxLayout;
@@ -78,15 +77,10 @@ QWidget* CreateChatPanel(const QList<QAction*>& actions)
     auto* const line = new QLineEdit;
     line->setPlaceholderText(QScrollArea::tr("Write a message"));
     auto* const send = new QPushButton(SymbolIcon(u"send"_s), QScrollArea::tr("&Send"));
-    auto* const buttons = new QToolBar;
-    buttons->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    buttons->setIconSize({16, 16});
-    buttons->addActions(actions);
 
     auto* const layout = new QGridLayout(panel);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(CreateTitle(QScrollArea::tr("&Messages"), line), 0, 0);
-    layout->addWidget(buttons, 0, 0, 1, 2, Qt::AlignRight);
     layout->addWidget(view, 1, 0, 1, 2);
     layout->addWidget(line, 2, 0);
     layout->addWidget(send, 2, 1);

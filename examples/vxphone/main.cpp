@@ -78,7 +78,6 @@ int ShowWindow(QtSingleApplication& application, const QDir& dataFolder, const Q
     window.TakeAddress(address);
     window.show();
     const int exitCode = QtSingleApplication::exec();
-    application.setActivationWindow(nullptr, false);
     SetLogger(GetLog4cpp());
     return exitCode;
 }

@@ -19,10 +19,14 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 using namespace common::logger;
+
+/// Schemes of the links that call.
+constexpr std::array callSchemes{"tel", "callto", "sip", "sips"};
 
 MainWindow::MainWindow(const QDir& dataFolder, QWidget* logPane)
     : settings(dataFolder.filePath(u"window.ini"_s), QSettings::IniFormat)
@@ -31,11 +35,10 @@ MainWindow::MainWindow(const QDir& dataFolder, QWidget* logPane)
     , banner(new CallBanner)
     , transfers(new TransferPanel(dataFolder))
     , statusLine(new StatusLine)
-    , downloadAction(new QAction(SymbolIcon(u"download"_s), tr("&Download a file…"), this))
-    , copyAction(new QAction(SymbolIcon(u"folder"_s), tr("&Back up a folder…"), this))
 {
     auto* const people = new PeoplePanel(book);
-    ShowInTitle(tr("vxphone"), u"vxphone"_s);
+    setWindowTitle(tr("vxphone"));
+    setWindowIcon(tools::svg::SvgIcon::CreateFromSvg(u":/icons/vxphone.svg"_s));
     constexpr double shareOfScreen = 0.9; // The rest is for the frame and the desktop's bars.
     setCentralWidget(CreateContents());
     setStatusBar(statusLine);
@@ -51,6 +54,13 @@ MainWindow::MainWindow(const QDir& dataFolder, QWidget* logPane)
     restoreGeometry(settings.value(u"geometry"_s).toByteArray());
     restoreState(settings.value(u"state"_s).toByteArray());
     dialPanel->setFocus();
+}
+
+MainWindow::~MainWindow()
+{
+    for (const char* scheme : callSchemes) {
+        QDesktopServices::unsetUrlHandler(QString::fromLatin1(scheme));
+    }
 }
 
 void MainWindow::Connect(const PeoplePanel* people)
@@ -70,7 +80,7 @@ void MainWindow::Connect(const PeoplePanel* people)
     });
     // The signal comes from a thread of the system.
     connect(tools::SleepWatcher::instance(), &tools::SleepWatcher::sleep, banner, &CallBanner::HangUp);
-    for (const char* scheme : {"tel", "callto", "sip", "sips"}) {
+    for (const char* scheme : callSchemes) {
         QDesktopServices::setUrlHandler(QString::fromLatin1(scheme), this, "TakeLink");
     }
 }
@@ -84,7 +94,7 @@ QWidget* MainWindow::CreateContents()
     layout->setSpacing(margin);
     layout->addWidget(banner);
     layout->addWidget(dialPanel);
-    layout->addWidget(CreateChatPanel({downloadAction, copyAction}), 1);
+    layout->addWidget(CreateChatPanel(), 1);
     layout->addWidget(transfers);
     return contents;
 }
@@ -107,11 +117,9 @@ void MainWindow::CreateMenus(const QList<QAction*>& editActions, QAction* showLo
     phone->addAction(tr("&Quit"), Qt::CTRL | Qt::Key_Q, this, &QWidget::close);
     menuBar()->addMenu(tr("&Edit"))->addActions(editActions);
 
-    downloadAction->setShortcut(Qt::CTRL | Qt::Key_D);
-    copyAction->setShortcut(Qt::CTRL | Qt::Key_B);
-    menuBar()->addMenu(tr("&Transfers"))->addActions({downloadAction, copyAction});
-    connect(downloadAction, &QAction::triggered, this, &MainWindow::AskForDownload);
-    connect(copyAction, &QAction::triggered, this, &MainWindow::AskForFolder);
+    QMenu* const files = menuBar()->addMenu(tr("&Transfers"));
+    files->addAction(tr("&Download a file…"), Qt::CTRL | Qt::Key_D, this, &MainWindow::AskForDownload);
+    files->addAction(tr("&Back up a folder…"), Qt::CTRL | Qt::Key_B, this, &MainWindow::AskForFolder);
 
     showLog->setText(tr("&Log"));
     showLog->setShortcut(Qt::Key_F12);
@@ -124,11 +132,6 @@ void MainWindow::CreateMenus(const QList<QAction*>& editActions, QAction* showLo
                "<p>MIT licence</p>")
                 .arg(QCoreApplication::applicationVersion()));
     });
-}
-
-void MainWindow::TakeLink(const QUrl& link)
-{
-    TakeAddress(link.toString());
 }
 
 void MainWindow::TakeAddress(const QString& link)
@@ -156,7 +159,7 @@ void MainWindow::Call(const QString& address)
         book.BeginCall(address);
         banner->Begin(book.NameOf(address), ReadAddress(address).shown);
         dialPanel->hide();
-        ShowInTitle(tr("%1 – vxphone").arg(book.NameOf(address)), u"vxphone-call"_s);
+        setWindowTitle(tr("%1 – vxphone").arg(book.NameOf(address)));
     } else if (AddressKey(address) != AddressKey(called)) {
         next = address;
         banner->ShowNext(book.NameOf(address));
@@ -167,15 +170,9 @@ void MainWindow::EndCall(int seconds)
 {
     LOG_MESSAGE(Info) << "end of the call to " << called << " after " << seconds << " s";
     book.EndCall(seconds);
-    ShowInTitle(tr("vxphone"), u"vxphone"_s);
+    setWindowTitle(tr("vxphone"));
     dialPanel->show();
     dialPanel->SetAddress(std::exchange(next, QString()));
-}
-
-void MainWindow::ShowInTitle(const QString& title, const QString& icon)
-{
-    setWindowTitle(title);
-    setWindowIcon(tools::svg::SvgIcon::CreateFromSvg(u":/icons/%1.svg"_s.arg(icon)));
 }
 
 /// Returns what the user entered, or nothing if he cancelled.

@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QMainWindow>
 #include <QSettings>
+#include <QUrl>
 
 #include <optional>
 
@@ -24,6 +25,7 @@ class MainWindow : public QMainWindow
 public:
     /// @param dataFolder the directory for everything that the program keeps
     MainWindow(const QDir& dataFolder, QWidget* logPane);
+    ~MainWindow() override;
 
     /// Offers an address for a call, from the chat, the command line or another process. Any process of the
     /// user may have sent it. Ignores an empty one.
@@ -32,7 +34,7 @@ public:
     void Call(const QString& address);
 
 public Q_SLOTS:
-    void TakeLink(const QUrl& link); ///< As TakeAddress, from QDesktopServices.
+    void TakeLink(const QUrl& link) { TakeAddress(link.toString()); } ///< From QDesktopServices.
 
 protected:
     void closeEvent(QCloseEvent* event) override; ///< Waits for the current file of a running copy.
@@ -47,7 +49,6 @@ private:
     void AskForFolder();
     std::optional<QString> AskForText(const QString& title, const QString& label, const QString& text = {});
     void EndCall(int seconds);
-    void ShowInTitle(const QString& title, const QString& icon);
 
     QSettings settings;
     PhoneBook book;
@@ -55,8 +56,6 @@ private:
     CallBanner* banner;
     TransferPanel* transfers;
     StatusLine* statusLine;
-    QAction* downloadAction;
-    QAction* copyAction;
     QString called;       ///< The address of the running call.
     QString next;         ///< The address to offer after it.
     bool closing = false; ///< As soon as the copy has ended.

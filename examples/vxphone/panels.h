@@ -58,7 +58,6 @@ private:
     void CreateLayout();
     void CreateKeypad();
 
-    QLabel* avatar;
     Line* name;
     Line* details;
     QLabel* time;
@@ -94,8 +93,8 @@ private:
     QListWidget* calls;
 };
 
-/// Creates a chat with an echo, with `actions` as buttons above it. QDesktopServices opens its links.
-QWidget* CreateChatPanel(const QList<QAction*>& actions);
+/// Creates a chat with an echo. QDesktopServices opens its links.
+QWidget* CreateChatPanel();
 
 /// Presence of the user, the schemes of call links that open with this program, and the date.
 class StatusLine : public QStatusBar

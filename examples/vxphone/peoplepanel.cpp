@@ -1,8 +1,6 @@
 #include "panels.h"
 
 #include <QLocale>
-#include <QPainter>
-#include <QStyledItemDelegate>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -11,36 +9,10 @@ namespace
 {
 
 constexpr int addressRole = Qt::UserRole;
-constexpr int subtitleRole = Qt::UserRole + 1;
-
-/// Draws a quiet second line below the title of an entry, which has an empty line there.
-class EntryDelegate : public QStyledItemDelegate
-{
-public:
-    using QStyledItemDelegate::QStyledItemDelegate;
-
-    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
-    {
-        QStyledItemDelegate::paint(painter, option, index);
-        QStyleOptionViewItem entry(option);
-        initStyleOption(&entry, index);
-        const QStyle* const style = option.widget->style();
-        QRect line = style->subElementRect(QStyle::SE_ItemViewItemText, &entry, option.widget);
-        const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, option.widget) + 1;
-        line.adjust(margin, line.height() / 2, -margin, 0);
-        const QString subtitle = index.data(subtitleRole).toString();
-        painter->setPen(ToneColour(option.palette, Tone::Quiet));
-        painter->drawText(line, Qt::AlignTop,
-                          option.fontMetrics.elidedText(subtitle, Qt::ElideRight, line.width()));
-    }
-};
 
 QListWidget* CreateList(const QString& textIfEmpty)
 {
-    constexpr int pictureSize = 32;
     auto* const list = new QListWidget;
-    list->setItemDelegate(new EntryDelegate(list));
-    list->setIconSize({pictureSize, pictureSize});
     list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     list->setVerticalScrollMode(QListWidget::ScrollPerPixel);
     list->setContextMenuPolicy(Qt::ActionsContextMenu);
@@ -50,26 +22,13 @@ QListWidget* CreateList(const QString& textIfEmpty)
     return list;
 }
 
-void AddEntry(QListWidget* list, const QString& title, const QString& subtitle, const QString& address)
+/// `details` are shown below the title.
+void AddEntry(QListWidget* list, const QString& title, const QString& details, const QString& address)
 {
-    const QPixmap avatar = Avatar(title, list->iconSize().height());
-    QIcon icon(avatar);
-    icon.addPixmap(avatar, QIcon::Selected); // Not tinted.
-    auto* const item = new QListWidgetItem(icon, title + u'\n', list);
-    item->setToolTip(title + u'\n' + subtitle);
+    const QIcon icon = SymbolIcon(ReadAddress(address).symbol);
+    auto* const item = new QListWidgetItem(icon, title + u'\n' + details, list);
+    item->setToolTip(item->text());
     item->setData(addressRole, address);
-    item->setData(subtitleRole, subtitle);
-    item->setData(Qt::AccessibleTextRole, title);
-    item->setData(Qt::AccessibleDescriptionRole, subtitle);
-}
-
-QString CallText(const RecentCall& call)
-{
-    const QDateTime start = call.start.toLocalTime();
-    const QString moment = start.date() == QDate::currentDate()
-                               ? QLocale().toString(start.time(), QLocale::ShortFormat)
-                               : QLocale().toString(start.date(), QLocale::ShortFormat);
-    return u"%1 · %2"_s.arg(moment, DurationText(call.seconds));
 }
 
 } // namespace
@@ -129,7 +88,9 @@ void PeoplePanel::ShowBook()
     }
     calls->clear();
     for (const RecentCall& call : book.Calls()) {
-        AddEntry(calls, book.NameOf(call.address), CallText(call), call.address);
+        const QString start = QLocale().toString(call.start.toLocalTime(), QLocale::ShortFormat);
+        AddEntry(calls, book.NameOf(call.address), u"%1 · %2"_s.arg(start, DurationText(call.seconds)),
+                 call.address);
     }
     contacts->setCurrentRow(qMin(contactRow, contacts->count() - 1));
     calls->setCurrentRow(qMin(callRow, calls->count() - 1));

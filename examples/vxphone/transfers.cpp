@@ -52,12 +52,9 @@ QString ErrorInWords(int error, const QString& reason)
 {
     static const QHash<int, QString> texts{
         {QNetworkReply::ConnectionRefusedError, QObject::tr("The server refuses the connection.")},
-        {QNetworkReply::RemoteHostClosedError, QObject::tr("The connection broke off.")},
-        {QNetworkReply::HostNotFoundError, QObject::tr("There is no server of this name.")},
         {QNetworkReply::TimeoutError, QObject::tr("The server does not respond.")},
         {QNetworkReply::OperationCanceledError, QObject::tr("The server does not respond.")},
         {QNetworkReply::ContentAccessDenied, QObject::tr("The server does not hand this file out.")},
-        {QNetworkReply::AuthenticationRequiredError, QObject::tr("The server asks for a password.")},
         {QNetworkReply::ContentNotFoundError, QObject::tr("The server has no such file.")},
         {IFileDownload::FileNotPrepared, QObject::tr("The file cannot be created.")},
         {FileCopier::NoSourceDirectory, QObject::tr("This folder does not exist.")},
@@ -250,9 +247,8 @@ public:
             ShowProgress(tr("%1 of %2 files").arg(current).arg(total), current, total);
         });
         connect(copier, &FileCopier::succesed, this, [this] { Succeed(tr("Copied")); });
-        connect(copier, &FileCopier::succesed, copier, &QObject::deleteLater);
         connect(copier, &FileCopier::failed, this, &CopyCard::Fail);
-        connect(copier, &FileCopier::failed, copier, &QObject::deleteLater);
+        connect(this, &TransferCard::ended, copier, &QObject::deleteLater);
         ShowProgress(tr("Looking for files…"));
         QMetaObject::invokeMethod(copier, &FileCopier::Copy);
     }
@@ -295,8 +291,7 @@ void TransferPanel::Download(const QUrl& url)
 
 void TransferPanel::Copy(const QString& source)
 {
-    return Add(
-        new CopyCard(copyThread, source, directory.filePath(u"backup/"_s + QFileInfo(source).fileName())));
+    Add(new CopyCard(copyThread, source, directory.filePath(u"backup/"_s + QFileInfo(source).fileName())));
 }
 
 bool TransferPanel::Stop()
@@ -312,18 +307,16 @@ bool TransferPanel::Stop()
 
 void TransferPanel::Add(TransferCard* card)
 {
-    constexpr qsizetype maxCards = 2; // Ended ones above this number are dismissed.
+    constexpr int maxCards = 3; // Ended ones above this number are dismissed.
     const auto all = Cards();
-    qsizetype count = all.size();
     for (TransferCard* const older : all) {
         const bool isSame = older->Target() == card->Target();
         if (isSame && older->IsRunning()) {
             delete card;
             return;
         }
-        if (isSame || (!older->IsRunning() && count >= maxCards)) {
+        if (isSame || (!older->IsRunning() && cards->count() >= maxCards)) {
             delete older;
-            --count;
         }
     }
     cards->insertWidget(0, card);

@@ -9,12 +9,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace
-{
-
 constexpr int symbolSize = 16;
-
-} // namespace
 
 QColor ToneColour(const QPalette& palette, Tone tone)
 {
@@ -33,14 +28,10 @@ QColor ToneColour(const QPalette& palette, Tone tone)
     }
 }
 
-QPixmap Symbol(const QString& name, const QColor& colour, int size)
+QPixmap Symbol(const QString& name, const QColor& colour)
 {
-    static QHash<QString, QIcon> shapes;
-    QIcon& shape = shapes[name];
-    if (shape.isNull()) {
-        shape = tools::svg::SvgIcon::CreateFromSvg(u":/icons/%1.svg"_s.arg(name));
-    }
-    QPixmap pixmap = shape.pixmap(QSize(size, size), qApp->devicePixelRatio());
+    const QIcon shape = tools::svg::SvgIcon::CreateFromSvg(u":/icons/%1.svg"_s.arg(name));
+    QPixmap pixmap = shape.pixmap(QSize(symbolSize, symbolSize), qApp->devicePixelRatio());
     QPainter painter(&pixmap);
     painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
     painter.fillRect(pixmap.rect(), colour);
@@ -53,35 +44,6 @@ QIcon SymbolIcon(const QString& name, const QColor& fixed)
     QIcon icon(Symbol(name, fixed.isValid() ? fixed : palette.color(QPalette::ButtonText)));
     icon.addPixmap(Symbol(name, palette.color(QPalette::Disabled, QPalette::ButtonText)), QIcon::Disabled);
     return icon;
-}
-
-QPixmap Avatar(const QString& name, int size)
-{
-    static const QList<QColor> grounds{0x2f6fb5, 0x7a4fb0, 0x9c4a1f, 0x1f7a72, 0xa83b6d, 0x5b6b1f};
-    QPixmap pixmap(QSize(size, size) * qApp->devicePixelRatio());
-    pixmap.setDevicePixelRatio(qApp->devicePixelRatio());
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(grounds.at(static_cast<qsizetype>(qHash(name) % grounds.size())));
-    painter.drawEllipse(0, 0, size, size);
-    QString initials;
-    const QStringList words = name.split(u' ', Qt::SkipEmptyParts);
-    for (const QString& word : words) {
-        initials += word.front().isLetter() ? word.front().toUpper() : QString();
-    }
-    if (initials.isEmpty()) {
-        painter.drawPixmap(size / 4, size / 4, Symbol(u"person"_s, Qt::white, size / 2));
-        return pixmap;
-    }
-    QFont font = QGuiApplication::font();
-    font.setPixelSize(size * 2 / 5);
-    font.setBold(true);
-    painter.setFont(font);
-    painter.setPen(Qt::white);
-    painter.drawText(QRect(0, 0, size, size), Qt::AlignCenter, initials.left(2));
-    return pixmap;
 }
 
 QLabel* CreateTitle(const QString& text, QWidget* buddy)

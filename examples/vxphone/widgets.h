@@ -16,14 +16,11 @@ enum class Tone
 
 QColor ToneColour(const QPalette& palette, Tone tone);
 
-/// Draws the symbol icons/NAME.svg in one colour. The size is in device-independent pixels.
-QPixmap Symbol(const QString& name, const QColor& colour, int size = 16);
+/// Draws the symbol icons/NAME.svg in one colour.
+QPixmap Symbol(const QString& name, const QColor& colour);
 
 /// Returns a symbol for buttons and menus, in the text colour of the palette or in a fixed one.
 QIcon SymbolIcon(const QString& name, const QColor& fixed = QColor());
-
-/// Draws a disc with the initials of a name.
-QPixmap Avatar(const QString& name, int size);
 
 /// Creates the heading of another widget, which gets the focus by the heading's mnemonic.
 QLabel* CreateTitle(const QString& text, QWidget* buddy);
@@ -34,8 +31,7 @@ QString DurationText(qint64 seconds);
 /// Creates the text in the middle of a view that has nothing else to show.
 QLabel* CreateExplanation(const QString& text, QAbstractScrollArea* area);
 
-/// One line of plain text, after a symbol if it has one. Elided if it is too long; the tool tip has all of
-/// it.
+/// One line of plain text, after a symbol if it has one. Elided if too long; the tool tip has all of it.
 class Line : public QLabel
 {
     Q_OBJECT
