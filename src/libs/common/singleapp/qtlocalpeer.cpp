@@ -351,7 +351,7 @@ bool QtLocalPeer::sendMessage(const QString& message, int timeout)
     QDataStream(&bytes, QIODevice::WriteOnly).writeBytes(text.constData(), static_cast<uint>(text.size()));
     socket.write(bytes);
     return (socket.bytesToWrite() == 0 || socket.waitForBytesWritten(timeout)) &&
-           socket.waitForReadyRead(timeout) && socket.read(qstrlen(acknowledgement)) == acknowledgement;
+           socket.waitForReadyRead(timeout) && socket.read(sizeof(acknowledgement) - 1) == acknowledgement;
 }
 
 const QString& QtLocalPeer::applicationId() const

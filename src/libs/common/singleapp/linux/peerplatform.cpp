@@ -23,7 +23,7 @@ using common::platform::FileDescriptor;
 namespace
 {
 
-constexpr uid_t noUser = -1;
+constexpr auto noUser = static_cast<uid_t>(-1);
 
 /// The process that called listen, or connect, on the other side. Without a user if the connection has ended.
 ucred PeerOf(const QLocalSocket& socket)
