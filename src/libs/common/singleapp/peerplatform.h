@@ -27,6 +27,9 @@ QString GroupSuffix();
  */
 std::unique_ptr<QtLockedFile> OpenLockFile(const QString& path);
 
+/// Returns whether `path` still leads to the open lock file.
+bool IsInPlace(const QtLockedFile& file, const QString& path);
+
 /// Returns the full name of a local server whose socket would have this path.
 QString ServerPath(const QString& socketPath);
 

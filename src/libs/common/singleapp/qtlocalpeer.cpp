@@ -319,14 +319,12 @@ bool QtLocalPeer::isSecondary()
     if (!d->lockFile->lock(QtLockedFile::WriteLock, false)) {
         return true;
     }
-    // The file may have been removed since it was opened: the claim is made on the one that others find.
-    d->lockFile = QtLP_Private::OpenLockFile(d->lockPath);
-    if (d->lockFile && !d->lockFile->lock(QtLockedFile::WriteLock, false)) {
-        return true;
+    if (!QtLP_Private::IsInPlace(*d->lockFile, d->lockPath)) {
+        // It has been removed since it was opened: the claim is made on the file that others find.
+        d->lockFile = QtLP_Private::OpenLockFile(d->lockPath);
+        return isSecondary();
     }
-    if (d->lockFile) {
-        d->BeginService();
-    }
+    d->BeginService();
     return false;
 }
 

@@ -78,6 +78,14 @@ std::unique_ptr<QtLockedFile> OpenLockFile(const QString& path)
     return file;
 }
 
+bool IsInPlace(const QtLockedFile& file, const QString& path)
+{
+    struct stat held = {};
+    struct stat found = {};
+    return ::fstat(file.handle(), &held) == 0 && ::stat(QFile::encodeName(path).constData(), &found) == 0 &&
+           held.st_dev == found.st_dev && held.st_ino == found.st_ino;
+}
+
 QString ServerPath(const QString& socketPath)
 {
     return socketPath;

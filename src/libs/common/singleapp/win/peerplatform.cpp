@@ -57,6 +57,11 @@ std::unique_ptr<QtLockedFile> OpenLockFile(const QString& path)
     return file;
 }
 
+bool IsInPlace(const QtLockedFile& /*file*/, const QString& /*path*/)
+{
+    return true; // The lock has a name of its own.
+}
+
 QString ServerPath(const QString& socketPath)
 {
     return QStringLiteral(R"(\\.\pipe\)") + socketPath.section(u'/', -1);
