@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Checks format, clang-tidy and cppcheck over the tree, or over the given sources only: scripts/lint.sh [SOURCE...]
+# Over the whole tree it also builds with Clang for Windows, where a Windows SDK is to be had, and runs the tests.
 
 source "$(dirname "$0")/lib.sh"
 
@@ -31,4 +32,8 @@ say "Running cppcheck"
 # What is passed by value is clang-tidy's to judge.
 cppcheck --quiet --std=c++17 --language=c++ --library=qt --enable=warning,performance,portability --inline-suppr \
     --suppress=passedByValue --error-exitcode=1 -j "$(nproc)" -I src/libs "${sources[@]}"
+
+if [ $# -eq 0 ] && [ -n "$(scripts/find-windows-sdk.sh)" ]; then
+    scripts/test-windows.sh windows-clang || [ $? -eq 77 ]
+fi
 say "Nothing found"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs a Windows program under Wine with a prefix and a display of its own: scripts/run-wine.sh SDK PROGRAM ARGUMENTS...
-# The DLLs of the SDK, of the compiler and of this build are on its path.
+# The DLLs of the SDK, of the compiler and of the build (in VXCOMMON_WINE_BUILD, or build/windows-mingw) are on its path.
 
 set -euo pipefail
 
@@ -10,7 +10,7 @@ program=$2
 shift 2
 
 project_dir=$(cd "$(dirname "$0")/.." && pwd)
-build_dir=$project_dir/build/windows-mingw
+build_dir=${VXCOMMON_WINE_BUILD:-$project_dir/build/windows-mingw}
 
 export WINEPREFIX=$build_dir/wineprefix
 export WINEARCH=win64

@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
-# Cross-builds the library, vxtool and the tests for 64-bit Windows and runs the tests under Wine.
+# Cross-builds the library, vxtool and the tests for 64-bit Windows and runs the tests under Wine. It uses the preset
+# windows-mingw or, if it is given windows-clang, Clang.
 # The SDK is the folder in VXCOMMON_WINDOWS_SDK or, if that is not set, ../shared/windows-sdk.
 # Exits with 77 if the SDK does not fit this machine's Qt.
 
 source "$(dirname "$0")/lib.sh"
 
-build_dir=$project_dir/build/windows-mingw
+preset=${1:-windows-mingw}
+build_dir=$project_dir/build/$preset
+unpacked=$project_dir/build/windows-sdk
 sdk=$(scripts/find-windows-sdk.sh)
 [ -n "$sdk" ] || die "no Windows SDK: set VXCOMMON_WINDOWS_SDK to a folder with qt6/ and openssl/, or with sdk.tar.xz"
 
@@ -13,13 +16,13 @@ scripts/setup.sh build
 if [ ! -d "$sdk/qt6" ]; then
     archive=$sdk/sdk.tar.xz
     [ -f "$archive" ] || die "neither qt6/ nor sdk.tar.xz is in $sdk"
-    sdk=$build_dir/sdk/windows-sdk
-    if [ ! -f "$build_dir/sdk/unpacked" ] || [ "$archive" -nt "$build_dir/sdk/unpacked" ]; then
+    sdk=$unpacked/windows-sdk
+    if [ ! -f "$unpacked/done" ] || [ "$archive" -nt "$unpacked/done" ]; then
         say "Unpacking the Windows SDK"
-        rm -rf "$build_dir/sdk"
-        mkdir -p "$build_dir/sdk"
-        (cd "$build_dir/sdk" && cmake -E tar xf "$archive")
-        touch "$build_dir/sdk/unpacked"
+        rm -rf "$unpacked"
+        mkdir -p "$unpacked"
+        (cd "$unpacked" && cmake -E tar xf "$archive")
+        touch "$unpacked/done"
     fi
 fi
 
@@ -33,18 +36,20 @@ if [ "$host_qt" != "$sdk_qt" ]; then
 fi
 
 scripts/setup.sh windows
-say "Configuring and building (windows-mingw)"
+[ "$preset" != windows-clang ] || scripts/setup.sh clang
+say "Configuring and building ($preset)"
 export VXCOMMON_WINDOWS_SDK=$sdk
-quietly cmake --preset windows-mingw
+quietly cmake --preset "$preset"
 say "What the SDK has: $(sed -n 's/^VXCOMMON_WITH_\(.*\):BOOL=/\1=/p' "$build_dir/CMakeCache.txt" | paste -sd' ')"
-build windows-mingw
+build "$preset"
 
-say "Running the tests under Wine (windows-mingw)"
+say "Running the tests under Wine ($preset)"
 # One server for all tests, on a display of its own: otherwise each test would start and stop a server.
+export VXCOMMON_WINE_BUILD=$build_dir
 export WINEPREFIX=$build_dir/wineprefix
 wineserver=/usr/lib/wine/wineserver64
 mkdir -p "$WINEPREFIX"
 "$wineserver" --kill || true
 WINEDEBUG=-all "$wineserver" --persistent </dev/null >/dev/null 2>&1 || true
 trap '"$wineserver" --kill || true' EXIT
-xvfb-run --auto-servernum bash -c 'scripts/run-wine.sh "$1" wineboot && ctest --preset windows-mingw' - "$sdk"
+xvfb-run --auto-servernum bash -c 'scripts/run-wine.sh "$1" wineboot && ctest --preset "$2"' - "$sdk" "$preset"

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Builds and runs all tests: natively, then for Windows under Wine where a Windows SDK is to be had.
-# With arguments it runs these presets only, such as: scripts/test.sh asan tsan
+# With arguments it runs these presets only, such as: scripts/test.sh clang asan tsan
 
 source "$(dirname "$0")/lib.sh"
 
 run_preset() {
+    [ "$1" != clang ] || scripts/setup.sh clang
     say "Configuring and building ($1)"
     quietly cmake --preset "$1"
     build "$1"

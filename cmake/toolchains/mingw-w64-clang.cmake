@@ -1,0 +1,18 @@
+# The same with Clang, which warns of other things than GCC. It takes the headers and libraries of Debian's mingw-w64.
+
+include("${CMAKE_CURRENT_LIST_DIR}/mingw-w64.cmake")
+set(CMAKE_C_COMPILER clang)
+set(CMAKE_CXX_COMPILER clang++)
+set(CMAKE_CXX_COMPILER_TARGET ${triplet})
+
+execute_process(COMMAND ${triplet}-g++-posix -print-libgcc-file-name
+    OUTPUT_VARIABLE libgcc OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+cmake_path(GET libgcc PARENT_PATH gcc_dir)
+set(gcc_headers "${gcc_dir}/include/c++")
+# Not the headers of this machine, which Clang would add.
+set(CMAKE_CXX_FLAGS_INIT
+    "-nostdlibinc -isystem ${gcc_headers} -isystem ${gcc_headers}/${triplet} -isystem /usr/${triplet}/include -Wmicrosoft")
+foreach(kind EXE SHARED MODULE)
+    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-L${gcc_dir} -L/usr/${triplet}/lib")
+endforeach()
+set(CMAKE_CXX_STANDARD_LIBRARIES -lpthread)
