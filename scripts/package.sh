@@ -5,6 +5,30 @@
 
 source "$(dirname "$0")/lib.sh"
 
+# Whatever the umask of the builder: nothing that others may write or may not read.
+check_modes() {
+    local deb odd
+    for deb in "$packages"/*.deb; do
+        odd=$(dpkg-deb --contents "$deb" | grep -vE '^(-rw-r--r--|-rwxr-xr-x|drwxr-xr-x|lrwxrwxrwx) root/root ' || true)
+        [ -z "$odd" ] || die "odd modes in $deb: $odd"
+    done
+}
+
+check_hardening() {
+    local work file
+    work=$(mktemp -d)
+    for file in "$packages"/{libvxcommon0,vxtool,vxphone}_*.deb; do
+        dpkg-deb --extract "$file" "$work"
+    done
+    for file in "$work"/usr/bin/* "$work"/usr/lib/*/libvxcommon.so.*.*; do
+        readelf --wide --dynamic --segments --notes --symbols "$file" >"$work/elf"
+        for word in BIND_NOW GNU_RELRO __stack_chk_fail _chk@ 'IBT, SHSTK'; do
+            grep -q "$word" "$work/elf" || die "${file#"$work"} was built without $word"
+        done
+    done
+    rm -rf "$work"
+}
+
 case "$*" in
 "")
     packages=build/packages
@@ -16,6 +40,8 @@ case "$*" in
     (cd "$packages/vxcommon" && quietly dpkg-buildpackage --build=binary --unsigned-changes)
     say "Checking them"
     lintian --fail-on error,warning "$packages"/*.changes
+    check_modes
+    check_hardening
     ;;
 windows)
     packages=build/windows-mingw/packages

@@ -1,13 +1,16 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh build|demo|test|windows|bench|fuzz|docs|package|lint|fresh...
+# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh build|demo|test|clang|windows|bench|fuzz|docs|package|lint|fresh...
 # Asks nothing; runs apt as root or through sudo.
 
 source "$(dirname "$0")/lib.sh"
 
+# What a field of debian/control names, without the tools that make the package.
+depends_of() { sed -n "/^$1:/,/^[^ ]/ s/^ \([a-z0-9.+-]*\).*/\1/p" debian/control | grep -v debhelper; }
+
 packages_of() {
-    local build="g++ cmake ninja-build ccache pkg-config
-        qt6-base-dev qt6-5compat-dev qt6-svg-dev liblog4cpp5-dev zlib1g-dev libssl-dev
-        libxcb1-dev libxcb-screensaver0-dev libxcb-xkb-dev libpulse-dev"
+    local build docs
+    build="ccache $(depends_of Build-Depends)"
+    docs=$(depends_of Build-Depends-Indep)
     # What the tests drive for real: web servers, buses, desktop files, displays, sound, other packers.
     local servers="nginx-light openssl"
     local desktop="dbus-daemon dbus-bin libglib2.0-bin desktop-file-utils xdg-utils
@@ -21,17 +24,17 @@ packages_of() {
     build) echo "$build" ;;
     windows) echo "$build $servers g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth" ;;
     bench) echo "$build $servers curl libbenchmark-dev libspdlog-dev libdeflate-dev nodejs python3" ;;
-    fuzz) echo "$build clang" ;;
-    docs) echo "doxygen graphviz" ;;
-    package) echo "$build dpkg-dev debhelper doxygen graphviz fakeroot lintian" ;;
+    clang | fuzz) echo "$build clang" ;;
+    docs) echo "$docs" ;;
+    package) echo "$build $docs binutils dpkg-dev debhelper fakeroot lintian" ;;
     lint) echo "$build clang clang-format clang-tidy cppcheck libbenchmark-dev libspdlog-dev libdeflate-dev" ;;
     fresh) echo "debootstrap git" ;;
-    *) die "unknown group \"$1\"; known are: build demo gui-demo test windows bench fuzz docs package lint fresh" ;;
+    *) die "unknown group \"$1\"; known are: build demo gui-demo test clang windows bench fuzz docs package lint fresh" ;;
     esac
 }
 
 [ -z "${VXCOMMON_NO_INSTALL:-}" ] || exit 0
-[ $# -gt 0 ] || die "name what to set up: build, demo, test, windows, bench, fuzz, docs, package, lint or fresh"
+[ $# -gt 0 ] || die "name what to set up: build, demo, test, clang, windows, bench, fuzz, docs, package, lint or fresh"
 
 missing=()
 for group in "$@"; do

@@ -13,6 +13,12 @@ if [ -z "$vxtool" ]; then
     vxtool=$project_dir/build/release/examples/vxtool/vxtool
 fi
 
+# The display and the bus end with the run.
+if [ -z "${VXCOMMON_THROWAWAY_DESKTOP:-}" ]; then
+    exec env VXCOMMON_THROWAWAY_DESKTOP=1 xvfb-run --auto-servernum dbus-run-session -- "$0" "$vxtool"
+fi
+# The bus of the session serves as that of the system.
+export DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SESSION_BUS_ADDRESS
 work=$(mktemp -d)
 children=()
 trap 'kill "${children[@]}" 2>/dev/null || true; wait; rm -rf "$work"' EXIT
@@ -30,11 +36,6 @@ wait_for() {
         sleep 0.2
     done
 }
-
-exec 3< <(exec Xvfb -displayfd 1 -nolisten tcp -noreset 2>/dev/null)
-children+=($!)
-read -r display <&3
-export DISPLAY=:$display
 
 say "A click on a telephone number starts the registered program"
 names=(--application "Vx Line" --organization "Maker & Söhne")
@@ -58,15 +59,6 @@ expect "entries left" "$(cd "$XDG_DATA_HOME/applications" && echo *.desktop)" "o
 say "Nothing is left of it, and everything of the others'"
 
 say "The system announces sleep and wake"
-cat >"$work/bus.conf" <<END
-<busconfig><type>system</type><listen>unix:path=$work/bus</listen><auth>EXTERNAL</auth>
-<policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/>
-<allow own="*"/></policy></busconfig>
-END
-export DBUS_SYSTEM_BUS_ADDRESS=unix:path=$work/bus
-dbus-daemon --config-file="$work/bus.conf" --nofork --print-address >"$work/address" 2>/dev/null &
-children+=($!)
-wait_for 10 "$work/address" unix >/dev/null
 "$vxtool" watch --sleep --for 20 >"$work/sleep" &
 watch=$!
 wait_for 10 "$work/sleep" watching >/dev/null
