@@ -31,6 +31,9 @@ if(MSVC)
     target_compile_options(vxcommon_settings INTERFACE /W4 /permissive- /utf-8)
 else()
     target_compile_options(vxcommon_settings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+    # QSKIP passes no arguments to a variadic macro.
+    target_compile_options(vxcommon_settings INTERFACE
+        $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
 endif()
 
 # Hardening of release builds. MinGW's run-time library has no part in FORTIFY and the stack protector.

@@ -233,7 +233,7 @@ void TestLog4cpp::changesOnTheWay()
     QCOMPARE(ReadLog(File("b.log")) + ReadLog(File("c.log")), "1\n3\n4\n5\n4\n5\n");
     // For the console it is the caller's to know.
     setup.targets = logger::Target::Console;
-    QVERIFY_EXCEPTION_THROWN(setup.Apply(), std::exception);
+    QVERIFY_THROWS_EXCEPTION(std::exception, setup.Apply());
 }
 
 void TestLog4cpp::badPlaces()

@@ -156,6 +156,7 @@ void TestJsonFile::access()
     // As the kernel stores it: the owner rw, user 65534 r, the group r, the mask rw, others none.
     const QByteArray list = QByteArray::fromHex("02000000 01000600ffffffff 02000400feff0000 04000400ffffffff"
                                                 "10000600ffffffff 20000000ffffffff");
+    const auto listSize = static_cast<std::size_t>(list.size());
     const QByteArray path = QFile::encodeName(old);
     const QByteArray folder = QFile::encodeName(QFileInfo(old).path());
     const auto verifyKept = [&] {
@@ -184,9 +185,9 @@ void TestJsonFile::access()
     QVERIFY(!isSuperuser || chown(path.constData(), nobody, 0) == 0);
     verifyKept();
     QVERIFY(!isSuperuser || chown(path.constData(), 0, nobody) == 0);
-    QCOMPARE(setxattr(folder.constData(), defaultList, list.constData(), list.size(), 0), 0);
+    QCOMPARE(setxattr(folder.constData(), defaultList, list.constData(), listSize, 0), 0);
     verifyKept(); // A new file would get the list of the directory.
-    QCOMPARE(setxattr(path.constData(), fileList, list.constData(), list.size(), 0), 0);
+    QCOMPARE(setxattr(path.constData(), fileList, list.constData(), listSize, 0), 0);
     verifyKept();
 }
 
