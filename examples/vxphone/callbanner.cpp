@@ -1,59 +1,68 @@
 #include "panels.h"
 
+#include <common/logger/logger.h>
+
 #include <QGridLayout>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
+using namespace common::logger;
 
 namespace
 {
 
-/// Creates a button that stays down, with its text in the tool tip.
-QPushButton* CreateSwitch(const QString& symbol, const QString& downSymbol, const QString& text,
-                          const QKeySequence& key)
+/// Creates a button that stays down.
+QPushButton* CreateSwitch(const QString& text, const QString& symbol, const QString& downSymbol)
 {
     QIcon icon = SymbolIcon(symbol, Qt::white);
-    icon.addPixmap(Symbol(downSymbol, Qt::white), QIcon::Normal, QIcon::On);
-    auto* const button = new QPushButton(icon, QString());
+    icon.addPixmap(SymbolIcon(downSymbol, Qt::white).pixmap(16), QIcon::Normal, QIcon::On);
+    auto* const button = new QPushButton(icon, text);
     button->setCheckable(true);
-    button->setShortcut(key);
-    button->setAccessibleName(text);
-    button->setToolTip(u"%1 (%2)"_s.arg(text, key.toString(QKeySequence::NativeText)));
     return button;
+}
+
+QWidget* CreateKeypad(Line* tones)
+{
+    constexpr int columns = 3;
+    auto* const keypad = new QWidget;
+    auto* const layout = new QGridLayout(keypad);
+    layout->setContentsMargins(0, 0, 0, 0);
+    const QString keys = u"123456789*0#"_s;
+    for (int i = 0; i < keys.size(); ++i) {
+        auto* const key = new QPushButton(keys.at(i));
+        key->setShortcut(QKeySequence(keys.at(i)));
+        layout->addWidget(key, i / columns, i % columns);
+        QObject::connect(key, &QPushButton::clicked, tones,
+                         [tones, key] { tones->Show(tones->text() + key->text()); });
+    }
+    layout->addWidget(tones, 0, columns);
+    layout->setColumnStretch(columns, 1);
+    keypad->hide();
+    return keypad;
 }
 
 } // namespace
 
-CallBanner::CallBanner()
-    : name(new Line(1.3, true))
+CallBanner::CallBanner(PhoneBook& book_)
+    : book(book_)
+    , name(new Line)
     , details(new Line)
     , time(new QLabel)
-    , next(new Line)
-    , mute(CreateSwitch(u"mic"_s, u"mic-off"_s, tr("Mute"), Qt::ALT | Qt::Key_U))
-    , keypadSwitch(CreateSwitch(u"keypad"_s, u"keypad"_s, tr("Keypad"), Qt::ALT | Qt::Key_K))
-    , hangUp(new QPushButton(SymbolIcon(u"hang-up"_s, Qt::white), tr("Ha&ng up")))
-    , keypad(new QWidget)
+    , nextLine(new Line)
     , tones(new Line)
+    , mute(CreateSwitch(tr("M&ute"), u"mic"_s, u"mic-off"_s))
+    , hangUp(new QPushButton(SymbolIcon(u"hang-up"_s, Qt::white), tr("Ha&ng up")))
 {
     setObjectName(u"banner"_s);
     setAttribute(Qt::WA_StyledBackground);
     hangUp->setObjectName(u"hangUp"_s);
-    time->setFont(name->font());
-    time->setAccessibleName(tr("Time of the call"));
-    CreateKeypad();
-    CreateLayout();
+    EnlargeFont(name, 1.3, true);
+    EnlargeFont(time, 1.3);
     hide();
-
-    ticker.setInterval(1000);
-    connect(&ticker, &QTimer::timeout, this, [this] { time->setText(DurationText(clock.elapsed() / 1000)); });
-    connect(keypadSwitch, &QPushButton::toggled, keypad, &QWidget::setVisible);
-    connect(hangUp, &QPushButton::clicked, this, &CallBanner::HangUp);
-}
-
-void CallBanner::CreateLayout()
-{
+    auto* const keypad = CreateKeypad(tones);
+    auto* const keypadSwitch = CreateSwitch(tr("&Keypad"), u"keypad"_s, u"keypad"_s);
     auto* const layout = new QGridLayout(this);
-    layout->setContentsMargins(12, 12, 12, 12);
-    layout->setHorizontalSpacing(10);
     layout->setVerticalSpacing(4);
     layout->setColumnStretch(0, 1);
     int column = 0;
@@ -61,56 +70,62 @@ void CallBanner::CreateLayout()
         layout->addWidget(widget, 0, column++);
     }
     int row = 1;
-    for (QWidget* const widget : QWidgetList{details, next, keypad}) {
+    for (QWidget* const widget : QWidgetList{details, nextLine, keypad}) {
         layout->addWidget(widget, row++, 0, 1, column);
     }
+    connect(&ticker, &QTimer::timeout, this, [this] { time->setText(DurationText(clock.elapsed() / 1000)); });
+    connect(keypadSwitch, &QPushButton::toggled, keypad, &QWidget::setVisible);
+    connect(hangUp, &QPushButton::clicked, this, &CallBanner::HangUp);
 }
 
-void CallBanner::CreateKeypad()
+void CallBanner::TakeAddress(const QString& link)
 {
-    constexpr int columns = 3;
-    auto* const grid = new QGridLayout(keypad);
-    grid->setContentsMargins(0, 0, 0, 0);
-    const QString keys = u"123456789*0#"_s;
-    for (int i = 0; i < keys.size(); ++i) {
-        auto* const key = new QPushButton(keys.at(i));
-        key->setShortcut(QKeySequence(keys.at(i)));
-        grid->addWidget(key, i / columns, i % columns);
-        connect(key, &QPushButton::clicked, tones, [this, key] { tones->Show(tones->text() + key->text()); });
+    constexpr qsizetype maxLength = 2048;
+    const QString address = PlainAddress(link.left(maxLength));
+    if (address.isEmpty()) {
+        return;
     }
-    grid->addWidget(tones, 0, columns);
-    grid->setColumnStretch(columns, 1);
-    keypad->hide();
+    LOG_MESSAGE(Info) << "address to call: " << address;
+    if (IsInCall()) {
+        Call(address);
+    } else {
+        Q_EMIT offered(address);
+    }
 }
 
-void CallBanner::Begin(const QString& party, const QString& address)
+void CallBanner::Call(const QString& address)
 {
-    name->Show(party);
-    details->Show(party == address ? tr("Simulated call") : tr("Simulated call · %1").arg(address));
-    next->hide();
+    if (IsInCall()) {
+        if (AddressKey(address) != AddressKey(called)) {
+            next = address;
+            nextLine->Show(tr("Next call: %1").arg(book.NameOf(next)), u"phone"_s);
+            nextLine->show();
+        }
+        return;
+    }
+    LOG_MESSAGE(Info) << "simulated call to " << address;
+    called = address;
+    name->Show(book.NameOf(called));
+    const QString shown = ReadAddress(called).shown;
+    details->Show(name->text() == shown ? tr("Simulated call") : tr("Simulated call · %1").arg(shown));
+    nextLine->hide();
     tones->Show(tr("Simulated tones: "));
     mute->setChecked(false);
-    keypadSwitch->setChecked(false);
-    clock.start();
-    ticker.start();
     time->setText(DurationText(0));
+    clock.start();
+    ticker.start(1000);
     show();
     hangUp->setFocus();
-}
-
-void CallBanner::ShowNext(const QString& party)
-{
-    next->Show(tr("Next call: %1").arg(party), Tone::Plain, u"phone"_s);
-    next->show();
+    Q_EMIT began();
 }
 
 void CallBanner::HangUp()
 {
     if (IsInCall()) {
-        const int seconds = static_cast<int>(clock.elapsed() / 1000);
-        clock.invalidate();
+        const qint64 seconds = clock.elapsed() / 1000;
         ticker.stop();
         hide();
-        Q_EMIT ended(seconds);
+        book.AddCall({called, QDateTime::currentDateTimeUtc().addSecs(-seconds), static_cast<int>(seconds)});
+        Q_EMIT offered(std::exchange(next, QString()));
     }
 }

@@ -2,7 +2,10 @@
 
 #include <common/tools/url.h>
 
+#include <QDesktopServices>
 #include <QGridLayout>
+#include <QLineEdit>
+#include <QLocale>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTime>
@@ -21,43 +24,44 @@ QString WithAnchors(const QString& text)
     const auto ranges = tools::url::FindUrlRanges(text);
     for (const auto& [start, length] : ranges) {
         const QString link = text.mid(start, length);
-        const QString target = QUrl::fromUserInput(link).toString(QUrl::FullyEncoded);
         html += text.mid(position, start - position).toHtmlEscaped();
-        html += u"<a href=\"%1\">%2</a>"_s.arg(target.toHtmlEscaped(), link.toHtmlEscaped());
+        html += u"<a href=\"%1\">%1</a>"_s.arg(link.toHtmlEscaped());
         position = start + length;
     }
     return html + text.mid(position).toHtmlEscaped();
 }
 
-void AddBubble(QVBoxLayout* messages, const QString& sender, const QString& text, bool isOwn)
+QLabel* CreateBubble(const QString& sender, const QString& text, CallBanner& banner)
 {
     const QString time = QLocale().toString(QTime::currentTime(), QLocale::ShortFormat);
     auto* const bubble =
         new QLabel(u"<small><b>%1</b>&nbsp; %2</small><br>%3"_s.arg(sender, time, WithAnchors(text)));
-    bubble->setObjectName(isOwn ? u"ownBubble"_s : u"bubble"_s);
     constexpr int lineLength = 45;
     if (text.size() > lineLength) { // A label that wraps takes as little width as it can.
         bubble->setWordWrap(true);
         bubble->setMinimumWidth(lineLength * bubble->fontMetrics().averageCharWidth());
     }
     bubble->setTextInteractionFlags(Qt::TextBrowserInteraction);
-    bubble->setOpenExternalLinks(true);
-    auto* const row = new QHBoxLayout;
-    row->addWidget(bubble);
-    row->insertStretch(isOwn ? 0 : 1);
-    messages->insertLayout(messages->count() - 1, row); // Above the stretch.
+    QObject::connect(bubble, &QLabel::linkActivated, &banner, [&banner](const QString& link) {
+        if (IsCallLink(link)) {
+            banner.TakeAddress(link);
+        } else {
+            QDesktopServices::openUrl(QUrl::fromUserInput(link));
+        }
+    });
+    return bubble;
 }
 
 QScrollArea* CreateView(QVBoxLayout* messages)
 {
     auto* const view = new QScrollArea;
     auto* const contents = new QWidget;
-    messages->addStretch();
-    contents->setLayout(messages);
     contents->setObjectName(u"messages"_s);
+    contents->setLayout(messages);
+    messages->setAlignment(Qt::AlignTop);
     view->setWidget(contents);
     view->setWidgetResizable(true);
-    view->setAccessibleName(QScrollArea::tr("Chat"));
+    view->setAccessibleName(QWidget::tr("Chat"));
     QScrollBar* const bar = view->verticalScrollBar();
     QObject::connect(bar, &QScrollBar::rangeChanged, bar, [bar](int, int end) { bar->setValue(end); });
     return view;
@@ -65,34 +69,34 @@ QScrollArea* CreateView(QVBoxLayout* messages)
 
 } // namespace
 
-QWidget* CreateChatPanel()
+QWidget* CreateChatPanel(CallBanner& banner)
 {
     auto* const panel = new QWidget;
     auto* const messages = new QVBoxLayout;
     QScrollArea* const view = CreateView(messages);
-    QLabel* const explanation =
-        CreateExplanation(QScrollArea::tr("Say something: the echo answers.\nLinks and numbers such as "
-                                          "tel:+1-212-555-0100 can be clicked."),
-                          view);
+    const QString hint = QWidget::tr("Say something: the echo answers.\nYou can click links in messages.");
+    QLabel* const explanation = CreateExplanation(hint, view);
     auto* const line = new QLineEdit;
-    line->setPlaceholderText(QScrollArea::tr("Write a message"));
-    auto* const send = new QPushButton(SymbolIcon(u"send"_s), QScrollArea::tr("&Send"));
+    line->setPlaceholderText(QWidget::tr("Write a message"));
+    auto* const send = new QPushButton(SymbolIcon(u"send"_s), QWidget::tr("&Send"));
 
     auto* const layout = new QGridLayout(panel);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(CreateTitle(QScrollArea::tr("&Messages"), line), 0, 0);
+    layout->addWidget(CreateTitle(QWidget::tr("&Messages"), line), 0, 0);
     layout->addWidget(view, 1, 0, 1, 2);
     layout->addWidget(line, 2, 0);
     layout->addWidget(send, 2, 1);
 
     QObject::connect(line, &QLineEdit::returnPressed, send, &QPushButton::click);
-    QObject::connect(send, &QPushButton::clicked, view, [messages, line, explanation] {
+    QObject::connect(send, &QPushButton::clicked, view, [messages, line, explanation, &banner] {
         const QString text = line->text().trimmed();
         line->clear();
         if (!text.isEmpty()) {
             explanation->hide();
-            AddBubble(messages, QScrollArea::tr("You"), text, true);
-            AddBubble(messages, QScrollArea::tr("Echo"), text, false);
+            QLabel* const own = CreateBubble(QWidget::tr("You"), text, banner);
+            own->setObjectName(u"own"_s);
+            messages->addWidget(own, 0, Qt::AlignRight);
+            messages->addWidget(CreateBubble(QWidget::tr("Echo"), text, banner), 0, Qt::AlignLeft);
         }
     });
     return panel;

@@ -6,47 +6,29 @@
 #include <QPlainTextEdit>
 #include <QTime>
 
-/// A logger in front of log4cpp that emits each line, too, from any thread.
-class PaneLogger : public QObject, public common::logger::Logger
-{
-    Q_OBJECT
-
-public:
-    PaneLogger() { SetLevel(common::logger::Info); }
-
-    void Write(const common::logger::IMessage& message) override
-    {
-        common::logger::GetLog4cpp()->Write(message);
-        if (message.GetLevel() <= GetLevel()) {
-            const QString time = QTime::currentTime().toString(Qt::ISODate);
-            const QString grade = message.GetLevel() <= common::logger::Error ? tr("Error") : QString();
-            const auto* const channel = message.GetChannel();
-            Q_EMIT written(QStringLiteral("%1  %2  %3: %4")
-                               .arg(time, grade.leftJustified(5),
-                                    QString::fromUtf8(channel != nullptr ? channel->name : ""),
-                                    *message.GetText()));
-        }
-    }
-
-Q_SIGNALS:
-    void written(const QString& line);
-};
-
-/// Shows the newest lines of a log.
-class LogPane : public QPlainTextEdit
+/// A logger in front of log4cpp that shows the newest lines, too.
+class LogPane : public QPlainTextEdit, public common::logger::Logger
 {
 public:
-    explicit LogPane(const PaneLogger& logger)
+    LogPane()
     {
-        constexpr int maxLines = 1000;
+        SetLevel(common::logger::Info);
         setReadOnly(true);
         setTabChangesFocus(true);
         setLineWrapMode(NoWrap);
-        setMaximumBlockCount(maxLines);
+        setMaximumBlockCount(1000);
         setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
         setAccessibleName(tr("Log"));
-        // Queued, and through the event loop, which knows whether the pane still lives.
-        connect(&logger, &PaneLogger::written, this, &QPlainTextEdit::appendPlainText, Qt::QueuedConnection);
+    }
+
+    void Write(const common::logger::IMessage& message) override ///< Any thread may call.
+    {
+        common::logger::GetLog4cpp()->Write(message);
+        if (message.GetLevel() <= GetLevel()) {
+            const QString line = QTime::currentTime().toString() + QStringLiteral("  ") + *message.GetText();
+            QMetaObject::invokeMethod(
+                this, [this, line] { appendPlainText(line); }, Qt::QueuedConnection);
+        }
     }
 
 protected:

@@ -1,6 +1,5 @@
 #include "logpane.h"
 #include "mainwindow.h"
-#include "widgets.h"
 
 #include <common/singleapp/qtsingleapplication.h>
 
@@ -20,14 +19,13 @@ namespace
 /// plugins from any directory. So the application object must not see what a link may have brought.
 QString CutAddress(int& argc, char** argv)
 {
-    const QString option = u"--callto"_s;
     for (int i = 1; i < argc; ++i) {
         const QString argument = QString::fromLocal8Bit(argv[i]);
-        if (argument == option || argument.startsWith(option + u'=')) {
-            const QString next = i + 1 < argc ? QString::fromLocal8Bit(argv[i + 1]) : QString();
+        if (argument.section(u'=', 0, 0) == u"--callto"_s) {
+            const QString next = QString::fromLocal8Bit(argv[i + 1]); // The last one is null.
             argc = i;
             argv[argc] = nullptr;
-            return argument == option ? next : argument.section(u'=', 1);
+            return argument.contains(u'=') ? argument.section(u'=', 1) : next;
         }
     }
     return {};
@@ -42,37 +40,30 @@ QDir ReadOptions(const QCoreApplication& application)
     parser.addOption({u"data"_s, u"Directory for contacts and files."_s, u"DIRECTORY"_s,
                       QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation)});
     // For --help only: the address is no longer among the arguments.
-    parser.addOption(
-        {u"callto"_s,
-         u"Offer an address or link for a call, such as tel:+74951234567. Must be the last option: "
-         "what follows the address is ignored."_s,
-         u"ADDRESS"_s});
+    parser.addOption({u"callto"_s, u"Offer an address for a call; must be the last option."_s, u"ADDRESS"_s});
     parser.process(application);
     return QDir(parser.value(u"data"_s));
-}
-
-void ConfigureLog(const QString& file)
-{
-    constexpr std::size_t maxFileSize = std::size_t{1024} * 1024;
-    constexpr int maxBackups = 2;
-    GetLog4cpp()->Configure(Info, Target::RollingFile, Option::PatternLayout, QString(), u"qt"_s, QString(),
-                            file, QString(), maxFileSize, maxBackups);
 }
 
 void ApplyStyle()
 {
     // Some desktops set no colour for placeholders, or one that cannot be read.
     QPalette palette;
-    palette.setColor(QPalette::PlaceholderText, ToneColour(QApplication::palette(), Tone::Quiet));
+    QColor quiet = QApplication::palette().text().color();
+    quiet.setAlphaF(0.62F); // Keeps a contrast of 4.5 on black and white.
+    palette.setColor(QPalette::PlaceholderText, quiet);
     QApplication::setPalette(palette);
     qApp->setStyleSheet(u"file:///:/vxphone.qss"_s);
 }
 
 int ShowWindow(QtSingleApplication& application, const QDir& dataFolder, const QString& address)
 {
-    PaneLogger logger;
-    SetLogger(&logger);
-    MainWindow window(dataFolder, new LogPane(logger));
+    constexpr std::size_t maxFileSize = 1'000'000;
+    GetLog4cpp()->Configure(Info, Target::RollingFile, Option::PatternLayout, {}, u"qt"_s, {},
+                            dataFolder.filePath(u"vxphone.log"_s), {}, maxFileSize, 2);
+    auto* const logPane = new LogPane;
+    SetLogger(logPane);
+    MainWindow window(dataFolder, logPane);
     QObject::connect(&application, &QtSingleApplication::messageReceived, &window, &MainWindow::TakeAddress);
     application.setActivationWindow(&window, true);
     window.TakeAddress(address);
@@ -109,7 +100,6 @@ int main(int argc, char* argv[])
         return 1;
     }
     dataFolder.mkpath(u"."_s);
-    ConfigureLog(dataFolder.filePath(u"vxphone.log"_s));
     ApplyStyle();
     return ShowWindow(application, dataFolder, address);
 }

@@ -3,117 +3,54 @@
 #include "phonebook.h"
 #include "widgets.h"
 
-#include <common/idle/idlewatcher.h>
-
 #include <QElapsedTimer>
-#include <QLineEdit>
-#include <QListWidget>
 #include <QPushButton>
-#include <QSharedPointer>
 #include <QStatusBar>
-#include <QThreadPool>
 #include <QTimer>
 
-/// The field for the address to call, what the library reads in it, and the call button.
-class DialPanel : public QWidget
-{
-    Q_OBJECT
-
-public:
-    explicit DialPanel(const PhoneBook& book);
-
-    void SetAddress(const QString& address);
-
-Q_SIGNALS:
-    void callAsked(const QString& address);
-    void addAsked(const QString& address); ///< The user wants the address to become a contact.
-
-private:
-    void ShowReading();
-
-    const PhoneBook& book;
-    QLineEdit* field;
-    QPushButton* call;
-    QPushButton* add;
-    Line* reading;
-};
-
-/// The call that is going on. No sound is sent anywhere: the call is simulated.
+/// The call that is going on; hidden if there is none. No sound is sent anywhere: the call is simulated.
 class CallBanner : public QWidget
 {
     Q_OBJECT
 
 public:
-    CallBanner();
+    explicit CallBanner(PhoneBook& book);
 
-    void Begin(const QString& party, const QString& address);
-    void ShowNext(const QString& party); ///< The party to call after this call.
+    /// Offers an address or link for a call. Any process of the user may have sent it. Ignores an empty one.
+    void TakeAddress(const QString& link);
+    /// Calls an address. During a call to somebody else, offers it afterwards.
+    void Call(const QString& address);
     void HangUp();
-    bool IsInCall() const { return clock.isValid(); }
 
 Q_SIGNALS:
-    void ended(int seconds);
+    void began();
+    void offered(const QString& address); ///< Also at the end of each call, then maybe empty.
 
 private:
-    void CreateLayout();
-    void CreateKeypad();
+    bool IsInCall() const { return ticker.isActive(); }
 
+    PhoneBook& book;
+    QString called; ///< The address of the running or last call.
+    QString next;
     Line* name;
     Line* details;
     QLabel* time;
-    Line* next;
-    QPushButton* mute;
-    QPushButton* keypadSwitch;
-    QPushButton* hangUp;
-    QWidget* keypad;
+    Line* nextLine;
     Line* tones;
+    QPushButton* mute;
+    QPushButton* hangUp;
     QTimer ticker;
-    QElapsedTimer clock; ///< Valid during a call.
+    QElapsedTimer clock;
 };
 
-/// Contacts and recent calls. Its actions are those of the menu "Edit".
-class PeoplePanel : public QWidget
-{
-    Q_OBJECT
+/// Creates the field for the address to call, with what the library reads in it. Hidden during a call.
+QWidget* CreateDialPanel(PhoneBook& book, CallBanner& banner);
 
-public:
-    explicit PeoplePanel(PhoneBook& book);
+/// Creates the lists of contacts and recent calls. Its actions are those of the menu "Edit".
+QWidget* CreatePeoplePanel(PhoneBook& book, CallBanner& banner);
 
-Q_SIGNALS:
-    void callAsked(const QString& address);
-    void contactDeleted(const QString& name);
+/// Creates a chat with an echo. Its call links are offered for a call.
+QWidget* CreateChatPanel(CallBanner& banner);
 
-private:
-    void CreateActions();
-    void DeleteContact();
-    void ShowBook();
-
-    PhoneBook& book;
-    QListWidget* contacts;
-    QListWidget* calls;
-};
-
-/// Creates a chat with an echo. QDesktopServices opens its links.
-QWidget* CreateChatPanel();
-
-/// Presence of the user, the schemes of call links that open with this program, and the date.
-class StatusLine : public QStatusBar
-{
-    Q_OBJECT
-
-public:
-    StatusLine();
-
-    void HandleLinks(bool handle); ///< Makes this program the handler of call links, or no longer.
-
-private:
-    void ShowPresence(int idleSeconds);
-    void ShowDate();
-    void ShowSchemes();
-
-    QSharedPointer<common::IdleWatcher> idleWatcher;
-    Line* presence;
-    QLabel* schemes;
-    QLabel* date;
-    QThreadPool schemeWorker; ///< The desktop may be slow. Of one thread, to keep the order of changes.
-};
+/// Creates the line with presence, date, and the schemes of call links. Its actions change the schemes.
+QStatusBar* CreateStatusLine();

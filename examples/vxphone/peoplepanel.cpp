@@ -1,5 +1,7 @@
 #include "panels.h"
 
+#include <QAction>
+#include <QListWidget>
 #include <QLocale>
 #include <QVBoxLayout>
 
@@ -10,15 +12,16 @@ namespace
 
 constexpr int addressRole = Qt::UserRole;
 
-QListWidget* CreateList(const QString& textIfEmpty)
+QListWidget* CreateList(const QString& textIfEmpty, CallBanner& banner)
 {
     auto* const list = new QListWidget;
     list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    list->setVerticalScrollMode(QListWidget::ScrollPerPixel);
-    list->setContextMenuPolicy(Qt::ActionsContextMenu);
     QLabel* const explanation = CreateExplanation(textIfEmpty, list);
     QObject::connect(list->model(), &QAbstractItemModel::modelReset, explanation, &QWidget::show);
     QObject::connect(list->model(), &QAbstractItemModel::rowsInserted, explanation, &QWidget::hide);
+    QObject::connect(list, &QListWidget::itemActivated, &banner, [&banner](const QListWidgetItem* item) {
+        banner.Call(item->data(addressRole).toString());
+    });
     return list;
 }
 
@@ -31,60 +34,13 @@ void AddEntry(QListWidget* list, const QString& title, const QString& details, c
     item->setData(addressRole, address);
 }
 
-} // namespace
-
-PeoplePanel::PeoplePanel(PhoneBook& book_)
-    : book(book_)
-    , contacts(CreateList(tr("No contacts yet.\nType an address and add it.")))
-    , calls(CreateList(tr("No calls yet.")))
-{
-    auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(12, 12, 0, 6);
-    layout->addWidget(CreateTitle(tr("C&ontacts"), contacts));
-    layout->addWidget(contacts, 3);
-    layout->addWidget(CreateTitle(tr("&Recent calls"), calls));
-    layout->addWidget(calls, 2);
-    connect(&book, &PhoneBook::changed, this, &PeoplePanel::ShowBook);
-    CreateActions();
-    ShowBook();
-}
-
-void PeoplePanel::CreateActions()
-{
-    for (QListWidget* const list : {contacts, calls}) {
-        const auto call = [this, list] {
-            if (const QListWidgetItem* const item = list->currentItem(); item != nullptr) {
-                Q_EMIT callAsked(item->data(addressRole).toString());
-            }
-        };
-        connect(list, &QListWidget::itemActivated, this, call);
-        list->addAction(tr("Call"), this, call);
-    }
-    QAction* const remove =
-        contacts->addAction(tr("&Delete contact"), QKeySequence::Delete, this, &PeoplePanel::DeleteContact);
-    calls->addAction(tr("Clear recent calls"), &book, &PhoneBook::ClearCalls);
-    for (QAction* const action : contacts->actions() + calls->actions()) {
-        action->setShortcutContext(Qt::WidgetShortcut);
-    }
-    addAction(remove);
-    addAction(tr("&Undo delete"), QKeySequence::Undo, &book, &PhoneBook::RestoreContact);
-}
-
-void PeoplePanel::DeleteContact()
-{
-    if (const int row = contacts->currentRow(); row >= 0) {
-        Q_EMIT contactDeleted(book.Contacts().at(row).ShownName());
-        book.RemoveContact(row);
-    }
-}
-
-void PeoplePanel::ShowBook()
+void ShowBook(const PhoneBook& book, QListWidget* contacts, QListWidget* calls)
 {
     const int contactRow = contacts->currentRow();
     const int callRow = calls->currentRow();
     contacts->clear();
     for (const Contact& contact : book.Contacts()) {
-        AddEntry(contacts, contact.ShownName(), ReadAddress(contact.address).shown, contact.address);
+        AddEntry(contacts, contact.name, ReadAddress(contact.address).shown, contact.address);
     }
     calls->clear();
     for (const RecentCall& call : book.Calls()) {
@@ -94,4 +50,32 @@ void PeoplePanel::ShowBook()
     }
     contacts->setCurrentRow(qMin(contactRow, contacts->count() - 1));
     calls->setCurrentRow(qMin(callRow, calls->count() - 1));
+}
+
+} // namespace
+
+QWidget* CreatePeoplePanel(PhoneBook& book, CallBanner& banner)
+{
+    auto* const panel = new QWidget;
+    auto* const contacts = CreateList(QWidget::tr("No contacts yet.\nType an address and add it."), banner);
+    auto* const calls = CreateList(QWidget::tr("No calls yet."), banner);
+    auto* const layout = new QVBoxLayout(panel);
+    layout->setContentsMargins(12, 12, 0, 6);
+    layout->addWidget(CreateTitle(QWidget::tr("C&ontacts"), contacts));
+    layout->addWidget(contacts, 3);
+    layout->addWidget(CreateTitle(QWidget::tr("&Recent calls"), calls));
+    layout->addWidget(calls, 2);
+
+    QAction* const remove =
+        contacts->addAction(QWidget::tr("&Delete contact"), QKeySequence::Delete, &book,
+                            [&book, contacts] { book.RemoveContact(contacts->currentRow()); });
+    remove->setShortcutContext(Qt::WidgetShortcut);
+    contacts->setContextMenuPolicy(Qt::ActionsContextMenu);
+    panel->addAction(remove);
+    panel->addAction(QWidget::tr("&Undo delete"), QKeySequence::Undo, &book, &PhoneBook::RestoreContact);
+
+    const auto showBook = [&book, contacts, calls] { ShowBook(book, contacts, calls); };
+    QObject::connect(&book, &PhoneBook::changed, panel, showBook);
+    showBook();
+    return panel;
 }

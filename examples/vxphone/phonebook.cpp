@@ -1,12 +1,10 @@
 #include "phonebook.h"
 
-#include <common/contact/icontactcontext.h>
 #include <common/contact/inumbercontext.h>
 #include <common/logger/logger.h>
 #include <common/tools/aes.h>
 #include <common/tools/jsonfile.h>
 
-#include <QCoreApplication>
 #include <QFile>
 #include <QRegularExpression>
 #include <QUrl>
@@ -20,57 +18,40 @@ namespace number = common::contact::number;
 namespace
 {
 
-constexpr qsizetype maxCalls = 50;
-
-bool SortsBefore(const Contact& first, const Contact& second)
-{
-    return QString::localeAwareCompare(first.ShownName(), second.ShownName()) < 0;
-}
-
-QJsonObject ToJson(const QList<Contact>& contacts, const QList<RecentCall>& calls)
-{
-    QJsonArray contactArray;
-    for (const Contact& contact : contacts) {
-        contactArray += QJsonObject{{u"name"_s, contact.name}, {u"address"_s, contact.address}};
-    }
-    QJsonArray callArray;
-    for (const RecentCall& call : calls) {
-        callArray += QJsonObject{{u"address"_s, call.address},
-                                 {u"start"_s, call.start.toString(Qt::ISODate)},
-                                 {u"seconds"_s, call.seconds}};
-    }
-    return {{u"contacts"_s, contactArray}, {u"recentCalls"_s, callArray}};
-}
+/// The beginning of a link that calls.
+const QRegularExpression callScheme(u"^(callto|tel|sips?):/*"_s, QRegularExpression::CaseInsensitiveOption);
 
 } // namespace
 
 Reading ReadAddress(const QString& address)
 {
-    const auto text = [](const char* english) { return QCoreApplication::translate("Reading", english); };
     const auto context = number::CreateInstance(address);
     switch (context->Kind()) {
     case number::ServiceNumber:
-        return {text("Service number"), u"service"_s, context->DisplayText()};
+        return {QObject::tr("Service number"), u"service"_s, context->DisplayText()};
     case number::PhoneNumber:
-        return {text("Phone number"), u"phone"_s, context->DisplayText()};
+        return {QObject::tr("Phone number"), u"phone"_s, context->DisplayText()};
     case number::SipAddress:
-        return {text("SIP address"), u"at"_s, context->DisplayText()};
+        return {QObject::tr("SIP address"), u"at"_s, context->DisplayText()};
     default:
-        return {text("Skype name"), u"chat"_s, context->Address()};
+        return {QObject::tr("Skype name"), u"chat"_s, context->Address()};
     }
+}
+
+bool IsCallLink(const QString& text)
+{
+    return text.contains(callScheme);
 }
 
 QString PlainAddress(const QString& link)
 {
-    static const QRegularExpression scheme(u"^(callto|tel|sips?):/*"_s,
-                                           QRegularExpression::CaseInsensitiveOption);
     static const QRegularExpression extension(u";ext=([0-9*#]+)"_s);
     static const QRegularExpression parameters(u"[;?]"_s);
-    QString plain = QUrl::fromPercentEncoding(link.toUtf8()).trimmed();
-    if (!plain.contains(scheme)) {
+    QString plain = QUrl::fromPercentEncoding(link.toUtf8()).simplified();
+    if (!IsCallLink(plain)) {
         return plain;
     }
-    plain.remove(scheme);
+    plain.remove(callScheme);
     // RFC 3966 and RFC 3261: parameters follow the address. Only an extension is dialled.
     const QString dialled = extension.match(plain).captured(1);
     const qsizetype end = plain.indexOf(parameters, plain.lastIndexOf(u'@') + 1);
@@ -83,12 +64,6 @@ QString AddressKey(const QString& address)
     const auto context = number::CreateInstance(address);
     const QString key = context->FullAddress().toLower();
     return context->Kind() == number::PhoneNumber ? QString(key).remove(separators) : key;
-}
-
-QString Contact::ShownName() const
-{
-    const auto party = common::contact::CreateInstance(address, name);
-    return party->DisplayName().isEmpty() ? party->DisplayText() : party->DisplayName();
 }
 
 PhoneBook::PhoneBook(const QString& fileName_)
@@ -111,22 +86,27 @@ const Contact* PhoneBook::Find(const QString& address) const
 QString PhoneBook::NameOf(const QString& address) const
 {
     const Contact* const contact = Find(address);
-    return contact != nullptr ? contact->ShownName() : ReadAddress(address).shown;
+    return contact != nullptr ? contact->name : ReadAddress(address).shown;
 }
 
 void PhoneBook::AddContact(const Contact& contact)
 {
     if (Find(contact.address) == nullptr) {
         contacts += contact;
-        std::sort(contacts.begin(), contacts.end(), SortsBefore);
+        std::sort(contacts.begin(), contacts.end(), [](const Contact& first, const Contact& second) {
+            return QString::localeAwareCompare(first.name, second.name) < 0;
+        });
         Save();
     }
 }
 
 void PhoneBook::RemoveContact(int index)
 {
-    removed += contacts.takeAt(index);
-    Save();
+    if (index >= 0) {
+        removed += contacts.takeAt(index);
+        Save();
+        Q_EMIT contactRemoved(removed.last().name);
+    }
 }
 
 void PhoneBook::RestoreContact()
@@ -136,24 +116,11 @@ void PhoneBook::RestoreContact()
     }
 }
 
-void PhoneBook::BeginCall(const QString& address)
+void PhoneBook::AddCall(const RecentCall& call)
 {
-    calls.prepend({address, QDateTime::currentDateTimeUtc()});
+    constexpr qsizetype maxCalls = 50;
+    calls.prepend(call);
     calls.resize(qMin(calls.size(), maxCalls));
-    Save();
-}
-
-void PhoneBook::EndCall(int seconds)
-{
-    if (!calls.isEmpty()) {
-        calls.first().seconds = seconds;
-        Save();
-    }
-}
-
-void PhoneBook::ClearCalls()
-{
-    calls.clear();
     Save();
 }
 
@@ -172,21 +139,29 @@ void PhoneBook::Load()
                                 QDateTime::fromString(value[u"start"_s].toString(), Qt::ISODate),
                                 value[u"seconds"_s].toInt()};
         }
-        std::sort(contacts.begin(), contacts.end(), SortsBefore);
-        LOG_MESSAGE(Info) << "contacts read: " << contacts.size() << ", recent calls: " << calls.size();
         return;
     }
     // Put it aside, so that it is not overwritten.
-    const QString moment = QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss"_s);
-    const QString aside = fileName + u'.' + moment + u".unreadable"_s;
+    const QString aside =
+        fileName + QDateTime::currentDateTime().toString(u".yyyyMMdd-HHmmss.'unreadable'"_s);
     saves = QFile::rename(fileName, aside);
     LOG_MESSAGE(Error) << "the contacts cannot be read; their file is kept as " << (saves ? aside : fileName);
 }
 
 void PhoneBook::Save()
 {
-    tools::JsonFile file(fileName, ToJson(contacts, calls), tools::cipher::AES::machineKey());
-    if (!saves || !file.Save()) {
+    QJsonArray contactArray;
+    for (const Contact& contact : contacts) {
+        contactArray += QJsonObject{{u"name"_s, contact.name}, {u"address"_s, contact.address}};
+    }
+    QJsonArray callArray;
+    for (const RecentCall& call : calls) {
+        callArray += QJsonObject{{u"address"_s, call.address},
+                                 {u"start"_s, call.start.toString(Qt::ISODate)},
+                                 {u"seconds"_s, call.seconds}};
+    }
+    const QJsonObject object{{u"contacts"_s, contactArray}, {u"recentCalls"_s, callArray}};
+    if (!saves || !tools::JsonFile(fileName, object, tools::cipher::AES::machineKey()).Save()) {
         LOG_MESSAGE(Error) << "the contacts cannot be written to " << fileName;
     }
     Q_EMIT changed();

@@ -14,6 +14,9 @@ struct Reading
 
 Reading ReadAddress(const QString& address);
 
+/// Returns whether a text is a link that calls, such as "tel:+1-212-555-0100".
+bool IsCallLink(const QString& text);
+
 /// Returns the address that a link such as "tel:+1-212-555-0100;ext=12" leads to; any other text verbatim.
 QString PlainAddress(const QString& link);
 
@@ -22,10 +25,8 @@ QString AddressKey(const QString& address);
 
 struct Contact
 {
-    QString name; ///< Empty for a contact without one.
+    QString name;
     QString address;
-
-    QString ShownName() const; ///< The name, or the address as people read it.
 };
 
 struct RecentCall
@@ -52,15 +53,13 @@ public:
     QString NameOf(const QString& address) const;
 
     void AddContact(const Contact& contact); ///< Does nothing if there is one with this address.
-    void RemoveContact(int index);
-    void RestoreContact(); ///< Adds again what was removed last, if anything was.
-
-    void BeginCall(const QString& address);
-    void EndCall(int seconds); ///< Sets how long the newest call lasted.
-    void ClearCalls();
+    void RemoveContact(int index);           ///< Does nothing if negative.
+    void RestoreContact();                   ///< Adds again what was removed last, if anything was.
+    void AddCall(const RecentCall& call);
 
 Q_SIGNALS:
     void changed();
+    void contactRemoved(const QString& name);
 
 private:
     void Load();

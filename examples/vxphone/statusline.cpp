@@ -1,75 +1,92 @@
 #include "panels.h"
 
 #include <common/clicktocall/clicktocall.h>
-#include <common/logger/logger.h>
+#include <common/idle/idlewatcher.h>
 #include <common/tools/datewatcher.h>
 
+#include <QAction>
 #include <QCoreApplication>
 #include <QLocale>
+#include <QThreadPool>
 
 using namespace Qt::StringLiterals;
 using namespace common;
 using tools::DateWatcher;
 
-StatusLine::StatusLine()
-    : idleWatcher(IdleWatcher::instance())
-    , presence(new Line)
-    , schemes(new QLabel)
-    , date(new QLabel)
+namespace
 {
-    setContentsMargins(8, 0, 0, 0);
-    addWidget(presence, 1);
-    addPermanentWidget(schemes);
-    addPermanentWidget(date);
-    schemeWorker.setMaxThreadCount(1);
-    ShowPresence(0);
-    ShowDate();
-    schemeWorker.start([this] { ShowSchemes(); });
 
-    connect(idleWatcher.data(), &IdleWatcher::idle, this, &StatusLine::ShowPresence);
-    connect(idleWatcher.data(), &IdleWatcher::active, this, [this] { ShowPresence(0); });
-    const auto dateWatcher = DateWatcher::GetDateWatcher();
-    connect(dateWatcher.data(), &DateWatcher::currentDateChanged, this, &StatusLine::ShowDate);
-    connect(dateWatcher.data(), &DateWatcher::currentTimeZoneChanged, this, &StatusLine::ShowDate);
-}
-
-void StatusLine::ShowPresence(int idleSeconds)
+class StatusLine : public QStatusBar
 {
-    if (idleSeconds > 0) {
-        presence->Show(tr("Away for %1 min").arg(idleSeconds / 60), Tone::Quiet, u"clock"_s);
-    } else {
-        presence->Show(tr("Available"), Tone::Good, u"done"_s);
+public:
+    StatusLine()
+    {
+        setContentsMargins(8, 0, 0, 0);
+        addWidget(presence, 1);
+        addPermanentWidget(schemes);
+        addPermanentWidget(date);
+        addAction(tr("&Open call links with vxphone"), this, [this] { HandleLinks(true); });
+        addAction(tr("&Stop handling call links"), this, [this] { HandleLinks(false); });
+        schemeWorker.setMaxThreadCount(1);
+        schemeWorker.start([this] { ShowSchemes(); });
+        ShowPresence(0);
+        ShowDate();
+
+        connect(idleWatcher.data(), &IdleWatcher::idle, this, &StatusLine::ShowPresence);
+        connect(idleWatcher.data(), &IdleWatcher::active, this, [this] { ShowPresence(0); });
+        const auto dateWatcher = DateWatcher::GetDateWatcher();
+        connect(dateWatcher.data(), &DateWatcher::currentDateChanged, this, &StatusLine::ShowDate);
+        connect(dateWatcher.data(), &DateWatcher::currentTimeZoneChanged, this, &StatusLine::ShowDate);
     }
-    LOG_MESSAGE(logger::Info) << "idle time of the user: " << idleSeconds << " s";
-}
 
-void StatusLine::ShowDate()
-{
-    date->setText(QLocale().toString(DateWatcher::CurrentDate(), QLocale::LongFormat));
-    date->setToolTip(DateWatcher::CurrentTimeZone().displayName(QTimeZone::GenericTime));
-}
-
-void StatusLine::HandleLinks(bool handle)
-{
-    schemeWorker.start([this, handle] {
-        const QString application = QCoreApplication::applicationName();
-        const QString organization = QCoreApplication::organizationName();
-        const QStringList all = ClickToCall::currentAvailableProtocols();
-        const bool done = handle ? ClickToCall::registerProtocols(all, application, organization)
-                                 : ClickToCall::unregisterProtocols(all, application, organization) &&
-                                       ClickToCall::unregisterApplication(application, organization);
-        if (!done) {
-            LOG_MESSAGE(logger::Error) << "the call links could not be changed";
+private:
+    void ShowPresence(int idleSeconds)
+    {
+        if (idleSeconds > 0) {
+            presence->Show(tr("Away for %1 min").arg(idleSeconds / 60), u"clock"_s);
+        } else {
+            presence->Show(tr("Available"), u"done"_s);
         }
-        ShowSchemes();
-    });
-}
+    }
 
-void StatusLine::ShowSchemes()
+    void ShowDate() { date->setText(QLocale().toString(DateWatcher::CurrentDate(), QLocale::LongFormat)); }
+
+    /// Makes this program the handler of call links, or no longer.
+    void HandleLinks(bool handle)
+    {
+        schemeWorker.start([this, handle] {
+            const QStringList all = ClickToCall::currentAvailableProtocols();
+            if (handle) {
+                ClickToCall::registerProtocols(all, application, organization);
+            } else {
+                ClickToCall::unregisterProtocols(all, application, organization);
+                ClickToCall::unregisterApplication(application, organization);
+            }
+            ShowSchemes();
+        });
+    }
+
+    void ShowSchemes()
+    {
+        const QStringList own = ClickToCall::stateOfProtocols(application, organization);
+        QMetaObject::invokeMethod(this, [this, own] {
+            schemes->setText(own.isEmpty() ? tr("No call links")
+                                           : tr("Call links: %1").arg(own.join(u", "_s)));
+        });
+    }
+
+    const QString application = QCoreApplication::applicationName();
+    const QString organization = QCoreApplication::organizationName();
+    const QSharedPointer<IdleWatcher> idleWatcher = IdleWatcher::instance();
+    Line* presence = new Line(QPalette::PlaceholderText);
+    QLabel* schemes = new QLabel;
+    QLabel* date = new QLabel;
+    QThreadPool schemeWorker; ///< The desktop may be slow. Of one thread, to keep the order of changes.
+};
+
+} // namespace
+
+QStatusBar* CreateStatusLine()
 {
-    const QStringList own = ClickToCall::stateOfProtocols(QCoreApplication::applicationName(),
-                                                          QCoreApplication::organizationName());
-    QMetaObject::invokeMethod(this, [this, own] {
-        schemes->setText(own.isEmpty() ? tr("No call links") : tr("Call links: %1").arg(own.join(u", "_s)));
-    });
+    return new StatusLine;
 }

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <QDir>
+#include <QNetworkAccessManager>
 #include <QThread>
 #include <QUrl>
 #include <QWidget>
 
-class QVBoxLayout;
+#include <functional>
 
 class TransferCard;
 
@@ -23,18 +24,18 @@ public:
     void Download(const QUrl& url);
     /// Copies a directory with everything in it. If cancelled, it ends after the current file.
     void Copy(const QString& source);
-    /// Cancels what needs time to end. Returns false, and emits `idle` later, if something does.
+    /// Cancels all. Returns whether none needs time to end.
     bool Stop();
     bool IsRunning() const;
 
 Q_SIGNALS:
-    void idle(); ///< No transfer is running any more.
+    void ended(); ///< Emitted when a transfer has ended.
 
 private:
-    void Add(TransferCard* card);
-    QList<TransferCard*> Cards() const; ///< The oldest first.
+    /// Shows the card and begins, unless a transfer to the same target is running.
+    void Add(TransferCard* card, const std::function<void()>& begin);
 
     QDir directory;
-    QVBoxLayout* cards;
+    QNetworkAccessManager network;
     QThread copyThread; ///< Where copiers live: to abort one is to wait for its current file.
 };

@@ -3,7 +3,7 @@
 #include <common/tools/svgicon.h>
 
 #include <QAbstractScrollArea>
-#include <QGuiApplication>
+#include <QInputDialog>
 #include <QPainter>
 #include <QVBoxLayout>
 
@@ -11,39 +11,23 @@ using namespace Qt::StringLiterals;
 
 constexpr int symbolSize = 16;
 
-QColor ToneColour(const QPalette& palette, Tone tone)
-{
-    QColor colour = palette.color(QPalette::WindowText);
-    const bool isDark = palette.color(QPalette::Window).lightness() < colour.lightness();
-    switch (tone) {
-    case Tone::Good:
-        return isDark ? 0x6fd08c : 0x1f7f45;
-    case Tone::Error:
-        return isDark ? 0xff8a80 : 0xb3261e;
-    case Tone::Quiet:
-        colour.setAlphaF(0.62F); // Keeps a contrast of 4.5 on black and white.
-        return colour;
-    default:
-        return colour;
-    }
-}
-
-QPixmap Symbol(const QString& name, const QColor& colour)
+QIcon SymbolIcon(const QString& name, const QColor& colour)
 {
     const QIcon shape = tools::svg::SvgIcon::CreateFromSvg(u":/icons/%1.svg"_s.arg(name));
     QPixmap pixmap = shape.pixmap(QSize(symbolSize, symbolSize), qApp->devicePixelRatio());
     QPainter painter(&pixmap);
     painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
     painter.fillRect(pixmap.rect(), colour);
+    painter.end();
     return pixmap;
 }
 
-QIcon SymbolIcon(const QString& name, const QColor& fixed)
+void EnlargeFont(QWidget* widget, double factor, bool bold)
 {
-    const QPalette palette = QGuiApplication::palette();
-    QIcon icon(Symbol(name, fixed.isValid() ? fixed : palette.color(QPalette::ButtonText)));
-    icon.addPixmap(Symbol(name, palette.color(QPalette::Disabled, QPalette::ButtonText)), QIcon::Disabled);
-    return icon;
+    QFont font = widget->font();
+    font.setPointSizeF(font.pointSizeF() * factor);
+    font.setBold(bold);
+    widget->setFont(font);
 }
 
 QLabel* CreateTitle(const QString& text, QWidget* buddy)
@@ -55,38 +39,43 @@ QLabel* CreateTitle(const QString& text, QWidget* buddy)
     return title;
 }
 
-QString DurationText(qint64 seconds)
-{
-    return u"%1:%2"_s.arg(seconds / 60).arg(seconds % 60, 2, 10, QChar(u'0'));
-}
-
 QLabel* CreateExplanation(const QString& text, QAbstractScrollArea* area)
 {
     auto* const label = new QLabel(text);
     label->setForegroundRole(QPalette::PlaceholderText);
     label->setAlignment(Qt::AlignCenter);
     label->setWordWrap(true);
-    auto* const layout = new QVBoxLayout(area->viewport());
-    layout->addWidget(label);
+    (new QVBoxLayout(area->viewport()))->addWidget(label);
     return label;
 }
 
-Line::Line(double size, bool bold)
+QString AskForText(QWidget* parent, const QString& title, const QString& label)
 {
-    QFont enlarged = font();
-    enlarged.setPointSizeF(enlarged.pointSizeF() * size);
-    enlarged.setBold(bold);
-    setFont(enlarged);
+    QInputDialog dialog(parent);
+    dialog.setWindowTitle(title);
+    dialog.setLabelText(label);
+    dialog.setOkButtonText(title);
+    dialog.resize(parent->width() / 2, 0);
+    return dialog.exec() == QDialog::Accepted ? dialog.textValue().trimmed() : QString();
+}
+
+QString DurationText(qint64 seconds)
+{
+    return u"%1:%2"_s.arg(seconds / 60).arg(seconds % 60, 2, 10, QChar(u'0'));
+}
+
+Line::Line(QPalette::ColorRole role)
+{
+    setForegroundRole(role);
     setTextFormat(Qt::PlainText);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
 }
 
-void Line::Show(const QString& text, Tone newTone, const QString& newSymbol, const QString& details)
+void Line::Show(const QString& text, const QString& newSymbol, const QString& toolTip)
 {
-    tone = newTone;
     symbol = newSymbol;
     setText(text);
-    setToolTip(details.isEmpty() ? text : details);
+    setToolTip(toolTip.isEmpty() ? text : toolTip);
     update();
 }
 
@@ -98,13 +87,19 @@ QSize Line::minimumSizeHint() const
 void Line::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
-    QRect rest = rect();
-    if (!symbol.isEmpty()) {
-        constexpr int gap = 6;
-        painter.drawPixmap(0, (height() - symbolSize) / 2, Symbol(symbol, ToneColour(palette(), tone)));
-        rest.setLeft(symbolSize + gap);
+    QColor colour = palette().color(foregroundRole());
+    const bool isDark = palette().window().color().lightness() < colour.lightness();
+    const QColor good = isDark ? 0x6fd08c : 0x1f7f45;
+    if (symbol == u"error"_s) {
+        colour = isDark ? 0xff8a80 : 0xb3261e;
     }
-    painter.setPen(ToneColour(palette(), tone == Tone::Good ? Tone::Plain : tone));
-    painter.drawText(rest, static_cast<int>(alignment()),
-                     fontMetrics().elidedText(text(), Qt::ElideRight, rest.width()));
+    int left = 0;
+    if (!symbol.isEmpty()) {
+        const QIcon icon = SymbolIcon(symbol, symbol == u"done"_s ? good : colour);
+        icon.paint(&painter, 0, 0, symbolSize, height());
+        left = symbolSize + 6;
+    }
+    painter.setPen(colour);
+    painter.drawText(rect().adjusted(left, 0, 0, 0), static_cast<int>(alignment()),
+                     fontMetrics().elidedText(text(), Qt::ElideRight, width() - left));
 }
