@@ -58,11 +58,12 @@ CallBanner::CallBanner(PhoneBook& book_)
     setAttribute(Qt::WA_StyledBackground);
     hangUp->setObjectName(u"hangUp"_s);
     EnlargeFont(name, 1.3, true);
-    EnlargeFont(time, 1.3);
+    EnlargeFont(time, 1.3, true);
     hide();
     auto* const keypad = CreateKeypad(tones);
     auto* const keypadSwitch = CreateSwitch(tr("&Keypad"), u"keypad"_s, u"keypad"_s);
     auto* const layout = new QGridLayout(this);
+    layout->setHorizontalSpacing(10);
     layout->setVerticalSpacing(4);
     layout->setColumnStretch(0, 1);
     int column = 0;

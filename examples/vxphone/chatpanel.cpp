@@ -31,11 +31,13 @@ QString WithAnchors(const QString& text)
     return html + text.mid(position).toHtmlEscaped();
 }
 
-QLabel* CreateBubble(const QString& sender, const QString& text, CallBanner& banner)
+void AddBubble(QVBoxLayout* messages, CallBanner& banner, const QString& text, bool isOwn)
 {
+    const QString sender = isOwn ? QWidget::tr("You") : QWidget::tr("Echo");
     const QString time = QLocale().toString(QTime::currentTime(), QLocale::ShortFormat);
     auto* const bubble =
         new QLabel(u"<small><b>%1</b>&nbsp; %2</small><br>%3"_s.arg(sender, time, WithAnchors(text)));
+    bubble->setObjectName(isOwn ? u"own"_s : u"echo"_s);
     constexpr int lineLength = 45;
     if (text.size() > lineLength) { // A label that wraps takes as little width as it can.
         bubble->setWordWrap(true);
@@ -49,7 +51,10 @@ QLabel* CreateBubble(const QString& sender, const QString& text, CallBanner& ban
             QDesktopServices::openUrl(QUrl::fromUserInput(link));
         }
     });
-    return bubble;
+    auto* const row = new QHBoxLayout;
+    row->addWidget(bubble);
+    row->insertStretch(isOwn ? 0 : 1);
+    messages->insertLayout(messages->count() - 1, row); // Above the stretch.
 }
 
 QScrollArea* CreateView(QVBoxLayout* messages)
@@ -58,7 +63,7 @@ QScrollArea* CreateView(QVBoxLayout* messages)
     auto* const contents = new QWidget;
     contents->setObjectName(u"messages"_s);
     contents->setLayout(messages);
-    messages->setAlignment(Qt::AlignTop);
+    messages->addStretch();
     view->setWidget(contents);
     view->setWidgetResizable(true);
     view->setAccessibleName(QWidget::tr("Chat"));
@@ -74,7 +79,7 @@ QWidget* CreateChatPanel(CallBanner& banner)
     auto* const panel = new QWidget;
     auto* const messages = new QVBoxLayout;
     QScrollArea* const view = CreateView(messages);
-    const QString hint = QWidget::tr("Say something: the echo answers.\nYou can click links in messages.");
+    const QString hint = QWidget::tr("Say something: the echo answers.\nLinks in messages can be clicked.");
     QLabel* const explanation = CreateExplanation(hint, view);
     auto* const line = new QLineEdit;
     line->setPlaceholderText(QWidget::tr("Write a message"));
@@ -93,10 +98,8 @@ QWidget* CreateChatPanel(CallBanner& banner)
         line->clear();
         if (!text.isEmpty()) {
             explanation->hide();
-            QLabel* const own = CreateBubble(QWidget::tr("You"), text, banner);
-            own->setObjectName(u"own"_s);
-            messages->addWidget(own, 0, Qt::AlignRight);
-            messages->addWidget(CreateBubble(QWidget::tr("Echo"), text, banner), 0, Qt::AlignLeft);
+            AddBubble(messages, banner, text, true);
+            AddBubble(messages, banner, text, false);
         }
     });
     return panel;

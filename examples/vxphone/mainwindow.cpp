@@ -56,7 +56,7 @@ void MainWindow::CreateContents(QWidget* people, QWidget* logPane)
     auto* const splitter = new QSplitter;
     splitter->addWidget(people);
     splitter->addWidget(column);
-    splitter->setSizes({1, 3});
+    splitter->setSizes({3, 7});
     setCentralWidget(splitter);
     dialPanel->setFocus();
 }
@@ -75,8 +75,7 @@ void MainWindow::CreateMenus(const QList<QAction*>& editActions, QWidget* logPan
     view->addAction(tr("&Log"), Qt::Key_F12, logPane, &QWidget::setVisible)->setCheckable(true);
     menuBar()->addMenu(tr("&Help"))->addAction(tr("&About vxphone"), this, [this] {
         QMessageBox::about(this, tr("About vxphone"),
-                           tr("<h3>vxphone %1</h3>A miniature softphone window that shows what vxcommon is "
-                              "for. Its calls are simulated: it sends no sound and reaches nobody.")
+                           tr("<h3>vxphone %1</h3>A softphone window in miniature. Its calls are simulated.")
                                .arg(QCoreApplication::applicationVersion()));
     });
 }

@@ -10,8 +10,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr int addressRole = Qt::UserRole;
-
 QListWidget* CreateList(const QString& textIfEmpty, CallBanner& banner)
 {
     auto* const list = new QListWidget;
@@ -20,7 +18,7 @@ QListWidget* CreateList(const QString& textIfEmpty, CallBanner& banner)
     QObject::connect(list->model(), &QAbstractItemModel::modelReset, explanation, &QWidget::show);
     QObject::connect(list->model(), &QAbstractItemModel::rowsInserted, explanation, &QWidget::hide);
     QObject::connect(list, &QListWidget::itemActivated, &banner, [&banner](const QListWidgetItem* item) {
-        banner.Call(item->data(addressRole).toString());
+        banner.Call(item->data(Qt::UserRole).toString());
     });
     return list;
 }
@@ -31,7 +29,7 @@ void AddEntry(QListWidget* list, const QString& title, const QString& details, c
     const QIcon icon = SymbolIcon(ReadAddress(address).symbol);
     auto* const item = new QListWidgetItem(icon, title + u'\n' + details, list);
     item->setToolTip(item->text());
-    item->setData(addressRole, address);
+    item->setData(Qt::UserRole, address);
 }
 
 void ShowBook(const PhoneBook& book, QListWidget* contacts, QListWidget* calls)

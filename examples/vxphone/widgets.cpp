@@ -87,12 +87,10 @@ QSize Line::minimumSizeHint() const
 void Line::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
-    QColor colour = palette().color(foregroundRole());
-    const bool isDark = palette().window().color().lightness() < colour.lightness();
+    const QColor plain = palette().color(foregroundRole());
+    const bool isDark = palette().window().color().lightness() < plain.lightness();
     const QColor good = isDark ? 0x6fd08c : 0x1f7f45;
-    if (symbol == u"error"_s) {
-        colour = isDark ? 0xff8a80 : 0xb3261e;
-    }
+    const QColor colour = symbol == u"error"_s ? QColor(isDark ? 0xff8a80 : 0xb3261e) : plain;
     int left = 0;
     if (!symbol.isEmpty()) {
         const QIcon icon = SymbolIcon(symbol, symbol == u"done"_s ? good : colour);

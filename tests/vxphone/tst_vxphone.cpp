@@ -30,6 +30,7 @@ private Q_SLOTS:
     void links();
     void phoneBook();
     void calls();
+    void chat();
     void everythingHasAName();
     void handOver();
     void download();
@@ -125,12 +126,32 @@ void TestVxphone::calls()
     banner->Call("+1");
     window->TakeAddress("callto:ann");
     hangUp->click();
+    window->TakeAddress(""); // From a second process without a link.
     QCOMPARE(field->text(), "ann");
     banner->Call("ann");
     QVERIFY(window->close());
     const QList<RecentCall> calls = PhoneBook(BookFile()).Calls();
     QCOMPARE(calls.size(), 3);
     QCOMPARE(calls.first().address, "ann");
+}
+
+// A long message is shown whole, and its call link is offered for a call.
+void TestVxphone::chat()
+{
+    const auto window = CreateWindow();
+    window->show();
+    QWidget* const messages = window->findChild<QWidget*>("messages");
+    auto* const line = window->findChildren<QLineEdit*>().last();
+    line->setText("tel:+1-212 " + QString("word ").repeated(50));
+    QTest::keyClick(line, Qt::Key_Return);
+    QCoreApplication::processEvents();
+    const auto bubbles = messages->findChildren<QLabel*>();
+    QCOMPARE(bubbles.size(), 2);
+    for (QLabel* const bubble : bubbles) {
+        QVERIFY(bubble->height() >= bubble->heightForWidth(bubble->width()));
+    }
+    Q_EMIT bubbles.first()->linkActivated("tel:+1-212");
+    QCOMPARE(window->findChild<QLineEdit*>()->text(), "+1-212");
 }
 
 // A screen reader has to say what has the focus.
