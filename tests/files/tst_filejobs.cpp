@@ -299,7 +299,8 @@ void TestFileJobs::filesThatStay()
     filetree::Build(folder.path(), {"a=1", "read-only=2", "open=3"});
     QFile readOnly(folder.filePath("read-only"));
     QFile open(folder.filePath("open"));
-    QVERIFY(readOnly.setPermissions(QFileDevice::ReadOwner) && open.open(QIODevice::ReadOnly));
+    QVERIFY(readOnly.setPermissions(QFileDevice::ReadOwner));
+    QVERIFY(open.open(QIODevice::ReadOnly));
     for (const QString name : {"read-only", "open"}) {
         RecordingLogger log;
         QCOMPARE(RunJob("copier", folder.path(), {"F a " + name}), QStringList("failed 700106"));
@@ -319,7 +320,8 @@ void TestFileJobs::noThread()
 {
     pthread_attr_t usual = {};
     pthread_attr_t huge = {};
-    QVERIFY(::pthread_getattr_default_np(&usual) == 0 && ::pthread_attr_init(&huge) == 0);
+    QCOMPARE(::pthread_getattr_default_np(&usual), 0);
+    QCOMPARE(::pthread_attr_init(&huge), 0);
     // No address space has room for such a stack.
     QCOMPARE(::pthread_attr_setstacksize(&huge, std::size_t{1} << 60U), 0);
     for (const auto& [job, end] : {std::pair("copier", "failed 700108"), {"remover", "failed 700205"}}) {

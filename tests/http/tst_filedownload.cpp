@@ -129,7 +129,8 @@ void TestFileDownload::outcome()
     QTRY_VERIFY2(expected.match(events.join(", ")).hasMatch(), qPrintable(events.join(", ")));
     // What arrives between two tellings of progress waits in memory.
     QVERIFY(download->findChild<IHttpRequest*>()->Reply()->readBufferSize() > 0);
-    QVERIFY(QFile::exists(path) && filetree::Read(path) == content);
+    QVERIFY(QFile::exists(path));
+    QVERIFY(filetree::Read(path) == content);
 #ifndef _WIN32 // Where the name decides it.
     QVERIFY(QFileInfo(path).isExecutable());
 #endif
@@ -138,13 +139,17 @@ void TestFileDownload::outcome()
 
 void TestFileDownload::notStarted()
 {
-    QVERIFY(download->GetTimeout() == 30 && download->IgnoreSSLErrors() && download->GetFileSize() < 0);
-    QVERIFY(download->GetId() >= 100000 && CreateFileDownload(nullptr, this)->GetId() > download->GetId());
+    QCOMPARE(download->GetTimeout(), 30);
+    QVERIFY(download->IgnoreSSLErrors());
+    QCOMPARE(download->GetFileSize(), -1);
+    QVERIFY(download->GetId() >= 100000);
+    QVERIFY(CreateFileDownload(nullptr, this)->GetId() > download->GetId());
 
     download->SetAttemptCount(3);
     download->SetFilePath(dir.path());
     QVERIFY(!download->Start());
-    QVERIFY(HasLogged("Failed to open file '") && HasLogged("I/O error: '"));
+    QVERIFY(HasLogged("Failed to open file '"));
+    QVERIFY(HasLogged("I/O error: '"));
     const QString noFile = "failed 900102 Can't prepare file!";
 #ifndef _WIN32
     filetree::Build(dir.path(), {"fifo|"}); // To open it would block.
@@ -203,7 +208,8 @@ void TestFileDownload::changedByAnother()
     QTRY_VERIFY(QFileInfo(path).size() >= after);
     QTest::qWait(50); // A time stamp of a file has steps of some milliseconds.
     QFile other(path);
-    QVERIFY(other.open(QIODevice::ReadWrite) && other.write("B") == 1);
+    QVERIFY(other.open(QIODevice::ReadWrite));
+    QCOMPARE(other.write("B"), 1);
     other.close();
     if (answer.ending == Answer::Hang) {
         server.findChild<QTcpSocket*>()->disconnectFromHost();

@@ -218,7 +218,8 @@ void TestHttpRequest::notSent()
     request->SetData({});
     Get(FaultServer());
     manager.reset();
-    QVERIFY(request->Reply() == nullptr && !request->isRunning());
+    QCOMPARE(request->Reply(), nullptr);
+    QVERIFY(!request->isRunning());
     QVERIFY(!request->Get());
     QVERIFY(log.Contains("HttpRequestManager is NULL!"));
     QCOMPARE(told->Told(), QString());
@@ -274,7 +275,8 @@ void TestHttpRequest::outcome()
     // After the end an abort leaves the reply and says nothing.
     const QStringList events = told->events;
     request->Abort();
-    QVERIFY(request->Reply() != nullptr && !request->isRunning());
+    QVERIFY(request->Reply() != nullptr);
+    QVERIFY(!request->isRunning());
     QCOMPARE(told->events, events);
 }
 
@@ -334,7 +336,8 @@ void TestHttpRequest::silence()
     QTRY_COMPARE_WITH_TIMEOUT(told->Told(), QString("error 4 0"), 20000);
     QCOMPARE(told->text, QString("Request timed out"));
     QVERIFY(log.Contains("Request to URL='" + dead.Url().toString() + "' timed out! attempt='1'."));
-    QVERIFY(request->Reply() == nullptr && !request->isRunning());
+    QCOMPARE(request->Reply(), nullptr);
+    QVERIFY(!request->isRunning());
     QCOMPARE(dead.requests.size(), 2);
     QTRY_COMPARE(dead.openConnections, 0);
 }
@@ -346,7 +349,8 @@ void TestHttpRequest::abortAndRetry()
     Get(server);
     QPointer<QNetworkReply> reply = request->Reply();
     request->Abort();
-    QVERIFY(reply.isNull() && request->Reply() == nullptr);
+    QVERIFY(reply.isNull());
+    QCOMPARE(request->Reply(), nullptr);
     Get(server);
     reply = request->Reply();
     Get(server);
@@ -369,7 +373,8 @@ void TestHttpRequest::abortAndRetry()
         aborts ? request->Abort() : Get(server);
         reply = request->Reply();
         QTest::qWait(1200);
-        QVERIFY(reply != nullptr && reply == request->Reply());
+        QVERIFY(reply != nullptr);
+        QCOMPARE(request->Reply(), reply.data());
     }
 }
 

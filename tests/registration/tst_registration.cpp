@@ -145,7 +145,8 @@ void TestRegistration::extension()
     const RecordingLogger log;
     QVERIFY(!PluginUtils::RegisterPlugin(id));
     QCOMPARE(log.lines.size(), 1U);
-    QVERIFY(log.lines[0].level == common::logger::Warn && log.lines[0].text.contains("already exists"));
+    QCOMPARE(log.lines[0].level, common::logger::Warn);
+    QVERIFY(log.lines[0].text.contains("already exists"));
     QVERIFY(PluginUtils::UnregisterPlugin(id));
     QVERIFY(UserTree::Below(root).isEmpty());
     QVERIFY(!QFile::exists(user.ConfigPath("chromium")));

@@ -85,7 +85,8 @@ void TestComponents::registration()
     QCOMPARE(log.Lines(channel, 7),
              QStringList("7 Unr" + tail) + lines.replaceInStrings("DllReg", "DllUnreg"));
 #ifdef Q_OS_WIN
-    QVERIFY(!IsMarked(HKEY_CURRENT_USER) && !IsMarked(HKEY_LOCAL_MACHINE));
+    QVERIFY(!IsMarked(HKEY_CURRENT_USER));
+    QVERIFY(!IsMarked(HKEY_LOCAL_MACHINE));
 #endif
 }
 

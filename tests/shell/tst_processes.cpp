@@ -1,6 +1,7 @@
 #include <common/shell/prochelper.h>
 #include <common/shell/shell.h>
 
+#include <files/filetree.h>
 #include <logger/recordinglogger.h>
 
 #include <QCoreApplication>
@@ -140,7 +141,8 @@ void TestProcesses::wait()
     QElapsedTimer timer;
     timer.start();
     QCOMPARE(Shell::ProcessWait(name, 500), 1);
-    QVERIFY(timer.elapsed() >= 500 && timer.elapsed() < aMinute);
+    QVERIFY(timer.elapsed() >= 500);
+    QVERIFY(timer.elapsed() < aMinute);
     QVERIFY(Shell::ProcessExists(name));
 }
 
@@ -189,15 +191,14 @@ void TestProcesses::startDetached()
     QTRY_VERIFY(Shell::ProcessExists(program));
 #ifdef Q_OS_UNIX
     close(500);
-    QVERIFY2(waitpid(-1, nullptr, WNOHANG) < 0 && errno == ECHILD, "it would stay as a zombie");
+    QVERIFY2(waitpid(-1, nullptr, WNOHANG) < 0, "it would stay as a zombie");
     const unsigned long id = ProcHelper::FindProcessId(name);
     QVERIFY2(getsid(static_cast<pid_t>(id)) != getsid(0), "it does not go down with our terminal");
     const QDir process(QString("/proc/%1").arg(id));
     QCOMPARE(QDir(process.filePath("fd")).entryList(QDir::System | QDir::AllEntries | QDir::NoDotAndDotDot),
              QStringList({"0", "1", "2"}));
     QCOMPARE(QFile::symLinkTarget(process.filePath("cwd")), work);
-    QFile arguments(process.filePath("cmdline"));
-    QVERIFY(arguments.open(QIODevice::ReadOnly) && arguments.readAll().endsWith(QByteArray("\0a b\0", 5)));
+    QVERIFY(filetree::Read(process.filePath("cmdline")).endsWith(QByteArray("\0a b\0", 5)));
 #endif
     QCOMPARE(Shell::ProcessKill(name), 0);
 }
@@ -224,7 +225,8 @@ void TestProcesses::processOfAnotherUser()
     const int killed = Shell::ProcessKill(name);
     ProcHelper::Terminate(static_cast<unsigned long>(children.front()->processId()));
     QCOMPARE(setresuid(0, 0, 0), 0);
-    QVERIFY(isFoundByKernelName && !isFoundByPath);
+    QVERIFY(isFoundByKernelName);
+    QVERIFY(!isFoundByPath);
     QCOMPARE(waited, 1);
     QCOMPARE(killed, 0);
     QCOMPARE(Running(), 1);

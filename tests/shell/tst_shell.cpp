@@ -52,7 +52,8 @@ void TestShell::names()
     const QString first = Shell::TempPath();
     const QString second = Shell::TempPath();
     QVERIFY(first.startsWith(QDir::toNativeSeparators(QDir::tempPath() + "/QUOLL_")));
-    QVERIFY(first.endsWith("_100") && second.endsWith("_101"));
+    QVERIFY(first.endsWith("_100"));
+    QVERIFY(second.endsWith("_101"));
     QVERIFY(!QFileInfo::exists(first));
     QCOMPARE(Shell::applicationDirPath(), QCoreApplication::applicationDirPath());
 }

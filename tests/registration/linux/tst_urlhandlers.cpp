@@ -170,7 +170,7 @@ void TestUrlHandlers::listOfOthers()
     QVERIFY2(QFile::exists(user->DataPath("applications/mimeinfo.cache")), "others look in here");
     QVERIFY(ClickToCall::unregisterProtocols({"tel", "sip"}, "Phone", "Maker"));
     QCOMPARE(filetree::Read(path), list);
-    QVERIFY(QFileInfo(link).isSymLink() && QFile::exists(link));
+    QCOMPARE(QFile::symLinkTarget(link), path);
 }
 
 void TestUrlHandlers::desktopsOwnList()
@@ -190,7 +190,8 @@ void TestUrlHandlers::severalWriters()
 {
     QFile lock(user->ConfigPath("vxcommon/registry.writer"));
     filetree::Write(lock.fileName(), "");
-    QVERIFY(lock.open(QIODevice::ReadOnly) && flock(lock.handle(), LOCK_SH) == 0);
+    QVERIFY(lock.open(QIODevice::ReadOnly));
+    QCOMPARE(flock(lock.handle(), LOCK_SH), 0);
     std::vector<std::future<bool>> writers;
     for (const QString name : {"a", "b", "c"}) {
         writers.push_back(std::async(std::launch::async, [name] {
@@ -260,8 +261,9 @@ void TestUrlHandlers::listChangedMeanwhile()
     onRead = nullptr;
     QVERIFY(done);
     const QByteArray list = filetree::Read(path);
-    QVERIFY2(list.contains("a/1=") && list.contains("a/2=") && list.contains("a/3="), list.constData());
-    QVERIFY2(list.contains("x-scheme-handler/tel="), list.constData());
+    for (const char* entry : {"a/1=", "a/2=", "a/3=", "x-scheme-handler/tel="}) {
+        QVERIFY2(list.contains(entry), list.constData());
+    }
 }
 
 // A directory in the place of the store refuses each write, also one by the superuser.
@@ -270,11 +272,13 @@ void TestUrlHandlers::refused()
     const QString store = user->ConfigPath("vxcommon/registry.ini");
     QVERIFY(PluginUtils::RegisterPlugin("first"));
     QVERIFY(PluginUtils::RegisterPlugin(pluginId));
-    QVERIFY(QFile::rename(store, store + ".kept") && QDir().mkdir(store));
+    QVERIFY(QFile::rename(store, store + ".kept"));
+    QVERIFY(QDir().mkdir(store));
     QVERIFY(!ClickToCall::registerProtocols({"tel"}, "Phone", "Maker"));
     QCOMPARE(ClickToCall::stateOfProtocols("Phone", "Maker"), QStringList());
     QVERIFY(!QFile::exists(user->ConfigPath("mimeapps.list")));
-    QVERIFY(QDir().rmdir(store) && QFile::rename(store + ".kept", store));
+    QVERIFY(QDir().rmdir(store));
+    QVERIFY(QFile::rename(store + ".kept", store));
 
     // A full disk, as far as files of more than 100 bytes are concerned.
     rlimit limit{};
@@ -285,10 +289,11 @@ void TestUrlHandlers::refused()
     const bool unregistered = PluginUtils::UnregisterPlugin("first");
     setrlimit(RLIMIT_FSIZE, &limit);
     std::signal(SIGXFSZ, oldHandler);
-    QVERIFY(unregistered && PluginUtils::IsRegistered("first"));
+    QVERIFY(unregistered);
 
     QVERIFY(PluginUtils::RegisterPlugin("second"));
-    QVERIFY(PluginUtils::IsRegistered("first") && PluginUtils::IsRegistered(pluginId));
+    QVERIFY(PluginUtils::IsRegistered("first"));
+    QVERIFY(PluginUtils::IsRegistered(pluginId));
     QVERIFY(!filetree::Read(store).contains("RegisteredApplications"));
     QCOMPARE(QDir(user->ConfigPath("vxcommon")).entryList(QDir::Files),
              QStringList({"registry.ini", "registry.writer"}));
@@ -300,7 +305,8 @@ void TestUrlHandlers::heldStore()
     const QString home = QFileInfo(user->ConfigPath()).path();
     const QStringList before = filetree::Snapshot(home);
     QFile lock(user->ConfigPath("vxcommon/registry.writer"));
-    QVERIFY(lock.open(QIODevice::ReadOnly) && flock(lock.handle(), LOCK_SH) == 0);
+    QVERIFY(lock.open(QIODevice::ReadOnly));
+    QCOMPARE(flock(lock.handle(), LOCK_SH), 0);
     const RecordingLogger log;
     QElapsedTimer timer;
     timer.start();
@@ -328,7 +334,8 @@ void TestUrlHandlers::writersAtOnce()
     }
     for (const pid_t child : children) {
         int status = -1;
-        QVERIFY(waitpid(child, &status, 0) == child && status == 0);
+        QCOMPARE(waitpid(child, &status, 0), child);
+        QCOMPARE(status, 0);
     }
     QCOMPARE(UserTree::Below("Software/Google/Chrome/Extensions").size(), writers * keys);
 }
