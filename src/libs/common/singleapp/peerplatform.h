@@ -30,16 +30,15 @@ std::unique_ptr<QtLockedFile> OpenLockFile(const QString& path);
 /// Returns whether `path` still leads to the open lock file.
 bool IsInPlace(const QtLockedFile& file, const QString& path);
 
-/// Returns the full name of a local server whose socket would have this path.
-QString ServerPath(const QString& socketPath);
+// A path in the temporary directory identifies a local server; Windows uses its last section.
 
 /// Connects to the local server, which cannot impersonate this process.
-bool Connect(QLocalSocket& socket, const QString& serverPath, std::chrono::milliseconds timeout);
+bool Connect(QLocalSocket& socket, const QString& path, std::chrono::milliseconds timeout);
 
-/// Returns whether a living process listens under this full name.
-bool IsServed(const QString& serverPath);
+/// Returns whether a living process serves the path.
+bool IsServed(const QString& path);
 
-/// Returns whether the process that a socket is connected to belongs to this user; warns if it does not.
+/// Returns whether the process that a socket is connected to is known to belong to this user.
 bool IsOwnPeer(const QLocalSocket& socket);
 
 } // namespace QtLP_Private

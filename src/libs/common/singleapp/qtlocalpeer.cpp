@@ -179,13 +179,12 @@ public:
     void BeginService();
     QString Listen();
     void Check();
-    void KeepFiles();
     void Deliver(MessageReceiver* receiver);
 
     QtLocalPeer* const q;
     QString id;
     QString socketName;
-    QString serverPath;
+    QString socketPath;
     QString lockPath;                       ///< Empty without a temporary directory.
     std::unique_ptr<QtLockedFile> lockFile; ///< Null if something of another user occupies its path.
     QLocalServer* server = nullptr;         ///< Null in a secondary instance.
@@ -214,9 +213,8 @@ QtLocalPeerPrivate::QtLocalPeerPrivate(QtLocalPeer* peer, const QString& appId)
 
     // Without a temporary directory, the file must not be created in the working directory.
     if (const QString directory = QDir::tempPath(); !directory.isEmpty()) {
-        const QString path = QDir(directory).absolutePath() + u'/' + socketName;
-        serverPath = QtLP_Private::ServerPath(path);
-        lockPath = path + QStringLiteral("-lockfile");
+        socketPath = QDir(directory).absolutePath() + u'/' + socketName;
+        lockPath = socketPath + QStringLiteral("-lockfile");
     }
     lockFile = QtLP_Private::OpenLockFile(lockPath);
 }
@@ -246,26 +244,16 @@ void QtLocalPeerPrivate::BeginService()
 /// dead process.
 QString QtLocalPeerPrivate::Listen()
 {
-    if (QtLP_Private::IsServed(serverPath)) {
+    if (QtLP_Private::IsServed(socketPath)) {
         return QStringLiteral("QLocalServer::listen: Address in use"); // In Qt's words.
     }
     return server->listen(socketName) ? QString() : server->errorString();
 }
 
+/// Restores what has been removed, and keeps the lock file from looking abandoned.
 void QtLocalPeerPrivate::Check()
 {
-    if (watcher != nullptr) {
-        KeepFiles();
-    }
-    if (!server->isListening()) {
-        Listen();
-    }
-}
-
-/// Restores what has been removed, and keeps the lock file from looking abandoned.
-void QtLocalPeerPrivate::KeepFiles()
-{
-    if (!QFile::exists(lockPath)) {
+    if (QtLP_Private::filesAreRemovable && !QFile::exists(lockPath)) {
         auto restored = QtLP_Private::OpenLockFile(lockPath);
         if (restored && restored->lock(QtLockedFile::WriteLock, false)) {
             lockFile = std::move(restored);
@@ -278,8 +266,11 @@ void QtLocalPeerPrivate::KeepFiles()
         lockFile->setFileTime(now, QFileDevice::FileAccessTime);
         lockFile->setFileTime(now, QFileDevice::FileModificationTime);
     }
-    if (!QFile::exists(server->fullServerName())) {
+    if (QtLP_Private::filesAreRemovable && !QFile::exists(socketPath)) {
         server->close();
+    }
+    if (!server->isListening()) {
+        Listen();
     }
 }
 
@@ -336,12 +327,15 @@ bool QtLocalPeer::sendMessage(const QString& message, int timeout)
     timeout = std::max(timeout, -1); // Qt accepts no other negative value for "no limit".
     const auto connectTimeout = std::chrono::milliseconds(timeout / 2);
     QLocalSocket socket;
-    if (!QtLP_Private::Connect(socket, d->serverPath, connectTimeout)) {
+    if (!QtLP_Private::Connect(socket, d->socketPath, connectTimeout)) {
         QThread::msleep(connectPause.count());
         socket.abort();
-        QtLP_Private::Connect(socket, d->serverPath, connectTimeout);
+        if (!QtLP_Private::Connect(socket, d->socketPath, connectTimeout)) {
+            return false;
+        }
     }
     if (!QtLP_Private::IsOwnPeer(socket)) {
+        qWarning("QtLocalPeer: the process behind the local socket is not known to belong to this user");
         return false;
     }
     const QByteArray text = message.toUtf8();

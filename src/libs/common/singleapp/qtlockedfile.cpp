@@ -3,10 +3,6 @@
 namespace QtLP_Private
 {
 
-QtLockedFile::QtLockedFile()
-    : QtLockedFile(QString())
-{}
-
 bool QtLockedFile::open(OpenMode mode)
 {
     if ((mode & QIODevice::Truncate) != 0) {

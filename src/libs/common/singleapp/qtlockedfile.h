@@ -30,9 +30,8 @@ public:
         WriteLock = 2 ///< Held by one writer.
     };
 
-    QtLockedFile();                             ///< Creates a file without a name.
-    explicit QtLockedFile(const QString& name); ///< Does not open the file.
-    ~QtLockedFile() override;                   ///< Releases the lock.
+    explicit QtLockedFile(const QString& name = {}); ///< Does not open the file.
+    ~QtLockedFile() override;                        ///< Releases the lock.
 
     /// Opens the file. Refuses QIODevice::Truncate, which would empty the file before the lock is held.
     /// @warning WriteOnly alone empties the file, as with QFile. To change its contents, use ReadWrite.
@@ -56,6 +55,8 @@ public:
 
 private:
     Q_DISABLE_COPY(QtLockedFile)
+
+    static constexpr int readerSlots = 64;
 
     // What each platform does on its own. A lock that others hold is no failure.
     struct Handles;

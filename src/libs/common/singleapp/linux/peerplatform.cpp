@@ -23,12 +23,10 @@ using common::platform::FileDescriptor;
 namespace
 {
 
-constexpr auto noUser = static_cast<uid_t>(-1);
-
 /// The process that called listen, or connect, on the other side. Without a user if the connection has ended.
 ucred PeerOf(const QLocalSocket& socket)
 {
-    ucred peer = {0, noUser, 0};
+    ucred peer = {0, static_cast<uid_t>(-1), 0};
     socklen_t size = sizeof(peer);
     ::getsockopt(static_cast<int>(socket.socketDescriptor()), SOL_SOCKET, SO_PEERCRED, &peer, &size);
     return peer;
@@ -86,22 +84,17 @@ bool IsInPlace(const QtLockedFile& file, const QString& path)
            held.st_dev == found.st_dev && held.st_ino == found.st_ino;
 }
 
-QString ServerPath(const QString& socketPath)
-{
-    return socketPath;
-}
-
-bool Connect(QLocalSocket& socket, const QString& serverPath, std::chrono::milliseconds timeout)
+bool Connect(QLocalSocket& socket, const QString& path, std::chrono::milliseconds timeout)
 {
     // Unbuffered: Qt writes at once instead of watching the socket until it is writable.
-    socket.connectToServer(serverPath, QIODevice::ReadWrite | QIODevice::Unbuffered);
+    socket.connectToServer(path, QIODevice::ReadWrite | QIODevice::Unbuffered);
     return socket.waitForConnected(static_cast<int>(timeout.count()));
 }
 
-bool IsServed(const QString& serverPath)
+bool IsServed(const QString& path)
 {
     QLocalSocket socket;
-    if (!Connect(socket, serverPath, std::chrono::milliseconds::zero())) {
+    if (!Connect(socket, path, std::chrono::milliseconds::zero())) {
         return socket.state() != QLocalSocket::UnconnectedState; // It listens, but its queue is full.
     }
     // A forked child may have inherited the socket of a process that has ended.
@@ -110,11 +103,7 @@ bool IsServed(const QString& serverPath)
 
 bool IsOwnPeer(const QLocalSocket& socket)
 {
-    const uid_t user = PeerOf(socket).uid;
-    if (user != ::geteuid() && user != noUser) {
-        qWarning("QtLocalPeer: the process behind the local socket belongs to another user");
-    }
-    return user == ::geteuid();
+    return PeerOf(socket).uid == ::geteuid();
 }
 
 } // namespace QtLP_Private

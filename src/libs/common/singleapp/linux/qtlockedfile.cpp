@@ -24,9 +24,6 @@ struct QtLockedFile::Handles
 namespace
 {
 
-/// Number of readers that may hold the lock of one file at a time.
-constexpr int readerSlots = 64;
-
 /// The locks of this process. flock belongs to the open file, which a forked child shares, so the child
 /// closes its copies: a lock ends with the process that took it.
 struct OwnLocks
@@ -69,23 +66,6 @@ bool Take(FileDescriptor& lock, const QFile& file, int operation, bool block)
     return false;
 }
 
-/// Locks one byte, the number of the slot, so that readers can be counted; such locks and flock do not
-/// interact. Returns false if all slots are busy. A reader that may not write to the file, or whose file
-/// system has no such locks, is not counted.
-bool TakeSlot(const FileDescriptor& lock)
-{
-    struct flock range = {};
-    range.l_type = F_WRLCK;
-    range.l_whence = SEEK_SET;
-    range.l_len = 1;
-    for (range.l_start = 0; range.l_start < readerSlots; ++range.l_start) {
-        if (::fcntl(lock.Get(), F_OFD_SETLK, &range) == 0 || (errno != EAGAIN && errno != EACCES)) {
-            return true;
-        }
-    }
-    return false;
-}
-
 } // namespace
 
 QtLockedFile::QtLockedFile(const QString& name)
@@ -102,17 +82,25 @@ QtLockedFile::~QtLockedFile()
     OwnLocks::Instance().locks.erase(&d->lock);
 }
 
+/// Locks one byte, the number of a slot, so that readers can be counted; such locks and flock do not
+/// interact. A reader that may not write to the file, or whose file system has no such locks, is not counted.
 bool QtLockedFile::TakeRead(bool block)
 {
     if (!Take(d->lock, *this, LOCK_SH, block)) {
         return false;
     }
-    if (!TakeSlot(d->lock)) {
-        qWarning("QtLockedFile::lock(): too many readers");
-        Release();
-        return false;
+    struct flock range = {};
+    range.l_type = F_WRLCK;
+    range.l_whence = SEEK_SET;
+    range.l_len = 1;
+    for (range.l_start = 0; range.l_start < readerSlots; ++range.l_start) {
+        if (::fcntl(d->lock.Get(), F_OFD_SETLK, &range) == 0 || (errno != EAGAIN && errno != EACCES)) {
+            return true;
+        }
     }
-    return true;
+    qWarning("QtLockedFile::lock(): too many readers");
+    Release();
+    return false;
 }
 
 bool QtLockedFile::TakeWrite(bool block)

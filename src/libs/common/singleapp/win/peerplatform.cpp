@@ -18,6 +18,11 @@ namespace QtLP_Private
 namespace
 {
 
+std::wstring PipeName(const QString& path)
+{
+    return LR"(\\.\pipe\)" + path.section(u'/', -1).toStdWString();
+}
+
 /// Returns the security identifier (SID) of a process's user; empty if it cannot be read.
 QByteArray UserOf(HANDLE process)
 {
@@ -62,15 +67,10 @@ bool IsInPlace(const QtLockedFile& /*file*/, const QString& /*path*/)
     return true; // The lock has a name of its own.
 }
 
-QString ServerPath(const QString& socketPath)
-{
-    return QStringLiteral(R"(\\.\pipe\)") + socketPath.section(u'/', -1);
-}
-
 // QLocalSocket would allow the server to impersonate this process, and wait 5 s for a busy pipe.
-bool Connect(QLocalSocket& socket, const QString& serverPath, std::chrono::milliseconds timeout)
+bool Connect(QLocalSocket& socket, const QString& path, std::chrono::milliseconds timeout)
 {
-    const std::wstring pipe = serverPath.toStdWString();
+    const std::wstring pipe = PipeName(path);
     const QDeadlineTimer deadline(timeout);
     HANDLE handle = INVALID_HANDLE_VALUE;
     do {
@@ -83,25 +83,19 @@ bool Connect(QLocalSocket& socket, const QString& serverPath, std::chrono::milli
     return handle != INVALID_HANDLE_VALUE && socket.setSocketDescriptor(reinterpret_cast<qintptr>(handle));
 }
 
-bool IsServed(const QString& serverPath)
+bool IsServed(const QString& path)
 {
-    return ::WaitNamedPipeW(serverPath.toStdWString().c_str(), 1) != 0;
+    return ::WaitNamedPipeW(PipeName(path).c_str(), 1) != 0;
 }
 
 bool IsOwnPeer(const QLocalSocket& socket)
 {
     ULONG processId = 0;
-    if (::GetNamedPipeServerProcessId(reinterpret_cast<HANDLE>(socket.socketDescriptor()), &processId) == 0) {
-        return false; // The connection has ended.
-    }
+    ::GetNamedPipeServerProcessId(reinterpret_cast<HANDLE>(socket.socketDescriptor()), &processId);
     const common::platform::UniqueHandle process(
         ::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
-    const QByteArray theirs = process.IsOpen() ? UserOf(process.Get()) : QByteArray();
-    const bool own = !theirs.isEmpty() && theirs == UserOf(::GetCurrentProcess());
-    if (!own) {
-        qWarning("QtLocalPeer: the process behind the local socket belongs to another user");
-    }
-    return own;
+    const QByteArray theirs = UserOf(process.Get());
+    return !theirs.isEmpty() && theirs == UserOf(::GetCurrentProcess());
 }
 
 } // namespace QtLP_Private

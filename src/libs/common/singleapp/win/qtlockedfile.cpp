@@ -13,9 +13,6 @@ namespace QtLP_Private
 namespace
 {
 
-/// Number of readers that may hold the lock of one file at a time.
-constexpr int readerSlots = 64;
-
 constexpr int writerSlot = -1; ///< The slot whose mutex has no number.
 
 /// Warns about a wait that failed. A mutex whose owner died is abandoned, and taken all the same.
