@@ -55,12 +55,30 @@ inline QByteArray OnTheWire(const QByteArray& text, quint32 length)
     return bytes + text;
 }
 
+/// A primary instance and what it receives.
+class Primary
+{
+public:
+    explicit Primary(const QString& appId)
+        : peer(nullptr, appId)
+    {
+        if (peer.isSecondary()) {
+            qFatal("another process is the primary instance");
+        }
+        QObject::connect(&peer, &QtLocalPeer::messageReceived, &peer,
+                         [this](const QString& text) { received += text; });
+    }
+
+    QString SocketName() const { return peer.findChild<QLocalServer*>()->serverName(); }
+
+    QStringList received;
+    QtLocalPeer peer;
+};
+
 /// Returns the name of the socket. Requires that there is no primary instance; leaves the lock file.
 inline QString SocketName(const QString& appId)
 {
-    QtLocalPeer peer(nullptr, appId);
-    peer.isSecondary();
-    return peer.findChild<QLocalServer*>()->serverName();
+    return Primary(appId).SocketName();
 }
 
 inline void SetTempPath(const QString& path)

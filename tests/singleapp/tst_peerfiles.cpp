@@ -5,7 +5,6 @@
 #include <QDateTime>
 #include <QProcess>
 #include <QScopeGuard>
-#include <QSignalSpy>
 
 #include <csignal>
 #include <cstdio>
@@ -48,18 +47,15 @@ void TestPeerFiles::removedBeforeClaim()
     const QString path = QDir::temp().filePath(SocketName("removed") + "-lockfile");
     QtLocalPeer early(nullptr, "removed");
     QVERIFY(QFile::remove(path));
-    QtLocalPeer first(nullptr, "removed");
-    QVERIFY(!first.isSecondary());
+    const Primary first("removed");
     QVERIFY2(early.isSecondary(), "its file is not the one that counts");
 }
 
 void TestPeerFiles::removedDuringClaim()
 {
-    const QString socketPath = QDir::temp().filePath(SocketName("again"));
+    const Primary first("again");
+    const QString socketPath = QDir::temp().filePath(first.SocketName());
     const QString lockPath = socketPath + "-lockfile";
-    QtLocalPeer first(nullptr, "again");
-    QVERIFY(!first.isSecondary());
-    const QSignalSpy received(&first, &QtLocalPeer::messageReceived);
     const QStringList removals = {lockPath, lockPath, socketPath};
     for (const QString& path : removals) {
         QVERIFY(QFile::remove(path));
@@ -68,24 +64,22 @@ void TestPeerFiles::removedDuringClaim()
         QVERIFY(QtLocalPeer(nullptr, "again").isSecondary());
         QVERIFY(SendFromElsewhere("again", "hello"));
     }
-    QTRY_COMPARE(received.size(), removals.size());
+    QTRY_COMPARE(first.received.size(), removals.size());
 }
 
 void TestPeerFiles::secondName()
 {
     const QByteArray path = QFile::encodeName(QDir::temp().filePath(SocketName("linked") + "-lockfile"));
     QCOMPARE(link(path.constData(), (path + ".bak").constData()), 0);
-    QtLocalPeer first(nullptr, "linked");
-    QVERIFY(!first.isSecondary());
+    const Primary first("linked");
     QVERIFY(SendFromElsewhere("linked", "hello"));
 }
 
 // A cleaner of old temporary files takes what has not been changed for days.
 void TestPeerFiles::keptFresh()
 {
-    const QString path = QDir::temp().filePath(SocketName("fresh") + "-lockfile");
-    QtLocalPeer first(nullptr, "fresh");
-    QVERIFY(!first.isSecondary());
+    const Primary first("fresh");
+    const QString path = QDir::temp().filePath(first.SocketName() + "-lockfile");
     QCOMPARE(QProcess::execute("touch", {"--date=9 days ago", path}), 0);
     const auto isFresh = [&path] {
         return QFileInfo(path).lastModified().secsTo(QDateTime::currentDateTime()) < 100;
