@@ -45,9 +45,9 @@ inline QStringList Steps(int done, int total)
     return steps;
 }
 
-/// Lets a "copier", "remover" or "helper" do work: "F path" (file), "D path" (directory), "N filter" and, to
-/// copy, "F from to", "L from to" (link) and "D from to". Paths are below a folder, but for empty ones and
-/// those with "." or "/" in front. Returns the signals, those of the helper as "1/2 path" and "failed path".
+/// Lets a "copier", "remover" or "helper" do work: "file PATH", "dir PATH", "filter PATTERN" and, to copy,
+/// "file FROM TO", "dir FROM TO" and "link FROM TO". Paths are below a folder, but for empty ones and those
+/// with "." or "/" in front. Returns the signals, those of the helper as "1/2 path" and "failed path".
 inline QStringList RunJob(const QString& job, const QString& root, const QStringList& work)
 {
     using common::FileHelper;
@@ -70,11 +70,12 @@ inline QStringList RunJob(const QString& job, const QString& root, const QString
             const bool isWhole = text.isEmpty() || text.startsWith('.') || text.startsWith('/');
             return isWhole ? text : root + u'/' + text;
         };
-        if (item.startsWith('L')) {
+        const QString kind = item.section(' ', 0, 0);
+        if (kind == "link") {
             copier.AddSymlink(path(1), path(2));
-        } else if (item.startsWith('N')) {
-            helper.SetNameFilters(helper.NameFilters() + QStringList{item.mid(2)});
-        } else if (item.startsWith('F')) {
+        } else if (kind == "filter") {
+            helper.SetNameFilters(helper.NameFilters() + QStringList{item.section(' ', 1)});
+        } else if (kind == "file") {
             copier.AddFile(path(1), path(2));
             remover.AddFile(path(1));
             helper.AppendFiles({path(1)});
