@@ -42,7 +42,7 @@ private:
     std::unique_ptr<QTemporaryDir> dir; ///< vxtool runs in here.
 };
 
-/// The arguments stand between bars.
+/// The arguments, with a bar between two of them.
 Result TestVxtool::Run(const QString& arguments, const QByteArray& input) const
 {
     QProcess process;
@@ -58,81 +58,86 @@ Result TestVxtool::Run(const QString& arguments, const QByteArray& input) const
 
 void TestVxtool::answers_data()
 {
-    // The arguments name the row; the error is a part of standard error.
-    const Table<QByteArray, QByteArray, int, QByteArray> row("input", "output", "exitCode", "error");
-    const auto good = [row](const char* arguments, const QByteArray& input, const QByteArray& output) {
-        row(arguments, input, output, 0, "");
+    // The error is a part of standard error, none if it is empty.
+    const Table<QString, QByteArray, QByteArray, int, QByteArray> row("arguments", "input", "output",
+                                                                      "exitCode", "error");
+    const auto good = [row](const char* name, const QString& arguments, const QByteArray& input,
+                            const QByteArray& output) { row(name, arguments, input, output, 0, ""); };
+    const auto fails = [row](const char* name, const QString& arguments, const QByteArray& error) {
+        row(name, arguments, "", "", 1, error);
     };
-    const auto fails = [row](const char* arguments, const QByteArray& error) {
-        row(arguments, "", "", 1, error);
+    const auto misused = [row](const char* name, const QString& arguments, const QByteArray& error) {
+        row(name, arguments, "", "", 2, error);
     };
-    const auto misused = [row](const char* arguments, const QByteArray& error) {
-        row(arguments, "", "", 2, error);
-    };
-    good("version|compare", "2 1\n1 1.0\n", "2.0.0.0\t>\t1.0.0.0\n1.0.0.0\t=\t1.0.0.0\n");
-    good("version|parse|--table|--columns|version,minor|1.2|10", "",
+    good("lines of versions", "version|compare", "2 1\n1 1.0\n",
+         "2.0.0.0\t>\t1.0.0.0\n1.0.0.0\t=\t1.0.0.0\n");
+    good("table of columns", "version|parse|--table|--columns|version,minor|1.2|10", "",
          "version   minor\n1.2.0.0   2\n10.0.0.0  0\n");
-    good("hex|--|-1", "", "2d31\n");
-    row("process|exists|no such process", "", "false\tno such process\n", 1, "");
-    row("component|register|--admin|--json|none", "", "{\"result\":\"0x80004002\",\"file\":\"none\"}\n", 1,
-        "none: ");
-    good("single|tst_vxtool|--serve=60", "", "first\ttst_vxtool\n"); // a message, whatever it looks like
-    good("encrypt|--key|0123456789abcdef0|hello", "", "4o9ssVeElvk8ggRy+7hc7g==\n");
-    good("decrypt|--key-file|-|4o9ssVeElvk8ggRy+7hc7g==", "0123456789abcdef0\r\n", "hello\n"); // unpadded
-    good("json|set|-|b|x", "{\"a\":1}", "{\n    \"a\": 1,\n    \"b\": \"x\"\n}\n");
-    good("md5", "a\n", "60b725f10c9c85c70d97880dfe8191b3  -\n");
-    good("md5|--string|a", "", "0cc175b9c0f1b6a831c399e269772661\n");
-    good("hex", "ж\r\na", "d0b6\n61\n");
-    good("uuidform|--group|4|abcd", "", "{6162-6364}\n");
-    good("split|--utf8|4|абв", "", "2\t4\tаб\n1\t2\tв\n");
-    good("links|--json|-", "ж\nhttp://a.com.", "{\"start\":2,\"length\":12,\"text\":\"http://a.com\"}\n");
+    good("text like an option", "hex|--|-1", "", "2d31\n");
+    row("false is a failure", "process|exists|no such process", "", "false\tno such process\n", 1, "");
+    row("result in JSON of a failure", "component|register|--admin|--json|none", "",
+        "{\"result\":\"0x80004002\",\"file\":\"none\"}\n", 1, "none: ");
+    good("message like an option", "single|tst_vxtool|--serve=60", "", "first\ttst_vxtool\n");
+    good("key of 17 bytes", "encrypt|--key|0123456789abcdef0|hello", "", "4o9ssVeElvk8ggRy+7hc7g==\n");
+    good("key from standard input", "decrypt|--key-file|-|4o9ssVeElvk8ggRy+7hc7g==", "0123456789abcdef0\r\n",
+         "hello\n");
+    good("JSON from standard input", "json|set|-|b|x", "{\"a\":1}",
+         "{\n    \"a\": 1,\n    \"b\": \"x\"\n}\n");
+    good("sum of standard input", "md5", "a\n", "60b725f10c9c85c70d97880dfe8191b3  -\n");
+    good("sum of a string", "md5|--string|a", "", "0cc175b9c0f1b6a831c399e269772661\n");
+    good("lines of Windows", "hex", "ж\r\na", "d0b6\n61\n");
+    good("group size", "uuidform|--group|4|abcd", "", "{6162-6364}\n");
+    good("UTF-8 limit", "split|--utf8|4|абв", "", "2\t4\tаб\n1\t2\tв\n");
+    good("links in JSON", "links|--json|-", "ж\nhttp://a.com.",
+         "{\"start\":2,\"length\":12,\"text\":\"http://a.com\"}\n");
 #if VXCOMMON_HAS_QREGEXP
-    row("sip|check", "a@b.quollsip.com\nb\n\n c",
+    row("each kind of SIP error", "sip|check", "a@b.quollsip.com\nb\n\n c",
         "NoError\ta@b.quollsip.com\nFormatError\tb\nLengthError\t\nSymbolError\t c\n", 1, "");
-    row("sip|check|a\tb\nc", "", "SymbolError\ta\\tb\\nc\n", 1, ""); // a row stays one line
-    good("sip|parse|--json|\"A\" <sip:a@b.com:5060;x>", "",
+    row("a row stays one line", "sip|check|a\tb\nc", "", "SymbolError\ta\\tb\\nc\n", 1, "");
+    good("parts in JSON", "sip|parse|--json|\"A\" <sip:a@b.com:5060;x>", "",
          "{\"ok\":true,\"user\":\"a\",\"domain\":\"b.com\",\"name\":\"A\",\"extension\":\"\",\"port\":"
          "\"5060\"}\n");
-    good("contact|--name|Ann|skype:ANN", "",
+    good("contact", "contact|--name|Ann|skype:ANN", "",
          "SkypeName\tann\tskype: ann\tann@skype.com\tann\tskype.com\t\tAnn\n");
-    row("password|good-enough|bad", "", "true\tgood-enough\nfalse\tbad\n", 1, "");
-    good("web|--columns|locale|a@b.ru", "", "LocaleRu\n");
-    misused("sip", "  sip parse  ");
-    misused("sip|chek|a", "unknown command: sip chek. Did you mean sip check?\n");
+    row("one bad password", "password|good-enough|bad", "", "true\tgood-enough\nfalse\tbad\n", 1, "");
+    good("one column", "web|--columns|locale|a@b.ru", "", "LocaleRu\n");
+    misused("half a command", "sip", "  sip parse  ");
+    misused("misspelt second word", "sip|chek|a", "unknown command: sip chek. Did you mean sip check?\n");
 #endif
 
-    fails("start|no such program|--json|-x", "\"no such program\""); // options of the program
-    fails("scan|none", "there is no directory \"none\"");
-    fails("copydir|none|x", "\"none\" is not a directory");
-    fails("movedir|none|x", "\"none\" is not a directory");
-    fails("removeafterexit|none", "there is no directory \"none\"");
-    fails("shortcut|none|x.desktop", "there is no target \"none\"");
-    fails("shortcut|.|no/such/x.desktop", "there is no directory \"");
-    fails("process|terminate|999999999", "cannot end process 999999999: ");
-    fails("decrypt|--key|k|YWJj", "\"YWJj\" is not Base64 of encrypted text");
-    fails("protocols|register|a b", "\"a b\" is not a URL scheme");
-    fails("gzip|no/such/file", "cannot read no/such/file: ");
-    fails("--log|/no/such/folder/a.log|version|parse|1", "a.log: ");
+    fails("program with options", "start|no such program|--json|-x", "\"no such program\"");
+    fails("scan nothing", "scan|none", "there is no directory \"none\"");
+    fails("copy no directory", "copydir|none|x", "\"none\" is not a directory");
+    fails("move no directory", "movedir|none|x", "\"none\" is not a directory");
+    fails("remove no directory", "removeafterexit|none", "there is no directory \"none\"");
+    fails("shortcut to nothing", "shortcut|none|x.desktop", "there is no target \"none\"");
+    fails("shortcut in no directory", "shortcut|.|no/such/x.desktop", "there is no directory \"");
+    fails("no such process", "process|terminate|999999999", "cannot end process 999999999: ");
+    fails("not encrypted", "decrypt|--key|k|YWJj", "\"YWJj\" is not Base64 of encrypted text");
+    fails("bad scheme", "protocols|register|a b", "\"a b\" is not a URL scheme");
+    fails("no file to pack", "gzip|no/such/file", "cannot read no/such/file: ");
+    fails("log in no directory", "--log|/no/such/folder/a.log|version|parse|1", "a.log: ");
 
-    misused("", "a command is needed");
-    misused("vresion|parse", "unknown command: vresion. Did you mean version parse?\n");
-    misused("hex|--halp", "Did you mean --help?\nTry 'vxtool hex --help'.\n");
-    misused("version|parse|--columns|major,frob|1", "\"frob\"");
-    misused("copy|a", "are needed");
-    misused("process|wait|--timeout|long|x", "--timeout");
-    misused("get|127.0.0.1:8765/", "Did you mean http://127.0.0.1:8765/?\n");
-    misused("--log|x|--log-level|loud|version|parse|1", "0 to 7");
-    misused("encrypt|--key|0123456789abcdef0123456789abcdef0|x", "32 bytes");
+    misused("nothing", "", "a command is needed");
+    misused("misspelt command", "vresion|parse", "unknown command: vresion. Did you mean version parse?\n");
+    misused("misspelt option", "hex|--halp", "Did you mean --help?\nTry 'vxtool hex --help'.\n");
+    misused("unknown column", "version|parse|--columns|major,frob|1", "\"frob\"");
+    misused("missing argument", "copy|a", "are needed");
+    misused("no number", "process|wait|--timeout|long|x", "--timeout");
+    misused("URL without a scheme", "get|127.0.0.1:8765/", "Did you mean http://127.0.0.1:8765/?\n");
+    misused("unknown log level", "--log|x|--log-level|loud|version|parse|1", "0 to 7");
+    misused("long key", "encrypt|--key|0123456789abcdef0123456789abcdef0|x", "32 bytes");
 }
 
 void TestVxtool::answers()
 {
+    QFETCH(QString, arguments);
     QFETCH(QByteArray, input);
     QFETCH(QByteArray, output);
     QFETCH(int, exitCode);
     QFETCH(QByteArray, error);
 
-    const Result result = Run(QTest::currentDataTag(), input);
+    const Result result = Run(arguments, input);
     QCOMPARE(result.output, output);
     QVERIFY2(error.isEmpty() ? result.error.isEmpty() : result.error.contains(error), result.error);
     QCOMPARE(result.exitCode, exitCode);
