@@ -11,10 +11,7 @@
 
 #include <QJsonObject>
 #include <QPointer>
-#include <QSemaphore>
-#include <QTcpSocket>
 #include <QTemporaryDir>
-#include <QThread>
 #include <QTimer>
 
 using namespace common::http;
@@ -75,44 +72,6 @@ protected:
     }
 };
 
-/// Sends interim responses without end to its first client, faster than that can read them.
-class FloodingServer : public QThread
-{
-public:
-    FloodingServer()
-    {
-        start();
-        ready.acquire();
-    }
-    ~FloodingServer() override
-    {
-        requestInterruption();
-        wait();
-    }
-
-    std::atomic<int> port = 0;
-
-protected:
-    void run() override
-    {
-        const QByteArray block = QByteArray("HTTP/1.1 100 Continue\r\n\r\n").repeated(4000);
-        QTcpServer server;
-        server.listen(QHostAddress::LocalHost);
-        port = server.serverPort();
-        ready.release();
-        server.waitForNewConnection(30000);
-        QTcpSocket* const client = server.nextPendingConnection();
-        while (client != nullptr && client->isValid() && !isInterruptionRequested()) {
-            client->write(block);
-            while (client->bytesToWrite() > 0 && client->waitForBytesWritten(100)) {
-            }
-        }
-    }
-
-private:
-    QSemaphore ready;
-};
-
 } // namespace
 
 class TestHttpRequest : public QObject, private RecordedRequest
@@ -130,7 +89,6 @@ private Q_SLOTS:
     void errors();
     void silence();
     void abortAndRetry();
-    void hostileServer();
 
 private:
     void Get(const FaultServer& server);
@@ -376,27 +334,6 @@ void TestHttpRequest::abortAndRetry()
         QVERIFY(reply != nullptr);
         QCOMPARE(request->Reply(), reply.data());
     }
-}
-
-// It keeps Qt's thread of its manager busy beyond the time-out, but not that of another manager.
-void TestHttpRequest::hostileServer()
-{
-    QNetworkAccessManager other;
-    FloodingServer hostile;
-    FaultServer innocent({{Response("200 OK", "body")}});
-    request->SetUrl(QUrl(QString("http://127.0.0.1:%1/").arg(hostile.port)));
-    request->SetTimeout(1);
-    QVERIFY(request->Get());
-    QTRY_COMPARE(told->Told(), QString("error 4 0"));
-    Use(CreateHttpRequest(&other, nullptr));
-    request->SetTimeout(30);
-    Get(innocent);
-    QTRY_COMPARE_WITH_TIMEOUT(told->Told(), success, 30000);
-    QVERIFY(hostile.isRunning());
-    Use(CreateHttpRequest(manager.get(), nullptr));
-    request->SetTimeout(3);
-    Get(innocent);
-    QTRY_COMPARE_WITH_TIMEOUT(told->Told(), QString("error 4 0"), 30000);
 }
 
 QTEST_GUILESS_MAIN(TestHttpRequest)
