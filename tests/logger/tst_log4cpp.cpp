@@ -439,16 +439,17 @@ void TestLog4cpp::linesAtExit()
 
 int main(int argc, char* argv[])
 {
-    if (argc == 2 && argv[1] == QByteArray("log until exit")) {
+    const QByteArray role = argc == 2 ? argv[1] : "";
+    if (role == "log until exit") {
         return backendtest::LogUntilExit();
     }
-    if (argc == 2 && argv[1] == QByteArray("log by default")) {
+    if (role == "log by default") {
         return backendtest::LogByDefault();
     }
-    if (argc == 2 && argv[1] == QByteArray("end fatally")) {
+    if (role == "end fatally") {
         return backendtest::EndFatally();
     }
-    if (argc == 2 && argv[1] == QByteArray("wait for input")) {
+    if (role == "wait for input") {
         std::cout << "ready" << std::endl;
         return std::cin.get() == EOF ? 0 : 1;
     }

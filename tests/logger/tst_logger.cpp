@@ -134,32 +134,15 @@ void TestLogger::destroy()
     {
         ~Heap() override { calls += "deleted "; }
     };
-    // A program's own logger, with all operations by their names.
-    struct Static final : logger::ILogger
+    struct Static : logger::Logger
     {
         void Write(const logger::IMessage& /*message*/) override { calls += "written "; }
-        int GetLevel() const override { return logger::Debug; }
-        void SetLevel(int /*level*/) override {}
-        bool IsSourceShown() const override { return false; }
-        void SetSourceShown(bool /*shown*/) override {}
-        bool Configure(int /*level*/, unsigned int /*targets*/, unsigned int /*options*/,
-                       const QString& /*pattern*/, const QString& /*qtChannel*/,
-                       const QString& /*configFile*/, const QString& /*logFile*/,
-                       const QString& /*shortLogFile*/, std::size_t /*maxFileSize*/,
-                       int /*maxBackups*/) override
-        {
-            return true;
-        }
-        bool LoadConfiguration(const QString& /*configFile*/) override { return false; }
         void Destroy() override { calls += "kept "; }
-        void SetFileLoggingEnabled(bool /*enabled*/) override {}
     };
     static Static ours;
 
-    for (logger::ILogger* log :
-         {static_cast<logger::ILogger*>(new Heap), static_cast<logger::ILogger*>(&ours)}) {
-        log->Destroy();
-    }
+    static_cast<logger::ILogger*>(new Heap)->Destroy();
+    static_cast<logger::ILogger*>(&ours)->Destroy();
     logger::DestroyLogger(&ours);
     logger::ILogger* const previous = logger::SetLogger(&ours);
     LOG_MESSAGE(logger::Error) << "ours still exists";
