@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDir>
 #include <QFile>
 #include <QString>
 #include <QStringList>
@@ -82,5 +83,18 @@ inline QStringList Snapshot(const QString& folder)
     entries.sort();
     return entries;
 }
+
+/// Makes a folder the current one as long as it lives.
+class CurrentFolder
+{
+public:
+    explicit CurrentFolder(const QString& path) { QDir::setCurrent(path); }
+    ~CurrentFolder() { QDir::setCurrent(before); }
+
+private:
+    Q_DISABLE_COPY(CurrentFolder)
+
+    const QString before = QDir::currentPath();
+};
 
 } // namespace filetree

@@ -20,11 +20,12 @@
 #include <thread>
 
 #ifdef Q_OS_UNIX
+#include "resourcelimit.h"
+
 #include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #endif
@@ -170,15 +171,13 @@ void TestFileJobs::CheckJob(const char* channel)
     QFETCH(QStringList, warnings);
 
     const QTemporaryDir folder;
-    const QString before = QDir::currentPath();
-    QVERIFY(QDir::setCurrent(folder.path()));
+    const filetree::CurrentFolder current(folder.path());
     filetree::Build(folder.path(), Split(tree));
     QStringList after = filetree::Snapshot(folder.path()) + Split(added);
     after.removeIf([&gone](const QString& entry) { return Split(gone).contains(entry); });
     after.sort();
     RecordingLogger log;
     const QStringList seen = RunJob(QTest::currentTestFunction(), folder.path(), Split(work));
-    QVERIFY(QDir::setCurrent(before));
     QCOMPARE(seen, Split(emissions));
     QCOMPARE(filetree::Snapshot(folder.path()), after);
     QStringList lines = log.Lines(channel, 4, folder.path()).replaceInStrings("'./", "'ROOT/");
@@ -369,17 +368,12 @@ void TestFileJobs::noDescriptor()
 {
     const QTemporaryDir folder;
     filetree::Build(folder.path(), {"s/a=1", "s/b=2"});
-    rlimit usual = {};
-    QCOMPARE(::getrlimit(RLIMIT_NOFILE, &usual), 0);
     for (const auto& [job, end] : {std::pair("copier", "failed 700102"), {"remover", "failed 700203"}}) {
         RecordingLogger log;
         const int next = ::dup(STDIN_FILENO);
         ::close(next);
-        const rlimit low{static_cast<rlim_t>(next) + 1, usual.rlim_max}; // One for the worker's thread.
-        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &low), 0);
-        const QStringList seen = RunJob(job, folder.path(), {"dir s t"});
-        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &usual), 0);
-        QCOMPARE(seen, QStringList(end));
+        const ResourceLimit one(RLIMIT_NOFILE, static_cast<rlim_t>(next) + 1); // For the worker's thread.
+        QCOMPARE(RunJob(job, folder.path(), {"dir s t"}), QStringList(end));
         QVERIFY(log.Contains("' cannot be read!", "Path '" + folder.filePath("s")));
     }
 }
@@ -390,11 +384,7 @@ void TestFileJobs::deepTree()
     const QTemporaryDir folder("/tmp/d"); // A path may have 4,096 bytes.
     const QString deep = folder.filePath("s") + QString("/d").repeated(depth - 1);
     QVERIFY(QDir().mkpath(deep));
-    rlimit usual = {};
-    QCOMPARE(::getrlimit(RLIMIT_NOFILE, &usual), 0);
-    const rlimit low{256, usual.rlim_max};
-    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &low), 0);
-    const auto restore = qScopeGuard([&usual] { ::setrlimit(RLIMIT_NOFILE, &usual); });
+    const ResourceLimit few(RLIMIT_NOFILE, 256);
     filetree::Write(deep + "/f", "1");
     QCOMPARE(RunJob("copier", folder.path(), {"dir s t"}), Steps(1, 1) << "done");
     QCOMPARE(RunJob("remover", folder.path(), {"dir t"}), Steps(depth + 1, depth + 1) << "done");

@@ -10,15 +10,13 @@
 
 #include <QNetworkAccessManager>
 #include <QRegularExpression>
-#include <QScopeGuard>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 
-#include <csignal>
 #include <memory>
 
 #ifndef _WIN32
-#include <sys/resource.h>
+#include "resourcelimit.h"
 #endif
 
 using namespace common::http;
@@ -167,12 +165,7 @@ void TestFileDownload::fullDisk()
 {
     const QByteArray body(9000000, 'x'); // More than what may wait in memory.
     FaultServer server({{Response("200 OK", body)}});
-    rlimit usual{};
-    getrlimit(RLIMIT_FSIZE, &usual);
-    const rlimit limited{1000000, usual.rlim_max};
-    std::signal(SIGXFSZ, SIG_IGN); // Without it the write fails, as on a full disk.
-    setrlimit(RLIMIT_FSIZE, &limited);
-    const auto restore = qScopeGuard([&] { setrlimit(RLIMIT_FSIZE, &usual); });
+    const ResourceLimit bytes(RLIMIT_FSIZE, 1000000);
     for (const bool checksum : {false, true}) { // That is of what could not be written.
         init();
         checksum ? download->SetChecksum(converter::ToMD5(body)) : download->SetFileSize(body.size());

@@ -1,6 +1,7 @@
 #include <common/shell/registryoverrider.h>
 #include <common/shell/shell.h>
 
+#include <files/filetree.h>
 #include <logger/recordinglogger.h>
 #include <table.h>
 
@@ -94,10 +95,11 @@ void TestComponents::registration()
 void TestComponents::relativeName()
 {
     const QFileInfo component(COMPONENT);
-    const QString before = QDir::currentPath();
-    QVERIFY(QDir::setCurrent(component.path()));
-    void* const library = dlopen(QFile::encodeName("./" + component.fileName()).constData(), RTLD_NOW);
-    QVERIFY(QDir::setCurrent(before));
+    void* library = nullptr;
+    {
+        const filetree::CurrentFolder current(component.path());
+        library = dlopen(QFile::encodeName("./" + component.fileName()).constData(), RTLD_NOW);
+    }
     QVERIFY(library != nullptr);
     QCOMPARE(Shell::ProcessModules(COMPONENT), QStringList(component.canonicalFilePath()));
     dlclose(library);

@@ -126,8 +126,7 @@ void TestShell::files()
     QFETCH(QStringList, lines);
 
     const QTemporaryDir dir;
-    const QString before = QDir::currentPath();
-    QVERIFY(QDir::setCurrent(dir.path()));
+    const filetree::CurrentFolder current(dir.path());
     filetree::Build(dir.path(), tree.split(", "));
     QStringList expected = after.split(", ");
     if (after.startsWith('+')) {
@@ -135,9 +134,7 @@ void TestShell::files()
     }
     expected.sort();
     const RecordingLogger log;
-    const bool answer = Call(call.split(' '));
-    QDir::setCurrent(before);
-    QCOMPARE(answer, result);
+    QCOMPARE(Call(call.split(' ')), result);
     QCOMPARE(filetree::Snapshot(dir.path()), expected);
     QCOMPARE(log.Lines("common.shell", common::logger::Debug, dir.path()), lines);
     QCOMPARE(log.lines.size(), std::size_t(lines.size())); // None of another channel.

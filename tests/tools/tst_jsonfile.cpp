@@ -10,8 +10,8 @@
 #include <QTest>
 
 #ifdef Q_OS_UNIX
-#include <csignal>
-#include <sys/resource.h>
+#include "resourcelimit.h"
+
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -209,16 +209,9 @@ void TestJsonFile::specialFiles()
 
 void TestJsonFile::fullDisk()
 {
-    // A limit on the size of files fails a write half-way, as a full disk does.
-    rlimit limit{};
-    QCOMPARE(getrlimit(RLIMIT_FSIZE, &limit), 0);
-    const rlimit tight{100000, limit.rlim_max};
-    QVERIFY(std::signal(SIGXFSZ, SIG_IGN) != SIG_ERR);
-    QCOMPARE(setrlimit(RLIMIT_FSIZE, &tight), 0);
-    const QString failure = Failure({old, QJsonObject{{"a", QString(200000, 'x')}}, ""}, &JsonFile::Save);
-    setrlimit(RLIMIT_FSIZE, &limit);
-
-    QCOMPARE(failure, "Failed to save document in file '" + old + "'!");
+    const ResourceLimit bytes(RLIMIT_FSIZE, 100000);
+    QCOMPARE(Failure({old, QJsonObject{{"a", QString(200000, 'x')}}, ""}, &JsonFile::Save),
+             "Failed to save document in file '" + old + "'!");
     QCOMPARE(filetree::Snapshot(dir->path()), untouched);
 }
 

@@ -3,13 +3,13 @@
 
 #include <logger/recordinglogger.h>
 #include <registration/usertree.h>
+#include <resourcelimit.h>
 #include <table.h>
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 
 #include <cerrno>
-#include <csignal>
 #include <functional>
 #include <future>
 #include <memory>
@@ -17,7 +17,6 @@
 #include <vector>
 
 #include <sys/file.h>
-#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -207,14 +206,11 @@ void TestUrlHandlers::threadsAtOnce()
 void TestUrlHandlers::relativeDirectories()
 {
     const QTemporaryDir work;
-    const QString before = QDir::currentPath();
-    QVERIFY(QDir::setCurrent(work.path()));
+    const filetree::CurrentFolder current(work.path());
     qputenv("XDG_CONFIG_HOME", "config");
     qputenv("XDG_DATA_HOME", "data");
-    const bool done =
-        ClickToCall::registerProtocols({"tel"}, "Phone", "Maker") && PluginUtils::RegisterPlugin(pluginId);
-    QVERIFY(QDir::setCurrent(before));
-    QVERIFY(done);
+    QVERIFY(ClickToCall::registerProtocols({"tel"}, "Phone", "Maker"));
+    QVERIFY(PluginUtils::RegisterPlugin(pluginId));
     QCOMPARE(filetree::Snapshot(work.path()), QStringList());
     const QString home = qEnvironmentVariable("HOME");
     QVERIFY(filetree::Read(home + "/.config/mimeapps.list").contains("x-scheme-handler/tel"));
@@ -271,16 +267,10 @@ void TestUrlHandlers::refused()
     QVERIFY(QDir().rmdir(store));
     QVERIFY(QFile::rename(store + ".kept", store));
 
-    // A full disk, as far as files of more than 100 bytes are concerned.
-    rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit small{100, limit.rlim_max};
-    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &small);
-    const bool unregistered = PluginUtils::UnregisterPlugin("first");
-    setrlimit(RLIMIT_FSIZE, &limit);
-    std::signal(SIGXFSZ, oldHandler);
-    QVERIFY(unregistered);
+    {
+        const ResourceLimit bytes(RLIMIT_FSIZE, 100);
+        QVERIFY(PluginUtils::UnregisterPlugin("first"));
+    }
 
     QVERIFY(PluginUtils::RegisterPlugin("second"));
     QVERIFY(PluginUtils::IsRegistered("first"));

@@ -177,12 +177,9 @@ void TestDesktop::shortcut()
 void TestDesktop::shortcutPlaces()
 {
     filetree::Build(dir->path(), {"victim=kept", "x.desktop->victim", "work/"});
-    const QString before = QDir::currentPath();
-    QVERIFY(QDir::setCurrent(dir->path()));
-    const bool made = Shell::CreateShortcut("sh", "work", "", Path("x.desktop"), "", "") &&
-                      Shell::CreateShortcut("/bin/sh", "", "", Path(".desktop"), "", "");
-    QVERIFY(QDir::setCurrent(before));
-    QVERIFY(made);
+    const filetree::CurrentFolder current(dir->path());
+    QVERIFY(Shell::CreateShortcut("sh", "work", "", Path("x.desktop"), "", ""));
+    QVERIFY(Shell::CreateShortcut("/bin/sh", "", "", Path(".desktop"), "", ""));
     QCOMPARE(filetree::Read(Path("victim")), "kept");
     QVERIFY(filetree::Read(Path("x.desktop")).endsWith("\nPath=" + Path("work").toUtf8() + '\n'));
     QVERIFY(filetree::Read(Path(".desktop")).contains("\nName=sh\n"));
@@ -190,8 +187,7 @@ void TestDesktop::shortcutPlaces()
 
 void TestDesktop::removeAfterExit()
 {
-    const QString before = QDir::currentPath();
-    QVERIFY(QDir::setCurrent(dir->path()));
+    const filetree::CurrentFolder current(dir->path());
     const QString evil[] = {"\"; touch x; \"", "-rf", "$(touch x) `touch x` * $1"};
     filetree::Build(dir->path(), {"target/sub/a=1", "link->target", "far/away/", "far/b/c=2", "b/d=3",
                                   "l->far/away", evil[0] + "/a=1", evil[1] + "/a=1", evil[2] + "/a=1"});
@@ -201,7 +197,6 @@ void TestDesktop::removeAfterExit()
     for (const QString& name : QStringList{"link", evil[0], evil[1], evil[2], "l/../b", ""}) {
         QVERIFY(Shell::RemoveAfterExit(name));
     }
-    QVERIFY(QDir::setCurrent(before));
     QVERIFY(log.lines.back().text.endsWith(") successfully started!"));
     for (const QString& name : QStringList{"link", evil[0], evil[1], evil[2], "far/b"}) {
         QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(Path(name)), 15000);

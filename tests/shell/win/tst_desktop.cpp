@@ -1,5 +1,6 @@
 #include <common/shell/shell.h>
 
+#include <files/filetree.h>
 #include <logger/recordinglogger.h>
 
 #include <QFile>
@@ -76,12 +77,11 @@ void TestDesktop::removeAfterExit()
     const QString path = QDir::toNativeSeparators(dir.filePath("a b"));
     QVERIFY(QDir().mkpath(path));
     // A planted interpreter, which would remove nothing.
-    const QString before = QDir::currentPath();
     QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), dir.filePath("cmd.exe")));
-    QVERIFY(QDir::setCurrent(dir.path()));
-    const bool started = common::Shell::RemoveAfterExit(dir.filePath("a b"));
-    QVERIFY(QDir::setCurrent(before));
-    QVERIFY(started);
+    {
+        const filetree::CurrentFolder current(dir.path());
+        QVERIFY(common::Shell::RemoveAfterExit(dir.filePath("a b")));
+    }
     QCOMPARE(log.lines.size(), 1U);
     QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(path), 20000);
     QTRY_VERIFY_WITH_TIMEOUT(dir.remove(), 20000); // The interpreter still stands in it.

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <csignal>
+
+#include <sys/resource.h>
+
+/// Lowers a limit of this process as long as it lives. With RLIMIT_FSIZE a write fails as on a full disk.
+class ResourceLimit
+{
+public:
+    ResourceLimit(decltype(RLIMIT_FSIZE) resource_, rlim_t value)
+        : resource(resource_)
+    {
+        std::signal(SIGXFSZ, SIG_IGN); // It would end the program.
+        getrlimit(resource, &usual);
+        const rlimit low{value, usual.rlim_max};
+        setrlimit(resource, &low);
+    }
+    ~ResourceLimit() { setrlimit(resource, &usual); }
+
+    ResourceLimit(const ResourceLimit&) = delete;
+    ResourceLimit& operator=(const ResourceLimit&) = delete;
+
+private:
+    const decltype(RLIMIT_FSIZE) resource;
+    rlimit usual{};
+};
