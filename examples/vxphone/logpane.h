@@ -25,7 +25,10 @@ public:
     {
         common::logger::GetLog4cpp()->Write(message);
         if (message.GetLevel() <= GetLevel()) {
-            const QString line = QTime::currentTime().toString() + QStringLiteral("  ") + *message.GetText();
+            const auto* const channel = message.GetChannel();
+            const QString name = QString::fromUtf8(channel != nullptr ? channel->name : "");
+            const QString time = QTime::currentTime().toString();
+            const QString line = QStringLiteral("%1  %2: %3").arg(time, name, *message.GetText());
             QMetaObject::invokeMethod(
                 this, [this, line] { appendPlainText(line); }, Qt::QueuedConnection);
         }

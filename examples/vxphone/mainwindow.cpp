@@ -56,7 +56,7 @@ void MainWindow::CreateContents(QWidget* people, QWidget* logPane)
     auto* const splitter = new QSplitter;
     splitter->addWidget(people);
     splitter->addWidget(column);
-    splitter->setSizes({3, 7});
+    splitter->setSizes({300, 700});
     setCentralWidget(splitter);
     dialPanel->setFocus();
 }

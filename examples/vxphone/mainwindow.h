@@ -17,8 +17,7 @@ public:
     /// @param dataFolder the directory for everything that the program keeps
     MainWindow(const QDir& dataFolder, QWidget* logPane);
 
-    /// @see CallBanner::TakeAddress
-    void TakeAddress(const QString& link) { banner->TakeAddress(link); }
+    void TakeAddress(const QString& link) { banner->TakeAddress(link); } ///< @see CallBanner
 
 protected:
     void closeEvent(QCloseEvent* event) override; ///< Waits for the current file of a running copy.

@@ -31,8 +31,7 @@ class Line : public QLabel
     Q_OBJECT
 
 public:
-    /// @param role the colour of the text
-    explicit Line(QPalette::ColorRole role = QPalette::WindowText);
+    explicit Line(QPalette::ColorRole role = QPalette::WindowText); ///< The role is that of the text.
 
     /// The symbol "done" is green; "error" is red, and so is its text.
     void Show(const QString& text, const QString& symbol = QString(), const QString& toolTip = QString());
