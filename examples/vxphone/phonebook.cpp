@@ -128,24 +128,22 @@ void PhoneBook::Load()
 {
     tools::JsonFile file(fileName, tools::cipher::AES::machineKey());
     // If the file is damaged or was encrypted with another key, it loads as no document.
-    if (file.Load() && file.Document().isObject()) {
-        const QJsonArray contactArray = file.Object()[u"contacts"_s].toArray();
-        for (const auto& value : contactArray) {
-            contacts += Contact{value[u"name"_s].toString(), value[u"address"_s].toString()};
-        }
-        const QJsonArray callArray = file.Object()[u"recentCalls"_s].toArray();
-        for (const auto& value : callArray) {
-            calls += RecentCall{value[u"address"_s].toString(),
-                                QDateTime::fromString(value[u"start"_s].toString(), Qt::ISODate),
-                                value[u"seconds"_s].toInt()};
-        }
-        return;
+    if (!file.Load() || !file.Document().isObject()) { // Put it aside, so that it is not overwritten.
+        const QString moment = QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss"_s);
+        const QString aside = u"%1.%2.unreadable"_s.arg(fileName, moment);
+        saves = QFile::rename(fileName, aside);
+        LOG_MESSAGE(Error) << "the contacts cannot be read; their file is now " << (saves ? aside : fileName);
     }
-    // Put it aside, so that it is not overwritten.
-    const QString aside =
-        fileName + QDateTime::currentDateTime().toString(u".yyyyMMdd-HHmmss.'unreadable'"_s);
-    saves = QFile::rename(fileName, aside);
-    LOG_MESSAGE(Error) << "the contacts cannot be read; their file is kept as " << (saves ? aside : fileName);
+    const QJsonArray contactArray = file.Object()[u"contacts"_s].toArray();
+    for (const auto& value : contactArray) {
+        contacts += Contact{value[u"name"_s].toString(), value[u"address"_s].toString()};
+    }
+    const QJsonArray callArray = file.Object()[u"recentCalls"_s].toArray();
+    for (const auto& value : callArray) {
+        calls += RecentCall{value[u"address"_s].toString(),
+                            QDateTime::fromString(value[u"start"_s].toString(), Qt::ISODate),
+                            value[u"seconds"_s].toInt()};
+    }
 }
 
 void PhoneBook::Save()

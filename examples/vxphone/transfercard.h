@@ -46,6 +46,7 @@ public:
         connect(again, &QPushButton::clicked, this, [this] {
             succeeded ? static_cast<void>(common::Shell::ShowFile(target)) : Q_EMIT startAsked();
         });
+        connect(this, &TransferCard::cancelled, status, [this] { status->Show(tr("Cancelling…")); });
         connect(close, &QPushButton::clicked, this, [this] { running ? Q_EMIT cancelled() : deleteLater(); });
     }
 

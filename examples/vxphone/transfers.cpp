@@ -64,7 +64,7 @@ void StartDownload(TransferCard* card, QNetworkAccessManager* network, const QUr
     QObject::connect(download, &IFileDownload::failed, card, discard);
     QObject::connect(card, &TransferCard::cancelled, download, [download, discard] {
         delete download; // It holds the file open.
-        discard(FileCopier::Aborted, {});
+        discard(FileCopier::Aborted, QObject::tr("Cancelled"));
     });
     QObject::connect(card, &TransferCard::ended, download, &QObject::deleteLater);
     card->ShowProgress(QObject::tr("Connecting…"));
@@ -93,8 +93,7 @@ void StartCopy(TransferCard* card, QThread* thread, const QString& source)
 TransferPanel::TransferPanel(const QDir& directory_)
     : directory(directory_)
 {
-    auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
+    (new QVBoxLayout(this))->setContentsMargins(0, 0, 0, 0);
     copyThread.start();
     hide();
 }
@@ -125,7 +124,9 @@ bool TransferPanel::Stop()
 {
     const auto all = findChildren<TransferCard*>();
     for (TransferCard* const card : all) {
-        Q_EMIT card->cancelled();
+        if (card->IsRunning()) {
+            Q_EMIT card->cancelled();
+        }
     }
     return !IsRunning();
 }
