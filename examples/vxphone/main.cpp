@@ -42,7 +42,7 @@ QDir ReadOptions(const QCoreApplication& application)
     // For --help only: the address is no longer among the arguments.
     parser.addOption({u"callto"_s, u"Offer an address for a call; must be the last option."_s, u"ADDRESS"_s});
     parser.process(application);
-    return QDir(parser.value(u"data"_s));
+    return {parser.value(u"data"_s)};
 }
 
 void ApplyStyle()

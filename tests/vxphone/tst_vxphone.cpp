@@ -140,7 +140,7 @@ void TestVxphone::chat()
 {
     const auto window = CreateWindow();
     window->show();
-    QWidget* const messages = window->findChild<QWidget*>("messages");
+    auto* const messages = window->findChild<QWidget*>("messages");
     auto* const line = window->findChildren<QLineEdit*>().last();
     line->setText("tel:+1-212 " + QString("word ").repeated(50));
     QTest::keyClick(line, Qt::Key_Return);
