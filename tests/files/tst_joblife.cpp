@@ -36,15 +36,15 @@ struct Work
     const QTemporaryDir folder;
 };
 
-/// A job that stands at its second item until somebody waits for it.
+/// A job that stands at its second item, and at as many after it as given, until somebody waits for it.
 template<class Job>
 struct HeldJob : Work
 {
-    HeldJob()
+    explicit HeldJob(int furtherStops = 0)
     {
         AddTo(*job);
-        log.onLine = [this, seen = 0](const QString& text) mutable {
-            if (text.startsWith("Successfully") && ++seen == 2) {
+        log.onLine = [this, furtherStops, seen = 0](const QString& text) mutable {
+            if (text.startsWith("Successfully") && ++seen >= 2 && seen <= 2 + furtherStops) {
                 arrived.release();
                 leave.acquire();
             } else if (text.startsWith("Waiting for the completion of the")) {
@@ -177,30 +177,14 @@ void TestJobLife::eventLoopInEachSlot()
 /// What an earlier job has reported and not yet emitted comes before the signals of the next one.
 void TestJobLife::restartKeepsTheOrder()
 {
-    const Work work;
-    RecordingLogger log;
-    QSemaphore arrived;
-    QSemaphore leave;
-    log.onLine = [&, seen = 0](const QString& text) mutable {
-        if (text.startsWith("Successfully") && (++seen == 2 || seen == 3)) {
-            arrived.release();
-            leave.acquire();
-        } else if (text.startsWith("Waiting for the completion of the")) {
-            leave.release();
-        }
-    };
-    FileCopier job;
-    JobRecorder recorder(&job);
-    work.AddTo(job);
-    QVERIFY(job.Copy());
-    arrived.acquire();
+    HeldJob<FileCopier> held(1);
     QCoreApplication::processEvents(); // Emits the first item. The second is reported soon after.
-    leave.release();
-    arrived.acquire();
-    QVERIFY(job.Copy());
-    QTRY_VERIFY(recorder.HasEnded());
+    held.leave.release();
+    held.arrived.acquire();
+    QVERIFY(held.job->Copy());
+    QTRY_VERIFY(held.recorder.HasEnded());
     QTest::qWait(20);
-    QCOMPARE(recorder.signalsSeen, Steps(2, 4) + Steps(4, 4) << "done");
+    QCOMPARE(held.recorder.signalsSeen, Steps(2, 4) + Steps(4, 4) << "done");
 }
 
 /// The signals follow the owner from a thread that has no event loop and ends.
