@@ -35,8 +35,9 @@ void TestHttpLifetime::actionInsideSignal_data()
     const Table<QByteArray, Answer, bool, QString> row("signal", "answer", "aborted", "what");
     const auto rows = [row](const QByteArray& signal, const Answer& answer, bool aborted = false) {
         for (const char* what : {"abort", "send", "delete", "nested"}) {
-            row(what + signal + answer.bytes.mid(8, 4) + (aborted ? " aborted" : ""), signal, answer, aborted,
-                what);
+            const QByteArray status = answer.bytes.mid(8, 4);
+            row(what + (" in " + signal.mid(1)) + status + (aborted ? " aborted" : ""), signal, answer,
+                aborted, what);
         }
     };
     const Answer ok{Response("200 OK", "body")};

@@ -97,7 +97,6 @@ int LogUntilExit()
     return failures;
 }
 
-/// Ends with a fatal message while the console is the only target.
 int LogByDefault()
 {
     logger::GetLogger()->SetLevel(logger::Debug);
@@ -105,6 +104,7 @@ int LogByDefault()
     return 0;
 }
 
+/// Ends with a fatal message while the console is the only target.
 int EndFatally()
 {
     logger::SetLogger(logger::GetLog4cpp());
