@@ -28,7 +28,7 @@ if(EXISTS "${prefix}/bin/vxphone")
     # Its window logs the address as soon as it is shown.
     file(WRITE "${WORK_DIR}/start_vxphone.sh" [=[
 "$1" --data data --callto tel:+1 &
-until grep -qs 'address to call: tel:+1' data/vxphone.log; do
+until grep -qs 'address to call: +1' data/vxphone.log; do
     kill -0 $! || exit 1
     sleep 0.1
 done
