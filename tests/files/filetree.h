@@ -84,15 +84,15 @@ inline QStringList Snapshot(const QString& folder)
     return entries;
 }
 
-/// Makes a folder the current one as long as it lives.
-class CurrentFolder
+/// Makes a directory the current one as long as it lives.
+class CurrentDirectory
 {
 public:
-    explicit CurrentFolder(const QString& path) { QDir::setCurrent(path); }
-    ~CurrentFolder() { QDir::setCurrent(before); }
+    explicit CurrentDirectory(const QString& path) { QDir::setCurrent(path); }
+    ~CurrentDirectory() { QDir::setCurrent(before); }
 
 private:
-    Q_DISABLE_COPY(CurrentFolder)
+    Q_DISABLE_COPY(CurrentDirectory)
 
     const QString before = QDir::currentPath();
 };

@@ -171,7 +171,7 @@ void TestFileJobs::CheckJob(const char* channel)
     QFETCH(QStringList, warnings);
 
     const QTemporaryDir folder;
-    const filetree::CurrentFolder current(folder.path());
+    const filetree::CurrentDirectory current(folder.path());
     filetree::Build(folder.path(), Split(tree));
     QStringList after = filetree::Snapshot(folder.path()) + Split(added);
     after.removeIf([&gone](const QString& entry) { return Split(gone).contains(entry); });

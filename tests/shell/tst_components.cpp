@@ -97,7 +97,7 @@ void TestComponents::relativeName()
     const QFileInfo component(COMPONENT);
     void* library = nullptr;
     {
-        const filetree::CurrentFolder current(component.path());
+        const filetree::CurrentDirectory current(component.path());
         library = dlopen(QFile::encodeName("./" + component.fileName()).constData(), RTLD_NOW);
     }
     QVERIFY(library != nullptr);

@@ -126,7 +126,7 @@ void TestShell::files()
     QFETCH(QStringList, lines);
 
     const QTemporaryDir dir;
-    const filetree::CurrentFolder current(dir.path());
+    const filetree::CurrentDirectory current(dir.path());
     filetree::Build(dir.path(), tree.split(", "));
     QStringList expected = after.split(", ");
     if (after.startsWith('+')) {

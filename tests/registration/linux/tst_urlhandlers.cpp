@@ -206,7 +206,7 @@ void TestUrlHandlers::threadsAtOnce()
 void TestUrlHandlers::relativeDirectories()
 {
     const QTemporaryDir work;
-    const filetree::CurrentFolder current(work.path());
+    const filetree::CurrentDirectory current(work.path());
     qputenv("XDG_CONFIG_HOME", "config");
     qputenv("XDG_DATA_HOME", "data");
     QVERIFY(ClickToCall::registerProtocols({"tel"}, "Phone", "Maker"));

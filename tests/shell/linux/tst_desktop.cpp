@@ -177,7 +177,7 @@ void TestDesktop::shortcut()
 void TestDesktop::shortcutPlaces()
 {
     filetree::Build(dir->path(), {"victim=kept", "x.desktop->victim", "work/"});
-    const filetree::CurrentFolder current(dir->path());
+    const filetree::CurrentDirectory current(dir->path());
     QVERIFY(Shell::CreateShortcut("sh", "work", "", Path("x.desktop"), "", ""));
     QVERIFY(Shell::CreateShortcut("/bin/sh", "", "", Path(".desktop"), "", ""));
     QCOMPARE(filetree::Read(Path("victim")), "kept");
@@ -187,7 +187,7 @@ void TestDesktop::shortcutPlaces()
 
 void TestDesktop::removeAfterExit()
 {
-    const filetree::CurrentFolder current(dir->path());
+    const filetree::CurrentDirectory current(dir->path());
     const QString evil[] = {"\"; touch x; \"", "-rf", "$(touch x) `touch x` * $1"};
     filetree::Build(dir->path(), {"target/sub/a=1", "link->target", "far/away/", "far/b/c=2", "b/d=3",
                                   "l->far/away", evil[0] + "/a=1", evil[1] + "/a=1", evil[2] + "/a=1"});

@@ -79,7 +79,7 @@ void TestDesktop::removeAfterExit()
     // A planted interpreter, which would remove nothing.
     QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), dir.filePath("cmd.exe")));
     {
-        const filetree::CurrentFolder current(dir.path());
+        const filetree::CurrentDirectory current(dir.path());
         QVERIFY(common::Shell::RemoveAfterExit(dir.filePath("a b")));
     }
     QCOMPARE(log.lines.size(), 1U);
