@@ -4,7 +4,6 @@
 #include <QElapsedTimer>
 #include <QLocalSocket>
 #include <QRegularExpression>
-#include <QSemaphore>
 
 #include <utility>
 #include <vector>
@@ -235,15 +234,10 @@ void TestLocalPeer::movedToThread()
 {
     QTest::failOnWarning(QRegularExpression("."));
     QThread thread;
+    thread.start();
     auto* const peer = new QtLocalPeer(nullptr, "moved");
     peer->moveToThread(&thread);
-    QSemaphore claimed;
-    connect(&thread, &QThread::started, peer, [peer, &claimed] {
-        peer->isSecondary();
-        claimed.release();
-    });
-    thread.start();
-    claimed.acquire();
+    QMetaObject::invokeMethod(peer, &QtLocalPeer::isSecondary, Qt::BlockingQueuedConnection);
     const bool sent = SendFromElsewhere("moved", "hello");
     peer->deleteLater();
     thread.quit();
