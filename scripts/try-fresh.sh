@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Runs both commands of the README in a fresh Debian, on a clean clone of what is committed here, and prints how long
-# they took: scripts/try-fresh.sh bookworm|trixie
+# Runs both commands of the README and then those of docs/getting-started.md in a fresh Debian, on a clean clone of what
+# is committed here, and prints how long they took: scripts/try-fresh.sh bookworm|trixie
+# With "guide" after the release, it runs those of docs/getting-started.md only.
 # With "packages" after the release, it installs the packages of build/packages instead, which were built on that release,
 # builds and runs examples/consumer with them, and removes them.
 # Needs root. The new system is made below TMPDIR and removed at the end. Its packages come from
@@ -10,7 +11,7 @@
 source "$(dirname "$0")/lib.sh"
 
 case "$*" in
-bookworm | trixie | "bookworm packages" | "trixie packages") suite=$1 ;;
+bookworm | trixie | "bookworm packages" | "trixie packages" | "bookworm guide" | "trixie guide") suite=$1 ;;
 *) die "name one of the supported releases of Debian: bookworm or trixie" ;;
 esac
 [ "$(id -u)" -eq 0 ] || die "only root can make and enter another system"
@@ -56,9 +57,27 @@ if [ "${2:-}" = packages ]; then
     say "All packages were installed, used and removed"
     exit 0
 fi
-for command in scripts/demo.sh scripts/test.sh; do
-    begin=$SECONDS
-    inside "/root/vxcommon/$command" || die "$command failed on $suite"
+# The commands and files of the guide, as a script.
+guide_as_script() {
+    echo 'set -ex; cd ~/vxcommon'
+    awk '
+        /^```cmake/ { print "mkdir ~/fetch; cd ~/fetch; cat >CMakeLists.txt <<\\END"; copy = 1; next }
+        /^```cpp/ { print "cat >main.cpp <<\\END"; copy = 1; next }
+        /^```/ && copy { print "END"; copy = 0 }
+        copy
+        sub(/^\$ /, "") { print $0 "\nsleep 1" }' docs/getting-started.md
+    echo 'cmp hello.txt copy.txt; grep "the file is verified" fetch.log'
+}
+
+run_inside() {
+    local begin=$SECONDS took
+    inside "${@:2}" || die "$1 failed on $suite"
     took=$((SECONDS - begin))
-    say "$command on $suite: $((took / 60)) min $((took % 60)) s"
-done
+    say "$1 on $suite: $((took / 60)) min $((took % 60)) s"
+}
+if [ $# -eq 1 ]; then
+    run_inside scripts/demo.sh /root/vxcommon/scripts/demo.sh
+    run_inside scripts/test.sh /root/vxcommon/scripts/test.sh
+fi
+guide_as_script >"$root/root/guide.sh"
+run_inside docs/getting-started.md bash /root/guide.sh
