@@ -11,7 +11,7 @@ cmake_path(GET libgcc PARENT_PATH gcc_dir)
 set(gcc_headers "${gcc_dir}/include/c++")
 # Not the headers of this machine, which Clang would add.
 set(CMAKE_CXX_FLAGS_INIT
-    "-nostdlibinc -isystem ${gcc_headers} -isystem ${gcc_headers}/${triplet} -isystem /usr/${triplet}/include -Wmicrosoft")
+    "-nostdlibinc -isystem ${gcc_headers} -isystem ${gcc_headers}/${triplet} -isystem /usr/${triplet}/include -Wmicrosoft -Wno-unused-command-line-argument")
 foreach(kind EXE SHARED MODULE)
     set(CMAKE_${kind}_LINKER_FLAGS_INIT "-L${gcc_dir} -L/usr/${triplet}/lib")
 endforeach()

@@ -154,6 +154,11 @@ private:
     Q_DISABLE_COPY(ILoggerOperations)
 };
 
+class ILogger;
+
+/// Calls `logger->Destroy()`, or does nothing if `logger` is null.
+VXCOMMON_EXPORT void DestroyLogger(ILogger* logger);
+
 /**
  * Receives log lines. Any thread may call Write; all other operations belong to the thread that configures
  * logging.
@@ -164,20 +169,12 @@ public:
     /// Calls the virtual Destroy, or does nothing if `this` is null. C++ leaves a call through null
     /// undefined, so the pointer is tested out of line, where the compiler knows nothing about it. Sanitizers
     /// still report such a call; use DestroyLogger where a pointer may be null.
-    void Destroy(std::nullptr_t = nullptr);
+    void Destroy(std::nullptr_t = nullptr) { DestroyLogger(this); }
 };
 
 #ifdef __GNUC__
 #pragma GCC diagnostic pop
 #endif
-
-/// Calls `logger->Destroy()`, or does nothing if `logger` is null.
-VXCOMMON_EXPORT void DestroyLogger(ILogger* logger);
-
-inline void ILogger::Destroy(std::nullptr_t)
-{
-    DestroyLogger(this);
-}
 
 /**
  * The default logger: writes through Qt's logging, each line in a category named after its channel.
