@@ -1,6 +1,7 @@
 #include "reference.h"
 
 #include <QCoreApplication>
+#include <QFile>
 
 #include <algorithm>
 
@@ -214,6 +215,13 @@ QString OptionNames(const Options& options)
     return names.join(u' ');
 }
 
+QString Template(const QString& shell)
+{
+    QFile file(u":/completion/"_s + shell);
+    file.open(QFile::ReadOnly);
+    return QString::fromUtf8(file.readAll());
+}
+
 QString BashCompletion()
 {
     const QString firstWords = FirstWords().join(u' ');
@@ -229,40 +237,11 @@ QString BashCompletion()
         cases += u"    '%1 '*) options+=' %2' files=%3 ;;\n"_s.arg(
             command.name, OptionNames(command.options), TakesFiles(command.arguments) ? u"1"_s : QString());
     }
-    return u"# Completion of vxtool for bash.\n"
-           "_vxtool()\n"
-           "{\n"
-           "  local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}\n"
-           "  local i files='' words='' options='%1'\n"
-           "  local -a names=()\n"
-           "  for ((i = 1; i < COMP_CWORD; ++i)); do\n"
-           "    case ${COMP_WORDS[i]} in\n"
-           "    %2) ((++i)) ;;\n"
-           "    -*) ;;\n"
-           "    *) names+=(\"${COMP_WORDS[i]}\") ;;\n"
-           "    esac\n"
-           "  done\n"
-           "  case $prev in\n"
-           "  %3) compopt -o default; return ;;\n"
-           "  %4) compopt -o dirnames; return ;;\n"
-           "  %2) return ;;\n"
-           "  esac\n"
-           "  case \"${names[*]:0:2} \" in\n"
-           "%5"
-           "  esac\n"
-           "  if [[ $cur == -* ]]; then\n"
-           "    words=$options\n"
-           "  elif [[ $files ]]; then\n"
-           "    compopt -o default\n"
-           "    return\n"
-           "  fi\n"
-           "  mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$cur\")\n"
-           "}\n"
-           "complete -F _vxtool vxtool\n"_s.arg(
-               OptionNames(GlobalOptions()),
-               OptionPattern([](const QString& valueName) { return !valueName.isEmpty(); }),
-               OptionPattern([](const QString& valueName) { return valueName == "FILE"_L1; }),
-               OptionPattern([](const QString& valueName) { return valueName == "DIR"_L1; }), cases);
+    return Template(u"bash"_s).arg(
+        OptionNames(GlobalOptions()),
+        OptionPattern([](const QString& valueName) { return !valueName.isEmpty(); }),
+        OptionPattern([](const QString& valueName) { return valueName == "FILE"_L1; }),
+        OptionPattern([](const QString& valueName) { return valueName == "DIR"_L1; }), cases);
 }
 
 QString ZshQuoted(QString text)
@@ -291,6 +270,19 @@ QString ZshOptions(const Options& options)
     return text;
 }
 
+/// Returns the branches of a case that complete the options and arguments of each command.
+QString ZshCases()
+{
+    QString cases;
+    for (const Command& command : Commands()) {
+        cases += u"    ('%1') _arguments $global \\\n%2      '*:%3:%4' ;;\n"_s.arg(
+            command.name, ZshOptions(command.options).replace(u"\n"_s, u" \\\n"_s),
+            TakesFiles(command.arguments) ? u"file"_s : u"argument"_s,
+            TakesFiles(command.arguments) ? u"_files"_s : u" "_s);
+    }
+    return cases;
+}
+
 QString ZshCompletion()
 {
     QString groups;
@@ -309,51 +301,9 @@ QString ZshCompletion()
             groups += u"    (%1) commands=(%2) ;;\n"_s.arg(word, second.join(u' '));
         }
     }
-    QString cases;
-    for (const Command& command : Commands()) {
-        cases += u"    ('%1') _arguments $global \\\n%2      '*:%3:%4' ;;\n"_s.arg(
-            command.name, ZshOptions(command.options).replace(u"\n"_s, u" \\\n"_s),
-            TakesFiles(command.arguments) ? u"file"_s : u"argument"_s,
-            TakesFiles(command.arguments) ? u"_files"_s : u" "_s);
-    }
-    return u"#compdef vxtool\n"
-           "# Completion of vxtool for zsh.\n"
-           "_vxtool() {\n"
-           "  local curcontext=$curcontext state line name\n"
-           "  local -a global commands\n"
-           "  typeset -A opt_args\n"
-           "  global=(\n%1  )\n"
-           "  _arguments -C $global \\\n%2    '1:command:->command' '*::argument:->argument' && return\n"
-           "  case $state in\n"
-           "  (command)\n"
-           "    commands=(\n      %3\n    )\n"
-           "    _describe -t commands command commands ;;\n"
-           "  (argument)\n"
-           "    if [[ $words[1] == help ]] && (( CURRENT > 2 )); then\n"
-           "      shift words\n"
-           "      (( CURRENT-- ))\n"
-           "    fi\n"
-           "    name=$words[1]\n"
-           "    case $name in\n"
-           "    (help) commands=(%4) ;;\n"
-           "%5"
-           "    esac\n"
-           "    if (( $#commands && CURRENT == 2 )); then\n"
-           "      _describe -t commands command commands\n"
-           "      return\n"
-           "    elif (( $#commands )); then\n"
-           "      name+=\" $words[2]\"\n"
-           "      shift words\n"
-           "      (( CURRENT-- ))\n"
-           "    fi\n"
-           "    case $name in\n"
-           "%6"
-           "    esac ;;\n"
-           "  esac\n"
-           "}\n"
-           "_vxtool \"$@\"\n"_s.arg(ZshOptions(GlobalOptions()),
-                                    ZshOptions(ProgramOptions()).replace(u"\n"_s, u" \\\n"_s),
-                                    words.join(u"\n      "_s), FirstWords().join(u' '), groups, cases);
+    return Template(u"zsh"_s).arg(ZshOptions(GlobalOptions()),
+                                  ZshOptions(ProgramOptions()).replace(u"\n"_s, u" \\\n"_s),
+                                  words.join(u"\n      "_s), FirstWords().join(u' '), groups, ZshCases());
 }
 
 } // namespace

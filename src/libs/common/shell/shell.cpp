@@ -10,16 +10,12 @@
 #include "shellservices.h"
 #include "treeremoval.h"
 
-#include <QDateTime>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QLocale>
 #include <QRegularExpression>
-#include <QStandardPaths>
 
 #include <algorithm>
-#include <atomic>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -31,9 +27,6 @@ namespace
 {
 
 constexpr logger::Channel logChannel{"common.shell"};
-
-/// Where the numbers of temporary names begin: three digits make the first names of a process sort in order.
-constexpr int firstTempNumber = 100;
 
 /// The canonical path that `path` has or, if nothing is there yet, will have.
 QString CanonicalPlace(const QString& path)
@@ -275,67 +268,6 @@ QString DriveOf(const QString& path)
 }
 
 } // namespace
-
-QString Shell::AppPath()
-{
-    return shellservices::FolderPath(shellservices::Folder::ApplicationData);
-}
-
-QString Shell::DesktopPath()
-{
-    return shellservices::FolderPath(shellservices::Folder::Desktop);
-}
-
-QString Shell::StartMenuPath()
-{
-    return shellservices::FolderPath(shellservices::Folder::Programs);
-}
-
-QString Shell::QuickLaunchPath()
-{
-    QString path = AppPath();
-    if (!path.isEmpty()) {
-        path += QLatin1String("/Microsoft/Internet Explorer/Quick Launch");
-    }
-    return QDir::toNativeSeparators(path);
-}
-
-bool Shell::IsQuickLaunchAvailable()
-{
-    return false;
-}
-
-QString Shell::applicationDirPath()
-{
-    const QString executable = shellservices::ExecutablePath();
-    if (executable.isEmpty()) {
-        LOG_MESSAGE(logger::Error) << "Shell::applicationDirPath failed";
-        return {};
-    }
-    return QFileInfo(executable).absolutePath();
-}
-
-QString Shell::TempPath()
-{
-    static std::atomic<int> nextNumber{firstTempNumber};
-
-    const QString directory = QStandardPaths::writableLocation(QStandardPaths::TempLocation);
-    const QString time = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMddHHmmss"));
-    return QDir::toNativeSeparators(directory) + QDir::separator() +
-           QStringLiteral("QUOLL_%1_%2").arg(time).arg(nextNumber++);
-}
-
-bool Shell::Is64BitSystem()
-{
-    return true;
-}
-
-QString Shell::LocaleName()
-{
-    const QLocale locale = QLocale::system();
-    const QStringList languages = locale.uiLanguages();
-    return languages.isEmpty() ? locale.name() : languages.first();
-}
 
 bool Shell::Copy(const QString& source, const QString& destination, bool overwrite)
 {

@@ -8,6 +8,17 @@
 namespace common
 {
 
+namespace
+{
+
+QFileInfoList EntriesOf(const OpenDirectory& directory)
+{
+    return QDir(directory.Path())
+        .entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+}
+
+} // namespace
+
 bool RemoveTree(const QString& path)
 {
     struct Level
@@ -26,9 +37,7 @@ bool RemoveTree(const QString& path)
             return false;
         }
         directories.back().id = opened.Id();
-        levels.push_back({directory, QDir(opened.Path())
-                                         .entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System |
-                                                        QDir::NoDotAndDotDot)});
+        levels.push_back({directory, EntriesOf(opened)});
         return true;
     };
     bool allRemoved = enter(-1, path);
