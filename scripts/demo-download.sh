@@ -38,33 +38,7 @@ printf "\\x$(printf %x $(((byte + 1) % 256)))" |
 md5=$(md5sum <"$dir/root/update.bin" | cut -d' ' -f1)
 chmod -R a+rX "$dir"
 
-nginx=$(PATH=$PATH:/usr/sbin command -v nginx)
-for _ in {1..10}; do
-    port=$((20000 + RANDOM % 12000))
-    cat >"$dir/nginx.conf" <<CONF
-daemon off;
-pid $dir/nginx.pid;
-error_log $dir/error.log;
-events {}
-http {
-    access_log off;
-    sendfile on;
-    client_body_temp_path $dir/tmp; proxy_temp_path $dir/tmp; fastcgi_temp_path $dir/tmp;
-    uwsgi_temp_path $dir/tmp; scgi_temp_path $dir/tmp;
-    server { listen 127.0.0.1:$port; root $dir/root; }
-}
-CONF
-    "$nginx" -c "$dir/nginx.conf" 2>>"$dir/error.log" &
-    server_pid=$!
-    # nginx writes the file once it holds its port.
-    for _ in {1..50}; do
-        [ -s "$dir/nginx.pid" ] && break 2
-        kill -0 $server_pid 2>/dev/null || break
-        sleep 0.1
-    done
-    server_pid=
-done
-[ -n "$server_pid" ] || { cat "$dir/error.log" >&2; die "nginx did not start"; }
+serve "$dir"
 
 say "Downloading it, checked by size and MD5 sum $md5"
 "$vxtool" download "http://127.0.0.1:$port/update.bin" "$dir/got/update.bin" --size "$size" --md5 "$md5"

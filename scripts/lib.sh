@@ -39,3 +39,35 @@ build() {
         quietly cmake --build --preset "$@"
     fi
 }
+
+# Serves DIR/root on a free port of the loopback: serve DIR [DIRECTIVE...]. Sets port and server_pid.
+serve() {
+    local dir=$1 nginx
+    nginx=$(PATH=$PATH:/usr/sbin command -v nginx)
+    for _ in {1..10}; do
+        port=$((20000 + RANDOM % 12000))
+        cat >"$dir/nginx.conf" <<CONF
+daemon off;
+pid $dir/nginx.pid;
+error_log $dir/error.log;
+events {}
+http {
+    access_log off;
+    sendfile on;
+    client_body_temp_path $dir/tmp; proxy_temp_path $dir/tmp; fastcgi_temp_path $dir/tmp;
+    uwsgi_temp_path $dir/tmp; scgi_temp_path $dir/tmp;
+    server { listen 127.0.0.1:$port; root $dir/root; ${*:2} }
+}
+CONF
+        "$nginx" -c "$dir/nginx.conf" 2>>"$dir/error.log" &
+        server_pid=$!
+        # nginx writes the file once it holds its port.
+        for _ in {1..50}; do
+            [ ! -s "$dir/nginx.pid" ] || return 0
+            kill -0 $server_pid 2>/dev/null || break
+            sleep 0.1
+        done
+    done
+    cat "$dir/error.log" >&2
+    die "nginx did not start"
+}

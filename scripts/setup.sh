@@ -19,7 +19,7 @@ packages_of() {
     local readers="mandoc zsh" # Of the manual page and the completions of vxtool.
     case $1 in
     demo) echo "$build nginx-light openssl python3" ;;
-    gui-demo) echo "xvfb openbox xdotool imagemagick dbus-daemon fonts-dejavu-core" ;;
+    gui-demo) echo "xvfb xauth openbox xdotool imagemagick dbus-daemon fonts-dejavu-core" ;;
     test) echo "$build valgrind python3 $servers $desktop $packers $readers" ;;
     build) echo "$build" ;;
     windows) echo "$build $servers g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb xauth" ;;

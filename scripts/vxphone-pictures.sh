@@ -9,20 +9,6 @@ work=$project_dir/build/demo/vxphone
 pictures=$work/pictures
 vxphone=${VXPHONE:-$project_dir/build/release/examples/vxphone/vxphone}
 
-case "${1:-}" in
-"" | --renew) ;;
-*) die "unknown argument \"$1\"; the script takes --renew or nothing" ;;
-esac
-
-if [ -z "${VXPHONE:-}" ]; then
-    scripts/setup.sh demo gui-demo
-    say "Configuring and building (release)"
-    quietly cmake --preset release
-    build release --target vxphone
-fi
-rm -rf "$work"
-mkdir -p "$pictures" "$work/tmp"
-
 pids=()
 stop_all() {
     for ((i = ${#pids[@]} - 1; i >= 0; --i)); do
@@ -54,30 +40,23 @@ dark_colours() {
     export XDG_CURRENT_DESKTOP=KDE KDE_SESSION_VERSION=5 KDE_FULL_SESSION=true
 }
 
-# A display with a window manager and a bus, and a server that takes its time, so that a download can be watched.
+# A window manager, and a server that takes its time, so that a download can be watched.
 # Nothing of the user's own is touched, and an instance that runs already is not met.
 start_surroundings() {
     export HOME=$work/home-$mode TMPDIR=$work/tmp QT_QPA_PLATFORM=xcb QT_SCALE_FACTOR=$1
     export LANG=en_GB.UTF-8
-    unset LC_ALL XDG_CONFIG_HOME XDG_DATA_HOME XDG_CACHE_HOME XDG_CURRENT_DESKTOP KDE_SESSION_VERSION KDE_FULL_SESSION DBUS_SESSION_BUS_ADDRESS WAYLAND_DISPLAY
+    unset LC_ALL XDG_CONFIG_HOME XDG_DATA_HOME XDG_CACHE_HOME XDG_CURRENT_DESKTOP KDE_SESSION_VERSION KDE_FULL_SESSION
+    unset WAYLAND_DISPLAY
     mkdir -p "$HOME/Music"
-    rm -f "$work"/{display,ready,bus,port}
-    Xvfb -displayfd 3 -screen 0 1600x1200x24 -nolisten tcp 3>"$work/display" 2>/dev/null &
-    pids+=($!)
-    until [ -s "$work/display" ]; do sleep 0.1; done
-    DISPLAY=:$(cat "$work/display")
-    export DISPLAY
+    rm -f "$work"/{ready,nginx.pid}
     openbox --sm-disable --startup "touch $work/ready" >/dev/null 2>&1 &
     pids+=($!)
     until [ -e "$work/ready" ]; do sleep 0.1; done
-    dbus-daemon --session --nofork --print-address >"$work/bus" 2>/dev/null &
-    pids+=($!)
-    until [ -s "$work/bus" ]; do sleep 0.1; done
-    DBUS_SYSTEM_BUS_ADDRESS=$(cat "$work/bus")
-    export DBUS_SYSTEM_BUS_ADDRESS
-    python3 scripts/slow-server.py 48 6 >"$work/port" &
-    pids+=($!)
-    until [ -s "$work/port" ]; do sleep 0.1; done
+    # The bus of the session serves as that of the system.
+    export DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SESSION_BUS_ADDRESS
+    unset DBUS_SESSION_BUS_ADDRESS
+    serve "$work" limit_rate 6m\;
+    pids+=("$server_pid")
     [ "$mode" != dark ] || dark_colours
 }
 
@@ -141,7 +120,7 @@ tour() { # MODE SCALE
     sleep 1
     type_text "Thanks. I am back at ten, and then we go through the list of open points one by one until everybody has had a say; bring the figures."
     key Return
-    download "http://127.0.0.1:$(cat "$work/port")/skins.zip"
+    download "http://127.0.0.1:$port/skins.zip"
     sleep 2
     picture call
     key alt+n
@@ -166,10 +145,27 @@ tour() { # MODE SCALE
     stop_all
 }
 
-tour light 1
-tour dark 1
-tour larger 1.5
-tour double 2
+case "${1:-}" in
+"" | --renew) ;;
+tour) # From below.
+    tour "$2" "$3"
+    exit
+    ;;
+*) die "unknown argument \"$1\"; the script takes --renew or nothing" ;;
+esac
+if [ -z "${VXPHONE:-}" ]; then
+    scripts/setup.sh demo gui-demo
+    say "Configuring and building (release)"
+    quietly cmake --preset release
+    build release --target vxphone
+fi
+rm -rf "$work"
+mkdir -p "$pictures" "$work"/{root,tmp}
+truncate --size=48M "$work/root/skins.zip"
+for look in "light 1" "dark 1" "larger 1.5" "double 2"; do
+    # shellcheck disable=SC2086
+    xvfb-run --auto-servernum --server-args="-screen 0 1600x1200x24" dbus-run-session -- "$0" tour $look
+done
 if [ "${1:-}" = --renew ]; then
     cp "$pictures/light-call.png" docs/images/vxphone-call.png
     cp "$pictures/dark-next-call.png" docs/images/vxphone-dark.png
