@@ -177,7 +177,7 @@ void CopyTree(benchmark::State& state, const char* variant, const fs::path& plac
 
 void CopyBigFile(benchmark::State& state, bool ours)
 {
-    // A disk takes one to nine seconds for the same copy, whoever makes it.
+    // A disk takes one to nine seconds for the same copy, by cp as well.
     const Work work(HasRoomInMemory() ? fs::path(memory) : fs::temp_directory_path());
     work.MakeBigFile();
     Measure(

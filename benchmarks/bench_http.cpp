@@ -64,7 +64,7 @@ QString ServedSum()
 
 constexpr double kibOfMib = 1024;
 
-/// Makes the present memory of this process its peak, so that PeakMib tells that of what follows.
+/// Resets the peak memory of this process, so that PeakMib returns that of what follows.
 void ResetPeak()
 {
     QFile file(QStringLiteral("/proc/self/clear_refs"));

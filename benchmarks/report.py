@@ -51,7 +51,7 @@ def time_of(benchmark):
 
 
 def cost(benchmark):
-    """What one iteration, or where it is told one item of it, takes in nanoseconds."""
+    """The time of one iteration, or of one item if their number is known, in nanoseconds."""
     if "items_per_second" in benchmark:
         return 1e9 / benchmark["items_per_second"]
     return time_of(benchmark)
@@ -87,6 +87,18 @@ def table(sizes, limits):
             limit = limits.get(peer)
             cells.append(f"{ratio:.2f}" + (f" (at most {limit:.2f})" if limit else ""))
         lines.append("| " + " | ".join(cells) + " |")
+    return lines
+
+
+def summary(described, topics):
+    """The topics with a limit, with the worst ratio of their sizes."""
+    lines = ["| Path | Peer | Ratio | At most |", "|---|---|---|---|"]
+    for topic, about in described.items():
+        for peer, limit in about.get("limits", {}).items():
+            rows = [row for row in topics.get(topic, {}).values() if OURS in row and peer in row]
+            if rows:
+                ratio = max(cost(row[OURS]) / cost(row[peer]) for row in rows)
+                lines.append(f"| {topic} | {peer} | {ratio:.2f} | {limit:.2f} |")
     return lines
 
 
@@ -152,6 +164,8 @@ def page(described, topics, folder, plot_folder):
         "Made by `scripts/bench.sh`; do not edit. Every row comes from one run on one machine: "
         f"{context(folder)}. Each figure is the median of some repetitions, which take turns. The ratios are what counts; "
         "below 1 the library is the faster one.",
+        "",
+        *summary(described, topics),
     ]
     title = None
     known = [topic for topic in described if topic in topics]

@@ -35,7 +35,7 @@ set(VXCOMMON_CIPHER_IV "C4D17E09A2B6483F9E5A10D7B3F2686C" CACHE STRING
 set(VXCOMMON_MACHINE_KEY_BASE "7AE3059C1D6B4F82A9C4E0136D5FB27E" CACHE STRING
     "32 upper-case hexadecimal digits that the user's name is mixed into to make the machine key")
 set(VXCOMMON_MACHINE_KEY_DEFAULT_USER "{5D0C8E21-7B3F-4A96-B1E4-2F6A90C3D718}" CACHE STRING
-    "Braced GUID that stands for the user's name where the system tells none")
+    "Braced GUID that stands for the user's name if the system has none")
 
 foreach(name CIPHER_IV MACHINE_KEY_BASE)
     string(LENGTH "${VXCOMMON_${name}}" length)

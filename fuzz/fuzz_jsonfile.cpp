@@ -1,4 +1,4 @@
-// Loads any bytes as a JSON file, plain and enciphered, and saves what it understood.
+// Loads any bytes as a JSON file, plain and encrypted, and saves what it understood.
 
 #include "fuzztarget.h"
 
@@ -20,8 +20,8 @@ void RunInput(const QByteArray& input)
         Require(file.open(QIODevice::WriteOnly) && file.write(input) == input.size(),
                 "the file can be written");
     }
-    JsonFile enciphered(path, key);
-    Require(enciphered.Load(), "any file can be loaded with a key");
+    JsonFile encrypted(path, key);
+    Require(encrypted.Load(), "any file can be loaded with a key");
     JsonFile plain(path, QString());
     Require(plain.Load(), "any file can be loaded");
     if (plain.Document().isNull()) {
@@ -29,9 +29,9 @@ void RunInput(const QByteArray& input)
     }
 
     Require(JsonFile(path, plain.Document(), QString()).Save() && plain.Load(), "a document can be saved");
-    Require(JsonFile(path, plain.Document(), key).Save() && enciphered.Load(), "it can be saved with a key");
-    Require(JsonFile(path, enciphered.Document(), QString()).Save() && plain.Load(), "and without it again");
-    Require(plain.Document() == enciphered.Document(), "a key changes nothing");
+    Require(JsonFile(path, plain.Document(), key).Save() && encrypted.Load(), "it can be saved with a key");
+    Require(JsonFile(path, encrypted.Document(), QString()).Save() && plain.Load(), "and without it again");
+    Require(plain.Document() == encrypted.Document(), "a key changes nothing");
     common::logger::Message(nullptr, nullptr, common::logger::Debug, "", "", 0).GetStream()
         << plain.Document();
 }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs the benchmarks. Without arguments it runs all and writes docs/performance.md anew; with names it runs these only
+# Runs the benchmarks. Without arguments it runs all and writes docs/performance.md; with names it runs these only
 # and prints what they found: scripts/bench.sh logging addresses
 
 source "$(dirname "$0")/lib.sh"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Downloads a file from a real web server on the loopback, checked by size and MD5 sum, then a corrupted one, which must
 # fail: scripts/demo-download.sh [MEGABYTES]
-# The server is nginx with a configuration of its own in a temporary folder; it is stopped at the end.
+# The server is nginx with its files in a temporary directory; it is stopped at the end.
 
 source "$(dirname "$0")/lib.sh"
 

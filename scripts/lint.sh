@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Checks format, clang-tidy and cppcheck over the tree, or over the given sources only: scripts/lint.sh [SOURCE...]
-# Over the whole tree it also builds with Clang for Windows, where a Windows SDK is to be had, and runs the tests.
+# Without arguments and if a Windows SDK is available, it also builds with Clang for Windows and runs the tests.
 
 source "$(dirname "$0")/lib.sh"
 

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Runs a Windows program under Wine with a prefix and a display of its own: scripts/run-wine.sh SDK PROGRAM ARGUMENTS...
-# The DLLs of the SDK, of the compiler and of the build (in VXCOMMON_WINE_BUILD, or build/windows-mingw) are on its path.
+# Runs a Windows program under Wine with a separate prefix: scripts/run-wine.sh SDK PROGRAM ARGUMENTS...
+# The DLLs of the SDK, of the compiler and of the build are on its path. VXCOMMON_WINE_BUILD names the build directory
+# (default: build/windows-mingw).
 
 set -euo pipefail
 
@@ -40,8 +41,8 @@ fi
 # What it prints goes to files first: a console that outlives the program would keep a pipe open for ever.
 output=$(mktemp -d)
 trap 'rm -rf "$output"' EXIT
-# Without a console QtTest reports to the debugger, unless it is told a file. The limit, in seconds, is below that of the
-# test, so that a test that hangs tells how far it came.
+# Without a console QtTest reports to the debugger, unless it is given a file. The limit, in seconds, is below that of
+# the test, so that the report of a test that hangs is still printed.
 report=()
 limit=0
 case $(basename "$program") in

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a task needs and that are missing: scripts/setup.sh build|demo|test|clang|windows|bench|fuzz|docs|package|lint|fresh...
-# Asks nothing; runs apt as root or through sudo.
+# Installs the missing Debian packages of one or more tasks: scripts/setup.sh TASK...
+# The tasks: build, demo, gui-demo, test, clang, windows, bench, fuzz, docs, package, lint, fresh.
+# Runs unattended, as root or through sudo.
 
 source "$(dirname "$0")/lib.sh"
 

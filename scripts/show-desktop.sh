@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Shows registration and watchers at work on a throwaway desktop: a home, an X server and a system bus of its own.
+# Shows registration and watchers at work on a throwaway desktop: a separate home, X server and system bus.
 # Takes two and a half minutes, most of it waiting for the user to be idle: scripts/show-desktop.sh [VXTOOL]
 
 source "$(dirname "$0")/lib.sh"
@@ -69,7 +69,7 @@ done
 wait_for 10 "$work/sleep" wake >/dev/null
 kill "$watch"
 cat "$work/sleep"
-expect "what was told" "$(cut -f 2 "$work/sleep" | paste -sd ' ')" "watching sleep wake"
+expect "events" "$(cut -f 2 "$work/sleep" | paste -sd ' ')" "watching sleep wake"
 
 say "The user rests for more than a minute, then moves the pointer"
 "$vxtool" watch --idle --for 130 >"$work/idle" &

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Lets one process log, download, copy, watch and receive texts among faults for 20 minutes, or as many as the argument
-# says, and tells whether all it promised held: scripts/soak.sh [MINUTES [SVG]]
+# Runs one process that logs, downloads, copies, watches and receives messages among faults for 20 minutes, or as many
+# as the argument says, and reports whether it kept all promises: scripts/soak.sh [MINUTES [SVG]]
 
 source "$(dirname "$0")/lib.sh"
 

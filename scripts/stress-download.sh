@@ -18,7 +18,7 @@ out=$(mktemp -d)
 trap 'rm -rf "$out"' EXIT
 url=http://127.0.0.1:$SERVER_HTTP
 
-# The most memory of its own, in kB, that a command has while it runs. A mapped file is memory of the page cache.
+# Peak of the private memory of a command, in kB. A mapped file belongs to the page cache.
 own_memory_of() {
     local peak=0 now
     "$@" >"$out/stdout" 2>"$out/stderr" &
@@ -40,7 +40,7 @@ baseline=$(own_memory_of "$vxtool" get "$url/slow" --timeout 30)
 peak=$(own_memory_of "$vxtool" download "$url/sparse.bin" "$out/sparse.bin" --size $size --md5 "$md5")
 cmp "$SERVER_ROOT/sparse.bin" "$out/sparse.bin"
 cat "$out/stdout"
-say "Memory of its own: $((peak / 1024)) MB at most, $(((peak - baseline) / 1024)) MB more than a small request takes"
+say "Private memory: $((peak / 1024)) MB at most, $(((peak - baseline) / 1024)) MB more than a small request takes"
 ((peak - baseline < 64 * 1024)) || die "that is too much"
 rm -f "$out/sparse.bin" "$SERVER_ROOT/sparse.bin"
 

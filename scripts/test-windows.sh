@@ -44,7 +44,7 @@ say "What the SDK has: $(sed -n 's/^VXCOMMON_WITH_\(.*\):BOOL=/\1=/p' "$build_di
 build "$preset"
 
 say "Running the tests under Wine ($preset)"
-# One server for all tests, on a display of its own: otherwise each test would start and stop a server.
+# One server for all tests, on a separate display: otherwise each test would start and stop a server.
 export VXCOMMON_WINE_BUILD=$build_dir
 export WINEPREFIX=$build_dir/wineprefix
 wineserver=/usr/lib/wine/wineserver64

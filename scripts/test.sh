@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds and runs all tests: natively, then for Windows under Wine where a Windows SDK is to be had.
+# Builds and runs all tests: natively, then for Windows under Wine if a Windows SDK is available.
 # With arguments it runs these presets only, such as: scripts/test.sh clang asan tsan
 
 source "$(dirname "$0")/lib.sh"

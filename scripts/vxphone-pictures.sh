@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Goes through the states of vxphone on a display of its own and makes a picture of each in build/demo/vxphone/pictures.
+# Goes through the states of vxphone on a separate display and makes a picture of each in build/demo/vxphone/pictures.
 #   scripts/vxphone-pictures.sh           light, dark, and at the scales 1.5 and 2
 #   scripts/vxphone-pictures.sh --renew   also puts the two of the README into docs/images
 

@@ -102,7 +102,7 @@ bool KeepSecret(const QString& path)
     tools::JsonFile written(path, secret, key);
     tools::JsonFile read(path, key);
     const bool kept = written.Save() && read.Load() && read.Object() == secret;
-    return Tell("enciphered JSON", kept && !Contents(path).contains("quoll"), path);
+    return Tell("encrypted JSON", kept && !Contents(path).contains("quoll"), path);
 }
 
 bool FindLinks()

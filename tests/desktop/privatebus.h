@@ -4,7 +4,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
-/// A D-Bus daemon of its own, on which everybody may do everything.
+/// A separate D-Bus daemon, on which anyone may do anything.
 class PrivateBus
 {
 public:

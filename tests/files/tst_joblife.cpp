@@ -101,7 +101,7 @@ void TestLife()
     QTRY_COMPARE(held.recorder.signalsSeen, expected[action]);
     QTest::qWait(50);
     QCOMPARE(held.recorder.signalsSeen, expected[action]);
-    // The action itself tells nothing: that is left to the event loop.
+    // The action itself reports nothing: that is left to the event loop.
     QCOMPARE(toldBefore, inReceiver ? 1 : 0);
 }
 
@@ -152,14 +152,15 @@ void TestJobLife::copier_data()
     }
 }
 
-/// An event loop, as that of a message box, ends what the job needs no more; all is told nevertheless.
+/// An event loop, as that of a message box, ends what the job no longer needs; everything is reported
+/// nevertheless.
 void TestJobLife::eventLoopInEachSlot()
 {
     HeldJob<FileCopier> held;
     connect(held.job.get(), &FileCopier::progress, this, [] { QTest::qWait(1); });
     held.leave.release();
     while (!held.LastLine().contains(" finished in ")) {
-        QThread::msleep(1); // Then all that is to be told is there at once.
+        QThread::msleep(1); // Then everything to report is there at once.
     }
     QCOMPARE(held.recorder.Wait(), Steps(4, 4) << "done");
 

@@ -63,7 +63,8 @@ void TestSvgIcon::fade()
             const int last = image.width() - 2;
             const int middle = image.width() / 2;
             const QRgb both = image.pixel(1, 1);
-            QVERIFY(qAbs(qBlue(both) - opacity) <= 1 && qAbs(qRed(both) - (255 - opacity)) <= 1);
+            QVERIFY(qAbs(qBlue(both) - opacity) <= 1);
+            QVERIFY(qAbs(qRed(both) - (255 - opacity)) <= 1);
             QVERIFY(qAbs(qAlpha(image.pixel(last, 1)) - opacity) <= 1);
             // Rendered at each size, not scaled: the edge is sharp.
             QCOMPARE(image.pixel(middle - 1, last), qRgba(255, 0, 0, 255));

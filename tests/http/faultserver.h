@@ -23,7 +23,7 @@ struct Answer
 QByteArray Response(const QByteArray& status, const QByteArray& body,
                     const QByteArray& headers = QByteArray());
 
-/// A server on the loopback that misbehaves as told, a connection at a time; the last answer repeats.
+/// A server on the loopback that misbehaves as configured, one connection at a time; the last answer repeats.
 class FaultServer : public QTcpServer
 {
 public:

@@ -8,10 +8,10 @@
 
 #include <memory>
 
-/// What a request tells that ends well.
+/// The signals of a request that succeeds.
 inline const QString success = "replyFinished, binary, finished";
 
-/// Keeps what a request tells, in its order, but for progress, which comes as often as Qt likes.
+/// Records the signals of a request in order, except progress, whose number depends on Qt.
 class SignalRecorder : public QObject
 {
 public:
@@ -42,11 +42,11 @@ public:
     QString Told() const { return events.join(", "); }
 
     QStringList events;
-    QByteArray body; ///< As delivered or told with the error.
+    QByteArray body; ///< As delivered, or as given with the error.
     QString text;
 };
 
-/// What a test of requests needs: one on a manager of its own, without a delay between its tries.
+/// What a test of requests needs: one with a separate manager, without a delay between its attempts.
 struct RecordedRequest
 {
     void Renew()

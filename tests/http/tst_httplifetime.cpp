@@ -96,7 +96,7 @@ void TestHttpLifetime::actionInsideSignal()
     action = what;
     actionUrl = other.Url();
     request->SetUrl(signal.contains("proxy") ? QUrl("https://127.0.0.1:1/") : server.Url());
-    // Only where the time-out is what is told: a busy machine may be silent for longer.
+    // Only if the timeout is the expected result: a busy machine may be silent for longer.
     request->SetTimeout(answer.ending == Answer::Hang && !aborted ? 1 : 30);
     manager->setProxy(QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1", server.serverPort()));
     QVERIFY(signal.contains("upload") ? request->Post() : request->Get());

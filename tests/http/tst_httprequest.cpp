@@ -163,7 +163,7 @@ void TestHttpRequest::wire()
     QCOMPARE(raw.contains("Content-Type:"), post && data != nullptr);
 }
 
-// Told by the result and the log alone.
+// Reported by the result and the log alone.
 void TestHttpRequest::notSent()
 {
     request->SetData(IHttpRequestDataMap::CreateJsonDataMap());

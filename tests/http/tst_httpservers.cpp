@@ -1,4 +1,4 @@
-// Against nginx; with-servers.sh starts it and tells its ports.
+// Against nginx; with-servers.sh starts it and passes its ports.
 
 #include "recordedrequest.h"
 

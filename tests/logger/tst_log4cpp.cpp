@@ -18,7 +18,7 @@
 
 namespace logger = common::logger;
 
-// A namespace of its own, so that the channel declared in it is found before the default one.
+// A separate namespace, so that the channel declared in it is found before the default one.
 namespace backendtest
 {
 
@@ -183,7 +183,7 @@ void TestLog4cpp::files()
     };
     setup.maxFileSize = 100;
     setup.maxBackups = -1;
-    // The short log, b, does not look at the targets.
+    // The short log, b, does not depend on the targets.
     QCOMPARE(filesAfterManyLines(logger::Target::File), "a.log b.log b.log.1");
     QCOMPARE(filesAfterManyLines(logger::Target::File | logger::Target::RollingFile),
              "a.log a.log.1 b.log b.log.1");
@@ -213,7 +213,7 @@ void TestLog4cpp::changesOnTheWay()
     log->SetFileLoggingEnabled(false);
     log->SetFileLoggingEnabled(false);
     LogOnMain("2");
-    // Windows does not let go of a file that is still open.
+    // Windows keeps a file that is still open.
     QVERIFY(QFile::remove(setup.logFile));
     log->SetFileLoggingEnabled(true);
     LogOnMain("3");

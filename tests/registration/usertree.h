@@ -10,7 +10,7 @@
 
 #include <memory>
 
-/// Gives the test a home of its own, and sees the user's settings tree as the system stores it.
+/// Gives the test a separate home, and reads the user's settings tree as the system stores it.
 class UserTree
 {
 public:

@@ -1,4 +1,4 @@
-// A process that lives for as long as it is told and does not end when asked to: process_child MILLISECONDS
+// A process that lives for the given time and does not end on request: process_child MILLISECONDS
 
 #include <chrono>
 #include <csignal>

@@ -45,7 +45,7 @@ void Say(const QByteArray& line)
 int RunPeer(const QString& appId, const QString& text)
 {
     QtLocalPeer peer(nullptr, appId);
-    // Cut off: whoever reads the output may be busy, and a full pipe would stop this process.
+    // Cut off: the reader of the output may be busy, and a full pipe would stop this process.
     QObject::connect(&peer, &QtLocalPeer::messageReceived, &peer,
                      [](const QString& message) { Say("received " + message.left(50).toUtf8()); });
     Say("ready");

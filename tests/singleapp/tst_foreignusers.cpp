@@ -56,7 +56,9 @@ void TestForeignUsers::plantedLockFile()
     const QString lockPath = socketPath + "-lockfile";
     QVERIFY(QFile::remove(lockPath));
     QFile file(isLink ? socketPath + "-target" : lockPath);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("precious") > 0 && file.flush());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(file.write("precious") > 0);
+    QVERIFY(file.flush());
     QVERIFY(isLink ? file.link(lockPath)
                    : fchown(file.handle(), otherUser, otherUser) == 0 && flock(file.handle(), LOCK_EX) == 0);
 
@@ -85,7 +87,8 @@ void TestForeignUsers::impostor()
 {
     const QString path = QDir::temp().filePath(SocketName("impo"));
     QtLockedFile lockFile(path + "-lockfile");
-    QVERIFY(lockFile.open(QIODevice::ReadWrite) && lockFile.lock(QtLockedFile::WriteLock, false));
+    QVERIFY(lockFile.open(QIODevice::ReadWrite));
+    QVERIFY(lockFile.lock(QtLockedFile::WriteLock, false));
     QLocalServer server;
     server.setSocketOptions(QLocalServer::WorldAccessOption);
     QVERIFY(WorksForOther([&] { return server.listen(path); }));

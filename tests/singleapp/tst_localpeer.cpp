@@ -73,7 +73,8 @@ void TestLocalPeer::heir()
     bool inherited = false;
     connect(first.get(), &QObject::destroyed, this, [&] { inherited = !heir.isSecondary(); });
     first.reset();
-    QVERIFY2(inherited && SendFromElsewhere("heir", "hello", -2), "with no limit");
+    QVERIFY(inherited);
+    QVERIFY2(SendFromElsewhere("heir", "hello", -2), "with no limit");
 }
 
 // A living server keeps its socket. The process is the primary instance all the same, and attempts to listen
@@ -87,7 +88,8 @@ void TestLocalPeer::socketIsTaken()
         QtWarningMsg,
         QRegularExpression("^QtSingleCoreApplication: listen on local socket failed, .* in use"));
     const Primary first("taken");
-    QVERIFY2(ConnectTo(socketName) && server.waitForNewConnection(1000), "still the other's");
+    QVERIFY(ConnectTo(socketName));
+    QVERIFY2(server.waitForNewConnection(1000), "still the other's");
     server.close();
     QTRY_VERIFY_WITH_TIMEOUT(SendFromElsewhere("taken", "hello"), 20000);
 }
@@ -250,7 +252,8 @@ void TestLocalPeer::deafFirst()
 {
     const QString socketName = SocketName("deaf first");
     QtLockedFile lockFile(QDir::temp().filePath(socketName + "-lockfile"));
-    QVERIFY(lockFile.open(QIODevice::ReadWrite) && lockFile.lock(QtLockedFile::WriteLock, false));
+    QVERIFY(lockFile.open(QIODevice::ReadWrite));
+    QVERIFY(lockFile.lock(QtLockedFile::WriteLock, false));
     for (const int timeout : {5000, -1, -2}) {
         QElapsedTimer timer;
         timer.start();

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Runs soak among faults and judges it: drive.py SOAK VXTOOL SECONDS [SVG]
 
-Meanwhile the web server is killed and started again, the disk that is copied to is filled and freed, files vanish from
+In the meantime the web server is killed and started again, the disk that is copied to is filled and freed, files vanish from
 the folder that is copied, texts are handed over, and the system says that it sleeps and wakes. Needs to be allowed to
-mount a file system: scripts/soak.sh gives it a mount namespace of its own.
+mount a file system: scripts/soak.sh gives it a separate mount namespace.
 """
 
 import hashlib
@@ -30,7 +30,7 @@ MAX_GROWTH = 1.05
 
 
 class Faults:
-    """What happens to the process, each on a thread of its own until the end."""
+    """What happens to the process, each on a separate thread until the end."""
 
     def __init__(self, work, vxtool):
         self.work = work
@@ -161,7 +161,7 @@ def judge(samples, counts, faults, work):
         "every log line is there, once": len(lines) == counts["lines"] and set(lines.values()) == {1},
         "no download was called complete with wrong bytes": counts["downloads_wrong"] == 0,
         "every file job ended, once": counts["jobs"] == ended,
-        "every sleep and wake was told": counts["sleeps"] == counts["wakes"] == faults.counts["announced sleeps"],
+        "every sleep and wake was emitted": counts["sleeps"] == counts["wakes"] == faults.counts["announced sleeps"],
         "each kind of work succeeded and failed": all(counts[kind] > 0 for kind in kinds),
         "memory is flat after the first minute": len(memory) < 180 or end <= early * MAX_GROWTH,
         "descriptors and threads are flat": all(

@@ -1,5 +1,5 @@
 // The process that scripts/soak.sh watches: soak SECONDS FOLDER URL SIZE MD5
-// It logs, downloads, copies, removes, receives texts and watches the system at the same time, and tells in
+// It logs, downloads, copies, removes, receives texts and watches the system at the same time, and reports in
 // the end how often what happened. What goes wrong around it is the script's doing.
 
 #include <common/http/ifiledownload.h>
@@ -125,7 +125,7 @@ void Soak::Download()
     }
 }
 
-/// What is told to be complete is looked at again, by other means.
+/// Checks by other means what was reported as complete.
 void Soak::CheckDownload()
 {
     QFile file(download->GetFilePath());

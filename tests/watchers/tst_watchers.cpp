@@ -65,7 +65,8 @@ void TestWatchers::idleReadings()
 
     const auto watcher = IdleWatcher::instance();
     auto* parts = watcher->idleWatcherPrivate();
-    QVERIFY(parts->timer.isActive() && parts->timer.interval() == 3000);
+    QVERIFY(parts->timer.isActive());
+    QCOMPARE(parts->timer.interval(), 3000);
     auto* backend = new FakeBackend;
     parts->backend.reset(backend);
     QString events;
@@ -116,7 +117,8 @@ void TestWatchers::sleepFromAnotherThread()
     SleepWatcher* watcher = SleepWatcher::instance();
     QCOMPARE(SleepWatcher::instance(), watcher);
 #ifdef Q_OS_WIN
-    QVERIFY(watcher->isInited() && log.lines.empty());
+    QVERIFY(watcher->isInited());
+    QVERIFY(log.lines.empty());
 #else
     QVERIFY(!watcher->isInited());
     QCOMPARE(log.lines[0].text, "failed to initialize");
@@ -131,7 +133,8 @@ void TestWatchers::sleepFromAnotherThread()
         }
     });
     system.join(); // In the meantime the event loop of this thread does not run.
-    QVERIFY(events.isEmpty() && !watcher->isSleeping());
+    QVERIFY(events.isEmpty());
+    QVERIFY(!watcher->isSleeping());
     QCOMPARE(log.lines.back().text, "PC sleep!");
     QCoreApplication::processEvents();
     QCOMPARE(events, QStringList({"sleep", "sleep", "wake", "sleep"}));

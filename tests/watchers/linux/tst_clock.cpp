@@ -36,7 +36,8 @@ void TestClock::changes()
 
     const auto watcher = DateWatcher::GetDateWatcher();
     auto* const timer = watcher->findChild<QTimer*>();
-    QVERIFY(timer->isActive() && timer->interval() == 3000);
+    QVERIFY(timer->isActive());
+    QCOMPARE(timer->interval(), 3000);
     const auto pollAt = [timer](const QByteArray& time) {
         qputenv("FAKETIME", time);
         QMetaObject::invokeMethod(timer, "timeout");

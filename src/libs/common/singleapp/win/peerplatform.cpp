@@ -64,7 +64,7 @@ std::unique_ptr<QtLockedFile> OpenLockFile(const QString& path)
 
 bool IsInPlace(const QtLockedFile& /*file*/, const QString& /*path*/)
 {
-    return true; // The lock has a name of its own.
+    return true; // The lock has another name.
 }
 
 // QLocalSocket would allow the server to impersonate this process, and wait 5 s for a busy pipe.
