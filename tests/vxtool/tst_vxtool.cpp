@@ -225,7 +225,7 @@ void TestVxtool::files()
     QVERIFY(Run("remove|h").error.contains("(the directory is not empty); 1 item removed\n"));
     filetree::Build(dir->path(), {"l->d/e"});
     QCOMPARE(Run("remove|l/../b").exitCode, 0);
-    QVERIFY2(!QFile::exists(dir->filePath("d/b")), "the folder above what a link leads to is meant");
+    QVERIFY2(!QFile::exists(dir->filePath("d/b")), "\"..\" is the directory above the target of the link");
 #endif
 }
 
