@@ -9,9 +9,10 @@ execute_process(COMMAND ${triplet}-g++-posix -print-libgcc-file-name
     OUTPUT_VARIABLE libgcc OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 cmake_path(GET libgcc PARENT_PATH gcc_dir)
 set(gcc_headers "${gcc_dir}/include/c++")
-# Not the headers of this machine, which Clang would add.
-set(CMAKE_CXX_FLAGS_INIT
-    "-nostdlibinc -isystem ${gcc_headers} -isystem ${gcc_headers}/${triplet} -isystem /usr/${triplet}/include -Wmicrosoft -Wno-unused-command-line-argument")
+# Not the headers of this machine, which Clang would add; thread-local variables as libstdc++ has them.
+set(CMAKE_CXX_FLAGS_INIT "-nostdlibinc -isystem ${gcc_headers} -isystem ${gcc_headers}/${triplet}")
+string(APPEND CMAKE_CXX_FLAGS_INIT " -isystem /usr/${triplet}/include -femulated-tls -Wmicrosoft")
+string(APPEND CMAKE_CXX_FLAGS_INIT " -Wno-unused-command-line-argument")
 foreach(kind EXE SHARED MODULE)
     set(CMAKE_${kind}_LINKER_FLAGS_INIT "-L${gcc_dir} -L/usr/${triplet}/lib")
 endforeach()

@@ -76,6 +76,8 @@ void TestJobSafety::noDescriptor()
     const QTemporaryDir folder;
     filetree::Build(folder.path(), {"s/a=1", "s/b=2"});
     for (const auto& [job, end] : {std::pair("copier", "failed 700102"), {"remover", "failed 700203"}}) {
+        RunJob(job, folder.path(),
+               {"dir none"}); // A sanitizer needs a descriptor at the first call of a member.
         RecordingLogger log;
         const int next = ::dup(STDIN_FILENO);
         ::close(next);
