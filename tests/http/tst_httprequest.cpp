@@ -22,8 +22,8 @@ using Part = QSharedPointer<IHttpRequestPartData>;
 namespace
 {
 
-constexpr auto File = &IHttpRequestPartData::CreateFilePartFormData;
-constexpr auto Text = &IHttpRequestPartData::CreateTextPartFormData;
+const auto File = &IHttpRequestPartData::CreateFilePartFormData;
+const auto Text = &IHttpRequestPartData::CreateTextPartFormData;
 
 Data Map(const QSharedPointer<IHttpRequestDataMap>& map, const QList<QPair<QString, QString>>& pairs)
 {

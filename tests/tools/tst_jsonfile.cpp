@@ -44,7 +44,6 @@ class TestJsonFile : public QObject
     std::unique_ptr<QTemporaryDir> dir;
     QString old; ///< A file that holds `sample`, alone in its folder.
     QStringList untouched;
-    int saves = 0;
 
 private Q_SLOTS:
     void init();
@@ -162,6 +161,7 @@ void TestJsonFile::access()
     const auto listSize = static_cast<std::size_t>(list.size());
     const QByteArray path = QFile::encodeName(old);
     const QByteArray folder = QFile::encodeName(QFileInfo(old).path());
+    int saves = 0;
     const auto verifyKept = [&] {
         const auto access = [&] {
             struct stat status = {};

@@ -42,7 +42,7 @@ QString MakeText(std::mt19937& random)
     const auto below = [&random](qsizetype limit) { return static_cast<int>(random() % quint32(limit)); };
     QString text;
     for (int i = below(12); i >= 0; --i) {
-        const char32_t any = below(below(2) > 0 ? 0x3000 : 0x110000);
+        const auto any = static_cast<char32_t>(below(below(2) > 0 ? 0x3000 : 0x110000));
         const QString kinds[] = {QString::fromUcs4(&any, 1), QString(1 + below(70), QChar(u'a' + below(26))),
                                  QString(QChar(0xD800 + below(0x800)))};
         const int kind = below(6);
