@@ -51,7 +51,7 @@ set(ENV{PKG_CONFIG_PATH} "${prefix}/${LIBRARY_FOLDER}/pkgconfig")
 run("${PKG_CONFIG_PROGRAM}" --cflags --libs vxcommon)
 separate_arguments(flags UNIX_COMMAND "${output}")
 separate_arguments(sanitizer_flags UNIX_COMMAND "${CXX_FLAGS}")
-run("${CXX_COMPILER}" ${sanitizer_flags} "${consumer_dir}/main.cpp" -o pkgconfig_consumer ${flags})
+run("${CXX_COMPILER}" -std=c++17 ${sanitizer_flags} "${consumer_dir}/main.cpp" -o pkgconfig_consumer ${flags})
 run("${CMAKE_COMMAND}" -E env "LD_LIBRARY_PATH=${prefix}/${LIBRARY_FOLDER}" "${WORK_DIR}/pkgconfig_consumer"
     "skype:Anna")
 file(READ "${WORK_DIR}/calls.log" log)
