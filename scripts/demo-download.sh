@@ -28,7 +28,7 @@ trap stop_server EXIT
 trap 'exit 130' INT TERM
 
 say "Making a file of $((size / 1000000)) MB, and a copy with one wrong byte"
-mkdir "$dir/root" "$dir/tmp"
+mkdir "$dir/root"
 head -c "$size" /dev/urandom >"$dir/root/update.bin"
 cp "$dir/root/update.bin" "$dir/root/corrupted.bin"
 middle=$((size / 2))
@@ -38,7 +38,8 @@ printf "\\x$(printf %x $(((byte + 1) % 256)))" |
 md5=$(md5sum <"$dir/root/update.bin" | cut -d' ' -f1)
 chmod -R a+rX "$dir"
 
-serve "$dir"
+fast_server() { echo "sendfile on; server { listen 127.0.0.1:$port; }"; }
+serve "$dir" fast_server
 
 say "Downloading it, checked by size and MD5 sum $md5"
 "$vxtool" download "http://127.0.0.1:$port/update.bin" "$dir/got/update.bin" --size "$size" --md5 "$md5"

@@ -40,10 +40,12 @@ build() {
     fi
 }
 
-# Serves DIR/root on a free port of the loopback: serve DIR [DIRECTIVE...]. Sets port and server_pid.
+# Starts nginx with its files in DIR: serve DIR FUNCTION. Sets server_pid and port, a free port of the loopback. FUNCTION
+# prints the servers for that port.
 serve() {
     local dir=$1 nginx
     nginx=$(PATH=$PATH:/usr/sbin command -v nginx)
+    mkdir -p "$dir/tmp"
     for _ in {1..10}; do
         port=$((20000 + RANDOM % 12000))
         cat >"$dir/nginx.conf" <<CONF
@@ -53,20 +55,19 @@ error_log $dir/error.log;
 events {}
 http {
     access_log off;
-    sendfile on;
     client_body_temp_path $dir/tmp; proxy_temp_path $dir/tmp; fastcgi_temp_path $dir/tmp;
     uwsgi_temp_path $dir/tmp; scgi_temp_path $dir/tmp;
-    server { listen 127.0.0.1:$port; root $dir/root; ${*:2} }
+    root $dir/root;
+    $("$2")
 }
 CONF
         "$nginx" -c "$dir/nginx.conf" 2>>"$dir/error.log" &
         server_pid=$!
-        # nginx writes the file once it holds its port.
-        for _ in {1..50}; do
-            [ ! -s "$dir/nginx.pid" ] || return 0
-            kill -0 $server_pid 2>/dev/null || break
+        # nginx writes the file once it holds its ports.
+        while [ ! -s "$dir/nginx.pid" ] && kill -0 $server_pid 2>/dev/null; do
             sleep 0.1
         done
+        [ ! -s "$dir/nginx.pid" ] || return 0
     done
     cat "$dir/error.log" >&2
     die "nginx did not start"

@@ -40,6 +40,8 @@ dark_colours() {
     export XDG_CURRENT_DESKTOP=KDE KDE_SESSION_VERSION=5 KDE_FULL_SESSION=true
 }
 
+slow_server() { echo "server { listen 127.0.0.1:$port; limit_rate 6m; }"; }
+
 # A window manager, and a server that takes its time, so that a download can be watched.
 # Nothing of the user's own is touched, and an instance that runs already is not met.
 start_surroundings() {
@@ -55,7 +57,7 @@ start_surroundings() {
     # The bus of the session serves as that of the system.
     export DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SESSION_BUS_ADDRESS
     unset DBUS_SESSION_BUS_ADDRESS
-    serve "$work" limit_rate 6m\;
+    serve "$work" slow_server
     pids+=("$server_pid")
     [ "$mode" != dark ] || dark_colours
 }
