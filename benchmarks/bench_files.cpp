@@ -19,7 +19,9 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace bench
@@ -30,6 +32,7 @@ namespace
 
 namespace fs = std::filesystem;
 
+constexpr std::int64_t smallTree = 1000;
 constexpr std::int64_t largeTree = 50000;
 constexpr std::int64_t hugeTree = 4 * largeTree; ///< In memory only: a disk would take minutes.
 constexpr std::int64_t filesPerFolder = 100;
@@ -141,6 +144,17 @@ bool RunProgram(std::vector<std::string> words)
            waitpid(child, &status, 0) == child && status == 0;
 }
 
+/// The tree of `files` files below `place`, made once: making it takes longer than copying it.
+const Work& TreeOf(const fs::path& place, std::int64_t files)
+{
+    static std::map<std::pair<fs::path, std::int64_t>, Work> trees;
+    const auto [tree, isNew] = trees.try_emplace({place, files}, place);
+    if (isNew) {
+        tree->second.MakeTree(files);
+    }
+    return tree->second;
+}
+
 /// Measures `step`, with `prepare` before and a clean folder after each round.
 template<class Prepare, class Step>
 void Measure(benchmark::State& state, const Work& work, const Prepare& prepare, const Step& step)
@@ -164,8 +178,7 @@ void CopyTree(benchmark::State& state, const char* variant, const fs::path& plac
 {
     const std::string name = variant;
     const std::int64_t files = state.range(0);
-    const Work work(place);
-    work.MakeTree(files);
+    const Work& work = TreeOf(place, files);
     Measure(
         state, work, [] {},
         [&] {
@@ -193,8 +206,7 @@ void CopyBigFile(benchmark::State& state, bool ours)
 void RemoveTree(benchmark::State& state, bool ours, const fs::path& place)
 {
     const std::int64_t files = state.range(0);
-    const Work work(place);
-    work.MakeTree(files);
+    const Work& work = TreeOf(place, files);
     Measure(
         state, work, [&] { work.CopyTree(); },
         [&] {
@@ -222,15 +234,19 @@ void ListMemory(benchmark::State& state)
 }
 
 template<class Benchmark>
-Benchmark* Once(Benchmark* benchmark)
+Benchmark* Repeated(int times, Benchmark* benchmark)
 {
-    return benchmark->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+    return benchmark->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(times);
 }
 
 void RegisterTrees(const std::string& where, const fs::path& place, const std::vector<std::int64_t>& sizes)
 {
     const auto trees = [&](const std::string& name, auto... arguments) {
-        Once(benchmark::RegisterBenchmark(name.c_str(), arguments..., place))->ArgsProduct({sizes});
+        for (const std::int64_t size : sizes) {
+            Repeated(size == smallTree ? 10 : 1,
+                     benchmark::RegisterBenchmark(name.c_str(), arguments..., place))
+                ->Arg(size);
+        }
     };
     trees("copy of a tree" + where + "/vxcommon", CopyTree, "vxcommon");
     trees("copy of a tree" + where + "/with a progress receiver", CopyTree, "listening");
@@ -241,13 +257,14 @@ void RegisterTrees(const std::string& where, const fs::path& place, const std::v
 
 void Register()
 {
-    RegisterTrees("", fs::temp_directory_path(), {1000, largeTree});
+    RegisterTrees("", fs::temp_directory_path(), {smallTree, largeTree});
     if (HasRoomInMemory()) {
-        RegisterTrees(" in memory", memory, {1000, largeTree, hugeTree});
+        RegisterTrees(" in memory", memory, {smallTree, largeTree, hugeTree});
     }
-    Once(benchmark::RegisterBenchmark("copy of a file of 2 GiB/vxcommon", CopyBigFile, true));
-    Once(benchmark::RegisterBenchmark("copy of a file of 2 GiB/cp --reflink=auto", CopyBigFile, false));
-    Once(benchmark::RegisterBenchmark("list of a copier/vxcommon", ListMemory));
+    Repeated(1, benchmark::RegisterBenchmark("copy of a file of 2 GiB/vxcommon", CopyBigFile, true));
+    Repeated(1,
+             benchmark::RegisterBenchmark("copy of a file of 2 GiB/cp --reflink=auto", CopyBigFile, false));
+    Repeated(1, benchmark::RegisterBenchmark("list of a copier/vxcommon", ListMemory));
 }
 
 } // namespace

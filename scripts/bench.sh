@@ -32,11 +32,12 @@ for name in "${programs[@]}"; do
     program=build/bench/benchmarks/bench_$name
     [ -x "$program" ] || die "there is no benchmark \"$name\""
     say "Running $name"
-    repetitions=7
-    [ "$name" = files ] && repetitions=3 # of minutes
-    # Mixed, so that a busy minute of the machine does not fall on one side of a ratio only.
-    quietly "$program" --benchmark_repetitions=$repetitions --benchmark_enable_random_interleaving=true \
-        --benchmark_report_aggregates_only=true --benchmark_out_format=json --benchmark_out="$results/$name.json"
+    repetitions=15
+    [ "$name" = files ] && repetitions=7 # of more than a minute
+    # Many short ones, mixed, so that a busy minute of the machine does not fall on one side of a ratio only.
+    quietly "$program" --benchmark_repetitions=$repetitions --benchmark_min_time=0.1 \
+        --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true \
+        --benchmark_out_format=json --benchmark_out="$results/$name.json"
 done
 
 if [ $# -gt 0 ]; then
