@@ -32,8 +32,12 @@ for name in "${programs[@]}"; do
     program=build/bench/benchmarks/bench_$name
     [ -x "$program" ] || die "there is no benchmark \"$name\""
     say "Running $name"
-    repetitions=15
-    [ "$name" = files ] && repetitions=7 # of more than a minute
+    case $name in
+        files) repetitions=7 ;; # of more than a minute
+        addresses) repetitions=5 ;; # It has no peers.
+        logging | shell | singleapp | startup) repetitions=25 ;; # of a few seconds
+        *) repetitions=15 ;;
+    esac
     # Many short ones, mixed, so that a busy minute of the machine does not fall on one side of a ratio only.
     quietly "$program" --benchmark_repetitions=$repetitions --benchmark_min_time=0.1 \
         --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true \

@@ -14,6 +14,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QStringBuilder>
 
 #include <algorithm>
 #include <optional>
@@ -209,7 +210,7 @@ public:
             if (!Matches(entry.name)) {
                 continue;
             }
-            const QString path = prefix + entry.name;
+            const QString path = prefix % entry.name;
             if (!entry.isDirectory) {
                 found.append(path);
                 continue;
