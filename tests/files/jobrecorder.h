@@ -45,6 +45,12 @@ inline QStringList Steps(int done, int total)
     return steps;
 }
 
+/// The path of a step of RunJob.
+inline QString PathIn(const QString& root, const QString& text)
+{
+    return text.isEmpty() || text.startsWith('.') || text.startsWith('/') ? text : root + u'/' + text;
+}
+
 /// Lets a "copier", "remover" or "helper" do work: "file PATH", "dir PATH", "filter PATTERN" and, to copy,
 /// "file FROM TO", "dir FROM TO" and "link FROM TO". Paths are below a folder, but for empty ones and those
 /// with "." or "/" in front. Returns the signals, those of the helper as "1/2 path" and "failed path".
@@ -65,11 +71,7 @@ inline QStringList RunJob(const QString& job, const QString& root, const QString
     });
     QObject::connect(&helper, &FileHelper::failed, [&](const QString& path) { add("failed ", path); });
     for (const QString& item : work) {
-        const auto path = [&](int word) {
-            const QString text = item.section(' ', word, word);
-            const bool isWhole = text.isEmpty() || text.startsWith('.') || text.startsWith('/');
-            return isWhole ? text : root + u'/' + text;
-        };
+        const auto path = [&](int word) { return PathIn(root, item.section(' ', word, word)); };
         const QString kind = item.section(' ', 0, 0);
         if (kind == "link") {
             copier.AddSymlink(path(1), path(2));

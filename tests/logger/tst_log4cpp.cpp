@@ -9,8 +9,6 @@
 #include <QTest>
 
 #include <array>
-#include <chrono>
-#include <cstdlib>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
@@ -58,60 +56,6 @@ void LogOnMain(const char* text, int times = 1)
     for (; times > 0; --times) {
         logger::Message(logger::GetLogger(), &channel, logger::Info, "f.cpp", "n::F", 7).GetStream() << text;
     }
-}
-
-/// Logs to exit.log until after the last moment, while a thread that nobody stops still logs.
-int LogUntilExit()
-{
-    static logger::ILogger* const defaultLogger = logger::GetLogger();
-    // Registered before the backend exists, so it runs after the backend's end.
-    int failures = std::atexit([] {
-        qWarning("too late, says Qt");
-        LOG_MESSAGE(logger::Fatal) << "too late";
-        logger::ILogger* log = logger::GetLog4cpp();
-        log->SetLevel(logger::Debug);
-        log->Configure(0, logger::Target::Console | logger::Target::RollingFile, 0, {}, {}, {}, {},
-                       "too late", 1000, 1);
-        log->SetFileLoggingEnabled(true);
-        logger::SetLogger(defaultLogger);
-        LOG_MESSAGE(logger::Error) << "too late, by the default logger";
-    });
-    logger::SetLogger(logger::GetLog4cpp());
-    logger::GetLogger()->Configure(logger::Debug, logger::Target::RollingFile | logger::Target::Debugger,
-                                   logger::Option::PatternLayout, "%p %c %m%n", "qt.k\u00F6rper", {},
-                                   "exit.log", "short.log", 100000000, 2);
-    // Registered after it, so it runs before.
-    failures += std::atexit([] {
-        LOG_MESSAGE(logger::Error) << "last words";
-        qDebug("debug");
-        qInfo("info");
-        qWarning("warning");
-        qCritical("critical");
-    });
-    std::thread([] {
-        while (true) {
-            LOG_MESSAGE(logger::Warn) << "thread runs";
-            std::this_thread::sleep_for(std::chrono::microseconds(1));
-        }
-    }).detach();
-    return failures;
-}
-
-int LogByDefault()
-{
-    logger::GetLogger()->SetLevel(logger::Debug);
-    LOG_MESSAGE(logger::Info) << "by default";
-    return 0;
-}
-
-/// Ends with a fatal message while the console is the only target.
-int EndFatally()
-{
-    logger::SetLogger(logger::GetLog4cpp());
-    logger::GetLogger()->Configure(logger::Debug, logger::Target::Console, logger::Option::PatternLayout,
-                                   "%m%n", {}, {}, {}, {}, 0, 0);
-    qFatal("last message");
-    return 0;
 }
 
 } // namespace
@@ -300,7 +244,7 @@ void TestLog4cpp::filesAreNotInherited()
     setup.Apply();
     LogOnMain("one rollover");
     QProcess child;
-    child.start(QCoreApplication::applicationFilePath(), {"wait for input"});
+    child.start(CHILD_PROGRAM, {"wait for input"});
     QVERIFY(child.waitForReadyRead(60000));
 #ifdef Q_OS_WIN
     // With its handles inherited, the files could not be removed while the child runs.
@@ -321,7 +265,7 @@ void TestLog4cpp::filesAreNotInherited()
 void TestLog4cpp::fatalMessageReachesAPipe()
 {
     QProcess program;
-    program.start(QCoreApplication::applicationFilePath(), {"end fatally"});
+    program.start(CHILD_PROGRAM, {"end fatally"});
     QVERIFY(program.waitForFinished(60000));
     QCOMPARE(program.exitStatus(), QProcess::CrashExit);
     QCOMPARE(program.readAllStandardOutput().trimmed(), "last message");
@@ -331,7 +275,7 @@ void TestLog4cpp::fatalMessageReachesAPipe()
 void TestLog4cpp::defaultLineReturns()
 {
     QProcess program;
-    program.start(QCoreApplication::applicationFilePath(), {"log by default"});
+    program.start(CHILD_PROGRAM, {"log by default"});
     QVERIFY(program.waitForFinished(60000));
     const QString line = QString::fromUtf8(program.readAllStandardError());
     static const QRegularExpression time(R"(\d\d:\d\d:\d\d\.\d{3}:)");
@@ -402,10 +346,9 @@ void TestLog4cpp::configurationFileAndConsole()
     QCOMPARE(output.str(), "at the level of Configure again\n");
 }
 
-// The test starts itself for it.
 void TestLog4cpp::linesAtExit()
 {
-    QStringList command{QCoreApplication::applicationFilePath(), "log until exit"};
+    QStringList command{CHILD_PROGRAM, "log until exit"};
 #ifdef RUN_UNDER_VALGRIND
     // The thread that is left behind keeps its stack, so only blocks that nothing points to are leaks.
     command = QStringList{"valgrind", "--quiet", "--error-exitcode=9", "--leak-check=full",
@@ -437,24 +380,5 @@ void TestLog4cpp::linesAtExit()
 
 } // namespace backendtest
 
-int main(int argc, char* argv[])
-{
-    const QByteArray role = argc == 2 ? argv[1] : "";
-    if (role == "log until exit") {
-        return backendtest::LogUntilExit();
-    }
-    if (role == "log by default") {
-        return backendtest::LogByDefault();
-    }
-    if (role == "end fatally") {
-        return backendtest::EndFatally();
-    }
-    if (role == "wait for input") {
-        std::cout << "ready" << std::endl;
-        return std::cin.get() == EOF ? 0 : 1;
-    }
-    QCoreApplication application(argc, argv);
-    backendtest::TestLog4cpp test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_GUILESS_MAIN(backendtest::TestLog4cpp)
 #include "tst_log4cpp.moc"

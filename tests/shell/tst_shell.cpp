@@ -15,13 +15,29 @@ class TestShell : public QObject
 
 private Q_SLOTS:
     void names();
-    void files_data();
-    void files();
+    void copy_data();
+    void copy() { VerifyCall(); }
+    void copyDir_data();
+    void copyDir() { VerifyCall(); }
+    void moveDir_data();
+    void moveDir() { VerifyCall(); }
     void scanFiles();
+
+private:
+    static void VerifyCall();
 };
 
 namespace
 {
+
+/// The entries of the tree before; the call; its result; the entries after, behind "+" only those that came
+/// anew; the log.
+using CallTable = Table<QString, QString, bool, QString, QStringList>;
+
+CallTable Calls()
+{
+    return CallTable("tree", "call", "result", "after", "lines");
+}
 
 /// Calls an operation; "+" at its end lets a copy overwrite or tolerate.
 bool Call(QStringList words)
@@ -58,10 +74,9 @@ void TestShell::names()
     QCOMPARE(Shell::applicationDirPath(), QCoreApplication::applicationDirPath());
 }
 
-void TestShell::files_data()
+void TestShell::copy_data()
 {
-    // Entries of the tree before; call; result; entries after, behind "+" only those that came anew; the log.
-    const Table<QString, QString, bool, QString, QStringList> row("tree", "call", "result", "after", "lines");
+    const CallTable row = Calls();
     row("copy into folders that are missing", "a=1", "Copy a x/y/b", true, "+x/y/b=1", {});
     row("existing, kept", "a=1, b=2", "Copy a b", false, "+", {Failed("a", "b")});
     row("existing, replaced", "a=1, b=2", "Copy a b +", true, "a=1, b=1", {});
@@ -76,7 +91,11 @@ void TestShell::files_data()
     row("dots behind a link", "a/b/x=1, a/y=2, l->a/b, y=3", "Copy l/../y l/../z/y", true, "+a/z/y=2", {});
     row("copy of a fifo", "p|, l->p", "Copy l b", false, "+", {Failed("l", "b")});
 #endif
+}
 
+void TestShell::copyDir_data()
+{
+    const CallTable row = Calls();
     row("tree makes its destination", "from/a/b/x=1, from/y=2", "CopyDir from to", true,
         "+to/a/b/x=1, to/y=2", {});
     row("flat, destination missing", "from/x=1", "CopyDir from to", false, "+", {});
@@ -92,7 +111,11 @@ void TestShell::files_data()
     row("directory linked twice", "from/k->../d, from/l->../d, d/x=1", "CopyDir from to", true,
         "+to/k/x=1, to/l/x=1", {});
 #endif
+}
 
+void TestShell::moveDir_data()
+{
+    const CallTable row = Calls();
     const QString noDrive = "3 MoveDir: source or destination dir is not absolute path: ";
     const QString notCopied = "3 MoveDir: failed to copy dir: ";
     row("no drive", "from/a/.h=1", "MoveDir from to", true, "to/a/.h=1", {noDrive + "from to"});
@@ -117,7 +140,7 @@ void TestShell::files_data()
 #endif
 }
 
-void TestShell::files()
+void TestShell::VerifyCall()
 {
     QFETCH(QString, tree);
     QFETCH(QString, call);
