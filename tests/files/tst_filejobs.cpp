@@ -95,6 +95,8 @@ void TestFileJobs::copier_data()
     row("links and files replaced", "a=1, l->a, x=2, y->gone, z->a", "link l x, file a y, file a z",
         "1/3, 2/3, 3/3, done", "x=2, y->gone, z->a", "x->a, y=1, z=1",
         {exists.arg("y"), exists.arg("z"), exists.arg("x")});
+    row("link that is added as a file, too", "a=1, s/l->../a", "dir s t, file s/l t/l", "1/2, 2/2, done", "",
+        "t/l=1", {exists.arg("t/l")});
     row("names", "s/a\nb=1, s/%1 %2=2, s/\\=3, s/:d/e=5", "dir s t", "1/4, 2/4, 3/4, 4/4, done", "",
         "t/%1 %2=2, t/:d/e=5, t/\\=3, t/a\nb=1", {});
     row("fifo behind a link", "p|, l->p, t=old", "file l t", "failed 700107", "", "",

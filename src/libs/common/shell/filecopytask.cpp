@@ -8,7 +8,7 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSet>
+#include <QHash>
 
 namespace common
 {
@@ -98,11 +98,11 @@ int FileCopyTask::ScanPath(const QString& sourceRoot, const QString& destination
 
 int FileCopyTask::WorkAll()
 {
-    // A pair that was added both as a file and as a link is a file both times. Kept for compatibility.
-    QSet<PathPair> filePairs;
-    for (const Item& file : symlinks.empty() ? std::vector<Item>() : files) {
-        const Paths paths = PathsOf(file);
-        filePairs.insert({paths.source, paths.destination});
+    // A pair that was added both as a file and as a link is that file both times. Kept for compatibility.
+    QHash<PathPair, std::size_t> fileOf;
+    for (std::size_t i = 0; i < files.size() && !symlinks.empty(); ++i) {
+        const Paths paths = PathsOf(files[i]);
+        fileOf.insert({paths.source, paths.destination}, i);
     }
 
     const std::size_t total = files.size() + symlinks.size();
@@ -112,8 +112,9 @@ int FileCopyTask::WorkAll()
         }
         const Item& item = i < files.size() ? files[i] : symlinks[i - files.size()];
         const Paths paths = PathsOf(item);
-        const bool isFile = i < files.size() || filePairs.contains({paths.source, paths.destination});
-        const int code = isFile ? CopyFile(item, paths) : CopySymlink(item, paths);
+        const std::size_t file =
+            i < files.size() ? i : fileOf.value({paths.source, paths.destination}, total);
+        const int code = file < total ? CopyFile(files[file], paths) : CopySymlink(item, paths);
         if (code != 0) {
             LOG_MESSAGE(logger::Error) << QStringLiteral("Copying from '%1' to '%2' failed with error '%3'!")
                                               .arg(paths.source, paths.destination, QString::number(code));
