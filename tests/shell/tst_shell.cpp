@@ -21,6 +21,7 @@ private Q_SLOTS:
     void copyDir() { VerifyCall(); }
     void moveDir_data();
     void moveDir() { VerifyCall(); }
+    void resources();
     void scanFiles();
 
 private:
@@ -161,6 +162,16 @@ void TestShell::VerifyCall()
     QCOMPARE(filetree::Snapshot(dir.path()), expected);
     QCOMPARE(log.Lines("common.shell", common::logger::Debug, dir.path()), lines);
     QCOMPARE(log.lines.size(), std::size_t(lines.size())); // None of another channel.
+}
+
+/// Nothing identifies their directories, and none of them leads back.
+void TestShell::resources()
+{
+    const QTemporaryDir dir;
+    const QStringList files = Shell::ScanFiles(":/qt-project.org", {});
+    QVERIFY(files.size() > 1);
+    QVERIFY(Call({"CopyDir", ":/qt-project.org", dir.path()}));
+    QCOMPARE(Shell::ScanFiles(dir.path(), {}).size(), files.size());
 }
 
 void TestShell::scanFiles()

@@ -142,7 +142,9 @@ private:
         const auto isSource = [&](const Level& level) {
             return directories[static_cast<std::size_t>(level.directory)].id == source;
         };
-        return destinationId == source || std::any_of(levels.begin(), levels.end(), isSource);
+        // Resources and some network drives have no file ids.
+        return source.file != 0 &&
+               (destinationId == source || std::any_of(levels.begin(), levels.end(), isSource));
     }
 
     bool MakeDirectory(int directory)
