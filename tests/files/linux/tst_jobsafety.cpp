@@ -34,6 +34,19 @@ private Q_SLOTS:
     void swappedNames();
 };
 
+namespace
+{
+
+/// The limit that leaves none.
+rlim_t OpenDescriptors()
+{
+    const int next = ::dup(STDIN_FILENO);
+    ::close(next);
+    return static_cast<rlim_t>(next);
+}
+
+} // namespace
+
 void TestJobSafety::noThread()
 {
     pthread_attr_t usual = {};
@@ -79,12 +92,12 @@ void TestJobSafety::noDescriptor()
         RunJob(job, folder.path(),
                {"dir none"}); // A sanitizer needs a descriptor at the first call of a member.
         RecordingLogger log;
-        const int next = ::dup(STDIN_FILENO);
-        ::close(next);
-        const ResourceLimit one(RLIMIT_NOFILE, static_cast<rlim_t>(next) + 1); // For the worker's thread.
+        const ResourceLimit one(RLIMIT_NOFILE, OpenDescriptors() + 1); // For the worker's thread.
         QCOMPARE(RunJob(job, folder.path(), {"dir s t"}), QStringList(end));
         QVERIFY(log.Contains("' cannot be read!", "Path '" + folder.filePath("s")));
     }
+    const ResourceLimit none(RLIMIT_NOFILE, OpenDescriptors());
+    QCOMPARE(RunJob("helper", folder.path(), {"dir s"}), QStringList({"1/1 s", "failed s"}));
 }
 
 void TestJobSafety::deepTree()

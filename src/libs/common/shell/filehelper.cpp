@@ -133,6 +133,8 @@ void FileHelper::ScanPath(const QString& root)
             d->directories.back().id = opened.Id();
             const QDir dir(opened.Path());
             levels.push_back({directory, path, dir.entryInfoList(nameFilters, filters, QDir::NoSort)});
+        } else if (!opened.IsMissing()) {
+            AddFound(QFileInfo(path), path, parent, -1); // Cannot be read. It may be empty.
         }
     };
 
