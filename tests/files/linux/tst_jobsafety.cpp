@@ -13,6 +13,7 @@
 #include <array>
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <thread>
 
 #include <fcntl.h>
@@ -29,6 +30,7 @@ private Q_SLOTS:
     void noThread();
     void fullDisk();
     void noDescriptor();
+    void noDescriptorAtFirst();
     void deepTree();
     void swappedNames_data();
     void swappedNames();
@@ -98,6 +100,25 @@ void TestJobSafety::noDescriptor()
     }
     const ResourceLimit none(RLIMIT_NOFILE, OpenDescriptors());
     QCOMPARE(RunJob("helper", folder.path(), {"dir s"}), QStringList({"1/1 s", "failed s"}));
+}
+
+/// The further attempts of a copy do all that the first one could not do.
+void TestJobSafety::noDescriptorAtFirst()
+{
+    const QTemporaryDir folder;
+    filetree::Build(folder.path(), {"a=1", "old=2"});
+    for (const QString target : {"old", "new/b"}) {
+        std::optional<ResourceLimit> one(std::in_place, RLIMIT_NOFILE, OpenDescriptors() + 1);
+        RecordingLogger log;
+        log.onLine = [&one](const QString& text) {
+            if (text.endsWith("attempt '1'")) {
+                one.reset();
+            }
+        };
+        QCOMPARE(RunJob("copier", folder.path(), {"file a " + target}), QStringList({"1/1", "done"}));
+        QVERIFY(!one);
+    }
+    QCOMPARE(filetree::Snapshot(folder.path()), QStringList({"a=1", "new/b=1", "old=1"}));
 }
 
 void TestJobSafety::deepTree()

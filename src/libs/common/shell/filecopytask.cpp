@@ -133,9 +133,9 @@ int FileCopyTask::CopyFile(const Item& item, const Paths& paths)
     const CopyResult result =
         isReady ? CopyQuickly(SourceOf(item), DestinationOf(item)) : CopyResult::NotForMe;
     bool copied = result == CopyResult::Copied;
-    if (!copied && (result == CopyResult::Failed || !IsEndless(SourceOf(item).Path()))) {
+    if (!copied && !IsEndless(SourceOf(item).Path())) {
         bool isInTheWay = false;
-        int code = result == CopyResult::NotForMe ? BeforeCopy(item, paths, isInTheWay) : 0;
+        int code = BeforeCopy(item, paths, isInTheWay);
         if (code == 0) {
             code = CopyInAttempts(item, paths, result, isInTheWay, copied);
         }
