@@ -13,18 +13,6 @@
 namespace common
 {
 
-namespace
-{
-
-/// Returns whether reading may never end: a fifo, a socket or a device, also at the other end of a link.
-bool IsEndless(const QString& path)
-{
-    const QFileInfo info(path);
-    return info.exists() && !info.isFile() && !info.isDir();
-}
-
-} // namespace
-
 struct FileCopyTask::Paths
 {
     QString source;
@@ -133,7 +121,7 @@ int FileCopyTask::CopyFile(const Item& item, const Paths& paths)
     const CopyResult result =
         isReady ? CopyQuickly(SourceOf(item), DestinationOf(item)) : CopyResult::NotForMe;
     bool copied = result == CopyResult::Copied;
-    if (!copied && !IsEndless(SourceOf(item).Path())) {
+    if (!copied && !IsSpecial(SourceOf(item).Path())) {
         bool isInTheWay = false;
         int code = BeforeCopy(item, paths, isInTheWay);
         if (code == 0) {

@@ -61,6 +61,12 @@ bool IsThere(const QFileInfo& entry)
     return entry.exists() || (IsLink(entry) && GetFileId(entry.filePath()).has_value());
 }
 
+bool IsSpecial(const QString& path)
+{
+    const QFileInfo info(path);
+    return info.exists() && !info.isFile() && !info.isDir();
+}
+
 bool LeadsTo(const QString& source, const QString& destination)
 {
     QString path = source;

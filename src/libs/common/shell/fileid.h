@@ -37,6 +37,9 @@ bool IsLink(const QFileInfo& entry);
 /// Returns whether something exists under the name of `entry`, even a link to nothing.
 bool IsThere(const QFileInfo& entry);
 
+/// Returns whether `path` leads to a fifo, a socket or a device. Reading one may never end.
+bool IsSpecial(const QString& path);
+
 /**
  * Returns whether the removal of `destination` would take the content of `source` away: both name one
  * directory entry, or `source` is a link that leads to `destination`. Two hard links of one file do not.

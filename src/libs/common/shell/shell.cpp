@@ -241,13 +241,6 @@ private:
     QStringList open; ///< Canonical paths of the directories that are being scanned.
 };
 
-/// Reading a pipe or a device may never end.
-bool IsReadableToTheEnd(const QString& path)
-{
-    const QFileInfo target(QFileInfo(path).canonicalFilePath());
-    return !target.exists() || target.isFile() || target.isDir();
-}
-
 /// Returns whether something below `folder` is no file that a copy could hold: a pipe, a device or a link to
 /// nothing.
 bool HasSpecialEntry(const QString& folder)
@@ -285,7 +278,7 @@ bool Shell::Copy(const QString& source, const QString& destination, bool overwri
         LOG_MESSAGE(logger::Error) << "Failed to create path '" << parent << "'.";
     }
     QFile file(source);
-    if (isItself || !IsReadableToTheEnd(source) || !CopyOnce(file, destination)) {
+    if (isItself || IsSpecial(source) || !CopyOnce(file, destination)) {
         LOG_MESSAGE(logger::Error) << "Copy file '" << source << "' to '" << destination << "' failed!";
         return false;
     }
