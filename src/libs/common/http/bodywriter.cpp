@@ -61,7 +61,7 @@ void BodyWriter::Drain(QNetworkReply& reply)
         return;
     }
     if (hash && !(StateOf(FileName()) == state)) {
-        hash.reset(); // Changed by somebody else.
+        hash.reset(); // Changed by another program.
     }
     qint64 read = 0;
     qint64 written = 0;

@@ -28,8 +28,8 @@ quint64 NextId()
     return next++;
 }
 
-/// Reads in pieces: a large file need not fit into memory, and a mapped one would end the process if somebody
-/// cut it short in the meantime.
+/// Reads in pieces, so that a large file need not fit into memory. A mapping would crash the process if the
+/// file were truncated in the meantime.
 QString ChecksumOf(QFile& file)
 {
     QCryptographicHash hash(QCryptographicHash::Md5);
@@ -227,7 +227,7 @@ bool FileDownload::PrepareFile(const QString& path)
         return false;
     }
     auto output = std::make_unique<QFile>(info.absoluteFilePath());
-    // To open a fifo would block until somebody reads it.
+    // Opening a fifo would block until another process reads it.
     const bool isSpecial = info.exists() && !info.isFile() && !info.isDir();
     // Kept for compatibility: the lines below name the directory, not the file.
     if (isSpecial || !output->open(QIODevice::WriteOnly)) {

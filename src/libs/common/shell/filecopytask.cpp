@@ -220,7 +220,7 @@ QString FileCopyTask::LinkTarget(const Item& item, const QString& source)
     return QDir(folder).relativeFilePath(QDir::cleanPath(target));
 }
 
-/// @param isInTheWay whether something is to be removed before the copy gets its name
+/// @param isInTheWay set to true if something must be removed before the copy gets its name
 int FileCopyTask::BeforeCopy(const Item& item, const Paths& paths, bool& isInTheWay)
 {
     const auto& [source, destination] = paths;

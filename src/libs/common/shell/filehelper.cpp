@@ -25,7 +25,7 @@ struct Found
 {
     QFileInfo info;
     int directory; ///< That holds the entry; -1 for what the caller has named.
-    int itself;    ///< Index of the entry, if that is a scanned directory; or else -1.
+    int itself;    ///< Index of the entry if it is a scanned directory, otherwise -1.
 };
 
 } // namespace

@@ -28,8 +28,7 @@ bool HasSameFolder(const QFileInfo& first, const QFileInfo& second)
 
 bool HasSameName(const QFileInfo& first, const QFileInfo& second)
 {
-    // Of a file system that minds case two names that differ only in it are taken for one: better to refuse a
-    // copy than to lose a file.
+    // Also ignore case on case-sensitive file systems: better to refuse a copy than to lose a file.
     return first.fileName().compare(second.fileName(), Qt::CaseInsensitive) == 0 &&
            HasSameFolder(first, second);
 }

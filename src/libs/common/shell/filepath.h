@@ -5,12 +5,12 @@
 namespace common
 {
 
-/// Returns `path` with a registered search path ("icons:a") replaced: by the directory that has the entry, or
-/// else by the first one.
+/// Returns `path` with a registered search path ("icons:a") replaced by the directory that has the entry, or
+/// by the first one if none has.
 QString SearchedPath(const QString& path);
 
 /**
- * Returns the absolute path of what the system takes `path` for. On Linux "link/.." is the directory above
+ * Returns the absolute path of what `path` names to the system. On Linux "link/.." is the directory above
  * what the link leads to, while QFileInfo and QDir cut both words off. An empty path names nothing and stays
  * empty.
  */

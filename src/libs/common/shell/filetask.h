@@ -82,7 +82,7 @@ protected:
     /// For the worker: `current` of `total` items are done.
     void Report(std::size_t current, std::size_t total);
 
-    /// To be asked before each step; logs that the answer is yes.
+    /// Returns whether the job is to stop, and logs that. Call it before each step.
     bool IsAborted() const;
 
     /// An item of the work: a path, or a name in a scanned directory.
@@ -97,8 +97,7 @@ protected:
     FilePlace SourceOf(const Item& item);
     QString SourcePathOf(const Item& item) const; ///< To show.
 
-    /// Takes an entry of a directory. Returns the index of the entry's own one if it is to be walked, too; or
-    /// else -1.
+    /// Takes an entry of a directory. Returns the index of the entry if it is a directory to walk, or -1.
     using Visitor = std::function<int(const ListedEntry& entry, int directory)>;
 
     /**

@@ -12,8 +12,8 @@ namespace common
 {
 
 /**
- * A directory that is held open. What is done in it is done there, even if somebody puts another directory or
- * a link in its place. On Windows nobody can: it cannot be renamed or removed while it is held.
+ * A directory that is held open. Operations through it act on this directory, even if another directory or a
+ * link takes its place. On Windows nothing can: it cannot be renamed or removed while it is held.
  *
  * A directory that only Qt can read, such as a resource, counts as open, too.
  */
@@ -80,7 +80,7 @@ struct FilePlace
     const OpenDirectory* directory; ///< Null for a path.
     QString name;
 
-    /// Whether nobody can lead the name elsewhere. Then it is no link that may be followed either.
+    /// Returns whether the name is in a held directory. Then it must not be followed if it is a link.
     bool IsHeld() const { return directory != nullptr && directory->IsHeld(); }
     /// For the functions of Qt, not to show. Empty if the directory is not open.
     QString Path() const

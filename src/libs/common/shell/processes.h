@@ -66,7 +66,7 @@ enum class WaitResult
     Failed
 };
 
-/// Waits until all processes have ended, for `timeout` ms at the most.
+/// Waits until all processes have ended, for `timeout` ms at most.
 WaitResult WaitForAll(const ProcessList& processes, quint32 timeout);
 
 /// Terminates the process with the given id and exit code 0, if it exists. Does not report the outcome.

@@ -29,7 +29,7 @@ namespace
 
 constexpr logger::Channel logChannel{"common.shell"};
 
-/// The canonical path that `path` has or, if nothing is there yet, will have.
+/// Returns the canonical path that `path` has or, if nothing exists there yet, will have.
 QString CanonicalPlace(const QString& path)
 {
     const QFileInfo info(ResolvedPath(path));
@@ -42,7 +42,7 @@ QString CanonicalPlace(const QString& path)
     return QDir(CanonicalPlace(info.path())).filePath(info.fileName());
 }
 
-/// Whether a directory at `path`, which need not exist yet, is `folder` itself or somewhere in it.
+/// Returns whether a directory at `path`, which need not exist yet, is `folder` itself or below it.
 bool IsWithin(const QString& path, const QString& folder)
 {
     const std::optional<FileId> id = GetTargetId(folder);
@@ -268,7 +268,7 @@ QString DriveOf(const QString& path)
 bool Shell::Copy(const QString& source, const QString& destination, bool overwrite)
 {
     QDir directory{QString()};
-    // Of a file that is to be copied onto itself nothing would be left.
+    // If a file is copied onto itself, nothing must be removed.
     const bool isItself = LeadsTo(source, destination);
     if (overwrite && !isItself && directory.exists(destination) && !directory.remove(destination)) {
         LOG_MESSAGE(logger::Error) << "Failed to remove file '" << destination << "'.";

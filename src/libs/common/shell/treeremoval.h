@@ -5,8 +5,8 @@ class QString;
 namespace common
 {
 
-/// Removes a directory with all that is in it, hidden entries included. Links are removed as links. Goes on
-/// after a failure and returns whether there was none.
+/// Removes a directory with everything in it, including hidden entries. Removes links as links. Continues
+/// after a failure. Returns whether everything was removed.
 bool RemoveTree(const QString& path);
 
 } // namespace common

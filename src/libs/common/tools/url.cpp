@@ -195,7 +195,7 @@ QList<UrlRange> FindUrlRanges(const QString& text)
         } else if (candidate.hasAuthority) {
             isLink = IsWebScheme(candidate.scheme) && IsWebHost(HostAndPort(link));
         } else {
-            isLink = IsOtherScheme(candidate.scheme); // Whatever stands after it.
+            isLink = IsOtherScheme(candidate.scheme); // Whatever follows it.
         }
         if (isLink) {
             ranges.append({static_cast<int>(candidate.start), static_cast<int>(link.size())});

@@ -21,11 +21,10 @@ struct UrlRange
  * Links are web addresses with a scheme ("http", "https", "ftp"), any text after "callto:", "mailto:",
  * "sip:", "sips:" or "tel:", and bare host names below a known top-level domain, with port and path.
  * Punctuation at the end of a link and closing brackets that were opened before it are not part of it. A bare
- * host next to
- * "@", "_" or "-" is no link.
+ * host next to "@", "_" or "-" is no link.
  *
- * Takes linear time. Therefore a host and port of more than 510 units that is not plain ASCII is not parsed
- * but accepted as if QUrl refused it; no valid host name has that length.
+ * Takes linear time. Therefore a host and port of more than 510 units that is not plain ASCII, or has
+ * escapes, is not parsed but accepted as if QUrl refused it; no valid host name has that length.
  *
  * @return the ranges in the order of the text
  */

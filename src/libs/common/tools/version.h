@@ -11,8 +11,8 @@ namespace common
 class VXCOMMON_EXPORT Version
 {
 public:
-    Version() = default; ///< The null version, 0.0.0.0; less than every other.
-    /// A version of four parts.
+    Version() = default; ///< Creates the null version, 0.0.0.0; less than every other.
+    /// Creates a version of four parts.
     Version(unsigned int major_, unsigned int minor_, unsigned int build_, unsigned int release_);
 
     /// Parses up to four parts that are separated by "-", ",", "_" or ".". A part that is no decimal number
@@ -20,15 +20,15 @@ public:
     Version(const QString& text);
     Version(const char* text); ///< As above, from UTF-8.
 
-    operator bool() const { return !IsNull(); } ///< Whether any part is not 0.
-    bool IsNull() const;                        ///< Whether all parts are 0.
+    operator bool() const { return !IsNull(); } ///< Returns whether any part is not 0.
+    bool IsNull() const;                        ///< Returns whether all parts are 0.
 
-    unsigned int Major() const { return major; }     ///< The first part.
-    unsigned int Minor() const { return minor; }     ///< The second part.
-    unsigned int Build() const { return build; }     ///< The third part.
-    unsigned int Release() const { return release; } ///< The fourth part.
+    unsigned int Major() const { return major; }     ///< Returns the first part.
+    unsigned int Minor() const { return minor; }     ///< Returns the second part.
+    unsigned int Build() const { return build; }     ///< Returns the third part.
+    unsigned int Release() const { return release; } ///< Returns the fourth part.
 
-    QString ToString() const; ///< All four parts between dots.
+    QString ToString() const; ///< Returns all four parts, separated by dots.
 
     bool operator==(const Version& other) const;                              ///< All parts are equal.
     bool operator!=(const Version& other) const { return !(*this == other); } ///< Some part differs.

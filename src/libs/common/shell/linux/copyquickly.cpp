@@ -107,8 +107,8 @@ mode_t CopiedPermissions(int source, mode_t sourceMode)
     return mode;
 }
 
-/// Corrects what the umask or a default access list has made of `mode`. Some file systems have fixed
-/// permissions.
+/// Corrects permissions that differ from `mode` because of the umask or a default access list. Some file
+/// systems have fixed permissions.
 void SetPermissions(int target, mode_t mode)
 {
     struct stat status = {};
@@ -196,7 +196,7 @@ CopyResult CopyQuickly(const FilePlace& source, const FilePlace& destination,
         return CopyResult::NotForMe;
     }
     struct stat status = {};
-    // Looked at before it is opened, unless the scan has done so: opening alone can do something to a device.
+    // Check the type first, unless the scan has done so: merely opening a device can affect it.
     if (!source.IsHeld() && (::stat(sourceName.constData(), &status) != 0 || !S_ISREG(status.st_mode))) {
         return CopyResult::NotForMe;
     }
