@@ -14,10 +14,11 @@ namespace tools::powernotification
 namespace
 {
 
-/// DEVICE_NOTIFY_SUBSCRIBE_PARAMETERS, which not every system header has.
+/// DEVICE_NOTIFY_SUBSCRIBE_PARAMETERS, which not every system header has. Callbacks of 64-bit Windows have
+/// the usual calling convention.
 struct SubscribeParameters
 {
-    ULONG(CALLBACK* callback)(PVOID context, ULONG type, PVOID setting);
+    decltype(&powerChangeNotify) callback;
     PVOID context;
 };
 
@@ -25,17 +26,6 @@ constexpr DWORD deviceNotifyCallback = 2; // DEVICE_NOTIFY_CALLBACK
 
 using RegisterFunction = DWORD(WINAPI*)(DWORD flags, HANDLE recipient, void** registration);
 using UnregisterFunction = DWORD(WINAPI*)(void* registration);
-
-ULONG CALLBACK Notify(PVOID context, ULONG type, PVOID setting)
-{
-    return powerChangeNotify(context, type, setting);
-}
-
-SubscribeParameters& Parameters(void* context)
-{
-    static SubscribeParameters parameters{Notify, context};
-    return parameters;
-}
 
 void*& Registration()
 {
@@ -58,8 +48,8 @@ Result Register(void* context)
     if (function == nullptr) {
         return Result::Missing;
     }
-    return function(deviceNotifyCallback, &Parameters(context), &Registration()) == 0 ? Result::Done
-                                                                                      : Result::Refused;
+    static SubscribeParameters parameters{powerChangeNotify, context};
+    return function(deviceNotifyCallback, &parameters, &Registration()) == 0 ? Result::Done : Result::Refused;
 }
 
 Result Unregister()
