@@ -100,17 +100,11 @@ struct Answer
     bool complete = false;
 };
 
-void TakeDefaultSink(pa_context* /*context*/, const pa_server_info* info, void* userData)
+template<const char* pa_server_info::*Name>
+void TakeName(pa_context* /*context*/, const pa_server_info* info, void* userData)
 {
     auto& answer = *static_cast<Answer*>(userData);
-    answer.text = info != nullptr ? QString::fromUtf8(info->default_sink_name) : QString();
-    answer.complete = true;
-}
-
-void TakeDefaultSource(pa_context* /*context*/, const pa_server_info* info, void* userData)
-{
-    auto& answer = *static_cast<Answer*>(userData);
-    answer.text = info != nullptr ? QString::fromUtf8(info->default_source_name) : QString();
+    answer.text = info != nullptr ? QString::fromUtf8(info->*Name) : QString();
     answer.complete = true;
 }
 
@@ -218,12 +212,12 @@ AudioEndpoint FindDefaultAudioEndpoint(bool render)
     if (!server.Connect()) {
         return {QString(), "pa_context_connect()", server.Error()};
     }
-    const QByteArray name = server
-                                .Ask([render](pa_context* context, Answer* answer) {
-                                    return Pulse().context_get_server_info(
-                                        context, render ? TakeDefaultSink : TakeDefaultSource, answer);
-                                })
-                                .toUtf8();
+    const auto takeName = render ? TakeName<&pa_server_info::default_sink_name>
+                                 : TakeName<&pa_server_info::default_source_name>;
+    const auto getServer = [takeName](pa_context* context, Answer* answer) {
+        return Pulse().context_get_server_info(context, takeName, answer);
+    };
+    const QByteArray name = server.Ask(getServer).toUtf8();
     if (name.isEmpty()) {
         return {QString(), "pa_context_get_server_info()", server.Error()};
     }
