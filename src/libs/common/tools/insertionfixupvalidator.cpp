@@ -23,10 +23,8 @@ QValidator::State CInsertionFixupValidator::validate(QString& input, int& pos) c
 void CInsertionFixupValidator::fixup(QString& input) const
 {
     const QRegExp& held = regExp();
-    static_cast<void>(held.exactMatch(input));
-    while (!input.isEmpty() && held.matchedLength() != input.size()) {
+    while (!held.exactMatch(input) && !input.isEmpty() && held.matchedLength() != input.size()) {
         input.remove(held.matchedLength(), 1);
-        static_cast<void>(held.exactMatch(input));
     }
 }
 
