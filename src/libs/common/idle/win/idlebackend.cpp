@@ -4,8 +4,6 @@
 
 #include <QLibrary>
 
-#include <chrono>
-
 #include <qt_windows.h>
 
 namespace common
@@ -22,8 +20,7 @@ using IdleUIGetLastInputTimeFunction = DWORD(WINAPI*)();
 /// The ticks are unsigned and of 32 bits, so the distance is also right across their wrap after 49.7 days.
 int SecondsSince(DWORD tick)
 {
-    const std::chrono::duration<DWORD, std::milli> distance(GetTickCount() - tick);
-    return static_cast<int>(std::chrono::duration_cast<std::chrono::duration<DWORD>>(distance).count());
+    return static_cast<int>((GetTickCount() - tick) / 1000);
 }
 
 class GetLastInputInfoBackend : public IIdleBackend
