@@ -19,12 +19,10 @@ std::optional<QByteArray> ReadFile(const QString& path)
     QByteArray content;
     std::array<char, 16384> buffer{};
     ssize_t count = -1;
-    do {
-        count = file.IsOpen() ? ::read(file.Get(), buffer.data(), buffer.size()) : -1;
-        if (count > 0) {
-            content.append(buffer.data(), count);
-        }
-    } while (count > 0 || (file.IsOpen() && count < 0 && errno == EINTR));
+    while (file.IsOpen() &&
+           (count = TEMP_FAILURE_RETRY(::read(file.Get(), buffer.data(), buffer.size()))) > 0) {
+        content.append(buffer.data(), count);
+    }
     return count == 0 ? std::optional(content) : std::nullopt;
 }
 
