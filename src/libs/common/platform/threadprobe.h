@@ -11,11 +11,4 @@ namespace common::platform
  */
 bool HasDescriptors(std::size_t count);
 
-/**
- * Returns whether this process can start a thread with an event loop at the moment. Check before you start a
- * thread of D-Bus or wait for one: Qt waits without end for some threads that could not start. Starts a
- * thread itself, which may take some tenths of a millisecond.
- */
-bool CanStartThread();
-
 } // namespace common::platform

@@ -6,8 +6,18 @@
 
 #include <algorithm>
 
+#include <pthread.h>
+
 namespace common::platform
 {
+
+bool CanStartThread()
+{
+    pthread_t thread{};
+    const auto doNothing = [](void*) -> void* { return nullptr; };
+    return HasDescriptors(1) && pthread_create(&thread, nullptr, doNothing, nullptr) == 0 &&
+           pthread_join(thread, nullptr) == 0;
+}
 
 BusConnection::BusConnection(const QString& address, const QDeadlineTimer& deadline)
     : name(CanStartThread() ? QUuid::createUuid().toString() : QString())

@@ -9,6 +9,13 @@ namespace common::platform
 {
 
 /**
+ * Returns whether this process can start a thread with an event loop at the moment. Check before you start a
+ * thread of D-Bus or wait for one: Qt waits without end for some threads that could not start. Starts a
+ * thread itself, which may take some tenths of a millisecond.
+ */
+bool CanStartThread();
+
+/**
  * A connection to a message bus with a limit for every wait.
  *
  * QDBusConnection::connectToBus waits without end, and later keeps the program from exiting, if the bus

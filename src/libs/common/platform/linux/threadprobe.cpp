@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <vector>
 
-#include <pthread.h>
 #include <sys/eventfd.h>
 
 namespace common::platform
@@ -18,14 +17,6 @@ bool HasDescriptors(std::size_t count)
         descriptor = FileDescriptor(::eventfd(0, EFD_CLOEXEC));
         return descriptor.IsOpen();
     });
-}
-
-bool CanStartThread()
-{
-    pthread_t thread{};
-    const auto doNothing = [](void*) -> void* { return nullptr; };
-    return HasDescriptors(1) && pthread_create(&thread, nullptr, doNothing, nullptr) == 0 &&
-           pthread_join(thread, nullptr) == 0;
 }
 
 } // namespace common::platform

@@ -8,9 +8,4 @@ bool HasDescriptors(std::size_t /*count*/)
     return true;
 }
 
-bool CanStartThread()
-{
-    return true;
-}
-
 } // namespace common::platform

@@ -1,6 +1,5 @@
 #include "../powernotification.h"
 
-#include "../../platform/threadprobe.h"
 #include "sleeplistener.h"
 
 #include <common/tools/sleepwatcher.h>
