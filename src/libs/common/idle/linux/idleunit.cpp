@@ -9,7 +9,7 @@ namespace
 using namespace std::chrono_literals;
 
 /// Replies in a row that must keep pace. By chance one in some ten to a hundred fits while the user types;
-/// that many never do. At a poll each 3 s they arrive before the first minute of rest is over.
+/// that many never do. With a poll every 3 s, they arrive before the first minute of rest is over.
 constexpr int repliesNeeded = 10;
 
 constexpr IdleUnit::Milliseconds replyTimeout = 500ms;

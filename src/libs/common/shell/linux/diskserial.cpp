@@ -84,7 +84,7 @@ std::optional<QString> WholeDisk(QString folder)
     return std::nullopt;
 }
 
-/// libudev would read the same record in as many lines, as one more library to load.
+/// Without libudev: it would save no lines here and be one more library to load.
 QString UdevSerial(const QString& root, const QString& disk)
 {
     const QByteArray number = ReadAll(disk + QLatin1String("/dev")).trimmed();
