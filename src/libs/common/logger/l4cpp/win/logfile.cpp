@@ -5,10 +5,10 @@
 #include <log4cpp/RollingFileAppender.hh>
 
 #include <QFile>
-#include <QTemporaryFile>
+#include <QTemporaryDir>
 
 #include <array>
-#include <stdexcept>
+#include <optional>
 
 #include <fcntl.h>
 #include <io.h>
@@ -122,12 +122,12 @@ std::unique_ptr<log4cpp::Appender> CreateRollingFileAppender(const char* name, c
 void LoadPropertyFile(const QString& path)
 {
     QByteArray name = AnsiName(path);
-    // Volumes without short names: %TEMP% is on the system's own, which has them.
-    std::unique_ptr<QTemporaryFile> copy;
+    std::optional<QTemporaryDir> directory;
     if (name.isEmpty()) {
-        QFile file(path);
-        copy.reset(QTemporaryFile::createNativeFile(file));
-        name = copy ? AnsiName(copy->fileName()) : QByteArray();
+        // Volumes without short names: %TEMP% is on the system's own, which has them.
+        const QString copy = directory.emplace().filePath(QStringLiteral("log4cpp.properties"));
+        QFile::copy(path, copy);
+        name = AnsiName(copy);
     }
     log4cpp::PropertyConfigurator::configure(name.toStdString());
 }
