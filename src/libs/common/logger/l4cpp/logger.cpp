@@ -14,6 +14,8 @@
 #include <log4cpp/Priority.hh>
 #include <log4cpp/SimpleLayout.hh>
 
+#include <QScopeGuard>
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -127,23 +129,6 @@ private:
     std::unique_ptr<log4cpp::Appender> appender;
 };
 
-/// Counts the calling thread as one inside Logger::Write.
-class WriterCount
-{
-public:
-    explicit WriterCount(std::atomic<int>& writers_)
-        : writers(writers_)
-    {
-        ++writers;
-    }
-    ~WriterCount() { --writers; }
-
-private:
-    Q_DISABLE_COPY(WriterCount)
-
-    std::atomic<int>& writers;
-};
-
 /**
  * Maps channels to log4cpp categories. Never destroyed, because destructors that run at exit may still log.
  * By then log4cpp is gone, so their lines are dropped.
@@ -185,13 +170,14 @@ private:
     AttachedAppender shortFileAppender{mainCategory};
     unsigned int targets = 0;
     unsigned int options = 0;
-    std::atomic<int> writers = 0;
+    std::atomic<int> writers = 0; ///< Threads inside Write.
     std::atomic<bool> ended = false;
 };
 
 void Logger::Write(const IMessage& message)
 {
-    const WriterCount count(writers);
+    ++writers;
+    const auto leave = qScopeGuard([this] { --writers; });
     const Channel* channel = message.GetChannel();
     if (ended.load() || (channel != nullptr && channel->name == nullptr)) {
         return;
@@ -318,25 +304,10 @@ bool Logger::WaitForWriters() const
     return true;
 }
 
-/// Calls Logger::End at exit.
-class LoggerEnd
-{
-public:
-    explicit LoggerEnd(Logger& logger_)
-        : logger(logger_)
-    {}
-    ~LoggerEnd() { logger.End(); }
-
-private:
-    Q_DISABLE_COPY(LoggerEnd)
-
-    Logger& logger;
-};
-
 Logger& GetInstance()
 {
     static NeverDestroyed<Logger> logger;
-    static const LoggerEnd end(logger.value);
+    static const auto atExit = qScopeGuard([] { logger.value.End(); });
     return logger.value;
 }
 
