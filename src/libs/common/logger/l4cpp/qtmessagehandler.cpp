@@ -1,5 +1,7 @@
 #include "qtmessagehandler.h"
 
+#include "../neverdestroyed.h"
+
 #include <common/logger/logger.h>
 
 #include <QMessageLogContext>
@@ -52,13 +54,13 @@ private:
     bool installed = true;
 };
 
-// The handler reads the name, so the name is constructed first and destroyed last.
-QString qtChannel;
+// At exit, other threads may still be inside the handler.
+NeverDestroyed<QString> qtChannel;
 HandlerInstallation installation;
 
 void HandleQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
-    const QByteArray name = qtChannel.toUtf8();
+    const QByteArray name = qtChannel.value.toUtf8();
     const Channel channel{name.constData()};
     Message(GetLogger(), &channel, LevelOf(type), context.file, context.function, context.line).GetStream()
         << text;
@@ -71,7 +73,7 @@ void HandleQtMessage(QtMsgType type, const QMessageLogContext& context, const QS
 
 void SetQtChannel(const QString& name)
 {
-    qtChannel = name;
+    qtChannel.value = name;
 }
 
 void RestoreQtMessageHandler()
