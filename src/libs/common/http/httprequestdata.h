@@ -42,7 +42,7 @@ public:
     QByteArray GetData() const override;
 };
 
-/// What a GET puts behind the "?" of its URL, and the one payload that it takes.
+/// The query of a GET, which accepts no other payload, or the body of a POST.
 class HttpRequestUrlencodedDataMap final : public HttpRequestDataMap
 {
 public:

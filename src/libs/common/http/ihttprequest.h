@@ -46,9 +46,9 @@ namespace common::http
  * Each attempt emits replyFinished before these, except one that timed out. An attempt that is retried emits
  * nothing else. Neither Abort nor destruction emits anything.
  *
- * A receiver of any of these signals may abort the request, send it again or delete it. The earlier reply
- * then delivers nothing more. A slot that is connected to a signal of Reply() or of the manager must not do
- * so: see HttpRequest.
+ * A receiver of any of these signals may abort the request, send it again or delete it. After the last two,
+ * the earlier reply delivers nothing more. A slot that is connected to a signal of Reply() or of the manager
+ * must not do so: see HttpRequest.
  *
  * @warning The peer of a TLS connection is never verified, whatever IgnoreSSLErrors returns. The connection
  * is encrypted, but anyone may be at its other end.
