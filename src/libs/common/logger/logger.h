@@ -180,9 +180,9 @@ public:
  * The default logger: writes through Qt's logging, each line in a category named after its channel.
  *
  * Writes nothing until SetLevel is called. Qt's messages go to the current logger, so a line written by this
- * one comes back to it as a Qt message. It is then printed on standard error, without its category, if its
- * level passes the threshold: warnings and worse at their own level, all others at Debug. Takes no lock, so
- * configure it before other threads log.
+ * one comes back to it as a Qt message: severe ones at Error, warnings at Warn, all others at Debug. If that
+ * level passes the threshold too, the line is printed on standard error, without its category. Takes no lock,
+ * so configure it before other threads log.
  */
 class VXCOMMON_EXPORT Logger : public ILogger
 {
