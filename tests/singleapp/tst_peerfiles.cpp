@@ -64,6 +64,10 @@ void TestPeerFiles::removedDuringClaim()
         QVERIFY(QtLocalPeer(nullptr, "again").isSecondary());
         QVERIFY(SendFromElsewhere("again", "hello"));
     }
+    QVERIFY(QFile::remove(lockPath));
+    QtLP_Private::QtLockedFile other(lockPath); // Of a process that has created the file again.
+    QVERIFY(other.open(QIODevice::ReadWrite));
+    QTRY_VERIFY_WITH_TIMEOUT(!other.lock(other.ReadLock, false) || !other.unlock(), 20000);
     QTRY_COMPARE(first.received.size(), removals.size());
 }
 

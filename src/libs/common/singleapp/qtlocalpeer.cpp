@@ -253,7 +253,7 @@ QString QtLocalPeerPrivate::Listen()
 /// Restores what has been removed, and keeps the lock file from looking abandoned.
 void QtLocalPeerPrivate::Check()
 {
-    if (QtLP_Private::filesAreRemovable && !QFile::exists(lockPath)) {
+    if (!QtLP_Private::IsInPlace(*lockFile, lockPath)) {
         auto restored = QtLP_Private::OpenLockFile(lockPath);
         if (restored && restored->lock(QtLockedFile::WriteLock, false)) {
             lockFile = std::move(restored);
