@@ -133,7 +133,7 @@ void FileHelper::ScanPath(const QString& root)
             d->directories.back().id = opened.Id();
             const QDir dir(opened.Path());
             levels.push_back({directory, path, dir.entryInfoList(nameFilters, filters, QDir::NoSort)});
-        } else if (!opened.IsMissing()) {
+        } else if (QFileInfo(path).isDir()) {
             AddFound(QFileInfo(path), path, parent, -1); // Cannot be read. It may be empty.
         }
     };
