@@ -36,7 +36,7 @@ else()
         $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
 endif()
 
-# Hardening of release builds. MinGW's run-time library has no part in FORTIFY and the stack protector.
+# Hardening of release builds. MinGW's run-time library supports neither FORTIFY nor the stack protector.
 if(MSVC)
     add_compile_options("$<$<CONFIG:Release>:/guard:cf>")
     add_link_options("$<$<CONFIG:Release>:/guard:cf>")

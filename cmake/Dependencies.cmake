@@ -1,4 +1,4 @@
-# Every package that the library links. A missing one ends the configuration with its name.
+# Every package that the library links. If one is missing, the configuration fails with its name.
 
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core Network Gui Widgets)
 if(UNIX)

@@ -1,7 +1,7 @@
-# What differs from one deployment of the client to the next.
+# Settings that differ between deployments of the client.
 #
-# First, addresses of the telephony service. The defaults lie below ".test", a top-level
-# domain reserved by RFC 2606, so an undeployed build reaches nobody.
+# First, addresses of the telephony service. The defaults lie below ".test", a top-level domain reserved by RFC 2606, so
+# a build with these defaults contacts no real server.
 #
 # The service SIP domain must have the last-but-one label "quollsip" and a top-level label of 2 to 4 letters, or no
 # identifier of the service passes tools::sip::SipId::Check.
@@ -18,7 +18,7 @@ if(NOT VXCOMMON_SERVICE_SIP_DOMAIN MATCHES "^([-a-z0-9]+\\.)*quollsip\\.[a-z][a-
         "VXCOMMON_SERVICE_SIP_DOMAIN is \"${VXCOMMON_SERVICE_SIP_DOMAIN}\": it must be lower-case and end in "
         "quollsip.TLD, TLD being 2 to 4 letters")
 endif()
-# The same domain as seen from outside; numbers on it are no service numbers.
+# The same domain as seen from outside; its numbers are not service numbers.
 set(VXCOMMON_EXTERNAL_SERVICE_SIP_DOMAIN "external.${VXCOMMON_SERVICE_SIP_DOMAIN}")
 
 foreach(name RU_WEB_SERVICES_HOST DEFAULT_WEB_SERVICES_HOST)

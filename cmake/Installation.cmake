@@ -1,5 +1,4 @@
-# What `cmake --install` puts into place of the library: headers below include/vxcommon, the CMake package, the pkg-config
-# file.
+# Installs the library's headers below include/vxcommon, its CMake package and its pkg-config file.
 
 install(TARGETS vxcommon EXPORT vxcommonTargets
     RUNTIME COMPONENT runtime

@@ -1,4 +1,5 @@
-# The zip that cpack makes of a Windows build: scripts/package.sh windows. Debian packages are built from debian/.
+# Settings of the zip that cpack creates from a Windows build: scripts/package.sh windows. Debian packages are built
+# from debian/.
 
 if(WIN32)
     include(WindowsBundle)

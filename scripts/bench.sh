@@ -38,7 +38,7 @@ for name in "${programs[@]}"; do
         logging | shell | singleapp | startup) repetitions=25 ;; # of a few seconds
         *) repetitions=15 ;;
     esac
-    # Many short ones, mixed, so that a busy minute of the machine does not fall on one side of a ratio only.
+    # Many short ones, interleaved, so that a busy minute of the machine affects both sides of a ratio.
     quietly "$program" --benchmark_repetitions=$repetitions --benchmark_min_time=0.1 \
         --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true \
         --benchmark_out_format=json --benchmark_out="$results/$name.json"

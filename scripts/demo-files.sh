@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The file part of the demo: copies a tree of 2,000 files with links in it, compares it and removes it again.
-# scripts/demo.sh builds what it needs and calls it.
+# The file part of the demo: copies a tree of 2,000 files and links, compares it and removes it again. scripts/demo.sh
+# calls it.
 
 source "$(dirname "$0")/lib.sh"
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Starts vxphone. Without a display, makes pictures of it and shows where they are.
+# Starts vxphone. Without a display, takes screenshots of it and prints their directory.
 
 source "$(dirname "$0")/lib.sh"
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds the fuzz targets and runs each for a time: scripts/fuzz.sh [SECONDS [TARGET...]], 60 seconds and all targets if
-# not given. What is found is kept in build/fuzz/findings; the corpora in fuzz/corpus are read and not changed.
+# not given. Findings are stored in build/fuzz/findings; the corpora in fuzz/corpus are not changed.
 
 source "$(dirname "$0")/lib.sh"
 

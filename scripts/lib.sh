@@ -1,5 +1,5 @@
-# Sourced by the other scripts: the directory of the project, and functions that report what is done.
-# All of them take --no-install as their first argument, which uses what is installed and installs nothing.
+# Sourced by the other scripts: sets the directory of the project and defines shared functions. All scripts accept
+# --no-install as their first argument, which makes them install nothing.
 
 set -euo pipefail
 
@@ -19,7 +19,7 @@ die() {
     exit 1
 }
 
-# Runs a command without its output, unless it fails.
+# Runs a command and shows its output only if it fails.
 quietly() {
     local log
     log=$(mktemp)

@@ -10,10 +10,10 @@ say "Checking the format"
 git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
 
 say "Configuring and generating (lint)"
-# The benchmarks and their peers are part of what is read; moc's output must be there to be included.
+# The checks include the benchmarks and their peers, and need moc's output.
 quietly cmake --preset dev -B build/lint -DVXCOMMON_BUILD_BENCHMARKS=ON
 quietly cmake --build build/lint
-# The fuzz targets are built by clang only, so their commands stand elsewhere.
+# Only Clang builds the fuzz targets, so their compile commands are in another build directory.
 quietly cmake --preset fuzz -B build/lint-fuzz
 
 sources=("$@")
@@ -21,7 +21,7 @@ if [ ${#sources[@]} -eq 0 ]; then
     mapfile -t sources < <(git ls-files '*.cpp' ':!:*/win/*' ':!:*_none.cpp' ':!:examples/consumer')
 fi
 say "Running clang-tidy on ${#sources[@]} sources"
-# $1: the folder with the compile commands; the sources come from standard input.
+# $1: the directory of the compile commands; reads the sources from standard input.
 tidy() { xargs -r -P "$(nproc)" -n 4 clang-tidy --quiet -p "$1" 2> >(grep -v 'warnings generated' >&2); }
 result=0
 printf '%s\n' "${sources[@]}" | { grep -v '^fuzz/' || true; } | tidy build/lint || result=1
@@ -29,7 +29,7 @@ printf '%s\n' "${sources[@]}" | { grep '^fuzz/' || true; } | tidy build/lint-fuz
 [ $result -eq 0 ] || die "clang-tidy has found something"
 
 say "Running cppcheck"
-# What is passed by value is clang-tidy's to judge.
+# clang-tidy checks arguments that are passed by value.
 cppcheck --quiet --std=c++17 --language=c++ --library=qt --enable=warning,performance,portability --inline-suppr \
     --suppress=passedByValue --error-exitcode=1 -j "$(nproc)" -I src/libs "${sources[@]}"
 

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Builds the Debian packages of the committed and changed files below build/packages, and checks them with lintian. With
-# "windows" it makes a zip of the library cross-built for 64-bit Windows, once its tests have passed, in
-# build/windows-mingw/packages.
+# "windows", creates a zip of the library cross-built for 64-bit Windows in build/windows-mingw/packages, after its
+# tests have passed.
 
 source "$(dirname "$0")/lib.sh"
 
-# Whatever the umask of the builder: nothing that others may write or may not read.
+# Independently of the builder's umask, others must be able to read everything and to write nothing.
 check_modes() {
     local deb odd
     for deb in "$packages"/*.deb; do
@@ -14,7 +14,7 @@ check_modes() {
     done
 }
 
-# Of the library; the programs are built with the same flags.
+# Checks the library; the programs are built with the same flags.
 check_hardening() {
     local work word words=(BIND_NOW GNU_RELRO __stack_chk_fail _chk@)
     [ "$(dpkg --print-architecture)" != amd64 ] || words+=(endbr64)

@@ -17,7 +17,7 @@ export WINEPREFIX=$build_dir/wineprefix
 export WINEARCH=win64
 export WINEDEBUG=-all
 export WINEDLLOVERRIDES="mscoree,mshtml="
-# There is no console, and without it Qt would talk to a debugger only.
+# There is no console, and without this Qt would only write to a debugger.
 export QT_FORCE_STDERR_LOGGING=1
 export QT_PLUGIN_PATH="Z:${sdk//\//\\}\\qt6\\plugins"
 dll_path=
@@ -27,7 +27,7 @@ for folder in "$build_dir/src/libs/common" "$sdk/qt6/bin" "$sdk/openssl/bin" "$s
 done
 export WINEPATH=$dll_path
 
-# Wine says on standard error that a 32-bit side is missing; nobody here needs it.
+# Wine reports on standard error that its 32-bit part is missing, which is not needed here.
 wine=/usr/lib/wine/wine64
 if [ ! -e "$WINEPREFIX/ready" ]; then
     (
@@ -38,10 +38,10 @@ if [ ! -e "$WINEPREFIX/ready" ]; then
         fi
     ) 9>"$build_dir/wineprefix.lock"
 fi
-# What it prints goes to files first: a console that outlives the program would keep a pipe open for ever.
+# Output goes to files first: a console that outlives the program would keep a pipe open.
 output=$(mktemp -d)
 trap 'rm -rf "$output"' EXIT
-# Without a console QtTest reports to the debugger, unless it is given a file. The limit, in seconds, is below that of
+# Without a console, QtTest reports to the debugger unless it is given a file. The limit, in seconds, is below that of
 # the test, so that the report of a test that hangs is still printed.
 report=()
 limit=0
@@ -54,7 +54,7 @@ esac
 run() { timeout "$limit" "$wine" "$program" "$@" "${report[@]}" >"$output/stdout" 2>"$output/stderr"; }
 exit_code=0
 run "$@" || exit_code=$?
-# Wine was seen to refuse a start without a word. A test that has begun has opened its report.
+# Wine sometimes silently fails to start a program. A test that has started has opened its report.
 if [ $exit_code -ne 0 ] && [ $limit -gt 0 ] && [ ! -e "$output/report" ]; then
     echo "run-wine.sh: $(basename "$program") ended with $exit_code before it began; trying once more" >&2
     exit_code=0

@@ -5,14 +5,14 @@
 
 source "$(dirname "$0")/lib.sh"
 
-# What a field of debian/control names, without the tools that make the package.
+# Prints the packages in a field of debian/control, without the packaging tools.
 depends_of() { sed -n "/^$1:/,/^[^ ]/ s/^ \([a-z0-9.+-]*\).*/\1/p" debian/control | grep -v debhelper; }
 
 packages_of() {
     local build docs
     build="ccache $(depends_of Build-Depends)"
     docs=$(depends_of Build-Depends-Indep)
-    # What the tests drive for real: web servers, buses, desktop files, displays, sound, other packers.
+    # Programs that the tests use: web servers, buses, desktop files, displays, sound, other packers.
     local servers="nginx-light openssl"
     local desktop="dbus-daemon dbus-bin libglib2.0-bin desktop-file-utils xdg-utils
         xvfb xauth xdotool openbox pulseaudio libfaketime"
@@ -53,7 +53,7 @@ if [ "$(id -u)" -ne 0 ]; then
     as_root=(sudo)
 fi
 say "Installing packages: ${missing[*]}"
-# Another apt may be at work, an unattended upgrade for one: wait for it.
+# Another apt may be running, for example an unattended upgrade: wait for it.
 wait_for_lock=(-o DPkg::Lock::Timeout=600)
 quietly "${as_root[@]}" apt-get "${wait_for_lock[@]}" update -q
 quietly "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \

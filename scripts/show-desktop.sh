@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Shows registration and watchers at work on a throwaway desktop: a separate home, X server and system bus.
-# Takes two and a half minutes, most of it waiting for the user to be idle: scripts/show-desktop.sh [VXTOOL]
+# Demonstrates registration and watchers on a temporary desktop: a separate home, X server and system bus. Takes two and
+# a half minutes, mostly to wait until the user is idle: scripts/show-desktop.sh [VXTOOL]
 
 source "$(dirname "$0")/lib.sh"
 
@@ -13,11 +13,11 @@ if [ -z "$vxtool" ]; then
     vxtool=$project_dir/build/release/examples/vxtool/vxtool
 fi
 
-# The display and the bus end with the run.
+# The display and the bus end with this script.
 if [ -z "${VXCOMMON_THROWAWAY_DESKTOP:-}" ]; then
     exec env VXCOMMON_THROWAWAY_DESKTOP=1 xvfb-run --auto-servernum dbus-run-session -- "$0" "$vxtool"
 fi
-# The bus of the session serves as that of the system.
+# The session bus also serves as the system bus.
 export DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SESSION_BUS_ADDRESS
 work=$(mktemp -d)
 children=()
@@ -28,7 +28,7 @@ mkdir -p "$XDG_CONFIG_HOME" "$XDG_DATA_HOME/applications"
 
 expect() { [ "$2" = "$3" ] || die "$1: expected \"$3\", got \"$2\""; }
 
-# Waits until a file has a line that matches, for at most so many seconds.
+# Waits until a file has a matching line, for at most the given number of seconds.
 wait_for() {
     local end=$((SECONDS + $1))
     until grep -m 1 -e "$3" "$2" 2>/dev/null; do

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Downloads that are too much for every test run, from a real server on the loopback: a file of many GB, with the memory
-# that it takes, and one that does not fit on the disk: scripts/stress-download.sh [GIGABYTES]
+# Tests downloads that are too large for every test run, from a real server on the loopback: a file of many GB, whose
+# memory use is measured, and one that does not fit on the disk: scripts/stress-download.sh [GIGABYTES]
 # Needs a release build; takes about 6 s and twice the disk space for each GB.
 
 source "$(dirname "$0")/lib.sh"
@@ -47,7 +47,7 @@ rm -f "$out/sparse.bin" "$SERVER_ROOT/sparse.bin"
 say "A file of 40 MB where only 20 MB may be written"
 large_md5=$(cat "$SERVER_ROOT/large.md5")
 for check in "--size 40000000" "--md5 $large_md5"; do
-    # Ignored, the signal becomes an ordinary failure of the write, as a full disk is.
+    # If the signal is ignored, the write fails as on a full disk.
     # shellcheck disable=SC2086
     if (trap '' XFSZ; ulimit -f 20000; exec "$vxtool" download "$url/large.bin" "$out/large.bin" $check \
         --log "$out/log" --log-level 7) 2>"$out/stderr"; then

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Puts the single-instance classes under load, ten rounds each or as many as the argument says:
-# 200 processes that start at once, a primary instance that is killed among them, and 300 clients that misbehave.
+# Stresses the single-instance classes, for ten rounds each or the given number: 200 processes that start at once, the
+# same with a primary instance that is killed, and 300 clients that misbehave.
 
 source "$(dirname "$0")/lib.sh"
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Cross-builds the library, vxtool and the tests for 64-bit Windows and runs the tests under Wine. It uses the preset
 # windows-mingw or, if it is given windows-clang, Clang.
-# The SDK is the folder in VXCOMMON_WINDOWS_SDK or, if that is not set, ../shared/windows-sdk.
+# The SDK is the directory in VXCOMMON_WINDOWS_SDK or, if that is not set, ../shared/windows-sdk.
 # Exits with 77 if the SDK does not fit this machine's Qt.
 
 source "$(dirname "$0")/lib.sh"
@@ -10,7 +10,7 @@ preset=${1:-windows-mingw}
 build_dir=$project_dir/build/$preset
 unpacked=$project_dir/build/windows-sdk
 sdk=$(scripts/find-windows-sdk.sh)
-[ -n "$sdk" ] || die "no Windows SDK: set VXCOMMON_WINDOWS_SDK to a folder with qt6/ and openssl/, or with sdk.tar.xz"
+[ -n "$sdk" ] || die "no Windows SDK: set VXCOMMON_WINDOWS_SDK to a directory with qt6/ and openssl/, or with sdk.tar.xz"
 
 scripts/setup.sh build
 if [ ! -d "$sdk/qt6" ]; then
@@ -26,7 +26,7 @@ if [ ! -d "$sdk/qt6" ]; then
     fi
 fi
 
-# The tools of this machine's Qt write what the SDK's Qt compiles.
+# This machine's Qt tools generate sources that the SDK's Qt compiles, so the versions must match.
 qt_version_of() { sed -n 's/^set(PACKAGE_VERSION "\(.*\)").*/\1/p' "$1/Qt6/Qt6ConfigVersionImpl.cmake"; }
 host_qt=$(qt_version_of /usr/lib/x86_64-linux-gnu/cmake)
 sdk_qt=$(qt_version_of "$sdk/qt6/lib/cmake")

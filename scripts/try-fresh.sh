@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # Runs both commands of the README and then those of docs/getting-started.md in a fresh Debian, on a clean clone of what
 # is committed here, and prints how long they took: scripts/try-fresh.sh bookworm|trixie
-# With "guide" after the release, it runs those of docs/getting-started.md only.
+# With "guide" after the release, it runs only those of docs/getting-started.md.
 # With "packages" after the release, it installs the packages of build/packages instead, which were built on that release,
 # builds and runs examples/consumer with them, and removes them.
-# Needs root. The new system is made below TMPDIR and removed at the end. Its packages come from
-# VXCOMMON_DEBIAN_MIRROR or, if that is not set, from where apt of this machine gets Debian's. If VXCOMMON_WINDOWS_SDK
-# is set, the Windows lane is part of it.
+# Needs root. The new system is created below TMPDIR and removed at the end. Its packages come from
+# VXCOMMON_DEBIAN_MIRROR or, if that is not set, from this machine's Debian mirror. If VXCOMMON_WINDOWS_SDK is set, the
+# Windows lane is part of the run.
 
 source "$(dirname "$0")/lib.sh"
 
@@ -14,7 +14,7 @@ case "$*" in
 bookworm | trixie | "bookworm packages" | "trixie packages" | "bookworm guide" | "trixie guide") suite=$1 ;;
 *) die "name one of the supported releases of Debian: bookworm or trixie" ;;
 esac
-[ "$(id -u)" -eq 0 ] || die "only root can make and enter another system"
+[ "$(id -u)" -eq 0 ] || die "only root can create and enter another system"
 scripts/setup.sh fresh
 apt_mirror() { apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Label: Debian' | sed -n 1p; }
 mirror=${VXCOMMON_DEBIAN_MIRROR:-$(apt_mirror)}

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Goes through the states of vxphone on a separate display and makes a picture of each in build/demo/vxphone/pictures.
 #   scripts/vxphone-pictures.sh           light, dark, and at the scales 1.5 and 2
-#   scripts/vxphone-pictures.sh --renew   also puts the two of the README into docs/images
+#   scripts/vxphone-pictures.sh --renew   also copies the two of the README to docs/images
 
 source "$(dirname "$0")/lib.sh"
 
@@ -22,7 +22,7 @@ trap stop_all EXIT
 type_text() { xdotool type --delay 10 "$1"; }
 key() { xdotool key --delay 30 "$@"; }
 picture() {
-    sleep 1 # The window reacts at once; what it shows settles after a moment.
+    sleep 1 # The window reacts at once, but its content settles after a moment.
     import -window "${2:-$window}" "$pictures/$mode-$1.png"
     say "Written: ${pictures#"$project_dir"/}/$mode-$1.png"
 }
@@ -42,8 +42,8 @@ dark_colours() {
 
 slow_server() { echo "server { listen 127.0.0.1:$port; limit_rate 6m; }"; }
 
-# A window manager, and a server that takes its time, so that a download can be watched.
-# Nothing of the user's own is touched, and an instance that runs already is not met.
+# Starts a window manager, and a slow server, so that a download is visible. Does not touch the user's files or meet a
+# running instance.
 start_surroundings() {
     export HOME=$work/home-$mode TMPDIR=$work/tmp QT_QPA_PLATFORM=xcb QT_SCALE_FACTOR=$1
     export LANG=en_GB.UTF-8
@@ -54,7 +54,7 @@ start_surroundings() {
     openbox --sm-disable --startup "touch $work/ready" >/dev/null 2>&1 &
     pids+=($!)
     until [ -e "$work/ready" ]; do sleep 0.1; done
-    # The bus of the session serves as that of the system.
+    # The session bus also serves as the system bus.
     export DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SESSION_BUS_ADDRESS
     unset DBUS_SESSION_BUS_ADDRESS
     serve "$work" slow_server

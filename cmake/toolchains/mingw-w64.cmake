@@ -1,7 +1,7 @@
-# Cross-compiles for 64-bit Windows with Debian's mingw-w64 (posix threads) and runs programs under Wine.
-# The environment variable VXCOMMON_WINDOWS_SDK names a folder with qt6/ (Qt for mingw-w64, the same version as the
-# Qt of this machine, whose tools are used), openssl/ and, if available, log4cpp/. The options of the library are ON for
-# what that folder has.
+# Cross-compiles for 64-bit Windows with Debian's mingw-w64 (posix threads) and runs programs under Wine. The
+# environment variable VXCOMMON_WINDOWS_SDK names a directory with qt6/ (Qt for mingw-w64, the same version as the Qt of
+# this machine, whose tools are used), openssl/ and, if available, log4cpp/. The options of the library are ON for the
+# libraries in that directory.
 
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)

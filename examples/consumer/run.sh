@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds this project against an installed vxcommon and runs its tour: examples/consumer/run.sh [PREFIX] [CMAKE OPTION...]
-# Without PREFIX the library is built and installed into a temporary folder first; "" is where the system's packages are.
+# Without PREFIX the library is built and installed into a temporary directory first; "" means the packages of the system.
 
 source "$(dirname "$0")/../../scripts/lib.sh"
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Starts nginx on free loopback ports and with a temporary folder, runs a command, and stops it again:
+# Starts nginx on free loopback ports with a temporary directory, runs a command, and stops nginx again:
 #   with-servers.sh COMMAND...
-# The command finds the ports in SERVER_HTTP, SERVER_TLS and SERVER_MTLS (wants a client certificate), and the folder
-# that is served in SERVER_ROOT.
+# The command finds the ports in SERVER_HTTP, SERVER_TLS and SERVER_MTLS (requires a client certificate), and the served
+# directory in SERVER_ROOT.
 
 source "$(dirname "$0")/../../scripts/lib.sh"
 
@@ -24,7 +24,7 @@ for name in server client; do
     openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj "/CN=$name" -keyout "$root/$name.key" \
         -out "$root/$name.crt" 2>/dev/null
 done
-# Workers of a server started by root belong to nobody.
+# If root starts the server, its workers run as the user "nobody".
 chmod 755 "$dir" "$root" && chmod 644 "$root"/*
 
 servers() {

@@ -15,7 +15,7 @@ endfunction()
 
 run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${prefix}")
 
-# The installed programs find the installed library by themselves.
+# The installed programs find the installed library without further settings.
 run("${prefix}/bin/vxtool" --version)
 foreach(page man/man1/vxtool.1 bash-completion/completions/vxtool zsh/site-functions/_vxtool)
     file(SIZE "${prefix}/share/${page}" size)

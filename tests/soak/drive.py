@@ -25,7 +25,7 @@ DOWNLOAD_SIZE = 24 * MIB
 DISK_SIZE = 12 * MIB
 SOURCE_FILES = 60
 SOURCE_FILE_SIZE = 100 * 1000
-# How much more memory, of what it was after a minute, the end may show.
+# Allowed growth of memory at the end, relative to that after a minute.
 MAX_GROWTH = 1.05
 
 
