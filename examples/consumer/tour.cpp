@@ -1,4 +1,4 @@
-// One feature of each part of the library, against the installed package: tour URL FOLDER
+// Uses one feature of each part of the installed library: tour URL FOLDER
 // URL is a small file on a web server; everything is written below FOLDER.
 
 #include <common/clicktocall/clicktocall.h>
@@ -27,7 +27,7 @@
 namespace
 {
 
-/// Prints what was found; every step passes its verdict through here.
+/// Prints the result of a step and returns `good`.
 bool Tell(const char* part, bool good, const QString& found)
 {
     std::printf("%-8s %-16s %s\n", good ? "ok" : "FAILED", part, qPrintable(found));

@@ -42,7 +42,7 @@ void AddContact(QWidget* window, PhoneBook& book, const QString& address)
 {
     const QString title = QWidget::tr("Add contact");
     if (const Contact* const known = book.Find(address); known != nullptr) {
-        const QString reason = QWidget::tr("%1 is in your contacts already, as %2.");
+        const QString reason = QWidget::tr("%1 is already in your contacts as %2.");
         QMessageBox::information(window, title, reason.arg(address, known->name));
         return;
     }

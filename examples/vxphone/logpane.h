@@ -6,7 +6,7 @@
 #include <QPlainTextEdit>
 #include <QTime>
 
-/// A logger in front of log4cpp that shows the newest lines, too.
+/// A logger that also shows the latest lines, and passes all to log4cpp.
 class LogPane : public QPlainTextEdit, public common::logger::Logger
 {
 public:

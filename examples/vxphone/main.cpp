@@ -13,10 +13,10 @@ using namespace common::logger;
 namespace
 {
 
-/// Removes "--callto" and all that follows it from the arguments, and returns the address.
+/// Removes "--callto" and everything after it from the arguments, and returns the address.
 ///
-/// A link is foreign data, and Qt takes its own options from anywhere in the arguments: one of them loads
-/// plugins from any directory. So the application object must not see what a link may have brought.
+/// A link is untrusted, and Qt reads its own options anywhere in the arguments; one of them loads plugins
+/// from any directory. So the application object must not receive what a link contains.
 QString CutAddress(int& argc, char** argv)
 {
     for (int i = 1; i < argc; ++i) {

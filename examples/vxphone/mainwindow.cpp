@@ -32,7 +32,7 @@ MainWindow::MainWindow(const QDir& dataFolder, QWidget* logPane)
     connect(&book, &PhoneBook::contactRemoved, this, [this](const QString& name) {
         statusBar()->showMessage(tr("%1 deleted. Press Ctrl+Z to undo.").arg(name), 10'000);
     });
-    // The signal comes from a thread of the system.
+    // The signal is emitted on a thread of the system.
     connect(tools::SleepWatcher::instance(), &tools::SleepWatcher::sleep, banner, &CallBanner::HangUp);
 
     constexpr double shareOfScreen = 0.9; // The rest is for the frame and the desktop's bars.

@@ -8,7 +8,7 @@
 #include <QStatusBar>
 #include <QTimer>
 
-/// The call that is going on; hidden if there is none. No sound is sent anywhere: the call is simulated.
+/// The current call; hidden if there is none. The call is simulated: no sound is sent.
 class CallBanner : public QWidget
 {
     Q_OBJECT
@@ -18,13 +18,13 @@ public:
 
     /// Offers an address or link for a call. Any process of the user may have sent it. Ignores an empty one.
     void TakeAddress(const QString& link);
-    /// Calls an address. During a call to somebody else, offers it afterwards.
+    /// Calls an address. During a call to another address, offers it afterwards.
     void Call(const QString& address);
     void HangUp();
 
 Q_SIGNALS:
     void began();
-    void offered(const QString& address); ///< Also at the end of each call, then maybe empty.
+    void offered(const QString& address); ///< Also emitted at the end of each call; may then be empty.
 
 private:
     bool IsInCall() const { return ticker.isActive(); }
@@ -43,7 +43,7 @@ private:
     QElapsedTimer clock;
 };
 
-/// Creates the field for the address to call, with what the library reads in it. Hidden during a call.
+/// Creates the field for the address to call, with the library's interpretation of it. Hidden during a call.
 QWidget* CreateDialPanel(PhoneBook& book, CallBanner& banner);
 
 /// Creates the lists of contacts and recent calls. Its actions are those of the menu "Edit".

@@ -23,7 +23,7 @@ QListWidget* CreateList(const QString& textIfEmpty, CallBanner& banner)
     return list;
 }
 
-/// `details` are shown below the title.
+/// Adds an entry that shows `details` below its title.
 void AddEntry(QListWidget* list, const QString& title, const QString& details, const QString& address)
 {
     const QIcon icon = SymbolIcon(ReadAddress(address).symbol);

@@ -18,7 +18,7 @@ namespace number = common::contact::number;
 namespace
 {
 
-/// The beginning of a link that calls.
+/// Matches the start of a call link.
 const QRegularExpression callScheme(u"^(callto|tel|sips?):/*"_s, QRegularExpression::CaseInsensitiveOption);
 
 } // namespace
@@ -128,7 +128,7 @@ void PhoneBook::Load()
 {
     tools::JsonFile file(fileName, tools::cipher::AES::machineKey());
     // If the file is damaged or was encrypted with another key, it loads as no document.
-    if (!file.Load() || !file.Document().isObject()) { // Put it aside, so that it is not overwritten.
+    if (!file.Load() || !file.Document().isObject()) { // Rename it, so that it is not overwritten.
         const QString moment = QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss"_s);
         const QString aside = u"%1.%2.unreadable"_s.arg(fileName, moment);
         saves = QFile::rename(fileName, aside);

@@ -4,17 +4,17 @@
 #include <QList>
 #include <QObject>
 
-/// What the library reads in an address, in words.
+/// The library's interpretation of an address, for display.
 struct Reading
 {
     QString kind;   ///< "Phone number" and the like.
     QString symbol; ///< Name of the symbol for the kind.
-    QString shown;  ///< The address as people read it.
+    QString shown;  ///< The address for display.
 };
 
 Reading ReadAddress(const QString& address);
 
-/// Returns whether a text is a link that calls, such as "tel:+1-212-555-0100".
+/// Returns whether a string is a call link, such as "tel:+1-212-555-0100".
 bool IsCallLink(const QString& text);
 
 /// Returns the address that a link such as "tel:+1-212-555-0100;ext=12" leads to; any other text verbatim.
@@ -49,12 +49,12 @@ public:
 
     /// Returns the contact with this address, in any spelling; null if there is none.
     const Contact* Find(const QString& address) const;
-    /// Returns the name of the contact with this address, or the address as people read it.
+    /// Returns the name of the contact with this address, or the address for display.
     QString NameOf(const QString& address) const;
 
     void AddContact(const Contact& contact); ///< Does nothing if there is one with this address.
     void RemoveContact(int index);           ///< Does nothing if negative.
-    void RestoreContact();                   ///< Adds again what was removed last, if anything was.
+    void RestoreContact();                   ///< Restores the contact that was removed last, if any.
     void AddCall(const RecentCall& call);
 
 Q_SIGNALS:
@@ -69,5 +69,5 @@ private:
     QList<Contact> contacts;
     QList<Contact> removed; ///< The latest last.
     QList<RecentCall> calls;
-    bool saves = true; ///< Off while a file that cannot be read is in the way.
+    bool saves = true; ///< False while a file that cannot be read has this name.
 };

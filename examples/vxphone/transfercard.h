@@ -12,7 +12,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 
-/// A transfer: its name, how far it is, and what can be done about it.
+/// A transfer: its name, its progress, and buttons to control it.
 class TransferCard : public QFrame
 {
     Q_OBJECT
@@ -53,7 +53,7 @@ public:
     const QString& Target() const { return target; }
     bool IsRunning() const { return running; }
 
-    /// An unknown total is -1.
+    /// Shows the progress; a `total` of -1 is unknown.
     void ShowProgress(const QString& text, qint64 current = 0, qint64 total = -1)
     {
         constexpr int barParts = 1000; // A bar shows an int.
@@ -86,7 +86,7 @@ public:
     }
 
 Q_SIGNALS:
-    void startAsked(); ///< Again, after a failure.
+    void startAsked(); ///< Emitted for a new attempt after a failure.
     void cancelled();  ///< Leads to `ended`, now or later.
     void ended();
 

@@ -24,7 +24,7 @@ QString SizeText(qint64 bytes)
     return QLocale().formattedDataSize(bytes, 1, QLocale::DataSizeTraditionalFormat);
 }
 
-/// "18 of 48 MB · 6 MB/s · 0:05 left", as far as it is known.
+/// Returns "18 of 48 MB · 6 MB/s · 0:05 left", as far as it is known.
 QString RateText(qint64 received, qint64 total, qint64 milliseconds)
 {
     QStringList parts{total > 0 ? QObject::tr("%1 of %2").arg(SizeText(received), SizeText(total))
@@ -58,7 +58,7 @@ void StartDownload(TransferCard* card, QNetworkAccessManager* network, const QUr
         }
     });
     const auto discard = [card, part](int error, const QString& reason) {
-        QFile::remove(part); // Half a file, or an error page, is of no use.
+        QFile::remove(part); // A part of a file, or an error page, is useless.
         card->Fail(error, reason);
     };
     QObject::connect(download, &IFileDownload::failed, card, discard);

@@ -20,11 +20,11 @@ public:
     explicit TransferPanel(const QDir& directory);
     ~TransferPanel() override;
 
-    /// Downloads a file. It gets its name when it is complete; until then an older one stays.
+    /// Downloads a file, which gets its name when it is complete; until then, an existing file stays.
     void Download(const QUrl& url);
     /// Copies a directory with everything in it. If cancelled, it ends after the current file.
     void Copy(const QString& source);
-    /// Cancels all. Returns whether none needs time to end.
+    /// Cancels all transfers. Returns whether all have ended.
     bool Stop();
     bool IsRunning() const;
 
@@ -37,5 +37,5 @@ private:
 
     QDir directory;
     QNetworkAccessManager network;
-    QThread copyThread; ///< Where copiers live: to abort one is to wait for its current file.
+    QThread copyThread; ///< Copiers live here, because aborting one waits for its current file.
 };

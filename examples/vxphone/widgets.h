@@ -10,13 +10,13 @@ class QAbstractScrollArea;
 /// Returns the symbol icons/NAME.svg in one colour.
 QIcon SymbolIcon(const QString& name, const QColor& colour = QGuiApplication::palette().buttonText().color());
 
-/// Makes the font of a widget larger, and bold if asked.
+/// Enlarges the font of a widget, and optionally makes it bold.
 void EnlargeFont(QWidget* widget, double factor, bool bold = false);
 
-/// Creates the heading of another widget, which gets the focus by the heading's mnemonic.
+/// Creates the heading of another widget; its mnemonic moves the focus there.
 QLabel* CreateTitle(const QString& text, QWidget* buddy);
 
-/// Creates the text in the middle of a view that has nothing else to show.
+/// Creates the text that an empty view shows in its middle.
 QLabel* CreateExplanation(const QString& text, QAbstractScrollArea* area);
 
 /// Returns what the user enters; empty if nothing, or if cancelled. The title is the action's name.
@@ -25,15 +25,16 @@ QString AskForText(QWidget* parent, const QString& title, const QString& label);
 /// Returns a duration as minutes and seconds, such as "3:07".
 QString DurationText(qint64 seconds);
 
-/// One line of plain text, after a symbol if it has one. Elided if too long; the tool tip has all of it.
+/// One line of plain text with an optional symbol. If it is too long, it is elided, and the tool tip shows
+/// all of it.
 class Line : public QLabel
 {
     Q_OBJECT
 
 public:
-    explicit Line(QPalette::ColorRole role = QPalette::WindowText); ///< The role is that of the text.
+    explicit Line(QPalette::ColorRole role = QPalette::WindowText); ///< Sets the role of the text colour.
 
-    /// The symbol "done" is green; "error" is red, and so is its text.
+    /// Shows a text with a symbol: "done" is green; "error" is red, as is its text.
     void Show(const QString& text, const QString& symbol = QString(), const QString& toolTip = QString());
 
     QSize sizeHint() const override { return minimumSizeHint(); }

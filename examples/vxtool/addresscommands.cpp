@@ -82,7 +82,7 @@ Row WebAddress(const QString& sipId)
 
 const CommandRegistration registration([] {
     return CommandList{
-        {u"contact"_s, u"[TEXT...]"_s, u"Show whom an address or a number would call."_s,
+        {u"contact"_s, u"[TEXT...]"_s, u"Show the party that an address or a number calls."_s,
          RowPrinter::Options({nameOption}), Contact,
          u"Prints kind, address, display text, full address, number, domain, extension and display name."_s,
          u"vxtool contact --table --columns kind,address '+1 212 555 0119' skype:Anna"_s},

@@ -11,7 +11,7 @@ namespace vxtool
 
 using namespace Qt::StringLiterals;
 
-/// What a command ends the program with.
+/// Exit code of a command.
 enum ExitCode : int
 {
     AllValid = 0,   ///< Every input was valid, every job done.
@@ -33,7 +33,7 @@ using Run = std::function<int(const QCommandLineParser&)>; ///< Returns an ExitC
 struct Command
 {
     QString name;      ///< One or two words, such as "sip check".
-    QString arguments; ///< As the help shows them, such as "[ID...]".
+    QString arguments; ///< As shown in the help, such as "[ID...]".
     QString summary;   ///< One line for the table of commands: 52 characters at most.
     Options options;
     Run run;
@@ -44,7 +44,7 @@ struct Command
 
 using CommandList = std::vector<Command>;
 
-/// All commands, sorted by name. They are made on the first call, when all files' options exist.
+/// Returns all commands, sorted by name. The first call creates them, when the options of all files exist.
 const CommandList& Commands();
 
 /// Adds a file's commands to the table: `const CommandRegistration registration([] { return CommandList{...};
@@ -55,7 +55,7 @@ public:
     explicit CommandRegistration(CommandList (*makeCommands)());
 };
 
-/// Sets the command whose name complaints begin with. Null, as at the start, for none.
+/// Sets the command with whose name complaints begin; null (default) for none.
 void SetRunningCommand(const Command* command);
 
 /// Prints `reason` after the name of the running command. Returns false, for handlers of single inputs.
@@ -64,9 +64,9 @@ bool Complain(const QString& reason);
 /// Prints `reason` and, after a colon, `problem` if it is not empty. Returns SomeFailed.
 int Fail(const QString& reason, const QString& problem = {});
 
-/// Returns why nothing can be created at `path` or removed from there, as far as the file system shows it.
+/// Returns why nothing can be created or removed at `path`, as far as the file system shows it.
 QString PlaceProblem(const QString& path);
-/// Prints why the command line makes no sense and where its help is. Returns WrongUsage.
+/// Prints why the command line is invalid and how to get help. Returns WrongUsage.
 int FailUsage(const QString& reason);
 
 /**
@@ -77,7 +77,7 @@ int FailUsage(const QString& reason);
  */
 bool StartLog(const QString& file, int level, bool showSource);
 
-/// Returns, and forgets, the first error line that the library has logged since the last call: it names the
+/// Returns and clears the first error line that the library has logged since the last call, which names the
 /// cause. Empty if there is none.
 QString TakeLibraryError();
 

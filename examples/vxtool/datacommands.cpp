@@ -26,13 +26,13 @@ using tools::cipher::AES;
 const Option keyOption{u"key"_s, u"Key of up to 32 bytes. The process list shows it to every user."_s,
                        u"KEY"_s};
 const Option keyFileOption{u"key-file"_s, u"Read the key from the first line of FILE."_s, u"FILE"_s};
-const Option rawOption{u"raw"_s, u"Take the bytes of FILE or standard input; print bytes."_s};
+const Option rawOption{u"raw"_s, u"Read bytes from FILE or standard input, and print bytes."_s};
 const Option levelOption{u"level"_s, u"Compression level from 0 (none) to 9 (smallest) (default: 6)."_s,
                          u"N"_s, u"6"_s};
 const QString keyDetails =
     u"Without --key and --key-file, the environment variable VXTOOL_KEY holds the key."_s;
 
-/// Fills `key` in from the options or the environment; `otherwise` if there is none. Complains on failure.
+/// Sets `key` from the options or the environment, or to `otherwise` without either. Complains on failure.
 bool ReadKey(const QCommandLineParser& parser, const QString& otherwise, QString& key)
 {
     key = qEnvironmentVariable("VXTOOL_KEY", otherwise);
@@ -49,7 +49,7 @@ bool ReadKey(const QCommandLineParser& parser, const QString& otherwise, QString
     if (parser.isSet(keyOption)) {
         key = parser.value(keyOption);
     }
-    // With a longer key every output is zero bytes, which nobody wants to store.
+    // With a longer key, the output would consist of zero bytes.
     return key.toUtf8().size() <= AES::maxKeySize ||
            Complain(u"the key is longer than %1 bytes"_s.arg(AES::maxKeySize));
 }
@@ -136,7 +136,7 @@ int Gunzip(const QCommandLineParser& parser)
     }
     QByteArray output;
     bool isWhole = true;
-    // Archivers fill up with zero bytes.
+    // Archivers append zero bytes.
     while (isWhole && input.count('\0') < input.size()) {
         QByteArray member;
         isWhole = QCompressor::gzipDecompress(input, member);
@@ -168,7 +168,7 @@ QString ReadablePath(const QString& argument, QTemporaryFile& copy)
 bool Load(JsonFile& file, const QString& argument)
 {
     return (file.Load() && !file.Document().isNull()) ||
-           Complain(u"%1 holds no JSON, or the key is wrong"_s.arg(argument));
+           Complain(u"%1 contains no JSON, or the key is wrong"_s.arg(argument));
 }
 
 int ShowJson(const QCommandLineParser& parser)
@@ -191,7 +191,7 @@ int ShowJson(const QCommandLineParser& parser)
     return AllValid;
 }
 
-/// Returns `text` as the JSON value that it is, else as a string.
+/// Returns `text` as a JSON value or, if it is not JSON, as a string.
 QJsonValue ValueOf(const QString& text)
 {
     // Documents are objects or arrays, so a lone value is read inside an array.
@@ -215,12 +215,12 @@ int SetJson(const QCommandLineParser& parser)
     }
     const QString path = isNew ? argument : ReadablePath(argument, copy);
     JsonFile old(path, QJsonObject(), key);
-    // A file that cannot be understood is not overwritten.
+    // A file that cannot be parsed is not overwritten.
     if (path.isEmpty() || (!isNew && !Load(old, argument))) {
         return SomeFailed;
     }
     if (!old.Document().isObject()) {
-        return Fail(u"%1 holds no object"_s.arg(argument));
+        return Fail(u"%1 contains no JSON object"_s.arg(argument));
     }
     QJsonObject object = old.Object();
     object.insert(arguments.at(1), ValueOf(arguments.at(2)));
@@ -237,8 +237,8 @@ const CommandRegistration registration([] {
          Options{keyOption, keyFileOption, rawOption, forceOption},
          RunCipher([](const QByteArray&) { return true; }, AES::encrypt, AES::encrypt),
          keyDetails +
-             u" If that is not set either, a key derived from the user's name is used. It hides values "
-             "at a glance and no more: see docs/security.md."_s,
+             u" If that is not set either, a key derived from the user's name is used. It only keeps values "
+             "from being read at a glance: see docs/text-tools.md."_s,
          u"vxtool encrypt --key-file secret.key hello"_s},
         {u"decrypt"_s, u"[BASE64...] | --raw [FILE]"_s, u"Decrypt strings or a file."_s,
          Options{keyOption, keyFileOption, rawOption, forceOption},
@@ -253,9 +253,8 @@ const CommandRegistration registration([] {
          Options{keyOption, keyFileOption}, ShowJson, keyDetails},
         {u"json set"_s, u"FILE NAME VALUE"_s, u"Set a value in the object of a JSON file."_s,
          Options{keyOption, keyFileOption, forceOption}, SetJson,
-         u"VALUE is JSON, or else a string. A missing file is created. With \"-\" as FILE, the object is "
-         u"read "
-         "from standard input and printed. "_s +
+         u"VALUE is JSON, otherwise a string. A missing file is created. With \"-\" as FILE, the object is "
+         "read from standard input and printed. "_s +
              keyDetails,
          u"vxtool json set settings.json volume 7 --key-file secret.key"_s},
     };

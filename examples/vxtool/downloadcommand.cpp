@@ -80,7 +80,7 @@ int RunToFile(const QCommandLineParser& parser, const QString& path, std::unique
     if (info.exists() && !info.isFile()) {
         return Fail(u"%1 is not a regular file"_s.arg(path));
     }
-    // A link stays one: what it leads to is replaced.
+    // A link stays a link; its target is replaced.
     const QString target = info.exists() ? info.canonicalFilePath() : path;
     const QString part = target + u".part"_s;
     download->SetFilePath(part);
@@ -102,7 +102,7 @@ int RunToFile(const QCommandLineParser& parser, const QString& path, std::unique
     return AllValid;
 }
 
-/// Downloads to a temporary file, and prints it when it is whole and verified.
+/// Downloads to a temporary file, and prints it when it is complete and verified.
 int RunToStandardOutput(const QCommandLineParser& parser, IFileDownload& download,
                         const StatusKeeper& manager)
 {
@@ -148,7 +148,7 @@ const CommandRegistration registration([] {
          u"Download a file and verify its size and MD5 sum."_s,
          {sizeOption, md5Option, attemptsOption, timeoutOption, keepPartialOption, forceOption},
          Download,
-         u"\"-\" as FILE prints the file when it is whole and verified. MD5 finds damage, not forgery."_s,
+         u"\"-\" as FILE prints the file when it is complete and verified. MD5 detects damage, not tampering."_s,
          u"vxtool download --attempts 3 --size 1048576 https://example.org/a.bin a.bin"_s},
     };
 });

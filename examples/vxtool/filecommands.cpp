@@ -33,18 +33,19 @@ constexpr common::logger::Channel logChannel{"vxtool.files"};
 
 const Option timingOption{u"timing"_s, u"Show the time taken."_s};
 const Option tolerateOption{u"tolerate"_s, u"Skip files of the first level that cannot be copied."_s};
-const Option filterOption{
-    u"filter"_s, u"List only names that match PATTERN, also of directories (repeatable)."_s, u"PATTERN"_s};
+const Option filterOption{u"filter"_s,
+                          u"List only names that match PATTERN; enter only such directories (repeatable)."_s,
+                          u"PATTERN"_s};
 const Option nullOption{{u"0"_s, u"null"_s}, u"End each name with a zero byte, as find -print0."_s};
 
-/// Most likely from a variable that was not set. It must not be taken for the current directory.
+/// Most likely the value of an unset variable. It must not mean the current directory.
 const QString emptyPath = u"an empty path names nothing"_s;
 const QString leftOutDetails =
     u"Hidden entries of directories, and names that cannot be decoded, are left out. "
     "Their number is printed, and --log lists them."_s;
 
-/// Returns the path with its last name, also of ".." and of a directory with a slash behind it. The file
-/// system resolves what stands before a ".."; links at the end stay links.
+/// Returns the full path with its last name, even for ".." and a directory with a trailing slash. The file
+/// system resolves what precedes a ".."; a link at the end stays a link.
 QString FullPath(const QString& path)
 {
     const QFileInfo info(QDir(path).path()); // QDir removes the slash.
@@ -56,7 +57,7 @@ QString FullPath(const QString& path)
     return directory.isEmpty() ? info.absoluteFilePath() : QDir(directory).filePath(name);
 }
 
-/// Counts what the library's jobs leave out by contract.
+/// Counts the entries that the library's jobs leave out.
 class LeftOut
 {
 public:
@@ -158,7 +159,7 @@ int RunJob(Job& job, bool (Job::*start)(), const QCommandLineParser& parser, con
             complaint = interrupted ? u"interrupted"_s : JobError(code, text);
             loop.quit();
         },
-        // A start that fails emits before the loop runs.
+        // A failed start emits before the loop runs.
         Qt::QueuedConnection);
     platform::OnInterrupt([&] {
         interrupted = true;
@@ -243,7 +244,7 @@ int Remove(const QCommandLineParser& parser)
     return exitCode;
 }
 
-/// Returns why CopyDir must fail, before it runs: it logs nothing.
+/// Returns why CopyDir would fail. Call it first, because CopyDir logs nothing.
 QString CopyProblem(const QString& source, const QString& destination)
 {
     if (!QFileInfo(source).isDir()) {
@@ -341,7 +342,7 @@ const CommandRegistration registration([] {
          u"Copy files, links and directories."_s,
          {timingOption},
          Copy,
-         u"Copies into DESTINATION if it is a directory. Files that exist are replaced. "_s + leftOutDetails,
+         u"Copies into DESTINATION if it is a directory. Existing files are replaced. "_s + leftOutDetails,
          u"vxtool copy --timing photos notes.txt /media/backup"_s},
         {u"remove"_s,
          u"PATH..."_s,
@@ -355,9 +356,8 @@ const CommandRegistration registration([] {
          u"Copy the content of a directory."_s,
          {tolerateOption},
          CopyDir,
-         u"DESTINATION must exist. A file that exists there already is a failure. Hidden entries below the "
-         u"first "
-         "level are left out."_s},
+         u"DESTINATION must exist. A file that already exists there is a failure. Hidden entries below the "
+         "first level are left out."_s},
         {u"movedir"_s, u"SOURCE DESTINATION"_s, u"Move a directory."_s, {}, MoveDir},
         {u"scan"_s, u"[DIR...]"_s, u"List all files below directories."_s,
          RowPrinter::Options({filterOption, nullOption}), Scan, u"Hidden names are left out."_s,

@@ -20,7 +20,7 @@ using common::http::IHttpRequest;
 
 constexpr int tooManyRequests = 429;
 
-/// Prints each signal, with what it carries, as one line on standard error.
+/// Prints each signal, with its arguments, as one line on standard error.
 void ShowSignals(const IHttpRequest* request)
 {
     const auto show = [](const QString& name, const QStringList& values) {
@@ -78,7 +78,7 @@ int RunRequest(const QCommandLineParser& parser, IHttpRequest& request, const St
                      [&](const QByteArray& body) { isPrinted = PrintBody(parser, body); });
     QObject::connect(&request, &IHttpRequest::requestFinished, &loop, &QEventLoop::quit);
     QObject::connect(&request, &IHttpRequest::requestError, &loop, [&](int error, const QString& text) {
-        // 429 is never the last error: a retry follows, or the same reply again under its own code.
+        // 429 is never the last error: a retry or a second error with the reply's own code follows.
         if (error != tooManyRequests) {
             fail(manager.ErrorText(request.GetUrl(), error, text));
         }
@@ -116,7 +116,7 @@ Run Send(IHttpRequest::HTTPRequestMethod method)
 
 const CommandRegistration registration([] {
     return CommandList{
-        {u"get"_s, u"URL"_s, u"Print the body of a response of a web server."_s, GetOptions(),
+        {u"get"_s, u"URL"_s, u"Print the body of a web server's response."_s, GetOptions(),
          Send(IHttpRequest::GET), QString(), u"vxtool get --timeout 10 --attempts 3 https://example.org/"_s},
         {u"post"_s, u"URL"_s, u"Send JSON, a form or files to a web server."_s, PostOptions(),
          Send(IHttpRequest::POST), u"Prints the body of the response."_s,

@@ -44,13 +44,13 @@ QString NameOf(const Option& option)
     return u"--"_s + option.names().constLast();
 }
 
-/// Complains of the command line; returns false.
+/// Complains about the command line and returns false.
 bool Misused(const QString& reason)
 {
     return FailUsage(reason) == AllValid;
 }
 
-/// Calls `use` with the two sides of each value of an option, which must have a "=".
+/// Calls `use` with both sides of each value of an option. Each value must contain a "=".
 template<typename Use>
 bool ForEachPair(const QCommandLineParser& parser, const Option& option, const Use& use)
 {
@@ -80,7 +80,7 @@ bool ApplyHeaders(const QCommandLineParser& parser, IHttpRequest& request)
             return Misused(u"--header takes NAME: VALUE, not \"%1\""_s.arg(header));
         }
         if (HasControls(header)) {
-            return Misused(u"--header takes no line breaks or other control characters"_s);
+            return Misused(u"--header must not contain line breaks or other control characters"_s);
         }
         request.SetRawHeader(header.left(colon), header.mid(colon + 1).trimmed());
     }
@@ -103,7 +103,7 @@ bool ApplyJson(const QString& path, IHttpRequest& request)
     }
     const QJsonDocument document = QJsonDocument::fromJson(text);
     request.SetData(IHttpRequestSimpleData::CreateJsonData(document.object()));
-    return document.isObject() || Complain(u"%1 holds no JSON object"_s.arg(path));
+    return document.isObject() || Complain(u"%1 contains no JSON object"_s.arg(path));
 }
 
 bool ApplyMultiPart(const QCommandLineParser& parser, IHttpRequest& request)
@@ -123,7 +123,7 @@ bool ApplyMultiPart(const QCommandLineParser& parser, IHttpRequest& request)
         return false;
     }
     return !hasControls ||
-           Misused(u"names of parts and files hold no line breaks or other control characters"_s);
+           Misused(u"names of parts and files must not contain line breaks or other control characters"_s);
 }
 
 bool ApplyPayload(const QCommandLineParser& parser, IHttpRequest& request)
@@ -228,7 +228,7 @@ Options GetOptions()
 Options PostOptions()
 {
     Options options = GetOptions();
-    options.back() = jsonFileOption; // In the place of --query.
+    options.back() = jsonFileOption; // Instead of --query.
     return options + Options{formOption, textOption, fileOption};
 }
 

@@ -16,10 +16,10 @@ namespace vxtool
 Options GetOptions();  ///< Returns the options of "get".
 Options PostOptions(); ///< Returns the options of "post".
 
-/// Fills `url` in from the user's text. Complains, with a suggestion, if it has no scheme.
+/// Sets `url` from the user's input. Complains, with a suggestion, if it has no scheme.
 bool ReadUrl(const QString& text, QUrl& url);
 
-/// Fills `request` in from the options and the only argument, its URL. Complains if they make no sense.
+/// Configures `request` from the options and the only argument, its URL. Complains if they are invalid.
 bool ApplyHttpOptions(const QCommandLineParser& parser, common::http::IHttpRequest& request);
 
 /// A network manager that keeps the HTTP status of its last response, for messages.
@@ -28,7 +28,7 @@ class StatusKeeper : public QNetworkAccessManager
 public:
     StatusKeeper();
 
-    /// Describes a failed transfer from `url`.
+    /// Returns a message that describes a failed transfer from `url`.
     QString ErrorText(const QUrl& url, int error, const QString& text) const;
 
 private:

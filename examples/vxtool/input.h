@@ -25,13 +25,11 @@ bool ReadInput(const QString& path, QByteArray& bytes);
 /// Reads the file that the only argument names or, with none, standard input. Complains on failure.
 bool ReadInput(const QStringList& arguments, QByteArray& bytes);
 
-/// Reads the whole number from `least` to `most` that `option` holds, if it is set. Complains of any other
-/// text.
+/// If `option` is set, reads its value, an integer from `least` to `most`. Complains about any other value.
 bool ReadNumber(const QCommandLineParser& parser, const Option& option, qint64 least, qint64 most,
                 qint64& number);
 
-/// Reads the seconds, such as 2.5, that `option` holds, if it is set: a day at most. Complains of any other
-/// text.
+/// If `option` is set, reads its value, seconds such as 2.5, at most a day. Complains about any other value.
 bool ReadSeconds(const QCommandLineParser& parser, const Option& option, double& seconds);
 
 } // namespace vxtool

@@ -27,7 +27,7 @@ const Command* TakeCommand(QStringList& words)
     return nullptr;
 }
 
-/// Reports that `words` name no command, and what they may have meant.
+/// Reports that `words` name no command, and suggests one.
 int FailUnknown(const QStringList& words)
 {
     const QString group = reference::GroupHelp(words.constFirst());
@@ -64,7 +64,7 @@ int ShowHelp(QStringList words)
     return AllValid;
 }
 
-/// Reports an option that `command` does not have, and what it may have meant.
+/// Reports an option that `command` does not have, and suggests one.
 int FailOption(const QCommandLineParser& parser, const Command& command)
 {
     QStringList names;
@@ -101,7 +101,7 @@ int StartLogOf(const QCommandLineParser& parser)
                : FailUsage(u"this build has no log4cpp, so --log is not available"_s);
 }
 
-/// Runs `command`; `options` stand before its name, `words` after it.
+/// Runs `command`; `options` are those before its name, `words` what follows it.
 int RunCommand(const Command& command, const QStringList& options, const QStringList& words)
 {
     SetRunningCommand(&command);
@@ -128,7 +128,7 @@ int RunCommand(const Command& command, const QStringList& options, const QString
     return exitCode;
 }
 
-/// `arguments` begin with the program.
+/// Runs the command line; the first of `arguments` is the program.
 int RunProgram(const QStringList& arguments)
 {
     // What follows --callto comes from a link: none of it is an option.
@@ -177,7 +177,7 @@ int main(int argc, char* argv[])
 {
     namespace platform = vxtool::platform;
     platform::PrepareStandardStreams();
-    // Qt gets the program's name alone, so no argument becomes an option of Qt's.
+    // Qt receives only the program's name, so it takes no argument as its own option.
     int nameOnly = 1;
     const QCoreApplication application(nameOnly, argv);
     QCoreApplication::setApplicationName(QStringLiteral("vxtool"));

@@ -21,10 +21,10 @@ const Option tableOption{u"table"_s, u"Print a table with aligned columns; long 
 const Option columnsOption{u"columns"_s,
                            u"Print only these values, named as in --json, separated by commas."_s, u"LIST"_s};
 
-/// A table cell wider than this is cut, so that one absurd input does not push all others off the screen.
+/// Limit of a table cell: one very long input must not push all others off the screen.
 constexpr qsizetype maxCellWidth = 44;
 
-/// Why standard output could not be written, such as a full disk; empty as long as it could.
+/// Why standard output could not be written, such as a full disk; empty if there was no error.
 QString outputError;
 
 bool quiet = false;
@@ -60,7 +60,7 @@ QString WithoutControls(const QString& text)
     return shown;
 }
 
-/// JSON with the values in the order of the row, which QJsonObject would sort.
+/// Returns JSON with the values in the order of the row; QJsonObject would sort them.
 QString JsonText(const Row& row)
 {
     QStringList members;

@@ -18,18 +18,18 @@ void PrintBytes(const QByteArray& bytes); ///< Prints to standard output, verbat
 /// The option --force of the commands that print a body with PrintBody.
 extern const Option forceOption;
 
-/// Prints bytes that may be anything. Refuses binary data on a terminal unless --force is set.
+/// Prints arbitrary bytes. Refuses to print binary data to a terminal unless --force is set.
 bool PrintBody(const QCommandLineParser& parser, const QByteArray& bytes);
 
 /// Prints to standard error, in UTF-8. Control characters other than line breaks and tabs are shown as
-/// "\xNN": the text may come from a server, and must not steer the terminal.
+/// "\xNN": the text may come from a server, and must not control the terminal.
 void PrintError(const QString& line);
 
-/// Whether --quiet asks for errors alone: no progress and no summary.
+/// Sets whether to print only results and errors (--quiet), without progress and summary.
 void SetQuiet(bool quiet);
 bool IsQuiet();
 
-/// Writes out buffered output. Returns `exitCode`, or another if output was lost or could not be made.
+/// Flushes the output. Returns `exitCode`, or another code if output was lost or could not be produced.
 int FinishOutput(int exitCode);
 
 /// The result for one input: named values in their order.
@@ -70,8 +70,8 @@ private:
     std::vector<Row> tableRows;
 };
 
-/// Returns a command that prints the row which `makeRow` makes of each input. All is done if the first value
-/// of each row is `good`, where that is given.
+/// Returns a command that prints the row that `makeRow` returns for each input. Succeeds if the first value
+/// of each row is `good`, if that is given.
 Run PrintRows(const std::function<Row(const QString&)>& makeRow, const QJsonValue& good = QJsonValue::Null);
 
 } // namespace vxtool

@@ -6,15 +6,15 @@
 namespace vxtool
 {
 
-/// Returns a size for people, such as "12.3 MB", in powers of ten.
+/// Returns a readable size, such as "12.3 MB", in powers of ten.
 QString SizeText(qint64 bytes);
 
 /// Returns "1 item" or "2 items".
 QString ItemsText(qint64 items);
 
 /**
- * Shows on standard error the progress of a transfer or another job, its rate and the time left: a bar that
- * redraws itself on a terminal, otherwise a line now and then. Shows nothing with --quiet.
+ * Shows progress, rate and time left of a job on standard error: on a terminal a bar that redraws itself,
+ * otherwise at most one line per second. Shows nothing with --quiet.
  */
 class ProgressBar
 {
@@ -27,7 +27,7 @@ public:
     /// `total_` is 0 or negative if it is not known.
     void Update(qint64 done_, qint64 total_);
 
-    /// Shows the last state again, if there was any, and leaves the line of the bar.
+    /// Shows the last state again, if there was any, and moves to the next line.
     void Finish();
 
 private:

@@ -22,7 +22,7 @@ const QStringList description{
     "the place of a FILE is standard input or output. \"--\" ends the options."_s};
 const QStringList exitStatus{u"0  every input was valid, every job done"_s,
                              u"1  some input was not valid, or a job failed"_s,
-                             u"2  the command line makes no sense"_s};
+                             u"2  the command line is invalid"_s};
 
 /// Returns `text` broken into lines that are indented by `indent`, the first one excepted.
 QString Wrapped(const QString& text, qsizetype indent, qsizetype width = lineWidth)
@@ -322,7 +322,8 @@ Options GlobalOptions()
 Options ProgramOptions()
 {
     return {{{u"V"_s, u"version"_s}, u"Show the version."_s},
-            {u"callto"_s, u"Show ADDRESS, all that follows. A clicked address starts vxtool so."_s,
+            {u"callto"_s,
+             u"Show ADDRESS, the rest of the command line. A clicked address starts vxtool this way."_s,
              u"ADDRESS"_s}};
 }
 

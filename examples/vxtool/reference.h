@@ -2,7 +2,7 @@
 
 #include "command.h"
 
-/// Texts made from the table of commands: help, manual page and completion.
+/// Generates help, manual page and completion from the table of commands.
 namespace vxtool::reference
 {
 

@@ -18,7 +18,8 @@ namespace
 
 constexpr common::logger::Channel logChannel{"vxtool.single"};
 
-const Option timeoutOption{u"timeout"_s, u"Seconds to try to send the message (default: 5)."_s, u"S"_s};
+const Option timeoutOption{u"timeout"_s, u"Timeout for sending the message, in seconds (default: 5)."_s,
+                           u"S"_s};
 const Option serveOption{u"serve"_s, u"As the primary instance, print messages for S seconds (default: 0)."_s,
                          u"S"_s};
 
@@ -71,15 +72,15 @@ int Single(const QCommandLineParser& parser)
         return ServeAsPrimary(printer, peer, seconds);
     }
     PrintEvent(printer, u"failed"_s, arguments.last());
-    return Fail(u"the primary instance did not take the message within %1 s"_s.arg(timeout));
+    return Fail(u"the primary instance did not accept the message within %1 s"_s.arg(timeout));
 }
 
 const CommandRegistration registration([] {
     return CommandList{
         {u"single"_s, u"APPID [MESSAGE]"_s, u"Be the only instance of APPID, or send it a message."_s,
          RowPrinter::Options({timeoutOption, serveOption}), Single,
-         u"Prints \"first\" as the primary instance, else \"second\" and whether MESSAGE was sent. Options "
-         "stand before APPID: MESSAGE is data, even if it begins with \"-\"."_s,
+         u"Prints \"first\" as the primary instance, otherwise \"second\" and whether MESSAGE was sent. "
+         "Put options before APPID: MESSAGE is data, even if it begins with \"-\"."_s,
          u"vxtool single --serve 60 demo"_s, true},
     };
 });

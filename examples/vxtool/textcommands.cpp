@@ -36,7 +36,7 @@ Run Convert(const std::function<QString(const QString&)>& convert)
     };
 }
 
-/// The line of md5sum, which escapes names that would break it.
+/// Returns the line that md5sum prints, which escapes names that would break it.
 QString SumLine(const QString& sum, QString name)
 {
     const bool escape = name.contains(u'\\') || name.contains(u'\n') || name.contains(u'\r');
@@ -171,10 +171,10 @@ const CommandRegistration registration([] {
         {u"links"_s, u"[FILE]"_s, u"Find the links in a text."_s, RowPrinter::Options(), Links,
          u"Prints start and length, in UTF-16 units, and the link. The text is UTF-8."_s,
          u"vxtool links --columns text notes.txt"_s},
-        {u"version parse"_s, u"[TEXT...]"_s, u"Read version numbers."_s, RowPrinter::Options(),
-         PrintRows(ParseVersion), u"Prints the whole version and its four parts."_s},
+        {u"version parse"_s, u"[TEXT...]"_s, u"Parse version numbers."_s, RowPrinter::Options(),
+         PrintRows(ParseVersion), u"Prints the version and its four parts."_s},
         {u"version compare"_s, u"[A B]"_s, u"Compare two version numbers."_s, RowPrinter::Options(),
-         CompareVersions, u"Reads two versions per line, separated by a space, without arguments."_s,
+         CompareVersions, u"Without arguments, reads two versions per line, separated by a space."_s,
          u"vxtool version compare 1.2.3 1.2.10"_s},
     };
 });

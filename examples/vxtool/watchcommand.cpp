@@ -21,9 +21,9 @@ namespace
 const Option idleOption{u"idle"_s, u"Watch whether the user is idle."_s};
 const Option sleepOption{u"sleep"_s, u"Watch suspend and resume."_s};
 const Option dateOption{u"date"_s, u"Watch date and time zone."_s};
-const Option forOption{u"for"_s, u"Seconds after which to end (default: never)."_s, u"S"_s};
+const Option forOption{u"for"_s, u"Seconds to watch (default: no limit)."_s, u"S"_s};
 
-/// Prints a line per signal, at once, also into a pipe.
+/// Prints one line per signal and flushes it, so that a pipe receives it at once.
 void PrintSignal(const QString& signal)
 {
     const QString time = QDateTime::currentDateTime().toString(Qt::ISODateWithMs);

@@ -21,8 +21,8 @@ private Q_SLOTS:
 
 void TestHttpCommands::commands_data()
 {
-    // The arguments have URL, FILE and JSON for what the test has. Request, error and output are parts of
-    // what the server gets and of what the tool prints.
+    // In the arguments, URL, FILE and JSON are placeholders. Request, error and output are parts of what the
+    // server receives and the tool prints.
     const Table<QStringList, QList<Answer>, int, QByteArray, QByteArray, QByteArray> row(
         "arguments", "answers", "exitCode", "request", "error", "output");
     const Answer ok{Response("200 OK", "body")};
@@ -55,8 +55,8 @@ void TestHttpCommands::commands_data()
     misused({"post", "URL", "--form", "a=b", "--text", "a=b"}, "exclude each other");
     misused({"get", "URL", "--interval", "-5"}, "--interval takes a number from 0 to 2147483647");
     misused({"download", "URL"}, "a URL and a file are needed");
-    misused({"get", "URL", "--header", "X: a\r\nY: b"}, "--header takes no line breaks");
-    misused({"post", "URL", "--text", "a\nY: b=c"}, "names of parts and files hold no line breaks");
+    misused({"get", "URL", "--header", "X: a\r\nY: b"}, "--header must not contain line breaks");
+    misused({"post", "URL", "--text", "a\nY: b=c"}, "names of parts and files must not contain line breaks");
     misused({"get", "URL", "--client-cert", "JSON"}, "must be in PEM");
 }
 

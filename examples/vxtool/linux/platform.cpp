@@ -20,7 +20,7 @@ namespace
 int wakeUp[2] = {-1, -1};
 volatile std::sig_atomic_t caughtSignal = 0;
 
-/// Does only what a signal handler may do: the event loop reads the byte from the pipe.
+/// Writes a byte, as a signal handler may; the event loop reads it from the pipe.
 void Notify(int signal)
 {
     caughtSignal = signal;
@@ -67,7 +67,7 @@ int TerminalWidth()
 
 QString TerminationProblem(unsigned long processId)
 {
-    // 0 and 1 would mean a group of processes, and the system.
+    // 0 would mean a process group, 1 the init process.
     const bool isPid =
         processId > 1 && processId <= static_cast<unsigned long>(std::numeric_limits<pid_t>::max());
     errno = ESRCH;

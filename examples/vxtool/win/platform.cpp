@@ -21,7 +21,7 @@ namespace
 std::function<void()> onInterrupt;
 std::atomic_bool interrupted{false};
 
-/// Runs on a thread of the system.
+/// Handles an interrupt, on a thread of the system.
 BOOL WINAPI Notify(DWORD /*event*/)
 {
     if (interrupted.exchange(true)) {
