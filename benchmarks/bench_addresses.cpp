@@ -1,4 +1,4 @@
-/// What an address costs, alone and in long lists, and how each pattern behaves on long texts.
+/// Measures the cost of an address, alone and in long lists, and each pattern on long texts.
 
 #include <common/sip/password.h>
 #include <common/sip/sipid.h>
@@ -17,7 +17,7 @@ namespace
 using tools::sip::Password;
 using tools::sip::SipId;
 
-/// The demo's address book, over and over until there are `count` addresses.
+/// Returns `count` addresses: the demo's address book, repeated.
 QStringList Addresses(qsizetype count)
 {
     QFile file(QStringLiteral(ADDRESS_BOOK));
@@ -94,8 +94,8 @@ constexpr Pattern patterns[] = {
     {"SipId::Check", HasNoError},
 };
 
-/// Texts that reach deep into the patterns, cut to the length of the run: one symbol, and repeated pieces of
-/// addresses that keep several ways open to the engine.
+/// Texts that the patterns match for long, cut to the length of the run: one symbol, and repeated pieces of
+/// addresses that leave the engine several choices.
 constexpr const char16_t* hostilePieces[] = {u"a",    u"1",        u".",        u"a.",
                                              u"a@",   u",1",       u"- ",       u"a1-_",
                                              u"@a.b", u"a@b.cc:1", u"\"\\\" <", u"\xd83d\xde00"};

@@ -1,5 +1,5 @@
-/// Copying and removing trees, against the programs of the system that do the same. The files lie on the disk
-/// (in TMPDIR) and, where there is such a file system, in memory: there nothing counts but the work itself.
+/// Compares copying and removing trees with the system's programs. The files are on the disk (in TMPDIR) and,
+/// if there is such a file system, in memory, where only the work itself counts.
 
 #include <common/shell/filecopier.h>
 #include <common/shell/fileremover.h>
@@ -47,7 +47,7 @@ bool HasRoomInMemory()
     return !error && space.available > std::uintmax_t{4} << 30;
 }
 
-/// A folder for one benchmark, with a source tree in it.
+/// A directory for one benchmark, with a source tree in it.
 class Work
 {
 public:
@@ -155,7 +155,7 @@ const Work& TreeOf(const fs::path& place, std::int64_t files)
     return tree->second;
 }
 
-/// Measures `step`, with `prepare` before and a clean folder after each round.
+/// Measures `step`, with `prepare` before and a clean directory after each round.
 template<class Prepare, class Step>
 void Measure(benchmark::State& state, const Work& work, const Prepare& prepare, const Step& step)
 {
@@ -215,7 +215,7 @@ void RemoveTree(benchmark::State& state, bool ours, const fs::path& place)
     state.SetItemsProcessed(state.iterations() * files);
 }
 
-/// Memory of the lists of a copier, for paths of 60 characters, as the heap counts it.
+/// Measures the heap memory of a copier's lists, for paths of 60 characters.
 void ListMemory(benchmark::State& state)
 {
     constexpr int items = 200000;

@@ -1,4 +1,4 @@
-/// gzip of whole buffers beside zlib in one call, with the same settings, and libdeflate.
+/// Compares gzip of whole buffers with zlib in one call, with the same settings, and with libdeflate.
 
 #include <common/tools/qcompressor.h>
 
@@ -22,7 +22,8 @@ constexpr int level = 6;
 constexpr int windowBits = 31;
 constexpr int memoryLevel = 8;
 
-/// Words of the example's chat in random order, which pack about as well as a log or an answer in JSON does.
+/// Returns words of the example's chat in random order, which compress about as well as a log or a JSON
+/// response.
 const QByteArray& Input()
 {
     static const QByteArray input = [] {
@@ -52,7 +53,7 @@ const QByteArray& Packed()
     return packed;
 }
 
-/// Makes both, so that no measured run does.
+/// Creates both, so that no measured run does.
 void Prepare()
 {
     Packed();
@@ -171,7 +172,7 @@ void DecompressLibdeflate(benchmark::State& state)
 }
 BENCHMARK(DecompressLibdeflate)->Name("gunzip of 64 MB/libdeflate")->Unit(benchmark::kMillisecond);
 
-/// What a growing output costs when nearly nothing else does: the time must grow as the size does.
+/// Measures the cost of a growing output: the time must grow linearly with the size.
 void DecompressZeros(benchmark::State& state)
 {
     QByteArray packed;

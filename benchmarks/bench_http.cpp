@@ -1,5 +1,5 @@
-/// Downloads and small requests against nginx on the loopback, beside curl and Qt's own classes. The program
-/// starts the server through a script that runs it once more.
+/// Compares downloads and small requests, served by nginx on the loopback, with curl and Qt's own classes.
+/// The program starts the server through a script that runs the program again.
 
 #include <common/http/ifiledownload.h>
 #include <common/http/ihttprequest.h>
@@ -47,7 +47,7 @@ QString ServedFile(const QString& name)
     return qEnvironmentVariable("SERVER_ROOT") + u'/' + name;
 }
 
-/// The MD5 sum of the file that is downloaded, which is made on the first call.
+/// Returns the MD5 sum of the file to download, which the first call creates.
 QString ServedSum()
 {
     static const QString sum = [] {
@@ -64,7 +64,7 @@ QString ServedSum()
 
 constexpr double kibOfMib = 1024;
 
-/// Resets the peak memory of this process, so that PeakMib returns that of what follows.
+/// Resets the peak memory of this process for the next PeakMib.
 void ResetPeak()
 {
     QFile file(QStringLiteral("/proc/self/clear_refs"));
@@ -73,7 +73,7 @@ void ResetPeak()
     }
 }
 
-/// The largest memory of a process since it started, or since ResetPeak.
+/// Returns the peak memory of a process since it started, or since ResetPeak.
 double PeakMib(qint64 process)
 {
     QFile file(QStringLiteral("/proc/%1/status").arg(process));
@@ -88,7 +88,7 @@ double PeakMib(qint64 process)
     return 0;
 }
 
-/// Measures how long an event loop stands still, by a timer that is due each millisecond.
+/// Measures how long an event loop is blocked, with a timer that is due each millisecond.
 class StallMeter
 {
 public:
@@ -111,7 +111,7 @@ private:
     qint64 longest = 0;
 };
 
-/// Runs a program to its end and looks every few milliseconds how much memory it takes.
+/// Runs a program to its end and reads its memory use every few milliseconds.
 QByteArray OutputOf(const QString& program, const QStringList& arguments, double& peak)
 {
     constexpr int interval = 20;
@@ -175,7 +175,7 @@ void DownloadByCurl(benchmark::State& state)
     state.SetBytesProcessed(state.iterations() * fileSize);
 }
 
-/// Six requests of the library, each sent again as soon as it has ended.
+/// Runs six requests of the library, each sent again as soon as it has ended.
 void SmallByLibrary(benchmark::State& state)
 {
     QNetworkAccessManager manager;
@@ -211,7 +211,7 @@ void SmallByLibrary(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * requestCount);
 }
 
-/// The same on the bare manager, with the header that the library sends.
+/// As above with the bare manager, with the header that the library sends.
 void SmallByQt(benchmark::State& state)
 {
     QNetworkAccessManager manager;

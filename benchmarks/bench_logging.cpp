@@ -127,7 +127,7 @@ void FilteredOut(benchmark::State& state)
 }
 BENCHMARK(FilteredOut)->Name("log line that is filtered out/vxcommon");
 
-/// The same from as many threads as the argument says.
+/// As above, from the given number of threads.
 void FilteredOutFromThreads(benchmark::State& state)
 {
     constexpr int linesPerThread = 20000;
@@ -183,7 +183,7 @@ BENCHMARK(QtFilteredOut)->Name("log line that is filtered out/qCDebug");
 
 int main(int argc, char* argv[])
 {
-    // Qt's default handler writes there; the terminal is not what is measured.
+    // Qt's default handler writes there, so that the terminal is not measured.
     if (std::freopen("/dev/null", "w", stderr) == nullptr) {
         return 1;
     }

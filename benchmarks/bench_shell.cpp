@@ -1,5 +1,5 @@
-/// Walking and copying a tree of small files, and looking for a process, beside the tools that do nothing
-/// else.
+/// Compares scanning and copying a tree of small files, and searching for a process, with tools for these
+/// tasks.
 
 #include <common/shell/shell.h>
 
@@ -24,7 +24,7 @@ constexpr int smallTree = 2000;
 constexpr int largeTree = 20000;
 constexpr int filesInAFolder = 50;
 
-/// A tree of small files, ten folders to a folder, made once for each size.
+/// A tree of small files, ten directories per directory, created once for each size.
 class Tree
 {
 public:
@@ -58,7 +58,7 @@ private:
     bool isWhole = true;
 };
 
-/// Runs a tool with its output thrown away; false if it fails.
+/// Runs a tool and discards its output. Returns false if it fails.
 bool RunTool(const QList<QByteArray>& words)
 {
     QList<char*> arguments;
@@ -104,7 +104,7 @@ void Find(benchmark::State& state)
 }
 BENCHMARK(Find)->Name("scan of a tree/find -type f")->Arg(smallTree)->Arg(largeTree)->UseRealTime();
 
-/// Times `copy` and removes what it made outside of the measurement.
+/// Measures `copy`, and removes the copy outside of the measurement.
 template<typename Copy>
 void CopyTree(benchmark::State& state, const Copy& copy)
 {
@@ -141,7 +141,7 @@ void Cp(benchmark::State& state)
 }
 BENCHMARK(Cp)->Name("copy of a tree by Shell::CopyDir/cp -r")->Arg(smallTree)->Arg(largeTree)->UseRealTime();
 
-/// A rename is one call of the system; what it costs must not depend on the tree.
+/// Measures a move by rename, whose cost must not depend on the tree.
 void MoveDir(benchmark::State& state)
 {
     const Tree& tree = Tree::OfSize(state);

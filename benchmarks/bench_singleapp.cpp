@@ -1,4 +1,4 @@
-/// Sending a message to the primary instance, which is another process, as in real life.
+/// Measures sending a message to the primary instance in another process.
 
 #include <common/singleapp/qtlocalpeer.h>
 
@@ -23,8 +23,8 @@ namespace
 const QString appId = QStringLiteral("bench single application");
 const QString bareName = QStringLiteral("bench-bare-socket");
 
-/// The other side: the primary instance of the application, and a bare server that replies to three bytes
-/// with three.
+/// Runs the other side: the primary instance of the application, and a bare server that replies to three
+/// bytes with three.
 int RunServer(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);

@@ -1,4 +1,4 @@
-/// The text tools: finding links, splitting, MD5 and AES, beside what does the same or a part of it.
+/// Compares the text tools (links, splitting, MD5 and AES) with tools that do the same or a part of it.
 
 #include <common/tools/aes.h>
 #include <common/tools/stringconverter.h>
@@ -25,7 +25,7 @@ namespace
 constexpr qsizetype megabyte = 1'000'000;
 constexpr qsizetype large = 64 * megabyte;
 
-/// The example's chat, over and over, up to `size` bytes of UTF-8.
+/// Returns the example's chat, repeated up to `size` bytes of UTF-8.
 QByteArray Chat(qsizetype size)
 {
     QFile file(QStringLiteral(CHAT));
@@ -57,7 +57,7 @@ void Links(benchmark::State& state)
 }
 BENCHMARK(Links)->Name("links in 1 MB of chat/vxcommon");
 
-/// The pattern that proposes links, and nothing else.
+/// Measures only the pattern that finds candidates.
 void Pattern(benchmark::State& state)
 {
     const QByteArray bytes = Chat(megabyte);
@@ -98,7 +98,7 @@ void Linkify(benchmark::State& state)
 BENCHMARK(Linkify)->Name("links in 1 MB of chat/linkify-it under node")->UseManualTime();
 #endif
 
-/// Texts of `size` units that are made to cost time.
+/// Returns texts of `size` units that are designed to be slow.
 QStringList HostileTexts(qsizetype size)
 {
     QStringList units{QString::fromUtf16(u"\xd83d\xde00"),
@@ -115,7 +115,7 @@ QStringList HostileTexts(qsizetype size)
     return texts;
 }
 
-/// All of them, one after the other.
+/// Measures all of them, one after the other.
 void HostileLinks(benchmark::State& state)
 {
     const qsizetype size = state.range(0);
@@ -185,7 +185,7 @@ void Split(benchmark::State& state)
 }
 BENCHMARK(Split)->Name("split for UTF-8/vxcommon")->Arg(megabyte)->Arg(10 * megabyte);
 
-/// What the splitter must know of the text at least, by Qt's own fast way.
+/// Measures Qt's conversion to UTF-8 alone.
 void Encode(benchmark::State& state)
 {
     const QByteArray bytes = Chat(state.range(0));

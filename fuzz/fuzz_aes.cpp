@@ -1,4 +1,4 @@
-// Enciphers and deciphers any bytes with any key.
+// Encrypts and decrypts any bytes with any key.
 
 #include "fuzztarget.h"
 

@@ -4,7 +4,7 @@
 
 #include <sys/resource.h>
 
-/// Lowers a limit of this process as long as it lives. With RLIMIT_FSIZE a write fails as on a full disk.
+/// Lowers a limit of this process during its lifetime. With RLIMIT_FSIZE, a write fails as on a full disk.
 class ResourceLimit
 {
 public:

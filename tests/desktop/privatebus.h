@@ -4,11 +4,11 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
-/// A separate D-Bus daemon, on which anyone may do anything.
+/// A separate D-Bus daemon without access restrictions.
 class PrivateBus
 {
 public:
-    /// @param type "session" or "system"; the environment variable of that bus then names this one
+    /// @param type "session" or "system"; sets the environment variable of that bus to this one
     explicit PrivateBus(const QByteArray& type)
     {
         QFile config(dir.filePath("bus.conf"));

@@ -3,14 +3,14 @@
 #include <QProcess>
 #include <QStringList>
 
-/// An X server without a screen, and the DISPLAY of this process as long as it lives.
+/// An X server without a screen, which is the DISPLAY of this process during its lifetime.
 class XServer
 {
 public:
     XServer()
     {
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        // It picks a free display and writes its number to the descriptor when it is ready.
+        // It selects a free display and writes its number to the descriptor when it is ready.
         process.start("Xvfb",
                       {"-displayfd", "1", "-screen", "0", "640x480x24", "-nolisten", "tcp", "-noreset"});
         process.waitForReadyRead(30000);
@@ -25,7 +25,7 @@ public:
 
     bool IsRunning() const { return process.state() == QProcess::Running; }
 
-    /// Acts as the user, by xdotool; whether that worked.
+    /// Acts as the user, through xdotool. Returns whether that worked.
     static bool Act(const QStringList& action) { return QProcess::execute("xdotool", action) == 0; }
 
 private:

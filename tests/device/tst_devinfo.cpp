@@ -23,7 +23,7 @@ private Q_SLOTS:
 
 void TestDevInfo::identity()
 {
-    QDir::setCurrent("/proc"); // No disk holds it.
+    QDir::setCurrent("/proc"); // It is not on a disk.
     RecordingLogger log;
     const QString generated = DeviceInfo::GetSerialNumber();
     QCOMPARE(QUuid(generated).toString(), generated);

@@ -13,7 +13,7 @@
 #include <sys/stat.h>
 #endif
 
-/// Trees in short: "d/" is a directory, "d/f=text" a file, "d/l->a" a link, "p|" a fifo; a name with a
+/// A notation for trees: "d/" is a directory, "d/f=text" a file, "d/l->a" a link, "p|" a fifo; a name with a
 /// leading dot is hidden.
 namespace filetree
 {
@@ -23,14 +23,14 @@ inline std::filesystem::path ToPath(const QString& path)
     return {path.toStdU16String()};
 }
 
-/// Makes the folders above it, too.
+/// Writes a file and creates the directories above it.
 inline void Write(const QString& path, const QByteArray& text)
 {
     std::filesystem::create_directories(ToPath(path).parent_path());
     std::ofstream(ToPath(path), std::ios::binary).write(text.constData(), text.size());
 }
 
-/// What a file holds; nothing if it cannot be read.
+/// Returns the content of a file; empty if it cannot be read.
 inline QByteArray Read(const QString& path)
 {
     QFile file(path);
@@ -61,7 +61,8 @@ inline void Build(const QString& root, const QStringList& entries)
     }
 }
 
-/// What stands below a folder, sorted; empty directories only. Nothing stands below one that is missing.
+/// Returns the entries below a directory, sorted, with directories only if they are empty. Returns nothing if
+/// the directory is missing.
 inline QStringList Snapshot(const QString& folder)
 {
     namespace fs = std::filesystem;
@@ -84,7 +85,7 @@ inline QStringList Snapshot(const QString& folder)
     return entries;
 }
 
-/// Makes a directory the current one as long as it lives.
+/// Makes a directory the current one during its lifetime.
 class CurrentDirectory
 {
 public:

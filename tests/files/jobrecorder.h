@@ -10,7 +10,7 @@
 
 #include <utility>
 
-/// Writes down what a copier or remover emits: "1/2", "done", "failed 700105".
+/// Records what a copier or remover emits: "1/2", "done", "failed 700105".
 struct JobRecorder : QObject
 {
     template<class Job>
@@ -24,7 +24,8 @@ struct JobRecorder : QObject
 
     bool HasEnded() const { return !signalsSeen.isEmpty() && !signalsSeen.last().contains('/'); }
 
-    /// Runs the event loop until the job has ended and what is then still under way has arrived. Takes all.
+    /// Runs the event loop until the job has ended and all pending signals have been delivered. Returns and
+    /// clears the record.
     QStringList Wait()
     {
         static_cast<void>(QTest::qWaitFor([this] { return HasEnded(); }, 120000));
@@ -35,7 +36,7 @@ struct JobRecorder : QObject
     QStringList signalsSeen;
 };
 
-/// "1/n" ... "k/n".
+/// Returns "1/n" ... "k/n".
 inline QStringList Steps(int done, int total)
 {
     QStringList steps;
@@ -51,9 +52,9 @@ inline QString PathIn(const QString& root, const QString& text)
     return text.isEmpty() || text.startsWith('.') || text.startsWith('/') ? text : root + u'/' + text;
 }
 
-/// Lets a "copier", "remover" or "helper" do work: "file PATH", "dir PATH", "filter PATTERN" and, to copy,
-/// "file FROM TO", "dir FROM TO" and "link FROM TO". Paths are below a folder, but for empty ones and those
-/// with "." or "/" in front. Returns the signals, those of the helper as "1/2 path" and "failed path".
+/// Runs a "copier", "remover" or "helper": "file PATH", "dir PATH", "filter PATTERN" and, to copy, "file FROM
+/// TO", "dir FROM TO" and "link FROM TO". Paths are below a directory, except for empty ones and those that
+/// begin with "." or "/". Returns the signals, those of the helper as "1/2 path" and "failed path".
 inline QStringList RunJob(const QString& job, const QString& root, const QStringList& work)
 {
     using common::FileHelper;

@@ -1,5 +1,5 @@
-/// What the copier, the remover and the helper make of a tree: signals, files, log. And what the commands
-/// below them and each system do to it.
+/// Tests the signals, files and log of the copier, the remover and the helper, the commands that they use,
+/// and the platform differences.
 
 #include "filetree.h"
 #include "jobrecorder.h"
@@ -168,7 +168,7 @@ void TestFileJobs::CheckJob(const char* channel)
     QCOMPARE(lines, warnings);
 }
 
-/// All of the log, and no source file.
+/// The complete log of a copy whose second file is missing.
 void TestFileJobs::copierLog()
 {
     const QTemporaryDir folder;
@@ -185,7 +185,7 @@ void TestFileJobs::copierLog()
     QCOMPARE(filetree::Snapshot(folder.path()), QStringList({"s/a=1", "t/a=1"}));
 }
 
-/// The lists are kept, and what the helper has found is, too. Qt's search paths lead to both sides.
+/// The jobs keep their lists, and the helper what it has found. Qt's search paths work on both sides.
 void TestFileJobs::startsAgain()
 {
     const QTemporaryDir folder;
@@ -254,7 +254,7 @@ void TestFileJobs::firstAttemptCounts()
                           "4 Failed to remove directory 'ROOT/d/e', attempt '2'"}));
 }
 
-/// A small file is written under its name, a large one without a name.
+/// A small file is written under its name, a large one without a name first.
 void TestFileJobs::copyKeepsPermissions()
 {
 #ifdef Q_OS_UNIX

@@ -1,4 +1,4 @@
-/// The life of a job: abort, restart and destruction at every moment, for the copier and the remover.
+/// Tests the life of a job: abort, restart and destruction at any time, for the copier and the remover.
 
 #include "filetree.h"
 #include "jobrecorder.h"
@@ -17,7 +17,7 @@ using common::FileRemover;
 namespace
 {
 
-/// Of each kind of job. Threads and files are slow under Wine.
+/// Rounds of each kind of job. Threads and files are slow under Wine.
 #ifdef Q_OS_WIN
 constexpr int rounds = 250;
 #else
@@ -36,7 +36,7 @@ struct Work
     const QTemporaryDir folder;
 };
 
-/// A job that stands at its second item, and at as many after it as given, until somebody waits for it.
+/// A job that stops at its second item, and at the given number after it, until it is waited for.
 template<class Job>
 struct HeldJob : Work
 {
@@ -95,17 +95,17 @@ void TestLife()
     const QHash<QString, QStringList> expected{
         {"abort", Steps(2, items) << (held.copies ? "failed 700105" : "failed 700202")},
         {"finish", Steps(items, items) << "done"},
-        // The first job's word on its first item is on its way already; the rest of it is not heard.
+        // The first job's report on its first item is already queued; its other reports are dropped.
         {"restart", Steps(items, items).mid(0, 1) + Steps(left, left) << "done"},
         {"destroy", Steps(items, items).mid(0, inReceiver ? 1 : 0)}};
     QTRY_COMPARE(held.recorder.signalsSeen, expected[action]);
     QTest::qWait(50);
     QCOMPARE(held.recorder.signalsSeen, expected[action]);
-    // The action itself reports nothing: that is left to the event loop.
+    // The action itself emits nothing; the event loop delivers the signals.
     QCOMPARE(toldBefore, inReceiver ? 1 : 0);
 }
 
-/// Starts, aborts and destroys in many ways, with signals on their way or delivered; nothing may go wrong.
+/// Starts, aborts and destroys jobs in many ways, with signals queued or delivered; nothing may fail.
 template<class Job>
 void Round(const Work& work, QRandomGenerator& random)
 {
@@ -152,7 +152,7 @@ void TestJobLife::copier_data()
     }
 }
 
-/// An event loop, as that of a message box, ends what the job no longer needs; everything is reported
+/// A nested event loop, as in a message box, deletes what the job no longer needs; all signals are emitted
 /// nevertheless.
 void TestJobLife::eventLoopInEachSlot()
 {
@@ -175,7 +175,7 @@ void TestJobLife::eventLoopInEachSlot()
     QTRY_COMPARE(textAfterLoop, "Copying failed with error '700103'!");
 }
 
-/// What an earlier job has reported and not yet emitted comes before the signals of the next one.
+/// Reports of an earlier job that are not emitted yet precede the signals of the next one.
 void TestJobLife::restartKeepsTheOrder()
 {
     HeldJob<FileCopier> held(1);

@@ -7,7 +7,7 @@
 namespace
 {
 
-/// Whether `request` holds its head and as much body as the head says.
+/// Returns whether `request` has its headers and as much body as they announce.
 bool IsWhole(const QByteArray& request)
 {
     static const QRegularExpression field("\nContent-Length: (\\d+)",
@@ -17,7 +17,7 @@ bool IsWhole(const QByteArray& request)
     return headEnd > 0 && request.size() >= headEnd + 4 + field.match(head).captured(1).toLongLong();
 }
 
-/// The names of headers in their usual case; Qt 6.8 sends them in lower case.
+/// Returns the request with header names in their usual case; Qt 6.8 sends them in lower case.
 QByteArray WithUsualNames(QByteArray request)
 {
     for (const char* name : {"Accept-Encoding", "Content-Disposition", "Content-Length", "Content-Type"}) {

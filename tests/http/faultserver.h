@@ -5,7 +5,7 @@
 #include <QTcpServer>
 #include <QUrl>
 
-/// What the server does on one connection, once the request is there whole.
+/// What the server does on one connection when the request is complete.
 struct Answer
 {
     enum Ending
@@ -14,12 +14,12 @@ struct Answer
         Hang ///< Never.
     };
 
-    QByteArray bytes; ///< Sent as they stand.
+    QByteArray bytes; ///< Sent verbatim.
     Ending ending = Close;
     int interval = 0; ///< Milliseconds between two bytes of the body; 0 to send all at once.
 };
 
-/// A response with "Connection: close" and its length, to be spoilt as needed.
+/// Returns a correct response with "Connection: close" and its length, which a test can then corrupt.
 QByteArray Response(const QByteArray& status, const QByteArray& body,
                     const QByteArray& headers = QByteArray());
 
@@ -31,7 +31,7 @@ public:
 
     QUrl Url(const QString& path = QStringLiteral("/")) const;
 
-    QList<QByteArray> requests; ///< As they came but for the case of header names, whole ones only.
+    QList<QByteArray> requests; ///< Complete requests as received, apart from the case of header names.
     int openConnections = 0;
 
 private:

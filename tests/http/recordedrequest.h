@@ -46,7 +46,7 @@ public:
     QString text;
 };
 
-/// What a test of requests needs: one with a separate manager, without a delay between its attempts.
+/// A request for tests, with a separate manager and without a delay between its attempts.
 struct RecordedRequest
 {
     void Renew()

@@ -95,7 +95,7 @@ void TestFileDownload::outcome_data()
     const QString sum = converter::ToMD5(QByteArray("body"));
     const Answer ok{Response("200 OK", "body")};
     const QByteArray large(30000000, 'l');
-    // Its body is larger than what may wait in memory.
+    // Its body is larger than the buffer in memory.
     const Answer redirect{Response("302 Found", QByteArray(9000000, 'r'), "Location: /there\r\n")};
 
     whole("0 bytes", {{Response("200 OK", "")}}, "");
@@ -124,7 +124,7 @@ void TestFileDownload::outcome()
     Start(server);
     const QRegularExpression expected(QRegularExpression::anchoredPattern(event));
     QTRY_VERIFY2(expected.match(events.join(", ")).hasMatch(), qPrintable(events.join(", ")));
-    // What arrives between two tellings of progress waits in memory.
+    // Data that arrives between two progress signals is held in memory.
     QVERIFY(download->findChild<IHttpRequest*>()->Reply()->readBufferSize() > 0);
     QVERIFY(QFile::exists(path));
     QVERIFY(filetree::Read(path) == content);
@@ -149,7 +149,7 @@ void TestFileDownload::notStarted()
     QVERIFY(HasLogged("I/O error: '"));
     const QString noFile = "failed 900102 Can't prepare file!";
 #ifndef _WIN32
-    filetree::Build(dir.path(), {"fifo|"}); // To open it would block.
+    filetree::Build(dir.path(), {"fifo|"}); // Opening it would block.
     download->SetFilePath(dir.filePath("fifo"));
     QVERIFY(!download->Start());
     QCOMPARE(events.takeLast(), noFile);
@@ -163,10 +163,10 @@ void TestFileDownload::notStarted()
 #ifndef _WIN32
 void TestFileDownload::fullDisk()
 {
-    const QByteArray body(9000000, 'x'); // More than what may wait in memory.
+    const QByteArray body(9000000, 'x'); // More than the buffer in memory.
     FaultServer server({{Response("200 OK", body)}});
     const ResourceLimit bytes(RLIMIT_FSIZE, 1000000);
-    for (const bool checksum : {false, true}) { // That is of what could not be written.
+    for (const bool checksum : {false, true}) { // The checksum of the data that could not be written.
         init();
         checksum ? download->SetChecksum(converter::ToMD5(body)) : download->SetFileSize(body.size());
         Start(server);
@@ -182,7 +182,7 @@ void TestFileDownload::changedByAnother_data()
     row("after the last byte", {"HTTP/1.1 200 OK\r\n\r\nbody", Answer::Hang, 150}, 4);
 }
 
-// The sum of what arrived is right, that of the file is not.
+// The sum of the received data is right, that of the file is not.
 void TestFileDownload::changedByAnother()
 {
     QFETCH(Answer, answer);
@@ -192,7 +192,7 @@ void TestFileDownload::changedByAnother()
     download->SetChecksum(converter::ToMD5(QByteArray("body")));
     Start(server);
     QTRY_VERIFY(QFileInfo(path).size() >= after);
-    QTest::qWait(50); // A time stamp of a file has steps of some milliseconds.
+    QTest::qWait(50); // Time stamps of files have steps of several milliseconds.
     QFile other(path);
     QVERIFY(other.open(QIODevice::ReadWrite));
     QCOMPARE(other.write("B"), 1);
@@ -214,7 +214,7 @@ void TestFileDownload::startAndAbort()
     download->Abort();
     QTRY_COMPARE(server.openConnections, 0);
     QCOMPARE(events, QStringList());
-    // The same object again, over the file that is there.
+    // The same object again, over the existing file.
     Start(server);
     QVERIFY(HasLogged("closing previously open file '" + path + "'."));
     QTRY_COMPARE(events, QStringList{"complete"});

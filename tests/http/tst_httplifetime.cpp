@@ -50,7 +50,7 @@ void TestHttpLifetime::actionInsideSignal_data()
     rows(SIGNAL(requestFinishedWithBinaryData(QByteArray)), ok);
     rows(SIGNAL(requestFinished(QString)), ok);
     rows(error, {Response("429 Busy", "body")});
-    rows(error, unfinished); // By time-out.
+    rows(error, unfinished); // By timeout.
     rows(SIGNAL(invalidOperationError(int, QString)), {Response("400 Bad", "body")});
     rows(SIGNAL(proxyError(int, QString)), {""});
     // Of the reply itself; queued, since a slot must not delete the sender.
@@ -96,7 +96,7 @@ void TestHttpLifetime::actionInsideSignal()
     action = what;
     actionUrl = other.Url();
     request->SetUrl(signal.contains("proxy") ? QUrl("https://127.0.0.1:1/") : server.Url());
-    // Only if the timeout is the expected result: a busy machine may be silent for longer.
+    // Set it only if the timeout is the expected result: a busy machine may be silent for longer.
     request->SetTimeout(answer.ending == Answer::Hang && !aborted ? 1 : 30);
     manager->setProxy(QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1", server.serverPort()));
     QVERIFY(signal.contains("upload") ? request->Post() : request->Get());
@@ -122,7 +122,7 @@ void TestHttpLifetime::actionInsideSignal()
     }
 }
 
-// A slot of the manager hears of each reply that is aborted, and always sends again.
+// A slot of the manager is called for each aborted reply, and always sends again.
 void TestHttpLifetime::sendInsideSend()
 {
     FaultServer server({{"", Answer::Hang}});
@@ -143,7 +143,7 @@ void TestHttpLifetime::sendInsideSend()
     QVERIFY(manager->findChildren<QNetworkReply*>().isEmpty());
 }
 
-// Neither exec() nor a test's wait, which deletes what waits for it, is needed for the replies to go.
+// The replies are deleted without exec() and without a test's wait, which runs deferred deletions.
 void TestHttpLifetime::abortWithoutLoop()
 {
     FaultServer server({{"", Answer::Hang}});

@@ -113,7 +113,7 @@ void TestHttpRequest::Get(const FaultServer& server)
 
 void TestHttpRequest::wire_data()
 {
-    // The parts of what is sent, at each try.
+    // The parts of what is sent, at each attempt.
     const Table<QString, Data, QByteArrayList> row("path", "data", "parts");
     const auto map = &IHttpRequestDataMap::CreateUrlencodedDataMap;
     const auto json = &IHttpRequestDataMap::CreateJsonDataMap;
@@ -163,7 +163,7 @@ void TestHttpRequest::wire()
     QCOMPARE(raw.contains("Content-Type:"), post && data != nullptr);
 }
 
-// Reported by the result and the log alone.
+// Only the result and the log report it.
 void TestHttpRequest::notSent()
 {
     request->SetData(IHttpRequestDataMap::CreateJsonDataMap());
@@ -204,7 +204,7 @@ void TestHttpRequest::outcome_data()
     row("redirects for ever", {{Response("302 Found", "", "Location: /\r\n")}}, 3,
         "replyFinished, error 10 0", "");
 
-    // Network problems: silent but for replyFinished until the last try.
+    // Network problems: only replyFinished is emitted until the last attempt.
     const Answer half{Response("200 OK", "body").chopped(4)};
     const QString cut = "replyFinished, error 2 0";
     row("ends before the headers", {{""}}, 0, cut, "");
@@ -230,7 +230,7 @@ void TestHttpRequest::outcome()
     QCOMPARE(told->body, body);
     QVERIFY(!expected.endsWith(success) || told->text == QString::fromUtf8(body));
     QVERIFY(log.Contains("Accepted reply from server: "));
-    // After the end an abort leaves the reply and says nothing.
+    // After the end, an abort keeps the reply and emits nothing.
     const QStringList events = told->events;
     request->Abort();
     QVERIFY(request->Reply() != nullptr);
@@ -280,13 +280,13 @@ void TestHttpRequest::errors()
 
 void TestHttpRequest::silence()
 {
-    // Five seconds of a byte now and then are no silence.
+    // Single bytes over five seconds are not silence.
     FaultServer slow({{Response("200 OK", QByteArray(50, 't')), Answer::Close, 100}});
     request->SetTimeout(1);
     Get(slow);
     QTRY_COMPARE_WITH_TIMEOUT(told->Told(), success, 20000);
     QTest::qWait(1200);
-    QCOMPARE(told->Told(), success); // Silence after the end is none either.
+    QCOMPARE(told->Told(), success); // Nor is silence after the end.
 
     FaultServer dead({{Response("200 OK", "body").chopped(1), Answer::Hang}});
     request->SetAttemptCountOnNetworkProblem(2);
@@ -302,7 +302,7 @@ void TestHttpRequest::silence()
 
 void TestHttpRequest::abortAndRetry()
 {
-    // An abort deletes what runs, at once, and so does a new send.
+    // An abort deletes the running reply at once, and so does a new send.
     FaultServer server({{"", Answer::Hang}});
     Get(server);
     QPointer<QNetworkReply> reply = request->Reply();
@@ -314,7 +314,7 @@ void TestHttpRequest::abortAndRetry()
     Get(server);
     QVERIFY(reply.isNull());
 
-    // Between two tries are 20 s, unless another time is set. Too long to wait for it here.
+    // The default interval between two attempts is 20 s, too long to wait for here.
     const std::unique_ptr<IHttpRequest> unset(CreateHttpRequest(manager.get(), nullptr));
     const auto timers = unset->findChildren<QTimer*>();
     QVERIFY(

@@ -1,4 +1,4 @@
-// Against nginx; with-servers.sh starts it and passes its ports.
+// Tests against nginx; with-servers.sh starts it and passes its ports.
 
 #include "recordedrequest.h"
 
@@ -27,7 +27,7 @@ QByteArray Served(const QString& name)
     return filetree::Read(qEnvironmentVariable("SERVER_ROOT") + '/' + name);
 }
 
-/// Those of managers that are gone may still be on their way out. None under Wine.
+/// Returns the number of network threads. Those of destroyed managers may still be ending. 0 under Wine.
 qsizetype NetworkThreads()
 {
     const QStringList ids = QDir("/proc/self/task").entryList(QDir::Dirs | QDir::NoDotAndDotDot);
@@ -36,7 +36,7 @@ qsizetype NetworkThreads()
     });
 }
 
-/// A caller that wants the peer verified after all.
+/// A request that verifies its peer.
 class VerifyingRequest : public HttpRequest
 {
 public:
@@ -69,7 +69,7 @@ void TestHttpServers::cleanupTestCase()
 {
     request.reset();
     manager.reset();
-    // OpenSSL frees what it has for a thread at the very end of that, and at exit a leak checker looks.
+    // OpenSSL frees the memory of a thread when it ends, and the leak checker runs at exit.
     QTRY_COMPARE(NetworkThreads(), 0);
 }
 

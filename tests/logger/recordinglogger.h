@@ -9,7 +9,7 @@
 #include <functional>
 #include <vector>
 
-/// Keeps what arrives, from any thread, and is the current logger as long as it lives.
+/// Records lines from any thread, and is the current logger during its lifetime.
 class RecordingLogger : public common::logger::Logger
 {
 public:
@@ -42,8 +42,8 @@ public:
         }
     }
 
-    /// "LEVEL TEXT" of the lines of a channel up to a level, with "ROOT" for a folder and slashes as
-    /// separators.
+    /// Returns "LEVEL TEXT" for the lines of a channel up to a level, with "ROOT" for a directory and slashes
+    /// as separators.
     QStringList Lines(const QByteArray& channel, int mostLevel, const QString& root = "no folder") const
     {
         const QMutexLocker lock(&mutex);

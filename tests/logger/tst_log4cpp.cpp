@@ -44,7 +44,7 @@ struct Setup
     }
 };
 
-/// The text of a log file; log4cpp ends its lines as the system does.
+/// Returns the text of a log file; log4cpp uses the line ends of the system.
 QByteArray ReadLog(const QString& path)
 {
     return filetree::Read(path).replace("\r\n", "\n");
@@ -175,7 +175,7 @@ void TestLog4cpp::changesOnTheWay()
     QVERIFY(setup.Apply());
     LogOnMain("5");
     QCOMPARE(ReadLog(File("b.log")) + ReadLog(File("c.log")), "1\n3\n4\n5\n4\n5\n");
-    // For the console it is the caller's to know.
+    // For the console, the exception reaches the caller.
     setup.targets = logger::Target::Console;
     QVERIFY_THROWS_EXCEPTION(std::exception, setup.Apply());
 }

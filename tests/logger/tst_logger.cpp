@@ -9,8 +9,8 @@ namespace logger = common::logger;
 namespace
 {
 
-QString qtTypes;    ///< One letter for each line that Qt got: "c" for critical and so on.
-QString lastQtLine; ///< Behind its category and a bar.
+QString qtTypes;    ///< One letter per line that Qt received: "c" for critical and so on.
+QString lastQtLine; ///< After its category and a bar.
 
 void RecordQtLine(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {

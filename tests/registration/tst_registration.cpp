@@ -42,7 +42,7 @@ private:
     UserTree user;
 };
 
-// The test runs on the real registry, so that only what it wrote may go.
+// The test runs on the real registry, so it removes only what it wrote.
 void TestRegistration::cleanup()
 {
     const auto settings = UserTree::Open();
@@ -152,8 +152,7 @@ void TestRegistration::extension()
     QVERIFY(!QFile::exists(user.ConfigPath("chromium")));
 }
 
-// Where the file's folder should be there is a file; in the registry a key is too long for its 255
-// characters.
+// A file has the path of the store's directory; in the registry, a key exceeds its limit of 255 characters.
 void TestRegistration::refused()
 {
     qputenv("XDG_CONFIG_HOME", QFile::encodeName(user.DataPath()));

@@ -19,7 +19,7 @@ public:
         qputenv("HOME", QFile::encodeName(home.path()));
         qputenv("XDG_CONFIG_HOME", QFile::encodeName(ConfigPath()));
         qputenv("XDG_DATA_HOME", QFile::encodeName(DataPath()));
-        qputenv("DISPLAY", ":none"); // Tools ask whether there is one; none of them connects.
+        qputenv("DISPLAY", ":none"); // Tools check whether it is set; none of them connects.
         for (const char* variable : {"XDG_CURRENT_DESKTOP", "DBUS_SESSION_BUS_ADDRESS"}) {
             qunsetenv(variable);
         }
@@ -38,7 +38,7 @@ public:
 #endif
     }
 
-    /// All values below `key`.
+    /// Returns all values below `key`.
     static QMap<QString, QString> Below(const QString& key)
     {
         QMap<QString, QString> values;
@@ -52,7 +52,7 @@ public:
         return values;
     }
 
-    /// What a program printed, or that it failed.
+    /// Returns what a program printed, or that it failed.
     static QByteArray Run(const QString& program, const QStringList& arguments)
     {
         QProcess process;

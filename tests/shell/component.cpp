@@ -1,5 +1,5 @@
-// A component whose registration leaves a mark in the registry, where there is one. COMPONENT_RESULT is what
-// its entry points return.
+// A component whose registration leaves a mark in the registry, if there is one. Its entry points return
+// COMPONENT_RESULT.
 
 #include <cstdint>
 #include <cstdlib>

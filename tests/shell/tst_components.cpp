@@ -22,7 +22,7 @@ namespace
 #ifdef Q_OS_WIN
 const QStringList userOverride{"7 Restoring ovveridden key"};
 
-/// Whether the component has left its mark for this user or for all.
+/// Returns whether the component has left its mark for this user or for all.
 bool IsMarked(HKEY root)
 {
     HKEY key = nullptr;
@@ -70,7 +70,7 @@ void TestComponents::registration()
     const QString tail = QString("egistering DLL: '%1' from %2").arg(COMPONENT, admin ? "admin" : "user");
     RecordingLogger log;
 #ifdef Q_OS_WIN
-    HKEY key = nullptr; // Each user of Windows has it, a fresh one of Wine has not.
+    HKEY key = nullptr; // It exists for each user of Windows, but not in a fresh prefix of Wine.
     QCOMPARE(RegCreateKeyW(HKEY_CURRENT_USER, L"Software\\Classes", &key), ERROR_SUCCESS);
     RegCloseKey(key);
 #endif

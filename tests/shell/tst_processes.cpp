@@ -61,7 +61,7 @@ private:
     std::ptrdiff_t Running() const;
 
     std::unique_ptr<QTemporaryDir> dir;
-    QString program; ///< A copy of the child under a name that nothing else has.
+    QString program; ///< A copy of the child under a unique name.
     QString name;
     std::vector<std::unique_ptr<QProcess>> children;
     RecordingLogger log;
@@ -72,7 +72,7 @@ void TestProcesses::init()
     static int number = 0;
     dir = std::make_unique<QTemporaryDir>();
     const QString suffix = QStringLiteral(CHILD_PROGRAM).endsWith(".exe") ? ".exe" : "";
-    // Short enough for the kernel's name of the process, which stands in parentheses where it is read.
+    // Short enough for the kernel's name of the process, which is in parentheses in its file.
     name = QString("vx%1) %2").arg(QCoreApplication::applicationPid()).arg(++number) + suffix;
     program = QDir::toNativeSeparators(QFileInfo(dir->path()).canonicalFilePath() + u'/' + name);
     QVERIFY(QFile::copy(QStringLiteral(CHILD_PROGRAM), program));
@@ -84,7 +84,7 @@ void TestProcesses::Start(int lifetime, std::size_t count)
         const auto& child = children.emplace_back(std::make_unique<QProcess>());
         child->start(program, {QString::number(lifetime)});
         if (!child->waitForStarted()) {
-            child->start(); // Wine was seen to refuse one of a hundred.
+            child->start(); // Wine fails to start about one in a hundred.
         }
         QVERIFY2(child->waitForStarted(), qPrintable(child->errorString()));
     }
@@ -106,7 +106,7 @@ void TestProcesses::nothingMatches()
         QCOMPARE(Shell::ProcessKill(query), 0);
         QCOMPARE(ProcHelper::FindProcessId(query), 0UL);
     }
-    // Ids that are no process of this user's, but groups of them, or none at all.
+    // Ids of process groups or of no process.
     for (const unsigned long id : {0UL, 1UL, static_cast<unsigned long>(-1L), 0xFFFFFFFFUL, 0x80000000UL,
                                    std::numeric_limits<unsigned long>::max() - 99}) {
         QVERIFY(ProcHelper::Terminate(id));
@@ -124,7 +124,7 @@ void TestProcesses::matching()
         QCOMPARE(Shell::ProcessWait(query, 0), 1);
         QCOMPARE(Shell::ProcessKill(query), 0);
         QCOMPARE(Shell::ProcessWait(query, aMinute), 0);
-        // Ended, but the parent, this test, has not yet taken note of it.
+        // It has ended, but its parent, this test, has not collected it yet.
         QVERIFY(!Shell::ProcessExists(query));
         QCOMPARE(ProcHelper::FindProcessId(query), 0UL);
         QVERIFY(children.front()->waitForFinished());
@@ -184,7 +184,7 @@ void TestProcesses::startDetached()
     }
     QVERIFY(!Shell::ProcessStartDetached(program, {}, dir->filePath("none")));
 #ifdef Q_OS_UNIX
-    QCOMPARE(dup2(STDOUT_FILENO, 500), 500); // Far from what the spawning opens itself.
+    QCOMPARE(dup2(STDOUT_FILENO, 500), 500); // Far from the descriptors that spawning opens itself.
 #endif
     const QString work = QFileInfo(dir->path()).canonicalFilePath();
     QVERIFY(Shell::ProcessStartDetached(program, {"60000", "a b"}, work));
@@ -232,7 +232,7 @@ void TestProcesses::processOfAnotherUser()
     QCOMPARE(Running(), 1);
 }
 
-// As on an old kernel. For this process it cannot be taken back, so it comes last.
+// As on an old kernel. This process cannot undo it, so the test runs last.
 void TestProcesses::withoutPidfd()
 {
     sock_filter code[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),

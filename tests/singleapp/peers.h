@@ -47,7 +47,7 @@ inline bool SendFromElsewhere(const QString& appId, const QString& text, int tim
     return sent;
 }
 
-/// A message in the wire format, with a length that may be wrong.
+/// Returns a message in the wire format, with a length that may be wrong.
 inline QByteArray OnTheWire(const QByteArray& text, quint32 length)
 {
     QByteArray bytes;

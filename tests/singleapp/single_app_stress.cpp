@@ -1,5 +1,5 @@
-// What scripts/stress.sh runs: many processes at once, a primary instance that dies, and clients that
-// misbehave.
+// The program of scripts/stress.sh: many processes at once, a primary instance that dies, and hostile
+// clients.
 //   single_app_stress storm|kill|hostile ROUNDS [PROCESSES OR CLIENTS]
 // Prints one line per round and exits with 1 if any failed. Starts itself as the other processes.
 
@@ -25,7 +25,7 @@ constexpr int patience = 60000;
 
 constexpr int maxAttempts = 10;
 
-// Memory that the clients of one process may take together.
+// Limit of the memory for all clients of one process.
 constexpr long long maxGrowth = MAX_GROWTH_MIB * 1024LL; // KiB
 
 bool WaitFor(const std::function<bool()>& condition)
@@ -39,13 +39,13 @@ void Say(const QByteArray& line)
     static_cast<void>(std::fflush(stdout));
 }
 
-/// One of the many: waits for the starting shot, then sends its message or is the primary instance, which
-/// goes on until it is killed. A primary instance that dies may close its socket a moment before its lock is
-/// free.
+/// Runs one of the processes: waits for the starting signal, then sends its message or becomes the primary
+/// instance, which runs until it is killed. A primary instance that dies may close its socket a moment before
+/// its lock is free.
 int RunPeer(const QString& appId, const QString& text)
 {
     QtLocalPeer peer(nullptr, appId);
-    // Cut off: the reader of the output may be busy, and a full pipe would stop this process.
+    // Shortened: the reader of the output may be busy, and a full pipe would block this process.
     QObject::connect(&peer, &QtLocalPeer::messageReceived, &peer,
                      [](const QString& message) { Say("received " + message.left(50).toUtf8()); });
     Say("ready");
@@ -146,7 +146,7 @@ bool Storm(int round, int size, bool killFirst)
     QElapsedTimer timer;
     timer.start();
     if (killFirst && crowd.First() != nullptr) {
-        // Sooner or later from round to round.
+        // The moment varies from round to round.
         const int moment = 2 + size * (round % 20) / 20;
         WaitFor([&] { return crowd.First()->Lines().size() > moment; });
         crowd.KillFirst();
@@ -176,7 +176,7 @@ bool Storm(int round, int size, bool killFirst)
            (killFirst || (texts == size && crowd.Count("again") == 0));
 }
 
-/// Peak resident memory of a process, in KiB.
+/// Returns the peak resident memory of a process, in KiB.
 long long PeakMemory(const QProcess& process)
 {
     QFile file(QStringLiteral("/proc/%1/status").arg(process.processId()));
@@ -185,7 +185,7 @@ long long PeakMemory(const QProcess& process)
     return status.mid(status.indexOf("VmHWM:")).simplified().split(' ').value(1).toLongLong();
 }
 
-/// Clients that got no connection, which would void the test.
+/// Clients without a connection, which would make the test void.
 int refusedClients = 0;
 
 std::unique_ptr<QLocalSocket> Client(const QString& name, const QByteArray& bytes)
@@ -198,7 +198,7 @@ std::unique_ptr<QLocalSocket> Client(const QString& name, const QByteArray& byte
     return socket;
 }
 
-/// Sends 4 GiB, until the other side ends the connection or takes no more.
+/// Sends up to 4 GiB, until the other side ends the connection or stops reading.
 void Flood(QLocalSocket& socket)
 {
     const QByteArray piece(qsizetype{1024} * 1024, 'x');
@@ -209,7 +209,8 @@ void Flood(QLocalSocket& socket)
     }
 }
 
-/// Floods, then clients that stay, some with great claims, the others silent; an honest message must arrive.
+/// Floods the primary instance, then connects clients that stay; some announce much, the others are silent.
+/// An honest message must arrive.
 bool Hostile(int round, int clients)
 {
     const QString appId = QStringLiteral("hostile%1").arg(round);
@@ -250,7 +251,7 @@ int main(int argc, char** argv)
     if (arguments.size() == 4 && arguments.at(1) == "peer") {
         return RunPeer(arguments.at(2), arguments.at(3));
     }
-    // Three pipes a child and a socket a client.
+    // Three pipes per child and a socket per client.
     rlimit limit = {};
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = limit.rlim_max;

@@ -1,4 +1,4 @@
-// Attacks by other users of a shared temporary directory. Needs the rights of root to act as another user.
+// Tests attacks by other users of a shared temporary directory. Needs root to act as another user.
 
 #include "peers.h"
 #include "table.h"

@@ -64,7 +64,7 @@ void TestLocalPeer::handOver()
     QTRY_COMPARE(first.received, QStringList({text, ""}));
 }
 
-// A process that claims as soon as the lock is free keeps its socket.
+// A process that claims the lock as soon as it is free keeps its socket.
 void TestLocalPeer::heir()
 {
     auto first = std::make_unique<QtLocalPeer>(nullptr, "heir");
@@ -77,7 +77,7 @@ void TestLocalPeer::heir()
     QVERIFY2(SendFromElsewhere("heir", "hello", -2), "with no limit");
 }
 
-// A living server keeps its socket. The process is the primary instance all the same, and attempts to listen
+// A running server keeps its socket. The process is the primary instance nevertheless, and attempts to listen
 // again.
 void TestLocalPeer::socketIsTaken()
 {
@@ -148,7 +148,7 @@ void TestLocalPeer::clients()
     QTRY_VERIFY2(first.peer.findChildren<QLocalSocket*>().isEmpty(), "no client is served any more");
 }
 
-// A busy primary instance does not blame its clients: what has arrived counts.
+// Data that arrives while the primary instance is busy counts as received in time.
 void TestLocalPeer::busyFirst()
 {
     Primary first("busy");
@@ -189,7 +189,7 @@ void TestLocalPeer::manyClients()
     QTest::failOnWarning(QRegularExpression("^(?!QtLocalPeer: Peer disconnected)"));
 }
 
-// The client is not held up by what a receiver does: its connection is closed before the text is delivered.
+// The client does not wait for a receiver: its connection is closed before the message is delivered.
 void TestLocalPeer::deliveredAfterClose()
 {
     Primary first("close");
@@ -247,7 +247,7 @@ void TestLocalPeer::movedToThread()
     QVERIFY(sent);
 }
 
-// It holds the claim and does not listen: a refused connection is not waited for.
+// It holds the claim and does not listen: a refused connection fails without waiting.
 void TestLocalPeer::deafFirst()
 {
     const QString socketName = SocketName("deaf first");
@@ -261,7 +261,7 @@ void TestLocalPeer::deafFirst()
         QVERIFY2(timer.elapsed() >= 250, "a pause between the attempts");
         QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
     }
-    // Neither does this one answer, but its clients connect.
+    // This one does not reply either, but its clients connect.
     QLocalServer server;
     QVERIFY(server.listen(socketName));
     QVERIFY(!SendFromElsewhere("deaf first", "hello", 400));

@@ -41,7 +41,7 @@ private:
     Thread thread;
 };
 
-/// Another process that takes the lock and keeps it until it is killed.
+/// Runs as another process that takes the lock and keeps it until it is killed.
 int RunChild(char* path)
 {
     QtLockedFile file(QString::fromLocal8Bit(path));

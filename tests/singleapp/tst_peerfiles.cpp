@@ -1,4 +1,4 @@
-// The two files of a primary instance in the temporary directory, and a process that inherits them.
+// Tests the two files of a primary instance in the temporary directory, and a process that inherits them.
 
 #include "peers.h"
 
@@ -14,7 +14,7 @@
 namespace
 {
 
-/// A primary instance that forks a helper, which outlives it, and prints the helper's id.
+/// Runs a primary instance that forks a helper, which outlives it, and prints the helper's id.
 int RunWithHelper(const char* appId)
 {
     QtLocalPeer peer(nullptr, appId);
@@ -79,7 +79,7 @@ void TestPeerFiles::secondName()
     QVERIFY(SendFromElsewhere("linked", "hello"));
 }
 
-// A cleaner of old temporary files takes what has not been changed for days.
+// A cleaner of old temporary files removes files that have not changed for days.
 void TestPeerFiles::keptFresh()
 {
     const Primary first("fresh");

@@ -38,7 +38,7 @@ void TestAddresses::check()
     const QString label63(63, 'x');
     verify(SipId::NoError, {"A@b.QUOLLSIP.com", "a@b.c.d.quollsip.ru", "a.b‘c@quollsip.com",
                             "-0&=+$,;?_!~*()%{}/'@quollsip.com:99999", "a@" + label63 + ".quollsip.com"});
-    // Foreign, unfinished or ill-formed, but nothing that may not be typed. A second "@" is no symbol error.
+    // Foreign, incomplete or ill-formed, but with valid symbols. A second "@" is not a symbol error.
     verify(SipId::FormatError,
            {"a@b.example.com", "a@quollsip.b.com", "a@myquollsip.com", "a@quollsip.c", "a@quollsip.comma",
             "a@x" + label63 + ".quollsip.com", "a@b-.quollsip.com", ".a@quollsip.com", "a..b@quollsip.com",
@@ -61,7 +61,7 @@ void TestAddresses::password()
 
 void TestAddresses::parse_data()
 {
-    // The parts are user|domain|name|extension|port, the user alone if the text is not understood.
+    // The parts are user|domain|name|extension|port, or only the user if the text cannot be parsed.
     const Table<QString, QString> row("text", "parts");
     row("quotes in the name, blanks, parameters", "\"A \"B\" C\" <SIP:  a@b.com:5060;transport=tcp;x>",
         "a|b.com|A \"B\" C||5060");

@@ -1,6 +1,6 @@
 // The process that scripts/soak.sh watches: soak SECONDS FOLDER URL SIZE MD5
-// It logs, downloads, copies, removes, receives texts and watches the system at the same time, and reports in
-// the end how often what happened. What goes wrong around it is the script's doing.
+// It logs, downloads, copies, removes, receives messages and watches the system at the same time, and finally
+// reports how often each event occurred. The script causes the faults.
 
 #include <common/http/ifiledownload.h>
 #include <common/idle/idlewatcher.h>
@@ -125,7 +125,7 @@ void Soak::Download()
     }
 }
 
-/// Checks by other means what was reported as complete.
+/// Checks a download that was reported as complete, without the library.
 void Soak::CheckDownload()
 {
     QFile file(download->GetFilePath());

@@ -14,7 +14,7 @@ namespace
 
 constexpr qsizetype chunkSize = 32768;
 
-/// Bytes without a pattern that could be packed, the same in each run.
+/// Returns incompressible bytes, the same in each run.
 QByteArray Noise(qsizetype size)
 {
     QByteArray bytes(size, Qt::Uninitialized);
@@ -70,7 +70,7 @@ void TestBytes::cipherTexts()
     const QString cipher = AES::encrypt("ключ", "привет");
     QCOMPARE(AES::decrypt("ключ", cipher), "привет" + QString(4, QChar(0)));
     QVERIFY(!AES::decrypt("другой", cipher).startsWith("привет"));
-    // Damaged: the last block is not whole.
+    // Damaged: the last block is incomplete.
     QCOMPARE(AES::decrypt("key", AES::encrypt("key", QString(32, 'x')).left(28)).left(16), QString(16, 'x'));
 
     const QString pair = AES::encryptPair("name", "va=lue %1");
@@ -80,15 +80,14 @@ void TestBytes::cipherTexts()
 
 void TestBytes::machineKey()
 {
-    // The base text XOR the user's name, byte by byte, in Base64, cut at 32: computed apart from this
-    // library.
+    // The base text XOR the user's name, byte by byte, in Base64, cut at 32; computed without this library.
     const QString key = "Vi8rUl5bWC1fJVgsVShWUy9XIlorUV9d";
     for (const char* name : {"USERNAME", "user", "UserName"}) {
         qunsetenv(name);
     }
     qputenv("USER", "");
     QCOMPARE(AES::machineKey(), "THQBA3MNfHEAaQEABwAVBgAAdRkHAXQH");
-    // The narrow environment of Windows has the characters of a code page only.
+    // The narrow environment of Windows only has the characters of one code page.
     qputenv("USER", "жанна");
     QVERIFY(AES::machineKey() == "5/eVg+CI6f7h9Ob05Pboj5GEk4SVhuGD" || QSysInfo::kernelType() == "winnt");
     qunsetenv("USER");
@@ -122,7 +121,7 @@ void TestBytes::damagedPacks()
     QCOMPARE(output, "first member");
     QVERIFY(!QCompressor::gzipDecompress("plain text", output));
     QCOMPARE(output, "");
-    // Only the chunk in which the failure shows, here a wrong sum, is lost, also where it ends with it.
+    // Only the chunk with the failure, here a wrong sum, is lost, even if it ends there.
     QByteArray damaged = Packed(QByteArray(2 * chunkSize, '\0'));
     damaged[damaged.size() - 8] = static_cast<char>(~damaged.at(damaged.size() - 8));
     QVERIFY(!QCompressor::gzipDecompress(damaged, output));

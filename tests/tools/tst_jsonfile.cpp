@@ -25,7 +25,7 @@ namespace
 
 const QJsonObject sample{{"name", "Жанна"}, {"list", QJsonArray{1, 2.5, QJsonValue::Null}}, {"flag", true}};
 
-/// Runs Load or Save; gives what was logged about a failure, and nothing after a success.
+/// Runs Load or Save. Returns the log of a failure, and nothing after a success.
 QString Failure(JsonFile&& file, bool (JsonFile::*step)())
 {
     RecordingLogger logger;
@@ -42,7 +42,7 @@ class TestJsonFile : public QObject
     Q_OBJECT
 
     std::unique_ptr<QTemporaryDir> dir;
-    QString old; ///< A file that holds `sample`, alone in its folder.
+    QString old; ///< A file with `sample`, alone in its directory.
     QStringList untouched;
 
 private Q_SLOTS:
@@ -143,7 +143,7 @@ void TestJsonFile::writtenInPlace()
         QCOMPARE(filetree::Read(target), document.toJson());
     }
 
-    // There is no longer name for a file beside it.
+    // A longer name for a temporary file is not possible.
     const QString longName = dir->filePath(QString(255, 'x'));
     filetree::Write(longName, "old");
     QCOMPARE(Failure({longName, sample, ""}, &JsonFile::Save), "");
@@ -155,7 +155,7 @@ void TestJsonFile::access()
 {
     constexpr auto fileList = "system.posix_acl_access";
     constexpr auto defaultList = "system.posix_acl_default";
-    // As the kernel stores it: the owner rw, user 65534 r, the group r, the mask rw, others none.
+    // In the kernel's format: owner rw, user 65534 r, group r, mask rw, others none.
     const QByteArray list = QByteArray::fromHex("02000000 01000600ffffffff 02000400feff0000 04000400ffffffff"
                                                 "10000600ffffffff 20000000ffffffff");
     const auto listSize = static_cast<std::size_t>(list.size());
@@ -180,7 +180,7 @@ void TestJsonFile::access()
     };
 
     constexpr uid_t nobody = 65534;
-    const bool isSuperuser = geteuid() == 0; // Others cannot set up the first two cases.
+    const bool isSuperuser = geteuid() == 0; // Only the superuser can set up the first two cases.
     QCOMPARE(chmod(path.constData(), 0640), 0);
     QVERIFY(!isSuperuser || chown(folder.constData(), nobody, nobody) == 0);
     QCOMPARE(chmod(folder.constData(), 02755), 0);
@@ -198,7 +198,7 @@ void TestJsonFile::specialFiles()
 {
     QVERIFY(Failure({"/dev/full", sample, ""}, &JsonFile::Save).startsWith("Failed to save document"));
     QVERIFY(!QFileInfo("/dev/full").isFile());
-    // Can be opened, but not be read.
+    // Can be opened but not read.
     QVERIFY(Failure({"/proc/self/mem", ""}, &JsonFile::Load).startsWith("Failed to open file"));
     filetree::Build(dir->path(), {"fifo|"});
     QVERIFY(Failure({dir->filePath("fifo"), ""}, &JsonFile::Load).startsWith("Failed to open file"));

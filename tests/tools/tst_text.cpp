@@ -28,8 +28,8 @@ QStringList Links(const QString& text)
     return links;
 }
 
-/// Makes a text of pieces of links and of what ends them, of letters, of any characters and of halves of
-/// pairs.
+/// Creates a text from pieces of links, characters that end them, letters, any characters and lone
+/// surrogates.
 QString MakeText(std::mt19937& random)
 {
     static const QStringList pieces{
@@ -74,7 +74,7 @@ void TestText::convert()
     // printf 'жЖ' | md5sum
     QCOMPARE(converter::ToMD5(QString("жЖ")), "6a15fb62413894a6064ef13ae820f556");
     QCOMPARE(converter::ToUuidForm("жЖ", 8), "{d0b6d096}");
-    // The brace counts as a digit of what is left.
+    // The brace counts as a digit of the rest.
     QCOMPARE(converter::ToUuidForm("abcd", 3), "{616-263-64}");
     // No group size, and one whose double is above 32 bits.
     QCOMPARE(converter::ToUuidForm("abcd", 0), "{61626364}");
@@ -187,7 +187,7 @@ void TestText::hostileTexts()
     for (const QString unit : {"a", "a.", "(", "http://", "a+a:", "\u0301", "http://\u0301\u0316 ", "xn--"}) {
         texts += unit.repeated(1000000 / unit.size());
     }
-    // Must end in time, and must not hide what stands behind.
+    // Must end in time, and must not hide the link after it.
     for (const QString& text : texts) {
         QVERIFY2(FindUrlRanges(text + " behind.com").last().start == text.size() + 1,
                  qPrintable(text.left(20)));

@@ -23,7 +23,7 @@ inline const QRegularExpression& Pattern()
     return pattern;
 }
 
-/// The engine refuses a text with half a surrogate pair. The character in its place is no letter either.
+/// Replaces lone surrogates, which the engine refuses, by a character that is not a letter either.
 inline QString WithoutHalfPairs(QString text)
 {
     for (qsizetype i = 0; i < text.size(); ++i) {
@@ -88,8 +88,8 @@ inline bool IsWebLink(const QString& link)
     return !isInternational || tools::url::IsValidTopLevelDomain(domain);
 }
 
-/// Returns nothing if the engine gives up or has other letters than Qt, and for an authority that is too long
-/// for FindUrlRanges to parse it.
+/// Returns nothing if the engine gives up, if it and Qt disagree about letters, or if an authority is too
+/// long for FindUrlRanges to parse.
 inline std::optional<QList<tools::url::UrlRange>> FindUrlRanges(const QString& text)
 {
     QList<tools::url::UrlRange> ranges;

@@ -1,4 +1,4 @@
-// The program as the desktop starts it, and what its user must not lose.
+// Tests the program as the desktop starts it, and the data that its user must not lose.
 
 #include "mainwindow.h"
 #include "panels.h"
@@ -90,7 +90,7 @@ void TestVxphone::links()
     QTEST(PlainAddress(link), "address");
 }
 
-// All changes are in the file at once, whatever becomes of the process.
+// Each change is in the file at once, even if the process is killed.
 void TestVxphone::phoneBook()
 {
     PhoneBook book(BookFile());
@@ -112,7 +112,8 @@ void TestVxphone::phoneBook()
     QVERIFY(!Files().first().contains("Front desk"));
 }
 
-// What comes during a call waits for its end, unless it is the party of the call. A call at quit is kept.
+// An address that arrives during a call waits for its end, unless it is that of the call. A call at quit is
+// kept.
 void TestVxphone::calls()
 {
     const auto window = CreateWindow();
@@ -126,7 +127,7 @@ void TestVxphone::calls()
     banner->Call("+1");
     window->TakeAddress("callto:ann");
     hangUp->click();
-    window->TakeAddress(""); // From a second process without a link.
+    window->TakeAddress(""); // From a secondary instance without a link.
     QCOMPARE(field->text(), "ann");
     banner->Call("ann");
     QVERIFY(window->close());
@@ -135,7 +136,7 @@ void TestVxphone::calls()
     QCOMPARE(calls.first().address, "ann");
 }
 
-// A long message is shown whole, and its call link is offered for a call.
+// A long message is shown completely, and its call link is offered for a call.
 void TestVxphone::chat()
 {
     const auto window = CreateWindow();
@@ -154,7 +155,7 @@ void TestVxphone::chat()
     QCOMPARE(window->findChild<QLineEdit*>()->text(), "+1-212");
 }
 
-// A screen reader has to say what has the focus.
+// A screen reader needs a name for everything that takes the focus.
 void TestVxphone::everythingHasAName()
 {
     const auto window = CreateWindow();
@@ -172,8 +173,9 @@ void TestVxphone::everythingHasAName()
     QVERIFY(QRect(QPoint(), window->screen()->availableSize()).contains(QRect(QPoint(), window->size())));
 }
 
-// As the desktop does it: the first starts with a clicked link, the second hands its own over and ends. What
-// cannot be read as contacts is kept. A link brings no option for Qt: with this one it would not start.
+// As the desktop does it: the first process starts with a clicked link, the second passes its own to it and
+// ends. A file that cannot be read as contacts is kept. A link passes no option to Qt: with this one, the
+// program would not start.
 void TestVxphone::handOver()
 {
     filetree::Build(dir->path(), {"contacts.json=from another machine"});
@@ -192,7 +194,7 @@ void TestVxphone::handOver()
     QCOMPARE(Files().filter(QRegularExpression("^contacts.*unreadable=from another machine$")).size(), 1);
 }
 
-// Only a whole file takes the place of an older one.
+// Only a complete file replaces an older one.
 void TestVxphone::download()
 {
     FaultServer server({{Response("200 OK", "half a file").chopped(5)},
@@ -202,14 +204,14 @@ void TestVxphone::download()
     TransferPanel panel(dir->path());
     for (const char* left : {"old", "old", "new"}) {
         panel.Download(server.Url("/files/a.zip"));
-        panel.Download(server.Url("/files/a.zip")); // Not twice at a time.
+        panel.Download(server.Url("/files/a.zip")); // Not twice at the same time.
         QVERIFY(panel.IsRunning());
         QTRY_VERIFY(!panel.IsRunning());
         QCOMPARE(Files(), QStringList(QString("downloads/a.zip=") + left));
     }
 }
 
-// What went wrong is said in words.
+// The window explains the failure.
 void TestVxphone::downloadWithoutPlace()
 {
     filetree::Build(dir->path(), {"downloads=a file in the way"});

@@ -17,7 +17,7 @@ struct Result
     QByteArray error;
 };
 
-/// The error is a part of standard error, none if it is empty.
+/// The error is a part of standard error; if empty, there is no output.
 using AnswerTable = Table<QString, QByteArray, QByteArray, int, QByteArray>;
 
 AnswerTable Answers()
@@ -53,7 +53,7 @@ private:
     std::unique_ptr<QTemporaryDir> dir; ///< vxtool runs in here.
 };
 
-/// The arguments, with a bar between two of them.
+/// Runs vxtool with arguments that are separated by bars.
 Result TestVxtool::Run(const QString& arguments, const QByteArray& input) const
 {
     QProcess process;
@@ -172,7 +172,7 @@ void TestVxtool::help()
     QCOMPARE(Run("-h").output, Run("help").output);
 }
 
-/// A clicked address can bring words of its own, none of which is an option.
+/// A clicked address may contain further words, none of which is an option.
 void TestVxtool::clickedAddress()
 {
     QCOMPARE(Run("--callto|tel:+49 1|--log|log").output, "--callto tel:+49 1 --log log\n");
@@ -188,7 +188,7 @@ void TestVxtool::gzip()
     QCOMPARE(Run("gunzip", packed + packed + QByteArray(512, '\0')).output, input + input);
     QCOMPARE(Run("gunzip", packed + "x").exitCode, 1);
 
-    // Input that comes late: an empty pipe is waited for, and is no failure.
+    // Late input: vxtool waits for an empty pipe, which is not a failure.
     QProcess unpacker;
     unpacker.start(VXTOOL_PROGRAM, {"gunzip"});
     QVERIFY(unpacker.waitForStarted(60000));
@@ -203,7 +203,7 @@ void TestVxtool::json()
 {
     QCOMPARE(Run("json|set|new/file|a|[1, true]|--key|k").exitCode, 0);
     QCOMPARE(Run("json|set|new/file|b|some text|--key|k").exitCode, 0);
-    // With another key nothing is lost.
+    // With another key, nothing is lost.
     QCOMPARE(Run("json|set|new/file|b|x|--key|l").exitCode, 1);
     QCOMPARE(Run("json|show|new/file|--key|k").output,
              "{\n    \"a\": [\n        1,\n        true\n    ],\n    \"b\": \"some text\"\n}\n");

@@ -106,7 +106,7 @@ void TestWatchers::lastPointerGoesInSignal()
     const QPointer<IdleWatcher> alive(watcher.data());
     watcher->idleWatcherPrivate()->backend = std::make_unique<FakeBackend>();
     connect(watcher.data(), &IdleWatcher::idle, this, [&watcher] { watcher.reset(); });
-    // By the timer, as in real life.
+    // By the timer, as in a program.
     watcher->idleWatcherPrivate()->timer.start(1);
     QTRY_VERIFY(alive.isNull());
 }

@@ -84,11 +84,11 @@ void TestDevices::soundServer()
     qputenv("PULSE_SERVER", "unix:" + dir.filePath("native").toUtf8());
     QTRY_COMPARE_WITH_TIMEOUT(AudioDeviceTools::getDefaultDeviceName(true), "Küchen-Lautsprecher", 20000);
     RecordingLogger log;
-    QCOMPARE(AudioDeviceTools::getDefaultDeviceName(false), QString()); // A monitor is no microphone.
+    QCOMPARE(AudioDeviceTools::getDefaultDeviceName(false), QString()); // A monitor is not a microphone.
     QCOMPARE(log.lines.at(0).text, "tools::AudioDeviceTools::getDefaultDeviceName "
                                    "pa_context_get_source_info_by_name() error 5");
     log.lines.clear();
-    // The device that a server makes up without any.
+    // The dummy device of a server without devices.
     const auto control = [&](const QStringList& arguments) { return QProcess::execute("pactl", arguments); };
     QCOMPARE(control({"unload-module", "module-null-sink"}), 0);
     QCOMPARE(control({"load-module", "module-null-sink", "sink_name=auto_null"}), 0);
@@ -98,7 +98,7 @@ void TestDevices::soundServer()
     server.terminate();
     QVERIFY(server.waitForFinished());
 
-    QTcpServer silent; // Takes the connection and says nothing; the client library would wait for 30 s.
+    QTcpServer silent; // Accepts the connection and never replies; the client library would wait for 30 s.
     QVERIFY(silent.listen(QHostAddress::LocalHost));
     qputenv("PULSE_SERVER", "tcp:127.0.0.1:" + QByteArray::number(silent.serverPort()));
     QCOMPARE(AudioDeviceTools::getDefaultDeviceName(true), QString());

@@ -1,4 +1,5 @@
-/// File jobs without threads, descriptors or disk space, in deep trees, and in directories of another user.
+/// Tests file jobs without threads, descriptors or disk space, in deep trees, and in directories of another
+/// user.
 
 #include "files/filetree.h"
 #include "files/jobrecorder.h"
@@ -55,7 +56,7 @@ void TestJobSafety::noThread()
     pthread_attr_t huge = {};
     QCOMPARE(::pthread_getattr_default_np(&usual), 0);
     QCOMPARE(::pthread_attr_init(&huge), 0);
-    // No address space has room for such a stack.
+    // Such a stack fits into no address space.
     QCOMPARE(::pthread_attr_setstacksize(&huge, std::size_t{1} << 60U), 0);
     for (const auto& [job, end] : {std::pair("copier", "failed 700108"), {"remover", "failed 700205"}}) {
         QCOMPARE(::pthread_setattr_default_np(&huge), 0);
@@ -70,7 +71,7 @@ void TestJobSafety::fullDisk()
     const QTemporaryDir folder;
     filetree::Build(folder.path(), {"s/a=" + QString(700000, 'a'), "s/b=" + QString(700000, 'b'), "t/"});
     const QByteArray target = folder.filePath("t").toUtf8();
-    // Seen by this process only.
+    // Visible to this process only.
     if (::unshare(CLONE_NEWNS) != 0 || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
         ::mount("tmpfs", target.constData(), "tmpfs", 0, "size=1m") != 0) {
         QSKIP("this user may not mount a file system");
@@ -78,9 +79,9 @@ void TestJobSafety::fullDisk()
     const auto unmount = qScopeGuard([&target] { ::umount(target.constData()); });
     RecordingLogger log;
     QCOMPARE(RunJob("copier", folder.path(), {"dir s t"}), Steps(1, 2) << "failed 700107");
-    QCOMPARE(QDir(folder.filePath("t")).entryList(QDir::Files), QStringList("a")); // no half file
+    QCOMPARE(QDir(folder.filePath("t")).entryList(QDir::Files), QStringList("a")); // no incomplete file
     QCOMPARE(log.Lines("shell.filecmd", 4).size(), 5);
-    // What is to be replaced is still whole.
+    // The file to be replaced is still intact.
     filetree::Build(folder.path(), {"s/a=" + QString(700000, 'c')});
     QCOMPARE(RunJob("copier", folder.path(), {"dir s t"}), QStringList("failed 700107"));
     QCOMPARE(filetree::Read(folder.filePath("t/a")), QByteArray(700000, 'a'));
@@ -138,8 +139,8 @@ void TestJobSafety::deepTree()
 namespace
 {
 
-/// Runs a job on many trees while another user, who owns the directory `swapped` in each of them, exchanges
-/// the names "e" and ".e" in it all the time. Returns how often the job left its tree.
+/// Runs a job on many trees while another user, who owns the directory `swapped` in each, keeps exchanging
+/// the names "e" and ".e" in it. Returns how often the job left its tree.
 int CountEscapes(const QString& job, const QStringList& tree, const QString& work, const QString& swapped)
 {
     int escapes = 0;
@@ -182,8 +183,8 @@ void TestJobSafety::swappedNames_data()
         "dir s t/d", "t/d");
 }
 
-/// Nobody who owns a directory in a tree leads a job out of it: in 200 rounds, 8 of them at a time, since a
-/// failed attempt waits for the next one.
+/// The owner of a directory in a tree cannot lead a job out of the tree: 200 rounds, 8 at a time, because a
+/// failed attempt waits before the next one.
 void TestJobSafety::swappedNames()
 {
     QFETCH(QString, job);

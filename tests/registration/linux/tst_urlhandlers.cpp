@@ -39,7 +39,7 @@ std::function<bool(int, qsizetype)> onRead;
 
 } // namespace
 
-/// Takes the place of the system's function in the library, too.
+/// Replaces the system's function, also in the library.
 extern "C" __attribute__((visibility("default"))) ssize_t read(int descriptor, void* buffer, std::size_t size)
 {
     const ssize_t count = syscall(SYS_read, descriptor, buffer, size);
@@ -115,7 +115,7 @@ void TestUrlHandlers::click()
     const QString record = user->DataPath("record");
     qputenv("CALL_RECORD", record.toUtf8());
     QVERIFY(ClickToCall::registerProtocols({"sip", "tel"}, "Phone", "Maker"));
-    // A scheme that an earlier version of the program, elsewhere, has registered.
+    // A scheme that an earlier version of the program, at another path, has registered.
     UserTree::Open()->setValue("Software/Classes/Maker.Phone.tel/shell/open/command/Default",
                                "\"/nonexistent/phone\" --callto \"%1\"");
     QVERIFY(ClickToCall::registerProtocols({"sip"}, "Phone", "Maker"));
@@ -253,7 +253,7 @@ void TestUrlHandlers::listChangedMeanwhile()
     }
 }
 
-// A directory in the place of the store refuses each write, also one by the superuser.
+// A directory at the path of the store makes each write fail, even for the superuser.
 void TestUrlHandlers::refused()
 {
     const QString store = user->ConfigPath("vxcommon/registry.ini");

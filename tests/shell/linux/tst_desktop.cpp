@@ -20,7 +20,7 @@ using common::Shell;
 namespace
 {
 
-/// A script that leaves what it was started with in the file that OUT names: directory, then arguments.
+/// Writes a script that stores its directory and then its arguments in the file that OUT names.
 void WriteScript(const QString& path)
 {
     filetree::Write(path, "#!/bin/sh\n{ pwd; for a; do printf '%s\\0' \"$a\"; done; } >\"$OUT.new\"\n"
@@ -125,7 +125,7 @@ void TestDesktop::showFile()
     const RecordingLogger log;
     std::atomic<int> answer = -1;
     std::thread caller([&] { answer = Shell::ShowFile(Path("a%20 b#ü.txt")) ? 1 : 0; });
-    // Well below the 25 s that a call takes by default, and above what a loaded machine adds to 2 s.
+    // Well below a call's default timeout of 25 s, and above what a loaded machine adds to 2 s.
     const bool inTime = QTest::qWaitFor([&] { return answer >= 0; }, 10000);
     caller.join();
     QDBusConnection::disconnectFromBus(behaviour);

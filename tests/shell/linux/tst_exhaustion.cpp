@@ -30,7 +30,7 @@ void SetLimit(decltype(RLIMIT_NOFILE) resource, rlim_t value)
 void Exhaust(const QByteArray& resource, rlim_t spare)
 {
     if (resource == "threads") {
-        constexpr uid_t nobody = 65534; // The limit does not hold for the superuser.
+        constexpr uid_t nobody = 65534; // The limit does not apply to the superuser.
         static_cast<void>(setresuid(nobody, nobody, nobody) == 0);
         SetLimit(RLIMIT_NPROC, 0);
     } else {
@@ -80,7 +80,8 @@ bool IsNotSubscribed()
 
 Q_DECLARE_METATYPE(std::function<bool()>)
 
-/// What starts threads or connections must report the usual error, neither hang nor end the program.
+/// Functions that start threads or connections must report their usual error instead of hanging or ending the
+/// program.
 class TestExhaustion : public QObject
 {
     Q_OBJECT

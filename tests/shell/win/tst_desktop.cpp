@@ -53,7 +53,7 @@ void TestDesktop::shortcut()
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QByteArray content = file.readAll();
     for (const QString& text : {work, arguments, QString("Calls people")}) {
-        const auto* const wide = reinterpret_cast<const char*>(text.utf16()); // As links keep it.
+        const auto* const wide = reinterpret_cast<const char*>(text.utf16()); // As links store it.
         QVERIFY2(content.contains(QByteArray(wide, 2 * text.size())), qPrintable(text));
     }
 }
@@ -84,7 +84,7 @@ void TestDesktop::removeAfterExit()
     }
     QCOMPARE(log.lines.size(), 1U);
     QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(path), 20000);
-    QTRY_VERIFY_WITH_TIMEOUT(dir.remove(), 20000); // The interpreter still stands in it.
+    QTRY_VERIFY_WITH_TIMEOUT(dir.remove(), 20000); // It is still the interpreter's current directory.
 }
 
 QTEST_GUILESS_MAIN(TestDesktop)

@@ -65,8 +65,8 @@ void TestDesktopIdle::screenSaverExtension()
 
 void TestDesktopIdle::unit_data()
 {
-    // Replies each 3 s while there is input, or none is counted; their growth after that; the idle time of
-    // the tenth, in ms.
+    // Replies every 3 s while there is input or none counts; their growth after that; the idle time of the
+    // tenth, in ms.
     const Table<QList<uint>, uint, qint64> row("before", "step", "expected");
     const QList<uint> typing{3, 6, 9, 12, 15, 18, 21, 24, 27, 5};
     row("seconds", {0, 0, 0}, 3, 27000);
@@ -83,7 +83,7 @@ void TestDesktopIdle::unit()
     QFETCH(qint64, expected);
 
     common::IdleUnit unit;
-    std::chrono::milliseconds now{4000000000}; // Ticks of 32 bits have wrapped.
+    std::chrono::milliseconds now{4000000000}; // 32-bit ticks have wrapped.
     for (const uint number : before) {
         QVERIFY(!unit.ToIdleTime(number, now += std::chrono::seconds(3)).has_value());
     }

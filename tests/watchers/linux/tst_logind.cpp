@@ -75,7 +75,7 @@ void TestLogind::announcements()
     connect(watcher, &SleepWatcher::sleep, this, [&] { events += "sleep"; });
     connect(watcher, &SleepWatcher::wake, this, [&] { events += "wake"; });
 
-    // No other sender is accepted, not even one that addresses this process.
+    // No other sender is accepted, even if it addresses this process.
     QStringList receivers = login.interface()->registeredServiceNames();
     receivers.removeIf([&others](const QString& name) { return others.contains(name); });
     QCOMPARE(receivers.size(), 1);
