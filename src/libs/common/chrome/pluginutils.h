@@ -21,7 +21,7 @@ class VXCOMMON_EXPORT PluginUtils
 public:
     PluginUtils() = delete;
 
-    /// Always returns true: callers may assume the browser. Kept for compatibility.
+    /// Always returns true. Kept for compatibility: callers may assume that the browser is installed.
     static bool IsChromeInstalled();
 
     /// Returns whether the installation of `id` is requested with exactly the address of the store.

@@ -30,7 +30,7 @@ bool IsOwnProgid(const QString& value, const Owner& owner)
            value.startsWith(owner.organization + u'.' + owner.application + u'.');
 }
 
-/// Saves for the first time in a call, which decides the result of the call.
+/// Saves for the first time in a call; the outcome is the result of the call.
 bool Save(platform::UserSettings& settings, const char* function)
 {
     const QSettings::Status status = settings.Save();

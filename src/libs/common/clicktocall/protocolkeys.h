@@ -42,7 +42,7 @@ inline QString UserChoice(const QString& protocol)
            QLatin1String("/UserChoice/Progid");
 }
 
-/// The part of a command after the opening quote and the path.
+/// Returns the part of a command after the opening quote and the path.
 inline QString CommandTail()
 {
     return QStringLiteral("\" --callto \"%1\"");

@@ -9,7 +9,7 @@
 namespace common::contact
 {
 
-/// A party to call, with the name and the ringtone from a contact list. Programs may implement their own.
+/// A party to call, with the name and the ringtone from a contact list. A program may implement its own.
 class VXCOMMON_EXPORT IContactContext : public QObject
 {
     Q_OBJECT

@@ -47,7 +47,7 @@ public:
 VXCOMMON_EXPORT QSharedPointer<INumberContext> CreateInstance(const QString& number, const QString& domain,
                                                               const QString& extension);
 
-/// Creates a number context from an address text. A text that is not understood becomes the number verbatim.
+/// Creates a number context from an address text. A text that cannot be parsed becomes the number verbatim.
 VXCOMMON_EXPORT QSharedPointer<INumberContext> CreateInstance(const QString& uri);
 
 } // namespace common::contact::number

@@ -10,8 +10,8 @@ namespace common::http
 namespace
 {
 
-/// Bound of a reply's buffer, in bytes. Qt emits progress ten times a second at most, and a transfer that has
-/// filled the buffer would stand still until then, so half a buffer is written at once.
+/// Limit of a reply's buffer, in bytes. Qt emits progress at most ten times a second, and a transfer would
+/// stall while the buffer is full, so a half-full buffer is written at once.
 constexpr qint64 replyBufferSize = qint64{4} * 1024 * 1024;
 constexpr qint64 fullReplyBuffer = replyBufferSize / 2;
 
@@ -42,7 +42,7 @@ BodyWriter::BodyWriter(std::unique_ptr<QFile> file_, bool computesSum, Report re
 void BodyWriter::Attach(QNetworkReply& reply)
 {
     reply.setReadBufferSize(replyBufferSize);
-    // Qt 6.4 stalls in a larger body of a redirect, and forgets the bound after it.
+    // Qt 6.4 stalls on a larger body of a redirect, and drops the limit after it.
     connect(&reply, &QNetworkReply::metaDataChanged, this, [&reply] {
         const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
         reply.setReadBufferSize(status / 100 == 3 ? 0 : replyBufferSize);

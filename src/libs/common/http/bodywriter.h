@@ -47,13 +47,13 @@ public:
 
     QString FileName() const { return file->fileName(); }
 
-    /// Bounds the memory of a reply that has just been sent, and drains it whenever much of that is in use.
+    /// Limits the memory of a new reply, and drains the reply whenever much of that is in use.
     void Attach(QNetworkReply& reply);
 
     /// Writes what has arrived.
     void Drain(QNetworkReply& reply);
 
-    /// Closes the file. The sum is unknown unless the file is certainly what was written.
+    /// Closes the file. The sum is empty if the file may differ from what was written.
     WrittenSum Finish();
 
 private:

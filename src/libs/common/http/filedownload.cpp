@@ -177,7 +177,7 @@ void FileDownload::CreateRequest(QNetworkAccessManager* manager)
     connect(request, &IHttpRequest::requestError, this, &FileDownload::OnRequestError);
     connect(request, &IHttpRequest::requestFinished, this, &FileDownload::OnRequestFinished);
     connect(request, &IHttpRequest::downloadProgress, this, &FileDownload::OnDownloadProgress);
-    // Qt does not promise progress for the last bytes, and after this signal the request takes them.
+    // Qt does not guarantee progress for the last bytes, and the request reads them after this signal.
     connect(request, &IHttpRequest::replyFinished, this, [this] {
         if (file) {
             file->Drain(*request->Reply());

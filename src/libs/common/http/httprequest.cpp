@@ -206,7 +206,7 @@ QNetworkRequest HttpRequest::BuildRequest()
     for (auto header = d->rawHeaders.cbegin(); header != d->rawHeaders.cend(); ++header) {
         request.setRawHeader(header.key().toUtf8(), header.value().toUtf8());
     }
-    // Qt does not decode a body whose coding was asked for by hand: ReadBody does.
+    // If a request sets Accept-Encoding itself, Qt does not decompress the body, so ReadBody does.
     if (!d->rawHeaders.contains(acceptEncoding)) {
         request.setRawHeader(acceptEncoding.toUtf8(), "gzip");
     }

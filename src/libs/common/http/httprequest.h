@@ -12,13 +12,11 @@ namespace common::http
 /**
  * The request that CreateHttpRequest returns; derive from it to change a step.
  *
- * A reply is deleted as soon as the request has no more use for it. If that is so inside a signal of the
- * request, Reply() no longer returns the reply, which is deleted once Qt has returned from it to the event
- * loop.
+ * The request deletes a reply as soon as it no longer needs it. Inside a signal of the request, Reply() no
+ * longer returns that reply, but it is deleted only when Qt has returned from it to the event loop.
  *
  * @warning Do not send, abort or delete the request in a slot that is connected to a signal of Reply() itself
- * or to QNetworkAccessManager::finished. As Qt documents for these, a reply must not be deleted there. Use a
- * queued connection.
+ * or to QNetworkAccessManager::finished. Qt forbids deleting a reply there. Use a queued connection.
  */
 class VXCOMMON_EXPORT HttpRequest : public IHttpRequest
 {

@@ -20,7 +20,7 @@ private:
     QJsonObject object;
 };
 
-/// Keeps the map and leaves its form on the wire to the classes below.
+/// Stores the map. Derived classes serialise it.
 class HttpRequestDataMap : public IHttpRequestDataMap
 {
 public:

@@ -23,7 +23,7 @@ private:
     QString value;
 };
 
-/// Its value is the path of the file.
+/// A file; its value is the path.
 class HttpRequestFilePartFormData final : public HttpRequestPartFormData
 {
 public:
@@ -33,7 +33,7 @@ public:
     QString GetContentDisposition() const override;
 };
 
-/// Its value is the text.
+/// A string; its value is the string itself.
 class HttpRequestTextPartFormData : public HttpRequestPartFormData
 {
 public:

@@ -35,7 +35,7 @@ struct HttpRequest::Private
     QList<QSslCertificate> caCertificates;
 };
 
-/// For a QTimer, which takes neither a negative interval nor more than an int holds (24 days).
+/// Converts for QTimer, which accepts neither a negative interval nor more than an int can hold (24 days).
 int ToMilliseconds(int seconds);
 
 } // namespace common::http

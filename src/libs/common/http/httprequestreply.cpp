@@ -1,4 +1,4 @@
-// The life of a reply, from its first signal to its end, and the retries.
+// Handles a reply from its first signal to its deletion, and the retries.
 
 #include "httprequestprivate.h"
 
@@ -17,7 +17,7 @@ namespace
 
 constexpr int tooManyRequests = 429; // RFC 6585; Qt has no error code for it.
 
-/// For the log only.
+/// Returns the name of an error code, for the log.
 QLatin1String NameOf(int error)
 {
     const char* const name = QMetaEnum::fromType<QNetworkReply::NetworkError>().valueToKey(error);
@@ -62,7 +62,7 @@ public:
         if (QThread::currentThread()->loopLevel() > 0) {
             (*reply)->deleteLater();
         } else {
-            // Without exec(), as with processEvents() alone, Qt would put deleteLater off for ever.
+            // Without exec(), as with processEvents() alone, Qt would never run deleteLater.
             QMetaObject::invokeMethod(
                 *reply, [dropped = reply->data()] { delete dropped; }, Qt::QueuedConnection);
         }
@@ -123,7 +123,7 @@ void HttpRequest::TakeReply(QNetworkReply* reply)
     connect(reply, &QNetworkReply::uploadProgress, this, emitProgress);
 }
 
-/// After this nothing of the present reply reaches the request, its watchdog included.
+/// Detaches the request from the current reply and its watchdog.
 void HttpRequest::CutOffReply()
 {
     disconnect(Reply(), nullptr, this, nullptr);
@@ -173,7 +173,7 @@ void HttpRequest::OnRequestFinished()
         if (delivery.IsOver() || AskRetryIfPossible()) {
             return;
         }
-        // Kept for compatibility: the last attempt emits requestError a second time, as any other failure.
+        // Kept for compatibility: the last attempt emits requestError a second time, like any other failure.
     }
     const QByteArray body = ReadBody();
     if (error != QNetworkReply::NoError) {

@@ -16,7 +16,7 @@ namespace common::http
  * Downloads one URL into one file, verifies size and MD5 sum, and retries the whole download if it fails.
  *
  * A download ends with complete, or with failed once no attempt is left. The file stays on disk whatever the
- * outcome, also half-written, or with an error page in it.
+ * outcome, even if it is incomplete or contains an error page.
  *
  * The MD5 sum is computed while the file is written. At the end it is used if size and modification time show
  * that only the download has written to the file; otherwise the file is read again. A change by another
@@ -29,7 +29,7 @@ namespace common::http
  * emitted twice.
  *
  * @note Use it on the thread of the manager. Create all downloads of a program on one thread.
- * @warning An MD5 sum detects damage, not manipulation, and the server is not verified; see the page on
+ * @warning An MD5 sum detects damage, not tampering, and the server is not verified; see the page on
  * security.
  */
 class VXCOMMON_EXPORT IFileDownload : public QObject
@@ -82,7 +82,7 @@ public:
     virtual void SetPermissions(QFile::Permissions permissions) = 0;
 
     /**
-     * Begins an attempt. May be called again after the end; attempts are then counted on.
+     * Begins an attempt. Can be called again after the end, which continues the count of attempts.
      *
      * @return false if the attempt could not begin. failed has then been emitted, unless a download is
      * running.
@@ -97,7 +97,7 @@ Q_SIGNALS:
     void complete(); ///< Emitted when the file is on disk and verified.
     /// Emitted after the last attempt, with an ErrorCode or the code of the request's last failure.
     void failed(int error, const QString& errorString);
-    /// Emitted as data arrives, in bytes. A total of -1 is unknown.
+    /// Emitted as data arrives, in bytes. `bytesTotal` is -1 if unknown.
     void progress(qint64 bytesReceived, qint64 bytesTotal);
 };
 

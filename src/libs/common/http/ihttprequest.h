@@ -41,7 +41,7 @@ namespace common::http
  * | 302                | invalid operation  | no      | invalidOperationError, then requestError            |
  * | any other          | refused by server  | no      | requestError                                        |
  * | HTTP status 429    | too many requests  | yes     | requestError(429) each time; see requestError       |
- * | silence (time-out) | network problem    | yes     | requestError(4, "Request timed out")                |
+ * | silence (timeout)  | network problem    | yes     | requestError(4, "Request timed out")                |
  *
  * Each attempt emits replyFinished before these, except one that timed out. An attempt that is retried emits
  * nothing else. Neither Abort nor destruction emits anything.
@@ -58,7 +58,7 @@ class VXCOMMON_EXPORT IHttpRequest : public QObject
     Q_OBJECT
 
 public:
-    /// HTTP method of a send.
+    /// HTTP method of a request.
     enum HTTPRequestMethod : int
     {
         POST = 0,
@@ -108,8 +108,8 @@ public:
      * Sends the request, as its first attempt.
      *
      * @return false if it could not be sent: the manager was destroyed, the payload does not fit the method,
-     * or a file of a form cannot be opened. No signal is emitted then. If a *retry* fails in this way, only
-     * the log reports it.
+     * or a file of a form cannot be opened. In that case, no signal is emitted. If a *retry* fails in this
+     * way, only the log reports it.
      */
     virtual bool Send(HTTPRequestMethod method) = 0;
     virtual bool Post() = 0; ///< Calls Send(POST).
@@ -126,7 +126,7 @@ public:
     virtual void SetSslCertificate(const QSslCertificate& certificate, const QSslKey& key,
                                    const QList<QSslCertificate>& caCertificates) = 0;
 
-    /// Returns the present reply, or null. The request owns it until it is sent again, aborted while running
+    /// Returns the current reply, or null. The request owns it until it is sent again, aborted while running
     /// or destroyed.
     virtual QNetworkReply* Reply() const = 0;
 
@@ -149,9 +149,9 @@ Q_SIGNALS:
     void requestError(int error, const QString& errorDesc, const QByteArray& result = QByteArray());
     void invalidOperationError(int error, const QString& errorDesc); ///< Emitted on code 302.
     void proxyError(int error, const QString& errorDesc);            ///< Emitted on a proxy's code.
-    /// Emitted as data arrives, in bytes. A total of -1 is unknown.
+    /// Emitted as data arrives, in bytes. `bytesTotal` is -1 if unknown.
     void downloadProgress(qint64 bytesReceived, qint64 bytesTotal);
-    /// Emitted as data is sent, in bytes. A total of -1 is unknown.
+    /// Emitted as data is sent, in bytes. `bytesTotal` is -1 if unknown.
     void uploadProgress(qint64 bytesSent, qint64 bytesTotal);
     void replyFinished(const QNetworkReply* reply); ///< Emitted when the reply of an attempt has finished.
 };

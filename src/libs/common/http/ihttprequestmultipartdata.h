@@ -43,7 +43,7 @@ class VXCOMMON_EXPORT IHttpRequestMultiPartData : public IHttpRequestData
 {
 public:
     /// Returns a new form with newly opened files; the caller owns it. Returns null if a part cannot be
-    /// appended; the parts after it are not tried.
+    /// appended; the parts after it are skipped.
     virtual QHttpMultiPart* MultiPart() = 0;
 
     /// Adds a part after the existing ones.

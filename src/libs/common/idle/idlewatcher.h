@@ -27,7 +27,7 @@ private:
     Q_DISABLE_COPY(IIdleBackend)
 };
 
-/// The working parts of an IdleWatcher. A program may replace the backend by its own.
+/// The working parts of an IdleWatcher. A program may replace the backend with its own.
 class VXCOMMON_EXPORT IdleWatcherPrivate
 {
 public:

@@ -24,7 +24,7 @@ bool IsLetter(char character)
 
 std::size_t NameLength(std::string_view text);
 
-/// Length of an operator's name, whose symbol may consist of the characters that end other names.
+/// Returns the length of an operator's name, whose symbol may consist of characters that end other names.
 std::size_t OperatorNameLength(std::string_view text)
 {
     std::size_t position = text.find_first_not_of(' ', operatorKeyword.size());
@@ -44,7 +44,7 @@ bool IsOperatorName(std::string_view text)
            !IsLetter(text[operatorKeyword.size()]);
 }
 
-/// Length of the qualified name at the start of `text`: up to its parameter list, or to the lambda.
+/// Returns the length of the qualified name at the start of `text`, up to its parameter list or the lambda.
 std::size_t NameLength(std::string_view text)
 {
     constexpr std::string_view unnamedNamespace = "(anonymous namespace)";

@@ -8,11 +8,11 @@ namespace common::logger::detail
 {
 
 /**
- * Copies the qualified name of the function around a lambda out of the lambda's signature: from
- * "a::B::F(int)::<lambda()>" that is "a::B::F". Reads the signatures that GCC, Clang and MSVC print.
+ * Copies the qualified name of the function around a lambda from the lambda's signature: "a::B::F" from
+ * "a::B::F(int)::<lambda()>". Supports the signatures of GCC, Clang and MSVC.
  *
  * @param signature null-terminated
- * @param name has room for the whole signature
+ * @param name buffer with room for the whole signature
  */
 VXCOMMON_EXPORT void CopyEnclosingFunctionName(const char* signature, char* name);
 

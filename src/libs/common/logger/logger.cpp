@@ -47,7 +47,7 @@ private:
 
 NeverDestroyed<DefaultLogger> defaultLogger;
 
-/// Set while this thread hands a line to Qt, whose messages return to the current logger.
+/// Set while this thread passes a line to Qt, whose messages return to the current logger.
 thread_local bool isReturning = false;
 
 std::atomic<ILogger*>& CurrentLogger()

@@ -16,7 +16,7 @@
  * @code
  * LOG_MESSAGE(common::logger::Warn) << "no response from " << host << " after " << seconds << " s";
  * @endcode
- * builds one Message on the stack. At its end, the message is written by the current ILogger.
+ * builds one Message on the stack. When the statement ends, the current ILogger writes the message.
  *
  * A source file logs on the channel "main" unless it declares its own channel inside one of its namespaces,
  * where name lookup finds it first:
@@ -62,10 +62,10 @@ struct Option
     {
         ShowSource = 1,   ///< Append the source location to each line.
         ShowFunction = 2, ///< Include the function name in the source location.
-        /// Format lines by a conversion pattern; takes precedence over the other layouts.
+        /// Format lines with a conversion pattern; takes precedence over the other layouts.
         PatternLayout = 256,
-        SimpleLayout = 512, ///< Format lines by log4cpp's SimpleLayout.
-        BasicLayout = 1024  ///< Format lines by log4cpp's BasicLayout; takes precedence over SimpleLayout.
+        SimpleLayout = 512, ///< Format lines with log4cpp's SimpleLayout.
+        BasicLayout = 1024  ///< Format lines with log4cpp's BasicLayout; takes precedence over SimpleLayout.
     };
 };
 
@@ -166,9 +166,9 @@ VXCOMMON_EXPORT void DestroyLogger(ILogger* logger);
 class VXCOMMON_EXPORT ILogger : public ILoggerOperations
 {
 public:
-    /// Calls the virtual Destroy, or does nothing if `this` is null. C++ leaves a call through null
-    /// undefined, so the pointer is tested out of line, where the compiler knows nothing about it. Sanitizers
-    /// still report such a call; use DestroyLogger where a pointer may be null.
+    /// Calls the virtual Destroy, or does nothing if `this` is null. A call through null is undefined in C++,
+    /// so the test is out of line, where the compiler cannot remove it. Sanitizers still report such a call;
+    /// use DestroyLogger if the pointer may be null.
     void Destroy(std::nullptr_t = nullptr) { DestroyLogger(this); }
 };
 
@@ -208,7 +208,7 @@ private:
     unsigned int options = 0;
 };
 
-/// Returns the current logger, to which statements go. Never null unless null was set.
+/// Returns the current logger, which receives all statements. Null only if null was set.
 VXCOMMON_EXPORT ILogger* GetLogger();
 
 /**

@@ -5,8 +5,8 @@ class QString;
 namespace common::platform
 {
 
-/// Returns whether the open file `newFile` can take the place of the file at `path` without a change of its
-/// owner, its group or its access control list, and the old file has no further name.
+/// Returns whether the open file `newFile` can replace the file at `path` and keep owner, group and access
+/// control list. False if the old file has further names.
 bool IsReplaceable(const QString& path, int newFile);
 
 } // namespace common::platform

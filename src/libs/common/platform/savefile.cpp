@@ -23,7 +23,7 @@ constexpr QFileDevice::Permissions executable =
 /// A write to a file is complete only when its buffer is flushed.
 bool WriteAll(QFileDevice& file, const QByteArray& bytes, FileAccess access, bool isNew)
 {
-    // Before the bytes are there to be read.
+    // Before the file contains anything to read.
     if (access == FileAccess::OwnerOnly && isNew) {
         file.setPermissions(ownerOnly);
     } else if (access == FileAccess::Executable) {
@@ -32,7 +32,7 @@ bool WriteAll(QFileDevice& file, const QByteArray& bytes, FileAccess access, boo
     return file.write(bytes) == bytes.size() && file.flush();
 }
 
-/// Whether `size` bytes fit where the bytes of `old` are now, or the file system does not report its space.
+/// Returns whether `size` bytes fit in place of those of `old`, or the file system does not report its space.
 bool HasRoom(const QFileInfo& old, qint64 size)
 {
     std::error_code error;
@@ -44,7 +44,7 @@ bool HasRoom(const QFileInfo& old, qint64 size)
 SaveOutcome WriteInPlace(const QString& path, const QByteArray& bytes, FileAccess access)
 {
     const QFileInfo old(QFileInfo(path).canonicalFilePath());
-    // Opening a file empties it: not without room for the new bytes.
+    // Opening a file empties it, so first ensure that there is room for the new bytes.
     if (old.isFile() && !HasRoom(old, bytes.size())) {
         return SaveOutcome::CannotWrite;
     }
@@ -63,7 +63,7 @@ SaveOutcome SaveFile(const QString& path, const QByteArray& bytes, FileAccess ac
 {
     const QFileInfo old(path);
     const bool isNew = !old.exists();
-    // A device or a pipe must not be replaced, nor a link that leads nowhere or in a circle.
+    // A device or a pipe must not be replaced, nor a link that is dangling or circular.
     const bool mustStay = isNew ? old.isSymLink() : !old.isFile();
     QSaveFile file(path);
     if (!mustStay && file.open(QIODevice::WriteOnly) && (isNew || IsReplaceable(path, file.handle()))) {

@@ -24,10 +24,10 @@ enum class FileAccess
  * Makes `bytes` the content of the file at `path`. The directory must exist. Any thread may call.
  *
  * Writes a temporary file beside the old one and renames it, so that a full disk or a killed process leaves
- * the old file. Writes in place if a rename would lose something: the owner, the group or an access control
- * list of the old file, a further name of it (hard link), or what is no regular file, such as a device.
- * Also writes in place if the directory does not allow the temporary file or the rename. Follows symbolic
- * links. Extended attributes other than the access control list get lost in a rename.
+ * the old file intact. Writes in place if a rename would lose something: the owner, the group or an access
+ * control list of the old file, a further name of it (hard link), or its nature if it is not a regular file,
+ * such as a device. Also writes in place if the directory does not allow the temporary file or the rename.
+ * Follows symbolic links. Extended attributes other than the access control list are lost in a rename.
  */
 SaveOutcome SaveFile(const QString& path, const QByteArray& bytes, FileAccess access = FileAccess::Usual);
 

@@ -26,7 +26,7 @@ class UserSettings
 public:
     virtual ~UserSettings() = default;
 
-    /// The tree below the opened path. The reference is valid until the next Save.
+    /// Returns the tree below the opened path. The reference is valid until the next Save.
     QSettings& Tree() const { return *tree; }
 
     /// Returns whether Save can succeed, as far as this can be known.

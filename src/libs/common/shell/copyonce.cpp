@@ -13,7 +13,7 @@ bool CopyOnce(QFile& file, const QString& newName)
                                             : CopyQuickly({nullptr, SearchedPath(file.fileName())},
                                                           {nullptr, SearchedPath(newName)});
     if (result == CopyResult::NotForMe) {
-        return file.copy(SearchedPath(newName)); // Its reason is left in `file`.
+        return file.copy(SearchedPath(newName)); // `file` then contains the reason of a failure.
     }
     file.unsetError();
     return result == CopyResult::Copied;

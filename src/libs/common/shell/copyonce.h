@@ -14,23 +14,24 @@ enum class CopyResult
 {
     Copied,
     Failed,  ///< Nothing is left of the attempt.
-    NotForMe ///< Nothing was attempted: the source is no regular file, or the destination is not free.
+    NotForMe ///< Nothing was attempted: the source is not a regular file, or the destination exists.
 };
 
 /**
  * Copies a regular file to a name that is free, in a directory that exists. On Linux the copy gets the
- * permissions that QFile::copy would give it, from the file that was opened, and a large one appears under
- * its name only when it is whole.
+ * permissions that QFile::copy would set, from the opened file. A large copy appears under its name only when
+ * it is complete.
  *
- * @param makeRoom is called when the copy is whole, to free its name. If it returns false, the attempt has
- * failed. If the system cannot make a file without a name, the result is NotForMe and it is not called.
+ * @param makeRoom called when the copy is complete, to free its name. If it returns false, the attempt has
+ * failed. If the system cannot create a file without a name, the result is NotForMe and `makeRoom` is not
+ * called.
  */
 CopyResult CopyQuickly(const FilePlace& source, const FilePlace& destination,
                        const std::function<bool()>& makeRoom = {});
 
 /**
- * QFile::copy with all its outcomes, apart from one: success does not wait for the disk. On Linux QFile::copy
- * does (fdatasync), which takes several times as long as the copying of a small file itself.
+ * Copies like QFile::copy, but does not wait for the disk. On Linux QFile::copy does (fdatasync), which takes
+ * several times as long as copying a small file.
  */
 bool CopyOnce(QFile& file, const QString& newName);
 

@@ -18,11 +18,11 @@ struct ListedEntry
     bool isSpecial; ///< A fifo, a socket or a device.
 };
 
-/// Returns what is in a directory apart from hidden names, by name, case ignored. Empty if it cannot be read
-/// to its end.
+/// Returns the entries of a directory apart from hidden ones, sorted by name, ignoring case. Returns nothing
+/// if it cannot be read to its end.
 std::optional<std::vector<ListedEntry>> ListDirectory(const OpenDirectory& directory);
 
-/// Returns the same by means of QDir, for a directory that the system does not know.
+/// As above, through QDir, for a directory that only Qt can read.
 std::vector<ListedEntry> ListByQt(const OpenDirectory& directory);
 
 } // namespace common

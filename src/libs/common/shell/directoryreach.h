@@ -16,8 +16,8 @@ namespace common
 struct ScannedDirectory
 {
     int parent;                    ///< Index of another one that comes before it; -1 for a root.
-    QString name;                  ///< Of a root its path as it was given.
-    QString destination = {};      ///< Of a root, where its content is to be copied.
+    QString name;                  ///< For a root, its path as given.
+    QString destination = {};      ///< For a root, where to copy its content.
     bool isLink = false;           ///< To be followed.
     std::optional<FileId> id = {}; ///< What the scan found under the name.
 };
@@ -25,9 +25,9 @@ struct ScannedDirectory
 using ScannedDirectories = std::vector<ScannedDirectory>;
 
 /**
- * Opens directories of scanned trees, or those that correspond to them at the destination, from their roots
- * downwards. No name on the way is followed if it is a link, and what the scan has not seen is not entered.
- * Few directories are open at a time, however deep the trees are.
+ * Opens directories of scanned trees, or the corresponding ones at the destination, from their roots
+ * downwards. Does not follow links on the way, and enters only directories that the scan has found. Keeps few
+ * directories open, however deep the trees are.
  */
 class DirectoryReach
 {
@@ -35,7 +35,7 @@ public:
     enum class Side
     {
         Source,
-        Destination ///< Directories that do not exist are made.
+        Destination ///< Missing directories are created.
     };
 
     DirectoryReach(ScannedDirectories& directories_, Side side_)
@@ -43,17 +43,17 @@ public:
         , side(side_)
     {}
 
-    /// The directory, which may not be open; valid until the next call.
+    /// Returns the directory, which may not be open; valid until the next call.
     const OpenDirectory& To(int directory);
     bool Has(int directory) const { return Find(directory) != nullptr; } ///< Whether it is open now.
     void Close(int directory);
     void CloseAll() { open.clear(); }
 
-    /// Path to show, from the root as it was given; empty if that is.
+    /// Returns a path to show, from the root as given; empty if the root is.
     QString PathOf(int directory) const;
-    /// Path of an entry to show.
+    /// Returns the path of an entry to show.
     QString PathOf(int directory, const QString& name) const;
-    /// Path of an entry relative to the root.
+    /// Returns the path of an entry relative to the root.
     QString RelativePathOf(int directory, const QString& name) const;
 
 private:

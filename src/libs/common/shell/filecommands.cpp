@@ -21,7 +21,7 @@ bool FileCommands::CreateDirectory(QDir& dir, const QString& path)
 
 bool FileCommands::CreateSymlink(const QString& target, const QString& linkName)
 {
-    // The text names the link first, against the order of the arguments. Kept for compatibility.
+    // Kept for compatibility: the message names the link first, unlike the order of the arguments.
     return Retry([&] { return QFile::link(target, linkName); },
                  [&] { return QStringLiteral("Failed to create link '%1' --> '%2'").arg(linkName, target); });
 }

@@ -141,7 +141,7 @@ int FileCopyTask::CopyFile(const Item& item, const Paths& paths)
     return 0;
 }
 
-/// What is in the way is replaced when the copy is whole, so that it is not lost if the disk is full.
+/// Replaces an existing destination only when the copy is complete, so that a full disk loses nothing.
 int FileCopyTask::CopyInAttempts(const Item& item, const Paths& paths, CopyResult result, bool isInTheWay,
                                  bool& copied)
 {
@@ -176,7 +176,7 @@ bool FileCopyTask::Copy(const Item& item, const std::function<bool()>& makeRoom)
         result = CopyQuickly(source, destination);
     }
     if (result == CopyResult::NotForMe && !source.IsHeld()) {
-        return QFile::copy(source.Path(), destination.Path()); // Of a resource, for one.
+        return QFile::copy(source.Path(), destination.Path()); // For example of a resource.
     }
     return result == CopyResult::Copied;
 }
@@ -206,7 +206,8 @@ int FileCopyTask::CopySymlink(const Item& item, const Paths& paths)
     return 0;
 }
 
-/// Qt gets the target of a link to a directory wrong after a relative path and after "link/..".
+/// Returns the target of the copied link. Qt reports the wrong target for a link to a directory after a
+/// relative path or "link/..".
 QString FileCopyTask::LinkTarget(const Item& item, const QString& source)
 {
     const QFileInfo info(source);
@@ -255,7 +256,7 @@ bool FileCopyTask::MakeFolder(const Item& item, const QString& destination)
 {
     const QString folder = item.directory < 0 ? ResolvedPath(QFileInfo(SearchedPath(destination)).path())
                                               : destinations.PathOf(item.directory);
-    // One that was removed in the meantime is made again.
+    // If it was removed in the meantime, create it again.
     destinations.Close(item.directory);
     const auto make = [&] {
         return item.directory < 0 ? !folder.isEmpty() && (QDir(folder).exists() || QDir().mkpath(folder))

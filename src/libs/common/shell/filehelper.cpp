@@ -24,7 +24,7 @@ struct Level
 struct Found
 {
     QFileInfo info;
-    int directory; ///< That holds the entry; -1 for what the caller has named.
+    int directory; ///< The directory of the entry; -1 for what the caller has named.
     int itself;    ///< Index of the entry if it is a scanned directory, otherwise -1.
 };
 
@@ -122,7 +122,7 @@ void FileHelper::Scan()
 
 void FileHelper::ScanPath(const QString& root)
 {
-    // No QDir::AllDirs: the name filters hold for directories, too.
+    // No QDir::AllDirs: the name filters apply to directories, too.
     constexpr QDir::Filters filters = QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot;
     std::vector<Level> levels;
     const auto enter = [&](int parent, const QString& name, const QString& path) {

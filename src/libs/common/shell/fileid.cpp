@@ -11,7 +11,7 @@ namespace common
 namespace
 {
 
-/// How many links in a row Linux follows before it calls them a loop.
+/// Number of consecutive links after which Linux reports a loop.
 constexpr int maxLinks = 40;
 
 bool HasSameFolder(const QFileInfo& first, const QFileInfo& second)
@@ -56,7 +56,7 @@ bool IsLink(const QFileInfo& entry)
 
 bool IsThere(const QFileInfo& entry)
 {
-    // Qt goes by the name to tell a shortcut, whether there is one or not.
+    // Qt recognises a shortcut by its name alone, even if the file does not exist.
     return entry.exists() || (IsLink(entry) && GetFileId(entry.filePath()).has_value());
 }
 

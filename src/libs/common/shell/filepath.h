@@ -16,11 +16,10 @@ QString SearchedPath(const QString& path);
  */
 QString ResolvedPath(const QString& path);
 
-/// Returns the path of an entry below a root that is used as it was given. Empty if the root is, which names
-/// no directory.
+/// Returns the path of an entry below a root, which stays as given. Empty if the root is empty.
 QString JoinPath(const QString& root, const QString& relativePath);
 
-/// Returns where the link `path` leads, one step. Empty if it is no link.
+/// Returns where the link `path` leads, one step. Empty if it is not a link.
 QString ReadLink(const QString& path);
 
 } // namespace common

@@ -66,7 +66,7 @@ int FileRemoveTask::Scan()
             return code;
         }
     }
-    // Parents were found before their children. Backwards it is the other way round, and the roots come last.
+    // The scan found parents before their children. Reversed, children come first and the roots last.
     std::reverse(removals.begin(), removals.end());
     removals.insert(removals.end(), roots.begin(), roots.end());
     LOG_MESSAGE(logger::Debug) << "Directories scanning finished.";
@@ -85,7 +85,7 @@ int FileRemoveTask::ScanPath(int root)
         removals.push_back(AddDirectory({directory, entry.name}));
         return removals.back();
     };
-    // A directory that does not exist is nothing to remove. One that cannot be read fails when it is removed.
+    // A missing directory needs no removal. One that cannot be read fails when it is removed.
     return WalkTree(root, 0, visit);
 }
 

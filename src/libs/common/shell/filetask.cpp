@@ -36,7 +36,7 @@ void FileTask::Start()
         isWorking = true;
         thread->start(QThread::InheritPriority);
     }
-    // Qt reports a thread that the system cannot start by its state alone.
+    // If the system cannot start a thread, only the thread's state shows it.
     if (!thread || (!thread->isRunning() && !thread->isFinished())) {
         isWorking = false;
         Fail(traits.threadMissingCode, QStringLiteral("Thread variable is NULL!"));
@@ -129,7 +129,7 @@ int FileTask::WalkTree(int root, int missingCode, const Visitor& visit)
         std::vector<ListedEntry> entries;
         std::size_t next = 0;
     };
-    // One for each directory on the way from the root to where the walk is.
+    // One per directory from the root to the current position.
     std::vector<Level> levels;
     const auto enter = [&](int directory) {
         const OpenDirectory& opened = sources.To(directory);

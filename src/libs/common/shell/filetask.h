@@ -29,7 +29,7 @@ struct FileTaskTraits
     logger::Channel channel;
     const char* startText;
     int taskMissingCode;         ///< No memory for the task.
-    const char* taskMissingText; ///< The text to it.
+    const char* taskMissingText; ///< The text for that code.
     int threadMissingCode;       ///< No memory for the thread, or the system cannot start one.
     int abortedCode;
     const char* failedText;   ///< With the code as %1.
@@ -42,8 +42,8 @@ struct FileTaskTraits
  * works on a separate thread, which runs once. When that ends, the object deletes itself through the
  * owner's event loop.
  *
- * The caller shares the abort flag alone with the worker, and the reports. The work lists in the derived
- * classes belong to the worker from Start on.
+ * Caller and worker share only the abort flag and the reports. The work lists in the derived classes belong
+ * to the worker from Start on.
  */
 class FileTask : public QObject
 {
@@ -101,9 +101,9 @@ protected:
     using Visitor = std::function<int(const ListedEntry& entry, int directory)>;
 
     /**
-     * Walks the tree below the root, depth first and by name. Hidden entries are left out. A directory that
-     * does not exist or cannot be read is a warning and gives `missingCode`, which ends the walk unless it is
-     * 0. No call stack is used, so depth costs memory only.
+     * Walks the tree below the root, depth first and sorted by name, without hidden entries. If a directory
+     * does not exist or cannot be read, logs a warning and returns `missingCode`, or continues if that is 0.
+     * Does not recurse, so deep trees need no extra stack.
      */
     int WalkTree(int root, int missingCode, const Visitor& visit);
 
@@ -123,16 +123,16 @@ private:
     void Fail(int code, const QString& text);
 
     std::atomic<qint32> abortFlag = 0;
-    /// Cleared by the worker when it uses nothing of the task any more.
+    /// Cleared by the worker when it no longer uses the task.
     std::atomic<bool> isWorking = false;
     std::unique_ptr<QThread> thread; ///< Null if there was no memory for it.
 };
 
-/// Ends the job, if there is one, and forgets it. The signals that are reported still arrive at the owner.
+/// Ends the job, if there is one, and clears the pointer. The owner still receives the signals reported so
+/// far.
 void DropTask(QPointer<FileTask>& task, bool force);
 
-/// Emits the progress that is reported. A slot may destroy the owner, or run an event loop and so come here
-/// again.
+/// Emits the reported progress. A slot may destroy the owner, or run an event loop that calls this again.
 template<class Owner>
 void EmitProgress(const QPointer<Owner>& owner, const std::shared_ptr<TaskProgress>& progress)
 {
@@ -172,8 +172,8 @@ void ConnectTask(FileTask* task, Owner* owner)
  * Ends the owner's job, if there is one, and starts a new one. Only those signals of the old job that are
  * already queued still arrive.
  *
- * @return false if memory is short; the owner's `failed` has then been emitted, and a receiver may have done
- * anything
+ * @return false if there is no memory; the owner's `failed` has then been emitted, and a receiver may have
+ * destroyed the owner
  */
 template<class Task, class Owner, class... Lists>
 bool StartTask(QPointer<FileTask>& task, Owner* owner, const FileTaskTraits& traits, const Lists&... lists)

@@ -40,10 +40,10 @@ public:
     }
     ~OpenDirectory();
 
-    /// Opens an absolute path, through links.
+    /// Opens an absolute path, following links.
     static OpenDirectory Open(const QString& path, Access access);
     OpenDirectory OpenChild(const QString& name, Access access, Link link) const;
-    /// Makes a directory in this one. False if something exists under the name.
+    /// Creates a directory in this one. Returns false if the name exists.
     bool MakeChild(const QString& name) const;
 
     bool IsOpen() const { return !path.isEmpty(); }
@@ -82,7 +82,7 @@ struct FilePlace
 
     /// Returns whether the name is in a held directory. Then it must not be followed if it is a link.
     bool IsHeld() const { return directory != nullptr && directory->IsHeld(); }
-    /// For the functions of Qt, not to show. Empty if the directory is not open.
+    /// Returns a path for Qt's functions, not for display. Empty if the directory is not open.
     QString Path() const
     {
         if (directory == nullptr) {

@@ -11,7 +11,7 @@
 namespace common::processes
 {
 
-/// A process of the walk over all of them. It may have ended since.
+/// A process that ForEach has found. It may have ended since.
 struct Entry
 {
     unsigned long id;
@@ -33,7 +33,7 @@ enum Right : unsigned int
     Terminate = 2
 };
 
-/// A process that stays the same one, even if its id is given to another.
+/// An open process, which stays the same even if its id is reused.
 class Process
 {
 public:
@@ -54,7 +54,7 @@ private:
 
 using ProcessList = std::vector<std::unique_ptr<Process>>;
 
-/// Null if the process has ended, or the system does not let this user have these rights.
+/// Returns null if the process has ended, or the system refuses these rights to this user.
 std::unique_ptr<Process> Open(const Entry& entry, unsigned int rights);
 
 constexpr quint32 infinite = 0xFFFFFFFF;

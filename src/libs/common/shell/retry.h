@@ -18,10 +18,9 @@ template<class Primitive, class Failure>
 bool Retry(const Primitive& primitive, const Failure& failure)
 {
     static constexpr logger::Channel logChannel{"shell.filecmd"};
-    // More would make a failure that cannot heal too slow, less would give up on a scanner that is still at
-    // work.
+    // Enough for a scanner that is still busy; more would make a lasting failure too slow.
     constexpr int maxAttempts = 5;
-    // A fifth of a second in all: long for a passing lock, short for a person.
+    // All delays take 200 ms: long for a passing lock, short for a user.
     constexpr unsigned long retryDelayMs = 50;
 
     for (int attempt = 1; attempt <= maxAttempts; ++attempt) {

@@ -37,7 +37,7 @@ QString CanonicalPlace(const QString& path)
         return info.canonicalFilePath();
     }
     if (info.path() == info.filePath()) {
-        return info.path(); // A drive that is not there.
+        return info.path(); // A drive that does not exist.
     }
     return QDir(CanonicalPlace(info.path())).filePath(info.fileName());
 }
@@ -57,7 +57,7 @@ bool IsWithin(const QString& path, const QString& folder)
     return false;
 }
 
-/// One CopyDir. Never enters a directory whose copying would not end.
+/// Performs one CopyDir. Never enters a directory if copying it would not end.
 class DirCopier
 {
 public:
@@ -83,7 +83,7 @@ public:
                 }
                 continue;
             }
-            // Below the first level nothing is tolerated. Kept for compatibility.
+            // Kept for compatibility: nothing is tolerated below the first level.
             if (!CopyFiles(level, tolerate && levels.size() == 1)) {
                 return false;
             }
@@ -151,14 +151,14 @@ private:
     {
         const OpenDirectory& made = destinations.To(directory);
         if (!destinationId) {
-            destinationId = GetTargetId(destinationRoot); // Has just come into being.
+            destinationId = GetTargetId(destinationRoot); // It has just been created.
         }
         return made.IsOpen() && (!sparesSource || !(directories.front().id == made.Id()));
     }
 
     bool CopyFiles(const Level& level, bool tolerate)
     {
-        // The destination itself is not made.
+        // The destination itself is not created.
         if (level.directory == 0 && !QFileInfo(ResolvedPath(destinationRoot)).isDir()) {
             return tolerate || level.files.empty();
         }
@@ -192,7 +192,7 @@ private:
     std::vector<Level> levels; ///< The directories that are being copied, the source first.
 };
 
-/// One ScanFiles.
+/// Performs one ScanFiles.
 class FileScanner
 {
 public:
@@ -241,8 +241,7 @@ private:
     QStringList open; ///< Canonical paths of the directories that are being scanned.
 };
 
-/// Returns whether something below `folder` is no file that a copy could hold: a pipe, a device or a link to
-/// nothing.
+/// Returns whether `folder` contains an entry that cannot be copied: a pipe, a device or a link to nothing.
 bool HasSpecialEntry(const QString& folder)
 {
     QDirIterator entries(folder, QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot,
@@ -256,7 +255,7 @@ bool HasSpecialEntry(const QString& folder)
     return false;
 }
 
-/// Empty for a path without a drive, which on Windows is one that is not absolute.
+/// Returns the drive of a path; empty if it has none, like a relative path on Windows.
 QString DriveOf(const QString& path)
 {
     const qsizetype colon = path.indexOf(u':');
@@ -301,7 +300,7 @@ bool Shell::Copy(const QStringList& files, const QString& sourceDirectory,
 
 bool Shell::CopyDir(const QString& source, const QString& destination, QDir::Filters filters, bool tolerate)
 {
-    // An empty path names no directory, although Qt takes it for the current one.
+    // To Qt, an empty path means the current directory.
     return !source.isEmpty() && !destination.isEmpty() &&
            DirCopier(source, destination, false).Run(filters, tolerate);
 }
@@ -315,11 +314,11 @@ bool Shell::MoveDir(const QString& source, const QString& destination)
                                    << " " << destination;
         return QDir(QString()).rename(source, destination);
     }
-    // Kept for compatibility: drives that differ in case only are two drives.
+    // Kept for compatibility: drives that differ only in case count as two.
     if (sourceDrive == destinationDrive) {
         return QDir(QString()).rename(source, destination);
     }
-    // Neither what was copied into the source nor what cannot be copied may be removed with it.
+    // Otherwise, removing the source would also remove the copy inside it, or entries that were not copied.
     if (IsWithin(destination, source) || HasSpecialEntry(source) ||
         !DirCopier(source, destination, true).Run(QDir::Dirs | QDir::NoDotAndDotDot, false)) {
         LOG_MESSAGE(logger::Error) << "MoveDir: failed to copy dir: " << source << " -> " << destination;

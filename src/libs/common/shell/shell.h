@@ -102,9 +102,9 @@ public:
     static bool MoveDir(const QString& source, const QString& destination);
 
     /**
-     * Returns the absolute paths of everything below `path` that is no directory and not hidden. Sorts each
-     * level by name, ignoring case. Follows links to directories, except back to a directory that is being
-     * scanned.
+     * Returns the absolute paths of everything below `path` that is neither a directory nor hidden. Sorts
+     * each level by name, ignoring case. Follows links to directories, except back to a directory that is
+     * being scanned.
      *
      * @param nameFilters wildcards that ignore case; empty for all names. A directory that does not match is
      * not entered.

@@ -19,7 +19,7 @@ namespace
 
 constexpr logger::Channel logChannel{"common.shell"};
 
-/// Where the numbers of temporary names begin: three digits make the first names of a process sort in order.
+/// First number of temporary names: with three digits, the first names of a process sort in order.
 constexpr int firstTempNumber = 100;
 
 } // namespace

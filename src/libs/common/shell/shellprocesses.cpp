@@ -10,7 +10,7 @@ namespace common
 namespace
 {
 
-/// The most that Windows can wait for in one call; further processes are left alone on each platform.
+/// Limit of one wait on Windows; further processes are ignored on both platforms.
 constexpr std::size_t maxProcesses = 64;
 
 bool EqualsIgnoringCase(const QString& a, const QString& b)
@@ -18,8 +18,8 @@ bool EqualsIgnoringCase(const QString& a, const QString& b)
     return a.compare(b, Qt::CaseInsensitive) == 0;
 }
 
-/// Opens the processes that have `name` as executable name or, if it has a directory, as path of their image.
-/// A process that cannot be opened counts as none.
+/// Opens the processes whose executable name is `name` or, if `name` has a directory, whose image has that
+/// path. Ignores processes that cannot be opened.
 processes::ProcessList OpenProcessesByName(const QString& name, std::size_t capacity, unsigned int rights)
 {
     processes::ProcessList found;

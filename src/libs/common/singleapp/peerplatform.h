@@ -15,8 +15,8 @@ class QtLockedFile;
 /// Whether a file or a socket in use can be removed.
 extern const bool filesAreRemovable;
 
-/// The suffix of the socket name that separates groups of processes: the logon session on Windows, the user
-/// on Linux. With its leading "-"; empty if it is unknown.
+/// Returns the suffix of the socket name that separates groups of processes: the logon session on Windows,
+/// the user on Linux. Includes the leading "-"; empty if unknown.
 QString GroupSuffix();
 
 /**

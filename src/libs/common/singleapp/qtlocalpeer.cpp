@@ -30,14 +30,14 @@ using namespace std::chrono_literals;
 
 constexpr int prefixLength = 6;
 
-/// Number of clients served at a time. Each takes a descriptor, of which a process has about a thousand.
+/// Number of clients served at a time. Each takes a descriptor, and a process has about a thousand.
 constexpr int maxReceivers = 256;
 
 /// Interval between checks of the lock file and the socket. The server also closes if it cannot accept a
 /// client, for example because the process has no descriptor left.
 constexpr auto checkInterval = 5s;
 
-/// Age at which the lock file is touched. Cleaners of temporary files remove what is some days old.
+/// Age at which the lock file is touched. Cleaners of temporary files remove files that are several days old.
 constexpr auto freshFor = 1h;
 
 /// Pause between the two attempts to connect.
@@ -59,8 +59,8 @@ constexpr char acknowledgement[] = "ack";
 class MessageReceiver : public QObject
 {
 public:
-    /// Takes ownership of the socket. Calls `onFinished_` once, when the client has gone or has used up its
-    /// time: from inside the socket, so delete the receiver later.
+    /// Takes ownership of the socket. Calls `onFinished_` once, when the client has disconnected or exceeded
+    /// its time. The call comes from inside the socket, so delete the receiver later.
     MessageReceiver(QLocalSocket* socket_, QObject* parent, std::function<void(MessageReceiver*)> onFinished_)
         : QObject(parent)
         , socket(socket_)
@@ -86,7 +86,7 @@ public:
         if (!acknowledged) {
             return std::nullopt;
         }
-        text.resize(*length, '\0'); // Not before: until now, a great claim has cost nothing.
+        text.resize(*length, '\0'); // Not earlier: an announced length alone costs no memory.
         return QString::fromUtf8(std::exchange(text, {}));
     }
 
@@ -138,7 +138,7 @@ private:
         }
     }
 
-    /// The client has gone, or has used up its time.
+    /// The client has disconnected or exceeded its time.
     void End()
     {
         Read();
@@ -201,8 +201,7 @@ QtLocalPeerPrivate::QtLocalPeerPrivate(QtLocalPeer* peer, const QString& appId)
         id = QCoreApplication::applicationFilePath().toLower();
         prefix = id.section(u'/', -1);
     }
-    // Without a regular expression: built with mingw, Qt's breaks a thread that used one when the thread
-    // ends.
+    // Without QRegularExpression: in mingw builds, it breaks a thread that has used it when the thread ends.
     prefix.removeIf([](QChar character) {
         const char16_t lower = character.unicode() | 0x20;
         return lower < u'a' || lower > u'z';
@@ -223,7 +222,7 @@ void QtLocalPeerPrivate::BeginService()
 {
     server = new QLocalServer(q);
     server->setSocketOptions(QLocalServer::UserAccessOption);
-    // Qt reads ahead from clients that wait; the system keeps the others waiting.
+    // Qt reads ahead from pending clients; the system queues the others.
     server->setMaxPendingConnections(1);
     QObject::connect(server, &QLocalServer::newConnection, q, &QtLocalPeer::receiveConnection);
     if (const QString problem = Listen(); !problem.isEmpty()) {
@@ -245,7 +244,7 @@ void QtLocalPeerPrivate::BeginService()
 QString QtLocalPeerPrivate::Listen()
 {
     if (QtLP_Private::IsServed(socketPath)) {
-        return QStringLiteral("QLocalServer::listen: Address in use"); // In Qt's words.
+        return QStringLiteral("QLocalServer::listen: Address in use"); // Qt's message for this error.
     }
     return server->listen(socketName) ? QString() : server->errorString();
 }
@@ -295,7 +294,8 @@ QtLocalPeer::QtLocalPeer(QObject* parent, const QString& appId)
 
 QtLocalPeer::~QtLocalPeer()
 {
-    // This removes the socket by its name, which may be the next owner's as soon as the lock is free.
+    // This removes the socket by its name, which may belong to the next primary instance as soon as the lock
+    // is free.
     delete std::exchange(d->server, nullptr);
     while (!d->receivers.isEmpty()) {
         d->Deliver(d->receivers.constFirst());
@@ -311,7 +311,7 @@ bool QtLocalPeer::isSecondary()
         return true;
     }
     if (!QtLP_Private::IsInPlace(*d->lockFile, d->lockPath)) {
-        // It has been removed since it was opened: the claim is made on the file that others find.
+        // It was removed after it was opened, so claim the file that others find.
         d->lockFile = QtLP_Private::OpenLockFile(d->lockPath);
         return isSecondary();
     }

@@ -58,7 +58,7 @@ private:
 
     static constexpr int readerSlots = 64;
 
-    // What each platform does on its own. A lock that others hold is no failure.
+    // Implemented by each platform. A lock that others hold is not a failure.
     struct Handles;
     bool TakeRead(bool block);
     bool TakeWrite(bool block);

@@ -14,7 +14,7 @@ QtSingleApplication::QtSingleApplication(const QString& id, int& argc, char** ar
     sysInit(id);
 }
 
-// As long as its signal can still be emitted.
+// While its signal can still be emitted.
 QtSingleApplication::~QtSingleApplication()
 {
     delete peer;

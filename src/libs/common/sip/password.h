@@ -15,7 +15,7 @@ class VXCOMMON_EXPORT Password
 public:
     Password() = delete;
 
-    /// Matches any number of allowed characters, also none; for input fields.
+    /// Matches any number of allowed characters, including none; for input fields.
     static QRegExp PasswordSymbolRegExp();
 
     /// Returns whether `password` consists of 8 to 20 allowed characters.

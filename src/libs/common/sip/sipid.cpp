@@ -16,8 +16,8 @@ QRegExp Pattern(const char16_t* text)
 // In the classes, the symbol after "*" is U+2018 LEFT SINGLE QUOTATION MARK; the apostrophe comes near the
 // end.
 //
-// A QRegExp stores its last match. The statics are therefore never matched on: callers get copies, which
-// share the compiled engine.
+// A QRegExp stores its last match. Therefore the statics are never used for matching: callers get copies,
+// which share the compiled engine.
 
 QRegExp SipId::AllSymbolRegExp()
 {
@@ -141,7 +141,7 @@ SipId::Error SipId::CheckDomain(const QString& id)
     if (domain.isEmpty()) {
         return FormatError;
     }
-    // A second "@" is a fault of the form, not of the symbols.
+    // A second "@" is a format error, not a symbol error.
     domain.replace(u'@', u'z');
     return Pattern(u"^[-a-z0-9.:]*").exactMatch(domain) ? FormatError : SymbolError;
 }

@@ -11,8 +11,8 @@ namespace tools::sip
 /**
  * Defines the rules for SIP identifiers and phone numbers, and parses address texts.
  *
- * The patterns are made for QRegExp::exactMatch and ignore case. Each call returns a copy that the caller may
- * match on. All functions are thread-safe; none logs or throws.
+ * The patterns are designed for QRegExp::exactMatch and ignore case. Each call returns a copy that the caller
+ * may use for matching. All functions are thread-safe; none logs or throws.
  */
 class VXCOMMON_EXPORT SipId
 {
@@ -58,13 +58,13 @@ public:
      * Splits an address text: a name-addr, a SIP identifier, a Skype address, a phone number or a user name.
      *
      * @param uri the text; leading and trailing white space is ignored
-     * @param user the user part or the number; the trimmed text if it is not understood
+     * @param user the user part or the number; the trimmed text if it cannot be parsed
      * @param domain the host; for a Skype address always the long form of the Skype domain
      * @param name the quoted display name of a name-addr
      * @param extension digits to dial after the call is established, with their leading comma and without
      *        white space
      * @param port the digits of the port; unchanged if the text has none
-     * @return whether the text is understood
+     * @return whether the text could be parsed
      */
     static bool ParseURIEx(const QString& uri, QString& user, QString& domain, QString& name,
                            QString& extension, QString& port);

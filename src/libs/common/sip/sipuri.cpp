@@ -25,7 +25,7 @@ struct Form
 };
 
 // The first pattern that matches decides. Kept for compatibility: the Skype identifier captures 3 texts and
-// needs 4, so a name with the short Skype domain is never understood.
+// needs 4, so a name with the short Skype domain is never parsed.
 constexpr Form forms[] = {
     {SipId::URIRegExp, 13, 4, 7, 2, notSet, 10, false},
     {SipId::IDRegExp, 10, 2, 5, notSet, 9, 8, false},

@@ -124,7 +124,7 @@ QByteArray& AES::crypt(const QString& key, const QByteArray& input, QByteArray& 
     if (failure == 0) {
         std::array<unsigned char, blockSize> iv;
         std::memcpy(iv.data(), ivec().constData(), iv.size());
-        // OpenSSL reads a whole last block even if it writes a part of it.
+        // OpenSSL reads a complete last block even if it writes only a part of it.
         AES_cbc_encrypt(Bytes(Padded(input)), reinterpret_cast<unsigned char*>(result.data()),
                         static_cast<std::size_t>(input.size()), &schedule, iv.data(), mode);
     }

@@ -48,7 +48,8 @@ public:
     /// As above, with the machine key.
     static QByteArray& decrypt(const QByteArray& input, QByteArray& output);
 
-    /// Encrypts `value` together with `name` with the machine key, so that only this name can read it.
+    /// Encrypts `value` together with `name` with the machine key, so that it can be decrypted only with this
+    /// name.
     static QString encryptPair(const QString& name, const QString& value);
 
     /// Returns a value encrypted with encryptPair, including its padding, or an empty string for another name

@@ -10,7 +10,7 @@ namespace tools
 namespace
 {
 
-/// Greatest delay of a report.
+/// Interval between clock readings; the maximum delay of a report.
 constexpr std::chrono::milliseconds pollInterval{3000};
 
 } // namespace
@@ -72,16 +72,16 @@ void DateWatcher::OnTimerTimeout()
     }
 }
 
-// Kept for compatibility: the clock is read twice. A second that ends in between makes the offset one more
-// for one poll.
+// Kept for compatibility: the clock is read twice. A second that ends in between makes the offset too large
+// by one for one poll.
 int DateWatcher::GetCurrentOffsetFromUTC()
 {
     const QDateTime utc = QDateTime::currentDateTimeUtc();
     const QTime time = utc.time();
     const QDateTime utcAsLocal(utc.date(), QTime(time.hour(), time.minute(), time.second(), 0));
     const QDateTime local = QDateTime::currentDateTime();
-    // secsTo truncates towards zero: fractions of a second would make all offsets west of Greenwich one too
-    // many.
+    // secsTo truncates towards zero: fractions of a second would make all offsets west of Greenwich too large
+    // by one.
     return static_cast<int>(utcAsLocal.secsTo(local.addMSecs(-local.time().msec())));
 }
 

@@ -10,7 +10,7 @@ namespace tools
 namespace
 {
 
-/// Real pixmaps instead of an icon that may query the system again when its file is gone.
+/// Returns a copy with pixmaps, because the icon may query the system again when its file no longer exists.
 QIcon CopyOf(const QIcon& icon)
 {
     QIcon copy;

@@ -7,8 +7,8 @@ namespace tools
 
 /**
  * A validator that cleans the input as it checks it: it removes each character that the pattern does not
- * allow at its place, from the left, and keeps the rest in order. So forbidden characters cannot be typed,
- * and pasted text loses only these.
+ * allow at its position, from the left, and keeps the rest in order. So users cannot type forbidden
+ * characters, and pasted text loses only these.
  *
  * Each removed character costs a match from the start of the input: a paste with 10,000 of them can block the
  * interface for half a second. Limit the field with QLineEdit::setMaxLength.

@@ -24,11 +24,11 @@ namespace
 
 constexpr common::logger::Channel logChannel{"jsonfile"};
 
-/// Nothing if the file cannot be opened or read.
+/// Returns nothing if the file cannot be opened or read.
 std::optional<QByteArray> ReadFile(const QString& fileName)
 {
     std::error_code error;
-    // To open a fifo would wait for a writer.
+    // Opening a fifo would wait for a writer.
     if (std::filesystem::is_fifo(QFileInfo(fileName).filesystemFilePath(), error)) {
         return std::nullopt;
     }
@@ -101,7 +101,7 @@ bool JsonFile::Save()
             << QStringLiteral("Failed to create directory '%1'!").arg(dir.absolutePath());
     }
     SaveOutcome outcome = SaveOutcome::CannotWrite;
-    // With a key that the cipher does not support, zero bytes would take the place of the old content.
+    // With a key that the cipher does not support, zero bytes would replace the old content.
     if (key.toUtf8().size() <= cipher::AES::maxKeySize) {
         QByteArray bytes = document.toJson(QJsonDocument::Indented);
         if (!key.isEmpty()) {

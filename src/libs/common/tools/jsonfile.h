@@ -36,8 +36,8 @@ public:
     /**
      * Reads the document from the file.
      *
-     * A file that holds no JSON, or was encrypted with another key, gives the null document, which is no
-     * error.
+     * A file that contains no JSON, or was encrypted with another key, gives the null document, which is not
+     * an error.
      *
      * @return false, with the document unchanged, if there is no file name, or the file cannot be opened or
      * read, or is a fifo
@@ -45,13 +45,13 @@ public:
     bool Load();
 
     /**
-     * Writes the document, indented, and creates missing directories. A null document makes an empty file.
+     * Writes the document, indented, and creates missing directories. A null document gives an empty file.
      *
-     * Writes a temporary file and renames it, so that a full disk or a killed process leaves the old file.
-     * Its owner, group, permissions, access control list, further names (hard links) and symbolic links are
-     * kept; if a rename would not keep them, the file is written in place. So are devices and pipes, and
-     * files in a directory that does not allow new ones. Other extended attributes are not kept. A new file
-     * with a key is readable for its owner only (POSIX).
+     * Writes a temporary file and renames it, so that a full disk or a killed process leaves the old file
+     * intact. Its owner, group, permissions, access control list, further names (hard links) and symbolic
+     * links are kept; if a rename would not keep them, the file is written in place. So are devices and
+     * pipes, and files in a directory that does not allow new ones. Other extended attributes are not kept.
+     * Only the owner can read a new file with a key (POSIX).
      *
      * @return false if there is no file name, if the file cannot be opened or written completely, or if the
      * key is not supported, which leaves the old file unchanged

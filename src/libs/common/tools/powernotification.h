@@ -14,7 +14,8 @@ enum class Result
     Refused
 };
 
-/// Subscribes; `context` is passed to powerChangeNotify with each event. The first context stays.
+/// Subscribes; `context` is passed to powerChangeNotify with each event. On Windows, a later call keeps the
+/// first context.
 Result Register(void* context);
 
 /// Ends the subscription. May be called repeatedly, and without a subscription.

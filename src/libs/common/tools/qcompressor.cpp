@@ -74,8 +74,8 @@ bool IsInflateFailure(int result)
            result == Z_NEED_DICT;
 }
 
-/// Gives the output of the plain loop, which inflates into a buffer of 32768 bytes, appends it, and drops it
-/// after a failure. Inflates straight into the output instead: zlib copies its window in each call, so the
+/// Produces the output of the plain loop, which inflates into a buffer of 32768 bytes, appends it, and drops
+/// it after a failure. Inflates directly into the output instead: zlib copies its window in each call, so the
 /// plain loop takes 1.4 times as long.
 class GrowingOutput
 {
@@ -136,7 +136,7 @@ bool Decompress(const QByteArray& input, QByteArray& output)
     return result == Z_STREAM_END;
 }
 
-/// Runs `work` from `input` to `output`, which can be one object. Out of memory is a failure like any other.
+/// Runs `work` from `input` to `output`, which can be the same object. Returns false if memory runs out.
 template<typename Work>
 bool Run(const QByteArray& input, QByteArray& output, Work work)
 {

@@ -12,8 +12,8 @@ namespace tools
  *
  * `input` and `output` can be the same object.
  *
- * @warning The size of the output is limited by memory only. One megabyte can decompress to a gigabyte, so do
- * not decompress data from an untrusted source without a limit of its size.
+ * @warning The size of the output is limited by memory only. One megabyte can decompress to a gigabyte, so
+ * limit the size of data from an untrusted source before you decompress it.
  */
 class VXCOMMON_EXPORT QCompressor
 {
@@ -33,7 +33,7 @@ public:
      * Decompresses the first gzip member of `input`. Ignores all bytes after it, further members included.
      *
      * @param output replaced; empty if `input` is empty, which counts as success
-     * @return false if `input` is no gzip stream, is damaged or truncated, or if memory runs out; `output`
+     * @return false if `input` is not a gzip stream, is damaged or truncated, or if memory runs out; `output`
      * then holds what was decoded before
      */
     static bool gzipDecompress(const QByteArray& input, QByteArray& output);

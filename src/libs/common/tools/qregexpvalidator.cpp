@@ -3,8 +3,8 @@
 namespace
 {
 
-/// The same pattern without a match. A copy would keep a pointer to the last match of its source, even after
-/// that is destroyed.
+/// Returns the same pattern without a match. A copy would keep a pointer to the last match of its source,
+/// even after the source is destroyed.
 QRegExp WithoutMatch(const QRegExp& regExp)
 {
     QRegExp fresh(regExp.pattern(), regExp.caseSensitivity(), regExp.patternSyntax());

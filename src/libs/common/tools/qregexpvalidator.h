@@ -26,7 +26,7 @@ public:
     /// Sets the pattern. Emits regExpChanged and then changed, unless the pattern is the same.
     void setRegExp(const QRegExp& regExp);
 
-    /// Checks `input`. Moves `pos` to the end of an invalid one.
+    /// Checks `input`. Moves `pos` to the end of an invalid input.
     State validate(QString& input, int& pos) const override;
 
 Q_SIGNALS:

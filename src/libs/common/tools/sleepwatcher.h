@@ -23,7 +23,7 @@ public:
     /// Returns the only watcher. It belongs to the thread of the first call, and ends with the program.
     static SleepWatcher* instance();
 
-    /// Returns whether the system accepted the subscription. There is one attempt; without it, no signal is
+    /// Returns whether the system accepted the subscription. There is one attempt; if it fails, no signal is
     /// ever emitted.
     bool isInited() const;
 

@@ -23,7 +23,7 @@ public:
      * Returns pieces of `limit` bytes in UTF-8. A piece is shorter if the next character would exceed the
      * limit.
      *
-     * Made for characters of one or two bytes. With characters of three bytes a piece can have nearly 1.5
+     * Designed for characters of one or two bytes. With characters of three bytes a piece can have nearly 1.5
      * times `limit` bytes, because it is not measured before it has `limit` / 2 units.
      *
      * @param limit in bytes, at least 3; a smaller limit gives the text as one piece

@@ -24,13 +24,13 @@ QPixmap TransparentPixmap(const QSize& size)
     return pixmap;
 }
 
-/// The icon's own pixels at `size`, without the device pixel ratio of the screen.
+/// Returns the icon's own pixels at `size`, without the device pixel ratio of the screen.
 QPixmap PixmapAt(const QIcon& icon, const QSize& size)
 {
     return icon.pixmap(size, 1.0, QIcon::Normal, QIcon::Off);
 }
 
-/// `second` at the given opacity over `first`.
+/// Draws `second` at the given opacity over `first`.
 QIcon Overlay(const QIcon& first, const QIcon& second, double opacity)
 {
     QIcon icon;

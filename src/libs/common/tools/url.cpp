@@ -42,8 +42,8 @@ constexpr std::string_view topLevelDomains =
 /// Length of the longest domain name (RFC 1035).
 constexpr qsizetype maxDomainLength = 255;
 
-/// Qt takes quadratic time for hosts that are not plain ASCII, and for some of them minutes. Longer ones are
-/// not parsed.
+/// Qt takes quadratic time for hosts that are not plain ASCII, and minutes for some. Longer ones are not
+/// parsed.
 constexpr qsizetype maxParsedHostLength = 2 * maxDomainLength;
 
 bool IsAscii(QStringView text)
@@ -123,7 +123,7 @@ QStringView HostAndPort(QStringView address)
 }
 
 /// Returns whether a web address with this host is a link. An ASCII top-level domain need not be known, so
-/// that private and new ones work; an international one must be. A host that QUrl refuses is accepted.
+/// that private and new ones work; an international one must be. A host that QUrl rejects is accepted.
 bool IsWebHost(QStringView hostAndPort)
 {
     const bool isPlain = IsAscii(hostAndPort) && !hostAndPort.contains(u'%');

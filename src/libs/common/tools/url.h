@@ -21,7 +21,7 @@ struct UrlRange
  * Links are web addresses with a scheme ("http", "https", "ftp"), any text after "callto:", "mailto:",
  * "sip:", "sips:" or "tel:", and bare host names below a known top-level domain, with port and path.
  * Punctuation at the end of a link and closing brackets that were opened before it are not part of it. A bare
- * host next to "@", "_" or "-" is no link.
+ * host next to "@", "_" or "-" is not a link.
  *
  * Takes linear time. Therefore a host and port of more than 510 units that is not plain ASCII, or has
  * escapes, is not parsed but accepted as if QUrl refused it; no valid host name has that length.
@@ -33,8 +33,8 @@ VXCOMMON_EXPORT QList<UrlRange> FindUrlRanges(const QString& text);
 /**
  * Returns whether `domain` is a known top-level domain, in Unicode or ASCII form (RFC 3492) and in any case.
  *
- * Ignores white space around it and one dot at either end. More than 255 units are no domain. Any thread may
- * call.
+ * Ignores white space around it and one dot at either end. Returns false for more than 255 units. Any thread
+ * may call.
  */
 VXCOMMON_EXPORT bool IsValidTopLevelDomain(const QString& domain);
 

@@ -39,7 +39,7 @@ bool IsAsciiLetter(char16_t unit)
 
 bool IsSchemeLetter(char16_t unit)
 {
-    // Without regard to case, the long s and the Kelvin sign are the letters "s" and "k".
+    // Ignoring case, the long s and the Kelvin sign equal the letters "s" and "k".
     return IsAsciiLetter(unit) || unit == 0x17F || unit == 0x212A;
 }
 
@@ -91,7 +91,8 @@ bool UrlScanner::Next(UrlCandidate& candidate)
     return false;
 }
 
-/// Goes to the next run that can hold a link: it has a letter, and a dot or a colon that is not its end.
+/// Moves to the next run that can contain a link: one with a letter, and with a dot or a colon that is not
+/// its end.
 bool UrlScanner::NextRun()
 {
     qsizetype start = run.size();

@@ -18,8 +18,8 @@ struct UrlCandidate
 /**
  * Finds the candidates of a text, in their order and in linear time.
  *
- * They are the matches of this pattern, without regard to case and with the classes of Unicode. Blanks and
- * line breaks between its parts are not part of it.
+ * They are the matches of this pattern, ignoring case and with Unicode classes. White space between its parts
+ * is not part of it.
  *
  *     (?<![@\p{L}\p{N}_-])
  *     (?:([A-Za-z][A-Za-z0-9+-]*)://[^\s<>]+
@@ -31,7 +31,7 @@ struct UrlCandidate
  *
  * A few rules replace the backtracking: no match leaves its run (text without white space, "<" and ">"); a
  * scheme with something after it, and a path, extend to the end of the run; a label before a dot can be
- * matched in one way only. Half a surrogate pair is neither letter nor space.
+ * matched in one way only. A lone surrogate is neither a letter nor a space.
  */
 class UrlScanner
 {

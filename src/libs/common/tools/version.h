@@ -15,8 +15,8 @@ public:
     /// Creates a version of four parts.
     Version(unsigned int major_, unsigned int minor_, unsigned int build_, unsigned int release_);
 
-    /// Parses up to four parts that are separated by "-", ",", "_" or ".". A part that is no decimal number
-    /// counts as 0.
+    /// Parses up to four parts that are separated by "-", ",", "_" or ".". A part that is not a decimal
+    /// number counts as 0.
     Version(const QString& text);
     Version(const char* text); ///< As above, from UTF-8.
 

@@ -32,8 +32,8 @@ QString ExtensionsDirectory()
     return BrowserDirectory() + QLatin1String("/External Extensions");
 }
 
-/// Returns whether `id` is one of the browser: the first 128 bits of a hash in the letters a to p. That makes
-/// it safe as a file name.
+/// Returns whether `id` is an extension id: the first 128 bits of a hash in the letters a to p. So it is safe
+/// as a file name.
 bool IsExtensionId(const QString& id)
 {
     static const QRegularExpression pattern(QStringLiteral("\\A[a-p]{32}\\z"));

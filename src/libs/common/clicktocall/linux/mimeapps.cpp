@@ -15,7 +15,7 @@ bool IsHeader(const QByteArray& line)
     return line.trimmed().startsWith('[');
 }
 
-/// The key of a "key=value" line; empty for any other line.
+/// Returns the key of a "key=value" line; empty for any other line.
 QByteArray KeyOf(const QByteArray& line)
 {
     const qsizetype sign = line.indexOf('=');
@@ -46,7 +46,7 @@ QByteArray WithoutId(const QByteArray& value, const QByteArray& id)
     return ids.join(';');
 }
 
-/// The line with another value; its key and its line end stay.
+/// Returns the line with another value, but the same key and line end.
 QByteArray WithValue(const QByteArray& line, const QByteArray& value)
 {
     return line.left(line.indexOf('=') + 1) + value + line.mid(ContentSize(line));
@@ -105,7 +105,7 @@ void MimeApps::SetDefault(const QByteArray& type, const QByteArray& id)
             inDefaults = line.trimmed() == defaultsHeader;
             header = inDefaults ? i : header;
         } else if (inDefaults && KeyOf(line) == type) {
-            // Readers differ in which of several such lines they take.
+            // If there are several such lines, readers differ in which one they use.
             line = WithValue(line, id + ';' + WithoutId(ValueOf(line), id));
             found = true;
         }

@@ -39,7 +39,7 @@ constexpr std::chrono::milliseconds cacheLimit{5000};
 /// Attempts to replace a list that other programs keep changing.
 constexpr int maxAttempts = 100;
 
-/// Returns the lists of defaults of the user: that of the desktop before the common one, an old place last.
+/// Returns the user's lists of defaults: that of the desktop, then the common one, then its old location.
 QStringList ListFiles()
 {
     QStringList files;
@@ -62,7 +62,7 @@ QString ProjectedChoiceKey(const QString& protocol)
     return protocolkeys::UserChoice(protocol) + QLatin1String("Entry");
 }
 
-/// Returns the MIME type of a scheme; empty for what is no scheme by RFC 3986.
+/// Returns the MIME type of a scheme; empty for a string that is not a scheme by RFC 3986.
 QByteArray TypeOf(const QString& protocol)
 {
     static const QRegularExpression scheme(QStringLiteral("\\A[A-Za-z][A-Za-z0-9+.-]*\\z"));
@@ -134,7 +134,7 @@ bool UpdateEntry(const QString& path, const QByteArray& wanted)
     return isDone;
 }
 
-/// A "-" in the id of a desktop entry may stand for a directory.
+/// Returns whether a desktop entry with this id exists. A "-" in the id may stand for a directory.
 bool IsInstalled(QString id)
 {
     const QStringList directories = platform::xdg::ApplicationsDirectories();

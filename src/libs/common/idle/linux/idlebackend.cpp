@@ -41,7 +41,7 @@ int ToSeconds(std::optional<milliseconds> idleTime)
         std::min<qint64>(std::chrono::floor<std::chrono::seconds>(*idleTime).count(), most));
 }
 
-/// The X server's idle time, by the MIT-SCREEN-SAVER extension.
+/// The idle time of the X server, from the MIT-SCREEN-SAVER extension.
 class ScreenSaverExtensionBackend : public IIdleBackend
 {
 public:

@@ -28,7 +28,7 @@ void IdleUnit::Compare(quint32 number, Milliseconds now)
 {
     const qint64 growth = qint64{number} - firstNumber;
     const Milliseconds elapsed = now - firstTime;
-    // A whole second may end or not between clock and reply.
+    // A second may end between clock reading and reply.
     maybeSeconds = maybeSeconds && std::chrono::abs(growth * 1000ms - elapsed) <= 1s + replyTimeout;
     maybeMilliseconds = maybeMilliseconds && std::chrono::abs(growth * 1ms - elapsed) <= replyTimeout;
     if (count == 0 || (!maybeSeconds && !maybeMilliseconds)) {

@@ -12,8 +12,8 @@ namespace common
  * Determines whether the idle time of a desktop's screen saver is in seconds or in milliseconds.
  *
  * The unit of GetSessionIdleTime differs between desktops. Neither a reply nor the growth from one to the
- * next shows it, since input in between may leave any number below the elapsed time. But input cannot make
- * the number keep pace with the clock, reply after reply: that is rest, and shows the unit.
+ * next shows it, since input in between may leave any number below the elapsed time. But only without input
+ * does the number keep pace with the clock, reply after reply, and that shows the unit.
  */
 class IdleUnit
 {

@@ -17,7 +17,7 @@ constexpr logger::Channel logChannel{"common.idle"};
 using GetLastInputInfoFunction = BOOL(WINAPI*)(PLASTINPUTINFO);
 using IdleUIGetLastInputTimeFunction = DWORD(WINAPI*)();
 
-/// The ticks are unsigned and of 32 bits, so the distance is also right across their wrap after 49.7 days.
+/// Ticks are unsigned 32-bit numbers, so the difference is also correct when they wrap after 49.7 days.
 int SecondsSince(DWORD tick)
 {
     return static_cast<int>((GetTickCount() - tick) / 1000);

@@ -8,7 +8,7 @@ namespace common::logger::l4cpp
 namespace
 {
 
-/// Tells the few names of a program apart faster than std::hash, which costs more than the rest of the
+/// Distinguishes the few names of a program faster than std::hash, which costs more than the rest of the
 /// search.
 std::size_t HashOf(std::string_view name)
 {

@@ -10,7 +10,7 @@ class Appender;
 namespace common::logger::l4cpp
 {
 
-/// The appender "win32debug": the debugger channel on Windows, standard error elsewhere.
+/// Creates the appender "win32debug": the debugger channel on Windows, standard error elsewhere.
 std::unique_ptr<log4cpp::Appender> CreateDebugAppender();
 
 } // namespace common::logger::l4cpp

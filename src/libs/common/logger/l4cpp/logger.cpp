@@ -131,7 +131,7 @@ private:
 
 /**
  * Maps channels to log4cpp categories. Never destroyed, because destructors that run at exit may still log.
- * By then log4cpp is gone, so their lines are dropped.
+ * By then log4cpp has been destroyed, so their lines are dropped.
  */
 class Logger final : public ILogger
 {
@@ -189,7 +189,7 @@ void Logger::Write(const IMessage& message)
             category.log(priority, message.GetText()->toStdString() + SourceSuffix(*this, options, message));
         }
     } catch (...) {
-        // There is no way to report a line that cannot be written.
+        // A line that cannot be written cannot be reported.
     }
 }
 

@@ -15,7 +15,7 @@ namespace common::platform
  */
 std::optional<QByteArray> ReadFile(const QString& path);
 
-/// Like ReadFile, but a missing file is empty.
+/// Like ReadFile, but returns an empty array if the file is missing.
 std::optional<QByteArray> ReadFileIfAny(const QString& path);
 
 } // namespace common::platform

@@ -27,8 +27,8 @@ namespace common::platform
 namespace
 {
 
-/// Limit without a sign of life from another writer, which may have been stopped. The caller may be the
-/// thread of a window.
+/// Limit without progress of another writer, which may have been stopped. The caller may be the thread of a
+/// window.
 constexpr std::chrono::seconds lockLimit{1};
 constexpr unsigned long lockRetryInterval = 2; // ms
 
@@ -91,8 +91,8 @@ public:
 };
 
 /**
- * QSettings keeps changes that it could not write in the process, and hands them to the next object for the
- * same file. So each edit works on a copy with a unique name.
+ * QSettings keeps changes that it could not write, and passes them to the next object for the same file. So
+ * each edit works on a copy with a unique name.
  */
 class SettingsWriter final : public UserSettings
 {

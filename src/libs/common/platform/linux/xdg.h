@@ -12,10 +12,10 @@ QString DataHome();         ///< XDG_DATA_HOME, or ~/.local/share.
 QString ApplicationsHome(); ///< The desktop entries of the user.
 QString DesktopDirectory(); ///< The user directory DESKTOP, or ~/Desktop.
 
-/// Returns where desktop entries are looked up, that of the user first.
+/// Returns the directories of desktop entries, that of the user first.
 QStringList ApplicationsDirectories();
 
-/// Makes a directory and those above it, for the user only, where they are missing.
+/// Creates a directory and those above it if they are missing, for the user only.
 void MakePrivatePath(const QString& path);
 
 } // namespace common::platform::xdg

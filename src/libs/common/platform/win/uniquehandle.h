@@ -9,8 +9,8 @@
 namespace common::platform
 {
 
-/// Owns a handle for CloseHandle. Null and INVALID_HANDLE_VALUE, by which system calls report a failure, are
-/// no handle.
+/// Owns a handle for CloseHandle. Null and INVALID_HANDLE_VALUE, by which system calls report a failure,
+/// count as none.
 class UniqueHandle
 {
 public:

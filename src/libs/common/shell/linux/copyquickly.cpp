@@ -22,10 +22,10 @@ using platform::FileDescriptor;
 namespace
 {
 
-/// Largest size in bytes of a file that is written under its name, like that of the buffer it is read into.
+/// Largest size in bytes of a file that is written under its final name; also the size of the buffer.
 constexpr std::size_t maxNamedSize = 65536;
 
-/// What one call can move at most: 2 GiB less one page.
+/// Limit of one call: 2 GiB less one page.
 constexpr std::size_t maxChunk = 0x7ffff000;
 
 constexpr mode_t permissionBits = S_IRWXU | S_IRWXG | S_IRWXO;
@@ -40,8 +40,8 @@ struct OpenPath
     std::array<char, 32> text;
 };
 
-/// Moves the bytes inside the kernel, within one file system first, where both files may share their blocks,
-/// and then between any two.
+/// Moves bytes inside the kernel: first attempts a copy within one file system, where both files may share
+/// blocks, then one between any two.
 ssize_t MoveChunk(int source, int target)
 {
     const ssize_t moved = ::copy_file_range(source, nullptr, target, nullptr, maxChunk, 0);
@@ -61,8 +61,8 @@ bool WriteAll(int target, const char* data, std::size_t size)
     return true;
 }
 
-/// Reads and writes, which is faster than moving for a small file, and the only way for those that the kernel
-/// makes up.
+/// Reads and writes, which is faster than moving for a small file, and the only way for files that the kernel
+/// generates.
 bool CopyByBuffer(int source, int target, std::size_t expectedSize)
 {
     std::array<char, maxNamedSize + 1> buffer;
@@ -71,7 +71,7 @@ bool CopyByBuffer(int source, int target, std::size_t expectedSize)
         if (size <= 0 || !WriteAll(target, buffer.data(), static_cast<std::size_t>(size))) {
             return size == 0;
         }
-        // A regular file gives less than requested only at its end.
+        // A read from a regular file returns less than requested only at its end.
         if (static_cast<std::size_t>(size) == expectedSize && expectedSize < buffer.size()) {
             return true;
         }
@@ -91,8 +91,8 @@ bool CopyContent(int source, int target, std::size_t size)
     }
 }
 
-/// The permissions that QFile::copy gives: those of the source, and for the owner also what we may do with
-/// it.
+/// Returns the permissions that QFile::copy sets: those of the source and, for the owner, what this user may
+/// do with it.
 mode_t CopiedPermissions(int source, mode_t sourceMode)
 {
     constexpr mode_t anyExecute = S_IXUSR | S_IXGRP | S_IXOTH;
@@ -117,7 +117,7 @@ void SetPermissions(int target, mode_t mode)
     }
 }
 
-/// The file that is being made.
+/// The file that is being created.
 class Target
 {
 public:
@@ -214,7 +214,7 @@ CopyResult CopyQuickly(const FilePlace& source, const FilePlace& destination,
     if (!makeRoom && size <= maxNamedSize) {
         return CopyNamed(input.Get(), target, size, mode);
     }
-    // A name that is taken would be noticed only after the copying.
+    // Otherwise, the copy would only fail after all bytes are copied.
     if (!makeRoom && target.IsTaken()) {
         return CopyResult::NotForMe;
     }

@@ -20,7 +20,7 @@ namespace
 /// Size in bytes of the buffer for entries: few calls, and small enough for the stack.
 constexpr std::size_t bufferSize = 32768;
 
-/// Type of an entry. Queries the file system if the listing does not contain it.
+/// Returns the type of an entry. Queries the file system if the listing does not contain it.
 unsigned char TypeOf(int directory, const dirent64& entry)
 {
     struct stat status = {};
@@ -58,7 +58,7 @@ void AddEntry(std::vector<ListedEntry>& entries, int directory, const dirent64& 
         return;
     }
     QString name = QString::fromUtf8(entry.d_name); // decodeName does the same at three times the cost.
-    // A name that is no UTF-8 text cannot be expressed as a path.
+    // A name that is not valid UTF-8 cannot be expressed as a path.
     if (name.contains(QChar::ReplacementCharacter) && QFile::encodeName(name) != entry.d_name) {
         return;
     }

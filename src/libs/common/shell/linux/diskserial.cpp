@@ -18,7 +18,7 @@ namespace common::shell
 namespace
 {
 
-/// Limit for layers of device mapper and the like above a disk; more would be a loop.
+/// Limit for layers of device mapper and the like above a disk; more would mean a loop.
 constexpr int maxLayers = 16;
 
 QString NumberText(dev_t device)
@@ -31,8 +31,8 @@ QByteArray ReadAll(const QString& path)
     return platform::ReadFile(path).value_or(QByteArray());
 }
 
-/// Returns the block device that a file system without one of its own number, such as btrfs, was mounted
-/// from.
+/// Returns the block device of a file system whose own device number is not that of a block device, such as
+/// btrfs.
 dev_t MountSource(const QString& root, dev_t device)
 {
     // proc(5): ID parent MAJOR:MINOR root point options [tags] - type SOURCE options

@@ -10,9 +10,9 @@ namespace common::shell
 {
 
 /**
- * The serial number of the disk below a file system.
+ * Returns the serial number of the disk below a file system.
  *
- * @param root prefix of /proc, /sys, /run; empty but in tests
+ * @param root prefix of /proc, /sys, /run; empty except in tests
  * @param device the file system, as st_dev of a file on it
  */
 DiskSerial ReadDiskSerialOf(const QString& root, dev_t device);

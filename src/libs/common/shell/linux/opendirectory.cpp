@@ -32,7 +32,7 @@ Removal Remove(const FilePlace& place, int flags)
     if (errno != ENOTDIR) {
         return errno == ENOENT ? Removal::Missing : Removal::Failed;
     }
-    // Below a file nothing exists, and a file is no directory; but a link to one is.
+    // Nothing exists below a file. A file is not a directory, but a link to a directory is one.
     struct stat status = {};
     const bool isDirectory =
         ::fstatat(DirectoryOf(place), name.constData(), &status, 0) == 0 && S_ISDIR(status.st_mode);

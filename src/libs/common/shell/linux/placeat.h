@@ -7,7 +7,7 @@
 namespace common
 {
 
-/// What the name of a place is relative to, for the system calls that end in "at".
+/// Returns the descriptor that the name of a place is relative to, for system calls such as openat.
 inline int DirectoryOf(const FilePlace& place)
 {
     return place.directory != nullptr ? static_cast<int>(place.directory->Native()) : AT_FDCWD;

@@ -35,10 +35,10 @@ namespace
 
 constexpr logger::Channel logChannel{"common.shell"};
 
-/// Interval of polling where the kernel cannot report the end.
+/// Polling interval if the kernel cannot report the end.
 constexpr std::chrono::milliseconds pollInterval{20};
 
-/// Names one process other than init: to kill(2), 0 and negative numbers mean whole groups.
+/// Returns whether the id names one process other than init: to kill(2), 0 and negative numbers mean groups.
 bool IsOrdinaryId(unsigned long id)
 {
     return id > 1 && id <= static_cast<unsigned long>(std::numeric_limits<pid_t>::max());
@@ -54,7 +54,7 @@ public:
     {
         if (!descriptor.IsOpen() && errno != ESRCH && errno != EINVAL) {
             LogMissingPidfd(errno);
-            // An id may also be that of a single thread, which would stand for its whole process.
+            // An id may also be that of a thread, which would stand for its process.
             if (const auto stat = procfile::ReadStat(id); stat && procfile::IsProcess(id)) {
                 startTime = stat->startTime;
             }
@@ -65,7 +65,7 @@ public:
     QString ImagePath() const override
     {
         const QString path = procfile::ImagePath(id);
-        // Only a process that still runs keeps its id from others.
+        // While the process runs, its id cannot be reused.
         return HasEnded() ? QString() : path;
     }
     bool End(unsigned int /*exitCode*/) override { return SendSignal(SIGKILL); }
@@ -105,7 +105,7 @@ private:
     quint64 startTime = 0;
 };
 
-/// Null unless `id` stands for a process that runs, and that this user may end if `forEnding`.
+/// Returns null unless `id` is that of a running process which, if `forEnding`, this user may terminate.
 std::unique_ptr<LinuxProcess> OpenId(unsigned long id, bool forEnding)
 {
     if (id == 0 || id > static_cast<unsigned long>(std::numeric_limits<pid_t>::max())) {
@@ -156,7 +156,7 @@ WaitResult PollForAll(const ProcessList& processes, const QDeadlineTimer& deadli
 int AddModule(dl_phdr_info* info, std::size_t /*size*/, void* paths)
 {
     QString path = QFile::decodeName(info->dlpi_name);
-    // As the loader got it, relative to the working directory of that time.
+    // As the loader received it, relative to the working directory at that time.
     if (path.contains(u'/') && QDir::isRelativePath(path)) {
         const auto* const end = info->dlpi_phdr + info->dlpi_phnum;
         const auto* const loaded = std::find_if(
@@ -204,7 +204,7 @@ void ForEach(const std::function<bool(const Entry&)>& visit)
 std::unique_ptr<Process> Open(const Entry& entry, unsigned int rights)
 {
     auto process = OpenId(entry.id, (rights & Terminate) != 0);
-    // Between the walk and the opening, the id may have passed to another process.
+    // Between listing and opening, the id may have been reused by another process.
     if (process != nullptr &&
         (procfile::ExecutableName(static_cast<pid_t>(entry.id)) != entry.executableName ||
          process->HasEnded())) {
@@ -252,7 +252,7 @@ QStringList OwnModules()
     if (!paths.isEmpty() && paths.first().isEmpty()) {
         paths.first() = procfile::ImagePath(getpid());
     }
-    // The kernel's own code in this process is no file.
+    // The kernel's own code in this process is not a file.
     paths.erase(
         std::remove_if(paths.begin(), paths.end(), [](const QString& path) { return !path.contains(u'/'); }),
         paths.end());

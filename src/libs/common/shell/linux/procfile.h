@@ -19,22 +19,23 @@ struct Stat
     quint64 startTime = 0; ///< Clock ticks since boot; distinguishes processes with the same id.
 };
 
-/// Nothing if there is no such process.
+/// Returns nothing if the process does not exist.
 std::optional<Stat> ReadStat(pid_t process);
 
-/// Path of the image; empty for kernel threads, ended processes and those that this user may not look into.
+/// Returns the path of the image; empty for kernel threads, ended processes and those that this user may not
+/// inspect.
 QString ImagePath(pid_t process);
 
 /// Returns the base name of the image or, without it, the name in the kernel; empty after the end.
 QString ExecutableName(pid_t process);
 
-/// Path of the file that is mapped into this process at an address; empty if none is.
+/// Returns the path of the file that is mapped into this process at an address; empty if none is.
 QString MappedFile(quintptr address);
 
-/// Whether an id is that of a process, and not of a further thread of one.
+/// Returns whether an id is that of a process, not of another of its threads.
 bool IsProcess(pid_t id);
 
-/// Whether this process is traced, by a debugger for one.
+/// Returns whether this process is traced, for example by a debugger.
 bool IsTraced();
 
 } // namespace common::procfile

@@ -23,19 +23,19 @@ namespace
 
 constexpr int firstExtraDescriptor = 3;
 
-/// Everything that the child needs, made before fork: after it, a process with threads may neither allocate
-/// nor lock.
+/// Everything that the child needs, prepared before fork: after it, the child of a process with threads may
+/// neither allocate nor lock.
 struct Launch
 {
     QByteArray program;
     QByteArray workingDirectory;
     std::vector<QByteArray> texts;
     std::vector<char*> arguments;
-    int report = -1; ///< Takes errno of a failed start; closed automatically when the program runs.
+    int report = -1; ///< Receives errno of a failed start; closed automatically when the program runs.
     unsigned int descriptorLimit = 0;
 };
 
-/// A pipe that stays clear of 0, 1 and 2, also when these are closed.
+/// Opens a pipe whose descriptors are not 0, 1 or 2, even if these are closed.
 int OpenPipe(std::array<int, 2>& ends)
 {
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
@@ -60,7 +60,7 @@ int OpenPipe(std::array<int, 2>& ends)
 unsigned int DescriptorLimit()
 {
     rlimit limit{};
-    constexpr unsigned int sane = 1 << 20; // Of systems that set none.
+    constexpr unsigned int sane = 1 << 20; // For systems without a limit.
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur > sane) {
         return sane;
     }

@@ -11,7 +11,7 @@ namespace common
 namespace
 {
 
-/// Opens a file so that nobody can put another one in its place until it is closed.
+/// Opens a file so that it cannot be replaced until it is closed.
 platform::UniqueHandle Hold(const std::wstring& path, bool refuseLink)
 {
     return platform::UniqueHandle(::CreateFileW(path.c_str(), GENERIC_READ,

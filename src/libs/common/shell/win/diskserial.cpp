@@ -20,7 +20,7 @@ namespace
 
 constexpr std::size_t descriptorSize = 10000; // Bytes; more than any disk reports.
 
-/// Opens a device without any access right: enough for queries, and allowed to every user.
+/// Opens a device without any access right, which is enough for queries and allowed for every user.
 UniqueHandle OpenDevice(const std::wstring& name)
 {
     return UniqueHandle(
@@ -34,7 +34,7 @@ bool Query(const UniqueHandle& device, DWORD code, void* input, DWORD inputSize,
     return DeviceIoControl(device.Get(), code, input, inputSize, output, outputSize, &returned, nullptr) != 0;
 }
 
-/// Returns the number of the disk below the current directory; 0 if anything fails.
+/// Returns the number of the disk that contains the current directory; 0 on failure.
 DWORD DiskNumber()
 {
     std::array<wchar_t, MAX_PATH> path{};
@@ -68,7 +68,7 @@ DiskSerial ReadDiskSerial()
     if (!Query(device, IOCTL_STORAGE_QUERY_PROPERTY, &query, sizeof(query), &header, sizeof(header))) {
         return {GetLastError(), QString()};
     }
-    // One byte more than is offered, so that the text ends in any case.
+    // One byte more than the call may fill, so that the string is always terminated.
     std::vector<char> buffer(descriptorSize + 1);
     if (!Query(device, IOCTL_STORAGE_QUERY_PROPERTY, &query, sizeof(query), buffer.data(), descriptorSize)) {
         return {GetLastError(), QString()};

@@ -12,7 +12,7 @@ QString ReadLink(const QString& path)
     return info.isJunction() ? info.junctionTarget() : info.symLinkTarget();
 }
 
-// The system itself takes ".." away from the text.
+// Windows itself resolves ".." in the string.
 QString ResolvedPath(const QString& path)
 {
     return path.isEmpty() ? path : QFileInfo(SearchedPath(path)).absoluteFilePath();

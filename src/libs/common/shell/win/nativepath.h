@@ -11,7 +11,7 @@
 namespace common
 {
 
-/// The absolute path in the form that knows no limit of 260 characters.
+/// Returns the absolute path in the form that is not limited to 260 characters.
 inline std::wstring NativePath(const QString& path)
 {
     const QString native = QDir::toNativeSeparators(QFileInfo(path).absoluteFilePath());

@@ -13,7 +13,8 @@ namespace common
 namespace
 {
 
-/// Whether an open directory is a link or a junction. Directories of cloud drives are reparse points, too.
+/// Returns whether an open directory is a link or a junction. Directories of cloud drives are reparse points,
+/// too.
 bool IsElsewhere(HANDLE directory)
 {
     FILE_ATTRIBUTE_TAG_INFO information = {};
@@ -102,7 +103,7 @@ Removal RemoveFileOrLink(const FilePlace& place)
     if (path.isEmpty() || attributes == INVALID_FILE_ATTRIBUTES) {
         return path.isEmpty() ? Removal::Missing : ResultOf(false);
     }
-    // The system removes such a link as it removes an empty directory.
+    // Windows removes such a link like an empty directory.
     const bool isDirectoryLink = (attributes & directoryLink) == directoryLink;
     return ResultOf(isDirectoryLink ? ::RemoveDirectoryW(native.c_str()) != 0
                                     : ::DeleteFileW(native.c_str()) != 0);

@@ -21,7 +21,7 @@ using platform::UniqueHandle;
 namespace
 {
 
-/// Limit for listed modules. Kept for compatibility.
+/// Limit for listed modules. Kept for compatibility: longer lists are cut off.
 constexpr std::size_t maxModules = 1024;
 
 class HandleProcess final : public Process

@@ -24,11 +24,12 @@ namespace
 
 using Microsoft::WRL::ComPtr;
 
-/// PKEY_AppUserModel_ID, whose definition in the system headers needs a library that not every compiler has.
+/// PKEY_AppUserModel_ID; its definition in the system headers needs a library that not every compiler
+/// provides.
 constexpr PROPERTYKEY appUserModelIdKey{
     {0x9F4C2855, 0x9F79, 0x4B39, {0xA8, 0xD0, 0xE1, 0xD4, 0x2D, 0xE1, 0xD5, 0xF3}}, 5};
 
-/// Characters of a removal command line; a longer one is cut. Kept for compatibility.
+/// Limit of a removal command line in characters. Kept for compatibility: a longer one is cut off.
 constexpr qsizetype maxRemovalCommand = 519;
 
 int FolderId(Folder folder)
@@ -76,8 +77,8 @@ void SetApplicationId(IShellLinkW* link, const QString& applicationId)
     PropVariantClear(&value);
 }
 
-/// Returns the environment of this process and the variable by which the command interpreter does not look
-/// for ping in its current directory, where others may have planted a program of that name.
+/// Returns the environment of this process with a variable that keeps the command interpreter from searching
+/// its current directory for ping, where others may have planted such a program.
 std::wstring CommandEnvironment()
 {
     QStringList entries{QStringLiteral("NoDefaultCurrentDirectoryInExePath=1")};
@@ -157,7 +158,7 @@ unsigned long StartRemoval(const QString& directory, const QString& workingDirec
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process{};
-    // Found by its bare name, a planted interpreter in the current directory would be started instead.
+    // With a bare name, a planted interpreter in the current directory would be started instead.
     if (CreateProcessW(WideText(platform::InSystemDirectory(QStringLiteral("cmd.exe"))), line.data(), nullptr,
                        nullptr, FALSE, CREATE_NO_WINDOW | CREATE_UNICODE_ENVIRONMENT, environment.data(),
                        WideText(workingDirectory), &startup, &process) == 0) {

@@ -23,7 +23,8 @@ using common::platform::FileDescriptor;
 namespace
 {
 
-/// The process that called listen, or connect, on the other side. Without a user if the connection has ended.
+/// Returns the process that called listen or connect on the other side; without a user if the connection has
+/// ended.
 ucred PeerOf(const QLocalSocket& socket)
 {
     ucred peer = {0, static_cast<uid_t>(-1), 0};
@@ -35,7 +36,7 @@ ucred PeerOf(const QLocalSocket& socket)
 /// A process that ends releases its lock shortly before it counts as dead.
 constexpr std::chrono::milliseconds exitTimeout{100};
 
-/// Returns false also for a process that has ended and that its parent has not collected yet.
+/// Returns whether the process runs. False if it has ended but its parent has not collected it yet.
 bool IsAlive(pid_t id)
 {
     const FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, id, 0)));
@@ -58,7 +59,7 @@ QString GroupSuffix()
 std::unique_ptr<QtLockedFile> OpenLockFile(const QString& path)
 {
     const QByteArray name = QFile::encodeName(path);
-    // For the user alone, since any process that can open the file can hold its lock.
+    // Only for this user, because any process that can open the file can hold its lock.
     FileDescriptor descriptor(
         ::open(name.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
     struct stat status = {};

@@ -83,7 +83,7 @@ QtLockedFile::~QtLockedFile()
 }
 
 /// Locks one byte, the number of a slot, so that readers can be counted; such locks and flock do not
-/// interact. A reader that may not write to the file, or whose file system has no such locks, is not counted.
+/// interact. Readers that may not write to the file, or on a file system without such locks, are not counted.
 bool QtLockedFile::TakeRead(bool block)
 {
     if (!Take(d->lock, *this, LOCK_SH, block)) {

@@ -54,7 +54,7 @@ QString GroupSuffix()
     return u'-' + QString::number(session, 16);
 }
 
-// The temporary folder belongs to the user, so no other user can have put anything there.
+// The temporary directory belongs to the user, so no other user can have put anything there.
 std::unique_ptr<QtLockedFile> OpenLockFile(const QString& path)
 {
     auto file = std::make_unique<QtLockedFile>(path);
@@ -76,7 +76,7 @@ bool Connect(QLocalSocket& socket, const QString& path, std::chrono::millisecond
     do {
         handle = ::CreateFileW(pipe.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
                                FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_ANONYMOUS, nullptr);
-        // A time of 0 would stand for a default of the server.
+        // 0 would mean the server's default.
     } while (handle == INVALID_HANDLE_VALUE && ::GetLastError() == ERROR_PIPE_BUSY &&
              !deadline.hasExpired() &&
              ::WaitNamedPipeW(pipe.c_str(), static_cast<DWORD>(deadline.remainingTime()) + 1) != 0);

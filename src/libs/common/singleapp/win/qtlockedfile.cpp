@@ -15,7 +15,8 @@ namespace
 
 constexpr int writerSlot = -1; ///< The slot whose mutex has no number.
 
-/// Warns about a wait that failed. A mutex whose owner died is abandoned, and taken all the same.
+/// Returns whether a wait took the mutex; warns if the wait failed. A mutex whose owner died is abandoned,
+/// and counts as taken.
 bool IsTaken(DWORD waitResult, const char* function)
 {
     const bool taken = waitResult == WAIT_OBJECT_0 || waitResult == WAIT_ABANDONED;
@@ -33,7 +34,7 @@ bool TakeMutex(HANDLE mutex, bool block)
 } // namespace
 
 /**
- * The lock as named mutexes: one of the writer and one for each reader slot that was ever used.
+ * The lock as named mutexes: one for the writer and one for each reader slot that was ever used.
  *
  * A lock is taken while the writer's mutex is held. A reader then keeps only its slot; a writer keeps the
  * writer's mutex and every slot that exists.

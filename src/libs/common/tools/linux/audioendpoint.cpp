@@ -22,7 +22,7 @@ constexpr std::chrono::milliseconds answerLimit{900};
 /// The sink that sound servers create when there is no device.
 constexpr char dummySink[] = "auto_null";
 
-/// The client library. Few programs call it, but loading it would slow down the start of each.
+/// The client library. Few programs call it, and linking it would slow down the start of all.
 struct PulseAudio
 {
     decltype(&pa_mainloop_new) mainloop_new;
@@ -113,7 +113,7 @@ bool IsDevice(const pa_sink_info& sink)
     return std::strcmp(sink.name, dummySink) != 0;
 }
 
-/// A monitor records what a sink plays.
+/// Returns false for a monitor, which records what a sink plays.
 bool IsDevice(const pa_source_info& source)
 {
     return source.monitor_of_sink == PA_INVALID_INDEX;
@@ -144,14 +144,14 @@ public:
         if (context == nullptr) { // For example without a free descriptor.
             return false;
         }
-        // Start no server: without one there is no device.
+        // Do not start a server: if none runs, there is no device.
         if (Pulse().context_connect(context.get(), nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
             return false;
         }
         return RunUntil([this] { return Pulse().context_get_state(context.get()) == PA_CONTEXT_READY; });
     }
 
-    /// Runs an operation that `start` starts and that fills in an answer. Returns an empty string on failure.
+    /// Runs the operation that `start` starts and returns its answer, or an empty string on failure.
     template<typename Start>
     QString Ask(const Start& start)
     {

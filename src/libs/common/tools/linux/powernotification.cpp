@@ -16,7 +16,7 @@ namespace tools
 namespace
 {
 
-/// Limit of subscribing, so that a silent bus does not stop the program.
+/// Timeout of the subscription, so that a silent bus does not block the program.
 constexpr std::chrono::milliseconds subscribeTimeout{1500};
 
 const QString busName = QStringLiteral("org.freedesktop.DBus");
@@ -27,7 +27,7 @@ const QString loginPath = QStringLiteral("/org/freedesktop/login1");
 const QString loginInterface = QStringLiteral("org.freedesktop.login1.Manager");
 const QString sleepSignal = QStringLiteral("PrepareForSleep");
 
-/// The thread that receives the announcements, from subscribing to its end.
+/// The thread that subscribes to the announcements and receives them.
 class ListenerThread : public QThread
 {
 public:
@@ -91,7 +91,7 @@ bool SleepListener::Subscribe()
     return subscribed;
 }
 
-// A signal that is sent to one receiver passes every match rule, so the slots check the sender.
+// A signal that addresses this receiver bypasses the match rules, so the slots check the sender.
 
 void SleepListener::OnNameOwnerChanged(const QString& name, const QString& /*from*/, const QString& to,
                                        const QDBusMessage& message)

@@ -16,7 +16,7 @@ namespace
 
 using Microsoft::WRL::ComPtr;
 
-// Defined in system headers, but only with a library or an extension that not every compiler has.
+// The definitions in the system headers need a library or an extension that not every compiler provides.
 constexpr CLSID deviceEnumeratorClass{
     0xBCDE0395, 0xE52F, 0x467C, {0x8E, 0x3D, 0xC4, 0x57, 0x92, 0x91, 0x69, 0x2E}};
 constexpr IID deviceEnumeratorInterface{
@@ -29,7 +29,7 @@ AudioEndpoint Failure(const char* call, HRESULT result)
     return {QString(), call, static_cast<long>(result)};
 }
 
-/// Queries the name of the default device. Returns without an interface left.
+/// Queries the name of the default device. Releases all interfaces before it returns.
 AudioEndpoint QueryName(bool render, PROPVARIANT& name)
 {
     ComPtr<IMMDeviceEnumerator> enumerator;

@@ -31,7 +31,7 @@ const wchar_t* Wide(const QString& path)
     return reinterpret_cast<const wchar_t*>(path.utf16());
 }
 
-/// Opens a file as log4cpp does, in text mode, but not for child processes. -1 on failure.
+/// Opens a file as log4cpp does, in text mode, but not for child processes. Returns -1 on failure.
 int OpenLogFile(const QString& path)
 {
     int descriptor = -1;
@@ -85,14 +85,14 @@ public:
     }
 
 private:
-    /// The names that log4cpp gives: PATH.1, or PATH.01 from ten backups on.
+    /// Returns a backup's name as log4cpp forms it: PATH.1, or PATH.01 if there are ten backups or more.
     QString BackupPath(unsigned int index) const
     {
         return QStringLiteral("%1.%2").arg(path).arg(index, _maxBackupIndexWidth, 10, QLatin1Char('0'));
     }
 };
 
-/// A name of an existing file in the ANSI code page; empty if it has none.
+/// Returns a name of an existing file in the ANSI code page; empty if it has none.
 QByteArray AnsiName(const QString& path)
 {
     const QByteArray name = path.toLocal8Bit();
