@@ -1,4 +1,4 @@
-#include "../platform/threadprobe.h"
+#include "../platform/freedescriptors.h"
 #include "httprequestdata.h"
 #include "httprequestprivate.h"
 

@@ -1,6 +1,6 @@
 #include "filetask.h"
 
-#include "../platform/threadprobe.h"
+#include "../platform/freedescriptors.h"
 #include "directorylisting.h"
 #include "filepath.h"
 

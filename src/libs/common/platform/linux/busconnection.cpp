@@ -1,6 +1,6 @@
 #include "busconnection.h"
 
-#include "../threadprobe.h"
+#include "../freedescriptors.h"
 
 #include <QUuid>
 

@@ -1,4 +1,4 @@
-#include "../threadprobe.h"
+#include "../freedescriptors.h"
 
 namespace common::platform
 {
