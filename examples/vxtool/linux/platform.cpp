@@ -96,7 +96,7 @@ void OnInterrupt(const std::function<void()>& handle)
 int EndAfterInterrupt(int exitCode)
 {
     if (caughtSignal != 0) {
-        std::raise(caughtSignal); // SA_RESETHAND has restored its default action.
+        static_cast<void>(std::raise(caughtSignal)); // SA_RESETHAND has restored its default action.
     }
     return exitCode;
 }

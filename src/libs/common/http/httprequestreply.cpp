@@ -211,7 +211,7 @@ void HttpRequest::FinishWithError(int error, const QString& description, const Q
 QByteArray HttpRequest::ReadBody()
 {
     // A caller that calls abort() or close() on the reply also closes it.
-    const QByteArray body = Reply()->isReadable() ? Reply()->readAll() : QByteArray();
+    QByteArray body = Reply()->isReadable() ? Reply()->readAll() : QByteArray();
     // Kept for compatibility: decodes exactly "gzip", neither "GZIP" nor a list of codings.
     if (Reply()->rawHeader("Content-Encoding") == "gzip") {
         QByteArray decoded;
