@@ -3,6 +3,7 @@
 #include "peers.h"
 
 #include <QDateTime>
+#include <QFileSystemWatcher>
 #include <QProcess>
 #include <QScopeGuard>
 
@@ -37,6 +38,7 @@ class TestPeerFiles : public QObject
 private Q_SLOTS:
     void removedBeforeClaim();
     void removedDuringClaim();
+    void directoryRemoved();
     void secondName();
     void keptFresh();
     void forkedHelper();
@@ -69,6 +71,28 @@ void TestPeerFiles::removedDuringClaim()
     QVERIFY(other.open(QIODevice::ReadWrite));
     QTRY_VERIFY_WITH_TIMEOUT(!other.lock(other.ReadLock, false) || !other.unlock(), 20000);
     QTRY_COMPARE(first.received.size(), removals.size());
+}
+
+// A primary instance without a directory for its files looks for one at each check only.
+void TestPeerFiles::directoryRemoved()
+{
+    const QString outer = QDir::tempPath();
+    const auto restore = qScopeGuard([&outer] { SetTempPath(outer); });
+    const QString inner = outer + "/inner";
+    QVERIFY(QDir().mkdir(inner));
+    SetTempPath(inner);
+    const Primary first("homeless");
+    int changes = 0;
+    connect(first.peer.findChild<QFileSystemWatcher*>(), &QFileSystemWatcher::fileChanged, this,
+            [&changes] { ++changes; });
+    QVERIFY(QDir(inner).removeRecursively());
+    QTest::qWait(1000);
+    QVERIFY(changes > 0);
+    QVERIFY2(changes < 10, "it causes the changes itself");
+    QVERIFY(QDir().mkdir(inner));
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(inner + '/' + first.SocketName()), 20000);
+    QVERIFY(SendFromElsewhere("homeless", "hello"));
+    QTRY_COMPARE(first.received, QStringList("hello"));
 }
 
 void TestPeerFiles::secondName()

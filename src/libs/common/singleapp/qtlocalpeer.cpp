@@ -252,16 +252,16 @@ QString QtLocalPeerPrivate::Listen()
 /// Restores what has been removed, and keeps the lock file from looking abandoned.
 void QtLocalPeerPrivate::Check()
 {
+    const QDateTime now = QDateTime::currentDateTimeUtc();
     if (!QtLP_Private::IsInPlace(*lockFile, lockPath)) {
         auto restored = QtLP_Private::OpenLockFile(lockPath);
-        if (restored && restored->lock(QtLockedFile::WriteLock, false)) {
+        if (restored && restored->isOpen() && restored->lock(QtLockedFile::WriteLock, false)) {
             lockFile = std::move(restored);
             watcher->removePath(lockPath);
             watcher->addPath(lockPath);
         }
-    }
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    if (QFileInfo(lockPath).lastModified() < now.addDuration(-freshFor)) {
+    } else if (QFileInfo(lockPath).lastModified() < now.addDuration(-freshFor)) {
+        // Only in its place: a change of a removed file would call this function again.
         lockFile->setFileTime(now, QFileDevice::FileAccessTime);
         lockFile->setFileTime(now, QFileDevice::FileModificationTime);
     }
