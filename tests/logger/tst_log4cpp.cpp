@@ -72,6 +72,7 @@ private Q_SLOTS:
     void changesOnTheWay();
     void badPlaces();
     void namesOutsideTheCodePage();
+    void logOpenElsewhere();
     void filesAreNotInherited();
     void fatalMessageReachesAPipe();
     void defaultLineReturns();
@@ -236,6 +237,30 @@ void TestLog4cpp::namesOutsideTheCodePage()
     setup.Apply();
     LogOnMain("plain");
     QCOMPARE(ReadLog(setup.logFile), "plain\n");
+}
+
+// On Windows, a program that shows the log keeps it from being renamed. No line and no backup is lost.
+void TestLog4cpp::logOpenElsewhere()
+{
+    setup.logFile = File("100%1.log");
+    setup.maxFileSize = 1;
+    setup.maxBackups = 4;
+    setup.Apply();
+    LogOnMain("1");
+    LogOnMain("2");
+    QFile viewer(setup.logFile);
+    QVERIFY(viewer.open(QIODevice::ReadOnly));
+    LogOnMain("3");
+    LogOnMain("4");
+    const QStringList files = filetree::Snapshot(dir->path()).filter("100%1.log.");
+    viewer.close();
+#ifdef Q_OS_WIN
+    QCOMPARE(files.join("").remove('\r'), "100%1.log.1=2\n100%1.log.2=1\n");
+    LogOnMain("5");
+    QCOMPARE(ReadLog(setup.logFile + ".1"), "3\n4\n5\n");
+#else
+    QCOMPARE(files.size(), 4);
+#endif
 }
 
 void TestLog4cpp::filesAreNotInherited()

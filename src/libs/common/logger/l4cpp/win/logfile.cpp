@@ -77,18 +77,25 @@ public:
     void rollOver() override
     {
         close();
-        for (unsigned int index = getMaxBackupIndex(); index > 0; --index) {
-            const QString source = index > 1 ? BackupPath(index - 1) : path;
-            MoveFileExW(Wide(source), Wide(BackupPath(index)), MOVEFILE_REPLACE_EXISTING);
+        // First the log, which cannot be moved while another program has it open: then the backups stay.
+        if (Move(path, BackupPath(0))) {
+            for (unsigned int index = getMaxBackupIndex(); index > 0; --index) {
+                Move(BackupPath(index - 1), BackupPath(index));
+            }
         }
         reopen();
     }
 
 private:
+    static bool Move(const QString& source, const QString& destination)
+    {
+        return MoveFileExW(Wide(source), Wide(destination), MOVEFILE_REPLACE_EXISTING) != 0;
+    }
+
     /// Returns a backup's name as log4cpp forms it: PATH.1, or PATH.01 if there are ten backups or more.
     QString BackupPath(unsigned int index) const
     {
-        return QStringLiteral("%1.%2").arg(path).arg(index, _maxBackupIndexWidth, 10, QLatin1Char('0'));
+        return path + QStringLiteral(".%1").arg(index, _maxBackupIndexWidth, 10, QLatin1Char('0'));
     }
 };
 
