@@ -47,15 +47,17 @@ QString PlainAddress(const QString& link)
 {
     static const QRegularExpression extension(u";ext=([0-9*#]+)"_s);
     static const QRegularExpression parameters(u"[;?]"_s);
-    QString plain = QUrl::fromPercentEncoding(link.toUtf8()).simplified();
+    QString plain = link.simplified();
     if (!IsCallLink(plain)) {
         return plain;
     }
     plain.remove(callScheme);
-    // RFC 3966 and RFC 3261: parameters follow the address. Only an extension is dialled.
+    // RFC 3966 and RFC 3261: parameters follow the address. Only an extension is dialled. An escaped
+    // character separates nothing.
     const QString dialled = extension.match(plain).captured(1);
     const qsizetype end = plain.indexOf(parameters, plain.lastIndexOf(u'@') + 1);
-    return plain.left(end) + (dialled.isEmpty() || plain.contains(u'@') ? QString() : u',' + dialled);
+    const QString address = QUrl::fromPercentEncoding(plain.left(end).toUtf8()).simplified();
+    return address + (dialled.isEmpty() || plain.contains(u'@') ? QString() : u',' + dialled);
 }
 
 QString AddressKey(const QString& address)

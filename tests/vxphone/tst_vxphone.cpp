@@ -31,6 +31,7 @@ private Q_SLOTS:
     void phoneBook();
     void calls();
     void chat();
+    void pastedDocument();
     void everythingHasAName();
     void handOver();
     void download();
@@ -78,6 +79,8 @@ void TestVxphone::links_data()
                              << "ann@office.quollsip.test";
     QTest::newRow("parameters") << "sip:bob@example.com:5070;transport=tls?subject=a"
                                 << "bob@example.com:5070";
+    QTest::newRow("escaped in a parameter") << "sip:bob@example.com;a=%40?to=ann%40example.com"
+                                            << "bob@example.com";
     QTest::newRow("user with parameters") << "sips:+1;ext=2@example.com"
                                           << "+1;ext=2@example.com";
     QTest::newRow("escapes") << "tel:%2B1%20212"
@@ -153,6 +156,15 @@ void TestVxphone::chat()
     }
     Q_EMIT bubbles.first()->linkActivated("tel:+1-212");
     QCOMPARE(window->findChild<QLineEdit*>()->text(), "+1-212");
+}
+
+// To clean all of it would block the window for seconds.
+void TestVxphone::pastedDocument()
+{
+    const auto window = CreateWindow();
+    auto* const field = window->findChild<QLineEdit*>();
+    field->insert(QString("word ").repeated(6000));
+    QVERIFY(field->text().size() < 4096);
 }
 
 // A screen reader needs a name for everything that takes the focus.
