@@ -119,7 +119,7 @@ qsizetype Distance(const QString& a, const QString& b)
     for (std::size_t i = 0; i < cost.size(); ++i) {
         for (std::size_t k = 0; k < cost[i].size(); ++k) {
             if (i == 0 || k == 0) {
-                cost[i][k] = static_cast<qsizetype>(i + k);
+                cost[i][k] = static_cast<qsizetype>(std::max(i, k));
                 continue;
             }
             const auto letter = [](const QString& text, std::size_t at) {
