@@ -83,6 +83,10 @@ void TestFileJobs::copier_data()
     row("no destination", "s/a=1", "dir s", "failed 700104", "", "", {"3 Cannot create path to ''"});
     row("destination is a directory", "a=1, d/", "file a d", "failed 700106", "", "",
         {exists.arg("d"), "3 Cannot remove 'ROOT/d'!"});
+    row("directory added as file, existing destination", "d/a=1, t=old", "file d t", "failed 700107", "", "",
+        {exists.arg("t"), "3 Cannot copy from 'ROOT/d' to 'ROOT/t'"});
+    row("file added as link, existing destination", "a=1, t=old", "link a t", "failed 700107", "", "",
+        {exists.arg("t"), "3 Cannot copy link from 'ROOT/a' to 'ROOT/t' -> ''."});
     row("onto itself another way", "d/a=1", "file d/a d/../d/./a", "failed 700107", "", "",
         {"3 'ROOT/d/a' and 'ROOT/d/../d/./a' are the same file"});
 #ifdef Q_OS_UNIX

@@ -170,7 +170,9 @@ bool FileCopyTask::Copy(const Item& item, const std::function<bool()>& makeRoom)
     const FilePlace destination = DestinationOf(item);
     CopyResult result = CopyQuickly(source, destination, makeRoom);
     if (result == CopyResult::NotForMe && makeRoom) {
-        if (!makeRoom()) {
+        // Remove nothing for a source that is a directory or has vanished.
+        const QFileInfo info(source.Path());
+        if ((!info.isFile() && !info.isShortcut()) || !makeRoom()) {
             return false;
         }
         result = CopyQuickly(source, destination);
@@ -189,10 +191,10 @@ int FileCopyTask::CopySymlink(const Item& item, const Paths& paths)
     if (code != 0) {
         return code;
     }
-    if (isInTheWay && !RemoveDestination(item, paths)) {
+    const QString target = LinkTarget(item, source);
+    if (isInTheWay && !target.isEmpty() && !RemoveDestination(item, paths)) {
         return FileCopier::DestinationNotRemoved;
     }
-    const QString target = LinkTarget(item, source);
     const auto link = [&] { return !target.isEmpty() && QFile::link(target, DestinationOf(item).Path()); };
     if (!Retry(link, [&] {
             return QStringLiteral("Failed to create link '%1' --> '%2'").arg(paths.destination, target);
@@ -206,8 +208,8 @@ int FileCopyTask::CopySymlink(const Item& item, const Paths& paths)
     return 0;
 }
 
-/// Returns the target of the copied link. Qt reports the wrong target for a link to a directory after a
-/// relative path or "link/..".
+/// Returns the target of the copied link; empty if the source is not a link. Qt reports the wrong target for
+/// a link to a directory after a relative path or "link/..".
 QString FileCopyTask::LinkTarget(const Item& item, const QString& source)
 {
     const QFileInfo info(source);
