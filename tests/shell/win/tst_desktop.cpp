@@ -74,13 +74,13 @@ void TestDesktop::removeAfterExit()
     const RecordingLogger log;
     QVERIFY(common::Shell::RemoveAfterExit("none"));
     QTemporaryDir dir;
-    const QString path = QDir::toNativeSeparators(dir.filePath("a b"));
+    const QString path = QDir::toNativeSeparators(dir.filePath("d/a b"));
     QVERIFY(QDir().mkpath(path));
     // A planted interpreter, which would remove nothing.
     QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), dir.filePath("cmd.exe")));
     {
         const filetree::CurrentDirectory current(dir.path());
-        QVERIFY(common::Shell::RemoveAfterExit(dir.filePath("a b")));
+        QVERIFY(common::Shell::RemoveAfterExit("d/a b"));
     }
     QCOMPARE(log.lines.size(), 1U);
     QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(path), 20000);

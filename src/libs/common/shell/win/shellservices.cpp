@@ -2,6 +2,7 @@
 
 #include "../../platform/win/systemdirectory.h"
 #include "../../platform/win/uniquehandle.h"
+#include "../filepath.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -149,9 +150,9 @@ bool SaveShortcut(const Shortcut& shortcut, const QString& path)
 
 unsigned long StartRemoval(const QString& directory, const QString& workingDirectory, QString& command)
 {
-    // The ping is only the delay.
+    // The ping is only the delay. The interpreter runs in another directory than this process.
     command = (QLatin1String("cmd.exe /C \"ping 1.1.1.1 -n 1 -w 5000 > Nul & rmdir /S /Q \"") +
-               QDir::toNativeSeparators(directory) + u'"')
+               QDir::toNativeSeparators(ResolvedPath(directory)) + u'"')
                   .left(maxRemovalCommand);
     std::wstring line = command.toStdWString(); // The call may write into it.
     std::wstring environment = CommandEnvironment();
