@@ -19,6 +19,7 @@ private Q_SLOTS:
     void shortcut();
     void showFile();
     void removeAfterExit();
+    void moveReadOnly();
 };
 
 void TestDesktop::folders()
@@ -85,6 +86,20 @@ void TestDesktop::removeAfterExit()
     QCOMPARE(log.lines.size(), 1U);
     QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(path), 20000);
     QTRY_VERIFY_WITH_TIMEOUT(dir.remove(), 20000); // It is still the interpreter's current directory.
+}
+
+/// Drives that differ in case count as two, so the tree is copied and removed.
+void TestDesktop::moveReadOnly()
+{
+    const RecordingLogger log;
+    const QTemporaryDir dir;
+    filetree::Build(dir.path(), {"from/a/1=1"});
+    QVERIFY(QFile::setPermissions(dir.filePath("from/a/1"), QFileDevice::ReadOwner));
+    const QString drive = dir.path().left(1);
+    QVERIFY(common::Shell::MoveDir(drive.toUpper() + dir.filePath("from").mid(1),
+                                   drive.toLower() + dir.filePath("to").mid(1)));
+    QVERIFY(log.lines.empty());
+    QCOMPARE(filetree::Snapshot(dir.path()), QStringList("to/a/1=1"));
 }
 
 QTEST_GUILESS_MAIN(TestDesktop)

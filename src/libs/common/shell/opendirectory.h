@@ -101,6 +101,8 @@ enum class Removal
 
 /// Removes a file or a link of any kind, never what a link leads to.
 Removal RemoveFileOrLink(const FilePlace& place);
+/// Clears the read-only attribute, with which Windows does not remove a file. Returns false on Linux.
+bool AllowRemoval(const FilePlace& place);
 /// Removes an empty directory.
 Removal RemoveEmptyDirectory(const FilePlace& place);
 

@@ -17,6 +17,12 @@ QFileInfoList EntriesOf(const OpenDirectory& directory)
         .entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
 }
 
+bool RemoveEntry(const FilePlace& place)
+{
+    return RemoveFileOrLink(place) == Removal::Done ||
+           (AllowRemoval(place) && RemoveFileOrLink(place) == Removal::Done);
+}
+
 } // namespace
 
 bool RemoveTree(const QString& path)
@@ -54,10 +60,9 @@ bool RemoveTree(const QString& path)
             continue;
         }
         const QFileInfo entry = level.entries.takeFirst();
-        const bool removed =
-            entry.isDir() && !IsLink(entry)
-                ? enter(directory, entry.fileName())
-                : RemoveFileOrLink({&reach.To(directory), entry.fileName()}) == Removal::Done;
+        const bool removed = entry.isDir() && !IsLink(entry)
+                                 ? enter(directory, entry.fileName())
+                                 : RemoveEntry({&reach.To(directory), entry.fileName()});
         allRemoved = removed && allRemoved;
     }
     return allRemoved;

@@ -93,6 +93,11 @@ Removal RemoveFileOrLink(const FilePlace& place)
     return Remove(place, 0);
 }
 
+bool AllowRemoval(const FilePlace& /*place*/)
+{
+    return false;
+}
+
 Removal RemoveEmptyDirectory(const FilePlace& place)
 {
     return Remove(place, AT_REMOVEDIR);

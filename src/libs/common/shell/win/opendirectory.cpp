@@ -109,6 +109,14 @@ Removal RemoveFileOrLink(const FilePlace& place)
                                     : ::DeleteFileW(native.c_str()) != 0);
 }
 
+bool AllowRemoval(const FilePlace& place)
+{
+    const std::wstring native = NativePath(place.Path());
+    const DWORD attributes = ::GetFileAttributesW(native.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0 &&
+           ::SetFileAttributesW(native.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY}) != 0;
+}
+
 Removal RemoveEmptyDirectory(const FilePlace& place)
 {
     return place.Path().isEmpty() ? Removal::Missing
