@@ -123,9 +123,14 @@ QByteArray BehindMember(const QByteArray& input, const QByteArray& output)
     const quint32 trailer[] = {qToLittleEndian(crc), qToLittleEndian(static_cast<quint32>(output.size()))};
     constexpr qsizetype headerSize = 10;
     constexpr qsizetype trailerSize = sizeof trailer;
-    return input.mid(
+    qsizetype end =
         input.indexOf(QByteArray(reinterpret_cast<const char*>(trailer), trailerSize), headerSize) +
-        trailerSize);
+        trailerSize;
+    // Archivers append zero bytes, and an empty member has zero bytes before its trailer.
+    while (end < input.size() && input.at(end) == '\0') {
+        ++end;
+    }
+    return input.mid(end);
 }
 
 int Gunzip(const QCommandLineParser& parser)
@@ -136,8 +141,7 @@ int Gunzip(const QCommandLineParser& parser)
     }
     QByteArray output;
     bool isWhole = true;
-    // Archivers append zero bytes.
-    while (isWhole && input.count('\0') < input.size()) {
+    while (isWhole && !input.isEmpty()) {
         QByteArray member;
         isWhole = QCompressor::gzipDecompress(input, member);
         input = isWhole ? BehindMember(input, member) : input;

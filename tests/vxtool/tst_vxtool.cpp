@@ -187,6 +187,8 @@ void TestVxtool::gzip()
     QCOMPARE(Run("gunzip", packed.chopped(1)).exitCode, 1);
     QCOMPARE(Run("gunzip", packed + packed + QByteArray(512, '\0')).output, input + input);
     QCOMPARE(Run("gunzip", packed + "x").exitCode, 1);
+    const QByteArray ofNothing = QByteArray::fromHex("1f8b080000000000000303000000000000000000");
+    QCOMPARE(Run("gunzip", ofNothing + packed).output, input);
 
     // Late input: vxtool waits for an empty pipe, which is not a failure.
     QProcess unpacker;
