@@ -153,7 +153,13 @@ int Gunzip(const QCommandLineParser& parser)
     return isWhole ? AllValid : Fail(u"the input is not gzip, is damaged or ends too early"_s);
 }
 
-/// Returns the path of a readable file for `argument`: `copy` gets standard input for "-". Complains and
+/// Returns whether `argument` can be read only once, and not be written: "-" or a pipe.
+bool IsStream(const QString& argument)
+{
+    return argument == "-"_L1 || (QFileInfo::exists(argument) && !QFileInfo(argument).isFile());
+}
+
+/// Returns the path of a readable file for `argument`: `copy` gets the content of a stream. Complains and
 /// returns an empty path on failure.
 QString ReadablePath(const QString& argument, QTemporaryFile& copy)
 {
@@ -161,12 +167,12 @@ QString ReadablePath(const QString& argument, QTemporaryFile& copy)
     if (!ReadInput(argument, bytes)) {
         return {};
     }
-    if (argument != "-"_L1) {
+    if (!IsStream(argument)) {
         return argument;
     }
     const bool isCopied = copy.open() && copy.write(bytes) == bytes.size() && copy.flush();
-    return isCopied || Complain(u"cannot copy standard input: "_s + copy.errorString()) ? copy.fileName()
-                                                                                        : QString();
+    return isCopied || Complain(u"cannot copy the input: "_s + copy.errorString()) ? copy.fileName()
+                                                                                   : QString();
 }
 
 bool Load(JsonFile& file, const QString& argument)
@@ -210,7 +216,7 @@ int SetJson(const QCommandLineParser& parser)
         return FailUsage(u"a file, a name and a value are needed"_s);
     }
     const QString& argument = arguments.at(0);
-    const bool isFilter = argument == "-"_L1;
+    const bool isFilter = IsStream(argument);
     const bool isNew = !isFilter && !QFileInfo::exists(argument);
     QString key;
     QTemporaryFile copy;

@@ -86,6 +86,9 @@ void TestVxtool::answers_data()
          "hello\n");
     good("JSON from standard input", "json|set|-|b|x", "{\"a\":1}",
          "{\n    \"a\": 1,\n    \"b\": \"x\"\n}\n");
+#ifdef Q_OS_UNIX
+    good("JSON from a pipe", "json|set|/dev/stdin|b|x", "{}", "{\n    \"b\": \"x\"\n}\n");
+#endif
     good("sum of standard input", "md5", "a\n", "60b725f10c9c85c70d97880dfe8191b3  -\n");
     good("sum of a string", "md5|--string|a", "", "0cc175b9c0f1b6a831c399e269772661\n");
     good("lines of Windows", "hex", "ж\r\na", "d0b6\n61\n");
