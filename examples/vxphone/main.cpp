@@ -77,6 +77,8 @@ int ShowWindow(QtSingleApplication& application, const QDir& dataFolder, const Q
 
 int main(int argc, char* argv[])
 {
+    // To standard error, until this process is known to be the primary instance and may write the log.
+    GetLogger()->SetLevel(Warn);
     const QString address = CutAddress(argc, argv);
     QtSingleApplication::setApplicationName(u"vxphone"_s);
     QtSingleApplication::setApplicationVersion(QStringLiteral(VXCOMMON_VERSION));
@@ -89,8 +91,6 @@ int main(int argc, char* argv[])
     QtSingleApplication application(u"vxphone"_s, argc, argv);
     const QDir dataFolder = ReadOptions(application);
 
-    // To standard error, until this process is known to be the primary instance and may write the log.
-    GetLogger()->SetLevel(Warn);
     if (application.isRunning() && application.sendMessage(address)) {
         return 0;
     }

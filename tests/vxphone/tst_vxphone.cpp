@@ -34,6 +34,7 @@ private Q_SLOTS:
     void pastedDocument();
     void everythingHasAName();
     void handOver();
+    void noDisplay();
     void download();
     void downloadWithoutPlace();
     void closeWhileCopying();
@@ -204,6 +205,17 @@ void TestVxphone::handOver()
     first.kill();
     QVERIFY(first.waitForFinished(30000));
     QCOMPARE(Files().filter(QRegularExpression("^contacts.*unreadable=from another machine$")).size(), 1);
+}
+
+// The user reads why the program does not start.
+void TestVxphone::noDisplay()
+{
+#ifdef Q_OS_UNIX // Windows shows a message box.
+    QProcess process;
+    process.start(QStringLiteral(VXPHONE_PROGRAM), {"-platform", "none"});
+    QVERIFY(process.waitForFinished(30000));
+    QVERIFY(process.readAllStandardError().contains("platform plugin"));
+#endif
 }
 
 // Only a complete file replaces an older one.
