@@ -137,6 +137,7 @@ private Q_SLOTS:
     void copier() { TestLife<FileCopier>(); }
     void remover_data() { copier_data(); }
     void remover() { TestLife<FileRemover>(); }
+    void abortBeforeTheDirectories();
     void eventLoopInEachSlot();
     void restartKeepsTheOrder();
     void movedWhileItRuns();
@@ -150,6 +151,17 @@ void TestJobLife::copier_data()
         row(action + " at once", action, false);
         row(action + " in a receiver", action, true);
     }
+}
+
+void TestJobLife::abortBeforeTheDirectories()
+{
+    HeldJob<FileRemover> held(2);
+    for (int file = 3; file <= 4; ++file) {
+        held.leave.release();
+        held.arrived.acquire();
+    }
+    held.job->Abort(true);
+    QCOMPARE(held.recorder.Wait(), Steps(4, 5) << "failed 700202");
 }
 
 /// A nested event loop, as in a message box, deletes what the job no longer needs; all signals are emitted

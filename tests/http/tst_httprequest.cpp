@@ -122,7 +122,8 @@ void TestHttpRequest::wire_data()
     const QString file = dir.filePath("one.bin");
     filetree::Write(file, binary);
 
-    row("plain GET", "/p?q=1", {}, {"GET /p?q=1 HTTP/1.1\r\n", "\r\nAccept-Encoding: gzip\r\n"});
+    row("plain GET", "/p?q=1", {},
+        {"GET /p?q=1 HTTP/1.1\r\n", "\r\nX-One: é\r\n", "\r\nAccept-Encoding: gzip\r\n"});
     row("query", "/p", Map(map(), {{"a", "1 2"}}), {"GET /p?a=1%202 "});
     row("query behind a query", "/p?q=1", Map(map(), {{"a", "1"}}), {"GET /p?q=1?a=1 "});
     row("empty query", "/p", map(), {"GET /p HTTP"});
@@ -151,6 +152,7 @@ void TestHttpRequest::wire()
     FaultServer server({{Response("200 OK", "body").chopped(4)}, {Response("200 OK", "")}});
     request->SetUrl(server.Url(path));
     request->SetData(data);
+    request->SetRawHeader("X-One", "é");
     request->SetAttemptCountOnNetworkProblem(2);
     const bool post = parts.first().startsWith("POST");
     QVERIFY(post ? request->Post() : request->Get());

@@ -1,14 +1,28 @@
 // A process that lives for the given time and does not end on request: process_child MILLISECONDS
+// With a negative time, in its second thread alone.
 
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <thread>
 
+#ifndef _WIN32
+#include <pthread.h>
+#endif
+
 int main(int argc, char* argv[])
 {
     static_cast<void>(std::signal(SIGTERM, SIG_IGN));
     const long lifetime = argc > 1 ? std::strtol(argv[1], nullptr, 10) : 0;
-    std::this_thread::sleep_for(std::chrono::milliseconds(lifetime));
+    const auto live = [lifetime] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(std::labs(lifetime)));
+    };
+#ifndef _WIN32
+    if (lifetime < 0) {
+        std::thread(live).detach();
+        pthread_exit(nullptr);
+    }
+#endif
+    live();
     return 0;
 }

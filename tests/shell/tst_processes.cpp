@@ -51,6 +51,7 @@ private Q_SLOTS:
     void modules();
     void startDetached();
 #ifdef Q_OS_UNIX
+    void firstThreadThatHasEnded();
     void imageThatWasReplaced();
     void processOfAnotherUser();
     void withoutPidfd();
@@ -204,6 +205,16 @@ void TestProcesses::startDetached()
 }
 
 #ifdef Q_OS_UNIX
+void TestProcesses::firstThreadThatHasEnded()
+{
+    Start(-aMinute);
+    const QString status = QString("/proc/%1/status").arg(children.front()->processId());
+    QTRY_VERIFY(filetree::Read(status).contains("State:\tZ"));
+    QVERIFY(Shell::ProcessExists(name));
+    QCOMPARE(Shell::ProcessKill(name), 0);
+    QVERIFY(children.front()->waitForFinished());
+}
+
 void TestProcesses::imageThatWasReplaced()
 {
     Start(aMinute);

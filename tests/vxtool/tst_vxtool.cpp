@@ -105,7 +105,7 @@ void TestVxtool::answers_data()
          "\"5060\"}\n");
     good("contact", "contact|--name|Ann|skype:ANN", "",
          "SkypeName\tann\tskype: ann\tann@skype.com\tann\tskype.com\t\tAnn\n");
-    row("one bad password", "password|good-enough|bad", "", "true\tgood-enough\nfalse\tbad\n", 1, "");
+    row("one bad password", "password|bad|good-enough", "", "false\tbad\ntrue\tgood-enough\n", 1, "");
     good("one column", "web|--columns|locale|a@b.ru", "", "LocaleRu\n");
 #endif
 }

@@ -258,7 +258,9 @@ void TestUrlHandlers::refused()
 {
     const QString store = user->ConfigPath("vxcommon/registry.ini");
     QVERIFY(PluginUtils::RegisterPlugin("first"));
+    QVERIFY(QFile::setPermissions(store, QFile::ReadOwner | QFile::WriteOwner));
     QVERIFY(PluginUtils::RegisterPlugin(pluginId));
+    QVERIFY(!QFile::permissions(store).testFlag(QFile::ReadOther));
     QVERIFY(QFile::rename(store, store + ".kept"));
     QVERIFY(QDir().mkdir(store));
     QVERIFY(!ClickToCall::registerProtocols({"tel"}, "Phone", "Maker"));
