@@ -55,6 +55,7 @@ void TestWatchers::idleReadings_data()
     const Table<QList<int>, QString> row("readings", "expected");
     row("before the first minute", {40, 2, 59, 0}, "3000");
     row("whole minutes", {59, 60, 119, 120, 59}, "idle 60 at 1000,idle 120 at 1000,active at 3000,3000");
+    row("back from the first minute", {60, 59}, "idle 60 at 1000,active at 3000,3000");
     row("a fall to above a minute", {200, 100, 130}, "idle 200 at 1000,active at 3000,idle 130 at 1000,1000");
 }
 
