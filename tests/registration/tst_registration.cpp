@@ -135,8 +135,8 @@ void TestRegistration::extension()
     const QString address = UserTree::Open()->value(name).toString();
     QVERIFY(address.endsWith("/service/update2/crx"));
 #ifdef Q_OS_UNIX
-    const QByteArray published =
-        filetree::Read(user.ConfigPath("chromium/External Extensions/" + id + ".json"));
+    const QString file = user.ConfigPath("chromium/External Extensions/" + id + ".json");
+    const QByteArray published = filetree::Read(file);
     QVERIFY(published.contains("\"external_update_url\": \"" + address.toUtf8() + "\""));
     QVERIFY(PluginUtils::RegisterPlugin("../../../escape"));
     QVERIFY(!QFile::exists(user.ConfigPath("../escape.json")));
@@ -150,6 +150,12 @@ void TestRegistration::extension()
     QVERIFY(PluginUtils::UnregisterPlugin(id));
     QVERIFY(UserTree::Below(root).isEmpty());
     QVERIFY(!QFile::exists(user.ConfigPath("chromium")));
+#ifdef Q_OS_UNIX
+    QVERIFY(PluginUtils::RegisterPlugin(id));
+    filetree::Write(file, "{\"external_update_url\": \"https://example.com/updates\"}");
+    QVERIFY(PluginUtils::UnregisterPlugin(id));
+    QVERIFY(QFile::exists(file)); // Replaced by somebody else.
+#endif
 }
 
 // A file has the path of the store's directory; in the registry, a key exceeds its limit of 255 characters.
