@@ -7,6 +7,8 @@
 #include "resourcelimit.h"
 #include "table.h"
 
+#include <common/shell/shell.h>
+
 #include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QThread>
@@ -30,6 +32,7 @@ class TestJobSafety : public QObject
 private Q_SLOTS:
     void noThread();
     void fullDisk();
+    void noSpaceForASmallFile();
     void noDescriptor();
     void noDescriptorAtFirst();
     void deepTree();
@@ -85,6 +88,17 @@ void TestJobSafety::fullDisk()
     filetree::Build(folder.path(), {"s/a=" + QString(700000, 'c')});
     QCOMPARE(RunJob("copier", folder.path(), {"dir s t"}), QStringList("failed 700107"));
     QCOMPARE(filetree::Read(folder.filePath("t/a")), QByteArray(700000, 'a'));
+}
+
+void TestJobSafety::noSpaceForASmallFile()
+{
+    const QTemporaryDir folder;
+    filetree::Build(folder.path(), {"s/d/a=" + QString(200, 'a')});
+    const ResourceLimit bytes(RLIMIT_FSIZE, 100);
+    QCOMPARE(RunJob("copier", folder.path(), {"dir s t"}), QStringList("failed 700107"));
+    QVERIFY(!common::Shell::CopyDir(folder.filePath("s"), folder.filePath("t"),
+                                    QDir::Dirs | QDir::NoDotAndDotDot, true));
+    QCOMPARE(QDir(folder.filePath("t/d")).entryList(QDir::Files), QStringList());
 }
 
 void TestJobSafety::noDescriptor()
