@@ -82,6 +82,8 @@ private Q_SLOTS:
     void init();
     void wire_data();
     void wire();
+    void changingFile_data();
+    void changingFile();
     void notSent();
     void outcome_data();
     void outcome();
@@ -163,6 +165,34 @@ void TestHttpRequest::wire()
     }
     QCOMPARE(raw.count("ccept-Encoding:"), 2);
     QCOMPARE(raw.contains("Content-Type:"), post && data != nullptr);
+}
+
+void TestHttpRequest::changingFile_data()
+{
+    const Table<int, int, QString> row("before", "after", "expected");
+    row("stays empty", 0, 0, success);
+    row("grows", 100, 200, success);
+    row("shrinks", 100, 50, "replyFinished, error 99 0");
+}
+
+/// A file of a form changes its size while it is sent.
+void TestHttpRequest::changingFile()
+{
+    QFETCH(int, before);
+    QFETCH(int, after);
+    QFETCH(QString, expected);
+
+    QFile file(dir.filePath("file"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(file.resize(before));
+    FaultServer server({{Response("200 OK", "")}});
+    request->SetUrl(server.Url());
+    request->SetData(Form({File("f", file.fileName()), Text("t", "end")}));
+    QVERIFY(request->Post());
+    QVERIFY(file.resize(after));
+    QTRY_COMPARE(told->Told(), expected);
+    QCOMPARE(server.requests.join().contains("\r\n\r\n" + QByteArray(before, '\0') + "\r\n--"),
+             expected == success);
 }
 
 // Only the result and the log report it.

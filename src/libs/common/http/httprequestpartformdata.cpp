@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QHttpMultiPart>
 
+#include <algorithm>
 #include <memory>
 
 namespace common::http
@@ -15,6 +16,36 @@ namespace
 {
 
 constexpr logger::Channel logChannel{"http.form.part"};
+
+/// Keeps the size that the file had when it was opened. If a device grows, QHttpMultiPart sends memory that
+/// does not belong to it; if it ends early, it crashes or never returns. Here, the request fails if the file
+/// ends early.
+class FormFile final : public QFile
+{
+public:
+    using QFile::QFile;
+
+    bool Open()
+    {
+        // Unbuffered, so that pos() in readData is that of the file.
+        const bool isOpen = open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+        sizeAtOpen = QFile::size();
+        return isOpen;
+    }
+
+    qint64 size() const override { return sizeAtOpen; }
+
+protected:
+    qint64 readData(char* data, qint64 maxSize) override
+    {
+        const qint64 wanted = std::min(maxSize, sizeAtOpen - pos());
+        const qint64 count = QFile::readData(data, wanted);
+        return count > 0 || wanted == 0 ? count : -1;
+    }
+
+private:
+    qint64 sizeAtOpen = 0;
+};
 
 } // namespace
 
@@ -45,8 +76,9 @@ bool HttpRequestFilePartFormData::AppendTo(QHttpMultiPart* multiPart)
 {
     QHttpPart part;
     part.setHeader(QNetworkRequest::ContentDispositionHeader, GetContentDisposition());
-    auto file = std::make_unique<QFile>(Value());
-    if (!file->open(QIODevice::ReadOnly)) {
+    auto file = std::make_unique<FormFile>(Value());
+    // Opening a fifo would wait for a writer.
+    if (!QFileInfo(Value()).isFile() || !file->Open()) {
         LOG_MESSAGE(logger::Error) << QStringLiteral("Failed to open file '%1'").arg(Value());
         return false;
     }

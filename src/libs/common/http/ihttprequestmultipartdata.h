@@ -25,7 +25,8 @@ public:
 
     /**
      * Creates a part that sends a file under the last component of its path, without a content type. The file
-     * is opened and streamed when the request is sent.
+     * is opened and streamed when the request is sent. Bytes that are appended to it after that are not sent;
+     * if it is truncated, the attempt fails with a network error. Must be a regular file.
      *
      * @param name name of the form field
      * @warning `name` and the file name are inserted into the header verbatim: double quotes are not escaped.
