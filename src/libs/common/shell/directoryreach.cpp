@@ -21,16 +21,17 @@ const OpenDirectory& DirectoryReach::To(int directory)
 {
     std::vector<int> way;
     const OpenDirectory* from = nullptr;
-    for (int at = directory; at >= 0; at = directories[static_cast<std::size_t>(at)].parent) {
+    int at = directory;
+    do {
         from = Find(at);
         if (from == nullptr && at == directory) {
             from = Climb(at);
         }
-        if (from != nullptr) {
-            break;
+        if (from == nullptr) {
+            way.push_back(at);
+            at = directories[static_cast<std::size_t>(at)].parent;
         }
-        way.push_back(at);
-    }
+    } while (from == nullptr && at >= 0);
     for (auto step = way.rbegin(); step != way.rend(); ++step) {
         OpenDirectory next = Open(from, *step);
         if (!next.IsOpen()) {
@@ -119,7 +120,7 @@ OpenDirectory DirectoryReach::Open(const OpenDirectory* parent, int directory) c
 {
     using Access = OpenDirectory::Access;
     ScannedDirectory& scanned = directories[static_cast<std::size_t>(directory)];
-    if (scanned.parent < 0) {
+    if (parent == nullptr) {
         return OpenRoot(scanned);
     }
     const bool isSource = side == Side::Source;
