@@ -3,6 +3,7 @@
 #include <csignal>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 /// Lowers a limit of this process during its lifetime. With RLIMIT_FSIZE, a write fails as on a full disk.
 class ResourceLimit
@@ -25,3 +26,11 @@ private:
     const decltype(RLIMIT_FSIZE) resource;
     rlimit usual{};
 };
+
+/// Returns the limit of descriptors that leaves none.
+inline rlim_t OpenDescriptors()
+{
+    const int next = dup(STDIN_FILENO);
+    close(next);
+    return static_cast<rlim_t>(next);
+}

@@ -46,12 +46,6 @@ inline QStringList Steps(int done, int total)
     return steps;
 }
 
-/// The path of a step of RunJob.
-inline QString PathIn(const QString& root, const QString& text)
-{
-    return text.isEmpty() || text.startsWith('.') || text.startsWith('/') ? text : root + u'/' + text;
-}
-
 /// Runs a "copier", "remover" or "helper": "file PATH", "dir PATH", "filter PATTERN" and, to copy, "file FROM
 /// TO", "dir FROM TO" and "link FROM TO". Paths are below a directory, except for empty ones and those that
 /// begin with "." or "/". Returns the signals, those of the helper as "1/2 path" and "failed path".
@@ -72,7 +66,10 @@ inline QStringList RunJob(const QString& job, const QString& root, const QString
     });
     QObject::connect(&helper, &FileHelper::failed, [&](const QString& path) { add("failed ", path); });
     for (const QString& item : work) {
-        const auto path = [&](int word) { return PathIn(root, item.section(' ', word, word)); };
+        const auto path = [&](int word) {
+            const QString name = item.section(' ', word, word);
+            return name.isEmpty() || name.startsWith('.') ? name : QDir(root).filePath(name);
+        };
         const QString kind = item.section(' ', 0, 0);
         if (kind == "link") {
             copier.AddSymlink(path(1), path(2));

@@ -1,5 +1,5 @@
-/// Tests file jobs without threads, descriptors or disk space, in deep trees, and in directories of another
-/// user.
+/// Tests the permissions of copies, and file jobs without descriptors or disk space, in deep trees, and in
+/// directories of another user.
 
 #include "files/filetree.h"
 #include "files/jobrecorder.h"
@@ -11,28 +11,22 @@
 
 #include <QScopeGuard>
 #include <QTemporaryDir>
-#include <QThread>
+#include <QThreadPool>
 
-#include <array>
 #include <atomic>
-#include <memory>
 #include <optional>
 #include <thread>
 
 #include <fcntl.h>
-#include <pthread.h>
-#include <sched.h>
-#include <sys/mount.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 class TestJobSafety : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void noThread();
+    void permissions();
     void fullDisk();
-    void noSpaceForASmallFile();
     void noDescriptor();
     void noDescriptorAtFirst();
     void deepTree();
@@ -40,65 +34,49 @@ private Q_SLOTS:
     void swappedNames();
 };
 
-namespace
+/// A small file is written under its name, a large one without a name first.
+void TestJobSafety::permissions()
 {
-
-/// The limit that leaves none.
-rlim_t OpenDescriptors()
-{
-    const int next = ::dup(STDIN_FILENO);
-    ::close(next);
-    return static_cast<rlim_t>(next);
-}
-
-} // namespace
-
-void TestJobSafety::noThread()
-{
-    pthread_attr_t usual = {};
-    pthread_attr_t huge = {};
-    QCOMPARE(::pthread_getattr_default_np(&usual), 0);
-    QCOMPARE(::pthread_attr_init(&huge), 0);
-    // Such a stack fits into no address space.
-    QCOMPARE(::pthread_attr_setstacksize(&huge, std::size_t{1} << 60U), 0);
-    for (const auto& [job, end] : {std::pair("copier", "failed 700108"), {"remover", "failed 700205"}}) {
-        QCOMPARE(::pthread_setattr_default_np(&huge), 0);
-        const QStringList seen = RunJob(job, "/", {});
-        QCOMPARE(::pthread_setattr_default_np(&usual), 0);
-        QCOMPARE(seen, QStringList(end));
+    for (const int mask : {022, 077, 0}) {
+        const mode_t usual = ::umask(static_cast<mode_t>(mask));
+        const auto restore = qScopeGuard([usual] { ::umask(usual); });
+        for (const int mode : {0600, 0444, 0755, 0711, 0666}) {
+            const QTemporaryDir folder;
+            filetree::Build(folder.path(), {"s/small=a", "s/large=" + QString(100000, 'a'), "qt/"});
+            for (const QString name : {"/small", "/large"}) {
+                const QString source = folder.filePath("s" + name);
+                std::filesystem::permissions(filetree::ToPath(source), std::filesystem::perms(mode));
+                QVERIFY(QFile::copy(source, folder.filePath("qt" + name)));
+            }
+            QCOMPARE(RunJob("copier", folder.path(), {"dir s t"}), Steps(2, 2) << "done");
+            QCOMPARE(filetree::Snapshot(folder.filePath("t")), filetree::Snapshot(folder.filePath("qt")));
+            for (const QString name : {"/small", "/large"}) {
+                QCOMPARE(QFile::permissions(folder.filePath("t" + name)),
+                         QFile::permissions(folder.filePath("qt" + name)));
+            }
+        }
     }
 }
 
+/// A limit of the size stops a write as a full disk does. The copies are on another file system.
 void TestJobSafety::fullDisk()
 {
     const QTemporaryDir folder;
-    filetree::Build(folder.path(), {"s/a=" + QString(700000, 'a'), "s/b=" + QString(700000, 'b'), "t/"});
-    const QByteArray target = folder.filePath("t").toUtf8();
-    // Visible to this process only.
-    if (::unshare(CLONE_NEWNS) != 0 || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-        ::mount("tmpfs", target.constData(), "tmpfs", 0, "size=1m") != 0) {
-        QSKIP("this user may not mount a file system");
-    }
-    const auto unmount = qScopeGuard([&target] { ::umount(target.constData()); });
-    RecordingLogger log;
-    QCOMPARE(RunJob("copier", folder.path(), {"dir s t"}), Steps(1, 2) << "failed 700107");
-    QCOMPARE(QDir(folder.filePath("t")).entryList(QDir::Files), QStringList("a")); // no incomplete file
+    const QTemporaryDir target("/dev/shm/t");
+    const QString large(70000, 'a');
+    filetree::Build(folder.path(),
+                    {"s/a=" + large, "s/b=" + large + large, "new/a=" + large + large, "small/d/c=12"});
+    const ResourceLimit bytes(RLIMIT_FSIZE, 100000);
+    const RecordingLogger log;
+    QCOMPARE(RunJob("copier", folder.path(), {"dir s " + target.path()}), Steps(1, 2) << "failed 700107");
     QCOMPARE(log.Lines("shell.filecmd", 4).size(), 5);
-    // The file to be replaced is still intact.
-    filetree::Build(folder.path(), {"s/a=" + QString(700000, 'c')});
-    QCOMPARE(RunJob("copier", folder.path(), {"dir s t"}), QStringList("failed 700107"));
-    QCOMPARE(filetree::Read(folder.filePath("t/a")), QByteArray(700000, 'a'));
-}
-
-void TestJobSafety::noSpaceForASmallFile()
-{
-    const QTemporaryDir folder;
-    filetree::Build(folder.path(), {"s/d/a=" + QString(200, 'a')});
-    const ResourceLimit bytes(RLIMIT_FSIZE, 100);
-    QCOMPARE(RunJob("copier", folder.path(), {"dir s t"}), QStringList("failed 700107"));
-    QVERIFY(!common::Shell::CopyDir(folder.filePath("s"), folder.filePath("t"),
+    // The file to be replaced stays.
+    QCOMPARE(RunJob("copier", folder.path(), {"dir new " + target.path()}), QStringList("failed 700107"));
+    const ResourceLimit oneByte(RLIMIT_FSIZE, 1);
+    QCOMPARE(RunJob("copier", folder.path(), {"dir small " + target.path()}), QStringList("failed 700107"));
+    QVERIFY(!common::Shell::CopyDir(folder.filePath("small"), target.path(),
                                     QDir::Dirs | QDir::NoDotAndDotDot, true));
-    QCOMPARE(QDir(folder.filePath("t/d")).entryList(QDir::Files), QStringList());
+    QCOMPARE(filetree::Snapshot(target.path()), QStringList({"a=" + large, "d/"})); // No incomplete file.
 }
 
 void TestJobSafety::noDescriptor()
@@ -106,8 +84,8 @@ void TestJobSafety::noDescriptor()
     const QTemporaryDir folder;
     filetree::Build(folder.path(), {"s/a=1", "s/b=2"});
     for (const auto& [job, end] : {std::pair("copier", "failed 700102"), {"remover", "failed 700203"}}) {
-        RunJob(job, folder.path(),
-               {"dir none"}); // A sanitizer needs a descriptor at the first call of a member.
+        // A sanitizer needs a descriptor at the first call of a member.
+        RunJob(job, folder.path(), {"dir none"});
         RecordingLogger log;
         const ResourceLimit one(RLIMIT_NOFILE, OpenDescriptors() + 1); // For the worker's thread.
         QCOMPARE(RunJob(job, folder.path(), {"dir s t"}), QStringList(end));
@@ -206,14 +184,12 @@ void TestJobSafety::swappedNames()
     QFETCH(QString, work);
     QFETCH(QString, swapped);
     std::atomic<int> escapes = 0;
-    std::array<std::unique_ptr<QThread>, 8> threads;
-    for (auto& thread : threads) {
-        thread.reset(QThread::create([&] { escapes += CountEscapes(job, tree, work, swapped); }));
-        thread->start();
+    QThreadPool threads;
+    threads.setMaxThreadCount(8);
+    for (int i = 0; i < 8; ++i) {
+        threads.start([&] { escapes += CountEscapes(job, tree, work, swapped); });
     }
-    for (const auto& thread : threads) {
-        QVERIFY(thread->wait());
-    }
+    QVERIFY(threads.waitForDone());
     QCOMPARE(escapes, 0);
 }
 
