@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -43,16 +44,13 @@ class TestProcesses : public QObject
 private Q_SLOTS:
     void init();
     void cleanup() { children.clear(); }
-    void nothingMatches();
+    void namesAndIds();
     void matching();
     void wait();
     void noMoreThanSixtyFour();
-    void helper();
-    void modules();
     void startDetached();
 #ifdef Q_OS_UNIX
     void firstThreadThatHasEnded();
-    void imageThatWasReplaced();
     void processOfAnotherUser();
     void withoutPidfd();
 #endif
@@ -98,7 +96,7 @@ std::ptrdiff_t TestProcesses::Running() const
     });
 }
 
-void TestProcesses::nothingMatches()
+void TestProcesses::namesAndIds()
 {
     Start(aMinute);
     for (const QString& query : {QString(), QString("vx"), "/no/such/" + name, "./" + name}) {
@@ -112,7 +110,14 @@ void TestProcesses::nothingMatches()
                                    std::numeric_limits<unsigned long>::max() - 99}) {
         QVERIFY(ProcHelper::Terminate(id));
     }
+    const auto id = static_cast<unsigned long>(children.front()->processId());
+    const auto ownId = static_cast<unsigned long>(QCoreApplication::applicationPid());
+    QCOMPARE(ProcHelper::FindProcessId(name.toUpper()), id);
+    QCOMPARE(ProcHelper::FindChildProcessId(ownId, name.toUpper()), id);
+    QCOMPARE(ProcHelper::FindChildProcessId(id, name), 0UL);
     QCOMPARE(Running(), 1);
+    QVERIFY(ProcHelper::Terminate(id));
+    QVERIFY(children.front()->waitForFinished());
 }
 
 void TestProcesses::matching()
@@ -143,7 +148,6 @@ void TestProcesses::wait()
     timer.start();
     QCOMPARE(Shell::ProcessWait(name, 500), 1);
     QVERIFY(timer.elapsed() >= 500);
-    QVERIFY(timer.elapsed() < aMinute);
     QVERIFY(Shell::ProcessExists(name));
 }
 
@@ -153,29 +157,6 @@ void TestProcesses::noMoreThanSixtyFour()
     QCOMPARE(Shell::ProcessWait(name, 0), 1);
     QCOMPARE(Shell::ProcessKill(name), 0);
     QTRY_COMPARE(Running(), 2);
-}
-
-void TestProcesses::helper()
-{
-    Start(aMinute);
-    const auto id = static_cast<unsigned long>(children.front()->processId());
-    const auto ownId = static_cast<unsigned long>(QCoreApplication::applicationPid());
-    QCOMPARE(ProcHelper::FindProcessId(name.toUpper()), id);
-    QCOMPARE(ProcHelper::FindChildProcessId(ownId, name.toUpper()), id);
-    QCOMPARE(ProcHelper::FindChildProcessId(id, name), 0UL);
-    QVERIFY(ProcHelper::Terminate(id));
-    QVERIFY(children.front()->waitForFinished());
-}
-
-void TestProcesses::modules()
-{
-    const QStringList all = Shell::ProcessModules("");
-    const QString executable = QDir::toNativeSeparators(QCoreApplication::applicationFilePath());
-    QCOMPARE(all.value(0).toLower(), executable.toLower());
-    QCOMPARE(Shell::ProcessModules("Qt6Core"), all.filter("Qt6Core"));
-    for (const QString& path : all) {
-        QVERIFY2(QFileInfo(path).isFile(), qPrintable(path));
-    }
 }
 
 void TestProcesses::startDetached()
@@ -200,6 +181,8 @@ void TestProcesses::startDetached()
              QStringList({"0", "1", "2"}));
     QCOMPARE(QFile::symLinkTarget(process.filePath("cwd")), work);
     QVERIFY(filetree::Read(process.filePath("cmdline")).endsWith(QByteArray("\0a b\0", 5)));
+    QVERIFY(QFile::remove(program));
+    QVERIFY2(Shell::ProcessExists(program), "an update has replaced its image");
 #endif
     QCOMPARE(Shell::ProcessKill(name), 0);
 }
@@ -215,14 +198,6 @@ void TestProcesses::firstThreadThatHasEnded()
     QVERIFY(children.front()->waitForFinished());
 }
 
-void TestProcesses::imageThatWasReplaced()
-{
-    Start(aMinute);
-    QVERIFY(QFile::remove(program));
-    QVERIFY(Shell::ProcessExists(name));
-    QVERIFY(Shell::ProcessExists(program));
-}
-
 void TestProcesses::processOfAnotherUser()
 {
     constexpr uid_t anotherUser = 65534;
@@ -230,16 +205,12 @@ void TestProcesses::processOfAnotherUser()
     if (setresuid(anotherUser, anotherUser, 0) != 0) {
         QSKIP("only root can become another user");
     }
-    const bool isFoundByKernelName = Shell::ProcessExists(name);
-    const bool isFoundByPath = Shell::ProcessExists(program);
-    const int waited = Shell::ProcessWait(name, 50);
-    const int killed = Shell::ProcessKill(name);
+    const auto restore = qScopeGuard([] { static_cast<void>(setresuid(0, 0, 0)); });
+    QVERIFY(Shell::ProcessExists(name)); // The kernel's name.
+    QVERIFY(!Shell::ProcessExists(program));
+    QCOMPARE(Shell::ProcessWait(name, 50), 1);
+    QCOMPARE(Shell::ProcessKill(name), 0);
     ProcHelper::Terminate(static_cast<unsigned long>(children.front()->processId()));
-    QCOMPARE(setresuid(0, 0, 0), 0);
-    QVERIFY(isFoundByKernelName);
-    QVERIFY(!isFoundByPath);
-    QCOMPARE(waited, 1);
-    QCOMPARE(killed, 0);
     QCOMPARE(Running(), 1);
 }
 
@@ -254,7 +225,7 @@ void TestProcesses::withoutPidfd()
     QCOMPARE(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
     QCOMPARE(prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter), 0);
     QVERIFY(log.lines.empty());
-    for (const auto test : {&TestProcesses::nothingMatches, &TestProcesses::matching, &TestProcesses::wait,
+    for (const auto test : {&TestProcesses::namesAndIds, &TestProcesses::matching, &TestProcesses::wait,
                             &TestProcesses::processOfAnotherUser}) {
         (this->*test)();
         cleanup();

@@ -1,3 +1,4 @@
+#include <common/shell/registryoverrider.h>
 #include <common/shell/shell.h>
 
 #include <files/filetree.h>
@@ -6,6 +7,12 @@
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
+
+#ifdef Q_OS_WIN
+#include <qt_windows.h>
+#else
+#include <dlfcn.h>
+#endif
 
 using common::Shell;
 
@@ -17,12 +24,14 @@ private Q_SLOTS:
     void names();
     void copy_data();
     void copy() { VerifyCall(); }
-    void copyDir_data();
-    void copyDir() { VerifyCall(); }
     void moveDir_data();
     void moveDir() { VerifyCall(); }
     void resources();
     void scanFiles();
+    void registration_data();
+    void registration();
+    void modules();
+    void overrider();
 
 private:
     static void VerifyCall();
@@ -33,11 +42,9 @@ namespace
 
 /// The entries of the tree before; the call; its result; the entries after, behind "+" only those that came
 /// anew; the log.
-using CallTable = Table<QString, QString, bool, QString, QStringList>;
-
-CallTable Calls()
+auto Calls()
 {
-    return CallTable("tree", "call", "result", "after", "lines");
+    return Table<QString, QString, bool, QString, QStringList>("tree", "call", "result", "after", "lines");
 }
 
 /// Calls an operation; "+" at its end lets a copy overwrite or tolerate.
@@ -45,22 +52,35 @@ bool Call(QStringList words)
 {
     constexpr auto onlyDirs = QDir::Dirs | QDir::NoDotAndDotDot;
     const bool flag = words.removeAll("+") > 0;
-    const QString name = words.takeFirst();
-    const QString from = words.value(0);
-    const QString to = words.value(1);
-    if (name == "Copy") {
-        return Shell::Copy(from, to, flag);
+    const QString from = words.value(1);
+    const QString to = words.value(2);
+    if (words.at(0) == "Copy") {
+        return words.size() > 3 ? Shell::Copy(words.mid(3), from, to, flag) : Shell::Copy(from, to, flag);
     }
-    if (name == "CopyList") {
-        return Shell::Copy(words.mid(2), from, to, flag);
-    }
-    return name == "CopyDir" ? Shell::CopyDir(from, to, onlyDirs, flag) : Shell::MoveDir(from, to);
+    return words.at(0) == "CopyDir" ? Shell::CopyDir(from, to, onlyDirs, flag) : Shell::MoveDir(from, to);
 }
 
 QString Failed(const QString& source, const QString& destination)
 {
     return QString("3 Copy file '%1' to '%2' failed!").arg(source, destination);
 }
+
+#ifdef Q_OS_WIN
+const QStringList userOverride{"7 Restoring ovveridden key"};
+
+/// Returns whether the component has left its mark for this user or for all.
+bool IsMarked(HKEY root)
+{
+    HKEY key = nullptr;
+    const auto error = RegOpenKeyW(root, L"Software\\Classes\\vxcommon.test.component", &key);
+    RegCloseKey(key);
+    return error == ERROR_SUCCESS;
+}
+#else
+const QStringList userOverride; // There is nothing to redirect.
+#endif
+
+constexpr auto channel = "common.shell";
 
 } // namespace
 
@@ -77,7 +97,7 @@ void TestShell::names()
 
 void TestShell::copy_data()
 {
-    const CallTable row = Calls();
+    const auto row = Calls();
     row("copy into folders that are missing", "a=1", "Copy a x/y/b", true, "+x/y/b=1", {});
     row("existing, kept", "a=1, b=2", "Copy a b", false, "+", {Failed("a", "b")});
     row("existing, replaced", "a=1, b=2", "Copy a b +", true, "a=1, b=1", {});
@@ -86,17 +106,13 @@ void TestShell::copy_data()
     row("file where a folder is needed", "a=1, b=2", "Copy a b/c", false, "+",
         {"3 Failed to create path 'ROOT/b'.", Failed("a", "b/c")});
     row("onto itself", "d/a=1", "Copy d/a d/../d/./a +", false, "+", {Failed("d/a", "d/../d/./a")});
-    row("list, up to the first failure", "from/1=1, from/sub/2=2, from/3=3",
-        "CopyList from to 1 sub/2 none 3", false, "+to/1=1, to/sub/2=2", {Failed("from/none", "to/none")});
+    row("list, up to the first failure", "from/1=1, from/sub/2=2, from/3=3", "Copy from to 1 sub/2 none 3",
+        false, "+to/1=1, to/sub/2=2", {Failed("from/none", "to/none")});
 #ifdef Q_OS_UNIX
     row("dots behind a link", "a/b/x=1, a/y=2, l->a/b, y=3", "Copy l/../y l/../z/y", true, "+a/z/y=2", {});
     row("copy of a fifo", "p|, l->p", "Copy l b", false, "+", {Failed("l", "b")});
 #endif
-}
 
-void TestShell::copyDir_data()
-{
-    const CallTable row = Calls();
     row("tree makes its destination", "from/a/b/x=1, from/y=2", "CopyDir from to", true,
         "+to/a/b/x=1, to/y=2", {});
     row("flat, destination missing", "from/x=1", "CopyDir from to", false, "+", {});
@@ -116,7 +132,7 @@ void TestShell::copyDir_data()
 
 void TestShell::moveDir_data()
 {
-    const CallTable row = Calls();
+    const auto row = Calls();
     const QString noDrive = "3 MoveDir: source or destination dir is not absolute path: ";
     const QString notCopied = "3 MoveDir: failed to copy dir: ";
     row("no drive", "from/a/.h=1", "MoveDir from to", true, "to/a/.h=1", {noDrive + "from to"});
@@ -160,7 +176,7 @@ void TestShell::VerifyCall()
     const RecordingLogger log;
     QCOMPARE(Call(call.split(' ')), result);
     QCOMPARE(filetree::Snapshot(dir.path()), expected);
-    QCOMPARE(log.Lines("common.shell", common::logger::Debug, dir.path()), lines);
+    QCOMPARE(log.Lines(channel, 7, dir.path()), lines);
     QCOMPARE(log.lines.size(), std::size_t(lines.size())); // None of another channel.
 }
 
@@ -197,6 +213,77 @@ void TestShell::scanFiles()
     QCOMPARE(scan({"k", "l", "gone", "p", "x*", "up"}),
              QStringList({"k/gone", "k/p", "l/gone", "l/p", "x.txt"}));
     QCOMPARE(Shell::ScanFiles(dir.filePath("m/../s"), {}), QStringList{dir.filePath("far/s/a")});
+#endif
+}
+
+void TestShell::registration_data()
+{
+    const Table<bool, unsigned long, QStringList> row("admin", "result", "lines");
+    row("user", false, 0, userOverride);
+    row("admin", true, 0, {});
+    row("E_FAIL", false, 0x80004005,
+        userOverride + QStringList("3 Failed to invoke DllRegisterServer(): 0x80004005"));
+}
+
+void TestShell::registration()
+{
+    QFETCH(bool, admin);
+    QFETCH(unsigned long, result);
+    QFETCH(QStringList, lines);
+
+    qputenv("COMPONENT_RESULT", QByteArray::number(qulonglong{result}, 16));
+    const QString tail = QString("egistering DLL: '%1' from %2").arg(COMPONENT, admin ? "admin" : "user");
+    RecordingLogger log;
+#ifdef Q_OS_WIN
+    HKEY key = nullptr; // It exists for each user of Windows, but not in a fresh prefix of Wine.
+    QCOMPARE(RegCreateKeyW(HKEY_CURRENT_USER, L"Software\\Classes", &key), ERROR_SUCCESS);
+    RegCloseKey(key);
+#endif
+    QCOMPARE(Shell::RegisterComponent(COMPONENT, admin), result);
+    QCOMPARE(log.Lines(channel, 7), QStringList("7 R" + tail) + lines);
+    log.lines.clear();
+#ifdef Q_OS_WIN
+    QCOMPARE(IsMarked(HKEY_CURRENT_USER), !admin);
+    QCOMPARE(IsMarked(HKEY_LOCAL_MACHINE), admin);
+#endif
+    QVERIFY2(Shell::ProcessModules(COMPONENT).isEmpty(), "it stays loaded");
+    QCOMPARE(Shell::UnregisterComponent(COMPONENT, admin), result);
+    QCOMPARE(log.Lines(channel, 7),
+             QStringList("7 Unr" + tail) + lines.replaceInStrings("DllReg", "DllUnreg"));
+#ifdef Q_OS_WIN
+    QVERIFY(!IsMarked(HKEY_CURRENT_USER));
+    QVERIFY(!IsMarked(HKEY_LOCAL_MACHINE));
+#endif
+}
+
+void TestShell::modules()
+{
+    const QStringList all = Shell::ProcessModules("");
+    const QString executable = QDir::toNativeSeparators(QCoreApplication::applicationFilePath());
+    QCOMPARE(all.value(0).toLower(), executable.toLower());
+    QCOMPARE(Shell::ProcessModules("Qt6Core"), all.filter("Qt6Core"));
+    for (const QString& path : all) {
+        QVERIFY2(QFileInfo(path).isFile(), qPrintable(path));
+    }
+#ifdef Q_OS_UNIX
+    const QFileInfo component(COMPONENT);
+    QDir::setCurrent(component.path());
+    void* const library = dlopen(QFile::encodeName("./" + component.fileName()).constData(), RTLD_NOW);
+    QVERIFY(library != nullptr);
+    QDir::setCurrent("/");
+    QCOMPARE(Shell::ProcessModules(COMPONENT), QStringList(component.canonicalFilePath()));
+    dlclose(library);
+#endif
+}
+
+void TestShell::overrider()
+{
+    const RecordingLogger log;
+    static_cast<void>(common::RegistryOverrider("HKEY_CLASSES_ROOT", "HKEY_CURRENT_USER", L"Software"));
+#ifdef Q_OS_WIN
+    QCOMPARE(log.Lines(channel, 7), userOverride);
+#else
+    QCOMPARE(log.Lines(channel, 7), QStringList("3 Failed to open dstKey: 0x      78"));
 #endif
 }
 
