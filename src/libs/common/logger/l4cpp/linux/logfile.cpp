@@ -7,6 +7,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 namespace common::logger::l4cpp
 {
@@ -21,7 +22,8 @@ std::string LocalPath(const QString& path)
     return path.toLocal8Bit().toStdString();
 }
 
-/// Opens the file again after log4cpp's constructor, because that offers no way to pass a flag.
+/// Opens the file again after log4cpp's constructor, because that offers no way to pass a flag. A file that
+/// follows a rollover gets the permissions of the first one, which can be private.
 template<typename Base>
 class CloseOnExec final : public Base
 {
@@ -32,6 +34,10 @@ public:
     {
         this->_flags |= O_CLOEXEC;
         this->reopen();
+        struct stat status = {};
+        if (::fstat(this->_fd, &status) == 0) {
+            this->_mode = status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
+        }
     }
 };
 
