@@ -31,12 +31,16 @@ const wchar_t* Wide(const QString& path)
     return reinterpret_cast<const wchar_t*>(path.utf16());
 }
 
-/// Opens a file as log4cpp does, in text mode, but not for child processes. Returns -1 on failure.
+/// Opens a file as log4cpp does, in text mode, but not for child processes. On failure it opens the null
+/// device: the C library of Visual C++ ends a program that writes to -1.
 int OpenLogFile(const QString& path)
 {
+    constexpr int flags = _O_WRONLY | _O_CREAT | _O_APPEND | _O_TEXT | _O_NOINHERIT;
+    constexpr int mode = _S_IREAD | _S_IWRITE;
     int descriptor = -1;
-    _wsopen_s(&descriptor, Wide(path), _O_WRONLY | _O_CREAT | _O_APPEND | _O_TEXT | _O_NOINHERIT, _SH_DENYNO,
-              _S_IREAD | _S_IWRITE);
+    if (_wsopen_s(&descriptor, Wide(path), flags, _SH_DENYNO, mode) != 0) {
+        _sopen_s(&descriptor, nullDevice, flags, _SH_DENYNO, mode);
+    }
     return descriptor;
 }
 
@@ -56,12 +60,8 @@ public:
 
     bool reopen() override
     {
-        const int descriptor = OpenLogFile(path);
-        if (descriptor < 0) {
-            return false;
-        }
         Base::close();
-        this->_fd = descriptor;
+        this->_fd = OpenLogFile(path);
         return true;
     }
 
