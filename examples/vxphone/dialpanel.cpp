@@ -44,7 +44,7 @@ void AddContact(QWidget* window, PhoneBook& book, const QString& address)
     const QString title = QWidget::tr("Add contact");
     if (const Contact* const known = book.Find(address); known != nullptr) {
         const QString reason = QWidget::tr("%1 is already in your contacts as %2.");
-        QMessageBox::information(window, title, reason.arg(address, known->name));
+        QMessageBox::information(window, title, Qt::convertFromPlainText(reason.arg(address, known->name)));
         return;
     }
     const QString question = QWidget::tr("Name for %1:").arg(ReadAddress(address).shown);

@@ -28,7 +28,7 @@ void AddEntry(QListWidget* list, const QString& title, const QString& details, c
 {
     const QIcon icon = SymbolIcon(ReadAddress(address).symbol);
     auto* const item = new QListWidgetItem(icon, title + u'\n' + details, list);
-    item->setToolTip(item->text());
+    item->setToolTip(Qt::convertFromPlainText(item->text()));
     item->setData(Qt::UserRole, address);
 }
 

@@ -5,6 +5,7 @@
 #include <QAbstractScrollArea>
 #include <QInputDialog>
 #include <QPainter>
+#include <QTextDocument>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -53,7 +54,7 @@ QString AskForText(QWidget* parent, const QString& title, const QString& label)
 {
     QInputDialog dialog(parent);
     dialog.setWindowTitle(title);
-    dialog.setLabelText(label);
+    dialog.setLabelText(Qt::convertFromPlainText(label));
     dialog.setOkButtonText(title);
     dialog.resize(parent->width() / 2, 0);
     return dialog.exec() == QDialog::Accepted ? dialog.textValue().trimmed() : QString();
@@ -75,7 +76,7 @@ void Line::Show(const QString& text, const QString& newSymbol, const QString& to
 {
     symbol = newSymbol;
     setText(text);
-    setToolTip(toolTip.isEmpty() ? text : toolTip);
+    setToolTip(Qt::convertFromPlainText(toolTip.isEmpty() ? text : toolTip));
     update();
 }
 
