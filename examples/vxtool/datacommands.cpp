@@ -35,7 +35,7 @@ const QString keyDetails =
 /// Sets `key` from the options or the environment, or to `otherwise` without either. Complains on failure.
 bool ReadKey(const QCommandLineParser& parser, const QString& otherwise, QString& key)
 {
-    key = qEnvironmentVariable("VXTOOL_KEY", otherwise);
+    key = qEnvironmentVariable("VXTOOL_KEY");
     if (parser.isSet(keyFileOption)) {
         QByteArray bytes;
         if (!ReadInput(parser.value(keyFileOption), bytes)) {
@@ -48,6 +48,11 @@ bool ReadKey(const QCommandLineParser& parser, const QString& otherwise, QString
     }
     if (parser.isSet(keyOption)) {
         key = parser.value(keyOption);
+    }
+    if (key.isEmpty()) {
+        key = otherwise;
+        // Most likely the value of an unset variable. It must not mean "not encrypted".
+        return !(parser.isSet(keyOption) || parser.isSet(keyFileOption)) || Complain(u"the key is empty"_s);
     }
     // With a longer key, the output would consist of zero bytes.
     return key.toUtf8().size() <= AES::maxKeySize ||
