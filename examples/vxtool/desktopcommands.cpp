@@ -113,6 +113,13 @@ Run RunComponents(unsigned long (*call)(const QString&, bool))
     };
 }
 
+/// Also fails if the settings were written, but not the files that the desktop reads.
+int ExitCodeOfRegistration(bool isDone)
+{
+    const QString error = TakeLibraryError();
+    return isDone && error.isEmpty() ? AllValid : Fail(error);
+}
+
 /// Returns a command that runs `change` for the URL schemes given.
 Run ChangeProtocols(bool (*change)(const QStringList&, const QString&, const QString&))
 {
@@ -124,10 +131,9 @@ Run ChangeProtocols(bool (*change)(const QStringList&, const QString&, const QSt
                 return Fail(u"\"%1\" is not a URL scheme"_s.arg(text));
             }
         }
-        return change(given.isEmpty() ? ClickToCall::currentAvailableProtocols() : given,
-                      parser.value(applicationOption), parser.value(organizationOption))
-                   ? AllValid
-                   : Fail(TakeLibraryError());
+        return ExitCodeOfRegistration(
+            change(given.isEmpty() ? ClickToCall::currentAvailableProtocols() : given,
+                   parser.value(applicationOption), parser.value(organizationOption)));
     };
 }
 
@@ -138,8 +144,7 @@ int UnregisterApplication(const QCommandLineParser& parser)
     if (application.isEmpty() || organization.isEmpty()) {
         return FailUsage(u"the names must not be empty"_s);
     }
-    return ClickToCall::unregisterApplication(application, organization) ? AllValid
-                                                                         : Fail(TakeLibraryError());
+    return ExitCodeOfRegistration(ClickToCall::unregisterApplication(application, organization));
 }
 
 int ProtocolState(const QCommandLineParser& parser)

@@ -21,9 +21,9 @@ namespace common
  * Blocks the calling thread, and can be called from any thread. Arguments are not checked: a scheme that is
  * in none of the lists is registered like any other, and names become parts of keys verbatim.
  *
- * If a write fails, the function writes an Error line on the channel "common.clicktocall", continues with the
- * rest and returns false. On Linux the write also fails if a process that was stopped holds the store for
- * more than 1 s.
+ * If a write fails, the function writes an Error line on the channel "common.clicktocall" and continues with
+ * the rest. It returns false only if the settings could not be written. On Linux that also happens if a
+ * process that was stopped holds the store for more than 1 s.
  */
 class VXCOMMON_EXPORT ClickToCall
 {
