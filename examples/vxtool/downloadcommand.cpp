@@ -77,6 +77,9 @@ int RunToFile(const QCommandLineParser& parser, const QString& path, std::unique
               const StatusKeeper& manager)
 {
     const QFileInfo info(path);
+    if (info.fileName().isEmpty()) {
+        return FailUsage(u"\"%1\" names no file"_s.arg(path));
+    }
     if (info.exists() && !info.isFile()) {
         return Fail(u"%1 is not a regular file"_s.arg(path));
     }

@@ -54,7 +54,7 @@ QString FullPath(const QString& path)
         return info.canonicalFilePath();
     }
     const QString directory = QFileInfo(info.path()).canonicalFilePath();
-    return directory.isEmpty() ? info.absoluteFilePath() : QDir(directory).filePath(name);
+    return directory.isEmpty() ? info.filePath() : QDir(directory).filePath(name);
 }
 
 /// Counts the entries that the library's jobs leave out.
@@ -317,6 +317,9 @@ int Scan(const QCommandLineParser& parser)
 {
     RowPrinter printer(parser);
     return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& path) {
+        if (!IsDirectory(path)) {
+            return false;
+        }
         for (const QString& file : Shell::ScanFiles(path, parser.values(filterOption))) {
             if (parser.isSet(nullOption)) {
                 PrintBytes(QFile::encodeName(file) + '\0');
@@ -324,7 +327,7 @@ int Scan(const QCommandLineParser& parser)
                 printer.Print({{u"file"_s, file}});
             }
         }
-        return IsDirectory(path);
+        return true;
     }));
 }
 

@@ -47,6 +47,9 @@ ProgressBar::ProgressBar(AmountText amountText_)
 
 void ProgressBar::Update(qint64 done_, qint64 total_)
 {
+    if (done_ == 0) {
+        return; // An empty file, or a further attempt.
+    }
     done = done_;
     total = total_;
     if (!IsQuiet() && sinceDrawn.elapsed() >= (width > 0 ? redrawInterval : lineInterval)) {
@@ -83,6 +86,7 @@ QString ProgressBar::Text() const
 
 void ProgressBar::Draw()
 {
+    width = platform::TerminalWidth();
     const QString text = Text();
     if (width == 0) {
         PrintError(text);
