@@ -1,4 +1,5 @@
 #include <common/http/ihttprequest.h>
+#include <common/http/ihttprequestmultipartdata.h>
 #include <common/idle/idlewatcher.h>
 #include <common/shell/shell.h>
 #include <common/tools/sleepwatcher.h>
@@ -43,14 +44,22 @@ void TestExhaustion::failure_data()
     row("idle watcher", true,
         [] { return common::IdleWatcher::instance()->idleWatcherPrivate()->backend == nullptr; });
     row("sleep watcher", true, [] { return !tools::SleepWatcher::instance()->isInited(); });
-    row("request", false, [] {
-        QNetworkAccessManager manager;
-        common::http::IHttpRequest* const request = common::http::CreateHttpRequest(&manager, &manager);
-        request->SetUrl(QUrl("http://localhost:9/"));
-        const bool sent = request->Get();
-        QTest::qWait(sent ? 200 : 0); // The name is looked up on a thread.
-        return !sent;
-    });
+    for (const int files : {0, 3}) {
+        row(files == 0 ? "request" : "form", false, [files] {
+            using namespace common::http;
+            QNetworkAccessManager manager;
+            IHttpRequest* const request = CreateHttpRequest(&manager, &manager);
+            const auto form = IHttpRequestMultiPartData::CreateMultiPartFormData();
+            for (int i = 0; i < files; ++i) {
+                form->AddPart(IHttpRequestPartData::CreateFilePartFormData("file", "/etc/passwd"));
+            }
+            request->SetUrl(QUrl("http://localhost:9/"));
+            request->SetData(files == 0 ? QSharedPointer<IHttpRequestData>() : form);
+            const bool sent = files == 0 ? request->Get() : request->Post();
+            QTest::qWait(sent ? 200 : 0); // The name is looked up on a thread.
+            return !sent;
+        });
+    }
 }
 
 void TestExhaustion::failure()
@@ -60,8 +69,8 @@ void TestExhaustion::failure()
 
     qunsetenv("DISPLAY");
     qputenv("PATH", "/none");
-    // All threads are taken, or all descriptors but 0 to 4.
-    for (int spare = needsThreads ? -1 : 0; spare < 5; ++spare) {
+    // All threads are taken, or all descriptors but 0 to 9.
+    for (int spare = needsThreads ? -1 : 0; spare < 10; ++spare) {
         const pid_t child = fork();
         if (child == 0) {
             alarm(30);

@@ -15,6 +15,14 @@
 namespace common::http
 {
 
+namespace
+{
+
+/// Qt looks up the host on one thread and sends on another.
+constexpr std::size_t descriptorsOfSend = 2;
+
+} // namespace
+
 int ToMilliseconds(int seconds)
 {
     return static_cast<int>(std::clamp<qint64>(qint64{1000} * seconds, 0, std::numeric_limits<int>::max()));
@@ -181,8 +189,7 @@ bool HttpRequest::SendRequest(HTTPRequestMethod method)
     }
 
     QNetworkReply* reply = nullptr;
-    // Qt looks up the host on one thread and sends on another.
-    const bool canSend = platform::HasDescriptors(2);
+    const bool canSend = platform::HasDescriptors(descriptorsOfSend);
     if (canSend && d->method == POST) {
         reply = SendPostRequest();
     } else if (canSend && d->method == GET) {
@@ -279,7 +286,7 @@ QNetworkReply* HttpRequest::SendPostRequest()
         return nullptr;
     }
     std::unique_ptr<QHttpMultiPart> multiPart(form->MultiPart());
-    if (multiPart == nullptr) {
+    if (multiPart == nullptr || !platform::HasDescriptors(descriptorsOfSend)) { // Its files are open now.
         LOG_MESSAGE(logger::Error) << LogPrefix()
                                    << QStringLiteral(
                                           "Failed to create multipart/form-data POST request to URL='%1'.")
