@@ -90,6 +90,9 @@ WrittenSum BodyWriter::Finish()
         written = {StateOf(FileName()), QString::fromLatin1(hash->result().toHex())};
     }
     file->close();
+    if (file->error() != QFileDevice::NoError) {
+        written = {}; // Some network file systems report only now that bytes are lost.
+    }
     return written;
 }
 
