@@ -17,12 +17,18 @@ QString ReadLink(const QString& path)
     return error || target.is_absolute() ? text : QFileInfo(path).path() + u'/' + text;
 }
 
+QString SystemPath(const QString& path)
+{
+    return path;
+}
+
 QString ResolvedPath(const QString& path)
 {
     QString absolute = SearchedPath(path);
-    // Resources are absolute to Qt.
+    // Resources are absolute to Qt. After the current directory was removed, a relative path leads nowhere.
     if (!absolute.isEmpty() && !QDir::isAbsolutePath(absolute)) {
-        absolute = QDir::currentPath() + u'/' + absolute;
+        const QString current = QDir::currentPath();
+        absolute = current.isEmpty() ? absolute : current + u'/' + absolute;
     }
     const QString folder = absolute + u'/';
     const qsizetype dots = folder.lastIndexOf(QLatin1String("/../"));
