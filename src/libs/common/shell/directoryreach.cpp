@@ -15,6 +15,13 @@ namespace
 /// Enough to walk a usual tree without opening a directory twice.
 constexpr std::size_t maxOpen = 16;
 
+/// Returns whether a directory is not the one that the scan has found.
+bool IsAnother(const OpenDirectory& opened, const std::optional<FileId>& scanned)
+{
+    return scanned && !(*scanned == opened.Id()) &&
+           (scanned->volume != opened.Id().volume || opened.HasLastingId());
+}
+
 } // namespace
 
 const OpenDirectory& DirectoryReach::To(int directory)
@@ -68,7 +75,15 @@ const OpenDirectory& DirectoryReach::Keep(int directory, OpenDirectory opened)
 
 void DirectoryReach::Close(int directory)
 {
-    open.remove_if([directory](const auto& entry) { return entry.first == directory; });
+    if (directory < 0) {
+        return;
+    }
+    // A directory that was added twice is also held under its other index. Its parent stays in use.
+    const ScannedDirectory& closed = directories[static_cast<std::size_t>(directory)];
+    open.remove_if([&](const auto& entry) {
+        const bool isSame = closed.id && closed.id->file != 0 && entry.second.Id() == *closed.id;
+        return entry.first == directory || (isSame && entry.first != closed.parent);
+    });
 }
 
 QString DirectoryReach::PathOf(int directory) const
@@ -128,21 +143,20 @@ OpenDirectory DirectoryReach::Open(const OpenDirectory* parent, int directory) c
     const auto link = isSource && scanned.isLink ? OpenDirectory::Link::Follow : OpenDirectory::Link::Refuse;
     OpenDirectory opened = parent->OpenChild(scanned.name, access, link);
     if (!isSource) {
-        return opened.IsMissing() && parent->MakeChild(scanned.name)
-                   ? parent->OpenChild(scanned.name, access, link)
-                   : std::move(opened);
+        if (opened.IsMissing()) {
+            static_cast<void>(parent->MakeChild(scanned.name)); // Another process may be faster.
+            return parent->OpenChild(scanned.name, access, link);
+        }
+        return opened;
     }
-    if (opened.IsOpen() && scanned.id && !(*scanned.id == opened.Id())) {
-        return {};
-    }
-    return opened;
+    return opened.IsOpen() && IsAnother(opened, scanned.id) ? OpenDirectory() : std::move(opened);
 }
 
 OpenDirectory DirectoryReach::OpenRoot(const ScannedDirectory& root) const
 {
     if (side == Side::Source) {
         OpenDirectory opened = OpenDirectory::Open(ResolvedPath(root.name), OpenDirectory::Access::List);
-        return opened.IsOpen() && root.id && !(*root.id == opened.Id()) ? OpenDirectory() : std::move(opened);
+        return opened.IsOpen() && IsAnother(opened, root.id) ? OpenDirectory() : std::move(opened);
     }
     const QString path = ResolvedPath(root.destination);
     if (path.isEmpty() || !QDir().mkpath(path)) {

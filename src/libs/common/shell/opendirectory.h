@@ -54,6 +54,9 @@ public:
     /// Leads to this very directory while it is held; not a path to show.
     const QString& Path() const { return path; }
     const FileId& Id() const { return id; }
+    /// Returns whether the directory has the same id when it is opened again. FAT, exFAT and FUSE assign new
+    /// ones when memory is short.
+    bool HasLastingId() const;
 
 private:
     Q_DISABLE_COPY(OpenDirectory)

@@ -6,7 +6,9 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace common
@@ -79,6 +81,16 @@ OpenDirectory OpenDirectory::OpenChild(const QString& name, Access access, Link 
         opened.id = {status.st_dev, status.st_ino, status.st_nlink};
     }
     return opened;
+}
+
+bool OpenDirectory::HasLastingId() const
+{
+    struct statfs status = {};
+    if (::fstatfs(static_cast<int>(native), &status) != 0) {
+        return true;
+    }
+    const auto type = static_cast<std::uint32_t>(status.f_type);
+    return type != MSDOS_SUPER_MAGIC && type != EXFAT_SUPER_MAGIC && type != FUSE_SUPER_MAGIC;
 }
 
 bool OpenDirectory::MakeChild(const QString& name) const

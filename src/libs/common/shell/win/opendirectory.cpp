@@ -26,7 +26,8 @@ bool IsElsewhere(HANDLE directory)
 
 bool IsMissingError(DWORD error)
 {
-    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_DIRECTORY;
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_DIRECTORY ||
+           error == ERROR_INVALID_NAME;
 }
 
 Removal ResultOf(bool removed)
@@ -59,34 +60,39 @@ OpenDirectory OpenDirectory::Open(const QString& path, Access access)
 }
 
 // Without FILE_SHARE_DELETE: what is open here can be neither renamed nor removed.
-OpenDirectory OpenDirectory::OpenChild(const QString& name, Access /*access*/, Link link) const
+OpenDirectory OpenDirectory::OpenChild(const QString& name, Access access, Link link) const
 {
     const QString childPath = IsOpen() ? path + u'/' + name : name;
     if (IsOpen() && !IsHeld()) {
-        return Open(childPath, Access::List);
+        return Open(childPath, access);
     }
     OpenDirectory opened;
     const DWORD flags =
         FILE_FLAG_BACKUP_SEMANTICS | (link == Link::Refuse ? FILE_FLAG_OPEN_REPARSE_POINT : 0);
-    const HANDLE handle =
-        ::CreateFileW(NativePath(childPath).c_str(), FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                      nullptr, OPEN_EXISTING, flags, nullptr);
+    const HANDLE handle = ::CreateFileW(
+        NativePath(childPath).c_str(), access == Access::List ? FILE_LIST_DIRECTORY : FILE_TRAVERSE,
+        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, flags, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
         opened.missing = IsMissingError(::GetLastError());
         return opened;
     }
-    opened.native = reinterpret_cast<std::intptr_t>(handle);
     BY_HANDLE_FILE_INFORMATION information = {};
-    if (::GetFileInformationByHandle(handle, &information) == 0) {
-        return opened;
-    }
-    if ((information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-        opened.missing = true;
-    } else if (link == Link::Follow || !IsElsewhere(handle)) {
+    const bool isKnown = ::GetFileInformationByHandle(handle, &information) != 0;
+    const bool isDirectory = isKnown && (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    if (isDirectory && (link == Link::Follow || !IsElsewhere(handle))) {
+        opened.native = reinterpret_cast<std::intptr_t>(handle);
         opened.path = childPath;
         opened.id = IdOf(information);
+    } else {
+        opened.missing = isKnown && !isDirectory;
+        ::CloseHandle(handle); // What is held cannot be removed.
     }
     return opened;
+}
+
+bool OpenDirectory::HasLastingId() const
+{
+    return true;
 }
 
 bool OpenDirectory::MakeChild(const QString& name) const
