@@ -29,6 +29,7 @@ private Q_SLOTS:
     void fullDisk();
     void noDescriptor();
     void noDescriptorAtFirst();
+    void removedDirectories();
     void deepTree();
     void swappedNames_data();
     void swappedNames();
@@ -83,6 +84,11 @@ void TestJobSafety::noDescriptor()
 {
     const QTemporaryDir folder;
     filetree::Build(folder.path(), {"s/a=1", "s/b=2"});
+    {
+        const ResourceLimit two(RLIMIT_NOFILE, OpenDescriptors() + 2); // For the thread and the source.
+        QCOMPARE(RunJob("copier", folder.path(), {"file s/a s/b"}), QStringList("failed 700107"));
+    }
+    QCOMPARE(filetree::Snapshot(folder.path()), QStringList({"s/a=1", "s/b=2"}));
     for (const auto& [job, end] : {std::pair("copier", "failed 700102"), {"remover", "failed 700203"}}) {
         // A sanitizer needs a descriptor at the first call of a member.
         RunJob(job, folder.path(), {"dir none"});
@@ -112,6 +118,27 @@ void TestJobSafety::noDescriptorAtFirst()
         QVERIFY(!one);
     }
     QCOMPARE(filetree::Snapshot(folder.path()), QStringList({"a=1", "new/b=1", "old=1"}));
+}
+
+void TestJobSafety::removedDirectories()
+{
+    const QTemporaryDir folder;
+    filetree::Build(folder.path(), {"s/d/e/a=1", "s/d/e/b=1"});
+    int copies = 0;
+    RecordingLogger log;
+    log.onLine = [&](const QString& text) {
+        if (text.startsWith("Successfully copied") && ++copies == 1) {
+            QDir(folder.filePath("t")).removeRecursively();
+        }
+    };
+    QCOMPARE(RunJob("copier", folder.path(), {"dir s t"}), Steps(2, 2) << "done");
+    QCOMPARE(filetree::Snapshot(folder.filePath("t")).size(), 1);
+
+    QTemporaryDir gone;
+    const filetree::CurrentDirectory current(gone.path());
+    gone.remove();
+    // "/etc" must not be copied.
+    QCOMPARE(RunJob("copier", folder.path(), {"dir ./etc u"}), QStringList("failed 700102"));
 }
 
 void TestJobSafety::deepTree()

@@ -261,8 +261,13 @@ bool FileCopyTask::MakeFolder(const Item& item, const QString& destination)
     // If it was removed in the meantime, create it again.
     destinations.Close(item.directory);
     const auto make = [&] {
-        return item.directory < 0 ? !folder.isEmpty() && (QDir(folder).exists() || QDir().mkpath(folder))
-                                  : destinations.To(item.directory).IsOpen();
+        if (item.directory < 0) {
+            return !folder.isEmpty() && (QDir(folder).exists() || QDir().mkpath(folder));
+        }
+        if (!destinations.To(item.directory).IsOpen()) {
+            destinations.CloseAll(); // Directories above it were removed, too.
+        }
+        return destinations.To(item.directory).IsOpen();
     };
     return Retry(make, [&] { return QStringLiteral("Failed to create directory '%1'").arg(folder); });
 }

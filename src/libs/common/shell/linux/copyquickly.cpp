@@ -222,6 +222,9 @@ CopyResult CopyQuickly(const FilePlace& source, const FilePlace& destination,
     if (output.IsOpen()) {
         return CopyUnnamed(input.Get(), output, target, size, mode, makeRoom);
     }
+    if (errno == EMFILE || errno == ENFILE) {
+        return CopyResult::Failed; // Without a descriptor, removing the destination does not help.
+    }
     return makeRoom ? CopyResult::NotForMe : CopyNamed(input.Get(), target, size, mode);
 }
 
