@@ -104,16 +104,22 @@ void TestFileJobs::copier_data()
         "failed 700107", "", "", {"3 'ROOT/f/l' and 'ROOT/d/a' are the same file"});
 #else
     row("slashes both ways", "s/d/a=1", "dir s\\d/ t\\x", "1/1, done", "", "t/x/a=1", {});
+    row("periods that Windows drops", "s/a=1", "file s./a. u./a., dir s. t.", "1/2, 2/2, done", "",
+        "t/a=1, u/a=1", {});
 #endif
 }
 
 void TestFileJobs::remover_data()
 {
     const Jobs row;
-    row("missing and empty paths", "a=1, b/c=2", "dir, dir x, file y, file a", "1/4, 2/4, 3/4, 4/4, done",
+    row("missing and empty paths", "a=1, b/c=2", "dir, dir x?, file y*, file a", "1/4, 2/4, 3/4, 4/4, done",
         "a=1", "",
-        {"4 Path '' doesn't exists!", "4 Path 'ROOT/x' doesn't exists!", "4 File 'ROOT/y' doesn't exist!",
-         "4 Directory '' doesn't exist!", "4 Directory 'ROOT/x' doesn't exist!"});
+        {"4 Path '' doesn't exists!", "4 Path 'ROOT/x?' doesn't exists!", "4 File 'ROOT/y*' doesn't exist!",
+         "4 Directory '' doesn't exist!", "4 Directory 'ROOT/x?' doesn't exist!"});
+    row("added twice", "a=1, d/e/f/", "dir d, dir d/e, file a, dir a",
+        "1/7, 2/7, 3/7, 4/7, 5/7, 6/7, 7/7, done", "a=1, d/e/f/", "",
+        {"4 Path 'ROOT/a' doesn't exists!", "4 Directory 'ROOT/d/e/f' doesn't exist!",
+         "4 Directory 'ROOT/d/e' doesn't exist!", "4 Directory 'ROOT/a' doesn't exist!"});
     row("hidden file", "d/.h=1, d/a=2", "dir d", "1/2, failed 700203", "d/a=2", "",
         {"3 Cannot remove directory 'ROOT/d'!"});
     row("directory added as file", "d/a=1", "file d", "failed 700204", "", "",

@@ -111,6 +111,9 @@ void TestShell::copy_data()
 #ifdef Q_OS_UNIX
     row("dots behind a link", "a/b/x=1, a/y=2, l->a/b, y=3", "Copy l/../y l/../z/y", true, "+a/z/y=2", {});
     row("copy of a fifo", "p|, l->p", "Copy l b", false, "+", {Failed("l", "b")});
+    row("links to nothing only", "from/l->none", "CopyDir from to", true, "+", {});
+#else
+    row("period that Windows drops", "a=1", "Copy a a. +", false, "+", {Failed("a", "a.")});
 #endif
 
     row("tree makes its destination", "from/a/b/x=1, from/y=2", "CopyDir from to", true,

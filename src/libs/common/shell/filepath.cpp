@@ -10,14 +10,14 @@ QString SearchedPath(const QString& path)
 {
     const qsizetype colon = path.indexOf(u':');
     if (colon < 2 || path.startsWith(u'/')) { // One letter is a drive.
-        return path;
+        return SystemPath(path);
     }
     const QStringList places = QDir::searchPaths(path.left(colon));
     if (places.isEmpty()) {
-        return path;
+        return SystemPath(path);
     }
     const QFileInfo info(path);
-    return info.exists() ? info.filePath() : places.first() + u'/' + path.mid(colon + 1);
+    return SystemPath(info.exists() ? info.filePath() : places.first() + u'/' + path.mid(colon + 1));
 }
 
 QString JoinPath(const QString& root, const QString& relativePath)

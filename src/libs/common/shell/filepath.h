@@ -5,8 +5,12 @@
 namespace common
 {
 
-/// Returns `path` with a registered search path ("icons:a") replaced by the directory that has the entry, or
-/// by the first one if none has.
+/// Returns `path` as the system reads it: Windows drops periods and spaces at the end of a name. Qt's
+/// functions do so, too.
+QString SystemPath(const QString& path);
+
+/// Returns the system's path of `path`, with a registered search path ("icons:a") replaced by the directory
+/// that has the entry, or by the first one if none has.
 QString SearchedPath(const QString& path);
 
 /**

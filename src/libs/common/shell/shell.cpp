@@ -159,12 +159,9 @@ private:
     bool CopyFiles(const Level& level, bool tolerate)
     {
         // The destination itself is not created.
-        if (level.directory == 0 && !QFileInfo(ResolvedPath(destinationRoot)).isDir()) {
-            return tolerate || level.files.empty();
-        }
+        const bool isMissing = level.directory == 0 && !QFileInfo(ResolvedPath(destinationRoot)).isDir();
         for (const ListedEntry& entry : level.files) {
             const OpenDirectory& from = sources.To(level.directory);
-            const FilePlace destination{&destinations.To(level.directory), entry.name};
             FilePlace source{&from, entry.name};
             if (entry.isLink) {
                 source = {nullptr, source.Path()}; // To be followed.
@@ -172,6 +169,10 @@ private:
                     continue;
                 }
             }
+            if (isMissing) {
+                return tolerate;
+            }
+            const FilePlace destination{&destinations.To(level.directory), entry.name};
             const CopyResult result = CopyQuickly(source, destination);
             const bool copied = result == CopyResult::NotForMe && !source.IsHeld()
                                     ? QFile::copy(source.Path(), destination.Path())
@@ -268,7 +269,7 @@ bool Shell::Copy(const QString& source, const QString& destination, bool overwri
 {
     QDir directory{QString()};
     // If a file is copied onto itself, nothing must be removed.
-    const bool isItself = LeadsTo(source, destination);
+    const bool isItself = LeadsTo(SearchedPath(source), SearchedPath(destination));
     if (overwrite && !isItself && directory.exists(destination) && !directory.remove(destination)) {
         LOG_MESSAGE(logger::Error) << "Failed to remove file '" << destination << "'.";
     }
