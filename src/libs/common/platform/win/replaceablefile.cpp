@@ -21,7 +21,7 @@ HANDLE HandleOf(int file)
     return reinterpret_cast<HANDLE>(::_get_osfhandle(file));
 }
 
-/// Owner and access control list of an open file. The pointers are into the descriptor.
+/// Owner and access control list of an open file; FAT has no list. The pointers are into the descriptor.
 struct Security
 {
     explicit Security(HANDLE file)
@@ -37,11 +37,14 @@ struct Security
     std::unique_ptr<void, decltype(&::LocalFree)> descriptor{nullptr, &::LocalFree};
 };
 
+bool IsSame(const ACL* a, const ACL* b)
+{
+    return a == b || (a && b && a->AclSize == b->AclSize && std::memcmp(a, b, a->AclSize) == 0);
+}
+
 bool IsSame(const Security& a, const Security& b)
 {
-    return a.owner && b.owner && a.accessList && b.accessList && ::EqualSid(a.owner, b.owner) &&
-           a.accessList->AclSize == b.accessList->AclSize &&
-           std::memcmp(a.accessList, b.accessList, a.accessList->AclSize) == 0;
+    return a.owner && b.owner && ::EqualSid(a.owner, b.owner) && IsSame(a.accessList, b.accessList);
 }
 
 } // namespace
