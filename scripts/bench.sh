@@ -33,7 +33,7 @@ for name in "${programs[@]}"; do
     [ -x "$program" ] || die "there is no benchmark \"$name\""
     say "Running $name"
     case $name in
-        files) repetitions=7 ;; # of more than a minute
+        files) repetitions=9 ;; # of more than a minute
         addresses) repetitions=5 ;; # It has no peers.
         logging | shell | singleapp | startup) repetitions=25 ;; # of a few seconds
         *) repetitions=15 ;;
