@@ -11,42 +11,8 @@
 /// The signals of a request that succeeds.
 inline const QString success = "replyFinished, binary, finished";
 
-/// Records the signals of a request in order, except progress, whose number depends on Qt.
-class SignalRecorder : public QObject
-{
-public:
-    explicit SignalRecorder(common::http::IHttpRequest* request)
-    {
-        using common::http::IHttpRequest;
-        connect(request, &IHttpRequest::replyFinished, this, [this] { events += "replyFinished"; });
-        connect(request, &IHttpRequest::requestFinishedWithBinaryData, this, [this](const QByteArray& bytes) {
-            events += "binary";
-            body = bytes;
-        });
-        connect(request, &IHttpRequest::requestFinished, this, [this](const QString& result) {
-            events += "finished";
-            text = result;
-        });
-        connect(request, &IHttpRequest::proxyError, this,
-                [this](int error) { events += QString("proxy %1").arg(error); });
-        connect(request, &IHttpRequest::invalidOperationError, this,
-                [this](int error) { events += QString("invalid %1").arg(error); });
-        connect(request, &IHttpRequest::requestError, this,
-                [this](int error, const QString& description, const QByteArray& bytes) {
-                    events += QString("error %1 %2").arg(error).arg(bytes.size());
-                    text = description;
-                    body = bytes;
-                });
-    }
-
-    QString Told() const { return events.join(", "); }
-
-    QStringList events;
-    QByteArray body; ///< As delivered, or as given with the error.
-    QString text;
-};
-
-/// A request for tests, with a separate manager and without a delay between its attempts.
+/// A request for tests, with a separate manager and without a delay between its attempts. Records its signals
+/// in order, except progress, whose number depends on Qt.
 struct RecordedRequest
 {
     void Renew()
@@ -59,12 +25,37 @@ struct RecordedRequest
 
     void Use(common::http::IHttpRequest* newRequest)
     {
+        using common::http::IHttpRequest;
         request.reset(newRequest);
         request->SetAttemptIntervalOnNetworkProblem(0);
-        told = std::make_unique<SignalRecorder>(newRequest);
+        events.clear();
+        QObject::connect(newRequest, &IHttpRequest::replyFinished, [this] { events += "replyFinished"; });
+        QObject::connect(newRequest, &IHttpRequest::requestFinishedWithBinaryData,
+                         [this](const QByteArray& bytes) {
+                             events += "binary";
+                             body = bytes;
+                         });
+        QObject::connect(newRequest, &IHttpRequest::requestFinished, [this](const QString& result) {
+            events += "finished";
+            text = result;
+        });
+        QObject::connect(newRequest, &IHttpRequest::proxyError,
+                         [this](int error) { events += QString("proxy %1").arg(error); });
+        QObject::connect(newRequest, &IHttpRequest::invalidOperationError,
+                         [this](int error) { events += QString("invalid %1").arg(error); });
+        QObject::connect(newRequest, &IHttpRequest::requestError,
+                         [this](int error, const QString& description, const QByteArray& bytes) {
+                             events += QString("error %1 %2").arg(error).arg(bytes.size());
+                             text = description;
+                             body = bytes;
+                         });
     }
 
+    QString Told() const { return events.join(", "); }
+
     std::unique_ptr<QNetworkAccessManager> manager;
+    QStringList events;
+    QByteArray body; ///< As delivered, or as given with the error.
+    QString text;
     std::unique_ptr<common::http::IHttpRequest> request;
-    std::unique_ptr<SignalRecorder> told;
 };

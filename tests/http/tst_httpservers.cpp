@@ -8,9 +8,6 @@
 #include <common/http/httprequest.h>
 
 #include <QDir>
-#include <QSslConfiguration>
-
-#include <algorithm>
 
 using namespace common::http;
 
@@ -27,29 +24,24 @@ QByteArray Served(const QString& name)
     return filetree::Read(qEnvironmentVariable("SERVER_ROOT") + '/' + name);
 }
 
-/// Returns the number of network threads. Those of destroyed managers may still be ending. 0 under Wine.
-qsizetype NetworkThreads()
+/// Returns the names of the threads. Those of destroyed managers may still be ending. Empty under Wine.
+QByteArray ThreadNames()
 {
-    const QStringList ids = QDir("/proc/self/task").entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    return std::count_if(ids.begin(), ids.end(), [](const QString& id) {
-        return filetree::Read("/proc/self/task/" + id + "/comm").startsWith("QNetworkAccess");
-    });
+    QByteArray names;
+    for (const QString& id : QDir("/proc/self/task").entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        names += filetree::Read("/proc/self/task/" + id + "/comm");
+    }
+    return names;
 }
 
-/// A request that verifies its peer.
+/// Keeps Qt's configuration, which verifies the peer.
 class VerifyingRequest : public HttpRequest
 {
 public:
     using HttpRequest::HttpRequest;
 
 protected:
-    void SetSslConfiguration(QNetworkRequest& request) override
-    {
-        HttpRequest::SetSslConfiguration(request);
-        QSslConfiguration configuration = request.sslConfiguration();
-        configuration.setPeerVerifyMode(QSslSocket::VerifyPeer);
-        request.setSslConfiguration(configuration);
-    }
+    void SetSslConfiguration(QNetworkRequest& /*request*/) override {}
 };
 
 } // namespace
@@ -70,7 +62,7 @@ void TestHttpServers::cleanupTestCase()
     request.reset();
     manager.reset();
     // OpenSSL frees the memory of a thread when it ends, and the leak checker runs at exit.
-    QTRY_COMPARE(NetworkThreads(), 0);
+    QTRY_VERIFY(!ThreadNames().contains("QNetworkAccess"));
 }
 
 void TestHttpServers::outcome_data()
@@ -104,8 +96,8 @@ void TestHttpServers::outcome()
     }
     request->SetUrl(url);
     QVERIFY(request->Get());
-    QTRY_COMPARE_WITH_TIMEOUT(told->Told(), expected, 10000);
-    QVERIFY(expected != success || told->body == Served("hello.txt"));
+    QTRY_COMPARE_WITH_TIMEOUT(Told(), expected, 10000);
+    QVERIFY(expected != success || body == Served("hello.txt"));
 }
 
 QTEST_GUILESS_MAIN(TestHttpServers)
