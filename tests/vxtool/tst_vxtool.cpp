@@ -1,31 +1,12 @@
 #include "files/filetree.h"
+#include "http/faultserver.h"
 #include "table.h"
 
 #include <common/vxcommon_features.h>
 
 #include <QProcess>
+#include <QSignalSpy>
 #include <QTemporaryDir>
-
-namespace
-{
-
-/// How a run of vxtool ended; the exit code is -1 if it crashed or did not end.
-struct Result
-{
-    int exitCode;
-    QByteArray output;
-    QByteArray error;
-};
-
-/// The error is a part of standard error; if empty, there is no output.
-using AnswerTable = Table<QString, QByteArray, QByteArray, int, QByteArray>;
-
-AnswerTable Answers()
-{
-    return AnswerTable("arguments", "input", "output", "exitCode", "error");
-}
-
-} // namespace
 
 class TestVxtool : public QObject
 {
@@ -38,30 +19,51 @@ private Q_SLOTS:
     void mistakes_data();
     void mistakes() { VerifyAnswer(); }
     void help();
-    void clickedAddress();
     void gzip();
     void json();
     void files();
+    void http_data();
+    void http();
+    void goodFileStays();
+#ifndef _WIN32 // A console program there cannot be sent Ctrl-C without sending it to this program as well.
+    void interrupt();
+#endif
 #if VXCOMMON_HAS_LOG4CPP
     void logFile();
 #endif
 
 private:
+    /// The error is a part of standard error; if empty, there is no output.
+    using AnswerTable = Table<QString, QByteArray, QByteArray, int, QByteArray>;
+
+    /// How a run of vxtool ended; the exit code is -1 if it crashed or did not end.
+    struct Result
+    {
+        int exitCode;
+        QByteArray output;
+        QByteArray error;
+    };
+
     Result Run(const QString& arguments, const QByteArray& input = QByteArray()) const;
     void VerifyAnswer() const;
+    QStringList Files() const
+    {
+        return filetree::Snapshot(dir->path());
+    }
 
     std::unique_ptr<QTemporaryDir> dir; ///< vxtool runs in here.
 };
 
 /// Runs vxtool with arguments that are separated by bars.
-Result TestVxtool::Run(const QString& arguments, const QByteArray& input) const
+TestVxtool::Result TestVxtool::Run(const QString& arguments, const QByteArray& input) const
 {
     QProcess process;
+    QSignalSpy finished(&process, &QProcess::finished);
     process.setWorkingDirectory(dir->path());
     process.start(VXTOOL_PROGRAM, arguments.isEmpty() ? QStringList() : arguments.split('|'));
     process.write(input);
     process.closeWriteChannel();
-    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit) {
+    if (!finished.wait(60000) || process.exitStatus() != QProcess::NormalExit) {
         return {-1, process.readAllStandardOutput(), process.errorString().toUtf8()};
     }
     return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
@@ -69,7 +71,7 @@ Result TestVxtool::Run(const QString& arguments, const QByteArray& input) const
 
 void TestVxtool::answers_data()
 {
-    const AnswerTable row = Answers();
+    const AnswerTable row("arguments", "input", "output", "exitCode", "error");
     const auto good = [row](const char* name, const QString& arguments, const QByteArray& input,
                             const QByteArray& output) { row(name, arguments, input, output, 0, ""); };
     good("lines of versions", "version|compare", "2 1\n1 1.0\n",
@@ -112,7 +114,7 @@ void TestVxtool::answers_data()
 
 void TestVxtool::mistakes_data()
 {
-    const AnswerTable row = Answers();
+    const AnswerTable row("arguments", "input", "output", "exitCode", "error");
     const auto fails = [row](const char* name, const QString& arguments, const QByteArray& error) {
         row(name, arguments, "", "", 1, error);
     };
@@ -132,6 +134,7 @@ void TestVxtool::mistakes_data()
     fails("no file to pack", "gzip|no/such/file", "cannot read no/such/file: ");
     fails("log in no directory", "--log|/no/such/folder/a.log|version|parse|1", "a.log: ");
 
+    row("options in an address", "--callto|tel:+49 1|--log|log", "", "--callto tel:+49 1 --log log\n", 0, "");
     misused("nothing", "", "a command is needed");
     misused("misspelt command", "vresion|parse", "unknown command: vresion. Did you mean version parse?\n");
 #if VXCOMMON_HAS_QREGEXP
@@ -159,6 +162,7 @@ void TestVxtool::VerifyAnswer() const
     QCOMPARE(result.output, output);
     QVERIFY2(error.isEmpty() ? result.error.isEmpty() : result.error.contains(error), result.error);
     QCOMPARE(result.exitCode, exitCode);
+    QCOMPARE(Files(), QStringList());
 }
 
 void TestVxtool::help()
@@ -173,13 +177,6 @@ void TestVxtool::help()
     QVERIFY(Run("help").output.contains("  version compare  "));
     QVERIFY(Run("help|hex").output.startsWith("Usage: vxtool hex [OPTION...] [TEXT...]\n"));
     QCOMPARE(Run("-h").output, Run("help").output);
-}
-
-/// A clicked address may contain further words, none of which is an option.
-void TestVxtool::clickedAddress()
-{
-    QCOMPARE(Run("--callto|tel:+49 1|--log|log").output, "--callto tel:+49 1 --log log\n");
-    QCOMPARE(filetree::Snapshot(dir->path()), QStringList());
 }
 
 void TestVxtool::gzip()
@@ -224,7 +221,7 @@ void TestVxtool::files()
         const Result result = Run(arguments);
         QCOMPARE(result.exitCode, exitCode);
         QVERIFY2((exitCode == 0 ? result.output : result.error).contains(answer), result.error);
-        QCOMPARE(filetree::Snapshot(dir->path()), after);
+        QCOMPARE(Files(), after);
     };
     verify("copy|a|d/|t", 0, "3 items copied\n",
            {"a=1", "d/b=2", "d/e/c=3", "t/a=1", "t/d/b=2", "t/d/e/c=3"});
@@ -249,11 +246,96 @@ void TestVxtool::files()
 #endif
 }
 
+void TestVxtool::http_data()
+{
+    // URL and the file "in/json" exist. Request, output and error are parts of what the server receives and
+    // the tool prints.
+    const Table<QString, QList<Answer>, int, QByteArray, QByteArray, QByteArray> row(
+        "arguments", "answers", "exitCode", "request", "output", "error");
+    const auto misused = [row](const char* name, const QString& arguments, const QByteArray& error) {
+        row(name, arguments, {}, 2, "", "", error);
+    };
+    const Answer ok{Response("200 OK", "body")};
+    const Answer busy{Response("429 Busy", "wait")};
+    row("get", "get|-v|URL|--query|a=1 2|--header|Accept-Encoding: é", {ok}, 0, "\r\nAccept-Encoding: é\r\n",
+        "body", "replyFinished 200\nrequestFinishedWithBinaryData 4\nrequestFinished 4\n");
+    row("retried", "get|URL|--attempts|2|--interval|0", {busy, ok}, 0, "GET / ", "body", "");
+    row("busy to the end", "get|URL", {busy}, 1, "", "", "error 299 (HTTP status 429): ");
+    row("steers no terminal", "get|URL", {{Response("404 \x1b[31m\x9b", "")}}, 1, "", "",
+        "replied: \\x1b[31m\\x9b\n");
+    row("no redirect", "get|URL|--redirect|manual", {{Response("302 Found", "r", "Location: /\r\n")}}, 0, "",
+        "r", "");
+    row("post JSON", "post|URL|--json-file|in/json", {ok}, 0, "\r\n\r\n{\"n\":[1]}", "", "");
+    row("post a form", "post|URL|--form|b=&|--form|a==", {ok}, 0, "\r\n\r\na=%3D&b=%26", "", "");
+    row("post files", "post|URL|--text|t=x|--file|f=in/json", {ok}, 0, "filename=\"json\"", "", "");
+    row("post a missing file", "post|URL|--file|f=none", {ok}, 1, "", "", "could not be sent");
+    row("download", "download|URL|got/file|--size|4|--md5|841A2D689AD86BD1611447453C22C6FC", {ok}, 0,
+        "GET / ", "file: 4 bytes in ", "100 % of 4 bytes");
+    row("download to standard output", "download|URL|-", {ok}, 0, "GET / ", "body", "");
+    row("download, wrong size", "download|URL|file|--size|5", {ok}, 1, "", "",
+        "error 900103: Download verification failed! ");
+    row("download over a directory", "download|URL|.", {ok}, 1, "", "", ". is not a regular file\n");
+    misused("form and parts", "post|URL|--form|a=b|--text|a=b", "exclude each other");
+    misused("interval", "get|URL|--interval|-5", "--interval takes a number from 0 to 2147483647");
+    misused("download without a file", "download|URL", "a URL and a file are needed");
+    misused("header in a header", "get|URL|--header|X: a\r\nY: b", "--header must not contain line breaks");
+    misused("header in a name", "post|URL|--text|a\nY: b=c", "names of parts and files must not contain");
+    misused("no certificate", "get|URL|--client-cert|in/json", "must be in PEM");
+}
+
+void TestVxtool::http()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QList<Answer>, answers);
+    QFETCH(int, exitCode);
+    QFETCH(QByteArray, request);
+    QFETCH(QByteArray, output);
+    QFETCH(QByteArray, error);
+
+    FaultServer server(answers);
+    filetree::Build(dir->path(), {"in/json={ \"n\": [1] }"});
+    const Result result = Run(arguments.replace("URL", server.Url().toString()));
+    QVERIFY2(result.error.contains(error), result.error);
+    QCOMPARE(result.exitCode, exitCode);
+    QVERIFY2(result.output.contains(output), result.output);
+    const QByteArray sent = server.requests.join();
+    QVERIFY2(sent.contains(request), sent);
+}
+
+void TestVxtool::goodFileStays()
+{
+    FaultServer server(
+        {{Response("404 No", "page")}, {Response("404 No", "page")}, {Response("200 OK", "new")}});
+    filetree::Build(dir->path(), {"file=good"});
+    const QString download = "download|" + server.Url().toString() + "|file";
+    QCOMPARE(Run(download).exitCode, 1);
+    QCOMPARE(Files(), QStringList{"file=good"});
+    QCOMPARE(Run(download + "|--keep-partial").exitCode, 1);
+    QCOMPARE(Files(), QStringList({"file.part=page", "file=good"}));
+    QCOMPARE(Run(download).exitCode, 0);
+    QCOMPARE(Files(), QStringList{"file=new"});
+}
+
+#ifndef _WIN32
+void TestVxtool::interrupt()
+{
+    FaultServer server({{Response("200 OK", "body").chopped(1), Answer::Hang}});
+    QProcess tool;
+    tool.start(VXTOOL_PROGRAM, {"download", server.Url().toString(), dir->filePath("file")});
+    QTRY_COMPARE(server.requests.size(), 1);
+    tool.terminate();
+    QTRY_COMPARE(tool.state(), QProcess::NotRunning);
+    QCOMPARE(Files(), QStringList());
+    QCOMPARE(tool.exitStatus(), QProcess::CrashExit); // That is, by the signal.
+    QVERIFY(tool.readAllStandardError().endsWith("vxtool download: interrupted\n"));
+}
+#endif
+
 #if VXCOMMON_HAS_LOG4CPP
 void TestVxtool::logFile()
 {
     QCOMPARE(Run("--log|log|version|parse|1|--log-source").exitCode, 0);
-    const QString log = filetree::Snapshot(dir->path()).join('|');
+    const QString log = Files().join('|');
     QVERIFY2(log.contains("main: command version parse begins (vxtool::"), qPrintable(log));
 #ifdef Q_OS_UNIX // URLs in it may hold passwords.
     QVERIFY(!QFile::permissions(dir->filePath("log")).testAnyFlags(QFile::ReadGroup | QFile::ReadOther));
