@@ -1,5 +1,7 @@
 #include <common/tools/svgicon.h>
 
+#include <files/filetree.h>
+
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -26,22 +28,15 @@ private Q_SLOTS:
     void fade();
 
 private:
-    QString Write(const QByteArray& content);
-
     QTemporaryDir dir;
 };
 
-QString TestSvgIcon::Write(const QByteArray& content)
-{
-    QFile file(dir.filePath(QString::number(qHash(content))));
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() ? file.fileName()
-                                                                                    : QString();
-}
-
 void TestSvgIcon::brokenFiles()
 {
-    for (const QString& path : {dir.filePath("missing"), Write("no picture"), Write("<svg><rect")}) {
-        const QIcon icon = SvgIcon::CreateFromSvg(path);
+    filetree::Write(dir.filePath("text"), "no picture");
+    filetree::Write(dir.filePath("cut"), "<svg><rect");
+    for (const char* name : {"missing", "text", "cut"}) {
+        const QIcon icon = SvgIcon::CreateFromSvg(dir.filePath(name));
         QCOMPARE(icon.availableSizes(), sizes);
         QCOMPARE(ImageOf(icon, sizes.last()).pixel(8, 8), qRgba(0, 0, 0, 0));
     }
@@ -50,8 +45,10 @@ void TestSvgIcon::brokenFiles()
 void TestSvgIcon::fade()
 {
     const QByteArray begin = "<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 16 16'><rect ";
-    const QString left = Write(begin + "width='8' height='16' fill='#f00'/></svg>");
-    const QString top = Write(begin + "width='16' height='8' fill='#00f'/></svg>");
+    const QString left = dir.filePath("left");
+    const QString top = dir.filePath("top");
+    filetree::Write(left, begin + "width='8' height='16' fill='#f00'/></svg>");
+    filetree::Write(top, begin + "width='16' height='8' fill='#00f'/></svg>");
     QVERIFY(SvgIcon::CreateFromTwoSvgWithOverlay(left, top, -1).isEmpty());
     const QList<QIcon> frames = SvgIcon::CreateFromTwoSvgWithOverlay(left, top, 4);
     QCOMPARE(frames.size(), 4);

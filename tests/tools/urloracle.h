@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <optional>
 
-/// Finds links with a backtracking regular expression and QUrl. FindUrlRanges must give the same.
+/// Finds links with a backtracking regular expression and QUrl. tools::url::FindUrlRanges must give the same.
 namespace urloracle
 {
 
@@ -23,58 +23,33 @@ inline const QRegularExpression& Pattern()
     return pattern;
 }
 
-/// Replaces lone surrogates, which the engine refuses, by a character that is not a letter either.
-inline QString WithoutHalfPairs(QString text)
-{
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        if (text.at(i).isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) {
-            ++i;
-        } else if (text.at(i).isSurrogate()) {
-            text[i] = QChar::ReplacementCharacter;
-        }
-    }
-    return text;
-}
-
 /// Returns whether Qt and the engine, whose versions of Unicode can differ, have the same letters in the
 /// text.
-inline bool HasSameLetters(QString text)
+inline bool HasSameLetters(const QString& text)
 {
     static const QRegularExpression letter(QStringLiteral(R"([\p{L}\p{N}])"),
                                            QRegularExpression::UseUnicodePropertiesOption);
-    QString others;
-    for (const char32_t character : text.toUcs4()) {
-        if (!QChar::isLetterOrNumber(character)) {
-            others += QChar::fromUcs4(character);
-        }
-    }
-    return text.remove(letter) == others;
+    const QList<uint> characters = text.toUcs4();
+    return text.count(letter) == std::count_if(characters.begin(), characters.end(), [](char32_t character) {
+               return QChar::isLetterOrNumber(character);
+           });
 }
 
-inline bool IsWordOf(const char* words, const QString& word)
+inline QString TopLevelPart(const QString& host)
 {
-    return QByteArray(words).split(' ').contains(word.toLatin1().toLower());
-}
-
-inline QString TopLevelPart(QString host)
-{
-    if (host.endsWith(u'.')) {
-        host.chop(1);
-    }
-    const qsizetype dot = host.lastIndexOf(u'.');
-    return dot < 0 ? QString() : host.mid(dot + 1).toLower();
+    static const QRegularExpression part(QStringLiteral(R"(\.([^.]*)\.?$)"));
+    return part.match(host).captured(1).toLower();
 }
 
 inline QString Trimmed(QString link)
 {
-    while (!link.isEmpty()) {
+    for (; !link.isEmpty(); link.chop(1)) {
         const qsizetype kind = QStringView(u")]}").indexOf(link.back());
         const bool isUnbalanced =
             kind >= 0 && link.count(link.back()) > link.count(QStringView(u"([{").at(kind));
         if (!isUnbalanced && !QStringView(u".,!?:;\"'").contains(link.back())) {
             break;
         }
-        link.chop(1);
     }
     return link;
 }
@@ -82,10 +57,8 @@ inline QString Trimmed(QString link)
 inline bool IsWebLink(const QString& link)
 {
     const QString domain = TopLevelPart(QUrl(link, QUrl::TolerantMode).host(QUrl::FullyDecoded));
-    const bool isInternational =
-        domain.startsWith(QLatin1String("xn--"), Qt::CaseInsensitive) ||
-        std::any_of(domain.begin(), domain.end(), [](QChar c) { return c.unicode() > 127; });
-    return !isInternational || tools::url::IsValidTopLevelDomain(domain);
+    static const QRegularExpression international(QStringLiteral(R"(^xn--|[^\x00-\x7F])"));
+    return !domain.contains(international) || tools::url::IsValidTopLevelDomain(domain);
 }
 
 /// Returns nothing if the engine gives up, if it and Qt disagree about letters, or if an authority is too
@@ -93,31 +66,24 @@ inline bool IsWebLink(const QString& link)
 inline std::optional<QList<tools::url::UrlRange>> FindUrlRanges(const QString& text)
 {
     QList<tools::url::UrlRange> ranges;
-    const QString subject = WithoutHalfPairs(text);
+    // The engine refuses lone surrogates; what replaces them is not a letter either. The blank keeps a BOM.
+    const QString subject = QString::fromUtf8((u' ' + text).toUtf8()).mid(1);
     if (!HasSameLetters(subject)) {
         return std::nullopt;
     }
-    qsizetype position = 0;
-    for (;;) {
-        const QRegularExpressionMatch match = Pattern().match(subject, position);
-        if (!match.isValid()) {
-            return std::nullopt;
-        }
-        if (!match.hasMatch()) {
-            return ranges;
-        }
-        position = match.capturedEnd();
+    QRegularExpressionMatch match = Pattern().match(subject);
+    for (; match.hasMatch(); match = Pattern().match(subject, match.capturedEnd())) {
         const QString link = Trimmed(text.mid(match.capturedStart(), match.capturedLength()));
+        const QByteArray scheme = (match.captured(1) + match.captured(2)).toLatin1().toLower();
         bool isLink = false;
         if (match.capturedLength(1) > 0) {
-            const qsizetype authority = match.capturedLength(1) + 3;
-            const qsizetype end = link.indexOf(QRegularExpression(QStringLiteral("[/?#]")), authority);
-            if ((end < 0 ? link.size() : end) - authority > 510) {
+            static const QRegularExpression authorityEnd(QStringLiteral("[/?#]"));
+            if (link.section(QStringLiteral("://"), 1).section(authorityEnd, 0, 0).size() > 510) {
                 return std::nullopt;
             }
-            isLink = IsWordOf("ftp http https", match.captured(1)) && IsWebLink(link);
+            isLink = QByteArrayList{"ftp", "http", "https"}.contains(scheme) && IsWebLink(link);
         } else if (match.capturedLength(2) > 0) {
-            isLink = IsWordOf("callto mailto sip sips tel", match.captured(2));
+            isLink = QByteArrayList{"callto", "mailto", "sip", "sips", "tel"}.contains(scheme);
         } else {
             isLink = tools::url::IsValidTopLevelDomain(TopLevelPart(match.captured(3)));
         }
@@ -125,6 +91,7 @@ inline std::optional<QList<tools::url::UrlRange>> FindUrlRanges(const QString& t
             ranges.append({static_cast<int>(match.capturedStart()), static_cast<int>(link.size())});
         }
     }
+    return match.isValid() ? std::optional(ranges) : std::nullopt;
 }
 
 } // namespace urloracle
