@@ -64,6 +64,11 @@ class TestLog4cpp : public QObject
 {
     Q_OBJECT
 
+    QString File(const QString& name) const { return dir->filePath(name); }
+
+    std::unique_ptr<QTemporaryDir> dir;
+    Setup setup;
+
 private Q_SLOTS:
     void init();
     void lineForms();
@@ -79,15 +84,6 @@ private Q_SLOTS:
     void channels();
     void configurationFileAndConsole();
     void linesAtExit();
-
-private:
-    QString File(const char* name) const
-    {
-        return dir->filePath(name);
-    }
-
-    std::unique_ptr<QTemporaryDir> dir;
-    Setup setup;
 };
 
 void TestLog4cpp::init()
@@ -198,7 +194,11 @@ void TestLog4cpp::changesOnTheWay()
 
 void TestLog4cpp::badPlaces()
 {
-    for (const char* place : {"no/such/folder/a.log", ".", "vanishing/a.log", "/dev/full"}) {
+    QStringList places{"no/such/folder/a.log", ".", "vanishing/a.log"};
+#ifdef Q_OS_UNIX
+    places << "/dev/full";
+#endif
+    for (const QString& place : places) {
         init();
         const Setup good = setup;
         setup.maxFileSize = 10;

@@ -126,14 +126,9 @@ void TestText::links_data()
         {"http://a.com/x", "http://b.com", "http://c.com"});
     row("brackets around and its own", "(http://a.com/x(1)).), [b.com] {ftp://c.de/} http://a.com/(])])",
         {"http://a.com/x(1)", "b.com", "ftp://c.de/", "http://a.com/(])"});
-    row("bare host with port and path", "a.com:80 a.com:65535/x?y=(z) A.RU a.com:123456 b.com:80x",
-        {"a.com:80", "a.com:65535/x?y=(z)", "A.RU", "a.com", "b.com"});
     row("international", "пример.рф 例子.中国 a.xn--p1ai http://a.com/x。",
         {"пример.рф", "例子.中国", "a.xn--p1ai", "http://a.com/x。"});
     row("file name, version, abbreviation", "main.cpp 1.2.3 v2.0 e.g. readme.txt z.b.", {});
-    row("part of a longer token", "ann@a.com @a.com ann.a@b.com _a.com a.com_ -a.com a.com-x_y", {});
-    row("address with a domain of three labels", "joe@mail.example.com", {"example.com"});
-    row("unknown scheme", "note:text git://a.com x-y:z localhost:8080 http:a.com sip://a.com", {});
     row("other schemes with any text", "sip:x tel:+7(812)1 MAILTO:a@b callto:! sips:рф",
         {"sip:x", "tel:+7(812)1", "MAILTO:a@b", "callto", "sips:рф"});
     row("unknown ASCII domain", "http://server http://10.0.0.1:80/x HTTPS://A.LAN",
@@ -141,9 +136,6 @@ void TestText::links_data()
     row("Cyrillic domain must be known",
         "http://пример.рф/x http://пример.фр http://b.фр./x http://a.XN--P1AI http://a.xn--zzzz",
         {"http://пример.рф/x", "http://a.XN--P1AI"});
-    row("angle brackets and the blanks of all scripts end a link",
-        "http://a/x\u3000b.com\u00A0c.com <http://a.com><b>",
-        {"http://a/x", "b.com", "c.com", "http://a.com"});
     const QString ideographs(600, QChar(0x4E00));
     const QStringList longHosts{"http://" + ideographs + "/a", "http://example.com，" + ideographs,
                                 "http://" + ideographs + "@example.com/a"};
