@@ -238,9 +238,10 @@ void TestLog4cpp::logOpenElsewhere()
 }
 #endif
 
-// It inherits no log, and its own lines reach its pipes.
+// It inherits no log, even a private one after a rollover, and its own lines reach its pipes.
 void TestLog4cpp::startedProgram()
 {
+    QVERIFY(QFile(setup.logFile).open(QIODevice::WriteOnly, QFile::ReadOwner | QFile::WriteOwner));
     setup.maxFileSize = 10;
     setup.Apply();
     LogOnMain("one rollover");
@@ -255,6 +256,7 @@ void TestLog4cpp::startedProgram()
 #else
     const QStringList descriptors = filetree::Snapshot(QString("/proc/%1/fd").arg(program.processId()));
     const bool isInherited = descriptors.isEmpty() || !descriptors.filter(dir->path()).isEmpty();
+    QVERIFY(!QFile::permissions(setup.logFile).testFlag(QFile::ReadOther));
 #endif
     program.closeWriteChannel();
     QVERIFY(program.waitForFinished(60000));

@@ -29,6 +29,7 @@ private Q_SLOTS:
     void links();
     void phoneBook();
     void calls();
+    void markupInALink();
     void longTexts();
     void everythingHasAName();
     void handOver();
@@ -112,6 +113,17 @@ void TestVxphone::calls()
     const QList<RecentCall> calls = PhoneBook(BookFile()).Calls();
     QCOMPARE(calls.size(), 3);
     QCOMPARE(calls.first().address, "ann");
+}
+
+// Qt would read the files that the images of rich text name.
+void TestVxphone::markupInALink()
+{
+    const auto window = CreateWindow();
+    window->TakeAddress("tel:tel:%253Cb%253E");
+    QCOMPARE(window->findChild<QLineEdit*>()->text(), "tel:%3Cb%3E");
+    for (const QLabel* const label : window->findChildren<QLabel*>()) {
+        QVERIFY2(!label->toolTip().contains("<b>"), qPrintable(label->toolTip()));
+    }
 }
 
 // A long message is shown completely, and its call link is offered for a call. The field for an address takes

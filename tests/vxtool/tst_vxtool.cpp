@@ -136,6 +136,8 @@ void TestVxtool::mistakes_data()
 
     row("options in an address", "--callto|tel:+49 1|--log|log", "", "--callto tel:+49 1 --log log\n", 0, "");
     misused("nothing", "", "a command is needed");
+    misused("empty key", "json|set|-|a|x|--key|", "the key is empty");
+    misused("download to no name", "download|http://localhost:9/|x/", "\"x/\" names no file");
     misused("misspelt command", "vresion|parse", "unknown command: vresion. Did you mean version parse?\n");
 #if VXCOMMON_HAS_QREGEXP
     misused("half a command", "sip", "  sip parse  ");
@@ -236,7 +238,12 @@ void TestVxtool::files()
     QCOMPARE(Run("copydir|d|t").exitCode, 0);
     QVERIFY(Run("copydir|d|t").error.contains("\"t/b\" exists already"));
     QVERIFY(Run("scan|--null|d").output.endsWith(QByteArray("c\0", 2)));
+    QCOMPARE(Run("scan|").output, "");
 #ifdef Q_OS_UNIX
+    qputenv("XDG_CONFIG_HOME", dir->path().toUtf8());
+    qputenv("XDG_DATA_HOME", dir->path().toUtf8());
+    filetree::Build(dir->path(), {"mimeapps.list/d/"});
+    QVERIFY(Run("protocols|register|tel").error.contains("mimeapps.list"));
     filetree::Build(dir->path(), {"h/.a=1", "h/.b/c=1", "h/v=1"});
     QVERIFY(Run("copy|h|t|--log|log").error.contains("left out: 2 hidden (--log"));
     QVERIFY(Run("remove|h").error.contains("(the directory is not empty); 1 item removed\n"));
