@@ -189,11 +189,12 @@ void TestJsonFile::access()
     QVERIFY(!isSuperuser || chown(folder.constData(), nobody, nobody) == 0);
     QCOMPARE(chmod(folder.constData(), 02755), 0);
     verifyKept(); // A new file would get the group of the directory.
-    QVERIFY(!isSuperuser || chown(path.constData(), nobody, 0) == 0);
+    QVERIFY(!isSuperuser || chown(path.constData(), nobody, nobody) == 0);
     verifyKept();
     QVERIFY(!isSuperuser || chown(path.constData(), 0, nobody) == 0);
     QCOMPARE(setxattr(folder.constData(), defaultList, list.constData(), listSize, 0), 0);
     verifyKept(); // A new file would get the list of the directory.
+    QCOMPARE(removexattr(folder.constData(), defaultList), 0);
     QCOMPARE(setxattr(path.constData(), fileList, list.constData(), listSize, 0), 0);
     verifyKept();
 }
