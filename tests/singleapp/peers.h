@@ -7,43 +7,26 @@
 #include <QDataStream>
 #include <QDir>
 #include <QLocalServer>
+#include <QLocalSocket>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
 
-#include <functional>
 #include <memory>
 
-/// Work on a separate thread, since a lock may belong to a thread. Join keeps the event loop of the caller
-/// running.
-class Thread
-{
-public:
-    explicit Thread(const std::function<void()>& work)
-        : thread(QThread::create(work))
-    {
-        thread->start();
-    }
-    ~Thread() { Join(); }
+using QtLP_Private::QtLockedFile;
 
-    void Join()
-    {
-        while (!thread->wait(1)) {
-            QCoreApplication::processEvents();
-        }
-    }
-
-private:
-    Q_DISABLE_COPY(Thread)
-
-    const std::unique_ptr<QThread> thread;
-};
-
-/// Sends a message as a secondary instance. Returns whether it was acknowledged.
+/// Sends a message as a secondary instance, on a separate thread, since a lock may belong to a thread. Keeps
+/// the event loop of the caller running. Returns whether the message was acknowledged.
 inline bool SendFromElsewhere(const QString& appId, const QString& text, int timeout = 20000)
 {
     bool sent = false;
-    Thread([&] { sent = QtLocalPeer(nullptr, appId).sendMessage(text, timeout); }).Join();
+    const std::unique_ptr<QThread> thread(
+        QThread::create([&] { sent = QtLocalPeer(nullptr, appId).sendMessage(text, timeout); }));
+    thread->start();
+    while (!thread->wait(1)) {
+        QCoreApplication::processEvents();
+    }
     return sent;
 }
 
@@ -53,6 +36,19 @@ inline QByteArray OnTheWire(const QByteArray& text, quint32 length)
     QByteArray bytes;
     QDataStream(&bytes, QIODevice::WriteOnly) << length;
     return bytes + text;
+}
+
+/// Connects a client that sends these bytes.
+inline std::unique_ptr<QLocalSocket> ConnectTo(const QString& socketName, const QByteArray& bytes = {})
+{
+    auto socket = std::make_unique<QLocalSocket>();
+    socket->connectToServer(socketName);
+    if (!socket->waitForConnected(10000)) {
+        qFatal("the server does not accept a client");
+    }
+    socket->write(bytes);
+    socket->flush();
+    return socket;
 }
 
 /// A primary instance and what it receives.

@@ -7,15 +7,15 @@
 
 #include <QElapsedTimer>
 #include <QFile>
-#include <QLocalSocket>
 #include <QProcess>
 #include <QSet>
+#include <QTemporaryFile>
 
-#include <algorithm>
+#include <csignal>
 #include <cstdio>
+#include <functional>
+#include <list>
 #include <vector>
-
-#include <sys/resource.h>
 
 namespace
 {
@@ -33,9 +33,9 @@ bool WaitFor(const std::function<bool()>& condition)
     return QTest::qWaitFor(condition, patience);
 }
 
-void Say(const QByteArray& line)
+void Say(const char* what, const QString& text = {})
 {
-    std::puts(line.constData());
+    std::printf("%s %lld %s\n", what, QCoreApplication::applicationPid(), qPrintable(text));
     static_cast<void>(std::fflush(stdout));
 }
 
@@ -45,9 +45,8 @@ void Say(const QByteArray& line)
 int RunPeer(const QString& appId, const QString& text)
 {
     QtLocalPeer peer(nullptr, appId);
-    // Shortened: the reader of the output may be busy, and a full pipe would block this process.
     QObject::connect(&peer, &QtLocalPeer::messageReceived, &peer,
-                     [](const QString& message) { Say("received " + message.left(50).toUtf8()); });
+                     [](const QString& message) { Say("received", message.left(50)); });
     Say("ready");
     static_cast<void>(std::getchar());
     for (int attempts = 0; peer.isSecondary(); ++attempts) {
@@ -61,78 +60,51 @@ int RunPeer(const QString& appId, const QString& text)
     return QCoreApplication::exec();
 }
 
-class Peer : public QProcess
-{
-public:
-    Peer(const QString& appId, const QString& text)
-    {
-        start(QCoreApplication::applicationFilePath(), {"peer", appId, text});
-    }
-    ~Peer() override
-    {
-        kill();
-        waitForFinished();
-    }
-
-    const QByteArrayList& Lines()
-    {
-        while (canReadLine()) {
-            lines += readLine().trimmed();
-        }
-        return lines;
-    }
-    bool Said(const QByteArray& line) { return Lines().contains(line); }
-    bool Says(const QByteArray& line)
-    {
-        return WaitFor([&] { return Said(line); });
-    }
-
-private:
-    QByteArrayList lines;
-};
-
-/// Processes that start at once.
+/// Processes that start at once, and what they say.
 class Crowd
 {
 public:
     Crowd(const QString& appId, int size)
     {
+        output.open();
         for (int i = 0; i < size; ++i) {
-            peers.push_back(std::make_unique<Peer>(appId, QString::number(i)));
+            QProcess& peer = peers.emplace_back();
+            peer.setStandardOutputFile(output.fileName(), QIODevice::Append);
+            peer.start(QCoreApplication::applicationFilePath(), {"peer", appId, QString::number(i)});
         }
         WaitFor([&] { return Count("ready") == size; });
-        for (const auto& peer : peers) {
-            peer->write("\n");
+        for (QProcess& peer : peers) {
+            peer.write("\n");
+        }
+    }
+    ~Crowd()
+    {
+        for (QProcess& peer : peers) {
+            peer.kill();
+            peer.waitForFinished();
         }
     }
 
-    void Add(std::unique_ptr<Peer> peer) { peers.push_back(std::move(peer)); }
-    int Count(const QByteArray& line)
+    QByteArrayList Lines(const QByteArray& start) const
     {
-        return static_cast<int>(
-            std::count_if(peers.begin(), peers.end(), [&](const auto& peer) { return peer->Said(line); }));
+        QFile file(output.fileName());
+        file.open(QIODevice::ReadOnly);
+        QByteArrayList lines = file.readAll().split('\n');
+        lines.removeIf([&](const QByteArray& line) { return !line.startsWith(start); });
+        return lines;
     }
-    /// Waits for the primary instance.
-    Peer* First()
+    int Count(const QByteArray& start) const { return static_cast<int>(Lines(start).size()); }
+    /// Returns the id of the last primary instance.
+    QByteArray First() const { return Lines("first").value(Count("first") - 1).split(' ').value(1); }
+    /// Waits until the last primary instance has received a message.
+    bool HasHeard(const QByteArray& text) const
     {
-        WaitFor([&] { return Count("first") > 0; });
-        const auto first = FindFirst();
-        return first != peers.end() ? first->get() : nullptr;
-    }
-    void KillFirst() { peers.erase(FindFirst()); }
-    bool HasEnded()
-    {
-        return Count("first") + Count("sent") + Count("failed") == static_cast<int>(peers.size());
+        return WaitFor([&] { return Count("received " + First() + ' ' + text) > 0; });
     }
 
 private:
-    using Peers = std::vector<std::unique_ptr<Peer>>;
-    Peers::iterator FindFirst()
-    {
-        return std::find_if(peers.begin(), peers.end(), [](const auto& peer) { return peer->Said("first"); });
-    }
-
-    Peers peers;
+    QTemporaryFile output;
+    std::list<QProcess> peers;
 };
 
 /// All start at once: one is the primary instance and receives the message of each other exactly once, at the
@@ -142,60 +114,39 @@ private:
 bool Storm(int round, int size, bool killFirst)
 {
     const QString appId = QStringLiteral("storm%1").arg(round);
-    Crowd crowd(appId, size);
+    const Crowd crowd(appId, size);
     QElapsedTimer timer;
     timer.start();
-    if (killFirst && crowd.First() != nullptr) {
-        // The moment varies from round to round.
-        const int moment = 2 + size * (round % 20) / 20;
-        WaitFor([&] { return crowd.First()->Lines().size() > moment; });
-        crowd.KillFirst();
+    // The moment varies from round to round.
+    if (killFirst && WaitFor([&] { return crowd.Count("received") > size * (round % 20) / 20; })) {
+        kill(crowd.First().toInt(), SIGKILL);
     }
-    const bool allEnded = WaitFor([&] { return crowd.HasEnded(); });
-    auto newcomer = std::make_unique<Peer>(appId, "newcomer");
-    newcomer->write("\n");
-    // The newcomer itself if the one that was killed had received all messages.
-    const Peer* const last = newcomer.get();
-    crowd.Add(std::move(newcomer));
-    Peer* const first = crowd.First();
-    if (first == nullptr) {
-        Say("no process is the first");
-        return false;
-    }
-    const bool heard = first == last || first->Says("received newcomer");
-    QByteArrayList lines = first->Lines();
-    lines.removeAll("again");
+    const bool allEnded =
+        WaitFor([&] { return crowd.Count("first") + crowd.Count("sent") + crowd.Count("failed") == size; });
+    QtLocalPeer newcomer(nullptr, appId);
+    // It takes the place of the one that was killed if that had received all messages.
+    const bool follows = !newcomer.isSecondary();
+    const int firsts = crowd.Count("first") + (follows ? 1 : 0) - (killFirst ? 1 : 0);
+    const bool heard = follows || (newcomer.sendMessage("newcomer", patience) && crowd.HasHeard("newcomer"));
+    const QByteArrayList lines = crowd.Lines("received");
     const bool twice = QSet<QByteArray>(lines.begin(), lines.end()).size() != lines.size();
-    const int texts = static_cast<int>(lines.size()) - 2; // Without "ready" and "first".
+    const int texts = crowd.Count("received " + crowd.First() + ' ');
     std::printf("%s %d: %d first, %d sent, %d of them not at the first attempt, %d failed, "
                 "%d messages arrived at the last first%s, newcomer %s, %lld ms\n",
-                killFirst ? "kill" : "storm", round, crowd.Count("first"), crowd.Count("sent"),
-                crowd.Count("again"), crowd.Count("failed"), texts, twice ? ", some twice" : "",
-                heard ? "heard" : "not heard", static_cast<long long>(timer.elapsed()));
-    return allEnded && heard && !twice && crowd.Count("first") == 1 && crowd.Count("failed") == 0 &&
+                killFirst ? "kill" : "storm", round, firsts, crowd.Count("sent"), crowd.Count("again"),
+                crowd.Count("failed"), texts, twice ? ", some twice" : "", heard ? "heard" : "not heard",
+                static_cast<long long>(timer.elapsed()));
+    return allEnded && heard && !twice && firsts == 1 && crowd.Count("failed") == 0 &&
            (killFirst || (texts == size && crowd.Count("again") == 0));
 }
 
 /// Returns the peak resident memory of a process, in KiB.
-long long PeakMemory(const QProcess& process)
+long long PeakMemory(const QByteArray& id)
 {
-    QFile file(QStringLiteral("/proc/%1/status").arg(process.processId()));
+    QFile file("/proc/" + id + "/status");
     file.open(QIODevice::ReadOnly);
     const QByteArray status = file.readAll();
     return status.mid(status.indexOf("VmHWM:")).simplified().split(' ').value(1).toLongLong();
-}
-
-/// Clients without a connection, which would make the test void.
-int refusedClients = 0;
-
-std::unique_ptr<QLocalSocket> Client(const QString& name, const QByteArray& bytes)
-{
-    auto socket = std::make_unique<QLocalSocket>();
-    socket->connectToServer(name);
-    refusedClients += socket->waitForConnected(10000) ? 0 : 1;
-    socket->write(bytes);
-    socket->waitForBytesWritten(bytes.isEmpty() ? 0 : 10000);
-    return socket;
 }
 
 /// Sends up to 4 GiB, until the other side ends the connection or stops reading.
@@ -215,31 +166,29 @@ bool Hostile(int round, int clients)
 {
     const QString appId = QStringLiteral("hostile%1").arg(round);
     const QString name = SocketName(appId);
-    Peer first(appId, "x");
-    first.write("\n");
-    if (!first.Says("first")) {
+    const Crowd crowd(appId, 1);
+    if (!WaitFor([&] { return crowd.Count("first") == 1; })) {
         return false;
     }
+    const QByteArray first = crowd.First();
     const long long before = PeakMemory(first);
     const QByteArray greatClaim = OnTheWire("x", 16 * 1024 * 1024);
-    Flood(*Client(name, greatClaim));
-    Flood(*Client(name, OnTheWire("x", 0xffffffff)));
-    std::vector<std::unique_ptr<QLocalSocket>> crowd;
-    crowd.reserve(static_cast<std::size_t>(clients));
+    Flood(*ConnectTo(name, greatClaim));
+    Flood(*ConnectTo(name, OnTheWire("x", 0xffffffff)));
+    std::vector<std::unique_ptr<QLocalSocket>> sockets;
     for (int i = 0; i < clients; ++i) {
-        crowd.push_back(Client(name, i < 16 ? greatClaim : i % 2 == 0 ? QByteArray() : QByteArray(2, '\0')));
+        sockets.push_back(ConnectTo(name, i < 16 ? greatClaim : QByteArray(i % 2 == 0 ? 0 : 2, '\0')));
     }
     QElapsedTimer timer;
     timer.start();
-    Peer honest(appId, "honest");
-    honest.write("\n");
-    const bool heard = first.Says("received honest") && honest.Says("sent");
+    const bool heard =
+        QtLocalPeer(nullptr, appId).sendMessage("honest", patience) && crowd.HasHeard("honest");
     const long long peak = PeakMemory(first);
     std::printf("hostile %d: honest message %s after %lld ms behind %d clients that stay, "
                 "memory %lld MiB at the beginning, %lld MiB at most\n",
                 round, heard ? "arrived" : "did not arrive", static_cast<long long>(timer.elapsed()), clients,
                 before >> 10, peak >> 10);
-    return heard && refusedClients == 0 && before > 0 && peak - before < maxGrowth;
+    return heard && before > 0 && peak - before < maxGrowth;
 }
 
 } // namespace
@@ -251,12 +200,6 @@ int main(int argc, char** argv)
     if (arguments.size() == 4 && arguments.at(1) == "peer") {
         return RunPeer(arguments.at(2), arguments.at(3));
     }
-    // Three pipes per child and a socket per client.
-    rlimit limit = {};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = limit.rlim_max;
-    setrlimit(RLIMIT_NOFILE, &limit);
-
     const PrivateTemp temp;
     const QString what = arguments.value(1);
     const int rounds = arguments.value(2).toInt();

@@ -4,22 +4,18 @@
 #include "table.h"
 
 #include <QFile>
-#include <QLocalSocket>
 #include <QRegularExpression>
+
+#include <functional>
 
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-using QtLP_Private::QtLockedFile;
-
 namespace
 {
 
 constexpr uid_t otherUser = 65534;
-
-/// CTest reports this exit code as a skipped test.
-constexpr int skipped = 77;
 
 /// Returns whether something works for another user.
 bool WorksForOther(const std::function<bool()>& work)
@@ -35,11 +31,23 @@ class TestForeignUsers : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase();
     void plantedLockFile_data();
     void plantedLockFile();
     void filesArePrivate();
     void impostor();
+
+private:
+    const PrivateTemp temp;
 };
+
+void TestForeignUsers::initTestCase()
+{
+    if (geteuid() != 0) {
+        QSKIP("Needs the rights of root.");
+    }
+    QCOMPARE(chmod(QFile::encodeName(temp.path()).constData(), 01777), 0);
+}
 
 void TestForeignUsers::plantedLockFile_data()
 {
@@ -99,17 +107,5 @@ void TestForeignUsers::impostor()
     QVERIFY(!SendFromElsewhere("impo", "secret"));
 }
 
-int main(int argc, char** argv)
-{
-    if (geteuid() != 0) {
-        std::puts("Needs the rights of root.");
-        return skipped;
-    }
-    const PrivateTemp temp;
-    chmod(QFile::encodeName(temp.path()).constData(), 01777);
-    QCoreApplication application(argc, argv);
-    TestForeignUsers test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_GUILESS_MAIN(TestForeignUsers)
 #include "tst_foreignusers.moc"

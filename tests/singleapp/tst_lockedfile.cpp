@@ -1,56 +1,41 @@
 #include "peers.h"
 
-#include <common/singleapp/qtlockedfile.h>
-
-#include <QProcess>
 #include <QSemaphore>
 
-#include <cstdio>
 #include <vector>
-
-using QtLP_Private::QtLockedFile;
 
 namespace
 {
 
-/// Takes a lock on a separate thread and keeps it until LetGo is called.
+/// Takes a lock on a separate thread, since it may belong to a thread, and keeps it until LetGo is called.
 class Holder
 {
 public:
     Holder(const QString& path, QtLockedFile::LockMode mode, bool block = false)
-        : thread([this, path, mode, block] {
+        : thread(QThread::create([this, path, mode, block] {
             QtLockedFile file(path);
             taken = file.open(QIODevice::ReadWrite) && file.lock(mode, block);
             decided.release();
             end.acquire();
-        })
-    {}
+        }))
+    {
+        thread->start();
+    }
     ~Holder() { LetGo(); }
 
     bool HasTaken(int milliseconds = 30000) { return decided.tryAcquire(1, milliseconds) && taken; }
     void LetGo()
     {
         end.release();
-        thread.Join();
+        thread->wait();
     }
 
 private:
     QSemaphore decided;
     QSemaphore end;
     bool taken = false;
-    Thread thread;
+    const std::unique_ptr<QThread> thread;
 };
-
-/// Runs as another process that takes the lock and keeps it until it is killed.
-int RunChild(char* path)
-{
-    QtLockedFile file(QString::fromLocal8Bit(path));
-    file.open(QIODevice::ReadWrite);
-    file.lock(QtLockedFile::WriteLock, false);
-    std::puts("ready");
-    static_cast<void>(std::fflush(stdout));
-    return std::getchar();
-}
 
 } // namespace
 
@@ -137,27 +122,21 @@ void TestLockedFile::tooManyReaders()
     QVERIFY(file.lock(QtLockedFile::WriteLock, false));
 }
 
+// Windows releases the locks of a thread that ends as those of a process, Linux those of open files.
 void TestLockedFile::freedByDeath()
 {
-    QProcess child;
-    child.start(QCoreApplication::applicationFilePath(), {"hold", path});
-    QVERIFY(child.waitForReadyRead(30000));
-    QtLockedFile file(path);
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    QVERIFY(!file.lock(QtLockedFile::WriteLock, false));
-    child.kill();
-    QVERIFY2(file.lock(QtLockedFile::WriteLock, true), "the lock of a killed process is free");
-    QVERIFY(child.waitForFinished());
+    auto dead = std::make_unique<QtLockedFile>(path);
+    QVERIFY(dead->open(QIODevice::ReadWrite));
+    const std::unique_ptr<QThread> thread(
+        QThread::create([&dead] { dead->lock(QtLockedFile::WriteLock, false); }));
+    thread->start();
+    QVERIFY(thread->wait());
+    QVERIFY(dead->isLocked());
+#ifndef Q_OS_WIN
+    dead.reset();
+#endif
+    QVERIFY(Holder(path, QtLockedFile::WriteLock, true).HasTaken());
 }
 
-int main(int argc, char** argv)
-{
-    if (argc == 3 && qstrcmp(argv[1], "hold") == 0) {
-        return RunChild(argv[2]);
-    }
-    QCoreApplication application(argc, argv);
-    TestLockedFile test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_GUILESS_MAIN(TestLockedFile)
 #include "tst_lockedfile.moc"

@@ -8,28 +8,9 @@
 #include <QScopeGuard>
 
 #include <csignal>
-#include <cstdio>
 
+#include <sys/wait.h>
 #include <unistd.h>
-
-namespace
-{
-
-/// Runs a primary instance that forks a helper, which outlives it, and prints the helper's id.
-int RunWithHelper(const char* appId)
-{
-    QtLocalPeer peer(nullptr, appId);
-    const pid_t helper = peer.isSecondary() ? -1 : fork();
-    if (helper == 0) {
-        sleep(60);
-        _exit(0); // The helper must not clean up for its parent.
-    }
-    std::printf("%d\n", static_cast<int>(helper));
-    static_cast<void>(std::fflush(stdout));
-    return std::getchar();
-}
-
-} // namespace
 
 class TestPeerFiles : public QObject
 {
@@ -42,6 +23,9 @@ private Q_SLOTS:
     void secondName();
     void keptFresh();
     void forkedHelper();
+
+private:
+    const PrivateTemp temp;
 };
 
 void TestPeerFiles::removedBeforeClaim()
@@ -67,7 +51,7 @@ void TestPeerFiles::removedDuringClaim()
         QVERIFY(SendFromElsewhere("again", "hello"));
     }
     QVERIFY(QFile::remove(lockPath));
-    QtLP_Private::QtLockedFile other(lockPath); // Of a process that has created the file again.
+    QtLockedFile other(lockPath); // Of a process that has created the file again.
     QVERIFY(other.open(QIODevice::ReadWrite));
     QTRY_VERIFY_WITH_TIMEOUT(!other.lock(other.ReadLock, false) || !other.unlock(), 20000);
     QTRY_COMPARE(first.received.size(), removals.size());
@@ -76,9 +60,8 @@ void TestPeerFiles::removedDuringClaim()
 // A primary instance without a directory for its files looks for one at each check only.
 void TestPeerFiles::directoryRemoved()
 {
-    const QString outer = QDir::tempPath();
-    const auto restore = qScopeGuard([&outer] { SetTempPath(outer); });
-    const QString inner = outer + "/inner";
+    const auto restore = qScopeGuard([this] { SetTempPath(temp.path()); });
+    const QString inner = temp.filePath("inner");
     QVERIFY(QDir().mkdir(inner));
     SetTempPath(inner);
     const Primary first("homeless");
@@ -118,32 +101,27 @@ void TestPeerFiles::keptFresh()
 
 void TestPeerFiles::forkedHelper()
 {
-    QProcess process;
-    process.start(QCoreApplication::applicationFilePath(), {"helper", "forked"});
-    QVERIFY(process.waitForReadyRead(30000));
-    const pid_t helper = process.readLine().trimmed().toInt();
-    QVERIFY(helper > 0);
-    const auto end = qScopeGuard([helper] { kill(helper, SIGKILL); });
+    const pid_t process = fork();
+    if (process == 0) {
+        setpgid(0, 0);
+        QtLocalPeer first(nullptr, "forked");
+        if (!first.isSecondary() && fork() > 0) {
+            raise(SIGSTOP);
+        }
+        sleep(60);
+        _exit(0); // Its helper must not clean up.
+    }
+    QVERIFY(process > 0);
+    const auto end = qScopeGuard([process] { kill(-process, SIGKILL); });
+    int status = 0;
+    QCOMPARE(waitpid(process, &status, WUNTRACED), process);
+    QVERIFY2(WIFSTOPPED(status), "it has forked the helper");
     QtLocalPeer heir(nullptr, "forked");
     QVERIFY(heir.isSecondary());
-    kill(static_cast<pid_t>(process.processId()), SIGKILL);
-    // Without events, QProcess does not collect the process.
-    for (int i = 0; i < 5000 && heir.isSecondary(); ++i) {
-        QThread::msleep(1);
-    }
-    QVERIFY2(!heir.isSecondary(), "the claim ends with its process");
+    kill(process, SIGKILL); // It stays uncollected.
+    QTRY_VERIFY2(!heir.isSecondary(), "the claim ends with its process");
     QVERIFY(SendFromElsewhere("forked", "hello"));
 }
 
-int main(int argc, char** argv)
-{
-    if (argc == 3 && qstrcmp(argv[1], "helper") == 0) {
-        return RunWithHelper(argv[2]);
-    }
-    const PrivateTemp temp;
-    QCoreApplication application(argc, argv);
-    TestPeerFiles test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_GUILESS_MAIN(TestPeerFiles)
 #include "tst_peerfiles.moc"
