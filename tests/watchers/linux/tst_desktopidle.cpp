@@ -10,7 +10,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
-#include <QElapsedTimer>
+#include <QDateTime>
 #include <QLocalServer>
 #include <QThread>
 
@@ -22,19 +22,17 @@ using common::IdleWatcher;
 class IdleServices : public QDBusVirtualObject
 {
 public:
-    IdleServices() { clock.start(); }
-
     QString introspect(const QString& /*path*/) const override { return {}; }
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
     {
         const bool windowManager = message.member() == "GetIdletime";
-        const QVariant saverTime = static_cast<uint>(100000 + clock.elapsed());
+        const QVariant saverTime = static_cast<uint>(QDateTime::currentMSecsSinceEpoch() - start);
         return connection.send(message.createReply(windowManager ? QVariant(4999ULL) : saverTime));
     }
 
 private:
-    QElapsedTimer clock;
+    const qint64 start = QDateTime::currentMSecsSinceEpoch() - 100000;
 };
 
 class TestDesktopIdle : public QObject
