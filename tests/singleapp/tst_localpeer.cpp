@@ -197,8 +197,11 @@ void TestLocalPeer::movedToThread()
     QThread thread;
     auto* const peer = new QtLocalPeer(nullptr, "moved");
     peer->moveToThread(&thread);
-    thread.start(); // After the move: a race detector does not see the order of Qt's events.
-    QMetaObject::invokeMethod(peer, &QtLocalPeer::isSecondary, Qt::BlockingQueuedConnection);
+    connect(&thread, &QThread::started, peer, &QtLocalPeer::isSecondary);
+    bool claimed = false;
+    connect(&thread, &QThread::started, this, [&claimed] { claimed = true; });
+    thread.start(); // At last: a race detector does not see the order of Qt's events.
+    QTRY_VERIFY(claimed);
     const bool sent = SendFromElsewhere("moved", "hello");
     peer->deleteLater();
     thread.quit();
