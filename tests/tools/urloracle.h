@@ -5,7 +5,6 @@
 #include <QRegularExpression>
 #include <QUrl>
 
-#include <algorithm>
 #include <optional>
 
 /// Finds links with a backtracking regular expression and QUrl. tools::url::FindUrlRanges must give the same.
@@ -25,14 +24,17 @@ inline const QRegularExpression& Pattern()
 
 /// Returns whether Qt and the engine, whose versions of Unicode can differ, have the same letters in the
 /// text.
-inline bool HasSameLetters(const QString& text)
+inline bool HasSameLetters(QString text)
 {
     static const QRegularExpression letter(QStringLiteral(R"([\p{L}\p{N}])"),
                                            QRegularExpression::UseUnicodePropertiesOption);
-    const QList<uint> characters = text.toUcs4();
-    return text.count(letter) == std::count_if(characters.begin(), characters.end(), [](char32_t character) {
-               return QChar::isLetterOrNumber(character);
-           });
+    QString others;
+    for (const char32_t character : text.toUcs4()) {
+        if (!QChar::isLetterOrNumber(character)) {
+            others += QChar::fromUcs4(character);
+        }
+    }
+    return text.remove(letter) == others;
 }
 
 inline QString TopLevelPart(const QString& host)
