@@ -98,7 +98,7 @@ void TestLogind::announcementsFromASlowBus()
 // The watcher stops with the application, and again with the process.
 void TestLogind::cleanupTestCase()
 {
-    QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+    QTimer::singleShot(0, QCoreApplication::instance(), &QCoreApplication::quit);
     QCOMPARE(QCoreApplication::exec(), 0);
 }
 
