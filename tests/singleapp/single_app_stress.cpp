@@ -119,7 +119,9 @@ bool Storm(int round, int size, bool killFirst)
     timer.start();
     // The moment varies from round to round.
     if (killFirst && WaitFor([&] { return crowd.Count("received") > size * (round % 20) / 20; })) {
-        kill(crowd.First().toInt(), SIGKILL);
+        const pid_t first = crowd.First().toInt();
+        kill(first, SIGKILL);
+        WaitFor([first] { return kill(first, 0) != 0; }); // Until then, it holds its lock.
     }
     const bool allEnded =
         WaitFor([&] { return crowd.Count("first") + crowd.Count("sent") + crowd.Count("failed") == size; });
