@@ -34,7 +34,7 @@ struct OpenPath
 {
     explicit OpenPath(int descriptor)
     {
-        std::snprintf(text.data(), text.size(), "/proc/self/fd/%d", descriptor);
+        static_cast<void>(std::snprintf(text.data(), text.size(), "/proc/self/fd/%d", descriptor));
     }
 
     std::array<char, 32> text;
