@@ -12,7 +12,7 @@ public:
     ResourceLimit(decltype(RLIMIT_FSIZE) resource_, rlim_t value)
         : resource(resource_)
     {
-        std::signal(SIGXFSZ, SIG_IGN); // It would end the program.
+        static_cast<void>(std::signal(SIGXFSZ, SIG_IGN)); // It would end the program.
         getrlimit(resource, &usual);
         const rlimit low{value, usual.rlim_max};
         setrlimit(resource, &low);
