@@ -178,6 +178,7 @@ bool Hostile(int round, int clients)
     Flood(*ConnectTo(name, greatClaim));
     Flood(*ConnectTo(name, OnTheWire("x", 0xffffffff)));
     std::vector<std::unique_ptr<QLocalSocket>> sockets;
+    sockets.reserve(static_cast<std::size_t>(clients));
     for (int i = 0; i < clients; ++i) {
         sockets.push_back(ConnectTo(name, i < 16 ? greatClaim : QByteArray(i % 2 == 0 ? 0 : 2, '\0')));
     }

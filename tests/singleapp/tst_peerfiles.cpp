@@ -106,7 +106,7 @@ void TestPeerFiles::forkedHelper()
         setpgid(0, 0);
         QtLocalPeer first(nullptr, "forked");
         if (!first.isSecondary() && fork() > 0) {
-            raise(SIGSTOP);
+            static_cast<void>(raise(SIGSTOP));
         }
         sleep(60);
         _exit(0); // Its helper must not clean up.
