@@ -37,7 +37,7 @@ struct FileHelper::Private
         const bool isPath = entry.directory < 0;
         reach.Close(entry.itself); // On Windows a directory that is held cannot be removed.
         const FilePlace place{isPath ? nullptr : &reach.To(entry.directory),
-                              isPath ? entry.info.absoluteFilePath() : entry.info.fileName()};
+                              isPath ? entry.info.filePath() : entry.info.fileName()};
         const bool isDirectory = !entry.info.isSymLink() && entry.info.isDir();
         return (isDirectory ? RemoveEmptyDirectory(place) : RemoveFileOrLink(place)) == Removal::Done;
     }
