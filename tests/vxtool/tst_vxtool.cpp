@@ -243,7 +243,11 @@ void TestVxtool::files()
     qputenv("XDG_CONFIG_HOME", dir->path().toUtf8());
     qputenv("XDG_DATA_HOME", dir->path().toUtf8());
     filetree::Build(dir->path(), {"mimeapps.list/d/"});
-    QVERIFY(Run("protocols|register|tel").error.contains("mimeapps.list"));
+    const Result registration = Run("protocols|register|tel");
+    qunsetenv("XDG_CONFIG_HOME");
+    qunsetenv("XDG_DATA_HOME");
+    QCOMPARE(registration.exitCode, 1);
+    QVERIFY(registration.error.contains("mimeapps.list"));
     filetree::Build(dir->path(), {"h/.a=1", "h/.b/c=1", "h/v=1"});
     QVERIFY(Run("copy|h|t|--log|log").error.contains("left out: 2 hidden (--log"));
     QVERIFY(Run("remove|h").error.contains("(the directory is not empty); 1 item removed\n"));
