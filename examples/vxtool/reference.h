@@ -15,7 +15,7 @@ QString CommandHelp(const Command& command);
 /// Returns the commands whose first word is `word`, one per line; empty if there is none.
 QString GroupHelp(const QString& word);
 
-/// Returns the one of `names` that `mistyped` most likely means; empty if none is close.
+/// Returns the entry of `names` that is closest to `mistyped`; empty if none is close enough.
 QString ClosestTo(const QString& mistyped, const QStringList& names);
 
 /// Returns the page "man" (of that date, such as 2026-01-31), or the completion for "bash" or "zsh"; empty

@@ -214,7 +214,7 @@ void TestProcesses::processOfAnotherUser()
     QCOMPARE(Running(), 1);
 }
 
-// As on an old kernel. This process cannot undo it, so the test runs last.
+// Blocks pidfd_open, as if the kernel were older than 5.3. That cannot be undone, so this test runs last.
 void TestProcesses::withoutPidfd()
 {
     sock_filter code[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),

@@ -68,7 +68,8 @@ inline bool IsWebLink(const QString& link)
 inline std::optional<QList<tools::url::UrlRange>> FindUrlRanges(const QString& text)
 {
     QList<tools::url::UrlRange> ranges;
-    // The engine refuses lone surrogates; what replaces them is not a letter either. The blank keeps a BOM.
+    // The engine refuses lone surrogates; what replaces them is not a letter either. The leading space
+    // prevents fromUtf8 from dropping a BOM.
     const QString subject = QString::fromUtf8((u' ' + text).toUtf8()).mid(1);
     if (!HasSameLetters(subject)) {
         return std::nullopt;

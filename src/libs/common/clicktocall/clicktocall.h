@@ -18,8 +18,8 @@ namespace common
  * defaults in the mimeapps.list of the user (freedesktop.org "Association between MIME types and
  * applications").
  *
- * Blocks the calling thread, and can be called from any thread. Arguments are not checked: a scheme that is
- * in none of the lists is registered like any other, and names become parts of keys verbatim.
+ * Blocks the calling thread, and can be called from any thread. Does not check its arguments: registers any
+ * scheme, even one that availableProtocols() does not return, and inserts names into keys verbatim.
  *
  * If a write fails, the function writes an Error line on the channel "common.clicktocall" and continues with
  * the rest. It returns false only if the settings could not be written. On Linux that also happens if a

@@ -12,7 +12,7 @@ namespace common
 namespace
 {
 
-/// Enough to walk a usual tree without opening a directory twice.
+/// Maximum number of directories kept open. In a typical tree, none has to be opened twice.
 constexpr std::size_t maxOpen = 16;
 
 /// Returns whether a directory is not the one that the scan has found.

@@ -170,7 +170,7 @@ bool FileCopyTask::Copy(const Item& item, const std::function<bool()>& makeRoom)
     const FilePlace destination = DestinationOf(item);
     CopyResult result = CopyQuickly(source, destination, makeRoom);
     if (result == CopyResult::NotForMe && makeRoom) {
-        // Remove nothing for a source that is a directory or has vanished.
+        // Keep the destination if the source is a directory or has vanished.
         const QFileInfo info(source.Path());
         if ((!info.isFile() && !info.isShortcut()) || !makeRoom()) {
             return false;

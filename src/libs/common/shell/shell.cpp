@@ -190,7 +190,7 @@ private:
     ScannedDirectories directories;
     DirectoryReach sources{directories, DirectoryReach::Side::Source};
     DirectoryReach destinations{directories, DirectoryReach::Side::Destination};
-    std::vector<Level> levels; ///< The directories that are being copied, the source first.
+    std::vector<Level> levels; ///< Stack of the source directories that are being copied.
 };
 
 /// Performs one ScanFiles.

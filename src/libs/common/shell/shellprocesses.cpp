@@ -10,7 +10,7 @@ namespace common
 namespace
 {
 
-/// Limit of one wait on Windows; further processes are ignored on both platforms.
+/// Maximum number of processes in one wait on Windows. Both platforms ignore any others.
 constexpr std::size_t maxProcesses = 64;
 
 bool EqualsIgnoringCase(const QString& a, const QString& b)

@@ -38,7 +38,7 @@ public:
     static QRegExp IDRegExp();            ///< `USER@HOST:PORT` of any domain, with trailing dial digits.
     static QRegExp IDWithoutPortRegExp(); ///< As IDRegExp, without a port.
     static QRegExp SkypeURIRegExp();      ///< "skype:NAME", with or without the Skype domain.
-    static QRegExp SkypeIDRegExp();       ///< NAME@ the Skype domain, short or long.
+    static QRegExp SkypeIDRegExp();       ///< `NAME@DOMAIN` with the Skype domain, short or long.
     static QRegExp PhoneNumberRegExp();   ///< Digits, "*" and "#", with trailing dial digits.
     static QRegExp SIPUserRegExp();       ///< A user part alone.
     /// Digits and the separators of written phone numbers; may be empty.

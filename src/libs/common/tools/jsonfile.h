@@ -48,10 +48,10 @@ public:
      * Writes the document, indented, and creates missing directories. A null document gives an empty file.
      *
      * Writes a temporary file and renames it, so that a full disk or a killed process leaves the old file
-     * intact. Its owner, group, permissions, access control list, further names (hard links) and symbolic
-     * links are kept; if a rename would not keep them, the file is written in place. So are devices and
-     * pipes, and files in a directory that does not allow new ones. Other extended attributes are not kept.
-     * Only the owner can read a new file with a key (POSIX).
+     * intact. Keeps owner, group, permissions, access control list, hard links and symbolic links of the old
+     * file. If a rename would lose any of them, overwrites the file in place; also devices and pipes, and
+     * files in a directory that does not allow new ones. Does not keep other extended attributes. Only the
+     * owner can read a new file with a key (POSIX).
      *
      * @return false if there is no file name, if the file cannot be opened or written completely, or if the
      * key is not supported, which leaves the old file unchanged

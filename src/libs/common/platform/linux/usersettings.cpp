@@ -42,7 +42,7 @@ QString StorePath()
     return Directory() + QLatin1String("/registry.ini");
 }
 
-/// Shows writers that wait for the lock that its holder has not stopped.
+/// Updates the time of the lock file: a sign to waiting writers that its holder is still active.
 void Stamp(const FileDescriptor& lock)
 {
     ::futimens(lock.Get(), nullptr);

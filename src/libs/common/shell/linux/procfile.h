@@ -26,7 +26,8 @@ std::optional<Stat> ReadStat(pid_t process);
 /// inspect.
 QString ImagePath(pid_t process);
 
-/// Returns the base name of the image or, without it, the name in the kernel; empty after the end.
+/// Returns the base name of the image, or the kernel's name of the process if the image is not known; empty
+/// if the process has ended.
 QString ExecutableName(pid_t process);
 
 /// Returns the path of the file that is mapped into this process at an address; empty if none is.
