@@ -11,9 +11,9 @@ namespace common::chrome
  * Requests that the Chrome browser installs an extension from its own store for the current user, and
  * withdraws the request.
  *
- * Windows: the documented key of the browser for external extensions in the registry. Linux: the same key in
- * the settings tree of this library and, for Chromium, a file in "External Extensions" of the user; Chrome
- * has no such place for a single user there. Can be called from any thread. Log channel:
+ * Windows: the registry key that the browser documents for external extensions. Linux: the same key in the
+ * settings tree of this library and, for Chromium, a file in the user's directory "External Extensions". On
+ * Linux, Chrome provides no per-user directory of this kind. Can be called from any thread. Log channel:
  * "common.pluginutils".
  */
 class VXCOMMON_EXPORT PluginUtils
@@ -24,18 +24,19 @@ public:
     /// Always returns true. Kept for compatibility: callers may assume that the browser is installed.
     static bool IsChromeInstalled();
 
-    /// Returns whether the installation of `id` is requested with exactly the address of the store.
+    /// Returns whether the installation of `id` is requested with the address of the store.
     static bool IsRegistered(const QString& id);
 
     /**
-     * Requests the installation of `id`. Overwrites another address.
+     * Requests the installation of `id`. Replaces a request that has another address.
      *
-     * @return whether a write was attempted: false if the request exists already (a Warn line) or the
-     * settings cannot be written (an Error line). A failed write is reported by an Error line and true.
+     * @return whether a write was attempted; false if the request already exists (logs a Warn line) or the
+     * settings are not writable (logs an Error line). If the write fails, logs an Error line and returns
+     * true.
      */
     static bool RegisterPlugin(const QString& id);
 
-    /// Withdraws the request for `id` if IsRegistered. Always returns true; a failure is an Error line.
+    /// Withdraws the request for `id` if IsRegistered(id). Always returns true; failures are only logged.
     static bool UnregisterPlugin(const QString& id);
 
 private:

@@ -30,7 +30,7 @@ bool IsOwnProgid(const QString& value, const Owner& owner)
            value.startsWith(owner.organization + u'.' + owner.application + u'.');
 }
 
-/// Saves for the first time in a call; the outcome is the result of the call.
+/// Saves the settings and returns whether they were written. Logs an Error line on failure.
 bool Save(platform::UserSettings& settings, const char* function)
 {
     const QSettings::Status status = settings.Save();
@@ -40,7 +40,7 @@ bool Save(platform::UserSettings& settings, const char* function)
     return status == QSettings::NoError;
 }
 
-/// The values that stand for the running program.
+/// Registry values that refer to the running program.
 struct Program
 {
     QString icon;
@@ -78,7 +78,7 @@ void WriteProtocol(QSettings& settings, const QString& protocol, const Program& 
 
     const QString progId = protocolkeys::ProgId(protocol, owner);
     const QString identifier = protocolkeys::Class(progId);
-    // Kept for compatibility: spaces around the colon, unlike in the scheme above.
+    // Kept for compatibility: spaces around the colon, unlike in the description of the scheme.
     settings.setValue(identifier + QLatin1String("/Default"),
                       QStringLiteral("URL : %1 Protocol").arg(protocol));
     settings.setValue(identifier + QLatin1String("/DefaultIcon/Default"), program.icon);
@@ -114,7 +114,7 @@ bool ClickToCall::registerProtocols(const QList<QString>& protocols, const QStri
     }
     const bool written = Save(*settings, "ClickToCall::registerProtocols");
     for (const QString& protocol : protocols) {
-        // Kept for compatibility: the bare name of the application, not its identifier.
+        // Kept for compatibility: the name of the application, not the program identifier.
         settings->Tree().setValue(protocolkeys::UserChoice(protocol), application);
     }
     settings->Save();

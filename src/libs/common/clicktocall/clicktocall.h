@@ -9,21 +9,20 @@ namespace common
 {
 
 /**
- * Makes the program the handler of URL schemes such as "tel" for the current user, and reports for which
- * schemes it still is the handler.
+ * Makes the program the current user's handler of URL schemes such as "tel", and reports which schemes it
+ * handles.
  *
- * A clicked address starts the executable of the running program with the arguments "--callto" and the
- * address. Windows: classes, Default Programs capabilities and user choice below HKEY_CURRENT_USER, and
- * SHChangeNotify. Linux: the same keys in an INI file; from them a desktop entry for the schemes and the
- * defaults in the mimeapps.list of the user (freedesktop.org "Association between MIME types and
- * applications").
+ * Clicking an address starts the registered executable with the arguments "--callto" and the address.
+ * Windows: writes classes, Default Programs capabilities and the user choice below HKEY_CURRENT_USER, and
+ * calls SHChangeNotify. Linux: writes the same keys to an INI file. Derives from them a desktop entry and the
+ * defaults in the user's mimeapps.list (freedesktop.org "Association between MIME types and applications").
  *
- * Blocks the calling thread, and can be called from any thread. Does not check its arguments: registers any
+ * Blocks the calling thread. Can be called from any thread. Does not check its arguments: registers any
  * scheme, even one that availableProtocols() does not return, and inserts names into keys verbatim.
  *
- * If a write fails, the function writes an Error line on the channel "common.clicktocall" and continues with
- * the rest. It returns false only if the settings could not be written. On Linux that also happens if a
- * process that was stopped holds the store for more than 1 s.
+ * If a write fails, the function logs an Error line on the channel "common.clicktocall" and continues. It
+ * returns false only if the settings could not be written. On Linux, the settings cannot be written while
+ * another process locks them and makes no progress for 1 s.
  */
 class VXCOMMON_EXPORT ClickToCall
 {
@@ -46,8 +45,8 @@ public:
                                   const QString& organization);
 
     /**
-     * Unregisters `protocols`. Keeps a choice of another handler, and the keys of the schemes themselves,
-     * without icon and command.
+     * Unregisters `protocols`. If the user has chosen another handler, keeps that choice. Keeps the keys of
+     * the schemes, but clears their icon and command.
      *
      * @return whether the settings were written; true for an empty list, which changes nothing
      */
@@ -55,17 +54,18 @@ public:
                                     const QString& organization);
 
     /**
-     * Removes the application with everything below its key Software/ORGANIZATION/APPLICATION. After that
-     * stateOfProtocols() is empty. The keys of the schemes stay: unregister them first.
+     * Removes the application and everything below its key Software/ORGANIZATION/APPLICATION. Afterwards,
+     * stateOfProtocols() returns an empty list. Does not remove the keys of the schemes: call
+     * unregisterProtocols() first.
      *
-     * @warning An empty name widens what is removed. Without `application` it is everything of the
-     * organization and the list of all registered applications of the user; without both names it is the
-     * whole tree "Software". Kept for compatibility: there is no guard.
+     * @warning If `application` is empty, removes all keys of the organization and the user's list of
+     * registered applications. If both names are empty, removes the whole tree "Software". Kept for
+     * compatibility: empty names are not rejected.
      */
     static bool unregisterApplication(const QString& application, const QString& organization);
 
-    /// Returns those availableProtocols() that are registered for the client, unless the user has chosen
-    /// another handler.
+    /// Returns those of availableProtocols() that are registered for the application, except those for which
+    /// the user has chosen another handler.
     static QList<QString> stateOfProtocols(const QString& application, const QString& organization);
 };
 

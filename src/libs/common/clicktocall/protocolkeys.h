@@ -13,13 +13,13 @@ struct Owner
     QString organization;
 };
 
-/// Returns the key of an application, with a slash at its end.
+/// Returns the key of an application, with a trailing slash.
 inline QString Application(const Owner& owner)
 {
     return QLatin1String("Software/") + owner.organization + u'/' + owner.application + u'/';
 }
 
-/// Returns the key below which each scheme of the application is a value.
+/// Returns the key, with a trailing slash, whose values are the schemes of the application.
 inline QString Capabilities(const Owner& owner)
 {
     return Application(owner) + QLatin1String("Capabilities/URLAssociations/");

@@ -11,12 +11,13 @@
 namespace common::urlhandlers
 {
 
-/// Returns the handler that the user has chosen for a scheme, also outside of the settings tree: a program
-/// identifier, or a string that is not an identifier of `owner`. Empty if there is no choice.
+/// Returns the handler that the user has chosen for a scheme, in the settings tree or on the desktop. The
+/// result is a program identifier, or a string that is not an identifier of `owner`; empty if the user has
+/// chosen none.
 QString UserChoice(const QSettings& settings, const QString& protocol, const protocolkeys::Owner& owner);
 
-/// Notifies the desktop of changed schemes, and closes the settings. `chosen` are the schemes that `owner`
-/// becomes the default handler of.
+/// Notifies the desktop of changed schemes and closes `settings`. `chosen` lists the schemes for which
+/// `owner` becomes the default handler.
 void NotifyChanged(std::unique_ptr<platform::UserSettings> settings, const protocolkeys::Owner& owner,
                    const QStringList& chosen);
 

@@ -32,8 +32,7 @@ QString ExtensionsDirectory()
     return BrowserDirectory() + QLatin1String("/External Extensions");
 }
 
-/// Returns whether `id` is an extension id: the first 128 bits of a hash in the letters a to p. So it is safe
-/// as a file name.
+/// Returns whether `id` is an extension id (128 bits of a hash in the letters a to p): a safe file name.
 bool IsExtensionId(const QString& id)
 {
     static const QRegularExpression pattern(QStringLiteral("\\A[a-p]{32}\\z"));
@@ -71,7 +70,7 @@ void Withdraw(const QString& id, const QString& updateUrl)
     if (!QFile::remove(FilePath(id))) {
         LOG_MESSAGE(logger::Error) << "Can't remove " << FilePath(id);
     }
-    // Directories that were made for this file only; rmdir removes no others.
+    // Remove the directories if this leaves them empty; otherwise rmdir fails.
     QDir().rmdir(ExtensionsDirectory());
     QDir().rmdir(BrowserDirectory());
 }

@@ -3,7 +3,7 @@
 namespace common::chrome::externalextension
 {
 
-// The browser reads the registry itself.
+// Nothing to do: the browser reads the registry.
 void Publish(const QString& /*id*/, const QString& /*updateUrl*/) {}
 
 void Withdraw(const QString& /*id*/, const QString& /*updateUrl*/) {}

@@ -11,7 +11,7 @@ namespace common
 namespace
 {
 
-/// Characters per name; keeps the id below the 255 bytes that file systems allow.
+/// Maximum length of each name in the id, which must fit into the 255 bytes that file systems allow.
 constexpr qsizetype maxPart = 64;
 constexpr qsizetype hashDigits = 12;
 
@@ -40,12 +40,12 @@ QByteArray HandlerEntryId(const protocolkeys::Owner& owner)
     const QString application = SafePart(owner.application);
     QString id = organization + u'.' + application;
     if (organization != owner.organization || application != owner.application) {
-        // A hash of the true names distinguishes names that became equal.
+        // A hash of the original names distinguishes those that became equal.
         const QByteArray names = (owner.organization + QChar(u'\0') + owner.application).toUtf8();
         const QByteArray hash = QCryptographicHash::hash(names, QCryptographicHash::Sha256).toHex();
         id += u'-' + QString::fromLatin1(hash.left(hashDigits));
     }
-    // Distinct from a menu entry that an installer may have put beside it.
+    // The suffix avoids a clash with a menu entry of an installer.
     return id.toLatin1() + "-url-handler.desktop";
 }
 

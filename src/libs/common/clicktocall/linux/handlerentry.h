@@ -10,12 +10,12 @@ namespace common
 {
 
 /**
- * Returns the id of the desktop entry for the schemes of an application: a file name of letters, digits, "-"
- * and "_", whatever the names contain. Different names have different ids.
+ * Returns the id of the desktop entry that handles the schemes of an application. The id is a safe file name,
+ * whatever the names contain. Different names have different ids.
  */
 QByteArray HandlerEntryId(const protocolkeys::Owner& owner);
 
-/// Returns the desktop entry that starts `program` with "--callto" and the address for `types`.
+/// Returns a desktop entry for `types` that starts `program` with "--callto" and the address.
 QByteArray HandlerEntry(const QString& application, const QString& program, const QByteArrayList& types);
 
 } // namespace common

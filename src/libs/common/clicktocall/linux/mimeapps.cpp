@@ -22,7 +22,7 @@ QByteArray KeyOf(const QByteArray& line)
     return sign < 0 || line.startsWith('#') ? QByteArray() : line.left(sign).trimmed();
 }
 
-/// Returns the size of a line without its line end.
+/// Returns the size of a line without its line ending.
 qsizetype ContentSize(const QByteArray& line)
 {
     qsizetype size = line.size();
@@ -32,7 +32,7 @@ qsizetype ContentSize(const QByteArray& line)
     return size;
 }
 
-/// Returns the part of a line after the "=", with its spaces.
+/// Returns the part of a line after the "=", including spaces.
 QByteArray ValueOf(const QByteArray& line)
 {
     const qsizetype start = line.indexOf('=') + 1;
@@ -46,13 +46,13 @@ QByteArray WithoutId(const QByteArray& value, const QByteArray& id)
     return ids.join(';');
 }
 
-/// Returns the line with another value, but the same key and line end.
+/// Returns the line with its value replaced by `value`.
 QByteArray WithValue(const QByteArray& line, const QByteArray& value)
 {
     return line.left(line.indexOf('=') + 1) + value + line.mid(ContentSize(line));
 }
 
-/// Removes the lines from `section` on if they are only a header. Returns whether they were.
+/// Removes the last section, which starts at line `section`, if it has only a header. Returns whether it did.
 bool DropSectionIfEmpty(QByteArrayList& lines, qsizetype section)
 {
     for (qsizetype i = section + 1; i < lines.size(); ++i) {
@@ -105,7 +105,7 @@ void MimeApps::SetDefault(const QByteArray& type, const QByteArray& id)
             inDefaults = line.trimmed() == defaultsHeader;
             header = inDefaults ? i : header;
         } else if (inDefaults && KeyOf(line) == type) {
-            // If there are several such lines, readers differ in which one they use.
+            // Update every line for the type, because readers differ in which one they use.
             line = WithValue(line, id + ';' + WithoutId(ValueOf(line), id));
             found = true;
         }
@@ -123,7 +123,7 @@ void MimeApps::SetDefault(const QByteArray& type, const QByteArray& id)
     } else if (header == lines.size() - 1) {
         EndLastLine();
     }
-    // After the header, so that a last line without a line end stays as it is.
+    // Insert after the header, so that a last line without a line ending stays unchanged.
     lines.insert(header + 1, type + '=' + id + ";\n");
 }
 
@@ -137,7 +137,7 @@ void MimeApps::EndLastLine()
 void MimeApps::RemoveExcept(const QByteArrayList& types, const QByteArray& id)
 {
     QByteArrayList kept;
-    qsizetype section = -1; // Where the current section begins in `kept`.
+    qsizetype section = -1; // Index of the current section in `kept`.
     bool cut = false;       // Whether the current section has lost a line.
     bool blocked = false;
     for (const QByteArray& line : lines) {

@@ -6,8 +6,8 @@
 namespace common
 {
 
-/// The content of a mimeapps.list. Everything of others stays as it is, byte for byte, except for a header
-/// without a line.
+/// The content of a mimeapps.list. Keeps the entries of other applications byte for byte, but removes the
+/// header of a section that becomes empty.
 class MimeApps
 {
 public:
@@ -27,7 +27,7 @@ public:
 private:
     void EndLastLine();
 
-    QByteArrayList lines; ///< With their line ends.
+    QByteArrayList lines; ///< Including their line endings.
 };
 
 } // namespace common

@@ -33,13 +33,15 @@ namespace
 
 constexpr logger::Channel logChannel{"common.clicktocall"};
 
-/// The tool runs in milliseconds; the desktop also finds the default handler without its cache.
+/// Timeout for update-desktop-database, which usually takes milliseconds. Desktops find the default handler
+/// even without its cache.
 constexpr std::chrono::milliseconds cacheLimit{5000};
 
-/// Attempts to replace a list that other programs keep changing.
+/// Maximum number of attempts to replace a list that other programs keep changing.
 constexpr int maxAttempts = 100;
 
-/// Returns the user's lists of defaults: that of the desktop, then the common one, then its old location.
+/// Returns the user's mimeapps.list files by precedence: desktop-specific, common, common in the old
+/// location.
 QStringList ListFiles()
 {
     QStringList files;
@@ -55,14 +57,13 @@ QStringList ListFiles()
     return files;
 }
 
-/// Returns the key of the entry that stood for the current choice when it was copied to the desktop. Only on
-/// this platform.
+/// Returns the key that stores the desktop entry last made the default of a scheme. Used only on Linux.
 QString ProjectedChoiceKey(const QString& protocol)
 {
     return protocolkeys::UserChoice(protocol) + QLatin1String("Entry");
 }
 
-/// Returns the MIME type of a scheme; empty for a string that is not a scheme by RFC 3986.
+/// Returns the MIME type of a scheme; empty if `protocol` is not a valid scheme (RFC 3986).
 QByteArray TypeOf(const QString& protocol)
 {
     static const QRegularExpression scheme(QStringLiteral("\\A[A-Za-z][A-Za-z0-9+.-]*\\z"));
@@ -82,8 +83,8 @@ enum class Replacement
     Failed
 };
 
-/// Replaces a list unless it has changed since `old` was read: desktops write it, too. Compares as late as
-/// possible, when the new bytes are on the disk.
+/// Replaces a list unless another program, such as the desktop, has changed it since `old` was read. Compares
+/// as late as possible, when the new bytes are on the disk.
 Replacement ReplaceList(const QString& path, const QByteArray& old, const QByteArray& wanted)
 {
     QDir().mkpath(QFileInfo(path).path());
@@ -118,7 +119,7 @@ void UpdateList(const QString& path, const std::function<void(MimeApps&)>& edit)
     }
 }
 
-/// Makes `wanted` the content of a desktop entry, or removes it if that is empty. Returns whether the entry
+/// Writes `wanted` to a desktop entry, or removes the entry if `wanted` is empty. Returns whether the entry
 /// has changed.
 bool UpdateEntry(const QString& path, const QByteArray& wanted)
 {
@@ -134,7 +135,7 @@ bool UpdateEntry(const QString& path, const QByteArray& wanted)
     return isDone;
 }
 
-/// Returns whether a desktop entry with this id exists. A "-" in the id may stand for a directory.
+/// Returns whether a desktop entry with this id exists. A "-" in the id may represent a directory separator.
 bool IsInstalled(QString id)
 {
     const QStringList directories = platform::xdg::ApplicationsDirectories();
@@ -149,7 +150,7 @@ bool IsInstalled(QString id)
     return true;
 }
 
-/// Returns the id of the desktop entry that the lists of the user prefer; empty without one.
+/// Returns the id of the user's preferred desktop entry for `type`; empty if there is none.
 QString PreferredEntry(const QByteArray& type)
 {
     QString first;
@@ -163,7 +164,7 @@ QString PreferredEntry(const QByteArray& type)
             first = first.isEmpty() ? id : first;
         }
     }
-    return first; // A choice counts even if its program is gone.
+    return first; // A choice counts even if its program is not installed.
 }
 
 void UpdateCache()
@@ -182,7 +183,7 @@ void UpdateCache()
     }
 }
 
-/// Returns the program that was last registered. The schemes may have been written by different programs.
+/// Returns the path of the program registered last. Different programs may have registered the schemes.
 QString ProgramOf(const QSettings& settings, const Owner& owner)
 {
     const QString key = protocolkeys::Application(owner) + QLatin1String("shell/open/command/Default");
@@ -217,15 +218,15 @@ QString UserChoice(const QSettings& settings, const QString& protocol, const Own
     if (entry.isEmpty() || entry == settings.value(ProjectedChoiceKey(protocol)).toString()) {
         return stored;
     }
-    // Chosen in the settings of the desktop.
+    // The user chose this entry in the settings of the desktop.
     return entry.toUtf8() == HandlerEntryId(owner) ? protocolkeys::ProgId(protocol, owner)
-                                                   : u'/' + entry; // No program name starts with a slash.
+                                                   : u'/' + entry; // No identifier starts with a slash.
 }
 
 void NotifyChanged(std::unique_ptr<platform::UserSettings> settings, const Owner& owner,
                    const QStringList& chosen)
 {
-    // The desktop gets what was saved; without a copy, the tree of a writer is empty.
+    // Read the saved settings: the tree of a writer that could not copy them is empty.
     const auto stored =
         platform::OpenUserSettings(QStringLiteral("HKEY_CURRENT_USER"), platform::UserSettingsAccess::Read);
     if (stored->Tree().status() != QSettings::NoError) {
@@ -255,7 +256,7 @@ void NotifyChanged(std::unique_ptr<platform::UserSettings> settings, const Owner
         settings->Tree().setValue(ProjectedChoiceKey(protocol), QString::fromLatin1(id));
     }
     settings->Save();
-    settings.reset(); // Other writers need not wait for the tool.
+    settings.reset(); // Unlocks the settings before the slow tool runs.
     if (hasNewEntry) {
         UpdateCache();
     }

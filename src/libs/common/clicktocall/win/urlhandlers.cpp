@@ -14,7 +14,7 @@ QString UserChoice(const QSettings& settings, const QString& protocol, const pro
 void NotifyChanged(std::unique_ptr<platform::UserSettings> /*settings*/, const protocolkeys::Owner& /*owner*/,
                    const QStringList& /*chosen*/)
 {
-    // Kept for compatibility: the flags repeat the number of the event.
+    // Kept for compatibility: the flags repeat the event id.
     SHChangeNotify(SHCNE_ASSOCCHANGED, SHCNE_ASSOCCHANGED, nullptr, nullptr);
 }
 
