@@ -9,7 +9,7 @@
 namespace common::contact
 {
 
-/// A party to call, with the name and the ringtone from a contact list. A program may implement its own.
+/// A party to call, with a name and a ringtone. A program may provide its own implementation.
 class VXCOMMON_EXPORT IContactContext : public QObject
 {
     Q_OBJECT
@@ -20,7 +20,7 @@ public:
 
     virtual void* PassThrough(void* value) = 0; ///< Returns `value`.
     virtual bool IsMarked() const = 0;          ///< Always false in this library's implementation.
-    virtual QString DisplayName() const = 0;    ///< The name to show; empty if it equals the number.
+    virtual QString DisplayName() const = 0;    ///< The name for display; empty if it equals the number.
     virtual QString Address() const = 0;        ///< As in number::INumberContext.
     virtual QString DisplayText() const = 0;    ///< As in number::INumberContext.
     virtual int Kind() const = 0;               ///< One of number::NumberKind.
@@ -32,14 +32,14 @@ public:
     virtual QString Extension() const = 0;      ///< As in number::INumberContext.
 
 Q_SIGNALS:
-    void changed(); ///< Emitted when the contact changes; never by this library's implementation.
+    void changed(); ///< Emitted when the contact changes; never emitted by this library's implementation.
 };
 
 /// Creates a contact from the parts of its address. The contact has no parent; the pointer owns it.
 VXCOMMON_EXPORT QSharedPointer<IContactContext> CreateInstance(const QString& number, const QString& domain,
                                                                const QString& name, const QString& extension);
 
-/// Creates a contact from an address text. Ignores the display name of a name-addr in `uri`.
+/// Creates a contact from an address string. If `uri` is a name-addr, ignores its display name.
 VXCOMMON_EXPORT QSharedPointer<IContactContext> CreateInstance(const QString& uri, const QString& name);
 
 } // namespace common::contact

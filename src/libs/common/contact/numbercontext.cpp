@@ -23,7 +23,7 @@ bool IsSkypeDomain(const QString& domain)
            EqualsIgnoringCase(domain, QLatin1String("skype.com"));
 }
 
-/// Accepts sub-domains and a port. Excludes the external domain, but only without a port.
+/// Accepts subdomains and a port. Rejects the external domain only if it has no port.
 bool IsServiceDomain(const QString& domain)
 {
     return domain.contains(QLatin1String(deployment::serviceSipDomain), Qt::CaseInsensitive) &&
@@ -42,7 +42,7 @@ int KindOf(const QString& number, const QString& domain)
     if (!SipId::NumericNumberRegExp().exactMatch(number) || SipId::NumericSipRegExp().exactMatch(number)) {
         return SipAddress;
     }
-    // Kept for compatibility: the domain of a numeric number does not matter.
+    // Kept for compatibility: the domain of a phone number is ignored.
     return PhoneNumber;
 }
 

@@ -13,8 +13,8 @@ QRegExp Pattern(const char16_t* text)
 
 } // namespace
 
-// In the classes, the symbol after "*" is U+2018 LEFT SINGLE QUOTATION MARK; the apostrophe comes near the
-// end.
+// In the character classes, the symbol after "*" is U+2018 LEFT SINGLE QUOTATION MARK; the apostrophe is
+// listed separately.
 //
 // A QRegExp stores its last match. Therefore the statics are never used for matching: callers get copies,
 // which share the compiled engine.

@@ -9,7 +9,7 @@ namespace tools::sip
 {
 
 /**
- * Defines the rules for SIP identifiers and phone numbers, and parses address texts.
+ * Defines the rules for SIP identifiers and phone numbers, and parses address strings.
  *
  * The patterns are designed for QRegExp::exactMatch and ignore case. Each call returns a copy that the caller
  * may use for matching. All functions are thread-safe; none logs or throws.
@@ -23,48 +23,49 @@ public:
     enum Error : int
     {
         NoError = 0,     ///< A valid identifier of the service.
-        FormatError = 1, ///< All symbols are allowed, but it is incomplete or belongs to another service.
+        FormatError = 1, ///< Only allowed symbols, but incomplete or for another service.
         SymbolError = 2, ///< A symbol that is not allowed in an identifier or in its domain.
-        LengthError = 3  ///< Empty, or longer than an identifier may be.
+        LengthError = 3  ///< Empty or too long.
     };
 
-    static QRegExp AllSymbolRegExp(); ///< One or more of the symbols of AllSymbols.
+    static QRegExp AllSymbolRegExp(); ///< One or more of the symbols in AllSymbols.
     static QRegExp SymbolRegExp();    ///< Up to 255 symbols and a possibly incomplete port; for input fields.
     static QRegExp FormatRegExp();    ///< An identifier of the service with an optional port.
-    /// As FormatRegExp, but with up to two ports in a row. (Kept for compatibility.)
+    /// Kept for compatibility: as FormatRegExp, but with up to two ports in a row.
     static QRegExp QuollSipIDRegExp();
     /// A name-addr (RFC 3261, 25.1): `"NAME" <sip:USER@HOST:PORT;PARAMETERS>`.
     static QRegExp URIRegExp();
-    static QRegExp IDRegExp();            ///< `USER@HOST:PORT` of any domain, with trailing dial digits.
+    static QRegExp IDRegExp();            ///< `USER@HOST:PORT` in any domain; may end with dial digits.
     static QRegExp IDWithoutPortRegExp(); ///< As IDRegExp, without a port.
     static QRegExp SkypeURIRegExp();      ///< "skype:NAME", with or without the Skype domain.
     static QRegExp SkypeIDRegExp();       ///< `NAME@DOMAIN` with the Skype domain, short or long.
-    static QRegExp PhoneNumberRegExp();   ///< Digits, "*" and "#", with trailing dial digits.
+    static QRegExp PhoneNumberRegExp();   ///< Digits, "*" and "#"; may end with dial digits.
     static QRegExp SIPUserRegExp();       ///< A user part alone.
     /// Digits and the separators of written phone numbers; may be empty.
     static QRegExp NumericNumberRegExp();
     static QRegExp NumericSipRegExp(); ///< As NumericNumberRegExp, beginning with "000".
 
-    /// Returns the content of the character class of AllSymbolRegExp, from which to build other classes.
+    /// Returns the content of the character class in AllSymbolRegExp, for building other classes.
     static QString AllSymbols();
 
     /// Checks whether `id` is an identifier of the service.
     static Error Check(const QString& id);
 
-    /// Returns whether Check finds no error.
+    /// Returns whether Check(id) is NoError.
     static bool IsValid(const QString& id);
 
     /**
-     * Splits an address text: a name-addr, a SIP identifier, a Skype address, a phone number or a user name.
+     * Splits an address string: a name-addr, a SIP identifier, a Skype address, a phone number or a user
+     * name.
      *
-     * @param uri the text; leading and trailing white space is ignored
-     * @param user the user part or the number; the trimmed text if it cannot be parsed
+     * @param uri the address string; leading and trailing white space is ignored
+     * @param user the user part or the number; the trimmed `uri` if it cannot be parsed
      * @param domain the host; for a Skype address always the long form of the Skype domain
      * @param name the quoted display name of a name-addr
      * @param extension digits to dial after the call is established, with their leading comma and without
      *        white space
-     * @param port the digits of the port; unchanged if the text has none
-     * @return whether the text could be parsed
+     * @param port the digits of the port; unchanged if `uri` has no port
+     * @return whether `uri` could be parsed
      */
     static bool ParseURIEx(const QString& uri, QString& user, QString& domain, QString& name,
                            QString& extension, QString& port);

@@ -11,7 +11,7 @@ namespace
 
 constexpr int notSet = -1;
 
-/// Assigns the captures of a pattern to the outputs. A match with fewer than `minimum` captured texts fails.
+/// Maps the captures of a pattern to the outputs. A match with fewer than `minimum` captures fails.
 struct Form
 {
     QRegExp (*pattern)();
@@ -24,8 +24,8 @@ struct Form
     bool isSkype;
 };
 
-// The first pattern that matches decides. Kept for compatibility: the Skype identifier captures 3 texts and
-// needs 4, so a name with the short Skype domain is never parsed.
+// The first matching pattern decides. Kept for compatibility: the pattern of Skype identifiers has 3 captures
+// but needs 4, so a name with the short Skype domain is never parsed.
 constexpr Form forms[] = {
     {SipId::URIRegExp, 13, 4, 7, 2, notSet, 10, false},
     {SipId::IDRegExp, 10, 2, 5, notSet, 9, 8, false},
