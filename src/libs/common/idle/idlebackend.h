@@ -7,7 +7,7 @@
 namespace common
 {
 
-/// Returns the best backend that this system offers; null, with an Error line, if it offers none.
+/// Returns the best backend that this system offers. If it offers none, logs an Error line and returns null.
 std::unique_ptr<IIdleBackend> createIdleBackend();
 
 } // namespace common

@@ -14,7 +14,7 @@ namespace
 
 constexpr int minute = 60;
 constexpr std::chrono::milliseconds pollInterval{3000};
-/// Interval while idle: short, so that a return is reported within a second.
+/// Poll interval while the user is idle; short, so that the user's return is reported within a second.
 constexpr std::chrono::milliseconds idlePollInterval{1000};
 
 } // namespace

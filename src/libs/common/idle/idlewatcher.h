@@ -17,7 +17,7 @@ class VXCOMMON_EXPORT IIdleBackend
 public:
     virtual ~IIdleBackend() = default;
 
-    /// Returns the whole seconds since the last input of the user; 0 if they are unknown.
+    /// Returns the number of whole seconds since the user's last input; 0 if it is unknown.
     virtual int getSeconds() = 0;
 
 protected:
@@ -27,13 +27,13 @@ private:
     Q_DISABLE_COPY(IIdleBackend)
 };
 
-/// The working parts of an IdleWatcher. A program may replace the backend with its own.
+/// The internals of an IdleWatcher. A program may replace the backend with its own.
 class VXCOMMON_EXPORT IdleWatcherPrivate
 {
 public:
     IdleWatcherPrivate() = default;
 
-    QTimer timer;                          ///< Polls every 3000 ms, while idle every 1000 ms.
+    QTimer timer;                          ///< Polls every 3000 ms; every 1000 ms while the user is idle.
     std::unique_ptr<IIdleBackend> backend; ///< Null if the system offers none; then no signal is emitted.
     int lastSeconds = 0;                   ///< The previous reading.
 
@@ -42,20 +42,20 @@ private:
 };
 
 /**
- * Reports how long the user has not touched keyboard and mouse, and when the user returns.
+ * Reports how long the user has not used the keyboard or mouse, and when the user returns.
  *
- * Polls on the thread that created it, which needs an event loop, and emits there, from construction to
- * destruction. Windows: GetLastInputInfo. Linux: the MIT-SCREEN-SAVER extension of the X server, or
- * org.gnome.Mutter.IdleMonitor or org.freedesktop.ScreenSaver on the session bus; in a Wayland session the
- * bus comes first, since the X server receives only part of the input there. Without any of them, an Error
- * line is written on the channel "common.idle" and no signal is ever emitted.
+ * Polls and emits on the thread that created it, which needs an event loop. Windows: GetLastInputInfo. Linux:
+ * the MIT-SCREEN-SAVER extension of the X server, or org.gnome.Mutter.IdleMonitor or
+ * org.freedesktop.ScreenSaver on the session bus. In a Wayland session, the bus takes precedence, because the
+ * X server receives only part of the input. If no source is available, logs an Error line on the channel
+ * "common.idle" and never emits a signal.
  */
 class VXCOMMON_EXPORT IdleWatcher : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Creates a watcher at each call, whose only owner is the caller. Watchers are independent.
+    /// Creates a new, independent watcher on each call. The caller is its only owner.
     static QSharedPointer<IdleWatcher> instance();
 
     ~IdleWatcher() override;
@@ -63,14 +63,14 @@ public:
     /// Polls once, as the timer does.
     void checkIdleState();
 
-    /// Returns the working parts. They live as long as the watcher.
+    /// Returns the internals, which live as long as the watcher.
     IdleWatcherPrivate* idleWatcherPrivate() const;
 
 Q_SIGNALS:
     /**
      * Emitted when the idle time has reached another whole minute.
      *
-     * @param sinceSeconds The exact reading, in seconds: a poll may notice the minute up to 3 s late.
+     * @param sinceSeconds The idle time in seconds; exceeds the whole minute by up to the poll interval.
      */
     void idle(int sinceSeconds);
 

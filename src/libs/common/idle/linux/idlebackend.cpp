@@ -27,7 +27,7 @@ constexpr logger::Channel logChannel{"common.idle"};
 
 using std::chrono::milliseconds;
 
-/// A desktop replies at once; a longer wait would delay the interface.
+/// Timeout of a D-Bus call. Desktops reply immediately; a longer wait would freeze the user interface.
 constexpr milliseconds replyTimeout{500};
 
 int ToSeconds(std::optional<milliseconds> idleTime)
@@ -41,7 +41,7 @@ int ToSeconds(std::optional<milliseconds> idleTime)
         std::min<qint64>(std::chrono::floor<std::chrono::seconds>(*idleTime).count(), most));
 }
 
-/// The idle time of the X server, from the MIT-SCREEN-SAVER extension.
+/// Reads the idle time from the MIT-SCREEN-SAVER extension of the X server.
 class ScreenSaverExtensionBackend : public IIdleBackend
 {
 public:
@@ -78,7 +78,7 @@ private:
     xcb_window_t root = XCB_NONE;
 };
 
-/// A service on the session bus that returns the idle time from a call without arguments.
+/// A method of a service on the session bus that takes no arguments and returns the idle time.
 struct IdleService
 {
     const char* service;
@@ -122,7 +122,7 @@ private:
     Bus bus;
 };
 
-/// Until the unit of the replies is known, the user counts as active.
+/// Reports the user as active until the unit of the replies is known.
 class ScreenSaverServiceBackend : public IIdleBackend
 {
 public:

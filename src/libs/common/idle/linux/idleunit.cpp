@@ -8,8 +8,9 @@ namespace
 
 using namespace std::chrono_literals;
 
-/// Replies in a row that must keep pace. By chance one in some ten to a hundred fits while the user types;
-/// that many never do. With a poll every 3 s, they arrive before the first minute of rest is over.
+/// Number of consecutive replies that must keep pace with the clock. While the user types, one reply in ten
+/// to a hundred keeps pace by chance, but never this many in a row. Polled every 3 s, they arrive within the
+/// first idle minute.
 constexpr int repliesNeeded = 10;
 
 constexpr IdleUnit::Milliseconds replyTimeout = 500ms;
@@ -28,7 +29,7 @@ void IdleUnit::Compare(quint32 number, Milliseconds now)
 {
     const qint64 growth = qint64{number} - firstNumber;
     const Milliseconds elapsed = now - firstTime;
-    // A second may end between clock reading and reply.
+    // A reply in whole seconds can be up to one second off.
     maybeSeconds = maybeSeconds && std::chrono::abs(growth * 1000ms - elapsed) <= 1s + replyTimeout;
     maybeMilliseconds = maybeMilliseconds && std::chrono::abs(growth * 1ms - elapsed) <= replyTimeout;
     if (count == 0 || (!maybeSeconds && !maybeMilliseconds)) {

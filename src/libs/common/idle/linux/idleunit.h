@@ -9,11 +9,11 @@ namespace common
 {
 
 /**
- * Determines whether the idle time of a desktop's screen saver is in seconds or in milliseconds.
+ * Determines whether a desktop's screen saver reports the idle time in seconds or in milliseconds.
  *
- * The unit of GetSessionIdleTime differs between desktops. Neither a reply nor the growth from one to the
- * next shows it, since input in between may leave any number below the elapsed time. But only without input
- * does the number keep pace with the clock, reply after reply, and that shows the unit.
+ * The unit of GetSessionIdleTime differs between desktops. Neither a single reply nor the difference between
+ * two shows the unit, because user input may reset the idle time between them. Only without input does the
+ * number, read in the right unit, keep pace with the clock over many replies.
  */
 class IdleUnit
 {
@@ -22,16 +22,16 @@ public:
 
     /**
      * @param number The service's reply.
-     * @param now When it arrived, on a monotonic clock.
-     * @return The idle time; nothing as long as the unit is unknown.
+     * @param now The time of its arrival, on a monotonic clock.
+     * @return The idle time; std::nullopt while the unit is unknown.
      */
     std::optional<Milliseconds> ToIdleTime(quint32 number, Milliseconds now);
 
 private:
     void Compare(quint32 number, Milliseconds now);
 
-    Milliseconds unit{0}; ///< 0 until it is known.
-    int count = 0;        ///< Replies in a row that keep pace, the first of them included.
+    Milliseconds unit{0}; ///< 0 until the unit is known.
+    int count = 0;        ///< Number of consecutive replies that keep pace, including the first.
     quint32 firstNumber = 0;
     Milliseconds firstTime{0};
     bool maybeSeconds = true;

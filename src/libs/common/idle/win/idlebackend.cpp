@@ -17,7 +17,7 @@ constexpr logger::Channel logChannel{"common.idle"};
 using GetLastInputInfoFunction = BOOL(WINAPI*)(PLASTINPUTINFO);
 using IdleUIGetLastInputTimeFunction = DWORD(WINAPI*)();
 
-/// Ticks are unsigned 32-bit numbers, so the difference is also correct when they wrap after 49.7 days.
+/// Tick counts are unsigned 32-bit integers, so the difference is correct even if they wrap after 49.7 days.
 int SecondsSince(DWORD tick)
 {
     return static_cast<int>((GetTickCount() - tick) / 1000);
