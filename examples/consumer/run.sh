@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds this project against an installed vxcommon and runs its tour: examples/consumer/run.sh [PREFIX] [CMAKE OPTION...]
-# Without PREFIX the library is built and installed into a temporary directory first; "" means the packages of the system.
+# Builds this project against an installed vxcommon and runs its tour: examples/consumer/run.sh [PREFIX [CMAKE_ARG...]]
+# Without PREFIX, first builds the library and installs it into a temporary directory. If PREFIX is "", uses the
+# packages of the system.
 
 source "$(dirname "$0")/../../scripts/lib.sh"
 

@@ -1,5 +1,5 @@
-// Uses one feature of each part of the installed library: tour URL FOLDER
-// URL is a small file on a web server; everything is written below FOLDER.
+// Uses one feature of each part of the installed library. Usage: tour URL DIRECTORY
+// URL is a small file on a web server. All files are written below DIRECTORY.
 
 #include <common/clicktocall/clicktocall.h>
 #include <common/contact/icontactcontext.h>
@@ -97,7 +97,7 @@ bool Download(QNetworkAccessManager& network, const QUrl& url, const QString& pa
 
 bool KeepSecret(const QString& path)
 {
-    const QString key = QStringLiteral("a key of 32 bytes at the most");
+    const QString key = QStringLiteral("a key of at most 32 bytes");
     const QJsonObject secret{{"password", "quoll"}};
     tools::JsonFile written(path, secret, key);
     tools::JsonFile read(path, key);
@@ -161,7 +161,7 @@ int main(int argc, char* argv[])
     QtSingleApplication application(QStringLiteral("vxcommon-tour"), argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() != 3) {
-        std::fprintf(stderr, "usage: tour URL FOLDER\n");
+        std::fprintf(stderr, "usage: tour URL DIRECTORY\n");
         return 2;
     }
     const QUrl url(arguments[1]);

@@ -12,7 +12,7 @@ using namespace common::logger;
 namespace
 {
 
-/// Creates a button that stays pressed.
+/// Creates a toggle button.
 QPushButton* CreateSwitch(const QString& text, const QString& symbol, const QString& downSymbol)
 {
     QIcon icon = SymbolIcon(symbol, Qt::white);

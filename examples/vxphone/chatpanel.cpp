@@ -39,7 +39,7 @@ void AddBubble(QVBoxLayout* messages, CallBanner& banner, const QString& text, b
         new QLabel(u"<small><b>%1</b>&nbsp; %2</small><br>%3"_s.arg(sender, time, WithAnchors(text)));
     bubble->setObjectName(isOwn ? u"own"_s : u"echo"_s);
     constexpr int lineLength = 45;
-    if (text.size() > lineLength) { // A label that wraps takes as little width as it can.
+    if (text.size() > lineLength) { // A wrapping label is very narrow by default.
         bubble->setWordWrap(true);
         bubble->setMinimumWidth(lineLength * bubble->fontMetrics().averageCharWidth());
     }

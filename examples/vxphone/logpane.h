@@ -6,7 +6,7 @@
 #include <QPlainTextEdit>
 #include <QTime>
 
-/// A logger that also shows the latest lines, and passes all to log4cpp.
+/// A logger that shows the latest lines and forwards all lines to log4cpp.
 class LogPane : public QPlainTextEdit, public common::logger::Logger
 {
 public:
@@ -21,7 +21,7 @@ public:
         setAccessibleName(tr("Log"));
     }
 
-    void Write(const common::logger::IMessage& message) override ///< Any thread may call.
+    void Write(const common::logger::IMessage& message) override ///< Can be called from any thread.
     {
         common::logger::GetLog4cpp()->Write(message);
         if (message.GetLevel() <= GetLevel()) {
@@ -38,6 +38,6 @@ protected:
     void showEvent(QShowEvent* event) override
     {
         QPlainTextEdit::showEvent(event);
-        moveCursor(QTextCursor::End); // A hidden pane does not follow its text.
+        moveCursor(QTextCursor::End); // A hidden pane does not scroll to new lines.
     }
 };

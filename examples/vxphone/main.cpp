@@ -15,14 +15,14 @@ namespace
 
 /// Removes "--callto" and everything after it from the arguments, and returns the address.
 ///
-/// A link is untrusted, and Qt reads its own options anywhere in the arguments; one of them loads plugins
-/// from any directory. So the application object must not receive what a link contains.
+/// Links are untrusted, and Qt accepts its own options anywhere in the arguments, even one that loads plugins
+/// from any directory. Therefore the application object must not receive the content of a link.
 QString CutAddress(int& argc, char** argv)
 {
     for (int i = 1; i < argc; ++i) {
         const QString argument = QString::fromLocal8Bit(argv[i]);
         if (argument.section(u'=', 0, 0) == u"--callto"_s) {
-            const QString next = QString::fromLocal8Bit(argv[i + 1]); // The last one is null.
+            const QString next = QString::fromLocal8Bit(argv[i + 1]); // argv ends with a null pointer.
             argc = i;
             argv[argc] = nullptr;
             return argument.contains(u'=') ? argument.section(u'=', 1) : next;
@@ -39,7 +39,7 @@ QDir ReadOptions(const QCoreApplication& application)
     parser.addVersionOption();
     parser.addOption({u"data"_s, u"Directory for contacts and files."_s, u"DIRECTORY"_s,
                       QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation)});
-    // For --help only: the address is no longer among the arguments.
+    // Only for --help: CutAddress has already removed the address from the arguments.
     parser.addOption({u"callto"_s, u"Offer an address for a call; must be the last option."_s, u"ADDRESS"_s});
     parser.process(application);
     return {parser.value(u"data"_s)};
@@ -47,10 +47,10 @@ QDir ReadOptions(const QCoreApplication& application)
 
 void ApplyStyle()
 {
-    // Some desktops set no colour for placeholders, or one that cannot be read.
+    // Some desktops set no colour for placeholders, or an illegible one.
     QPalette palette;
     QColor quiet = QApplication::palette().text().color();
-    quiet.setAlphaF(0.62F); // Keeps a contrast of 4.5 on black and white.
+    quiet.setAlphaF(0.62F); // Keeps a contrast of 4.5:1 on black and on white.
     palette.setColor(QPalette::PlaceholderText, quiet);
     QApplication::setPalette(palette);
     qApp->setStyleSheet(u"file:///:/vxphone.qss"_s);
@@ -77,7 +77,7 @@ int ShowWindow(QtSingleApplication& application, const QDir& dataFolder, const Q
 
 int main(int argc, char* argv[])
 {
-    // To standard error, until this process is known to be the primary instance and may write the log.
+    // Until this process is the primary instance, log only warnings, to standard error.
     GetLogger()->SetLevel(Warn);
     const QString address = CutAddress(argc, argv);
     QtSingleApplication::setApplicationName(u"vxphone"_s);
@@ -85,7 +85,7 @@ int main(int argc, char* argv[])
     QtSingleApplication::setOrganizationName(u"vxcommon"_s);
     QtSingleApplication::setDesktopFileName(u"vxphone"_s);
     const QByteArrayView first = argc > 1 ? argv[1] : "";
-    if (first == "--version" || first == "--help") { // They need no display.
+    if (first == "--version" || first == "--help") { // These options need no display.
         ReadOptions(QCoreApplication(argc, argv));
     }
     QtSingleApplication application(u"vxphone"_s, argc, argv);
@@ -96,7 +96,7 @@ int main(int argc, char* argv[])
     }
     // If the primary instance ended in the meantime, this process has taken its place.
     if (application.isRunning()) {
-        qCritical("vxphone: the process that runs already does not respond; end it and try again");
+        qCritical("vxphone: the running instance does not respond; terminate it and try again");
         return 1;
     }
     dataFolder.mkpath(u"."_s);

@@ -32,10 +32,10 @@ MainWindow::MainWindow(const QDir& dataFolder, QWidget* logPane)
     connect(&book, &PhoneBook::contactRemoved, this, [this](const QString& name) {
         statusBar()->showMessage(tr("%1 deleted. Press Ctrl+Z to undo.").arg(name), 10'000);
     });
-    // The signal is emitted on a thread of the system.
+    // The signal is emitted on another thread; the receiver's thread runs the slot.
     connect(tools::SleepWatcher::instance(), &tools::SleepWatcher::sleep, banner, &CallBanner::HangUp);
 
-    constexpr double shareOfScreen = 0.9; // The rest is for the frame and the desktop's bars.
+    constexpr double shareOfScreen = 0.9; // Leaves room for the window frame and the desktop's panels.
     resize(QSize(960, 680).boundedTo(screen()->availableSize() * shareOfScreen));
     restoreGeometry(settings.value(u"geometry"_s).toByteArray());
 }
@@ -75,7 +75,7 @@ void MainWindow::CreateMenus(const QList<QAction*>& editActions, QWidget* logPan
     view->addAction(tr("&Log"), Qt::Key_F12, logPane, &QWidget::setVisible)->setCheckable(true);
     menuBar()->addMenu(tr("&Help"))->addAction(tr("&About vxphone"), this, [this] {
         QMessageBox::about(this, tr("About vxphone"),
-                           tr("<h3>vxphone %1</h3>A softphone window in miniature. Its calls are simulated.")
+                           tr("<h3>vxphone %1</h3>A miniature softphone window. Its calls are simulated.")
                                .arg(QCoreApplication::applicationVersion()));
     });
 }
@@ -101,7 +101,7 @@ void MainWindow::AskForFolder()
 
 void MainWindow::closeEvent(QCloseEvent* event)
 {
-    if (!transfers->Stop()) { // The window stays as long as the program does.
+    if (!transfers->Stop()) { // Keep the window open until all transfers have ended.
         connect(transfers, &TransferPanel::ended, this, &QWidget::close, Qt::SingleShotConnection);
         event->ignore();
         return;

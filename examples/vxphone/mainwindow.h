@@ -14,13 +14,13 @@ class MainWindow : public QMainWindow
     Q_OBJECT
 
 public:
-    /// @param dataFolder the directory for everything that the program keeps
+    /// @param dataFolder the directory in which the program stores its data
     MainWindow(const QDir& dataFolder, QWidget* logPane);
 
     void TakeAddress(const QString& link) { banner->TakeAddress(link); } ///< @see CallBanner
 
 protected:
-    void closeEvent(QCloseEvent* event) override; ///< Waits for the current file of a running copy.
+    void closeEvent(QCloseEvent* event) override; ///< Waits until a running copy has finished its file.
 
 private:
     void CreateContents(QWidget* people, QWidget* logPane);

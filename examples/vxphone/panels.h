@@ -16,21 +16,21 @@ class CallBanner : public QWidget
 public:
     explicit CallBanner(PhoneBook& book);
 
-    /// Offers an address or link for a call. Any process of the user may have sent it. Ignores an empty one.
+    /// Offers an address or link for a call, unless it is empty. Any process of the user may have sent it.
     void TakeAddress(const QString& link);
-    /// Calls an address. During a call to another address, offers it afterwards.
+    /// Calls an address. During a call to another address, offers the new address when that call ends.
     void Call(const QString& address);
     void HangUp();
 
 Q_SIGNALS:
     void began();
-    void offered(const QString& address); ///< Also emitted at the end of each call; may then be empty.
+    void offered(const QString& address); ///< Also emitted when a call ends; `address` may then be empty.
 
 private:
     bool IsInCall() const { return ticker.isActive(); }
 
     PhoneBook& book;
-    QString called; ///< The address of the running or last call.
+    QString called; ///< The address of the current or last call.
     QString next;
     Line* name;
     Line* details;
@@ -43,14 +43,14 @@ private:
     QElapsedTimer clock;
 };
 
-/// Creates the field for the address to call, with the library's interpretation of it. Hidden during a call.
+/// Creates the field for the address to call and a line that interprets the address. Hidden during a call.
 QWidget* CreateDialPanel(PhoneBook& book, CallBanner& banner);
 
-/// Creates the lists of contacts and recent calls. Its actions are those of the menu "Edit".
+/// Creates the lists of contacts and recent calls. Its actions form the menu "Edit".
 QWidget* CreatePeoplePanel(PhoneBook& book, CallBanner& banner);
 
-/// Creates a chat with an echo. Its call links are offered for a call.
+/// Creates a chat that echoes every message. Clicking a call link offers the address for a call.
 QWidget* CreateChatPanel(CallBanner& banner);
 
-/// Creates the line with presence, date, and the schemes of call links. Its actions change the schemes.
+/// Creates the status bar with presence, call link schemes and date. Its actions change the schemes.
 QStatusBar* CreateStatusLine();

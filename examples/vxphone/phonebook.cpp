@@ -52,8 +52,8 @@ QString PlainAddress(const QString& link)
         return plain;
     }
     plain.remove(callScheme);
-    // RFC 3966 and RFC 3261: parameters follow the address. Only an extension is dialled. An escaped
-    // character separates nothing.
+    // RFC 3966 and RFC 3261: parameters follow the address. Of these, only an extension is dialled. Unescape
+    // last, because an escaped character is no separator.
     const QString dialled = extension.match(plain).captured(1);
     const qsizetype end = plain.indexOf(parameters, plain.lastIndexOf(u'@') + 1);
     const QString address = QUrl::fromPercentEncoding(plain.left(end).toUtf8()).simplified();
@@ -129,7 +129,7 @@ void PhoneBook::AddCall(const RecentCall& call)
 void PhoneBook::Load()
 {
     tools::JsonFile file(fileName, tools::cipher::AES::machineKey());
-    // If the file is damaged or was encrypted with another key, it loads as no document.
+    // A file that is damaged or was encrypted with another key loads as a null document.
     if (!file.Load() || !file.Document().isObject()) { // Rename it, so that it is not overwritten.
         const QString moment = QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss"_s);
         const QString aside = u"%1.%2.unreadable"_s.arg(fileName, moment);

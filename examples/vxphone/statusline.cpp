@@ -51,7 +51,7 @@ private:
 
     void ShowDate() { date->setText(QLocale().toString(DateWatcher::CurrentDate(), QLocale::LongFormat)); }
 
-    /// Makes this program the handler of call links, or undoes that.
+    /// Registers or unregisters this program as the handler of call links.
     void HandleLinks(bool handle)
     {
         schemeWorker.start([this, handle] {
@@ -81,7 +81,7 @@ private:
     Line* presence = new Line(QPalette::PlaceholderText);
     QLabel* schemes = new QLabel;
     QLabel* date = new QLabel;
-    QThreadPool schemeWorker; ///< The desktop may be slow. Has one thread, to keep the order of changes.
+    QThreadPool schemeWorker; ///< A single thread: keeps changes in order and the window responsive.
 };
 
 } // namespace

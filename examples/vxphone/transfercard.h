@@ -53,10 +53,10 @@ public:
     const QString& Target() const { return target; }
     bool IsRunning() const { return running; }
 
-    /// Shows the progress; a `total` of -1 is unknown.
+    /// Shows the progress; `total` is -1 if it is unknown.
     void ShowProgress(const QString& text, qint64 current = 0, qint64 total = -1)
     {
-        constexpr int barParts = 1000; // A bar shows an int.
+        constexpr int barParts = 1000; // QProgressBar takes only int.
         bar->setRange(0, total > 0 ? barParts : 0);
         bar->setValue(total > 0 ? static_cast<int>(current * barParts / total) : 0);
         status->Show(text);
@@ -69,11 +69,11 @@ public:
         SetState(false, true);
     }
 
-    /// @param error a code of the library
+    /// @param error an error code of the library
     void Fail(int error, const QString& reason)
     {
         static const QHash<int, QString> texts{
-            {QNetworkReply::ConnectionRefusedError, tr("The server refuses the connection.")},
+            {QNetworkReply::ConnectionRefusedError, tr("The server refused the connection.")},
             {QNetworkReply::OperationCanceledError, tr("The server does not respond.")},
             {QNetworkReply::ContentNotFoundError, tr("The server has no such file.")},
             {common::http::IFileDownload::FileNotPrepared, tr("The file cannot be created.")},
@@ -86,8 +86,8 @@ public:
     }
 
 Q_SIGNALS:
-    void startAsked(); ///< Emitted for a new attempt after a failure.
-    void cancelled();  ///< Leads to `ended`, now or later.
+    void startAsked(); ///< Emitted when the user requests another attempt after a failure.
+    void cancelled();  ///< Emitted when the user or the panel cancels the transfer; `ended` follows.
     void ended();
 
 private:

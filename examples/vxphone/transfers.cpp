@@ -24,7 +24,7 @@ QString SizeText(qint64 bytes)
     return QLocale().formattedDataSize(bytes, 1, QLocale::DataSizeTraditionalFormat);
 }
 
-/// Returns "18 of 48 MB · 6 MB/s · 0:05 left", as far as it is known.
+/// Returns a string such as "18 of 48 MB · 6 MB/s · 0:05 left", without the parts that are unknown.
 QString RateText(qint64 received, qint64 total, qint64 milliseconds)
 {
     QStringList parts{total > 0 ? QObject::tr("%1 of %2").arg(SizeText(received), SizeText(total))
@@ -40,7 +40,7 @@ QString RateText(qint64 received, qint64 total, qint64 milliseconds)
 
 void StartDownload(TransferCard* card, QNetworkAccessManager* network, const QUrl& url)
 {
-    const QString part = card->Target() + u".part"_s; // The file while it is incomplete.
+    const QString part = card->Target() + u".part"_s; // Path of the incomplete file.
     auto* const download = common::http::CreateFileDownload(network, card);
     download->SetUrl(url);
     download->SetFilePath(part);
@@ -58,12 +58,12 @@ void StartDownload(TransferCard* card, QNetworkAccessManager* network, const QUr
         }
     });
     const auto discard = [card, part](int error, const QString& reason) {
-        QFile::remove(part); // A part of a file, or an error page, is useless.
+        QFile::remove(part); // A partial file or an error page is useless.
         card->Fail(error, reason);
     };
     QObject::connect(download, &IFileDownload::failed, card, discard);
     QObject::connect(card, &TransferCard::cancelled, download, [download, discard] {
-        delete download; // It holds the file open.
+        delete download; // The download holds the file open.
         discard(FileCopier::Aborted, QObject::tr("Cancelled"));
     });
     QObject::connect(card, &TransferCard::ended, download, &QObject::deleteLater);
@@ -102,7 +102,7 @@ TransferPanel::~TransferPanel()
 {
     copyThread.quit();
     copyThread.wait();
-    qDeleteAll(findChildren<TransferCard*>()); // While there is a panel to report to.
+    qDeleteAll(findChildren<TransferCard*>()); // The cards report to this panel, so delete them first.
 }
 
 void TransferPanel::Download(const QUrl& url)
@@ -133,7 +133,7 @@ bool TransferPanel::Stop()
 
 void TransferPanel::Add(TransferCard* card, const std::function<void()>& begin)
 {
-    constexpr int maxCards = 3; // Ended ones above this number are dismissed.
+    constexpr int maxCards = 3; // Above this number, ended transfers are dismissed.
     const auto all = findChildren<TransferCard*>();
     for (TransferCard* const older : all) {
         const bool isSame = older->Target() == card->Target();

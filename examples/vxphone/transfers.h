@@ -10,19 +10,19 @@
 
 class TransferCard;
 
-/// The transfers. Visible while there is one.
+/// The list of transfers; hidden if it is empty.
 class TransferPanel : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// Files are written below `directory`.
+    /// Writes files below `directory`.
     explicit TransferPanel(const QDir& directory);
     ~TransferPanel() override;
 
-    /// Downloads a file, which gets its name when it is complete; until then, an existing file stays.
+    /// Downloads a file under a temporary name. Replaces an existing file only when the download is complete.
     void Download(const QUrl& url);
-    /// Copies a directory with everything in it. If cancelled, it ends after the current file.
+    /// Copies a directory and its contents. If cancelled, stops after the current file.
     void Copy(const QString& source);
     /// Cancels all transfers. Returns whether all have ended.
     bool Stop();
@@ -32,10 +32,10 @@ Q_SIGNALS:
     void ended(); ///< Emitted when a transfer has ended.
 
 private:
-    /// Shows the card and begins, unless a transfer to the same target is running.
+    /// Shows the card and calls `begin`, unless a transfer to the same target is running.
     void Add(TransferCard* card, const std::function<void()>& begin);
 
     QDir directory;
     QNetworkAccessManager network;
-    QThread copyThread; ///< Copiers live here, because aborting one waits for its current file.
+    QThread copyThread; ///< Thread of the copiers: aborting a copier waits for its current file.
 };
