@@ -82,7 +82,7 @@ Row WebAddress(const QString& sipId)
 
 const CommandRegistration registration([] {
     return CommandList{
-        {u"contact"_s, u"[TEXT...]"_s, u"Show the party that an address or a number calls."_s,
+        {u"contact"_s, u"[TEXT...]"_s, u"Show how an address or number is interpreted."_s,
          RowPrinter::Options({nameOption}), Contact,
          u"Prints kind, address, display text, full address, number, domain, extension and display name."_s,
          u"vxtool contact --table --columns kind,address '+1 212 555 0119' skype:Anna"_s},
@@ -93,10 +93,10 @@ const CommandRegistration registration([] {
         {u"sip parse"_s, u"[TEXT...]"_s, u"Split addresses into their parts."_s, RowPrinter::Options(),
          PrintRows(Parse, true), u"Prints true or false, user, domain, display name, extension and port."_s,
          u"vxtool sip parse --json '\"Anna\" <sip:anna@office.quollsip.com:5061>'"_s},
-        {u"password"_s, u"[TEXT...]"_s, u"Check the rules for SIP passwords."_s, RowPrinter::Options(),
-         PrintRows(CheckPassword, true),
-         u"A good password has 8 to 20 letters, digits and common punctuation. Give passwords on standard "
-         "input: the process list shows arguments to every user."_s},
+        {u"password"_s, u"[TEXT...]"_s, u"Check passwords against the rules for SIP."_s,
+         RowPrinter::Options(), PrintRows(CheckPassword, true),
+         u"A good password has 8 to 20 letters, digits and common punctuation marks. Provide passwords on "
+         "standard input: the process list shows arguments to every user."_s},
         {u"web"_s, u"[ID...]"_s, u"Show the web service address of SIP identifiers."_s, RowPrinter::Options(),
          PrintRows(WebAddress)},
     };

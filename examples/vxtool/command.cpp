@@ -23,7 +23,7 @@ namespace logger = common::logger;
 
 const Command* runningCommand = nullptr;
 
-/// Keeps the library's first error, which threads of file jobs may log, and forwards all lines to the log.
+/// Stores the first error that the library logs, on any thread, and forwards all lines to the log.
 class ErrorKeeper final : public logger::Logger
 {
 public:
@@ -55,7 +55,7 @@ private:
 
 ErrorKeeper& Keeper()
 {
-    static auto* const keeper = new ErrorKeeper; // Never deleted: Qt may still log when main has returned.
+    static auto* const keeper = new ErrorKeeper; // Never deleted: Qt may still log after main has returned.
     return *keeper;
 }
 

@@ -30,9 +30,9 @@ const Option rawOption{u"raw"_s, u"Read bytes from FILE or standard input, and p
 const Option levelOption{u"level"_s, u"Compression level from 0 (none) to 9 (smallest) (default: 6)."_s,
                          u"N"_s, u"6"_s};
 const QString keyDetails =
-    u"Without --key and --key-file, the environment variable VXTOOL_KEY holds the key."_s;
+    u"If neither --key nor --key-file is given, the environment variable VXTOOL_KEY provides the key."_s;
 
-/// Sets `key` from the options or the environment, or to `otherwise` without either. Complains on failure.
+/// Sets `key` from the options or the environment; to `otherwise` if they set none. Complains on failure.
 bool ReadKey(const QCommandLineParser& parser, const QString& otherwise, QString& key)
 {
     key = qEnvironmentVariable("VXTOOL_KEY");
@@ -51,7 +51,7 @@ bool ReadKey(const QCommandLineParser& parser, const QString& otherwise, QString
     }
     if (key.isEmpty()) {
         key = otherwise;
-        // Most likely the value of an unset variable. It must not mean "not encrypted".
+        // An empty key most likely comes from an unset variable. It must not disable encryption.
         return !(parser.isSet(keyOption) || parser.isSet(keyFileOption)) || Complain(u"the key is empty"_s);
     }
     // With a longer key, the output would consist of zero bytes.
@@ -59,7 +59,7 @@ bool ReadKey(const QCommandLineParser& parser, const QString& otherwise, QString
            Complain(u"the key is longer than %1 bytes"_s.arg(AES::maxKeySize));
 }
 
-/// Returns a command that converts a file (--raw) or strings, each of which `isValid` must accept.
+/// Returns a command that converts a file (--raw) or strings. `isValid` checks each string.
 Run RunCipher(bool (*isValid)(const QByteArray&), QString (*ofText)(const QString&, const QString&),
               QByteArray& (*ofBytes)(const QString&, const QByteArray&, QByteArray&))
 {
@@ -71,7 +71,7 @@ Run RunCipher(bool (*isValid)(const QByteArray&), QString (*ofText)(const QStrin
         if (!parser.isSet(rawOption)) {
             return ExitCodeOf(ForEachInput(parser.positionalArguments(), [&](const QString& text) {
                 if (!isValid(text.toUtf8())) {
-                    return Complain(u"\"%1\" is not Base64 of encrypted text"_s.arg(text));
+                    return Complain(u"\"%1\" is not encrypted text in Base64"_s.arg(text));
                 }
                 PrintLine(ofText(key, text));
                 return true;
@@ -92,7 +92,7 @@ bool IsEncryptedText(const QByteArray& base64)
     return decoded && decoded.decoded.size() % blockSize == 0;
 }
 
-/// Returns the text without its padding.
+/// Returns the decrypted string without its padding.
 QString DecryptText(const QString& key, const QString& text)
 {
     QString plain = AES::decrypt(key, text);
@@ -119,8 +119,8 @@ int Gzip(const QCommandLineParser& parser)
     return ExitCodeOf(PrintBody(parser, bytes));
 }
 
-/// Returns what follows the member of `input` that was unpacked to `output`. A member ends in the checksum
-/// and the size of its content (RFC 1952).
+/// Returns the rest of `input` after its first member, whose content is `output`. A member ends with the
+/// checksum and the size of its content (RFC 1952).
 QByteArray BehindMember(const QByteArray& input, const QByteArray& output)
 {
     const auto crc = static_cast<quint32>(
@@ -131,7 +131,7 @@ QByteArray BehindMember(const QByteArray& input, const QByteArray& output)
     qsizetype end =
         input.indexOf(QByteArray(reinterpret_cast<const char*>(trailer), trailerSize), headerSize) +
         trailerSize;
-    // Archivers append zero bytes, and an empty member has zero bytes before its trailer.
+    // Skip zero bytes: archivers append them, and an empty member may have some before its trailer of zeros.
     while (end < input.size() && input.at(end) == '\0') {
         ++end;
     }
@@ -155,16 +155,16 @@ int Gunzip(const QCommandLineParser& parser)
     if (!PrintBody(parser, output)) {
         return SomeFailed;
     }
-    return isWhole ? AllValid : Fail(u"the input is not gzip, is damaged or ends too early"_s);
+    return isWhole ? AllValid : Fail(u"the input is not gzip data, or is damaged or truncated"_s);
 }
 
-/// Returns whether `argument` can be read only once, and not be written: "-" or a pipe.
+/// Returns whether `argument` is "-" or a pipe, which can be read only once and cannot be written.
 bool IsStream(const QString& argument)
 {
     return argument == "-"_L1 || (QFileInfo::exists(argument) && !QFileInfo(argument).isFile());
 }
 
-/// Returns the path of a readable file for `argument`: `copy` gets the content of a stream. Complains and
+/// Returns the path of a file with the content of `argument`. Copies a stream to `copy`. Complains and
 /// returns an empty path on failure.
 QString ReadablePath(const QString& argument, QTemporaryFile& copy)
 {
@@ -209,7 +209,7 @@ int ShowJson(const QCommandLineParser& parser)
 /// Returns `text` as a JSON value or, if it is not JSON, as a string.
 QJsonValue ValueOf(const QString& text)
 {
-    // Documents are objects or arrays, so a lone value is read inside an array.
+    // QJsonDocument reads only objects and arrays, so wrap the value in an array.
     const QJsonArray array = QJsonDocument::fromJson('[' + text.toUtf8() + ']').array();
     return array.size() == 1 ? array.at(0) : QJsonValue(text);
 }
@@ -230,7 +230,7 @@ int SetJson(const QCommandLineParser& parser)
     }
     const QString path = isNew ? argument : ReadablePath(argument, copy);
     JsonFile old(path, QJsonObject(), key);
-    // A file that cannot be parsed is not overwritten.
+    // Do not overwrite a file that cannot be parsed.
     if (path.isEmpty() || (!isNew && !Load(old, argument))) {
         return SomeFailed;
     }
@@ -251,25 +251,24 @@ const CommandRegistration registration([] {
         {u"encrypt"_s, u"[TEXT...] | --raw [FILE]"_s, u"Encrypt strings to Base64, or a file to bytes."_s,
          Options{keyOption, keyFileOption, rawOption, forceOption},
          RunCipher([](const QByteArray&) { return true; }, AES::encrypt, AES::encrypt),
-         keyDetails +
-             u" If that is not set either, a key derived from the user's name is used. It only keeps values "
-             "from being read at a glance: see docs/text-tools.md."_s,
+         keyDetails + u" If VXTOOL_KEY is not set, a key derived from the user's name is used. It only keeps "
+                      "values from being read at a glance; see docs/text-tools.md."_s,
          u"vxtool encrypt --key-file secret.key hello"_s},
         {u"decrypt"_s, u"[BASE64...] | --raw [FILE]"_s, u"Decrypt strings or a file."_s,
          Options{keyOption, keyFileOption, rawOption, forceOption},
          RunCipher(IsEncryptedText, DecryptText, AES::decrypt),
-         keyDetails + u" A wrong key is not detected and yields garbage. A file keeps its padding of zero "
-                      "bytes."_s},
+         keyDetails + u" A wrong key is not detected and yields garbage. A decrypted file keeps "
+                      "its padding of zero bytes."_s},
         {u"gzip"_s, u"[FILE]"_s, u"Compress a file to standard output."_s, Options{levelOption, forceOption},
          Gzip, QString(), u"vxtool gzip notes.txt > notes.txt.gz"_s},
         {u"gunzip"_s, u"[FILE]"_s, u"Decompress a file to standard output."_s, Options{forceOption}, Gunzip,
          u"All members of the file are decompressed."_s},
         {u"json show"_s, u"FILE"_s, u"Show a JSON file, plain or encrypted."_s,
          Options{keyOption, keyFileOption}, ShowJson, keyDetails},
-        {u"json set"_s, u"FILE NAME VALUE"_s, u"Set a value in the object of a JSON file."_s,
+        {u"json set"_s, u"FILE NAME VALUE"_s, u"Set a value in a JSON file."_s,
          Options{keyOption, keyFileOption, forceOption}, SetJson,
-         u"VALUE is JSON, otherwise a string. A missing file is created. With \"-\" as FILE, the object is "
-         "read from standard input and printed. "_s +
+         u"VALUE is JSON or, failing that, a string. A missing file is created. If FILE is \"-\", "
+         "the object is read from standard input and printed. "_s +
              keyDetails,
          u"vxtool json set settings.json volume 7 --key-file secret.key"_s},
     };

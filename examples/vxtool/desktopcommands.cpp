@@ -113,14 +113,14 @@ Run RunComponents(unsigned long (*call)(const QString&, bool))
     };
 }
 
-/// Also fails if the settings were written, but not the files that the desktop reads.
+/// Also fails if the settings were written, but a file for the desktop was not.
 int ExitCodeOfRegistration(bool isDone)
 {
     const QString error = TakeLibraryError();
     return isDone && error.isEmpty() ? AllValid : Fail(error);
 }
 
-/// Returns a command that runs `change` for the URL schemes given.
+/// Returns a command that runs `change` for the given URL schemes.
 Run ChangeProtocols(bool (*change)(const QStringList&, const QString&, const QString&))
 {
     return [change](const QCommandLineParser& parser) {
@@ -184,9 +184,9 @@ const CommandRegistration registration([] {
     const QString schemes = u"[SCHEME...]"_s;
     const Options protocolOptions{applicationOption, organizationOption};
     return CommandList{
-        {u"paths"_s, QString(), u"Show the well-known folders of the user."_s, RowPrinter::Options(), Paths},
-        {u"device"_s, QString(), u"Show machine id, sound devices and Caps Lock."_s, RowPrinter::Options(),
-         Device},
+        {u"paths"_s, QString(), u"Show the known folders of the user."_s, RowPrinter::Options(), Paths},
+        {u"device"_s, QString(), u"Show machine id, sound devices and Caps Lock state."_s,
+         RowPrinter::Options(), Device},
         {u"show"_s, u"[FILE...]"_s, u"Open the file manager with a file selected."_s, {}, Show},
         {u"shortcut"_s,
          u"TARGET FILE"_s,
@@ -201,11 +201,11 @@ const CommandRegistration registration([] {
          RowPrinter::Options({adminOption}), RunComponents(Shell::UnregisterComponent)},
         {u"protocols register"_s, schemes, u"Make vxtool the handler of URL schemes."_s, protocolOptions,
          ChangeProtocols(ClickToCall::registerProtocols),
-         u"Without arguments, registers callto, tel and sip. A clicked address starts 'vxtool --callto ADDRESS'."_s,
+         u"Without arguments, registers callto, tel and sip. Clicking a link starts 'vxtool --callto ADDRESS'."_s,
          u"vxtool protocols register tel sip"_s},
         {u"protocols unregister"_s, schemes, u"Remove vxtool as the handler of URL schemes."_s,
          protocolOptions, ChangeProtocols(ClickToCall::unregisterProtocols)},
-        {u"protocols unregister-app"_s, QString(), u"Remove the application of the URL schemes."_s,
+        {u"protocols unregister-app"_s, QString(), u"Remove the registration of the application."_s,
          protocolOptions, UnregisterApplication},
         {u"protocols state"_s, schemes, u"List the URL schemes that vxtool handles."_s,
          RowPrinter::Options(protocolOptions), ProtocolState},

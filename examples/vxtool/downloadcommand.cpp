@@ -27,8 +27,8 @@ namespace
 
 using common::http::IFileDownload;
 
-const Option sizeOption{u"size"_s, u"Size that the file must have."_s, u"BYTES"_s};
-const Option md5Option{u"md5"_s, u"MD5 sum that the file must have."_s, u"HEX"_s};
+const Option sizeOption{u"size"_s, u"Expected size of the file."_s, u"BYTES"_s};
+const Option md5Option{u"md5"_s, u"Expected MD5 sum of the file."_s, u"HEX"_s};
 const Option attemptsOption{u"attempts"_s, u"Maximum number of attempts, 5 seconds apart (default: 1)."_s,
                             u"N"_s};
 const Option timeoutOption{u"timeout"_s, u"Seconds of silence after which an attempt fails (default: 30)."_s,
@@ -36,7 +36,7 @@ const Option timeoutOption{u"timeout"_s, u"Seconds of silence after which an att
 
 const Option keepPartialOption{u"keep-partial"_s, u"Keep FILE.part if the download fails."_s};
 
-/// Runs the download to its end. Complains and returns false if it fails.
+/// Starts the download and waits until it has ended. Complains and returns false if it fails.
 bool RunDownload(IFileDownload& download, const StatusKeeper& manager)
 {
     ProgressBar bar;
@@ -72,7 +72,7 @@ bool Rename(const QString& from, const QString& to)
                          from, to, QString::fromLocal8Bit(error.message().c_str())));
 }
 
-/// Downloads into FILE.part first, so that a failure leaves an existing FILE as it is.
+/// Downloads into FILE.part first, so that a failure leaves an existing FILE unchanged.
 int RunToFile(const QCommandLineParser& parser, const QString& path, std::unique_ptr<IFileDownload> download,
               const StatusKeeper& manager)
 {
@@ -83,7 +83,7 @@ int RunToFile(const QCommandLineParser& parser, const QString& path, std::unique
     if (info.exists() && !info.isFile()) {
         return Fail(u"%1 is not a regular file"_s.arg(path));
     }
-    // A link stays a link; its target is replaced.
+    // Replace the target of a link, not the link.
     const QString target = info.exists() ? info.canonicalFilePath() : path;
     const QString part = target + u".part"_s;
     download->SetFilePath(part);
@@ -105,7 +105,7 @@ int RunToFile(const QCommandLineParser& parser, const QString& path, std::unique
     return AllValid;
 }
 
-/// Downloads to a temporary file, and prints it when it is complete and verified.
+/// Downloads to a temporary file, and prints it once it is complete and verified.
 int RunToStandardOutput(const QCommandLineParser& parser, IFileDownload& download,
                         const StatusKeeper& manager)
 {
@@ -151,7 +151,7 @@ const CommandRegistration registration([] {
          u"Download a file and verify its size and MD5 sum."_s,
          {sizeOption, md5Option, attemptsOption, timeoutOption, keepPartialOption, forceOption},
          Download,
-         u"\"-\" as FILE prints the file when it is complete and verified. MD5 detects damage, not tampering."_s,
+         u"If FILE is \"-\", prints the file once it is complete and verified. MD5 detects damage, not tampering."_s,
          u"vxtool download --attempts 3 --size 1048576 https://example.org/a.bin a.bin"_s},
     };
 });

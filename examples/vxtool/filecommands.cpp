@@ -32,23 +32,24 @@ using common::Shell;
 constexpr common::logger::Channel logChannel{"vxtool.files"};
 
 const Option timingOption{u"timing"_s, u"Show the time taken."_s};
-const Option tolerateOption{u"tolerate"_s, u"Skip files of the first level that cannot be copied."_s};
-const Option filterOption{u"filter"_s,
-                          u"List only names that match PATTERN; enter only such directories (repeatable)."_s,
-                          u"PATTERN"_s};
-const Option nullOption{{u"0"_s, u"null"_s}, u"End each name with a zero byte, as find -print0."_s};
+const Option tolerateOption{u"tolerate"_s, u"Skip files at the first level that cannot be copied."_s};
+const Option filterOption{
+    u"filter"_s,
+    u"List only files, and enter only directories, with names that match PATTERN (repeatable)."_s,
+    u"PATTERN"_s};
+const Option nullOption{{u"0"_s, u"null"_s}, u"End each name with a zero byte, like find -print0."_s};
 
-/// Most likely the value of an unset variable. It must not mean the current directory.
-const QString emptyPath = u"an empty path names nothing"_s;
+/// An empty path most likely comes from an unset variable. It must not mean the current directory.
+const QString emptyPath = u"a path must not be empty"_s;
 const QString leftOutDetails =
     u"Hidden entries of directories, and names that cannot be decoded, are left out. "
     "Their number is printed, and --log lists them."_s;
 
-/// Returns the full path with its last name, even for ".." and a directory with a trailing slash. The file
-/// system resolves what precedes a ".."; a link at the end stays a link.
+/// Returns the full path. The path ends with a name, even if `path` ends with ".." or a slash. Resolves links
+/// in the parent directories, but not at the end.
 QString FullPath(const QString& path)
 {
-    const QFileInfo info(QDir(path).path()); // QDir removes the slash.
+    const QFileInfo info(QDir(path).path()); // QDir removes a trailing slash.
     const QString name = info.fileName();
     if (name == "."_L1 || name == ".."_L1) {
         return info.canonicalFilePath();
@@ -61,7 +62,7 @@ QString FullPath(const QString& path)
 class LeftOut
 {
 public:
-    /// Counts and logs what is left out below a directory.
+    /// Counts and logs the entries left out below a directory.
     void Look(const QString& directory)
     {
         namespace fs = std::filesystem;
@@ -99,7 +100,7 @@ private:
     int undecodable = 0;
 };
 
-/// Returns why the paths that the library has quoted in an error cannot be used.
+/// Returns why a path quoted in an error of the library cannot be used; empty if no reason is found.
 QString ReasonOf(const QString& error)
 {
     static const QRegularExpression quoted(u"'([^']*)'"_s);
@@ -138,7 +139,7 @@ QString TimingText(int items, qint64 milliseconds)
         ItemsText(static_cast<qint64>(items * 1000LL / std::max<qint64>(milliseconds, 1))));
 }
 
-/// Runs a job to its end, or until the user interrupts it.
+/// Runs a job until it has ended or the user interrupts it.
 template<class Job>
 int RunJob(Job& job, bool (Job::*start)(), const QCommandLineParser& parser, const QString& done)
 {
@@ -159,7 +160,7 @@ int RunJob(Job& job, bool (Job::*start)(), const QCommandLineParser& parser, con
             complaint = interrupted ? u"interrupted"_s : JobError(code, text);
             loop.quit();
         },
-        // A failed start emits before the loop runs.
+        // If the start fails, the signal is emitted before the loop runs.
         Qt::QueuedConnection);
     platform::OnInterrupt([&] {
         interrupted = true;
@@ -244,7 +245,7 @@ int Remove(const QCommandLineParser& parser)
     return exitCode;
 }
 
-/// Returns why CopyDir would fail. Call it first, because CopyDir logs nothing.
+/// Returns why CopyDir would fail; empty if no reason is found. Call it before CopyDir, which logs nothing.
 QString CopyProblem(const QString& source, const QString& destination)
 {
     if (!QFileInfo(source).isDir()) {
@@ -256,7 +257,7 @@ QString CopyProblem(const QString& source, const QString& destination)
             return u"no permission to read \"%1\""_s.arg(file);
         }
         if (QFileInfo::exists(target)) {
-            return u"\"%1\" exists already"_s.arg(target);
+            return u"\"%1\" already exists"_s.arg(target);
         }
     }
     return QFileInfo(destination).isDir() ? PlaceProblem(destination + u"/x"_s)
@@ -269,14 +270,15 @@ QString MoveProblem(const QString& source, const QString& destination)
         return u"\"%1\" is not a directory"_s.arg(source);
     }
     if (QFileInfo::exists(destination)) {
-        return u"\"%1\" exists already"_s.arg(destination);
+        return u"\"%1\" already exists"_s.arg(destination);
     }
     const QString parent = QFileInfo(destination).absolutePath();
     if (!QFileInfo(parent).isDir()) {
         return u"\"%1\" is not a directory"_s.arg(parent);
     }
-    return QStorageInfo(source).device() != QStorageInfo(parent).device() ? u"it is on another file system"_s
-                                                                          : PlaceProblem(destination);
+    return QStorageInfo(source).device() != QStorageInfo(parent).device()
+               ? u"the destination is on another file system"_s
+               : PlaceProblem(destination);
 }
 
 int CopyDir(const QCommandLineParser& parser)
@@ -352,18 +354,17 @@ const CommandRegistration registration([] {
          u"Remove files, links and whole directories."_s,
          {timingOption},
          Remove,
-         leftOutDetails + u" A directory that holds such an entry cannot be removed."_s,
+         leftOutDetails + u" A directory with entries left out cannot be removed."_s,
          u"vxtool remove --quiet build"_s},
         {u"copydir"_s,
          u"SOURCE DESTINATION"_s,
-         u"Copy the content of a directory."_s,
+         u"Copy the contents of a directory."_s,
          {tolerateOption},
          CopyDir,
-         u"DESTINATION must exist. A file that already exists there is a failure. Hidden entries below the "
-         "first level are left out."_s},
+         u"DESTINATION must exist. Fails if a file already exists in it. Hidden entries are left out."_s},
         {u"movedir"_s, u"SOURCE DESTINATION"_s, u"Move a directory."_s, {}, MoveDir},
         {u"scan"_s, u"[DIR...]"_s, u"List all files below directories."_s,
-         RowPrinter::Options({filterOption, nullOption}), Scan, u"Hidden names are left out."_s,
+         RowPrinter::Options({filterOption, nullOption}), Scan, u"Hidden entries are left out."_s,
          u"vxtool scan --null --filter '*.wav' ~/Music | xargs -0 ls -l"_s},
         {u"removeafterexit"_s,
          u"[DIR...]"_s,

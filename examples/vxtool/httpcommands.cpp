@@ -50,7 +50,8 @@ void ShowSignals(const IHttpRequest* request)
     QObject::connect(request, &IHttpRequest::requestError, failure(u"requestError"_s));
 }
 
-/// Only the log reports a retry that cannot be sent: a request that neither runs nor waits has failed.
+/// Calls `onIdle` once `request` has been idle for longer than the interval between attempts. The cause is a
+/// retry that could not be sent, which only the log reports.
 void WatchIdleness(const IHttpRequest& request, QTimer& timer, const std::function<void()>& onIdle)
 {
     constexpr qint64 marginSeconds = 2;

@@ -33,9 +33,9 @@ const Option clientKeyOption{u"client-key"_s, u"Key of the client certificate (P
 const Option authoritiesOption{u"ca"_s, u"Trusted CA certificates (PEM)."_s, u"FILE"_s};
 const Option redirectOption{
     u"redirect"_s, u"Redirects to follow: manual (none), no-less-safe or same-origin."_s, u"POLICY"_s};
-const Option queryOption{u"query"_s, u"Pair for the query (repeatable)."_s, u"KEY=VALUE"_s};
+const Option queryOption{u"query"_s, u"Query parameter (repeatable)."_s, u"KEY=VALUE"_s};
 const Option jsonFileOption{u"json-file"_s, u"Send the JSON object in FILE."_s, u"FILE"_s};
-const Option formOption{u"form"_s, u"Pair of a URL-encoded form (repeatable)."_s, u"KEY=VALUE"_s};
+const Option formOption{u"form"_s, u"Field of a URL-encoded form (repeatable)."_s, u"KEY=VALUE"_s};
 const Option textOption{u"text"_s, u"Text part of a multipart form (repeatable)."_s, u"NAME=TEXT"_s};
 const Option fileOption{u"file"_s, u"File part of a multipart form (repeatable)."_s, u"NAME=PATH"_s};
 
@@ -50,7 +50,7 @@ bool Misused(const QString& reason)
     return FailUsage(reason) == AllValid;
 }
 
-/// Calls `use` with both sides of each value of an option. Each value must contain a "=".
+/// Calls `use` with both parts of each `option` value, split at the first "=". Complains if there is none.
 template<typename Use>
 bool ForEachPair(const QCommandLineParser& parser, const Option& option, const Use& use)
 {
@@ -64,7 +64,7 @@ bool ForEachPair(const QCommandLineParser& parser, const Option& option, const U
     return true;
 }
 
-/// Headers and names of parts are sent verbatim, so a line break in one would begin another header.
+/// Headers and part names are sent verbatim, so a line break would start another header.
 bool HasControls(const QString& text)
 {
     return std::any_of(text.begin(), text.end(), [](QChar character) {
@@ -137,7 +137,7 @@ bool ApplyPayload(const QCommandLineParser& parser, IHttpRequest& request)
     }
     const bool isMultiPart = isGiven(textOption) || isGiven(fileOption);
     if (int(isGiven(jsonFileOption)) + int(isGiven(formOption)) + int(isMultiPart) > 1) {
-        return Misused(u"--json-file, --form and --text with --file exclude each other"_s);
+        return Misused(u"--json-file, --form and --text with --file cannot be combined"_s);
     }
     if (isGiven(jsonFileOption)) {
         return ApplyJson(parser.value(jsonFileOption), request);
@@ -210,7 +210,7 @@ bool ApplyTls(const QCommandLineParser& parser, IHttpRequest& request)
     const auto known = QSslCertificate::fromData(authorities);
     if ((!certificate.isEmpty() && ownCertificate.isNull()) || (!key.isEmpty() && ownKey.isNull()) ||
         (!authorities.isEmpty() && known.isEmpty())) {
-        return Misused(u"certificates and keys must be in PEM"_s);
+        return Misused(u"certificates and keys must be in PEM format"_s);
     }
     request.SetSslCertificate(ownCertificate, ownKey, known);
     return true;
@@ -228,7 +228,7 @@ Options GetOptions()
 Options PostOptions()
 {
     Options options = GetOptions();
-    options.back() = jsonFileOption; // Instead of --query.
+    options.back() = jsonFileOption; // Replaces --query.
     return options + Options{formOption, textOption, fileOption};
 }
 

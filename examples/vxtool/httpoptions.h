@@ -22,7 +22,7 @@ bool ReadUrl(const QString& text, QUrl& url);
 /// Configures `request` from the options and the only argument, its URL. Complains if they are invalid.
 bool ApplyHttpOptions(const QCommandLineParser& parser, common::http::IHttpRequest& request);
 
-/// A network manager that keeps the HTTP status of its last response, for messages.
+/// A network manager that stores the HTTP status of its last response for error messages.
 class StatusKeeper : public QNetworkAccessManager
 {
 public:

@@ -19,15 +19,15 @@ bool FailRead(const QString& name, const QString& reason)
     return Complain(u"cannot read %1: %2"_s.arg(name, reason));
 }
 
-// Standard input is read through the C library: QFile mistakes an empty pipe for its end.
+// Standard input is read through the C library, because QFile treats an empty pipe as the end of the input.
 
-/// Returns whether reading has ended without an error.
+/// Returns whether standard input was read without an error. Complains if it was not.
 bool StandardInputWasRead()
 {
     return std::ferror(stdin) == 0 || FailRead(u"standard input"_s, qt_error_string());
 }
 
-/// Reads up to the next line feed, which it drops; false at the end.
+/// Reads the next line, without its line feed. Returns false at the end of the input.
 bool ReadLine(QByteArray& line)
 {
     line.clear();

@@ -14,7 +14,7 @@ namespace vxtool
 namespace
 {
 
-/// Finds the command that `words` begin with and removes its name from them; null if there is none.
+/// Removes the name of a command from the start of `words`. Returns the command; null if there is none.
 const Command* TakeCommand(QStringList& words)
 {
     for (const Command& command : Commands()) {
@@ -27,7 +27,7 @@ const Command* TakeCommand(QStringList& words)
     return nullptr;
 }
 
-/// Reports that `words` name no command, and suggests one.
+/// Reports an unknown command and suggests a similar one.
 int FailUnknown(const QStringList& words)
 {
     const QString group = reference::GroupHelp(words.constFirst());
@@ -64,7 +64,7 @@ int ShowHelp(QStringList words)
     return AllValid;
 }
 
-/// Reports an option that `command` does not have, and suggests one.
+/// Reports an option that `command` does not have, and suggests a similar one.
 int FailOption(const QCommandLineParser& parser, const Command& command)
 {
     QStringList names;
@@ -77,7 +77,7 @@ int FailOption(const QCommandLineParser& parser, const Command& command)
                      (meant.isEmpty() ? QString() : u" Did you mean --%1?"_s.arg(meant)));
 }
 
-/// Starts the log that the options ask for. Returns AllValid or why there is none.
+/// Starts the log as the options specify. Returns AllValid, or the exit code of the failure.
 int StartLogOf(const QCommandLineParser& parser)
 {
     const QString path = parser.value(u"log"_s);
@@ -88,9 +88,10 @@ int StartLogOf(const QCommandLineParser& parser)
     }
     if (path.isEmpty() &&
         (parser.isSet(u"log"_s) || parser.isSet(u"log-level"_s) || parser.isSet(u"log-source"_s))) {
-        return FailUsage(u"a log needs a file: --log FILE"_s);
+        return FailUsage(u"the log options require --log FILE"_s);
     }
-    // log4cpp ignores a file that it cannot open, and creates one that others can read. URLs hold passwords.
+    // Open the file first: log4cpp ignores a file that it cannot open, and creates files that other users can
+    // read. Logged URLs may contain passwords.
     QFile file(path);
     if (!path.isEmpty() && path != "-"_L1 &&
         !file.open(QIODevice::Append, QFile::ReadOwner | QFile::WriteOwner)) {
@@ -101,7 +102,7 @@ int StartLogOf(const QCommandLineParser& parser)
                : FailUsage(u"this build has no log4cpp, so --log is not available"_s);
 }
 
-/// Runs `command`; `options` are those before its name, `words` what follows it.
+/// Runs `command`. On the command line, `options` precede its name and `words` follow it.
 int RunCommand(const Command& command, const QStringList& options, const QStringList& words)
 {
     SetRunningCommand(&command);
@@ -128,10 +129,10 @@ int RunCommand(const Command& command, const QStringList& options, const QString
     return exitCode;
 }
 
-/// Runs the command line; the first of `arguments` is the program.
+/// Runs the command line. The first of `arguments` is the program name.
 int RunProgram(const QStringList& arguments)
 {
-    // What follows --callto comes from a link: none of it is an option.
+    // Never parse options after --callto: the rest of the command line comes from a link.
     if (arguments.value(1) == "--callto"_L1) {
         PrintLine(arguments.mid(1).join(u' '));
         return AllValid;
@@ -155,7 +156,7 @@ int RunProgram(const QStringList& arguments)
     if (words.isEmpty()) {
         return FailUsage(u"a command is needed"_s);
     }
-    if (first == "reference"_L1) { // Hidden: the build calls it.
+    if (first == "reference"_L1) { // Undocumented: only the build uses it.
         PrintBytes(reference::Page(words.value(1), words.value(2)).toUtf8());
         return AllValid;
     }
@@ -177,7 +178,7 @@ int main(int argc, char* argv[])
 {
     namespace platform = vxtool::platform;
     platform::PrepareStandardStreams();
-    // Qt receives only the program's name, so it takes no argument as its own option.
+    // Qt receives only the program name, so that it does not treat any argument as its own option.
     int nameOnly = 1;
     const QCoreApplication application(nameOnly, argv);
     QCoreApplication::setApplicationName(QStringLiteral("vxtool"));

@@ -17,19 +17,19 @@ namespace
 {
 
 const Option jsonOption{u"json"_s, u"Print one JSON object per line."_s};
-const Option tableOption{u"table"_s, u"Print a table with aligned columns; long cells are cut."_s};
-const Option columnsOption{u"columns"_s,
-                           u"Print only these values, named as in --json, separated by commas."_s, u"LIST"_s};
+const Option tableOption{u"table"_s, u"Print a table with aligned columns; long cells are shortened."_s};
+const Option columnsOption{
+    u"columns"_s, u"Print only the values in LIST: names as in --json, separated by commas."_s, u"LIST"_s};
 
-/// Limit of a table cell: one very long input must not push all others off the screen.
+/// Maximum width of a table cell, so that a very long value does not push the other columns off the screen.
 constexpr qsizetype maxCellWidth = 44;
 
-/// Why standard output could not be written, such as a full disk; empty if there was no error.
+/// Error while writing to standard output, such as a full disk; empty if there was none.
 QString outputError;
 
 bool quiet = false;
 
-/// A name given to --columns that no row has.
+/// A name in --columns that is missing from the rows; empty if there is none.
 QString unknownColumn;
 
 void Print(std::FILE* file, const QByteArray& bytes)
@@ -165,7 +165,7 @@ void PrintError(const QString& line)
 int FinishOutput(int exitCode)
 {
     if (!unknownColumn.isEmpty()) {
-        return FailUsage(u"--columns: there is no value \"%1\" here"_s.arg(unknownColumn));
+        return FailUsage(u"--columns: unknown name \"%1\""_s.arg(unknownColumn));
     }
     if (std::fflush(stdout) != 0 && outputError.isEmpty()) {
         outputError = qt_error_string();

@@ -15,37 +15,36 @@ namespace vxtool
 void PrintLine(const QString& line);      ///< Prints to standard output, in UTF-8.
 void PrintBytes(const QByteArray& bytes); ///< Prints to standard output, verbatim.
 
-/// The option --force of the commands that print a body with PrintBody.
+/// The option --force of all commands that use PrintBody.
 extern const Option forceOption;
 
 /// Prints arbitrary bytes. Refuses to print binary data to a terminal unless --force is set.
 bool PrintBody(const QCommandLineParser& parser, const QByteArray& bytes);
 
-/// Prints to standard error, in UTF-8. Control characters other than line breaks and tabs are shown as
-/// "\xNN": the text may come from a server, and must not control the terminal.
+/// Prints to standard error, in UTF-8. Replaces control characters other than line breaks and tabs with
+/// "\xNN", because a message from a server must not control the terminal.
 void PrintError(const QString& line);
 
 /// Sets whether to print only results and errors (--quiet), without progress and summary.
 void SetQuiet(bool quiet);
 bool IsQuiet();
 
-/// Flushes the output. Returns `exitCode`, or another code if output was lost or could not be produced.
+/// Flushes the output. Returns `exitCode`, or an error code if output was lost or a column is unknown.
 int FinishOutput(int exitCode);
 
-/// The result for one input: named values in their order.
+/// The result for one input: named values, in order.
 using Row = std::vector<std::pair<QString, QJsonValue>>;
 
 /**
- * Prints rows in the format of the options: values separated by tabs, one JSON object per line (--json), or,
- * when the rows are complete, a table with aligned columns (--table).
+ * Prints rows as tab-separated values, as one JSON object per line (--json), or as a table with aligned
+ * columns (--table). The destructor prints the table.
  *
- * Tabs and line breaks inside a value are shown as \t, \n and \r, so that a row stays one line; --json keeps
- * them.
+ * Without --json, replaces tabs and line breaks in a value with \t, \n and \r, so that each row is one line.
  */
 class RowPrinter
 {
 public:
-    /// Returns the options for the format, and `more` after them.
+    /// Returns the options for the format, followed by `more`.
     static vxtool::Options Options(const vxtool::Options& more = {});
 
     explicit RowPrinter(const QCommandLineParser& parser);
@@ -70,8 +69,8 @@ private:
     std::vector<Row> tableRows;
 };
 
-/// Returns a command that prints the row that `makeRow` returns for each input. Succeeds if the first value
-/// of each row is `good`, if that is given.
+/// Returns a command that prints the result of `makeRow` for each input. If `good` is given, the command
+/// succeeds only if the first value of every row equals it.
 Run PrintRows(const std::function<Row(const QString&)>& makeRow, const QJsonValue& good = QJsonValue::Null);
 
 } // namespace vxtool

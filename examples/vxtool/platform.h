@@ -8,24 +8,24 @@
 namespace vxtool::platform
 {
 
-/// Returns the program's arguments, without its name.
+/// Returns the program's arguments without the program name.
 QStringList Arguments(int argc, char** argv);
 
-/// Makes standard input and output pass bytes unchanged. Keeps a stream that was closed at the start
-/// unusable, so that the next opened file does not take its place.
+/// Makes the standard streams pass bytes unchanged. Occupies the descriptor of a stream that was closed at
+/// startup, so that no opened file receives it.
 void PrepareStandardStreams();
 
 bool IsOutputTerminal(); ///< Returns whether standard output is a terminal.
-int TerminalWidth();     ///< Returns the columns of the terminal at standard error; 0 if there is none.
+int TerminalWidth();     ///< Returns the width in columns of the terminal on standard error; 0 if none.
 
-/// Returns why the process cannot be ended; empty if nothing is known to prevent it.
+/// Returns why the process cannot be terminated; empty if no reason is found.
 QString TerminationProblem(unsigned long processId);
 
-/// Prepares the thread for calls into the desktop's shell, until the program ends.
+/// Prepares the calling thread for functions of the desktop's shell.
 void EnterDesktop();
 
 /// Calls `handle` once, on the thread of the event loop, when the user interrupts the program (Ctrl-C). The
-/// first interrupt then does not end the program, the second does.
+/// first interrupt does not end the program; a second one does.
 void OnInterrupt(const std::function<void()>& handle);
 
 /// If OnInterrupt has caught an interrupt, ends the program as the interrupt would have. Otherwise returns

@@ -22,7 +22,7 @@ const Option directoryOption{u"directory"_s, u"Start the program in DIR."_s, u"D
 const Option timeoutOption{u"timeout"_s, u"Seconds to wait (default: no limit)."_s, u"S"_s};
 const Option parentOption{u"parent"_s, u"Search only among the children of process ID."_s, u"ID"_s};
 
-/// Returns a command that prints the result of `query` for each name. Succeeds if each result is `expected`.
+/// Returns a command that prints the result of `query` for each name. Succeeds if every result is `expected`.
 Run QueryNames(const QJsonValue& expected, const std::function<QJsonValue(const QString&)>& query)
 {
     return PrintRows(
@@ -75,7 +75,7 @@ int Modules(const QCommandLineParser& parser)
 {
     QStringList pieces = parser.positionalArguments();
     if (pieces.isEmpty()) {
-        pieces += QString(); // Every path contains it.
+        pieces += QString(); // Every path contains the empty string.
     }
     RowPrinter printer(parser);
     for (const QString& piece : pieces) {
@@ -115,25 +115,25 @@ const CommandRegistration registration([] {
     return CommandList{
         {u"process exists"_s, u"[NAME...]"_s, u"Check whether processes are running."_s,
          RowPrinter::Options(), QueryNames(true, Shell::ProcessExists),
-         u"A NAME is the name or the path of an executable."_s},
-        {u"process kill"_s, u"[NAME...]"_s, u"Terminate all processes with a name or path."_s,
+         u"NAME is the name or the path of an executable."_s},
+        {u"process kill"_s, u"[NAME...]"_s, u"Terminate all processes with a given name or path."_s,
          RowPrinter::Options(), QueryNames(0, Shell::ProcessKill),
          u"Prints 0 if none is left, otherwise -1."_s},
-        {u"process wait"_s, u"[NAME...]"_s, u"Wait until all processes with a name have ended."_s,
+        {u"process wait"_s, u"[NAME...]"_s, u"Wait for all processes with a given name to end."_s,
          RowPrinter::Options({timeoutOption}), Wait,
          u"Prints 0 if all have ended, 1 after a timeout, -1 on failure."_s,
          u"vxtool process wait --timeout 2.5 vexline"_s},
-        {u"process list"_s, u"[NAME...]"_s, u"Show the id of the first process with a name."_s,
+        {u"process list"_s, u"[NAME...]"_s, u"Show the id of the first process with a given name."_s,
          RowPrinter::Options({parentOption}), List, u"Prints 0 if there is none."_s},
         {u"process terminate"_s, u"[ID...]"_s, u"Terminate processes by id."_s, {}, Terminate},
         {u"modules"_s, u"[PIECE...]"_s, u"List the libraries that vxtool has loaded."_s,
-         RowPrinter::Options(), Modules, u"With arguments, lists only paths that contain a PIECE."_s},
+         RowPrinter::Options(), Modules, u"With arguments, lists only paths that contain one of them."_s},
         {u"start"_s,
          u"PROGRAM [ARGUMENT...]"_s,
          u"Start a program that outlives vxtool."_s,
          {directoryOption},
          Start,
-         u"Options after PROGRAM belong to it."_s,
+         u"Options after PROGRAM are passed to it."_s,
          QString(),
          true},
     };

@@ -48,7 +48,7 @@ ProgressBar::ProgressBar(AmountText amountText_)
 void ProgressBar::Update(qint64 done_, qint64 total_)
 {
     if (done_ == 0) {
-        return; // An empty file, or a further attempt.
+        return; // The file is empty or another attempt begins.
     }
     done = done_;
     total = total_;
@@ -98,7 +98,7 @@ void ProgressBar::Draw()
         const auto filled = static_cast<int>(std::min(done, total) * bar / total);
         line = u'[' + QString(filled, u'#') + QString(bar - filled, u'.') + u"] "_s + text;
     }
-    // A full last column would break the line.
+    // Writing to the last column would wrap the line.
     const QByteArray bytes = '\r' + line.left(width - 1).leftJustified(width - 1).toUtf8();
     static_cast<void>(std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr));
     static_cast<void>(std::fflush(stderr));

@@ -6,15 +6,15 @@
 namespace vxtool
 {
 
-/// Returns a readable size, such as "12.3 MB", in powers of ten.
+/// Returns a size with a decimal unit, such as "12.3 MB".
 QString SizeText(qint64 bytes);
 
 /// Returns "1 item" or "2 items".
 QString ItemsText(qint64 items);
 
 /**
- * Shows progress, rate and time left of a job on standard error: on a terminal a bar that redraws itself,
- * otherwise at most one line per second. Shows nothing with --quiet.
+ * Shows the progress, rate and remaining time of a job on standard error. On a terminal, redraws a bar;
+ * otherwise prints at most one line per second. Prints nothing with --quiet.
  */
 class ProgressBar
 {
@@ -24,10 +24,10 @@ public:
     /// `amountText_` formats an amount.
     explicit ProgressBar(AmountText amountText_ = SizeText);
 
-    /// `total_` is 0 or negative if it is not known.
+    /// `total_` is 0 or negative if the total is unknown.
     void Update(qint64 done_, qint64 total_);
 
-    /// Shows the last state again, if there was any, and moves to the next line.
+    /// Shows the final state, if there was any progress, and moves to the next line.
     void Finish();
 
 private:
@@ -35,7 +35,7 @@ private:
     QString Text() const;
 
     AmountText amountText;
-    int width; ///< Columns of the terminal; 0 if there is none.
+    int width; ///< Width of the terminal in columns; 0 if there is none.
     QElapsedTimer sinceStart;
     QElapsedTimer sinceDrawn;
     qint64 done = 0;

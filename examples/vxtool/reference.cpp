@@ -18,13 +18,13 @@ const QString purpose = u"use the vxcommon library on the command line"_s;
 const QString usage = u"vxtool [OPTION...] COMMAND [OPTION...] [ARGUMENT...]"_s;
 const QStringList description{
     u"vxtool makes the features of the vxcommon library available to scripts, support and tests."_s,
-    u"Without arguments, a command that takes several reads them from standard input, one per line. \"-\" in "
-    "the place of a FILE is standard input or output. \"--\" ends the options."_s};
-const QStringList exitStatus{u"0  every input was valid, every job done"_s,
-                             u"1  some input was not valid, or a job failed"_s,
+    u"A command that takes several arguments reads them from standard input, one per line, if there "
+    "are none. \"-\" in place of FILE means standard input or output. \"--\" ends the options."_s};
+const QStringList exitStatus{u"0  every input was valid and every job succeeded"_s,
+                             u"1  some input was invalid, or a job failed"_s,
                              u"2  the command line is invalid"_s};
 
-/// Returns `text` broken into lines that are indented by `indent`, the first one excepted.
+/// Returns `text` broken into lines. Indents all lines except the first by `indent`.
 QString Wrapped(const QString& text, qsizetype indent, qsizetype width = lineWidth)
 {
     QString wrapped;
@@ -43,7 +43,7 @@ QString Wrapped(const QString& text, qsizetype indent, qsizetype width = lineWid
     return wrapped;
 }
 
-/// Returns a line of a table; a long term gets its own line.
+/// Returns an entry of a table; a long term is on a separate line.
 QString Entry(const QString& term, const QString& text)
 {
     constexpr qsizetype indent = termWidth + 4;
@@ -80,7 +80,7 @@ QString FirstWord(const Command& command)
     return command.name.section(u' ', 0, 0);
 }
 
-/// Returns each first word of the commands once.
+/// Returns the first words of all commands, without duplicates.
 QStringList FirstWords()
 {
     QStringList words;
@@ -91,7 +91,7 @@ QStringList FirstWords()
     return words;
 }
 
-/// Returns the second words of the commands that begin with `word`; empty for a command of one word.
+/// Returns the second words of the commands whose first word is `word`; empty if there are none.
 QStringList SecondWords(const QString& word)
 {
     QStringList words;
@@ -111,7 +111,7 @@ bool TakesFiles(const QString& arguments)
                        [&arguments](const QString& word) { return arguments.contains(word); });
 }
 
-/// Returns the number of letters to insert, remove, replace or swap with a neighbour.
+/// Returns the edit distance: the number of letters to insert, remove, replace or swap with a neighbour.
 qsizetype Distance(const QString& a, const QString& b)
 {
     std::vector<std::vector<qsizetype>> cost(static_cast<std::size_t>(a.size()) + 1,
@@ -140,7 +140,7 @@ QString RoffEscaped(QString text)
     return text.replace(u'\\', "\\e"_L1).replace(u'-', "\\-"_L1).replace(u'\'', "\\(aq"_L1);
 }
 
-/// Returns running text in lines that stay short when escapes have made them longer.
+/// Returns `text` wrapped and escaped for roff. The lines stay short even with the escapes.
 QString Roff(const QString& text)
 {
     constexpr qsizetype width = 70;
@@ -183,12 +183,11 @@ QString ManualPage(const QString& date)
     for (const QString& line : exitStatus) {
         text += u".TP\n%1\n%2\n"_s.arg(line.left(1), Roff(line.mid(3)));
     }
-    text +=
-        u".SH ENVIRONMENT\n.TP\nVXTOOL_KEY\nKey of encrypt, decrypt and json, unless an option gives one.\n"_s;
+    text += u".SH ENVIRONMENT\n.TP\nVXTOOL_KEY\nKey for encrypt, decrypt and json if no option sets one.\n"_s;
     return text;
 }
 
-/// Returns the names of all options whose value has a name that `isWanted`, for a pattern of a shell.
+/// Returns a shell pattern of all options whose value name `isWanted` accepts.
 QString OptionPattern(bool (*isWanted)(const QString& valueName))
 {
     Options options = GlobalOptions() + ProgramOptions();
@@ -249,7 +248,7 @@ QString ZshQuoted(QString text)
     return u'\'' + text.replace(u'\'', "'\\''"_L1) + u'\'';
 }
 
-/// Returns arguments of _arguments, one per line.
+/// Returns the options as arguments of the zsh function _arguments, one per line.
 QString ZshOptions(const Options& options)
 {
     QString text;
@@ -270,7 +269,7 @@ QString ZshOptions(const Options& options)
     return text;
 }
 
-/// Returns the branches of a case that complete the options and arguments of each command.
+/// Returns the branches of a zsh case statement that completes the options and arguments of each command.
 QString ZshCases()
 {
     QString cases;
@@ -286,7 +285,7 @@ QString ZshCases()
 QString ZshCompletion()
 {
     QString groups;
-    QStringList words{u"'help:Show the help of a command.'"_s};
+    QStringList words{u"'help:Show the help for a command.'"_s};
     for (const QString& word : FirstWords()) {
         QStringList second;
         for (const Command& command : Commands()) {
@@ -311,11 +310,11 @@ QString ZshCompletion()
 Options GlobalOptions()
 {
     return {
-        {u"log"_s, u"Write a log to FILE, which only you can read; rolled over at 10 MiB, with 3 backups."_s,
+        {u"log"_s, u"Write a log to FILE, which only you can read. Roll over at 10 MiB; keep 3 backups."_s,
          u"FILE"_s},
         {u"log-level"_s, u"Log up to level N, from 0 (fatal) to 7 (debug) (default: 6)."_s, u"N"_s, u"6"_s},
-        {u"log-source"_s, u"Add the source location to each line of the log."_s},
-        {{u"q"_s, u"quiet"_s}, u"Print no progress and no summary, only results and errors."_s},
+        {u"log-source"_s, u"Add the source location to each log line."_s},
+        {{u"q"_s, u"quiet"_s}, u"Print only results and errors, without progress or summary."_s},
         {{u"h"_s, u"help"_s}, u"Show this help."_s}};
 }
 
@@ -323,7 +322,7 @@ Options ProgramOptions()
 {
     return {{{u"V"_s, u"version"_s}, u"Show the version."_s},
             {u"callto"_s,
-             u"Show ADDRESS, the rest of the command line. A clicked address starts vxtool this way."_s,
+             u"Print ADDRESS, the rest of the command line. Clicking a link starts vxtool in this way."_s,
              u"ADDRESS"_s}};
 }
 
@@ -356,7 +355,7 @@ QString CommandHelp(const Command& command)
     if (!command.example.isEmpty()) {
         text += u"\n\nExample:\n  "_s + command.example;
     }
-    return text + u"\n\n'vxtool help' shows the options of every command."_s;
+    return text + u"\n\n'vxtool help' shows the options that every command accepts."_s;
 }
 
 QString GroupHelp(const QString& word)

@@ -6,8 +6,8 @@
 namespace vxtool::reference
 {
 
-Options GlobalOptions();  ///< Returns the options before and after every command.
-Options ProgramOptions(); ///< Returns the options that stand alone, such as --version.
+Options GlobalOptions();  ///< Returns the options allowed before and after every command.
+Options ProgramOptions(); ///< Returns the options without a command, such as --version.
 
 QString MainHelp();
 QString CommandHelp(const Command& command);
@@ -18,8 +18,8 @@ QString GroupHelp(const QString& word);
 /// Returns the entry of `names` that is closest to `mistyped`; empty if none is close enough.
 QString ClosestTo(const QString& mistyped, const QStringList& names);
 
-/// Returns the page "man" (of that date, such as 2026-01-31), or the completion for "bash" or "zsh"; empty
-/// for any other kind.
+/// Returns the manual page ("man") with the given date, such as 2026-01-31, or the completion for "bash" or
+/// "zsh". Returns an empty string for any other kind.
 QString Page(const QString& kind, const QString& date);
 
 } // namespace vxtool::reference

@@ -23,7 +23,7 @@ const Option timeoutOption{u"timeout"_s, u"Timeout for sending the message, in s
 const Option serveOption{u"serve"_s, u"As the primary instance, print messages for S seconds (default: 0)."_s,
                          u"S"_s};
 
-/// Prints an event at once, for a reader that waits for it.
+/// Prints an event and flushes it, so that a waiting reader receives it immediately.
 void PrintEvent(RowPrinter& printer, const QString& event, const QString& text)
 {
     LOG_MESSAGE(common::logger::Info) << event << ": " << text;
@@ -67,7 +67,7 @@ int Single(const QCommandLineParser& parser)
         PrintEvent(printer, u"sent"_s, arguments.last());
         return AllValid;
     }
-    // If the primary instance has died, this one takes its place.
+    // If the primary instance has ended, this process takes its place.
     if (!peer.isSecondary()) {
         return ServeAsPrimary(printer, peer, seconds);
     }
@@ -77,9 +77,9 @@ int Single(const QCommandLineParser& parser)
 
 const CommandRegistration registration([] {
     return CommandList{
-        {u"single"_s, u"APPID [MESSAGE]"_s, u"Be the only instance of APPID, or send it a message."_s,
+        {u"single"_s, u"APPID [MESSAGE]"_s, u"Become the primary instance, or send it a message."_s,
          RowPrinter::Options({timeoutOption, serveOption}), Single,
-         u"Prints \"first\" as the primary instance, otherwise \"second\" and whether MESSAGE was sent. "
+         u"The primary instance prints \"first\"; any other prints \"second\" and whether MESSAGE was sent. "
          "Put options before APPID: MESSAGE is data, even if it begins with \"-\"."_s,
          u"vxtool single --serve 60 demo"_s, true},
     };

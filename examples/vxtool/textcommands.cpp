@@ -18,11 +18,12 @@ using tools::string::converter;
 using tools::string::splitter;
 
 const Option stringOption{{u"s"_s, u"string"_s},
-                          u"Take the arguments, or each line of standard input, as strings."_s};
+                          u"Hash the arguments, or each line of standard input, instead of files."_s};
 const Option groupOption{u"group"_s, u"Number of digits per group (required)."_s, u"N"_s};
-const Option utf8Option{u"utf8"_s, u"Cut into pieces of N bytes of UTF-8, 3 or more."_s, u"N"_s};
+const Option utf8Option{u"utf8"_s, u"Split into pieces of N bytes of UTF-8; N is at least 3."_s, u"N"_s};
 const Option ucs2Option{
-    u"ucs2"_s, u"Cut into pieces of N bytes, 2 or more: two bytes per character unless it is ASCII."_s,
+    u"ucs2"_s,
+    u"Split into pieces of N bytes; N is at least 2. ASCII pieces have one byte per character, others two."_s,
     u"N"_s};
 
 /// Returns a command that prints the result of `convert` for each string.
@@ -36,7 +37,7 @@ Run Convert(const std::function<QString(const QString&)>& convert)
     };
 }
 
-/// Returns the line that md5sum prints, which escapes names that would break it.
+/// Returns the line that md5sum would print, with line breaks and backslashes in the name escaped.
 QString SumLine(const QString& sum, QString name)
 {
     const bool escape = name.contains(u'\\') || name.contains(u'\n') || name.contains(u'\r');
@@ -157,7 +158,7 @@ const CommandRegistration registration([] {
          u"Print MD5 sums of files, as md5sum does."_s,
          {stringOption},
          Md5,
-         u"\"-\" and no FILE at all are standard input. Only sums are printed for strings."_s,
+         u"Reads standard input if FILE is \"-\" or missing. For strings, prints only the sums."_s,
          u"vxtool md5 *.bin > sums && md5sum --check sums"_s},
         {u"uuidform"_s,
          u"--group N [TEXT...]"_s,
@@ -165,11 +166,11 @@ const CommandRegistration registration([] {
          {groupOption},
          UuidForm,
          u"Prints hexadecimal digits in braces, with a dash after every N digits."_s},
-        {u"split"_s, u"--utf8 N | --ucs2 N [TEXT...]"_s, u"Cut strings into pieces of N bytes."_s,
+        {u"split"_s, u"--utf8 N | --ucs2 N [TEXT...]"_s, u"Split strings into pieces of N bytes."_s,
          RowPrinter::Options({utf8Option, ucs2Option}), Split,
-         u"Prints UTF-16 units, UTF-8 bytes and text of each piece."_s},
+         u"Prints the number of UTF-16 units and UTF-8 bytes of each piece, and its text."_s},
         {u"links"_s, u"[FILE]"_s, u"Find the links in a text."_s, RowPrinter::Options(), Links,
-         u"Prints start and length, in UTF-16 units, and the link. The text is UTF-8."_s,
+         u"Prints the start and length of each link, in UTF-16 units, and the link. The text is UTF-8."_s,
          u"vxtool links --columns text notes.txt"_s},
         {u"version parse"_s, u"[TEXT...]"_s, u"Parse version numbers."_s, RowPrinter::Options(),
          PrintRows(ParseVersion), u"Prints the version and its four parts."_s},

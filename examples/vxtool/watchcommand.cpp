@@ -23,7 +23,7 @@ const Option sleepOption{u"sleep"_s, u"Watch suspend and resume."_s};
 const Option dateOption{u"date"_s, u"Watch date and time zone."_s};
 const Option forOption{u"for"_s, u"Seconds to watch (default: no limit)."_s, u"S"_s};
 
-/// Prints one line per signal and flushes it, so that a pipe receives it at once.
+/// Prints one line per signal and flushes it, so that a pipe receives it immediately.
 void PrintSignal(const QString& signal)
 {
     const QString time = QDateTime::currentDateTime().toString(Qt::ISODateWithMs);
@@ -73,7 +73,7 @@ int Watch(const QCommandLineParser& parser)
     if (all || parser.isSet(idleOption)) {
         idleWatcher = WatchIdle(&context);
         watching = idleWatcher->idleWatcherPrivate()->backend != nullptr ||
-                   Complain(u"this system does not report how long the user is idle"_s);
+                   Complain(u"this system does not report how long the user has been idle"_s);
     }
     if ((all || parser.isSet(sleepOption)) && !WatchSleep(&context)) {
         watching = Complain(u"this system does not report suspend and resume"_s);
@@ -93,7 +93,7 @@ const CommandRegistration registration([] {
     return CommandList{
         {u"watch"_s,
          QString(),
-         u"Print idleness, sleep and changes of the date."_s,
+         u"Print idle times, sleep and date changes."_s,
          {idleOption, sleepOption, dateOption, forOption},
          Watch,
          u"Without options, watches everything."_s,

@@ -129,7 +129,7 @@ void TestVxtool::mistakes_data()
     fails("shortcut to nothing", "shortcut|none|x.desktop", "there is no target \"none\"");
     fails("shortcut in no directory", "shortcut|.|no/such/x.desktop", "there is no directory \"");
     fails("no such process", "process|terminate|999999999", "cannot end process 999999999: ");
-    fails("not encrypted", "decrypt|--key|k|YWJj", "\"YWJj\" is not Base64 of encrypted text");
+    fails("not encrypted", "decrypt|--key|k|YWJj", "\"YWJj\" is not encrypted text in Base64");
     fails("bad scheme", "protocols|register|a b", "\"a b\" is not a URL scheme");
     fails("no file to pack", "gzip|no/such/file", "cannot read no/such/file: ");
     fails("log in no directory", "--log|/no/such/folder/a.log|version|parse|1", "a.log: ");
@@ -232,11 +232,11 @@ void TestVxtool::files()
     verify("copy|a|d/b/c", 1, "error 700104: ", before);
     verify("remove|d|a|x", 0, "6 items removed\n", {"t/"});
     verify("remove|/", 2, "is the root", before);
-    verify("remove|", 2, "names nothing", before);
+    verify("remove|", 2, "must not be empty", before);
     QVERIFY(Run("copy|--timing|a|x").output.startsWith("1 item copied in "));
     QCOMPARE(Run("copy|--quiet|a|x").output, "");
     QCOMPARE(Run("copydir|d|t").exitCode, 0);
-    QVERIFY(Run("copydir|d|t").error.contains("\"t/b\" exists already"));
+    QVERIFY(Run("copydir|d|t").error.contains("\"t/b\" already exists"));
     QVERIFY(Run("scan|--null|d").output.endsWith(QByteArray("c\0", 2)));
     QCOMPARE(Run("scan|").output, "");
 #ifdef Q_OS_UNIX
@@ -286,7 +286,7 @@ void TestVxtool::http_data()
     row("download, wrong size", "download|URL|file|--size|5", {ok}, 1, "", "",
         "error 900103: Download verification failed! ");
     row("download over a directory", "download|URL|.", {ok}, 1, "", "", ". is not a regular file\n");
-    misused("form and parts", "post|URL|--form|a=b|--text|a=b", "exclude each other");
+    misused("form and parts", "post|URL|--form|a=b|--text|a=b", "cannot be combined");
     misused("interval", "get|URL|--interval|-5", "--interval takes a number from 0 to 2147483647");
     misused("download without a file", "download|URL", "a URL and a file are needed");
     misused("header in a header", "get|URL|--header|X: a\r\nY: b", "--header must not contain line breaks");

@@ -20,7 +20,7 @@ namespace
 int wakeUp[2] = {-1, -1};
 volatile std::sig_atomic_t caughtSignal = 0;
 
-/// Writes a byte, as a signal handler may; the event loop reads it from the pipe.
+/// Wakes the event loop through a pipe, because write is safe in a signal handler.
 void Notify(int signal)
 {
     caughtSignal = signal;
@@ -43,8 +43,8 @@ void PrepareStandardStreams()
 {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (fcntl(descriptor, F_GETFD) == -1) {
-            // The wrong direction on purpose: reading and writing fail with "Bad file descriptor". open takes
-            // the lowest free descriptor, which is this one.
+            // Open in the wrong direction, so that reading and writing fail with "Bad file descriptor". open
+            // uses the lowest free descriptor, which is `descriptor`.
             static_cast<void>(open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY));
         }
     }
@@ -57,7 +57,7 @@ bool IsOutputTerminal()
 
 int TerminalWidth()
 {
-    constexpr int usualWidth = 80; // Some terminals do not report theirs.
+    constexpr int usualWidth = 80; // For terminals that do not report their width.
     if (isatty(STDERR_FILENO) == 0) {
         return 0;
     }
@@ -67,7 +67,7 @@ int TerminalWidth()
 
 QString TerminationProblem(unsigned long processId)
 {
-    // 0 would mean a process group, 1 the init process.
+    // kill treats 0 as a process group; 1 is the init process.
     const bool isPid =
         processId > 1 && processId <= static_cast<unsigned long>(std::numeric_limits<pid_t>::max());
     errno = ESRCH;
@@ -96,7 +96,7 @@ void OnInterrupt(const std::function<void()>& handle)
 int EndAfterInterrupt(int exitCode)
 {
     if (caughtSignal != 0) {
-        static_cast<void>(std::raise(caughtSignal)); // SA_RESETHAND has restored its default action.
+        static_cast<void>(std::raise(caughtSignal)); // SA_RESETHAND has restored the default action.
     }
     return exitCode;
 }

@@ -21,7 +21,7 @@ namespace
 std::function<void()> onInterrupt;
 std::atomic_bool interrupted{false};
 
-/// Handles an interrupt, on a thread of the system.
+/// Handles an interrupt. Windows calls the handler on a separate thread.
 BOOL WINAPI Notify(DWORD /*event*/)
 {
     if (interrupted.exchange(true)) {
@@ -34,7 +34,7 @@ BOOL WINAPI Notify(DWORD /*event*/)
 
 } // namespace
 
-// argv has the ANSI code page, which cannot hold every name.
+// argv uses the ANSI code page, which cannot represent every file name.
 QStringList Arguments(int /*argc*/, char** /*argv*/)
 {
     int count = 0;
