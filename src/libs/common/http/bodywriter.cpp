@@ -10,12 +10,12 @@ namespace common::http
 namespace
 {
 
-/// Limit of a reply's buffer, in bytes. Qt emits progress at most ten times a second, and a transfer would
-/// stall while the buffer is full, so a half-full buffer is written at once.
+/// Size limit of a reply's read buffer, in bytes. A full buffer would stall the transfer, and Qt emits
+/// progress at most ten times a second, so a half-full buffer is written immediately.
 constexpr qint64 replyBufferSize = qint64{4} * 1024 * 1024;
 constexpr qint64 fullReplyBuffer = replyBufferSize / 2;
 
-/// Bytes that are hashed and written at a time, while they are in the processor's cache.
+/// Number of bytes hashed and written at a time; few enough to stay in the processor's cache.
 constexpr qsizetype pieceSize = qsizetype{128} * 1024;
 
 } // namespace
@@ -42,7 +42,7 @@ BodyWriter::BodyWriter(std::unique_ptr<QFile> file_, bool computesSum, Report re
 void BodyWriter::Attach(QNetworkReply& reply)
 {
     reply.setReadBufferSize(replyBufferSize);
-    // Qt 6.4 stalls on a larger body of a redirect, and drops the limit after it.
+    // Qt 6.4 stalls if the body of a redirect exceeds the limit, and drops the limit after a redirect.
     connect(&reply, &QNetworkReply::metaDataChanged, this, [&reply] {
         const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
         reply.setReadBufferSize(status / 100 == 3 ? 0 : replyBufferSize);
@@ -56,12 +56,12 @@ void BodyWriter::Attach(QNetworkReply& reply)
 
 void BodyWriter::Drain(QNetworkReply& reply)
 {
-    // Not readable if a caller has aborted or closed it.
+    // A reply that a caller has aborted or closed is not readable.
     if (!reply.isReadable() || reply.bytesAvailable() == 0) {
         return;
     }
     if (hash && !(StateOf(FileName()) == state)) {
-        hash.reset(); // Changed by another program.
+        hash.reset(); // Another program has changed the file.
     }
     qint64 read = 0;
     qint64 written = 0;
@@ -85,13 +85,13 @@ WrittenSum BodyWriter::Finish()
 {
     WrittenSum written;
     if (hash && StateOf(FileName()) == state) {
-        // Windows sets the time when the file is closed, unless it was set explicitly.
+        // Windows updates the modification time on close unless it was set explicitly.
         file->setFileTime(QDateTime::currentDateTime(), QFileDevice::FileModificationTime);
         written = {StateOf(FileName()), QString::fromLatin1(hash->result().toHex())};
     }
     file->close();
     if (file->error() != QFileDevice::NoError) {
-        written = {}; // Some network file systems report only now that bytes are lost.
+        written = {}; // Some network file systems report lost data only on close.
     }
     return written;
 }

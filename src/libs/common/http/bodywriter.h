@@ -13,18 +13,18 @@
 namespace common::http
 {
 
-/// The state of a file as far as the file system shows it.
+/// The attributes of a file that reveal a change.
 struct FileState
 {
     qint64 size = 0;
     QDateTime modified;
 };
 
-/// Reads size and modification time of the file at `path`.
+/// Returns the state of the file at `path`.
 FileState StateOf(const QString& path);
 bool operator==(const FileState& left, const FileState& right);
 
-/// The MD5 sum of a file that was written, valid as long as the file is in this state.
+/// The MD5 sum of a written file, valid only while the file is in `state`.
 struct WrittenSum
 {
     FileState state;
@@ -32,28 +32,28 @@ struct WrittenSum
 };
 
 /**
- * Writes the body of a reply into a file while it arrives, and computes its MD5 sum on the way.
+ * Writes the body of a reply to a file as the data arrives, and computes the MD5 sum.
  *
- * Over HTTP/1.1, at most a few MiB of the body wait in memory.
+ * Over HTTP/1.1, at most a few MiB of the body are held in memory.
  */
 class BodyWriter final : public QObject
 {
 public:
     using Report = std::function<void(qint64 read, qint64 written)>;
 
-    /// Takes a file that is open for writing. Calls `report` with the bytes of each Drain, -1 for a failed
-    /// write.
+    /// `file_` must be open for writing. Each Drain calls `report_` with the numbers of bytes read and
+    /// written; the latter is -1 if a write failed.
     BodyWriter(std::unique_ptr<QFile> file_, bool computesSum, Report report_);
 
     QString FileName() const { return file->fileName(); }
 
-    /// Limits the memory of a new reply, and drains the reply whenever much of that is in use.
+    /// Limits the read buffer of a new reply, and drains the reply whenever the buffer is half full.
     void Attach(QNetworkReply& reply);
 
-    /// Writes what has arrived.
+    /// Writes the data that has arrived to the file.
     void Drain(QNetworkReply& reply);
 
-    /// Closes the file. The sum is empty if the file may differ from what was written.
+    /// Closes the file. Returns an empty sum if the file may differ from the written data.
     WrittenSum Finish();
 
 private:
@@ -61,8 +61,8 @@ private:
 
     std::unique_ptr<QFile> file;
     const Report report;
-    std::unique_ptr<QCryptographicHash> hash; ///< Null if the sum is not needed or no longer certain.
-    FileState state;                          ///< After the last write.
+    std::unique_ptr<QCryptographicHash> hash; ///< Null if the sum is not needed or no longer reliable.
+    FileState state;                          ///< State after the last write.
     QByteArray buffer;
 };
 

@@ -19,8 +19,8 @@ namespace
 constexpr logger::Channel logChannel{"http.download"};
 
 constexpr quint64 firstId = 100000;
-constexpr int defaultTimeout = 30;            // Seconds of silence.
-constexpr std::chrono::seconds retryDelay{5}; // Between two attempts.
+constexpr int defaultTimeout = 30;            // Limit on silence, in seconds.
+constexpr std::chrono::seconds retryDelay{5}; // Delay between two attempts.
 
 quint64 NextId()
 {
@@ -28,8 +28,8 @@ quint64 NextId()
     return next++;
 }
 
-/// Reads in pieces, so that a large file need not fit into memory. A mapping would crash the process if the
-/// file were truncated in the meantime.
+/// Reads the file piece by piece, because a large one may not fit into memory. A mapped file would crash the
+/// process if another program truncated it.
 QString ChecksumOf(QFile& file)
 {
     QCryptographicHash hash(QCryptographicHash::Md5);
@@ -177,7 +177,7 @@ void FileDownload::CreateRequest(QNetworkAccessManager* manager)
     connect(request, &IHttpRequest::requestError, this, &FileDownload::OnRequestError);
     connect(request, &IHttpRequest::requestFinished, this, &FileDownload::OnRequestFinished);
     connect(request, &IHttpRequest::downloadProgress, this, &FileDownload::OnDownloadProgress);
-    // Qt does not guarantee progress for the last bytes, and the request reads them after this signal.
+    // Drain the last bytes: Qt may emit no progress for them, and the request reads them after this signal.
     connect(request, &IHttpRequest::replyFinished, this, [this] {
         if (file) {
             file->Drain(*request->Reply());
@@ -227,9 +227,9 @@ bool FileDownload::PrepareFile(const QString& path)
         return false;
     }
     auto output = std::make_unique<QFile>(info.absoluteFilePath());
-    // Opening a fifo would block until another process reads it.
+    // Opening a FIFO would block until another process opened it for reading.
     const bool isSpecial = info.exists() && !info.isFile() && !info.isDir();
-    // Kept for compatibility: the lines below name the directory, not the file.
+    // Kept for compatibility: the log lines below name the directory, not the file.
     if (isSpecial || !output->open(QIODevice::WriteOnly)) {
         LOG_MESSAGE(logger::Crit) << LogPrefix() << "Failed to open file '" << directory << "'!";
         LOG_MESSAGE(logger::Error) << LogPrefix() << "I/O error: '"
@@ -289,7 +289,7 @@ void FileDownload::OnRequestError(int error, const QString& errorDesc)
 
 void FileDownload::Retry(int error, const QString& errorDesc)
 {
-    // Kept for compatibility: compared unsigned, so that a negative count means no limit.
+    // Kept for compatibility: the comparison is unsigned, so a negative count means no limit.
     if (attempt >= static_cast<unsigned int>(attemptCount)) {
         LOG_MESSAGE(logger::Error) << LogPrefix() << "Downloading failed. No more tries.";
         Q_EMIT failed(error, errorDesc);

@@ -59,7 +59,7 @@ private:
     QString LogPrefix() const;
 
     quint64 id;
-    QPointer<IHttpRequest> request; ///< Owned; weak, since it is a child that anyone can find and delete.
+    QPointer<IHttpRequest> request; ///< Owned; weak, because any code can find this child and delete it.
     std::unique_ptr<BodyWriter> file;
     QString filePath;
     QString checksum;

@@ -18,7 +18,7 @@ namespace common::http
 namespace
 {
 
-/// Qt looks up the host on one thread and sends on another.
+/// Number of file descriptors needed to send: Qt looks up the host on one thread and sends on another.
 constexpr std::size_t descriptorsOfSend = 2;
 
 } // namespace
@@ -52,7 +52,7 @@ HttpRequest::HttpRequest(QNetworkAccessManager* manager, QObject* parent)
 
 HttpRequest::~HttpRequest()
 {
-    d->manager = nullptr; // While the reply is aborted, a slot of the manager may send again.
+    d->manager = nullptr; // Aborting the reply may call a slot that sends the request again.
     HttpRequest::Abort();
     DropReply();
 }
@@ -168,7 +168,7 @@ bool HttpRequest::SendRequest(HTTPRequestMethod method)
 {
     d->method = method;
     if (QNetworkReply* const earlier = Reply()) {
-        // While the reply is aborted, a slot of the manager may delete the request or send it.
+        // Aborting the reply may call a slot that deletes the request or sends it.
         const QPointer<HttpRequest> self = this;
         CutOffReply();
         Abort();
@@ -179,9 +179,9 @@ bool HttpRequest::SendRequest(HTTPRequestMethod method)
             return false;
         }
         if (Reply() != nullptr) {
-            return true; // Sent by that slot, later than this send.
+            return true; // The slot's send is the more recent one.
         }
-        d->method = method; // If the send of that slot failed.
+        d->method = method; // A failed send in the slot may have changed it.
     }
     if (d->manager.isNull()) {
         LOG_MESSAGE(logger::Crit) << LogPrefix() << "Failed to  SendRequest(): HttpRequestManager is NULL!";
@@ -259,7 +259,7 @@ QNetworkReply* HttpRequest::SendGetRequest()
     if (query.isEmpty()) {
         request.setUrl(GetUrl());
     } else {
-        // Kept for compatibility: adds a "?" even after a URL that has a query.
+        // Kept for compatibility: adds a "?" even if the URL already has a query.
         request.setUrl(QUrl(GetUrl().toString() + u'?' + query, QUrl::TolerantMode));
     }
     LOG_MESSAGE(logger::Debug) << LogPrefix()
@@ -286,7 +286,8 @@ QNetworkReply* HttpRequest::SendPostRequest()
         return nullptr;
     }
     std::unique_ptr<QHttpMultiPart> multiPart(form->MultiPart());
-    if (multiPart == nullptr || !platform::HasDescriptors(descriptorsOfSend)) { // Its files are open now.
+    // Check again, because the files of the form take descriptors.
+    if (multiPart == nullptr || !platform::HasDescriptors(descriptorsOfSend)) {
         LOG_MESSAGE(logger::Error) << LogPrefix()
                                    << QStringLiteral(
                                           "Failed to create multipart/form-data POST request to URL='%1'.")

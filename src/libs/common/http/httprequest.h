@@ -10,13 +10,14 @@ namespace common::http
 {
 
 /**
- * The request that CreateHttpRequest returns; derive from it to change a step.
+ * The class that CreateHttpRequest instantiates; derive from it to customise a step.
  *
- * The request deletes a reply as soon as it no longer needs it. Inside a signal of the request, Reply() no
- * longer returns that reply, but it is deleted only when Qt has returned from it to the event loop.
+ * The request deletes a reply as soon as the reply is no longer needed. If that happens during a signal of
+ * the request, Reply() stops returning the reply, but it is deleted only after control has returned to the
+ * event loop.
  *
  * @warning Do not send, abort or delete the request in a slot that is connected to a signal of Reply() itself
- * or to QNetworkAccessManager::finished. Qt forbids deleting a reply there. Use a queued connection.
+ * or to QNetworkAccessManager::finished. Qt forbids these slots to delete a reply; use a queued connection.
  */
 class VXCOMMON_EXPORT HttpRequest : public IHttpRequest
 {
@@ -56,11 +57,11 @@ public Q_SLOTS:
     virtual void Resend();
 
 protected:
-    /// Adds client certificate, key and CA certificates to `request`, and disables peer verification.
+    /// Adds the client certificate, key and CA certificates to `request`, and disables peer verification.
     virtual void SetSslConfiguration(QNetworkRequest& request);
-    /// Begins one attempt. Returns what Send returns.
+    /// Begins one attempt; for the return value, see Send.
     virtual bool SendRequest(HTTPRequestMethod method);
-    /// Schedules the next attempt. Returns false if none is left; if true, emit nothing for this one.
+    /// Schedules the next attempt; returns false if none is left. If true, do not report the current failure.
     bool AskRetryIfPossible();
 
 Q_SIGNALS:

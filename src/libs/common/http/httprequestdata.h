@@ -42,7 +42,7 @@ public:
     QByteArray GetData() const override;
 };
 
-/// The query of a GET, which accepts no other payload, or the body of a POST.
+/// The query of a GET or the body of a POST. A GET accepts no other payload.
 class HttpRequestUrlencodedDataMap final : public HttpRequestDataMap
 {
 public:

@@ -17,9 +17,9 @@ namespace
 
 constexpr logger::Channel logChannel{"http.form.part"};
 
-/// Keeps the size that the file had when it was opened. If a device grows, QHttpMultiPart sends memory that
-/// does not belong to it; if it ends early, it crashes or never returns. Here, the request fails if the file
-/// ends early.
+/// A file whose size is fixed when it is opened. If a device grows, QHttpMultiPart sends memory that does not
+/// belong to it; if a device ends early, QHttpMultiPart crashes or never returns. If a FormFile ends early,
+/// the request fails.
 class FormFile final : public QFile
 {
 public:
@@ -27,7 +27,7 @@ public:
 
     bool Open()
     {
-        // Unbuffered, so that pos() in readData is that of the file.
+        // Unbuffered, so that pos() in readData returns the position in the file.
         const bool isOpen = open(QIODevice::ReadOnly | QIODevice::Unbuffered);
         sizeAtOpen = QFile::size();
         return isOpen;
@@ -77,7 +77,7 @@ bool HttpRequestFilePartFormData::AppendTo(QHttpMultiPart* multiPart)
     QHttpPart part;
     part.setHeader(QNetworkRequest::ContentDispositionHeader, GetContentDisposition());
     auto file = std::make_unique<FormFile>(Value());
-    // Opening a fifo would wait for a writer.
+    // Opening a FIFO would block until another process opened it for writing.
     if (!QFileInfo(Value()).isFile() || !file->Open()) {
         LOG_MESSAGE(logger::Error) << QStringLiteral("Failed to open file '%1'").arg(Value());
         return false;

@@ -23,7 +23,7 @@ private:
     QString value;
 };
 
-/// A file; its value is the path.
+/// A part that sends a file; its value is the path.
 class HttpRequestFilePartFormData final : public HttpRequestPartFormData
 {
 public:
@@ -33,7 +33,7 @@ public:
     QString GetContentDisposition() const override;
 };
 
-/// A string; its value is the string itself.
+/// A part that sends its value as a string.
 class HttpRequestTextPartFormData : public HttpRequestPartFormData
 {
 public:

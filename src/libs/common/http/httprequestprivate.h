@@ -28,14 +28,14 @@ struct HttpRequest::Private
     HTTPRequestMethod method = GET;
     int attemptCount = 1;
     int attemptInterval = 20; ///< In seconds.
-    int attempt = 0;          ///< Counted from 0.
+    int attempt = 0;          ///< Number of the current attempt, from 0.
     QPointer<QTimer> resendTimer;
     QSslCertificate sslCertificate;
     QSslKey sslKey;
     QList<QSslCertificate> caCertificates;
 };
 
-/// Converts for QTimer, which accepts neither a negative interval nor more than an int can hold (24 days).
+/// Limits the result to the range of QTimer: from 0 to the largest int (24 days).
 int ToMilliseconds(int seconds);
 
 } // namespace common::http

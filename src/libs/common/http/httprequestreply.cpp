@@ -1,4 +1,4 @@
-// Handles a reply from its first signal to its deletion, and the retries.
+// Handles replies from their first signal to their deletion, and retries.
 
 #include "httprequestprivate.h"
 
@@ -41,11 +41,11 @@ bool IsProxyProblem(int error)
 } // namespace
 
 /**
- * Kept by a slot of the request while it handles a signal of the reply.
+ * Exists while a slot of the request handles a signal of the reply.
  *
- * Qt still uses a reply after it has emitted a signal. If the request drops the reply in the meantime, the
- * outermost slot has it deleted after that. The slot does so itself because deleteLater, called in an event
- * loop nested in the slot, would delete the reply inside that loop.
+ * Qt still uses a reply after emitting a signal. If the request drops the reply during the slot, the
+ * outermost Delivery schedules the deletion. The request cannot call deleteLater when it drops the reply: in
+ * an event loop nested in the slot, deleteLater would delete the reply inside that loop.
  */
 class HttpRequest::Delivery
 {
@@ -68,7 +68,7 @@ public:
         }
     }
 
-    /// Returns whether a receiver has sent or deleted the request, so that the reply delivers nothing more.
+    /// Returns whether the reply must emit nothing more because a slot has sent or deleted the request.
     bool IsOver() const { return request.isNull() || reply->isNull() || request->d->reply != reply; }
 
 private:
@@ -88,7 +88,7 @@ bool HttpRequest::isRunning() const
     return Reply() != nullptr && Reply()->isRunning();
 }
 
-/// Qt delivers in the order of connection, and callers rely on that order.
+/// Qt calls slots in the order of connection, and callers rely on this order.
 void HttpRequest::TakeReply(QNetworkReply* reply)
 {
     d->reply = std::make_shared<const QPointer<QNetworkReply>>(reply);
@@ -138,7 +138,7 @@ void HttpRequest::DropReply()
         return;
     }
     CutOffReply();
-    // Cleared first: slots of the manager that run while the reply is aborted must not find it.
+    // Clear the reply first: slots of the caller that run during abort() must not find it.
     const auto dropped = std::exchange(d->reply, nullptr);
     if ((*dropped)->isRunning()) {
         (*dropped)->abort();
@@ -173,7 +173,7 @@ void HttpRequest::OnRequestFinished()
         if (delivery.IsOver() || AskRetryIfPossible()) {
             return;
         }
-        // Kept for compatibility: the last attempt emits requestError a second time, like any other failure.
+        // Kept for compatibility: the last attempt also emits requestError with the error of the reply.
     }
     const QByteArray body = ReadBody();
     if (error != QNetworkReply::NoError) {
@@ -210,9 +210,9 @@ void HttpRequest::FinishWithError(int error, const QString& description, const Q
 
 QByteArray HttpRequest::ReadBody()
 {
-    // A caller that calls abort() or close() on the reply also closes it.
+    // A reply that a caller has aborted or closed is not readable.
     QByteArray body = Reply()->isReadable() ? Reply()->readAll() : QByteArray();
-    // Kept for compatibility: decodes exactly "gzip", neither "GZIP" nor a list of codings.
+    // Kept for compatibility: decodes only the exact value "gzip", not "GZIP" or a list of codings.
     if (Reply()->rawHeader("Content-Encoding") == "gzip") {
         QByteArray decoded;
         if (tools::QCompressor::gzipDecompress(body, decoded)) {
@@ -228,7 +228,7 @@ void HttpRequest::OnRequestTimeout()
     LOG_MESSAGE(logger::Error) << LogPrefix()
                                << QStringLiteral("Request to URL='%1' timed out! attempt='%2'.")
                                       .arg(GetUrl().toString(), QString::number(d->attempt));
-    // Deletes the reply, and with it the watchdog that emits the signal; QTimer allows that.
+    // Abort deletes the reply and its child, the watchdog that emitted this signal. QTimer allows that.
     const QPointer<HttpRequest> self = this;
     Abort();
     if (self.isNull() || AskRetryIfPossible()) {

@@ -13,22 +13,22 @@ namespace common::http
 {
 
 /**
- * Downloads one URL into one file, verifies size and MD5 sum, and retries the whole download if it fails.
+ * Downloads a URL to a file, verifies its size and MD5 sum, and retries the whole download if it fails.
  *
- * A download ends with complete, or with failed once no attempt is left. The file stays on disk whatever the
+ * A download ends with complete, or with failed if no attempt is left. The file stays on disk whatever the
  * outcome, even if it is incomplete or contains an error page.
  *
- * The MD5 sum is computed while the file is written. At the end it is used if size and modification time show
- * that only the download has written to the file; otherwise the file is read again. A change by another
- * program that keeps both, within the resolution of the time stamps of a write, is not detected.
+ * The MD5 sum is computed while the file is written. If the size or modification time shows that another
+ * program has changed the file, the sum is computed from the file instead. A change that keeps the size and,
+ * within its resolution, the time stamp is not detected.
  *
  * A body that the server sends as "gzip" is stored and verified as received.
  *
- * An HTTP status 429 counts as two failures, and so uses up two attempts. If only one is left, failed is
- * emitted, and that attempt is made nevertheless and may end in complete; at the last attempt failed is
+ * HTTP status 429 counts as two failures and uses up two attempts. If only one more attempt is left, failed
+ * is emitted, but that attempt is still made and may end with complete. At the last attempt, failed is
  * emitted twice.
  *
- * @note Use it on the thread of the manager. Create all downloads of a program on one thread.
+ * @note Use a download only on the thread of its manager. Create all downloads on the same thread.
  * @warning An MD5 sum detects damage, not tampering, and the server is not verified; see the page on
  * security.
  */
@@ -37,24 +37,24 @@ class VXCOMMON_EXPORT IFileDownload : public QObject
     Q_OBJECT
 
 public:
-    /// Codes of failed in addition to those of IHttpRequest::requestError.
+    /// Error codes of the signal failed, in addition to those of IHttpRequest::requestError.
     enum ErrorCode : int
     {
-        RequestMissing = 900100,    ///< No request to start.
+        RequestMissing = 900100,    ///< A request object that was deleted.
         RequestNotSent = 900101,    ///< A request that could not be sent; the log states the reason.
-        FileNotPrepared = 900102,   ///< A directory or file that could not be created, or no regular file.
-        VerificationFailed = 900103 ///< A file on disk of another size or checksum than expected.
+        FileNotPrepared = 900102,   ///< A path that could not be created or is not a regular file.
+        VerificationFailed = 900103 ///< A file that is unreadable or has an unexpected size or MD5 sum.
     };
 
     IFileDownload();
     ~IFileDownload() override;
 
-    virtual const quint64& GetId() const = 0; ///< Returns the number of the object in the log, from 100000.
+    virtual const quint64& GetId() const = 0; ///< Returns the download's number in the log, from 100000.
 
     virtual void SetUrl(const QUrl& url) = 0; ///< Sets the URL to download.
     virtual QUrl GetUrl() const = 0;          ///< @see SetUrl
 
-    /// Sets the file to write. Missing directories are created; each attempt empties an existing file.
+    /// Sets the file to write. Each attempt creates missing directories and empties an existing file.
     virtual void SetFilePath(const QString& path) = 0;
     virtual QString GetFilePath() const = 0; ///< @see SetFilePath
 
@@ -72,36 +72,37 @@ public:
     virtual void SetTimeout(int seconds) = 0; ///< Sets the limit on silence (default: 30 s).
     virtual int GetTimeout() const = 0;       ///< @see SetTimeout, IHttpRequest::SetTimeout
 
-    virtual bool isRunning() const = 0; ///< Returns false. Kept for compatibility: also during a download.
+    virtual bool isRunning() const = 0; ///< Kept for compatibility: returns false even during a download.
 
     virtual bool IgnoreSSLErrors() const = 0;         ///< @see SetIgnoreSSLErrors
-    virtual void SetIgnoreSSLErrors(bool ignore) = 0; ///< As IHttpRequest::SetIgnoreSSLErrors; on by default.
+    virtual void SetIgnoreSSLErrors(bool ignore) = 0; ///< See IHttpRequest; here, the default is true.
 
     virtual QFile::Permissions GetPermissions() const = 0; ///< @see SetPermissions
-    /// Sets permissions that the file gets in addition to the usual ones; none by default.
+    /// Sets permissions to add to those that the opened file has (default: none).
     virtual void SetPermissions(QFile::Permissions permissions) = 0;
 
     /**
-     * Begins an attempt. Can be called again after the end, which continues the count of attempts.
+     * Begins an attempt. Can be called again after complete or failed; the count of attempts continues.
      *
-     * @return false if the attempt could not begin. failed has then been emitted, unless a download is
-     * running.
+     * @return false if the attempt could not begin. In that case failed has been emitted, unless an attempt
+     * is already running.
      */
     virtual bool Start() = 0;
 
 public Q_SLOTS:
-    /// Drops a running transfer silently. An attempt that is already scheduled is still made.
+    /// Silently drops a running transfer. An attempt that is already scheduled is still made.
     virtual void Abort() = 0;
 
 Q_SIGNALS:
     void complete(); ///< Emitted when the file is on disk and verified.
     /// Emitted after the last attempt, with an ErrorCode or the code of the request's last failure.
     void failed(int error, const QString& errorString);
-    /// Emitted as data arrives, in bytes. `bytesTotal` is -1 if unknown.
+    /// Emitted as data arrives. The sizes are in bytes; `bytesTotal` is -1 if unknown.
     void progress(qint64 bytesReceived, qint64 bytesTotal);
 };
 
-/// Creates a download on `manager`, which must outlive its use. The caller owns it, or `parent` if not null.
+/// Creates a download that uses `manager`; keep the manager alive while you use the download. The caller owns
+/// the download unless `parent` is set.
 VXCOMMON_EXPORT IFileDownload* CreateFileDownload(QNetworkAccessManager* manager, QObject* parent);
 
 } // namespace common::http

@@ -11,11 +11,11 @@ class QJsonObject;
 
 /**
  * @file
- * The payloads of requests: a JSON document, a map of keys and values, or a form of
- * ihttprequestmultipartdata.h.
+ * The payloads of requests: a JSON document, a map of keys and values, or a form (see
+ * ihttprequestmultipartdata.h).
  *
- * A request reads its payload at every attempt, so a payload can be sent many times. If you change it between
- * two attempts, the second one sends the change. A payload belongs to the thread of its request.
+ * A request reads its payload at every attempt, so a payload can be sent many times. If you change a payload
+ * between two attempts, the second attempt sends the new contents. Use a payload on its request's thread.
  */
 namespace common::http
 {
@@ -54,9 +54,9 @@ public:
     /**
      * Creates an empty map that is sent as "key=value" pairs, separated by "&", with the content type
      * "application/x-www-form-urlencoded". UTF-8 bytes other than letters, digits and "-._~" (RFC 3986) are
-     * percent-encoded, so a space is "%20".
+     * percent-encoded, so a space becomes "%20".
      *
-     * In a POST it is the body, in a GET the query. A GET accepts no other payload.
+     * A POST sends the map as its body, a GET as its query. A GET accepts no other payload.
      */
     static QSharedPointer<IHttpRequestDataMap> CreateUrlencodedDataMap();
 };

@@ -24,9 +24,9 @@ public:
     virtual bool AppendTo(QHttpMultiPart* multiPart) = 0;
 
     /**
-     * Creates a part that sends a file under the last component of its path, without a content type. The file
-     * is opened and streamed when the request is sent. Bytes that are appended to it after that are not sent;
-     * if it is truncated, the attempt fails with a network error. Must be a regular file.
+     * Creates a part that sends a regular file without a content type; the last component of the path is the
+     * file name. The file is opened and streamed when the request is sent. Bytes appended after that are not
+     * sent; if the file is truncated, the attempt fails with a network error.
      *
      * @param name name of the form field
      * @warning `name` and the file name are inserted into the header verbatim: double quotes are not escaped.
@@ -43,8 +43,8 @@ public:
 class VXCOMMON_EXPORT IHttpRequestMultiPartData : public IHttpRequestData
 {
 public:
-    /// Returns a new form with newly opened files; the caller owns it. Returns null if a part cannot be
-    /// appended; the parts after it are skipped.
+    /// Returns a new form and opens its files; the caller owns the form. Returns null if a part cannot be
+    /// appended.
     virtual QHttpMultiPart* MultiPart() = 0;
 
     /// Adds a part after the existing ones.
