@@ -30,27 +30,28 @@ using namespace std::chrono_literals;
 
 constexpr int prefixLength = 6;
 
-/// Number of clients served at a time. Each takes a descriptor, and a process has about a thousand.
+/// Maximum number of clients served at a time. Each takes a descriptor; a process usually has 1024.
 constexpr int maxReceivers = 256;
 
-/// Interval between checks of the lock file and the socket. The server also closes if it cannot accept a
+/// Interval between checks of the lock file and the server. Qt closes the server if it cannot accept a
 /// client, for example because the process has no descriptor left.
 constexpr auto checkInterval = 5s;
 
-/// Age at which the lock file is touched. Cleaners of temporary files remove files that are several days old.
+/// Age at which the lock file is touched. Cleanup services delete temporary files that are several days old.
 constexpr auto freshFor = 1h;
 
-/// Pause between the two attempts to connect.
+/// Pause between the two connection attempts.
 constexpr auto connectPause = 250ms;
 
-constexpr auto lengthTimeout = 30s; ///< For the length of a message to arrive.
-constexpr auto textTimeout = 2s;    ///< For the next piece of the text.
-constexpr auto goodbyeTimeout = 1s; ///< For the client to read the reply and close.
+constexpr auto lengthTimeout = 30s; ///< Maximum wait for the length of a message.
+constexpr auto textTimeout = 2s;    ///< Maximum wait for the next part of a message.
+constexpr auto goodbyeTimeout = 1s; ///< Maximum wait for the client to read the reply and disconnect.
 
-/// Messages are command lines and addresses; a longer claim comes from a faulty client.
+/// Maximum size of a message, in bytes. Messages are command lines and addresses; only a faulty client sends
+/// more.
 constexpr quint32 maxTextLength = 16 * 1024 * 1024;
 
-/// Unread bytes of a client; it has to wait while there are more.
+/// Maximum number of unread bytes per client; the client has to wait until some are read.
 constexpr qint64 socketBufferSize = Q_INT64_C(64) * 1024;
 
 constexpr char acknowledgement[] = "ack";
@@ -60,7 +61,7 @@ class MessageReceiver : public QObject
 {
 public:
     /// Takes ownership of the socket. Calls `onFinished_` once, when the client has disconnected or exceeded
-    /// its time. The call comes from inside the socket, so delete the receiver later.
+    /// a time limit. A signal of the socket may be the caller, so do not delete the receiver in the callback.
     MessageReceiver(QLocalSocket* socket_, QObject* parent, std::function<void(MessageReceiver*)> onFinished_)
         : QObject(parent)
         , socket(socket_)
@@ -75,18 +76,18 @@ public:
         timer.start(lengthTimeout);
         Read();
         if (socket->state() == QLocalSocket::UnconnectedState) {
-            End(); // The client has left before its socket was handed over.
+            End(); // The client disconnected before the receiver was created.
         }
     }
 
-    /// Returns the message, or nothing if it has not been received. Kept for compatibility: a message that
-    /// was cut off counts as received; what is missing reads as zero bytes.
+    /// Returns the message, or nothing if none has been received. Kept for compatibility: an incomplete
+    /// message counts as received; zero bytes replace the missing part.
     std::optional<QString> TakeMessage()
     {
         if (!acknowledged) {
             return std::nullopt;
         }
-        text.resize(*length, '\0'); // Not earlier: an announced length alone costs no memory.
+        text.resize(*length, '\0'); // Only now: an announced length alone must not take memory.
         return QString::fromUtf8(std::exchange(text, {}));
     }
 
@@ -104,7 +105,7 @@ private:
             Finish();
             return;
         }
-        // The buffer grows with what arrives, not with what was announced.
+        // The buffer grows with the data received, not to the announced length.
         text += socket->read(std::min(*length - text.size(), socket->bytesAvailable()));
         if (text.size() == *length) {
             Acknowledge();
@@ -125,8 +126,8 @@ private:
 
     void OnTimeout()
     {
-        // A busy thread may not have processed what has arrived. Waits for 1 ms: with a zero timeout, Windows
-        // may report an event other than the data.
+        // A busy thread may not have processed data that has arrived. Wait for 1 ms: with a zero timeout,
+        // Windows may report an event other than the data.
         socket->waitForReadyRead(1);
         if (timer.isActive() || finished) {
             return;
@@ -138,7 +139,7 @@ private:
         }
     }
 
-    /// The client has disconnected or exceeded its time.
+    /// Ends the reception when the client has disconnected or exceeded a time limit.
     void End()
     {
         Read();
@@ -186,9 +187,9 @@ public:
     QString socketName;
     QString socketPath;
     QString lockPath;                       ///< Empty without a temporary directory.
-    std::unique_ptr<QtLockedFile> lockFile; ///< Null if something of another user occupies its path.
+    std::unique_ptr<QtLockedFile> lockFile; ///< Null if the path is not a file of this user.
     QLocalServer* server = nullptr;         ///< Null in a secondary instance.
-    QFileSystemWatcher* watcher = nullptr;  ///< Of the lock file, if that can be removed.
+    QFileSystemWatcher* watcher = nullptr;  ///< Watches the lock file, if it can be removed.
     QList<MessageReceiver*> receivers;
 };
 
@@ -201,7 +202,7 @@ QtLocalPeerPrivate::QtLocalPeerPrivate(QtLocalPeer* peer, const QString& appId)
         id = QCoreApplication::applicationFilePath().toLower();
         prefix = id.section(u'/', -1);
     }
-    // Without QRegularExpression: in mingw builds, it breaks a thread that has used it when the thread ends.
+    // Avoid QRegularExpression: in mingw builds, a thread that has used it fails as the thread ends.
     prefix.removeIf([](QChar character) {
         const char16_t lower = character.unicode() | 0x20;
         return lower < u'a' || lower > u'z';
@@ -210,7 +211,7 @@ QtLocalPeerPrivate::QtLocalPeerPrivate(QtLocalPeer* peer, const QString& appId)
     socketName = QStringLiteral("qtsingleapp-") + prefix.left(prefixLength) + u'-' +
                  QString::number(checksum, 16) + QtLP_Private::GroupSuffix();
 
-    // Without a temporary directory, the file must not be created in the working directory.
+    // If there is no temporary directory, do not create the file in the working directory.
     if (const QString directory = QDir::tempPath(); !directory.isEmpty()) {
         socketPath = QDir(directory).absolutePath() + u'/' + socketName;
         lockPath = socketPath + QStringLiteral("-lockfile");
@@ -222,7 +223,7 @@ void QtLocalPeerPrivate::BeginService()
 {
     server = new QLocalServer(q);
     server->setSocketOptions(QLocalServer::UserAccessOption);
-    // Qt reads ahead from pending clients; the system queues the others.
+    // Qt reads from pending clients without a limit, so allow only one; the system queues the others.
     server->setMaxPendingConnections(1);
     QObject::connect(server, &QLocalServer::newConnection, q, &QtLocalPeer::receiveConnection);
     if (const QString problem = Listen(); !problem.isEmpty()) {
@@ -233,14 +234,14 @@ void QtLocalPeerPrivate::BeginService()
     checkTimer->start(checkInterval);
     if (QtLP_Private::filesAreRemovable) {
         watcher = new QFileSystemWatcher({lockPath}, server);
-        // Queued, since Check changes what is watched.
+        // Queued, because Check changes the watched paths.
         QObject::connect(
             watcher, &QFileSystemWatcher::fileChanged, server, [this] { Check(); }, Qt::QueuedConnection);
     }
 }
 
-/// Returns the reason if that fails. Only the holder of the lock listens, so it may replace the socket of a
-/// dead process.
+/// Starts to listen. Returns the reason if this fails, otherwise an empty string. Only the holder of the lock
+/// calls this function, so it may replace the socket of a dead process.
 QString QtLocalPeerPrivate::Listen()
 {
     if (QtLP_Private::IsServed(socketPath)) {
@@ -249,7 +250,7 @@ QString QtLocalPeerPrivate::Listen()
     return server->listen(socketName) ? QString() : server->errorString();
 }
 
-/// Restores what has been removed, and keeps the lock file from looking abandoned.
+/// Restores a removed lock file or socket, and keeps the lock file from looking abandoned.
 void QtLocalPeerPrivate::Check()
 {
     const QDateTime now = QDateTime::currentDateTimeUtc();
@@ -261,7 +262,7 @@ void QtLocalPeerPrivate::Check()
             watcher->addPath(lockPath);
         }
     } else if (QFileInfo(lockPath).lastModified() < now.addDuration(-freshFor)) {
-        // Only in its place: a change of a removed file would call this function again.
+        // Only if the file is in place: touching a removed one would trigger the watcher again.
         lockFile->setFileTime(now, QFileDevice::FileAccessTime);
         lockFile->setFileTime(now, QFileDevice::FileModificationTime);
     }
@@ -273,11 +274,11 @@ void QtLocalPeerPrivate::Check()
     }
 }
 
-/// Closes the connection first, so that the client does not wait for what the message causes.
+/// Closes the connection before emitting the message, so that the client does not wait for connected slots.
 void QtLocalPeerPrivate::Deliver(MessageReceiver* receiver)
 {
     if (!receivers.removeOne(receiver)) {
-        return; // The destructor has delivered it.
+        return; // The destructor has already delivered its message.
     }
     const std::optional<QString> message = receiver->TakeMessage();
     delete receiver;
@@ -294,8 +295,8 @@ QtLocalPeer::QtLocalPeer(QObject* parent, const QString& appId)
 
 QtLocalPeer::~QtLocalPeer()
 {
-    // This removes the socket by its name, which may belong to the next primary instance as soon as the lock
-    // is free.
+    // Delete the server while the lock is held: it removes the socket by name, and the next primary instance
+    // uses the same name.
     delete std::exchange(d->server, nullptr);
     while (!d->receivers.isEmpty()) {
         d->Deliver(d->receivers.constFirst());
@@ -311,7 +312,7 @@ bool QtLocalPeer::isSecondary()
         return true;
     }
     if (!QtLP_Private::IsInPlace(*d->lockFile, d->lockPath)) {
-        // It was removed after it was opened, so claim the file that others find.
+        // The lock file was removed after it was opened, so claim the file that other processes find.
         d->lockFile = QtLP_Private::OpenLockFile(d->lockPath);
         return isSecondary();
     }

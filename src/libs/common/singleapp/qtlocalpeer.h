@@ -10,15 +10,15 @@
 class QtLocalPeerPrivate;
 
 /**
- * One of several processes of a program. They determine which one is the primary instance, and send messages
- * to it.
+ * Represents one of several processes of a program. The processes determine which of them is the primary
+ * instance, and send messages to it.
  *
  * The claim is the write lock on a file in the temporary directory. The primary instance listens on a local
  * socket (a Unix domain socket or a named pipe) that only processes of its user can open. Processes of other
  * users, and on Windows of other logon sessions, form separate groups.
  *
- * All members belong to the thread of the object, which needs a running event loop to receive. Failures are
- * reported by qWarning.
+ * Call all members on the object's thread, which needs a running event loop to receive messages. Failures are
+ * logged with qWarning.
  */
 class VXCOMMON_EXPORT QtLocalPeer : public QObject
 {
@@ -26,42 +26,41 @@ class VXCOMMON_EXPORT QtLocalPeer : public QObject
 
 public:
     /**
-     * Claims nothing before the first call of isSecondary or sendMessage.
+     * Does not claim to be the primary instance before the first call of isSecondary or sendMessage.
      *
      * @param appId Identity that the processes of the program share; empty for the path of the executable.
      */
     QtLocalPeer(QObject* parent, const QString& appId);
-    /// The primary instance stops listening before it gives up its claim. Each message that has been
-    /// acknowledged, but not delivered yet, is delivered here.
+    /// Stops listening, delivers all acknowledged messages that have not been delivered yet, and then gives
+    /// up the claim.
     ~QtLocalPeer() override;
 
     /**
-     * Returns whether another process is the primary instance. If there is none, this process becomes it, for
-     * the lifetime of the object.
+     * Returns whether another process is the primary instance. If there is none, this process becomes the
+     * primary instance for the lifetime of the object.
      *
-     * Returns true, with a warning, if the lock file cannot be opened. If a file of another user occupies its
-     * path, or listening fails, this process counts as the primary instance, and no other process can reach
-     * it.
+     * Returns true, with a warning, if the lock file cannot be opened. If a file of another user occupies the
+     * path, or listening fails, this process acts as the primary instance, but no other process can reach it.
      */
     bool isSecondary();
 
     /**
-     * Sends a message to the primary instance and blocks until it is acknowledged. Returns false in the
-     * primary instance, and so in a process that becomes it by this call.
+     * Sends a message to the primary instance and blocks until the message is acknowledged. Returns false if
+     * this process is the primary instance or becomes the primary instance during the call.
      *
      * @param message Up to 16 MiB as UTF-8; the primary instance refuses longer ones.
-     * @param timeout Milliseconds: half of it for each of two attempts to connect, 250 ms apart, all of it
-     * for the message to be written, and once more for the reply. Negative: no limit for writing and the
-     * reply.
-     * @return Whether the message was acknowledged. False does not rule out that it arrived.
+     * @param timeout In milliseconds. Each of the two connection attempts, 250 ms apart, may take half of it;
+     * writing the message and waiting for the reply may each take all of it. Negative values set no limit for
+     * writing and waiting.
+     * @return Whether the message was acknowledged. If false, the message may still have arrived.
      */
     bool sendMessage(const QString& message, int timeout);
 
-    /// Returns the identity: as given or, if that was empty, the path of the executable in lower case.
+    /// Returns the identity: `appId` or, if it was empty, the path of the executable in lower case.
     const QString& applicationId() const;
 
 Q_SIGNALS:
-    /// Emitted when a message has been acknowledged and its sender has closed the connection, after 1 s at
+    /// Emitted after a message has been acknowledged, when its sender closes the connection, or after 1 s at
     /// the latest.
     void messageReceived(const QString& message);
 

@@ -12,17 +12,17 @@ namespace QtLP_Private
 /**
  * A file with an advisory lock between processes, for one writer or up to 64 readers.
  *
- * The lock does not affect reading and writing. On Windows it is a set of named mutexes (CreateMutexW) whose
- * names derive from the path, on Linux flock(2) on the file. The system releases it when its process dies; a
- * forked child does not inherit it. On Windows a mutex belongs to a thread, so lock and unlock on one thread;
- * two objects of one thread do not exclude each other there.
+ * The lock does not restrict reading or writing. On Windows, it is a set of named mutexes (CreateMutexW)
+ * whose names derive from the path; on Linux, it is flock(2) on the file. The system releases the lock when
+ * its process dies; a forked child does not inherit the lock. A Windows mutex belongs to a thread: lock and
+ * unlock on the same thread. Two objects on one thread do not exclude each other on Windows.
  *
- * Failures are reported by qWarning.
+ * Failures are logged with qWarning.
  */
 class VXCOMMON_EXPORT QtLockedFile : public QFile
 {
 public:
-    /// How the lock is held.
+    /// Mode of the lock.
     enum LockMode : int
     {
         NoLock = 0,
@@ -39,12 +39,12 @@ public:
 
     /**
      * Takes the lock in `mode`; NoLock releases it. A lock in another mode is released first, so another
-     * process may take it in between.
+     * process may take the lock before this call does.
      *
-     * @param block Wait without a limit. A reader waits only for the writer, never for one of the 64 slots.
-     * While a writer waits, Linux admits new readers and Windows does not.
-     * @return Whether the lock is held. False without a warning if others hold it; a lock in another mode is
-     * lost then.
+     * @param block If true, waits without a limit. A reader waits only for the writer, never for one of the
+     * 64 slots. While a writer waits, Linux admits new readers and Windows does not.
+     * @return Whether the lock is held. If another holder prevents this, returns false without a warning; a
+     * previous lock in another mode is lost.
      */
     bool lock(LockMode mode, bool block);
 
@@ -58,7 +58,7 @@ private:
 
     static constexpr int readerSlots = 64;
 
-    // Implemented by each platform. A lock that others hold is not a failure.
+    // Implemented for each platform. If another holder prevents the lock, no warning is logged.
     struct Handles;
     bool TakeRead(bool block);
     bool TakeWrite(bool block);

@@ -14,7 +14,7 @@ QtSingleApplication::QtSingleApplication(const QString& id, int& argc, char** ar
     sysInit(id);
 }
 
-// While its signal can still be emitted.
+// Deletes the peer while this object can still emit its signal.
 QtSingleApplication::~QtSingleApplication()
 {
     delete peer;

@@ -10,8 +10,8 @@
 class QtLocalPeer;
 
 /**
- * An application object that runs once per user: it detects another running process of the same program,
- * sends messages to it, and brings a window to the front when a message arrives.
+ * An application object for a program that runs once per user. It detects another running process of the
+ * program, sends messages to it, and brings a window to the front when a message arrives.
  *
  * @code
  * QtSingleApplication application(QStringLiteral("vexline"), argc, argv);
@@ -21,10 +21,10 @@ class QtLocalPeer;
  * if (application.isRunning()) {
  *     return 1; // The primary instance does not reply.
  * }
- * // This is the primary instance, perhaps because the previous one ended a moment ago.
+ * // This process is the primary instance, perhaps because the previous one has just ended.
  * @endcode
  * Before the first call of isRunning, initialize or sendMessage, the process neither claims to be the primary
- * instance nor receives anything. See QtLocalPeer for the mechanism.
+ * instance nor receives messages. See QtLocalPeer for the mechanism.
  */
 class VXCOMMON_EXPORT QtSingleApplication : public QApplication
 {
@@ -37,7 +37,7 @@ public:
     QtSingleApplication(const QString& id, int& argc, char** argv);
     ~QtSingleApplication() override; ///< Delivers acknowledged messages that are still pending.
 
-    /// Returns whether another process is the primary instance. If there is none, this process becomes it.
+    /// Returns whether another process is the primary instance; if none is, this process becomes primary.
     bool isRunning();
     /// Calls isRunning and ignores its result and the argument.
     void initialize(bool unused = true);
@@ -48,8 +48,8 @@ public:
      * Sets the window that activateWindow brings to the front.
      *
      * @param window Not owned. May be null, and may be deleted at any time.
-     * @param onMessage If true, call activateWindow for each message; if false, no longer. Kept for
-     * compatibility: each call with true adds one activation per message.
+     * @param onMessage Whether each message calls activateWindow. Kept for compatibility: each call with true
+     * adds one activation per message.
      */
     void setActivationWindow(QWidget* window, bool onMessage = true);
     QWidget* activationWindow() const; ///< @see setActivationWindow
@@ -62,8 +62,8 @@ public Q_SLOTS:
     /// Sends a message to the primary instance, see QtLocalPeer::sendMessage. Returns false in the primary
     /// instance.
     bool sendMessage(const QString& message, int timeout = 5000);
-    /// Restores, raises and activates the activation window, if there is one. The window manager decides
-    /// whether it comes to the front.
+    /// Restores, raises and activates the activation window, if one is set. The window manager decides
+    /// whether to bring the window to the front.
     void activateWindow();
 
 private:

@@ -23,8 +23,8 @@ using common::platform::FileDescriptor;
 namespace
 {
 
-/// Returns the process that called listen or connect on the other side; without a user if the connection has
-/// ended.
+/// Returns the credentials of the process that called listen or connect at the other end. The user is invalid
+/// if the connection has ended.
 ucred PeerOf(const QLocalSocket& socket)
 {
     ucred peer = {0, static_cast<uid_t>(-1), 0};
@@ -33,10 +33,10 @@ ucred PeerOf(const QLocalSocket& socket)
     return peer;
 }
 
-/// A process that ends releases its lock shortly before it counts as dead.
+/// Maximum wait for an exiting process, which releases its lock shortly before its pidfd reports the end.
 constexpr std::chrono::milliseconds exitTimeout{100};
 
-/// Returns whether the process runs. False if it has ended but its parent has not collected it yet.
+/// Returns whether the process is running. A zombie counts as ended.
 bool IsAlive(pid_t id)
 {
     const FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, id, 0)));
@@ -59,7 +59,7 @@ QString GroupSuffix()
 std::unique_ptr<QtLockedFile> OpenLockFile(const QString& path)
 {
     const QByteArray name = QFile::encodeName(path);
-    // Only for this user, because any process that can open the file can hold its lock.
+    // Accessible only to this user, because any process that can open the file can lock it.
     FileDescriptor descriptor(
         ::open(name.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
     struct stat status = {};
@@ -87,7 +87,7 @@ bool IsInPlace(const QtLockedFile& file, const QString& path)
 
 bool Connect(QLocalSocket& socket, const QString& path, std::chrono::milliseconds timeout)
 {
-    // Unbuffered: Qt writes at once instead of watching the socket until it is writable.
+    // Unbuffered, so that Qt writes immediately instead of waiting for the socket to become writable.
     socket.connectToServer(path, QIODevice::ReadWrite | QIODevice::Unbuffered);
     return socket.waitForConnected(static_cast<int>(timeout.count()));
 }
@@ -96,7 +96,7 @@ bool IsServed(const QString& path)
 {
     QLocalSocket socket;
     if (!Connect(socket, path, std::chrono::milliseconds::zero())) {
-        return socket.state() != QLocalSocket::UnconnectedState; // It listens, but its queue is full.
+        return socket.state() != QLocalSocket::UnconnectedState; // The server listens, but its queue is full.
     }
     // A forked child may have inherited the socket of a process that has ended.
     return IsAlive(PeerOf(socket).pid);

@@ -15,7 +15,7 @@ namespace QtLP_Private
 
 using common::platform::FileDescriptor;
 
-/// A separate open file for the same inode, with flock on it. It outlasts QFile::close, as a mutex does.
+/// A separate open file description of the same inode, which holds the lock even after QFile::close.
 struct QtLockedFile::Handles
 {
     FileDescriptor lock;
@@ -24,13 +24,13 @@ struct QtLockedFile::Handles
 namespace
 {
 
-/// The locks of this process. flock belongs to the open file, which a forked child shares, so the child
-/// closes its copies: a lock ends with the process that took it.
+/// The locks of this process. A forked child shares their open file descriptions, so it closes its copies.
+/// A lock therefore ends with the process that took it.
 struct OwnLocks
 {
     static OwnLocks& Instance()
     {
-        static auto* const locks = new OwnLocks; // Never destroyed: a fork may come late.
+        static auto* const locks = new OwnLocks; // Never destroyed: the process may fork during exit.
         return *locks;
     }
 
@@ -82,8 +82,8 @@ QtLockedFile::~QtLockedFile()
     OwnLocks::Instance().locks.erase(&d->lock);
 }
 
-/// Locks one byte, the number of a slot, so that readers can be counted; such locks and flock do not
-/// interact. Readers that may not write to the file, or on a file system without such locks, are not counted.
+/// Locks one byte, at the offset of a free slot, to count the readers. Byte locks and flock do not interact.
+/// Readers without write permission, or on a file system without byte locks, are not counted.
 bool QtLockedFile::TakeRead(bool block)
 {
     if (!Take(d->lock, *this, LOCK_SH, block)) {

@@ -54,7 +54,7 @@ QString GroupSuffix()
     return u'-' + QString::number(session, 16);
 }
 
-// The temporary directory belongs to the user, so no other user can have put anything there.
+// The temporary directory belongs to the user, so no other user can have created this file.
 std::unique_ptr<QtLockedFile> OpenLockFile(const QString& path)
 {
     auto file = std::make_unique<QtLockedFile>(path);
@@ -64,10 +64,10 @@ std::unique_ptr<QtLockedFile> OpenLockFile(const QString& path)
 
 bool IsInPlace(const QtLockedFile& /*file*/, const QString& /*path*/)
 {
-    return true; // The lock has another name.
+    return true; // The lock is held by mutexes, not by the file.
 }
 
-// QLocalSocket would allow the server to impersonate this process, and wait 5 s for a busy pipe.
+// QLocalSocket would allow the server to impersonate this process, and would wait 5 s for a busy pipe.
 bool Connect(QLocalSocket& socket, const QString& path, std::chrono::milliseconds timeout)
 {
     const std::wstring pipe = PipeName(path);
@@ -76,7 +76,7 @@ bool Connect(QLocalSocket& socket, const QString& path, std::chrono::millisecond
     do {
         handle = ::CreateFileW(pipe.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
                                FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_ANONYMOUS, nullptr);
-        // 0 would mean the server's default.
+        // At least 1 ms: a timeout of 0 would mean the server's default.
     } while (handle == INVALID_HANDLE_VALUE && ::GetLastError() == ERROR_PIPE_BUSY &&
              !deadline.hasExpired() &&
              ::WaitNamedPipeW(pipe.c_str(), static_cast<DWORD>(deadline.remainingTime()) + 1) != 0);

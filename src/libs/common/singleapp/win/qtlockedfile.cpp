@@ -13,10 +13,10 @@ namespace QtLP_Private
 namespace
 {
 
-constexpr int writerSlot = -1; ///< The slot whose mutex has no number.
+constexpr int writerSlot = -1; ///< Slot of the writer's mutex, whose name ends without a number.
 
-/// Returns whether a wait took the mutex; warns if the wait failed. A mutex whose owner died is abandoned,
-/// and counts as taken.
+/// Returns whether a wait took the mutex; warns if the wait failed. An abandoned mutex, whose owner has died,
+/// counts as taken.
 bool IsTaken(DWORD waitResult, const char* function)
 {
     const bool taken = waitResult == WAIT_OBJECT_0 || waitResult == WAIT_ABANDONED;
@@ -34,10 +34,10 @@ bool TakeMutex(HANDLE mutex, bool block)
 } // namespace
 
 /**
- * The lock as named mutexes: one for the writer and one for each reader slot that was ever used.
+ * The named mutexes that form the lock: one for the writer and one for each reader slot that was ever used.
  *
- * A lock is taken while the writer's mutex is held. A reader then keeps only its slot; a writer keeps the
- * writer's mutex and every slot that exists.
+ * Readers and writers must first take the writer's mutex. A reader then takes the mutex of a slot and
+ * releases the writer's; a writer keeps the writer's mutex and takes those of all existing slots.
  */
 struct QtLockedFile::Handles
 {
@@ -64,7 +64,7 @@ struct QtLockedFile::Handles
         return mutex;
     }
 
-    /// Takes the first free slot. Never waits.
+    /// Takes the mutex of the first free slot. Never waits.
     bool TakeReaderMutex()
     {
         for (int slot = 0; slot < readerSlots; ++slot) {
@@ -83,7 +83,7 @@ struct QtLockedFile::Handles
     }
 
     HANDLE writerMutex = nullptr;
-    std::vector<HANDLE> readerMutexes; ///< That of the reader, or all that a writer has found.
+    std::vector<HANDLE> readerMutexes; ///< One for a reader; for a writer, all existing ones.
     QString mutexName;
 };
 
