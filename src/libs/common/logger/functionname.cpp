@@ -44,7 +44,7 @@ bool IsOperatorName(std::string_view text)
            !IsLetter(text[operatorKeyword.size()]);
 }
 
-/// Returns the length of the qualified name at the start of `text`, up to its parameter list or the lambda.
+/// Returns the length of the qualified name at the start of `text`, up to the parameter list or the lambda.
 std::size_t NameLength(std::string_view text)
 {
     constexpr std::string_view unnamedNamespace = "(anonymous namespace)";

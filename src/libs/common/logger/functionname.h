@@ -8,7 +8,7 @@ namespace common::logger::detail
 {
 
 /**
- * Copies the qualified name of the function around a lambda from the lambda's signature: "a::B::F" from
+ * Extracts the qualified name of the enclosing function from the signature of a lambda: "a::B::F" from
  * "a::B::F(int)::<lambda()>". Supports the signatures of GCC, Clang and MSVC.
  *
  * @param signature null-terminated
@@ -16,7 +16,7 @@ namespace common::logger::detail
  */
 VXCOMMON_EXPORT void CopyEnclosingFunctionName(const char* signature, char* name);
 
-/// The name that is cut out of a signature with `size` characters.
+/// The name extracted from a signature of `size` bytes, including the terminator.
 template<std::size_t size>
 struct FunctionName
 {

@@ -47,7 +47,7 @@ private:
 
 NeverDestroyed<DefaultLogger> defaultLogger;
 
-/// Set while this thread passes a line to Qt, whose messages return to the current logger.
+/// Whether this thread is passing a line to Qt, whose messages come back to the current logger.
 thread_local bool isReturning = false;
 
 std::atomic<ILogger*>& CurrentLogger()
@@ -69,7 +69,7 @@ void Logger::Write(const IMessage& message)
 
     const QLoggingCategory category(channelName, QtDebugMsg);
     const QMessageLogger qtLogger(nullptr, 0, nullptr);
-    // A line that has returned carries its time already.
+    // A line that comes back already contains the time.
     const bool returns = std::exchange(isReturning, true);
     {
         QDebug stream = OpenQtStream(qtLogger, message.GetLevel(), category);

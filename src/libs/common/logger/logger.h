@@ -29,7 +29,7 @@
  * }
  * ...
  * @endcode
- * Functions of the global namespace name their channel in the statement: LOG_MESSAGE_ON(channel, level).
+ * In a function of the global namespace, name the channel in the statement: LOG_MESSAGE_ON(channel, level).
  */
 namespace common::logger
 {
@@ -54,10 +54,10 @@ struct Channel
     const char* name; ///< Dotted path such as "http.request"; the dots are log4cpp's category hierarchy.
 };
 
-/// The scope of the bits of the `options` argument of ILogger::Configure.
+/// Scope of the option bits for ILogger::Configure.
 struct Option
 {
-    /// The bits.
+    /// Option bits; combine them with `|`.
     enum Bit : unsigned int
     {
         ShowSource = 1,   ///< Append the source location to each line.
@@ -69,10 +69,10 @@ struct Option
     };
 };
 
-/// The scope of the bits of the `targets` argument of ILogger::Configure.
+/// Scope of the target bits for ILogger::Configure.
 struct Target
 {
-    /// The bits.
+    /// Target bits; combine them with `|`.
     enum Bit : unsigned int
     {
         Console = 1,    ///< Standard output.
@@ -86,7 +86,7 @@ struct Target
 class VXCOMMON_EXPORT IMessage
 {
 public:
-    virtual int GetLevel() const = 0;              ///< Usually one of Level.
+    virtual int GetLevel() const = 0;              ///< Usually a value of Level.
     virtual const Channel* GetChannel() const = 0; ///< May be null.
     virtual const QString* GetText() const = 0;    ///< Never null.
     virtual int GetLine() const = 0;               ///< Source line; 0 if unknown.
@@ -124,22 +124,22 @@ public:
      * @param targets bits of Target
      * @param options bits of Option
      * @param pattern conversion pattern of Option::PatternLayout; empty for the default pattern
-     * @param qtChannel name of the channel of Qt's own messages
-     * @param configFile external configuration; if it can be loaded, it decides level, files and patterns
+     * @param qtChannel channel name for Qt's own messages
+     * @param configFile path of a log4cpp property file; if loaded, it replaces level, files and pattern
      * @param logFile path of the main log; empty for none
      * @param shortLogFile path of the log of the channel "main" and the channels below it; empty for none
      * @param maxFileSize size in bytes at which a rolling file is rolled over
      * @param maxBackups number of backups of the main rolling file; log4cpp keeps at least one
-     * @return true in the loggers of this library, even if a file cannot be opened
+     * @return always true for the loggers of this library, even if a file cannot be opened
      */
     virtual bool Configure(int level, unsigned int targets, unsigned int options, const QString& pattern,
                            const QString& qtChannel, const QString& configFile, const QString& logFile,
                            const QString& shortLogFile, std::size_t maxFileSize, int maxBackups) = 0;
 
-    /// Loads a property file of log4cpp. If it returns true, Configure ignores level, files and pattern.
+    /// Loads a log4cpp property file. If this succeeds, Configure ignores level, files and pattern.
     virtual bool LoadConfiguration(const QString& configFile) = 0;
 
-    /// Destroys and frees a logger that was created with `new`. Does nothing on the library's own loggers.
+    /// Destroys and frees a logger that was created with `new`. Does nothing for the library's own loggers.
     virtual void Destroy() { delete this; }
 
     /// Attaches or detaches the log files. Detached files are closed and can be moved or removed.
@@ -160,14 +160,14 @@ class ILogger;
 VXCOMMON_EXPORT void DestroyLogger(ILogger* logger);
 
 /**
- * Receives log lines. Any thread may call Write; all other operations belong to the thread that configures
+ * Receives log lines. Any thread may call Write. Call all other operations on the thread that configures
  * logging.
  */
 class VXCOMMON_EXPORT ILogger : public ILoggerOperations
 {
 public:
     /// Calls the virtual Destroy, or does nothing if `this` is null. A call through null is undefined in C++,
-    /// so the test is out of line, where the compiler cannot remove it. Sanitizers still report such a call;
+    /// so the test is out of line, where the compiler cannot remove it. Sanitizers still report the call;
     /// use DestroyLogger if the pointer may be null.
     void Destroy(std::nullptr_t = nullptr) { DestroyLogger(this); }
 };
@@ -180,9 +180,9 @@ public:
  * The default logger: writes through Qt's logging, each line in a category named after its channel.
  *
  * Writes nothing until SetLevel is called. Qt's messages go to the current logger, so a line written by this
- * one comes back to it as a Qt message: severe ones at Error, warnings at Warn, all others at Debug. If that
- * level passes the threshold too, the line is printed on standard error, without its category. Takes no lock,
- * so configure it before other threads log.
+ * logger comes back to it as a Qt message. Levels up to Error come back as Error, Warn as Warn, all others as
+ * Debug. If the new level also passes the threshold, the line is printed on standard error without its
+ * category. Takes no lock, so configure the logger before other threads log.
  */
 class VXCOMMON_EXPORT Logger : public ILogger
 {
@@ -190,7 +190,7 @@ public:
     constexpr Logger() = default;
 
     void Write(const IMessage& message) override;
-    int GetLevel() const override;      ///< NotSet unless the stored level is one of Fatal to Debug.
+    int GetLevel() const override;      ///< NotSet unless the stored level is between Fatal and Debug.
     void SetLevel(int level_) override; ///< Stores any number unchanged.
     bool IsSourceShown() const override;
     void SetSourceShown(bool shown) override; ///< Sets or clears the bit in the options.
@@ -208,21 +208,21 @@ private:
     unsigned int options = 0;
 };
 
-/// Returns the current logger, which receives all statements. Null only if null was set.
+/// Returns the current logger, which receives all log statements; null only after SetLogger(nullptr).
 VXCOMMON_EXPORT ILogger* GetLogger();
 
 /**
- * Makes `logger` current and returns the previous one. Takes no ownership. If `logger` is null, statements
- * write nothing. Call it at start-up, before other threads log.
+ * Makes `logger` the current logger and returns the previous one. Takes no ownership. If `logger` is null,
+ * log statements write nothing. Call this function at start-up, before other threads log.
  */
 VXCOMMON_EXPORT ILogger* SetLogger(ILogger* logger);
 
 /**
  * Returns the process-wide logger that writes through log4cpp: console, debugger and two rolling files.
  *
- * The library owns it. Its GetLevel returns NotSet, because log4cpp's categories hold the threshold. Its
- * Configure throws log4cpp's exception if the pattern of the console or the debugger is invalid. Files that
- * cannot be opened are ignored. Lines that are written after the end of static destruction are dropped.
+ * The library owns the logger. Its GetLevel returns NotSet, because log4cpp's categories hold the threshold.
+ * Its Configure throws a log4cpp exception if the pattern of the console or the debugger is invalid. Files
+ * that cannot be opened are ignored. Lines that are logged after static destruction are dropped.
  *
  * Available if VXCOMMON_HAS_LOG4CPP is 1.
  */
@@ -250,7 +250,7 @@ public:
             int line_);
     ~Message();
 
-    Stream& GetStream() { return stream; } ///< Returns the sink of the statement's items.
+    Stream& GetStream() { return stream; } ///< Returns the stream that collects the text.
 
     int GetLevel() const override;
     const Channel* GetChannel() const override;

@@ -5,7 +5,7 @@
 namespace common::logger
 {
 
-// QTextStream only keeps the address here: the string is constructed after it.
+// The string is constructed after the QTextStream, whose constructor only stores the address.
 Message::Stream::Stream()
     : QTextStream(&text, QIODevice::ReadWrite)
 {}

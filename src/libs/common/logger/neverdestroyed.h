@@ -3,7 +3,7 @@
 namespace common::logger
 {
 
-/// Storage of an object whose destructor never runs, so that destructors which run at exit can still use it.
+/// Stores an object whose destructor never runs, so that other destructors can still use the object at exit.
 template<typename Type>
 union NeverDestroyed {
     constexpr NeverDestroyed()

@@ -30,7 +30,7 @@ using namespace std::chrono_literals;
 
 constexpr int prefixLength = 6;
 
-/// Maximum number of clients served at a time. Each takes a descriptor; a process usually has 1024.
+/// Maximum number of clients served at a time. Each takes a descriptor; a process usually has at most 1024.
 constexpr int maxReceivers = 256;
 
 /// Interval between checks of the lock file and the server. Qt closes the server if it cannot accept a
@@ -61,7 +61,7 @@ class MessageReceiver : public QObject
 {
 public:
     /// Takes ownership of the socket. Calls `onFinished_` once, when the client has disconnected or exceeded
-    /// a time limit. A signal of the socket may be the caller, so do not delete the receiver in the callback.
+    /// a time limit. The call may come from a signal of the socket, so do not delete the receiver in it.
     MessageReceiver(QLocalSocket* socket_, QObject* parent, std::function<void(MessageReceiver*)> onFinished_)
         : QObject(parent)
         , socket(socket_)

@@ -58,7 +58,7 @@ private:
 
     static constexpr int readerSlots = 64;
 
-    // Implemented for each platform. If another holder prevents the lock, no warning is logged.
+    // Implemented for each platform. If another process holds the lock, they log no warning.
     struct Handles;
     bool TakeRead(bool block);
     bool TakeWrite(bool block);

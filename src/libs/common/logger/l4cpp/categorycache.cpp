@@ -8,8 +8,7 @@ namespace common::logger::l4cpp
 namespace
 {
 
-/// Distinguishes the few names of a program faster than std::hash, which costs more than the rest of the
-/// search.
+/// A simple hash for the few names of a program; std::hash would take longer than the rest of the search.
 std::size_t HashOf(std::string_view name)
 {
     return name.empty() ? 0 : name.size() * 31 + static_cast<unsigned char>(name.back());
@@ -28,7 +27,7 @@ log4cpp::Category& CategoryCache::Find(std::string_view name)
     }
     std::string key(name);
     log4cpp::Category& category = log4cpp::Category::getInstance(key);
-    // Two threads may add the same name; both entries lead to the one category.
+    // Two threads may add the same name; both entries refer to the same category.
     auto* entry = new Entry{std::move(key), category, first};
     while (!bucket.compare_exchange_weak(entry->next, entry, std::memory_order_release,
                                          std::memory_order_relaxed)) {

@@ -14,9 +14,9 @@ namespace common::logger::l4cpp
 {
 
 /**
- * Finds the category of a channel without log4cpp's lock and its two searches of a map.
+ * Finds the category of a channel without log4cpp's lock and two map searches.
  *
- * Any thread may call Find. Entries are added and never removed: log4cpp keeps a category until it ends.
+ * Any thread may call Find. Entries are never removed, because log4cpp keeps its categories until shutdown.
  */
 class CategoryCache
 {

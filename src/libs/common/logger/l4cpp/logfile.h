@@ -13,7 +13,7 @@ class Appender;
 namespace common::logger::l4cpp
 {
 
-// Child processes do not inherit the files. A file that cannot be opened drops its lines.
+// Child processes do not inherit the files. If a file cannot be opened, its lines are dropped.
 
 /// Creates the appender "file", which appends to the file `path`.
 std::unique_ptr<log4cpp::Appender> CreateFileAppender(const QString& path);

@@ -30,7 +30,7 @@ namespace common::logger::l4cpp
 namespace
 {
 
-// The literal "m" in place of the month is kept for compatibility: tools that read these logs rely on it.
+// Kept for compatibility: tools that read these logs rely on the literal "m" in place of the month.
 constexpr char defaultPattern[] = "%d{%Y.m.%d %H:%M:%S.%l} %6p [%5t] %c: %m%n";
 
 constexpr unsigned int shortLogBackups = 1;
@@ -60,7 +60,7 @@ std::unique_ptr<log4cpp::Layout> CreateLayout(unsigned int options, const QStrin
     return nullptr;
 }
 
-/// Gives the appender its own layout. Without a layout option it keeps log4cpp's default.
+/// Sets the layout of the appender. Without a layout option, the appender keeps log4cpp's default.
 void SetLayout(log4cpp::Appender& appender, unsigned int options, const QString& pattern)
 {
     if (auto layout = CreateLayout(options, pattern)) {
@@ -68,7 +68,7 @@ void SetLayout(log4cpp::Appender& appender, unsigned int options, const QString&
     }
 }
 
-/// Returns the appender that `targets` selects; null if it selects no file.
+/// Returns the file appender that `targets` selects, or null if `targets` selects no file.
 std::unique_ptr<log4cpp::Appender> CreateMainFileAppender(unsigned int targets, const QString& path,
                                                           std::size_t maxFileSize, int maxBackups)
 {
@@ -170,7 +170,7 @@ private:
     AttachedAppender shortFileAppender{mainCategory};
     unsigned int targets = 0;
     unsigned int options = 0;
-    std::atomic<int> writers = 0; ///< Threads inside Write.
+    std::atomic<int> writers = 0; ///< Number of threads inside Write.
     std::atomic<bool> ended = false;
 };
 
@@ -189,7 +189,7 @@ void Logger::Write(const IMessage& message)
             category.log(priority, message.GetText()->toStdString() + SourceSuffix(*this, options, message));
         }
     } catch (...) {
-        // A line that cannot be written cannot be reported.
+        // A line that cannot be written is lost.
     }
 }
 
@@ -237,7 +237,7 @@ bool Logger::Configure(int level, unsigned int targets_, unsigned int options_, 
             }
             fileAppender.Replace(std::move(appender));
         } catch (...) {
-            // The previous appender stays.
+            // Keep the previous appender.
         }
     }
     if (!shortLogFile.isEmpty()) {
@@ -247,7 +247,7 @@ bool Logger::Configure(int level, unsigned int targets_, unsigned int options_, 
             SetLayout(*appender, options, pattern);
             shortFileAppender.Replace(std::move(appender));
         } catch (...) {
-            // The previous appender stays.
+            // Keep the previous appender.
         }
     }
     return true;
@@ -290,7 +290,7 @@ void Logger::End()
     }
 }
 
-/// Returns false if a writer never leaves Write: Windows ends the other threads before it unloads libraries.
+/// Returns false if a thread never leaves Write: Windows ends all other threads before it unloads libraries.
 bool Logger::WaitForWriters() const
 {
     constexpr std::chrono::milliseconds limit(200);

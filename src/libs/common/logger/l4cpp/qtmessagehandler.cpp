@@ -30,7 +30,7 @@ int LevelOf(QtMsgType type)
 
 void HandleQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text);
 
-/// Keeps the handler installed from the load of the library until exit, or until Undo.
+/// Keeps the handler installed from the time the library is loaded until Undo or exit.
 class HandlerInstallation
 {
 public:
@@ -54,7 +54,7 @@ private:
     bool installed = true;
 };
 
-// At exit, other threads may still be inside the handler.
+// Never destroyed, because other threads may still be inside the handler at exit.
 NeverDestroyed<QString> qtChannel;
 HandlerInstallation installation;
 

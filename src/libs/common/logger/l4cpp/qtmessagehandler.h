@@ -5,7 +5,7 @@
 namespace common::logger::l4cpp
 {
 
-/// Sets the name of the channel of Qt's own messages; empty by default.
+/// Sets the channel name for Qt's own messages (default: empty).
 void SetQtChannel(const QString& name);
 
 /// Reinstalls the Qt message handler that this library's handler replaced.

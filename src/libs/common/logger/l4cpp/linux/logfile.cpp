@@ -22,8 +22,8 @@ std::string LocalPath(const QString& path)
     return path.toLocal8Bit().toStdString();
 }
 
-/// Opens the file again after log4cpp's constructor, because that offers no way to pass a flag. A file that
-/// follows a rollover gets the permissions of the first one, which can be private.
+/// Reopens the file with O_CLOEXEC, because log4cpp's constructor accepts no flags. After a rollover, the new
+/// file gets the permissions of the first one, which may be private.
 template<typename Base>
 class CloseOnExec final : public Base
 {

@@ -22,8 +22,8 @@ namespace common::logger::l4cpp
 namespace
 {
 
-// log4cpp takes file names in the ANSI code page, which lacks most letters. The files are therefore opened
-// and renamed here; log4cpp's own constructor gets a device that every system has.
+// log4cpp expects file names in the ANSI code page, which lacks most letters. The classes below therefore
+// open and rename the files themselves; log4cpp's constructor gets the null device.
 constexpr char nullDevice[] = "NUL";
 
 const wchar_t* Wide(const QString& path)
@@ -31,8 +31,8 @@ const wchar_t* Wide(const QString& path)
     return reinterpret_cast<const wchar_t*>(path.utf16());
 }
 
-/// Opens a file as log4cpp does, in text mode, but not for child processes. On failure it opens the null
-/// device: the C library of Visual C++ ends a program that writes to -1.
+/// Opens a file in text mode as log4cpp does, but without inheritance by child processes. On failure, opens
+/// the null device: the C library of Visual C++ ends a program that writes to descriptor -1.
 int OpenLogFile(const QString& path)
 {
     constexpr int flags = _O_WRONLY | _O_CREAT | _O_APPEND | _O_TEXT | _O_NOINHERIT;
@@ -44,7 +44,7 @@ int OpenLogFile(const QString& path)
     return descriptor;
 }
 
-/// Makes a file appender of log4cpp open its file by the wide name.
+/// Makes a log4cpp file appender open its file by a wide-character name.
 template<typename Base>
 class WideNamed : public Base
 {
@@ -77,7 +77,7 @@ public:
     void rollOver() override
     {
         close();
-        // First the log, which cannot be moved while another program has it open: then the backups stay.
+        // Move the log first: if another program has it open, the move fails and the backups stay unchanged.
         if (Move(path, BackupPath(0))) {
             for (unsigned int index = getMaxBackupIndex(); index > 0; --index) {
                 Move(BackupPath(index - 1), BackupPath(index));
@@ -99,7 +99,7 @@ private:
     }
 };
 
-/// Returns a name of an existing file in the ANSI code page; empty if it has none.
+/// Returns the name of an existing file in the ANSI code page; empty if the file has no such name.
 QByteArray AnsiName(const QString& path)
 {
     const QByteArray name = path.toLocal8Bit();
@@ -131,7 +131,7 @@ void LoadPropertyFile(const QString& path)
     QByteArray name = AnsiName(path);
     std::optional<QTemporaryDir> directory;
     if (name.isEmpty()) {
-        // Volumes without short names: %TEMP% is on the system's own, which has them.
+        // The volume has no short names. %TEMP% is on the system volume, which has them.
         const QString copy = directory.emplace().filePath(QStringLiteral("log4cpp.properties"));
         QFile::copy(path, copy);
         name = AnsiName(copy);
