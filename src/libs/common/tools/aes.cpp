@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <cstring>
 
-// The low-level calls are the contract here; OpenSSL 3 marks them as deprecated.
+// This class deliberately uses OpenSSL's low-level calls, which OpenSSL 3 marks as deprecated.
 #define OPENSSL_SUPPRESS_DEPRECATED
 #include <openssl/aes.h>
 
@@ -26,7 +26,7 @@ qsizetype RoundUpToBlocks(qsizetype size)
     return (size + blockSize - 1) / blockSize * blockSize;
 }
 
-/// Returns `input` with zero bytes up to whole blocks.
+/// Returns `input`, padded with zero bytes to whole blocks.
 QByteArray Padded(const QByteArray& input)
 {
     const qsizetype missing = RoundUpToBlocks(input.size()) - input.size();
@@ -120,11 +120,11 @@ QByteArray& AES::crypt(const QString& key, const QByteArray& input, QByteArray& 
     AES_KEY schedule;
     const int failure = mode == AES_ENCRYPT ? AES_set_encrypt_key(Bytes(keyBuffer), bits, &schedule)
                                             : AES_set_decrypt_key(Bytes(keyBuffer), bits, &schedule);
-    // OpenSSL leaves the schedule unset for a key size that AES does not have.
+    // If AES does not support the key size, OpenSSL does not set the schedule.
     if (failure == 0) {
         std::array<unsigned char, blockSize> iv;
         std::memcpy(iv.data(), ivec().constData(), iv.size());
-        // OpenSSL reads a complete last block even if it writes only a part of it.
+        // OpenSSL reads a complete last block even if it writes only part of that block.
         AES_cbc_encrypt(Bytes(Padded(input)), reinterpret_cast<unsigned char*>(result.data()),
                         static_cast<std::size_t>(input.size()), &schedule, iv.data(), mode);
     }
@@ -135,7 +135,7 @@ QByteArray& AES::crypt(const QString& key, const QByteArray& input, QByteArray& 
 int AES::getKeyBuffer(const QString& key, QByteArray& buffer)
 {
     buffer = key.toUtf8();
-    int bits = 512; // No key size of AES: OpenSSL refuses it.
+    int bits = 512; // Not an AES key size, so OpenSSL rejects it.
     for (const int size : {256, 192, 128}) {
         if (buffer.size() <= size / 8) {
             bits = size;

@@ -10,16 +10,16 @@ namespace tools::cipher
 
 /**
  * Encrypts small values for storage on the user's machine, with AES in CBC mode through OpenSSL's low-level
- * calls. Any thread may call.
+ * calls. Thread-safe.
  *
  * The key is the UTF-8 form of a string, padded with zero bytes: up to 16 bytes give AES-128, up to 24
- * AES-192, up to 32 AES-256. A longer key is not supported: the output then consists of zero bytes. The
- * functions without a key use the machine key.
+ * AES-192, up to 32 AES-256. A longer key is not supported: the output then consists of zero bytes.
+ * Functions without a key parameter use the machine key.
  *
- * The input is padded with zero bytes to whole blocks of 16. Decryption does not remove them: bytes end with
- * zero bytes, strings with U+0000 characters.
+ * The input is padded with zero bytes to whole blocks of 16 bytes. Decryption does not remove the padding:
+ * byte arrays end with zero bytes, strings with U+0000 characters.
  *
- * The byte forms return `output`, which can be the same object as `input`.
+ * The overloads for byte arrays return `output`, which can be the same object as `input`.
  *
  * @warning This does not protect secrets. The initialisation vector is fixed, damage and a wrong key are not
  * detected, and the machine key is derived from the user's name.
@@ -31,7 +31,7 @@ public:
 
     static constexpr int maxKeySize = 32; ///< In bytes of UTF-8.
 
-    /// Encrypts the UTF-8 form of `text`. Returns Base64 (RFC 4648), or nothing for an empty string.
+    /// Encrypts the UTF-8 form of `text`. Returns Base64 (RFC 4648); empty if `text` is empty.
     static QString encrypt(const QString& key, const QString& text);
     static QString encrypt(const QString& text); ///< As above, with the machine key.
     /// Encrypts bytes.
@@ -39,24 +39,24 @@ public:
     /// As above, with the machine key.
     static QByteArray& encrypt(const QByteArray& input, QByteArray& output);
 
-    /// Decrypts Base64. Damaged input or a wrong key gives garbage, not an error.
+    /// Decrypts a Base64 string. Damaged input or a wrong key gives garbage, not an error.
     static QString decrypt(const QString& key, const QString& text);
     static QString decrypt(const QString& text); ///< As above, with the machine key.
-    /// Decrypts bytes. An incomplete last block is decrypted as if zero bytes followed it, and as many bytes
-    /// of the result as it has are kept.
+    /// Decrypts bytes. If the last block has only n bytes, it is padded with zero bytes; the first n
+    /// decrypted bytes are kept, and zero bytes follow them.
     static QByteArray& decrypt(const QString& key, const QByteArray& input, QByteArray& output);
     /// As above, with the machine key.
     static QByteArray& decrypt(const QByteArray& input, QByteArray& output);
 
-    /// Encrypts `value` together with `name` with the machine key, so that it can be decrypted only with this
+    /// Encrypts `name` and `value` with the machine key; decryptPair returns the value only for the same
     /// name.
     static QString encryptPair(const QString& name, const QString& value);
 
-    /// Returns a value encrypted with encryptPair, including its padding, or an empty string for another name
-    /// (case-sensitive) or user.
+    /// Decrypts the result of encryptPair. Returns the value, including its padding, or an empty string if
+    /// the name (case-sensitive) or the user differs.
     static QString decryptPair(const QString& name, const QString& text);
 
-    /// Returns the key of 32 characters derived from the user's name in the environment.
+    /// Returns the 32-character key derived from the user name in the environment.
     static QString machineKey();
 
 private:

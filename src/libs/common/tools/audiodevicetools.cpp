@@ -13,7 +13,7 @@ QString AudioDeviceTools::getDefaultDeviceName(bool render)
     if (endpoint.failedCall == nullptr) {
         return endpoint.name;
     }
-    // This line has no channel at all, which the usual statement cannot express.
+    // LOG_MESSAGE cannot write a line without a channel.
     common::logger::Message(common::logger::GetLogger(), nullptr, common::logger::Error, __FILE__,
                             VXCOMMON_FUNCTION_NAME, __LINE__)
             .GetStream()

@@ -7,24 +7,24 @@
 namespace tools
 {
 
-/// The default sound devices. Can be called from any thread.
+/// Queries the default audio devices. Thread-safe.
 class VXCOMMON_EXPORT AudioDeviceTools
 {
 public:
     AudioDeviceTools() = delete;
 
     /**
-     * Returns the name of the default device as the system shows it to the user.
+     * Returns the display name of the default device.
      *
      * @param render true for playback, false for capture
      * @return empty if there is no device or its name is not available; an Error line without a channel then
      * names the failed call
      *
-     * Windows: Core Audio's IMMDeviceEnumerator and PKEY_Device_FriendlyName; uses COM on the calling thread
-     * for the duration of the call, and fails on a thread of the multithreaded apartment. Linux: the
-     * description of the default sink or source through the client library of PulseAudio, which is loaded at
-     * the first call; blocks for at most 1 s. The monitor of a sink is not a capture device, and the dummy
-     * sink of a server without a device ("auto_null") is not a playback device.
+     * Windows: queries IMMDeviceEnumerator and PKEY_Device_FriendlyName of Core Audio. Initialises COM on the
+     * calling thread during the call, and fails on a thread of the multithreaded apartment. Linux: queries
+     * PulseAudio for the description of the default sink or source. Loads the client library on the first
+     * call and blocks for at most 1 s. Ignores sink monitors and the dummy sink "auto_null" of a server
+     * without devices.
      */
     static QString getDefaultDeviceName(bool render);
 };

@@ -10,7 +10,7 @@ struct AudioEndpoint
 {
     QString name;
     const char* failedCall = nullptr; ///< The call that failed; null if none did.
-    long error = 0;                   ///< What it failed with.
+    long error = 0;                   ///< Error code of the failed call.
 };
 
 AudioEndpoint FindDefaultAudioEndpoint(bool render);

@@ -10,7 +10,7 @@ namespace tools
 namespace
 {
 
-/// Interval between clock readings; the maximum delay of a report.
+/// Interval between clock readings, and the maximum delay of a signal.
 constexpr std::chrono::milliseconds pollInterval{3000};
 
 } // namespace
@@ -72,16 +72,16 @@ void DateWatcher::OnTimerTimeout()
     }
 }
 
-// Kept for compatibility: the clock is read twice. A second that ends in between makes the offset too large
-// by one for one poll.
+// Kept for compatibility: reads the clock twice. If a second ends between the readings, the offset is one
+// second too large until the next poll.
 int DateWatcher::GetCurrentOffsetFromUTC()
 {
     const QDateTime utc = QDateTime::currentDateTimeUtc();
     const QTime time = utc.time();
     const QDateTime utcAsLocal(utc.date(), QTime(time.hour(), time.minute(), time.second(), 0));
     const QDateTime local = QDateTime::currentDateTime();
-    // secsTo truncates towards zero: fractions of a second would make all offsets west of Greenwich too large
-    // by one.
+    // secsTo truncates towards zero: fractions of a second would make offsets west of Greenwich one second
+    // too large.
     return static_cast<int>(utcAsLocal.secsTo(local.addMSecs(-local.time().msec())));
 }
 

@@ -13,39 +13,38 @@ namespace tools
 {
 
 /**
- * Reports a new calendar day and a new offset from UTC, by comparing clock readings every 3 s.
+ * Reads the clock every 3 s and reports a new calendar day or a new offset from UTC.
  *
- * The offset is the distance between the time in UTC, read as if it were local, and local time. When summer
- * time begins or ends, it therefore changes at the hour at which UTC, not local time, reaches the time of the
- * change.
+ * The offset is the difference between local time and the time in UTC, interpreted as local time. When summer
+ * time begins or ends, the offset therefore changes when UTC, not local time, reaches the time of the change.
  *
- * Lives on the thread of the first call; polling and signals need that thread's event loop. The fields are
- * not protected: other threads should not read them while it polls.
+ * The watcher belongs to the thread of the first call; polling and signals need that thread's event loop. Do
+ * not use the watcher on other threads, because access is not synchronised.
  */
 class VXCOMMON_EXPORT DateWatcher : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Returns the only watcher, created by the first call. It polls until the program ends, even if you
-    /// release the pointer.
+    /// Returns the only watcher, which the first call creates. The watcher polls until the program ends, even
+    /// if you release the pointer.
     static QSharedPointer<DateWatcher> GetDateWatcher();
 
     static QDate CurrentDate();         ///< Returns GetCurrentDate of the only watcher.
     static QTimeZone CurrentTimeZone(); ///< Returns GetTimeZone of the only watcher.
 
-    /// Returns the local date of the last poll, so it is up to 3 s old.
+    /// Returns the local date at the last poll, at most 3 s ago.
     QDate GetCurrentDate();
 
-    /// Returns the offset from UTC of the last poll as a zone, without a name and rules for summer time.
+    /// Returns the offset from UTC at the last poll as a time zone without a name or summer time rules.
     QTimeZone GetTimeZone();
 
 Q_SIGNALS:
-    /// Emitted on a new day, at an unchanged offset.
+    /// Emitted when a new day has begun and the offset is unchanged.
     void currentDateChanged();
 
-    /// Emitted on a new offset from UTC. The date may have changed with it and is not reported separately:
-    /// read it again.
+    /// Emitted when the offset from UTC has changed. Read the date again: if it has changed too, no separate
+    /// signal is emitted.
     void currentTimeZoneChanged();
 
 protected:
@@ -61,7 +60,7 @@ private:
     int GetCurrentOffsetFromUTC();
 
     QDate currentDate;
-    int utcOffset = 0; ///< Seconds, positive east of Greenwich.
+    int utcOffset = 0; ///< In seconds; positive east of Greenwich.
     QPointer<QTimer> timer;
 };
 

@@ -10,13 +10,13 @@ namespace tools
 namespace
 {
 
-/// Returns a copy with pixmaps, because the icon may query the system again when its file no longer exists.
+/// Returns a copy made of pixmaps. The original may query the system again when its file no longer exists.
 QIcon CopyOf(const QIcon& icon)
 {
     QIcon copy;
     const QList<QSize> sizes = icon.availableSizes(QIcon::Normal, QIcon::Off);
     for (const QSize& size : sizes) {
-        // Without the device pixel ratio of the screen.
+        // Ignore the screen's device pixel ratio.
         copy.addPixmap(icon.pixmap(size, 1.0, QIcon::Normal, QIcon::Off), QIcon::Normal, QIcon::Off);
     }
     return copy;

@@ -11,11 +11,10 @@ namespace tools
 {
 
 /**
- * Provides the system's icons for file types, also for files that do not exist: it queries the system for an
- * empty temporary file of that type.
+ * Provides the system's icons for file types. The file need not exist: the provider queries the icon of an
+ * empty temporary file of the same type.
  *
- * Use it on the interface thread. If a suffix has an icon, it is queried once per process; suffixes that
- * differ in case are different.
+ * Use it on the GUI thread. The icon of a suffix is queried once per process; suffixes are case-sensitive.
  */
 class VXCOMMON_EXPORT FileIconProvider : public QFileIconProvider
 {
@@ -24,7 +23,7 @@ public:
     ~FileIconProvider() override;
 
     using QFileIconProvider::icon;
-    /// Returns the icon for files with the suffix of `info`; the generic one if the system has none for them.
+    /// Returns the icon for the suffix of `info`, or the generic file icon if the system has none.
     QIcon icon(const QFileInfo& info) const override;
 
 private:

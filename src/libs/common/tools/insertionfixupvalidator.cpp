@@ -19,7 +19,7 @@ QValidator::State CInsertionFixupValidator::validate(QString& input, int& pos) c
     return QRegExpValidator::validate(input, pos);
 }
 
-// After a failed match, matchedLength is the length of the longest prefix that the pattern can begin with.
+// After a failed match, matchedLength is the length of the longest prefix that can be the start of a match.
 void CInsertionFixupValidator::fixup(QString& input) const
 {
     const QRegExp& held = regExp();

@@ -6,12 +6,12 @@ namespace tools
 {
 
 /**
- * A validator that cleans the input as it checks it: it removes each character that the pattern does not
- * allow at its position, from the left, and keeps the rest in order. So users cannot type forbidden
- * characters, and pasted text loses only these.
+ * A validator that also cleans the input: from left to right, it removes each character that the pattern does
+ * not allow at its position. Users therefore cannot type forbidden characters, and pasted text loses only
+ * these.
  *
- * Each removed character costs a match from the start of the input: a paste with 10,000 of them can block the
- * interface for half a second. Limit the field with QLineEdit::setMaxLength.
+ * Each removal requires a new match from the start of the input. Pasting 10,000 forbidden characters can
+ * block the user interface for half a second, so limit the field with QLineEdit::setMaxLength.
  */
 class VXCOMMON_EXPORT CInsertionFixupValidator : public QRegExpValidator
 {
@@ -22,10 +22,10 @@ public:
     explicit CInsertionFixupValidator(const QRegExp& regExp, QObject* parent = nullptr);
     ~CInsertionFixupValidator() override;
 
-    /// Always calls fixup on `input`, and then checks it.
+    /// Calls fixup on `input` and then checks the result.
     State validate(QString& input, int& pos) const override;
 
-    /// Removes what does not fit.
+    /// Removes the characters that the pattern does not allow.
     void fixup(QString& input) const override;
 };
 

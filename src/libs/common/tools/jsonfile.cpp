@@ -28,7 +28,7 @@ constexpr common::logger::Channel logChannel{"jsonfile"};
 std::optional<QByteArray> ReadFile(const QString& fileName)
 {
     std::error_code error;
-    // Opening a fifo would wait for a writer.
+    // Opening a FIFO would block until another process opened it for writing.
     if (std::filesystem::is_fifo(QFileInfo(fileName).filesystemFilePath(), error)) {
         return std::nullopt;
     }
@@ -101,7 +101,7 @@ bool JsonFile::Save()
             << QStringLiteral("Failed to create directory '%1'!").arg(dir.absolutePath());
     }
     SaveOutcome outcome = SaveOutcome::CannotWrite;
-    // With a key that the cipher does not support, zero bytes would replace the old content.
+    // With a key that the cipher does not support, zero bytes would replace the old contents.
     if (key.toUtf8().size() <= cipher::AES::maxKeySize) {
         QByteArray bytes = document.toJson(QJsonDocument::Indented);
         if (!key.isEmpty()) {

@@ -13,15 +13,15 @@ namespace tools
 {
 
 /**
- * A JSON document (RFC 8259) that is kept in a file, as plain text or encrypted with cipher::AES.
+ * A JSON document (RFC 8259) that is stored in a file, as plain text or encrypted with cipher::AES.
  *
- * A plain value, for one thread at a time. Errors are logged on the channel "jsonfile".
+ * A value type. Use an object on one thread at a time. Errors are logged on the channel "jsonfile".
  */
 class VXCOMMON_EXPORT JsonFile
 {
 public:
-    /// Stores the arguments and does not access the file. With an empty `key` the file is plain text; a key
-    /// of more than AES::maxKeySize bytes is not supported.
+    /// Stores the arguments and does not access the file. If `key` is empty, the file is plain text. A key of
+    /// more than AES::maxKeySize bytes is not supported.
     JsonFile(const QString& fileName, const QString& key);
     /// As above, with a document to save.
     JsonFile(const QString& fileName, const QJsonDocument& document, const QString& key);
@@ -36,29 +36,30 @@ public:
     /**
      * Reads the document from the file.
      *
-     * A file that contains no JSON, or was encrypted with another key, gives the null document, which is not
+     * If the file contains no JSON, or was encrypted with another key, the document becomes null. This is not
      * an error.
      *
-     * @return false, with the document unchanged, if there is no file name, or the file cannot be opened or
-     * read, or is a fifo
+     * @return false, with the document unchanged, if the file name is empty, or if the file is a FIFO or
+     * cannot be opened or read
      */
     bool Load();
 
     /**
-     * Writes the document, indented, and creates missing directories. A null document gives an empty file.
+     * Writes the document as indented JSON and creates missing directories. A null document gives an empty
+     * file.
      *
      * Writes a temporary file and renames it, so that a full disk or a killed process leaves the old file
-     * intact. Keeps owner, group, permissions, access control list, hard links and symbolic links of the old
-     * file. If a rename would lose any of them, overwrites the file in place; also devices and pipes, and
-     * files in a directory that does not allow new ones. Does not keep other extended attributes. Only the
-     * owner can read a new file with a key (POSIX).
+     * intact. Keeps the owner, group, permissions, access control list, hard links and symbolic links of the
+     * old file. If a rename would lose any of them, overwrites the file in place. Also overwrites devices,
+     * pipes, and files in directories that do not allow new ones. Does not keep other extended attributes. On
+     * POSIX systems, only the owner can read a newly created encrypted file.
      *
-     * @return false if there is no file name, if the file cannot be opened or written completely, or if the
-     * key is not supported, which leaves the old file unchanged
+     * @return false if the file name is empty, if the file cannot be opened or written completely, or if the
+     * key is not supported; an unsupported key leaves the old file unchanged
      */
     bool Save();
 
-    const QJsonDocument& Document() const; ///< Returns the document as loaded or given.
+    const QJsonDocument& Document() const; ///< Returns the document that was loaded or passed in.
     QJsonObject Object() const;            ///< Returns the document's object, or an empty one.
 
 private:

@@ -5,7 +5,7 @@
 namespace tools
 {
 
-/// The state of the keyboard. Can be called from any thread.
+/// Queries the state of the keyboard. Thread-safe.
 class VXCOMMON_EXPORT Keyboard
 {
 public:
@@ -14,8 +14,9 @@ public:
     /**
      * Returns whether Caps Lock is on. Returns false while the key is held down.
      *
-     * Windows: GetKeyState. Linux: the XKB extension of the X server that DISPLAY names; false without one.
-     * In a Wayland session that server knows the state only while one of its own windows has the focus.
+     * Windows: calls GetKeyState. Linux: queries the XKB extension of the X server that DISPLAY names;
+     * returns false if no X server runs. In a Wayland session, the X server receives the state only while one
+     * of its windows has the focus.
      */
     static bool IsCapsLock();
 };

@@ -16,7 +16,7 @@ constexpr qsizetype chunkSize = 32768;
 constexpr int windowBits = 31; // a window of 2^15 bytes, plus 16 for the gzip wrapper
 constexpr int memoryLevel = 8; // zlib's own default
 
-/// A zlib stream that reads a buffer in chunks and ends itself with `endStream`.
+/// A zlib stream that reads a buffer in chunks; its destructor calls `endStream`.
 class Stream : public z_stream
 {
 public:
@@ -74,8 +74,8 @@ bool IsInflateFailure(int result)
            result == Z_NEED_DICT;
 }
 
-/// Produces the output of the plain loop, which inflates into a buffer of 32768 bytes, appends it, and drops
-/// it after a failure. Inflates directly into the output instead: zlib copies its window in each call, so the
+/// Inflates directly into the output. The result is that of a plain loop, which inflates into a buffer of
+/// 32768 bytes, appends the buffer, and drops it after a failure. zlib copies its window in each call, so a
 /// plain loop takes 1.4 times as long.
 class GrowingOutput
 {
@@ -87,7 +87,7 @@ public:
     ~GrowingOutput() { bytes.truncate(written); }
     Q_DISABLE_COPY(GrowingOutput)
 
-    /// Inflates until room is left, so that zlib needs more input, or until a failure.
+    /// Inflates until zlib fails or leaves room in the output, which means that zlib needs more input.
     int Inflate(z_stream& stream)
     {
         const qsizetype begin = written;
@@ -103,7 +103,7 @@ public:
             result = inflate(&stream, Z_NO_FLUSH);
             written += room - qsizetype{stream.avail_out};
         } while (stream.avail_out == 0 && !IsInflateFailure(result));
-        // Drop what the plain loop would have had in its buffer.
+        // Drop the bytes that a plain loop would have had in its buffer.
         if (IsInflateFailure(result) && written > begin) {
             written = begin + (written - begin - 1) / chunkSize * chunkSize;
         }
@@ -136,7 +136,8 @@ bool Decompress(const QByteArray& input, QByteArray& output)
     return result == Z_STREAM_END;
 }
 
-/// Runs `work` from `input` to `output`, which can be the same object. Returns false if memory runs out.
+/// Applies `work` to `input` and replaces `output`, which can be the same object. Returns false on failure,
+/// also if memory runs out.
 template<typename Work>
 bool Run(const QByteArray& input, QByteArray& output, Work work)
 {

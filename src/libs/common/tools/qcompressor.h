@@ -8,11 +8,11 @@ namespace tools
 {
 
 /**
- * Compresses and decompresses whole buffers with gzip (RFC 1952), through zlib. Any thread may call.
+ * Compresses and decompresses whole buffers with gzip (RFC 1952), through zlib. Thread-safe.
  *
  * `input` and `output` can be the same object.
  *
- * @warning The size of the output is limited by memory only. One megabyte can decompress to a gigabyte, so
+ * @warning Only memory limits the size of the output. One megabyte can decompress to a gigabyte, so
  * limit the size of data from an untrusted source before you decompress it.
  */
 class VXCOMMON_EXPORT QCompressor
@@ -30,11 +30,11 @@ public:
     static bool gzipCompress(const QByteArray& input, QByteArray& output, int level);
 
     /**
-     * Decompresses the first gzip member of `input`. Ignores all bytes after it, further members included.
+     * Decompresses the first gzip member of `input`. Ignores all bytes after it, including other members.
      *
      * @param output replaced; empty if `input` is empty, which counts as success
      * @return false if `input` is not a gzip stream, is damaged or truncated, or if memory runs out; `output`
-     * then holds what was decoded before
+     * then holds the data decoded up to that point
      */
     static bool gzipDecompress(const QByteArray& input, QByteArray& output);
 };

@@ -3,7 +3,7 @@
 namespace
 {
 
-/// Returns the same pattern without a match. A copy would keep a pointer to the last match of its source,
+/// Returns an equal QRegExp without a match. A copy would keep a pointer to the last match of its source,
 /// even after the source is destroyed.
 QRegExp WithoutMatch(const QRegExp& regExp)
 {
@@ -37,7 +37,7 @@ void QRegExpValidator::setRegExp(const QRegExp& regExp)
 
 QValidator::State QRegExpValidator::validate(QString& input, int& pos) const
 {
-    // A QRegExp keeps its last match, hence the copy.
+    // exactMatch changes the last match that a QRegExp stores, so use a copy.
     const QRegExp copy = pattern;
     if (copy.exactMatch(input)) {
         return Acceptable;

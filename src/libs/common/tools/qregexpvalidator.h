@@ -30,7 +30,7 @@ public:
     State validate(QString& input, int& pos) const override;
 
 Q_SIGNALS:
-    /// Emitted when another pattern has been set.
+    /// Emitted when a different pattern has been set.
     void regExpChanged(const QRegExp& regExp);
 
 private:

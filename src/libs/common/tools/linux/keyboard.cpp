@@ -2,7 +2,7 @@
 
 #include "../../platform/linux/xdisplay.h"
 
-// The header of this C library has a member of that name.
+// This C header declares a member called "explicit".
 #ifdef __clang__
 #pragma clang diagnostic ignored "-Wkeyword-macro"
 #endif
@@ -27,7 +27,7 @@ bool Keyboard::IsCapsLock()
     }
     const common::platform::XReply<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
         connection.get(), xcb_xkb_get_state(connection.get(), XCB_XKB_ID_USE_CORE_KBD), nullptr));
-    // A held key is among the base modifiers.
+    // While a key is held down, its modifier is among the base modifiers.
     return state != nullptr && (state->lockedMods & XCB_MOD_MASK_LOCK) != 0 &&
            (state->baseMods & XCB_MOD_MASK_LOCK) == 0;
 }

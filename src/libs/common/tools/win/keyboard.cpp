@@ -7,7 +7,7 @@ namespace tools
 
 bool Keyboard::IsCapsLock()
 {
-    // The low bit is "on", the high bit "held down"; only the low one alone counts.
+    // The low bit means "on", the high bit "held down"; require the low bit alone.
     return GetKeyState(VK_CAPITAL) == 1;
 }
 
