@@ -48,8 +48,7 @@ public:
     /// As above, with the machine key.
     static QByteArray& decrypt(const QByteArray& input, QByteArray& output);
 
-    /// Encrypts `name` and `value` with the machine key; decryptPair returns the value only for the same
-    /// name.
+    /// Encrypts `name` and `value` with the machine key; decryptPair requires the same name.
     static QString encryptPair(const QString& name, const QString& value);
 
     /// Decrypts the result of encryptPair. Returns the value, including its padding, or an empty string if

@@ -14,7 +14,7 @@ namespace tools
  * Provides the system's icons for file types. The file need not exist: the provider queries the icon of an
  * empty temporary file of the same type.
  *
- * Use it on the GUI thread. The icon of a suffix is queried once per process; suffixes are case-sensitive.
+ * Use it on the GUI thread. Icons are cached by suffix (case-sensitive) until the process ends.
  */
 class VXCOMMON_EXPORT FileIconProvider : public QFileIconProvider
 {

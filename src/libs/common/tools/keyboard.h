@@ -15,7 +15,7 @@ public:
      * Returns whether Caps Lock is on. Returns false while the key is held down.
      *
      * Windows: calls GetKeyState. Linux: queries the XKB extension of the X server that DISPLAY names;
-     * returns false if no X server runs. In a Wayland session, the X server receives the state only while one
+     * returns false without an X server. In a Wayland session, the X server receives the state only while one
      * of its windows has the focus.
      */
     static bool IsCapsLock();

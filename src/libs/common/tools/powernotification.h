@@ -1,6 +1,6 @@
 #pragma once
 
-/// The system's notification of suspend and resume, which is forwarded to tools::powerChangeNotify.
+/// Subscription to the system's suspend and resume events, which are forwarded to tools::powerChangeNotify.
 namespace tools::powernotification
 {
 
@@ -10,15 +10,15 @@ constexpr unsigned long resumeEvent = 7;  ///< PBT_APMRESUMESUSPEND
 enum class Result
 {
     Done,
-    Missing, ///< The system has no such function.
+    Missing, ///< The system lacks the required function.
     Refused
 };
 
-/// Subscribes; `context` is passed to powerChangeNotify with each event. On Windows, a later call keeps the
-/// first context.
+/// Subscribes; each event passes `context` to powerChangeNotify. On Windows, a later call keeps the context
+/// of the first one.
 Result Register(void* context);
 
-/// Ends the subscription. May be called repeatedly, and without a subscription.
+/// Ends the subscription. Can be called repeatedly, and without a subscription.
 Result Unregister();
 
 } // namespace tools::powernotification

@@ -29,7 +29,7 @@ SleepWatcher::SleepWatcher()
 SleepWatcher::~SleepWatcher()
 {
     if (inited) {
-        deinit(); // Kept for compatibility: mostly for the second time, after aboutToQuit.
+        deinit(); // Kept for compatibility: usually a second call, after aboutToQuit.
         inited = false;
     }
 }

@@ -28,7 +28,7 @@ QString converter::ToUuidForm(const QString& text, unsigned int group)
     result += u'{';
     qsizetype position = 0;
     if (group > 0) {
-        // Kept for compatibility: the opening brace counts as a digit of the rest.
+        // Kept for compatibility: the opening brace counts as one of the remaining digits.
         while (digits.size() - position + 1 >= 2 * qsizetype{group}) {
             result += QStringView(digits).mid(position, group);
             result += u'-';

@@ -8,7 +8,7 @@
 namespace tools::string
 {
 
-/// Converts strings to hexadecimal, MD5 and a braced form. Any thread may call.
+/// Converts strings to hexadecimal digits, MD5 sums and a braced form. Thread-safe.
 class VXCOMMON_EXPORT converter
 {
 public:
@@ -26,8 +26,8 @@ public:
      * Returns the hexadecimal digits of `text` in braces, with dashes between groups.
      *
      * In groups of 4, "abcd" gives "{6162-6364}" and "abcde" gives "{6162-636465}"; in groups of 3, "abcd"
-     * gives "{616-263-64}". A dash follows each group, from the left, that has at least `group` - 1 digits
-     * after it.
+     * gives "{616-263-64}". Counted from the left, a dash follows each group that has at least `group` - 1
+     * digits after it.
      *
      * @param group number of digits in a group; 0 gives no dash
      */

@@ -18,7 +18,7 @@ qsizetype LoneSurrogateSize()
     return size;
 }
 
-/// Counts the bytes of a text that grows unit by unit, as QString::toUtf8 would encode it.
+/// Counts the bytes that QString::toUtf8 would return for a text that grows unit by unit.
 class Utf8Counter
 {
 public:

@@ -9,10 +9,10 @@ namespace tools::string
 {
 
 /**
- * Splits a long text into pieces that fit a limit in bytes, in linear time. Any thread may call.
+ * Splits a long text into pieces of limited size, in linear time. Thread-safe.
  *
- * A cut can fall between any two UTF-16 units, inside a word or a surrogate pair. The joined pieces are the
- * text. An empty text gives no piece.
+ * A piece can end after any UTF-16 unit, even inside a word or a surrogate pair. The joined pieces equal the
+ * text. An empty text gives no pieces.
  */
 class VXCOMMON_EXPORT splitter
 {
@@ -23,8 +23,8 @@ public:
      * Returns pieces of `limit` bytes in UTF-8. A piece is shorter if the next character would exceed the
      * limit.
      *
-     * Designed for characters of one or two bytes. With characters of three bytes a piece can have nearly 1.5
-     * times `limit` bytes, because it is not measured before it has `limit` / 2 units.
+     * Designed for characters of one or two bytes. With three-byte characters, a piece can have nearly 1.5
+     * times `limit` bytes, because a piece of fewer than `limit` / 2 units is not measured.
      *
      * @param limit in bytes, at least 3; a smaller limit gives the text as one piece
      */

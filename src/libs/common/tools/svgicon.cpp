@@ -24,7 +24,7 @@ QPixmap TransparentPixmap(const QSize& size)
     return pixmap;
 }
 
-/// Returns the icon's own pixels at `size`, without the device pixel ratio of the screen.
+/// Returns the icon's pixmap at `size`, regardless of the screen's device pixel ratio.
 QPixmap PixmapAt(const QIcon& icon, const QSize& size)
 {
     return icon.pixmap(size, 1.0, QIcon::Normal, QIcon::Off);

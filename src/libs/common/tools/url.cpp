@@ -42,8 +42,8 @@ constexpr std::string_view topLevelDomains =
 /// Length of the longest domain name (RFC 1035).
 constexpr qsizetype maxDomainLength = 255;
 
-/// Qt takes quadratic time for hosts that are not plain ASCII, and minutes for some. Longer ones are not
-/// parsed.
+/// Maximum length of a host that is parsed if it is not plain ASCII. Qt takes quadratic time for these hosts,
+/// and minutes for some.
 constexpr qsizetype maxParsedHostLength = 2 * maxDomainLength;
 
 bool IsAscii(QStringView text)
@@ -51,7 +51,7 @@ bool IsAscii(QStringView text)
     return std::all_of(text.begin(), text.end(), [](QChar c) { return c < u'\x80'; });
 }
 
-/// The words of a text, separated by single spaces, for a search in constant time.
+/// The words of a text, separated by single spaces, with a search in constant time.
 class WordTable
 {
 public:
@@ -64,10 +64,10 @@ public:
         }
     }
 
-    /// Ignores the case of ASCII letters; no word has others.
+    /// Ignores the case of ASCII letters; the words contain no other letters.
     bool Contains(QStringView word) const
     {
-        std::array<char, 32> key; // More than the longest word.
+        std::array<char, 32> key; // Longer than the longest word.
         if (word.size() > static_cast<qsizetype>(key.size()) || !IsAscii(word)) {
             return false;
         }
@@ -93,7 +93,7 @@ bool IsOtherScheme(QStringView scheme)
     return table.Contains(scheme);
 }
 
-/// Returns whether the word, without dots and white space, is a top-level domain.
+/// Returns whether a word is a top-level domain. It must contain neither dots nor white space.
 bool IsKnownDomain(QStringView word)
 {
     static const WordTable table(topLevelDomains);
@@ -112,7 +112,7 @@ QStringView TopLevelPart(QStringView host)
     return dot < 0 ? QStringView() : host.mid(dot + 1);
 }
 
-/// Returns host and port of an address with "://", by the rules of QUrl.
+/// Returns the host and port of an address that contains "://", by the rules of QUrl.
 QStringView HostAndPort(QStringView address)
 {
     const QStringView rest = address.mid(address.indexOf(u':') + 3);
@@ -122,15 +122,15 @@ QStringView HostAndPort(QStringView address)
     return authority.mid(authority.indexOf(u'@') + 1);
 }
 
-/// Returns whether a web address with this host is a link. An ASCII top-level domain need not be known, so
-/// that private and new ones work; an international one must be. A host that QUrl rejects is accepted.
+/// Returns whether a web address with this host is a link. An international top-level domain must be known;
+/// an ASCII one need not be, so that private and new domains work. A host that QUrl rejects is accepted.
 bool IsWebHost(QStringView hostAndPort)
 {
     const bool isPlain = IsAscii(hostAndPort) && !hostAndPort.contains(u'%');
     if (isPlain ? !hostAndPort.contains(u"--") : hostAndPort.size() > maxParsedHostLength) {
         return true;
     }
-    // With an empty user, so that a further "@" stays in the host, where it is invalid.
+    // Add an empty user name, so that another "@" stays in the host, where it is invalid.
     const QUrl url(QLatin1String("http://@") + hostAndPort.toString(), QUrl::TolerantMode);
     const QString host = url.host(QUrl::FullyDecoded);
     const QStringView domain = TopLevelPart(host);
@@ -140,9 +140,9 @@ bool IsWebHost(QStringView hostAndPort)
 }
 
 constexpr std::u16string_view trailingMarks = u".,!?:;\"'";
-constexpr std::u16string_view brackets = u"()[]{}"; // Each closer follows its opener.
+constexpr std::u16string_view brackets = u"()[]{}"; // Each closing bracket follows its opening bracket.
 
-/// Returns openers minus closers of each kind of bracket.
+/// Returns the number of opening minus closing brackets of each kind.
 std::array<qsizetype, 3> BracketBalances(QStringView text)
 {
     std::array<qsizetype, 3> balances{};
@@ -155,8 +155,8 @@ std::array<qsizetype, 3> BracketBalances(QStringView text)
     return balances;
 }
 
-/// Returns a match without what the sentence around it put at its end: punctuation, and closing brackets that
-/// it did not open.
+/// Returns a match without the punctuation and closing brackets at its end that belong to the sentence around
+/// it. A closing bracket belongs to the match if its opening bracket does.
 QStringView Trimmed(QStringView match)
 {
     std::optional<std::array<qsizetype, 3>> balances;
@@ -195,7 +195,7 @@ QList<UrlRange> FindUrlRanges(const QString& text)
         } else if (candidate.hasAuthority) {
             isLink = IsWebScheme(candidate.scheme) && IsWebHost(HostAndPort(link));
         } else {
-            isLink = IsOtherScheme(candidate.scheme); // Whatever follows it.
+            isLink = IsOtherScheme(candidate.scheme); // Any text may follow the scheme.
         }
         if (isLink) {
             ranges.append({static_cast<int>(candidate.start), static_cast<int>(link.size())});

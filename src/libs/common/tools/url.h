@@ -16,15 +16,15 @@ struct UrlRange
 };
 
 /**
- * Finds the links in a chat message or other free text. Any thread may call.
+ * Finds the links in a chat message or other free text. Thread-safe.
  *
  * Links are web addresses with a scheme ("http", "https", "ftp"), any text after "callto:", "mailto:",
- * "sip:", "sips:" or "tel:", and bare host names below a known top-level domain, with port and path.
- * Punctuation at the end of a link and closing brackets that were opened before it are not part of it. A bare
- * host next to "@", "_" or "-" is not a link.
+ * "sip:", "sips:" or "tel:", and bare host names below a known top-level domain, with port and path. A link
+ * does not include trailing punctuation, or trailing closing brackets that were opened before the link. A
+ * bare host next to "@", "_" or "-" is not a link.
  *
- * Takes linear time. Therefore a host and port of more than 510 units that is not plain ASCII, or has
- * escapes, is not parsed but accepted as if QUrl refused it; no valid host name has that length.
+ * Takes linear time. For this reason, a host and port of more than 510 units with non-ASCII characters or
+ * escapes is accepted without parsing. No valid host name has that length.
  *
  * @return the ranges in the order of the text
  */
@@ -33,8 +33,8 @@ VXCOMMON_EXPORT QList<UrlRange> FindUrlRanges(const QString& text);
 /**
  * Returns whether `domain` is a known top-level domain, in Unicode or ASCII form (RFC 3492) and in any case.
  *
- * Ignores white space around it and one dot at either end. Returns false for more than 255 units. Any thread
- * may call.
+ * Ignores surrounding white space and one dot at either end. Returns false for more than 255 units.
+ * Thread-safe.
  */
 VXCOMMON_EXPORT bool IsValidTopLevelDomain(const QString& domain);
 

@@ -39,7 +39,7 @@ bool IsAsciiLetter(char16_t unit)
 
 bool IsSchemeLetter(char16_t unit)
 {
-    // Ignoring case, the long s and the Kelvin sign equal the letters "s" and "k".
+    // If case is ignored, the long s and the Kelvin sign equal the letters "s" and "k".
     return IsAsciiLetter(unit) || unit == 0x17F || unit == 0x212A;
 }
 
@@ -82,7 +82,7 @@ bool UrlScanner::Next(UrlCandidate& candidate)
             const bool canStart = isTokenCharacter && !isInsideToken;
             isInsideToken = isTokenCharacter;
             if (canStart && (MatchScheme(candidate) || (position >= hostStart && MatchHost(candidate)))) {
-                position += candidate.length; // A match ends with a letter, a digit or the run.
+                position += candidate.length; // A match ends at a letter, a digit or the end of the run.
                 return true;
             }
             position += first.size;
@@ -91,8 +91,8 @@ bool UrlScanner::Next(UrlCandidate& candidate)
     return false;
 }
 
-/// Moves to the next run that can contain a link: one with a letter, and with a dot or a colon that is not
-/// its end.
+/// Moves to the next run that can contain a link: a run with a letter, and with a dot or colon before its
+/// last character.
 bool UrlScanner::NextRun()
 {
     qsizetype start = run.size();
@@ -124,7 +124,7 @@ bool UrlScanner::MatchScheme(UrlCandidate& candidate)
     if (!IsSchemeLetter(run.at(position).unicode())) {
         return false;
     }
-    // One search serves all starts in the same sequence ("a+a+a+...").
+    // Search only once for all start positions in the same sequence ("a+a+a+...").
     if (schemeEnd <= position) {
         schemeEnd = position;
         for (; schemeEnd < run.size() && IsSchemeCharacter(run.at(schemeEnd).unicode()); ++schemeEnd) {
@@ -187,8 +187,8 @@ qsizetype UrlScanner::LabelEnd(qsizetype begin) const
     return last == U'-' ? none : end;
 }
 
-/// Returns where a match ends whose host ends at `hostEnd`, not before a dot, or `none` if it cannot end
-/// there.
+/// Returns the end of the match whose host ends at `hostEnd`, or `none` if no host can end at that position.
+/// No dot may follow the host.
 qsizetype UrlScanner::HostMatchEnd(qsizetype hostEnd) const
 {
     qsizetype portEnd = hostEnd;

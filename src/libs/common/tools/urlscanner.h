@@ -5,21 +5,21 @@
 namespace tools::url
 {
 
-/// A part of a text that has the form of a link. The views are into the text.
+/// A part of a text that has the form of a link. The views refer to the text.
 struct UrlCandidate
 {
     qsizetype start;    ///< In UTF-16 units.
     qsizetype length;   ///< In UTF-16 units.
     QStringView scheme; ///< Empty for a bare host.
-    bool hasAuthority;  ///< The scheme is followed by "://", not just by ":".
+    bool hasAuthority;  ///< Whether "://" follows the scheme, not just ":".
     QStringView host;   ///< Empty if there is a scheme.
 };
 
 /**
- * Finds the candidates of a text, in their order and in linear time.
+ * Finds the candidates of a text, in order and in linear time.
  *
- * They are the matches of this pattern, ignoring case and with Unicode classes. White space between its parts
- * is not part of it.
+ * The candidates are the matches of this pattern, with case ignored and with Unicode character classes. The
+ * white space only separates the parts of the pattern.
  *
  *     (?<![@\p{L}\p{N}_-])
  *     (?:([A-Za-z][A-Za-z0-9+-]*)://[^\s<>]+
@@ -29,16 +29,16 @@ struct UrlCandidate
  *
  *     LABEL = [\p{L}\p{N}](?:[\p{L}\p{N}-]{0,61}[\p{L}\p{N}])?
  *
- * A few rules replace the backtracking: no match leaves its run (text without white space, "<" and ">"); a
- * scheme with something after it, and a path, extend to the end of the run; a label before a dot can be
- * matched in one way only. A lone surrogate is neither a letter nor a space.
+ * Three rules replace backtracking. No match leaves its run: a part without white space, "<" and ">". A path,
+ * or any text after a scheme, extends to the end of the run. A label before a dot has only one possible
+ * match. A lone surrogate is neither a letter nor a space.
  */
 class UrlScanner
 {
 public:
     explicit UrlScanner(QStringView text_);
 
-    /// Returns false if there are no more candidates.
+    /// Finds the next candidate. Returns false if there are no more candidates.
     bool Next(UrlCandidate& candidate);
 
 private:
@@ -50,10 +50,10 @@ private:
 
     QStringView text;
     QStringView run;            ///< The text up to the end of the current run.
-    qsizetype position = 0;     ///< Where the next match can start.
+    qsizetype position = 0;     ///< First position at which the next match can start.
     qsizetype schemeEnd = 0;    ///< End of the last sequence of scheme characters.
-    qsizetype hostStart = 0;    ///< No host starts before the last "+" of that sequence.
-    bool isInsideToken = false; ///< The character before `position` forbids a match to start there.
+    qsizetype hostStart = 0;    ///< Last "+" of that sequence; no host starts before it.
+    bool isInsideToken = false; ///< Whether the previous character prevents a match at `position`.
 };
 
 } // namespace tools::url

@@ -11,7 +11,7 @@ namespace common
 class VXCOMMON_EXPORT Version
 {
 public:
-    Version() = default; ///< Creates the null version, 0.0.0.0; less than every other.
+    Version() = default; ///< Creates the null version, 0.0.0.0, which is less than any other.
     /// Creates a version of four parts.
     Version(unsigned int major_, unsigned int minor_, unsigned int build_, unsigned int release_);
 
@@ -32,7 +32,7 @@ public:
 
     bool operator==(const Version& other) const;                              ///< All parts are equal.
     bool operator!=(const Version& other) const { return !(*this == other); } ///< Some part differs.
-    bool operator<(const Version& other) const; ///< The first part that differs is less.
+    bool operator<(const Version& other) const; ///< The first differing part is less.
     bool operator<=(const Version& other) const { return !(other < *this); } ///< Less or equal.
     bool operator>(const Version& other) const { return other < *this; }     ///< @see operator<
     bool operator>=(const Version& other) const { return !(*this < other); } ///< Greater or equal.

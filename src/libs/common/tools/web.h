@@ -7,13 +7,13 @@
 namespace tools::web
 {
 
-/// Selects the web host of the service for a SIP identity, by the end of its domain. Thread-safe.
+/// Selects the service's web host for a SIP identity by the end of the domain. Thread-safe.
 class VXCOMMON_EXPORT Web
 {
 public:
     Web() = delete;
 
-    /// The country of a web host.
+    /// Region of a web host.
     enum Locale : int
     {
         LocaleDefault = 0, ///< Any other domain.
@@ -21,7 +21,7 @@ public:
         LocaleEu = 2       ///< The domain ends in ".eu".
     };
 
-    /// Returns the country of an identity. The test is case-sensitive, and a domain with a port is
+    /// Returns the region of an identity. The comparison is case-sensitive, and a domain with a port gives
     /// LocaleDefault.
     static Locale GetLocale(const QString& sipId);
 

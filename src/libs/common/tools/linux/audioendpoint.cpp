@@ -16,13 +16,13 @@ namespace tools
 namespace
 {
 
-/// Limit for the whole query, because a server may never respond.
+/// Timeout of the whole query, because a server may never respond.
 constexpr std::chrono::milliseconds answerLimit{900};
 
-/// The sink that sound servers create when there is no device.
+/// Name of the sink that PulseAudio creates if there is no device.
 constexpr char dummySink[] = "auto_null";
 
-/// The client library. Few programs call it, and linking it would slow down the start of all.
+/// The PulseAudio client library. Few programs use it, and linking to it would slow down the start of all.
 struct PulseAudio
 {
     decltype(&pa_mainloop_new) mainloop_new;
@@ -47,7 +47,7 @@ struct PulseAudio
 
 PulseAudio LoadPulseAudio()
 {
-    QLibrary library(QStringLiteral("pulse"), 0); // Stays loaded.
+    QLibrary library(QStringLiteral("pulse"), 0); // The library stays loaded.
     PulseAudio functions{};
     const auto resolve = [&](auto& function, const char* name) {
         function = reinterpret_cast<std::decay_t<decltype(function)>>(library.resolve(name));
@@ -93,7 +93,7 @@ struct FreeContext
     }
 };
 
-/// Receives the responses of the server.
+/// Receives the response of the server.
 struct Answer
 {
     QString text;
@@ -113,7 +113,7 @@ bool IsDevice(const pa_sink_info& sink)
     return std::strcmp(sink.name, dummySink) != 0;
 }
 
-/// Returns false for a monitor, which records what a sink plays.
+/// Returns false for a monitor, which captures the output of a sink.
 bool IsDevice(const pa_source_info& source)
 {
     return source.monitor_of_sink == PA_INVALID_INDEX;
@@ -129,7 +129,7 @@ void TakeDescription(pa_context* /*context*/, const Info* info, int endOfList, v
     answer.complete = endOfList != 0;
 }
 
-/// A connection to the sound server on its own loop, with a timeout.
+/// A connection to the sound server with a separate event loop and a timeout.
 class SoundServer
 {
 public:
@@ -141,7 +141,7 @@ public:
 
     bool Connect()
     {
-        if (context == nullptr) { // For example without a free descriptor.
+        if (context == nullptr) { // For example because no descriptor is free.
             return false;
         }
         // Do not start a server: if none runs, there is no device.
@@ -151,7 +151,7 @@ public:
         return RunUntil([this] { return Pulse().context_get_state(context.get()) == PA_CONTEXT_READY; });
     }
 
-    /// Runs the operation that `start` starts and returns its answer, or an empty string on failure.
+    /// Runs the operation that `start` begins. Returns the response, or an empty string on failure.
     template<typename Start>
     QString Ask(const Start& start)
     {
@@ -175,7 +175,7 @@ public:
             return PA_ERR_INTERNAL;
         }
         const int error = timedOut ? PA_ERR_TIMEOUT : Pulse().context_errno(context.get());
-        return error != PA_OK ? error : PA_ERR_NOENTITY; // The server has no such device.
+        return error != PA_OK ? error : PA_ERR_NOENTITY; // The server has no default device.
     }
 
 private:

@@ -16,7 +16,7 @@ namespace tools
 namespace
 {
 
-/// Timeout of the subscription, so that a silent bus does not block the program.
+/// Timeout of the subscription, so that an unresponsive bus does not block the program.
 constexpr std::chrono::milliseconds subscribeTimeout{1500};
 
 const QString busName = QStringLiteral("org.freedesktop.DBus");
@@ -27,7 +27,7 @@ const QString loginPath = QStringLiteral("/org/freedesktop/login1");
 const QString loginInterface = QStringLiteral("org.freedesktop.login1.Manager");
 const QString sleepSignal = QStringLiteral("PrepareForSleep");
 
-/// The thread that subscribes to the announcements and receives them.
+/// The thread that subscribes to logind's signals and receives them.
 class ListenerThread : public QThread
 {
 public:
@@ -35,7 +35,7 @@ public:
         : context(context_)
     {}
 
-    /// Waits for the outcome. Call it once.
+    /// Waits for the outcome of the subscription. Call it only once.
     bool IsSubscribed() { return subscribed.get_future().get(); }
 
 protected:
@@ -83,7 +83,8 @@ bool SleepListener::Subscribe()
         match(busPath, busName, ownerSignal, QStringLiteral(",arg0='%1'").arg(loginName),
               SLOT(OnNameOwnerChanged(QString, QString, QString, QDBusMessage))) &&
         match(loginPath, loginInterface, sleepSignal, QString(), SLOT(OnPrepareForSleep(bool, QDBusMessage)));
-    // After the match, so that no change is missed. An error if logind is not on the bus.
+    // Query the owner after adding the match rules, so that no change is missed. The reply is an error if
+    // logind is not on the bus.
     const QDBusMessage reply = bus->CallBus(QStringLiteral("GetNameOwner"), {loginName}, deadline);
     if (reply.type() == QDBusMessage::ReplyMessage) {
         loginOwner = reply.arguments().value(0).toString();
@@ -91,7 +92,7 @@ bool SleepListener::Subscribe()
     return subscribed;
 }
 
-// A signal that addresses this receiver bypasses the match rules, so the slots check the sender.
+// A signal sent directly to this connection bypasses the match rules, so the slots check the sender.
 
 void SleepListener::OnNameOwnerChanged(const QString& name, const QString& /*from*/, const QString& to,
                                        const QDBusMessage& message)

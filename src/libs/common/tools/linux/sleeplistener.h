@@ -9,7 +9,7 @@
 namespace tools
 {
 
-/// Receives logind's announcements of suspend and resume, on the thread that it lives on.
+/// Receives logind's suspend and resume signals on the object's thread.
 class SleepListener : public QObject
 {
     Q_OBJECT
@@ -29,7 +29,7 @@ private:
 
     void* context;
     std::unique_ptr<common::platform::BusConnection> bus;
-    QString loginOwner; ///< Unique name of the last known logind; empty as long as there was none.
+    QString loginOwner; ///< Unique bus name of the most recent logind; empty until one appears.
 };
 
 } // namespace tools

@@ -16,7 +16,7 @@ namespace
 
 using Microsoft::WRL::ComPtr;
 
-// The definitions in the system headers need a library or an extension that not every compiler provides.
+// The definitions in the SDK headers need a library or an extension that not every compiler provides.
 constexpr CLSID deviceEnumeratorClass{
     0xBCDE0395, 0xE52F, 0x467C, {0x8E, 0x3D, 0xC4, 0x57, 0x92, 0x91, 0x69, 0x2E}};
 constexpr IID deviceEnumeratorInterface{
@@ -52,7 +52,7 @@ AudioEndpoint QueryName(bool render, PROPVARIANT& name)
         return Failure("OpenPropertyStore()", result);
     }
     result = properties->GetValue(friendlyNameKey, &name);
-    device.Reset(); // Before the store.
+    device.Reset(); // Release the device before its property store.
     return FAILED(result) ? Failure("pProps->GetValue()", result) : AudioEndpoint();
 }
 

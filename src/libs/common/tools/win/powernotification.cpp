@@ -14,8 +14,8 @@ namespace tools::powernotification
 namespace
 {
 
-/// DEVICE_NOTIFY_SUBSCRIBE_PARAMETERS, which not every system header has. Callbacks of 64-bit Windows have
-/// the usual calling convention.
+/// DEVICE_NOTIFY_SUBSCRIBE_PARAMETERS, which some SDK headers lack. On 64-bit Windows, callbacks use the
+/// default calling convention.
 struct SubscribeParameters
 {
     decltype(&powerChangeNotify) callback;
@@ -58,7 +58,7 @@ Result Unregister()
     if (function == nullptr) {
         return Result::Missing;
     }
-    // Kept for compatibility: the address of the handle instead of the handle, and the result is ignored.
+    // Kept for compatibility: passes the address of the handle, not the handle, and ignores the result.
     function(&Registration());
     return Result::Done;
 }
