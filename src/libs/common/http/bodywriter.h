@@ -13,7 +13,7 @@
 namespace common::http
 {
 
-/// The attributes of a file that reveal a change.
+/// The attributes of a file that show whether it has changed.
 struct FileState
 {
     qint64 size = 0;

@@ -138,7 +138,7 @@ int FileDownload::GetTimeout() const
 
 bool FileDownload::isRunning() const
 {
-    return false; // Kept for compatibility: false even while the request runs.
+    return false; // Kept for compatibility: returns false even while a request is running.
 }
 
 bool FileDownload::IgnoreSSLErrors() const

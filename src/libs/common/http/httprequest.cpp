@@ -181,7 +181,7 @@ bool HttpRequest::SendRequest(HTTPRequestMethod method)
         if (Reply() != nullptr) {
             return true; // The slot's send is the more recent one.
         }
-        d->method = method; // A failed send in the slot may have changed it.
+        d->method = method; // A failed send in the slot may have changed the method.
     }
     if (d->manager.isNull()) {
         LOG_MESSAGE(logger::Crit) << LogPrefix() << "Failed to  SendRequest(): HttpRequestManager is NULL!";

@@ -12,9 +12,8 @@ namespace common::http
 /**
  * The class that CreateHttpRequest instantiates; derive from it to customise a step.
  *
- * The request deletes a reply as soon as the reply is no longer needed. If that happens during a signal of
- * the request, Reply() stops returning the reply, but it is deleted only after control has returned to the
- * event loop.
+ * The request deletes a reply as soon as the reply is no longer needed. During a signal of the request,
+ * Reply() stops returning the reply, but the deletion waits until control has returned to the event loop.
  *
  * @warning Do not send, abort or delete the request in a slot that is connected to a signal of Reply() itself
  * or to QNetworkAccessManager::finished. Qt forbids these slots to delete a reply; use a queued connection.

@@ -22,7 +22,7 @@ struct HttpRequest::Private
     QSharedPointer<IHttpRequestData> data;
     QMap<QString, QString> rawHeaders;
     QMap<QNetworkRequest::Attribute, QVariant> attributes;
-    /// Weak, since the manager deletes its replies when it is destroyed. Shared with each Delivery.
+    /// Weak, because the manager deletes its replies when it is destroyed. Shared with each Delivery.
     std::shared_ptr<const QPointer<QNetworkReply>> reply;
     bool ignoreSslErrors = false;
     HTTPRequestMethod method = GET;

@@ -193,7 +193,7 @@ public:
     int GetLevel() const override;      ///< NotSet unless the stored level is between Fatal and Debug.
     void SetLevel(int level_) override; ///< Stores any number unchanged.
     bool IsSourceShown() const override;
-    void SetSourceShown(bool shown) override; ///< Sets or clears the bit in the options.
+    void SetSourceShown(bool shown) override; ///< Sets or clears Option::ShowSource.
     /// Stores targets and options. Loads `configFile` or, if that fails, sets the level. Ignores the other
     /// arguments.
     bool Configure(int level_, unsigned int targets_, unsigned int options_, const QString& pattern,

@@ -47,8 +47,7 @@ constexpr auto lengthTimeout = 30s; ///< Maximum wait for the length of a messag
 constexpr auto textTimeout = 2s;    ///< Maximum wait for the next part of a message.
 constexpr auto goodbyeTimeout = 1s; ///< Maximum wait for the client to read the reply and disconnect.
 
-/// Maximum size of a message, in bytes. Messages are command lines and addresses; only a faulty client sends
-/// more.
+/// Maximum size of a message, in bytes. Messages are command lines and addresses, which are much shorter.
 constexpr quint32 maxTextLength = 16 * 1024 * 1024;
 
 /// Maximum number of unread bytes per client; the client has to wait until some are read.
@@ -87,7 +86,7 @@ public:
         if (!acknowledged) {
             return std::nullopt;
         }
-        text.resize(*length, '\0'); // Only now: an announced length alone must not take memory.
+        text.resize(*length, '\0'); // An announced length alone must not take memory.
         return QString::fromUtf8(std::exchange(text, {}));
     }
 
@@ -278,7 +277,7 @@ void QtLocalPeerPrivate::Check()
 void QtLocalPeerPrivate::Deliver(MessageReceiver* receiver)
 {
     if (!receivers.removeOne(receiver)) {
-        return; // The destructor has already delivered its message.
+        return; // The destructor has already delivered the message.
     }
     const std::optional<QString> message = receiver->TakeMessage();
     delete receiver;

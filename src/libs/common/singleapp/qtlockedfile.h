@@ -58,7 +58,7 @@ private:
 
     static constexpr int readerSlots = 64;
 
-    // Implemented for each platform. If another process holds the lock, they log no warning.
+    // Each platform implements these functions. They log no warning if another process holds the lock.
     struct Handles;
     bool TakeRead(bool block);
     bool TakeWrite(bool block);

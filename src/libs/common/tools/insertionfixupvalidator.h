@@ -6,9 +6,8 @@ namespace tools
 {
 
 /**
- * A validator that also cleans the input: from left to right, it removes each character that the pattern does
- * not allow at its position. Users therefore cannot type forbidden characters, and pasted text loses only
- * these.
+ * A validator that cleans the input: from left to right, it removes each character that the pattern does not
+ * allow at its position. Users cannot type forbidden characters, and pasted text loses only these.
  *
  * Each removal requires a new match from the start of the input. Pasting 10,000 forbidden characters can
  * block the user interface for half a second, so limit the field with QLineEdit::setMaxLength.

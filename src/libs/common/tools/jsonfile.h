@@ -45,13 +45,12 @@ public:
     bool Load();
 
     /**
-     * Writes the document as indented JSON and creates missing directories. A null document gives an empty
-     * file.
+     * Writes the document as indented JSON. Creates missing directories. A null document gives an empty file.
      *
      * Writes a temporary file and renames it, so that a full disk or a killed process leaves the old file
      * intact. Keeps the owner, group, permissions, access control list, hard links and symbolic links of the
-     * old file. If a rename would lose any of them, overwrites the file in place. Also overwrites devices,
-     * pipes, and files in directories that do not allow new ones. Does not keep other extended attributes. On
+     * old file. If a rename would lose any of them, or the directory does not allow new files, overwrites the
+     * file in place. Also overwrites devices and pipes in place. Does not keep other extended attributes. On
      * POSIX systems, only the owner can read a newly created encrypted file.
      *
      * @return false if the file name is empty, if the file cannot be opened or written completely, or if the

@@ -136,8 +136,7 @@ bool Decompress(const QByteArray& input, QByteArray& output)
     return result == Z_STREAM_END;
 }
 
-/// Applies `work` to `input` and replaces `output`, which can be the same object. Returns false on failure,
-/// also if memory runs out.
+/// Applies `work` to `input` and replaces `output`, which can be the same object. Returns false on failure.
 template<typename Work>
 bool Run(const QByteArray& input, QByteArray& output, Work work)
 {

@@ -3,7 +3,7 @@
 namespace
 {
 
-/// Returns an equal QRegExp without a match. A copy would keep a pointer to the last match of its source,
+/// Returns an equal QRegExp without match data. A copy would keep a pointer to the last match of its source,
 /// even after the source is destroyed.
 QRegExp WithoutMatch(const QRegExp& regExp)
 {

@@ -29,7 +29,7 @@ SleepWatcher::SleepWatcher()
 SleepWatcher::~SleepWatcher()
 {
     if (inited) {
-        deinit(); // Kept for compatibility: usually a second call, after aboutToQuit.
+        deinit(); // Kept for compatibility: usually the second call, after that on aboutToQuit.
         inited = false;
     }
 }

@@ -34,7 +34,7 @@ public:
     bool isSleeping() const;
 
 Q_SIGNALS:
-    void sleep(); ///< Emitted when the system suspends, also for repeated events.
+    void sleep(); ///< Emitted for each suspend event, even a repeated one.
     void wake();  ///< Emitted when the system has resumed.
 
 private:

@@ -17,8 +17,8 @@ public:
     /// Returns the UTF-8 bytes of `text` as lower-case hexadecimal digits.
     static QString ToHex(const QString& text);
 
-    /// Returns the MD5 sum (RFC 1321) of `data` as 32 lower-case hexadecimal digits. It detects accidental
-    /// damage only.
+    /// Returns the MD5 sum (RFC 1321) of `data` as 32 lower-case hexadecimal digits. The sum detects only
+    /// accidental damage.
     static QString ToMD5(const QByteArray& data);
     static QString ToMD5(const QString& text); ///< As above, for the UTF-8 bytes of `text`.
 

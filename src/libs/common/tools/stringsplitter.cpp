@@ -11,7 +11,7 @@ namespace
 constexpr int minimumUtf8Limit = 3; // the longest UTF-8 form of one unit
 constexpr int minimumUcs2Limit = 2; // one unit
 
-/// Returns the size of a lone surrogate after QString::toUtf8.
+/// Returns the number of bytes that QString::toUtf8 writes for a lone surrogate.
 qsizetype LoneSurrogateSize()
 {
     static const qsizetype size = QString(QChar(QChar::highSurrogate(0x10000))).toUtf8().size();

@@ -31,11 +31,11 @@ public:
     static QStringList Utf8(const QString& text, int limit);
 
     /**
-     * Returns pieces for a transport that sends a piece in ASCII with one byte per character, and any other
-     * piece with two.
+     * Returns pieces for a transport that sends ASCII pieces with one byte per character and all others with
+     * two.
      *
      * Divides the text into slices of `limit` / 2 units. Joins adjacent ASCII slices up to `limit`
-     * characters, or slightly more with an odd limit. Any other slice becomes a separate piece.
+     * characters, or slightly more if `limit` is odd. Any other slice becomes a separate piece.
      *
      * @param limit in bytes, at least 2; a smaller limit gives the text as one piece
      */

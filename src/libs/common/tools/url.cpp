@@ -93,7 +93,7 @@ bool IsOtherScheme(QStringView scheme)
     return table.Contains(scheme);
 }
 
-/// Returns whether a word is a top-level domain. It must contain neither dots nor white space.
+/// Returns whether a word is a top-level domain. The word must contain neither dots nor white space.
 bool IsKnownDomain(QStringView word)
 {
     static const WordTable table(topLevelDomains);

@@ -14,7 +14,7 @@ namespace common::logger::l4cpp
 {
 
 /**
- * Finds the category of a channel without log4cpp's lock and two map searches.
+ * Finds the category of a channel without the lock and the two map searches of log4cpp.
  *
  * Any thread may call Find. Entries are never removed, because log4cpp keeps its categories until shutdown.
  */
