@@ -227,7 +227,7 @@ bool FileDownload::PrepareFile(const QString& path)
         return false;
     }
     auto output = std::make_unique<QFile>(info.absoluteFilePath());
-    // Opening a FIFO would block until another process opened it for reading.
+    // Opening a fifo would block until another process opened it for reading.
     const bool isSpecial = info.exists() && !info.isFile() && !info.isDir();
     // Kept for compatibility: the log lines below name the directory, not the file.
     if (isSpecial || !output->open(QIODevice::WriteOnly)) {

@@ -77,7 +77,7 @@ bool HttpRequestFilePartFormData::AppendTo(QHttpMultiPart* multiPart)
     QHttpPart part;
     part.setHeader(QNetworkRequest::ContentDispositionHeader, GetContentDisposition());
     auto file = std::make_unique<FormFile>(Value());
-    // Opening a FIFO would block until another process opened it for writing.
+    // Opening a fifo would block until another process opened it for writing.
     if (!QFileInfo(Value()).isFile() || !file->Open()) {
         LOG_MESSAGE(logger::Error) << QStringLiteral("Failed to open file '%1'").arg(Value());
         return false;

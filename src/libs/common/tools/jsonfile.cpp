@@ -28,7 +28,7 @@ constexpr common::logger::Channel logChannel{"jsonfile"};
 std::optional<QByteArray> ReadFile(const QString& fileName)
 {
     std::error_code error;
-    // Opening a FIFO would block until another process opened it for writing.
+    // Opening a fifo would block until another process opened it for writing.
     if (std::filesystem::is_fifo(QFileInfo(fileName).filesystemFilePath(), error)) {
         return std::nullopt;
     }

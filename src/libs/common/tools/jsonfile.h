@@ -39,7 +39,7 @@ public:
      * If the file contains no JSON, or was encrypted with another key, the document becomes null. This is not
      * an error.
      *
-     * @return false, with the document unchanged, if the file name is empty, or if the file is a FIFO or
+     * @return false, with the document unchanged, if the file name is empty, or if the file is a fifo or
      * cannot be opened or read
      */
     bool Load();
