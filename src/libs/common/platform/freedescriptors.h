@@ -6,8 +6,8 @@ namespace common::platform
 {
 
 /**
- * Returns whether this process can open `count` more descriptors at the moment. The event loop of a thread
- * takes one on Linux, and GLib ends the program if there is none.
+ * Returns whether this process can open `count` more descriptors at the moment. On Linux, the event loop of a
+ * thread needs one, and GLib aborts the program if none is available.
  */
 bool HasDescriptors(std::size_t count);
 

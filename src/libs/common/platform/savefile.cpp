@@ -23,7 +23,7 @@ constexpr QFileDevice::Permissions executable =
 /// A write to a file is complete only when its buffer is flushed.
 bool WriteAll(QFileDevice& file, const QByteArray& bytes, FileAccess access, bool isNew)
 {
-    // Before the file contains anything to read.
+    // Restrict access before the file contains any data.
     if (access == FileAccess::OwnerOnly && isNew) {
         file.setPermissions(ownerOnly);
     } else if (access == FileAccess::Executable) {
@@ -32,7 +32,7 @@ bool WriteAll(QFileDevice& file, const QByteArray& bytes, FileAccess access, boo
     return file.write(bytes) == bytes.size() && file.flush();
 }
 
-/// Returns whether `size` bytes fit in place of those of `old`, or the file system does not report its space.
+/// Returns whether `size` bytes can replace those of `old`; true if the free space is unknown.
 bool HasRoom(const QFileInfo& old, qint64 size)
 {
     std::error_code error;

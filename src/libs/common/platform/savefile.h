@@ -15,19 +15,20 @@ enum class SaveOutcome
 
 enum class FileAccess
 {
-    Usual,     ///< An old file keeps its permissions, a new one gets the usual ones.
+    Usual,     ///< An existing file keeps its permissions; a new one gets the default permissions.
     OwnerOnly, ///< As Usual, but only the owner can read a new file.
     Executable ///< As Usual, and everyone can execute the file.
 };
 
 /**
- * Makes `bytes` the content of the file at `path`. The directory must exist. Any thread may call.
+ * Makes `bytes` the content of the file at `path`. The directory must exist. Any thread may call the
+ * function.
  *
  * Writes a temporary file beside the old one and renames it, so that a full disk or a killed process leaves
- * the old file intact. Writes in place if a rename would lose something: the owner, the group or an access
- * control list of the old file, a further name of it (hard link), or its nature if it is not a regular file,
- * such as a device. Also writes in place if the directory does not allow the temporary file or the rename.
- * Follows symbolic links. Extended attributes other than the access control list are lost in a rename.
+ * the old file intact. Writes in place if a rename would lose the owner, the group, the access control list
+ * or a hard link of the old file, or if the old file is not a regular file. Also writes in place if the
+ * directory does not allow the temporary file or the rename. Follows symbolic links. Extended attributes
+ * other than the access control list are lost in a rename.
  */
 SaveOutcome SaveFile(const QString& path, const QByteArray& bytes, FileAccess access = FileAccess::Usual);
 

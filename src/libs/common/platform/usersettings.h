@@ -19,7 +19,7 @@ enum class UserSettingsAccess
  *
  * On Linux the file is "vxcommon/registry.ini" in the XDG configuration directory. A writer edits a copy, and
  * only Save makes its changes visible, all at once. Other writers, in this process and in others, wait until
- * the object dies.
+ * the object is destroyed.
  */
 class UserSettings
 {
@@ -29,13 +29,13 @@ public:
     /// Returns the tree below the opened path. The reference is valid until the next Save.
     QSettings& Tree() const { return *tree; }
 
-    /// Returns whether Save can succeed, as far as this can be known.
+    /// Returns whether Save is expected to succeed.
     virtual bool IsWritable() const = 0;
 
-    /// Returns the place of the tree for log lines.
+    /// Returns the location of the tree for log lines.
     virtual QString FileName() const = 0;
 
-    /// Writes the changes since the last Save. On Linux changes that cannot be written are dropped.
+    /// Writes the changes since the last Save. On Linux, changes that cannot be written are discarded.
     virtual QSettings::Status Save() = 0;
 
 protected:
@@ -48,8 +48,8 @@ private:
 };
 
 /**
- * Opens the settings tree. With write access, waits for other writers as long as they make progress. If one
- * makes none for 1 s, the tree is not writable.
+ * Opens the settings tree. With write access, waits for other writers as long as they make progress. If
+ * another writer makes no progress for 1 s, the tree is not writable.
  *
  * @param path "HKEY_CURRENT_USER" or a key below it, with native separators
  */

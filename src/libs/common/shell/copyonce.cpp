@@ -13,7 +13,7 @@ bool CopyOnce(QFile& file, const QString& newName)
                                             : CopyQuickly({nullptr, SearchedPath(file.fileName())},
                                                           {nullptr, SearchedPath(newName)});
     if (result == CopyResult::NotForMe) {
-        return file.copy(SearchedPath(newName)); // `file` then contains the reason of a failure.
+        return file.copy(SearchedPath(newName)); // On failure, `file` holds the reason.
     }
     file.unsetError();
     return result == CopyResult::Copied;

@@ -13,24 +13,24 @@ namespace common
 enum class CopyResult
 {
     Copied,
-    Failed,  ///< Nothing is left of the attempt.
+    Failed,  ///< The copy failed; no partial file remains.
     NotForMe ///< Nothing was attempted: the source is not a regular file, or the destination exists.
 };
 
 /**
- * Copies a regular file to a name that is free, in a directory that exists. On Linux the copy gets the
- * permissions that QFile::copy would set, from the opened file. A large copy appears under its name only when
- * it is complete.
+ * Copies a regular file to an unused name in an existing directory. On Linux, the copy gets the permissions
+ * that QFile::copy would set, determined from the open file. A large copy appears under its name only when it
+ * is complete.
  *
- * @param makeRoom called when the copy is complete, to free its name. If it returns false, the attempt has
- * failed. If the system cannot create a file without a name, the result is NotForMe and `makeRoom` is not
- * called.
+ * @param makeRoom called when the copy is complete, to free the destination name. If it returns false, the
+ * attempt has failed. If the system cannot create an unnamed file, the result is NotForMe and `makeRoom` is
+ * not called.
  */
 CopyResult CopyQuickly(const FilePlace& source, const FilePlace& destination,
                        const std::function<bool()>& makeRoom = {});
 
 /**
- * Copies like QFile::copy, but does not wait for the disk. On Linux QFile::copy does (fdatasync), which takes
+ * Copies like QFile::copy, but does not wait for the disk. On Linux, QFile::copy calls fdatasync, which takes
  * several times as long as copying a small file.
  */
 bool CopyOnce(QFile& file, const QString& newName);

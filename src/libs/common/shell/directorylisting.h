@@ -13,16 +13,16 @@ namespace common
 struct ListedEntry
 {
     QString name;
-    bool isDirectory; ///< Or a link to one.
+    bool isDirectory; ///< A directory or a link to one.
     bool isLink;
     bool isSpecial; ///< A fifo, a socket or a device.
 };
 
 /// Returns the entries of a directory apart from hidden ones, sorted by name, ignoring case. Returns nothing
-/// if it cannot be read to its end.
+/// if the directory cannot be read completely.
 std::optional<std::vector<ListedEntry>> ListDirectory(const OpenDirectory& directory);
 
-/// As above, through QDir, for a directory that only Qt can read.
+/// Lists a directory through QDir, for directories that only Qt can read.
 std::vector<ListedEntry> ListByQt(const OpenDirectory& directory);
 
 } // namespace common

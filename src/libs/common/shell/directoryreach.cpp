@@ -15,7 +15,7 @@ namespace
 /// Maximum number of directories kept open. In a typical tree, none has to be opened twice.
 constexpr std::size_t maxOpen = 16;
 
-/// Returns whether a directory is not the one that the scan has found.
+/// Returns whether a directory differs from the one that the scan found.
 bool IsAnother(const OpenDirectory& opened, const std::optional<FileId>& scanned)
 {
     return scanned && !(*scanned == opened.Id()) &&
@@ -78,7 +78,7 @@ void DirectoryReach::Close(int directory)
     if (directory < 0) {
         return;
     }
-    // A directory that was added twice is also held under its other index. Its parent stays in use.
+    // Also close the other index of a directory that was added twice. Keep the parent, which is still in use.
     const ScannedDirectory& closed = directories[static_cast<std::size_t>(directory)];
     open.remove_if([&](const auto& entry) {
         const bool isSame = closed.id && closed.id->file != 0 && entry.second.Id() == *closed.id;
@@ -144,7 +144,7 @@ OpenDirectory DirectoryReach::Open(const OpenDirectory* parent, int directory) c
     OpenDirectory opened = parent->OpenChild(scanned.name, access, link);
     if (!isSource) {
         if (opened.IsMissing()) {
-            static_cast<void>(parent->MakeChild(scanned.name)); // Another process may be faster.
+            static_cast<void>(parent->MakeChild(scanned.name)); // Another process may create it first.
             return parent->OpenChild(scanned.name, access, link);
         }
         return opened;

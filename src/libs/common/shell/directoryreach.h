@@ -12,14 +12,14 @@
 namespace common
 {
 
-/// A directory of a tree that was scanned.
+/// A directory of a scanned tree.
 struct ScannedDirectory
 {
-    int parent;                    ///< Index of another one that comes before it; -1 for a root.
+    int parent;                    ///< Index of the parent, which comes earlier in the list; -1 for a root.
     QString name;                  ///< For a root, its path as given.
-    QString destination = {};      ///< For a root, where to copy its content.
-    bool isLink = false;           ///< To be followed.
-    std::optional<FileId> id = {}; ///< What the scan found under the name.
+    QString destination = {};      ///< For a root, the directory to copy its content to.
+    bool isLink = false;           ///< Whether the name is a link to follow.
+    std::optional<FileId> id = {}; ///< Identity of the directory that the scan found.
 };
 
 using ScannedDirectories = std::vector<ScannedDirectory>;
@@ -45,13 +45,13 @@ public:
 
     /// Returns the directory, which may not be open; valid until the next call.
     const OpenDirectory& To(int directory);
-    bool Has(int directory) const { return Find(directory) != nullptr; } ///< Whether it is open now.
+    bool Has(int directory) const { return Find(directory) != nullptr; } ///< Whether the directory is open.
     void Close(int directory);
     void CloseAll() { open.clear(); }
 
-    /// Returns a path to show, from the root as given; empty if the root is.
+    /// Returns a path for display, beginning with the root as given; empty if the root is empty.
     QString PathOf(int directory) const;
-    /// Returns the path of an entry to show.
+    /// Returns the path of an entry for display.
     QString PathOf(int directory, const QString& name) const;
     /// Returns the path of an entry relative to the root.
     QString RelativePathOf(int directory, const QString& name) const;
@@ -60,7 +60,7 @@ private:
     Q_DISABLE_COPY(DirectoryReach)
 
     const OpenDirectory* Find(int directory) const;
-    /// Opens the parent of an open directory from there: one step, instead of the whole way from the root.
+    /// Opens the parent of an open directory in one step, instead of descending again from the root.
     const OpenDirectory* Climb(int directory);
     const OpenDirectory& Keep(int directory, OpenDirectory opened);
     OpenDirectory Open(const OpenDirectory* parent, int directory) const;

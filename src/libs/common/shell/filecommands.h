@@ -6,7 +6,7 @@
 #include <QFile>
 #include <QString>
 
-// The Windows headers define macros of these names. The functions keep their full names, such as CopyFileW.
+// The Windows headers define macros with these names. The functions keep their full names, such as CopyFileW.
 #undef CopyFile
 #undef CreateDirectory
 #undef RemoveDirectory
@@ -15,12 +15,12 @@ namespace common
 {
 
 /**
- * File system operations that are repeated if they fail: a virus scanner, an indexer or a process that is
- * about to end blocks a file only for a moment.
+ * File system operations that are retried on failure: a virus scanner, an indexer or an exiting process often
+ * blocks a file only briefly.
  *
  * Each operation makes up to five attempts, 50 ms apart, and returns whether one of them succeeded. It logs a
- * warning on the channel "shell.filecmd" for each failed attempt, whatever the reason of the failure. A
- * lasting failure takes 200 ms. The arguments are left as the last attempt leaves them.
+ * warning on the channel "shell.filecmd" for each failed attempt, whatever the reason. A persistent failure
+ * takes 200 ms. The arguments keep the state in which the last attempt left them.
  *
  * @note Any thread may call the functions. They block it.
  */

@@ -45,16 +45,16 @@ public:
     /// Error codes of `failed`.
     enum Error : int
     {
-        NoTask = 700101,                 ///< No memory for the job.
-        NoSourceDirectory = 700102,      ///< A source directory does not exist or cannot be read to its end.
+        NoTask = 700101,                 ///< There is no memory for the job.
+        NoSourceDirectory = 700102,      ///< A source directory does not exist or cannot be read completely.
         NoSource = 700103,               ///< A source file or link does not exist.
         NoDestinationDirectory = 700104, ///< The directory of a destination cannot be created.
-        Aborted = 700105,                ///< Abort or a new Copy.
-        DestinationNotRemoved = 700106,  ///< What exists at a destination cannot be removed.
+        Aborted = 700105,                ///< The job was stopped by Abort or a new Copy.
+        DestinationNotRemoved = 700106,  ///< An existing destination cannot be removed.
         /// The copying itself failed. The source may be a fifo, a socket or a device, or the very file at the
         /// destination.
         CopyFailed = 700107,
-        NoThread = 700108 ///< No thread for the job.
+        NoThread = 700108 ///< The thread for the job cannot be started.
     };
 
     FileCopier();
@@ -63,9 +63,9 @@ public:
 
 public Q_SLOTS:
     /**
-     * Starts a job with everything that has been added. Stops a running job first, as Abort(true) does; only
-     * those of its signals that are already queued are still emitted. Keeps the lists, so a second call
-     * copies everything again.
+     * Starts a job with everything that has been added. Stops a running job first, as Abort(true) does; of
+     * its signals, only those already queued are still emitted. Keeps the lists, so a second call copies
+     * everything again.
      *
      * @return false if there is no memory for the job; `failed` has then been emitted
      */
@@ -73,8 +73,8 @@ public Q_SLOTS:
 
     /**
      * Blocks until the running job has ended, without running the event loop. The job's signals are emitted
-     * afterwards. Does nothing without a job. The current item, such as a large file, can take long: in a
-     * program with windows, move the copier to a separate thread and call Abort there.
+     * afterwards. Does nothing without a job. The current item, such as a large file, can take a long time:
+     * in a GUI program, move the copier to a separate thread and call Abort there.
      *
      * @param force true to stop the job after the current item, false to wait for all items
      */
@@ -84,7 +84,7 @@ public Q_SLOTS:
     void AddSymlink(const QString& fileSourcePath, const QString& fileDestPath);
     /// Adds a file. The job creates missing directories of the destination.
     void AddFile(const QString& fileSourcePath, const QString& fileDestPath);
-    /// Adds a tree. The job copies what is below the source to below the destination.
+    /// Adds a tree. The job copies the content of the source directory into the destination directory.
     void AddDirectory(const QString& dirSourcePath, const QString& dirDestPath);
 
 Q_SIGNALS:

@@ -86,7 +86,8 @@ int FileCopyTask::ScanPath(const QString& sourceRoot, const QString& destination
 
 int FileCopyTask::WorkAll()
 {
-    // A pair that was added both as a file and as a link is that file both times. Kept for compatibility.
+    // Kept for compatibility: a pair that was added both as a file and as a link is handled as a file both
+    // times.
     QHash<PathPair, std::size_t> fileOf;
     for (std::size_t i = 0; i < files.size() && !symlinks.empty(); ++i) {
         const Paths paths = PathsOf(files[i]);
@@ -141,7 +142,7 @@ int FileCopyTask::CopyFile(const Item& item, const Paths& paths)
     return 0;
 }
 
-/// Replaces an existing destination only when the copy is complete, so that a full disk loses nothing.
+/// Replaces an existing destination only when the copy is complete, so that a full disk causes no data loss.
 int FileCopyTask::CopyInAttempts(const Item& item, const Paths& paths, CopyResult result, bool isInTheWay,
                                  bool& copied)
 {
@@ -152,7 +153,7 @@ int FileCopyTask::CopyInAttempts(const Item& item, const Paths& paths, CopyResul
         return !isRefused;
     };
     const auto attempt = [&] {
-        // The outcome of the fast path is that of the first attempt.
+        // The fast path, if taken, counts as the first attempt.
         if (std::exchange(result, CopyResult::NotForMe) == CopyResult::NotForMe) {
             copied = Copy(item, isInTheWay ? makeRoom : std::function<bool()>());
         }
@@ -178,7 +179,7 @@ bool FileCopyTask::Copy(const Item& item, const std::function<bool()>& makeRoom)
         result = CopyQuickly(source, destination);
     }
     if (result == CopyResult::NotForMe && !source.IsHeld()) {
-        return QFile::copy(source.Path(), destination.Path()); // For example of a resource.
+        return QFile::copy(source.Path(), destination.Path()); // The source may be a Qt resource.
     }
     return result == CopyResult::Copied;
 }
@@ -223,11 +224,11 @@ QString FileCopyTask::LinkTarget(const Item& item, const QString& source)
     return QDir(folder).relativeFilePath(QDir::cleanPath(target));
 }
 
-/// @param isInTheWay set to true if something must be removed before the copy gets its name
+/// @param isInTheWay set to true if an existing entry must be removed from the destination
 int FileCopyTask::BeforeCopy(const Item& item, const Paths& paths, bool& isInTheWay)
 {
     const auto& [source, destination] = paths;
-    // A link whose target is gone can still be copied as a link.
+    // A dangling link can still be copied as a link.
     if (!IsThere(QFileInfo(SourceOf(item).Path()))) {
         LOG_MESSAGE(logger::Error) << QStringLiteral("Source file '%1' doesn't exist!").arg(source);
         return FileCopier::NoSource;
@@ -243,14 +244,14 @@ int FileCopyTask::BeforeCopy(const Item& item, const Paths& paths, bool& isInThe
     }
     isInTheWay = IsLink(info) || !info.isDir();
     if (isInTheWay && LeadsTo(SourceOf(item).Path(), place.Path())) {
-        // Once the destination is removed, nothing would be left to copy.
+        // Removing the destination would remove the content of the source.
         LOG_MESSAGE(logger::Error)
             << QStringLiteral("'%1' and '%2' are the same file").arg(source, destination);
         return FileCopier::CopyFailed;
     }
     LOG_MESSAGE(logger::Warn)
         << QStringLiteral("'%1' already exists. Trying to remove before coping...").arg(destination);
-    // A directory cannot be removed like a file.
+    // Removing a directory as a file fails.
     return isInTheWay || RemoveDestination(item, paths) ? 0 : FileCopier::DestinationNotRemoved;
 }
 
@@ -258,7 +259,7 @@ bool FileCopyTask::MakeFolder(const Item& item, const QString& destination)
 {
     const QString folder = item.directory < 0 ? ResolvedPath(QFileInfo(SearchedPath(destination)).path())
                                               : destinations.PathOf(item.directory);
-    // If it was removed in the meantime, create it again.
+    // Reopen the directory, in case it was removed in the meantime.
     destinations.Close(item.directory);
     const auto make = [&] {
         if (item.directory < 0) {

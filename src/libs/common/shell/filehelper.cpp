@@ -13,7 +13,7 @@ namespace common
 namespace
 {
 
-/// A directory on the way from the root to where the scan is.
+/// A directory on the path from the root to the current position of the scan.
 struct Level
 {
     int directory;
@@ -24,7 +24,7 @@ struct Level
 struct Found
 {
     QFileInfo info;
-    int directory; ///< The directory of the entry; -1 for what the caller has named.
+    int directory; ///< The directory of the entry; -1 for a path added by the caller.
     int itself;    ///< Index of the entry if it is a scanned directory, otherwise -1.
 };
 
@@ -35,7 +35,7 @@ struct FileHelper::Private
     bool Remove(const Found& entry)
     {
         const bool isPath = entry.directory < 0;
-        reach.Close(entry.itself); // On Windows a directory that is held cannot be removed.
+        reach.Close(entry.itself); // On Windows, an open directory cannot be removed.
         const FilePlace place{isPath ? nullptr : &reach.To(entry.directory),
                               isPath ? entry.info.filePath() : entry.info.fileName()};
         const bool isDirectory = !entry.info.isSymLink() && entry.info.isDir();
@@ -88,7 +88,7 @@ bool FileHelper::Copy(const QString& /*destination*/)
 bool FileHelper::Remove()
 {
     Scan();
-    // A receiver of the signals may scan again.
+    // Copy the list, because a receiver of the signals may scan again.
     const QList<Found> entries = d->found;
     const auto total = static_cast<quint64>(entries.size());
     quint64 current = 0;
@@ -113,7 +113,7 @@ void FileHelper::Scan()
     }
     const QStringList scannedFiles = files;
     for (const QString& file : scannedFiles) {
-        // "file/" names nothing, although it can be resolved.
+        // Skip "file/", which names nothing, although it can be resolved.
         if (!file.isEmpty() && QFileInfo::exists(file)) {
             AddFound(QFileInfo(ResolvedPath(file)), file, -1, -1);
         }
@@ -138,7 +138,7 @@ void FileHelper::ScanPath(const QString& root)
         }
     };
 
-    // An absolute file path keeps a slash at the end.
+    // Keep a trailing slash in the absolute path.
     const bool endsInSlash = QDir::fromNativeSeparators(root).endsWith(u'/');
     enter(-1, root, ResolvedPath(root) + (endsInSlash ? QStringLiteral("/") : QString()));
     while (!levels.empty()) {

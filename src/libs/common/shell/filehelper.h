@@ -35,16 +35,16 @@ public:
     void AppendFiles(const QStringList& added); ///< Adds single files. Skips missing ones.
 
     const QStringList& NameFilters() const; ///< @see SetNameFilters
-    /// Sets wildcards as in QDir::setNameFilters; an empty list finds everything. Applies to directories
-    /// below the added ones, too: one that does not match is not entered.
+    /// Sets wildcards as in QDir::setNameFilters; an empty list finds everything. The filters also apply to
+    /// subdirectories; one that does not match is not entered.
     void SetNameFilters(const QStringList& filters);
 
     /// Scans and returns false. Kept for compatibility: it copies nothing; use FileCopier.
     bool Copy(const QString& destination);
 
     /**
-     * Scans, then removes what has been found, the content of a directory before the directory. Removes a
-     * link as a link. Continues after a failure.
+     * Scans, then removes the entries found, the content of a directory before the directory. Removes a link
+     * as a link. Continues after a failure.
      *
      * @return whether everything was removed; true if nothing was found
      */

@@ -9,7 +9,7 @@ class QFileInfo;
 namespace common
 {
 
-/// Identity of a file on this machine, whatever path leads to it.
+/// Identity of a file on this machine, independent of its path.
 struct FileId
 {
     quint64 volume;
@@ -17,24 +17,25 @@ struct FileId
     quint64 nameCount; ///< Number of names (hard links) of the file.
 };
 
-/// Returns whether both are the same file, under whatever names.
+/// Returns whether both identify the same file.
 inline bool operator==(const FileId& first, const FileId& second)
 {
     return first.volume == second.volume && first.file == second.file;
 }
 
-/// Returns the identity of the file, directory or link at `path`, without following a link. Nothing if there
-/// is none.
+/// Returns the identity of the file, directory or link at `path`, without following a link. Returns nothing
+/// if the entry does not exist.
 std::optional<FileId> GetFileId(const QString& path);
 
-/// Returns the identity of what `path` leads to, through links. Nothing if that does not exist.
+/// Returns the identity of the file or directory at `path`, following links. Returns nothing if it does not
+/// exist.
 std::optional<FileId> GetTargetId(const QString& path);
 
-/// Returns whether `entry` is a symbolic link, a shortcut or an NTFS junction. Its target is not part of a
-/// tree.
+/// Returns whether `entry` is a symbolic link, a shortcut or an NTFS junction. The target of a link is not
+/// part of the tree.
 bool IsLink(const QFileInfo& entry);
 
-/// Returns whether something exists under the name of `entry`, even a link to nothing.
+/// Returns whether something exists under the name of `entry`, even a dangling link.
 bool IsThere(const QFileInfo& entry);
 
 /// Returns whether `path` leads to a fifo, a socket or a device. Reading one may never end.
@@ -42,7 +43,7 @@ bool IsSpecial(const QString& path);
 
 /**
  * Returns whether removing `destination` would remove the content of `source`: both name one directory entry,
- * or `source` is a link that leads to `destination`. False for two hard links to one file.
+ * or `source` is a link that leads to `destination`. Returns false for two hard links to one file.
  */
 bool LeadsTo(const QString& source, const QString& destination);
 

@@ -5,25 +5,24 @@
 namespace common
 {
 
-/// Returns `path` as the system reads it: Windows drops periods and spaces at the end of a name. Qt's
-/// functions do so, too.
+/// Returns `path` as the system interprets it: Windows and Qt's functions drop periods and spaces at the end
+/// of a name.
 QString SystemPath(const QString& path);
 
-/// Returns the system's path of `path`, with a registered search path ("icons:a") replaced by the directory
-/// that has the entry, or by the first one if none has.
+/// Like SystemPath, but replaces a registered search path ("icons:a") by the directory that contains the
+/// entry, or by the first directory if none does.
 QString SearchedPath(const QString& path);
 
 /**
- * Returns the absolute path of what `path` names to the system. On Linux "link/.." is the directory above
- * what the link leads to, while QFileInfo and QDir cut both words off. An empty path names nothing and stays
- * empty.
+ * Returns the absolute path of the entry that the system finds at `path`. On Linux, "link/.." is the parent
+ * of the link's target, while QFileInfo and QDir remove both components. An empty path stays empty.
  */
 QString ResolvedPath(const QString& path);
 
-/// Returns the path of an entry below a root, which stays as given. Empty if the root is empty.
+/// Returns the path of an entry below a root, which is used verbatim; empty if the root is empty.
 QString JoinPath(const QString& root, const QString& relativePath);
 
-/// Returns where the link `path` leads, one step. Empty if it is not a link.
+/// Returns the direct target of the link `path`; empty if it is not a link.
 QString ReadLink(const QString& path);
 
 } // namespace common

@@ -23,12 +23,12 @@ class FileTask;
  * @endcode
  *
  * Add the work with the Add functions, then call Remove. A job first lists the entries of the directories,
- * without hidden ones. Then it removes all files and links, and after them all directories, each after those
- * inside it and the added ones last. It stops at the first failure.
+ * without hidden ones. Then it removes all files and links, and finally all directories, children before
+ * their parents and the added ones last. It stops at the first failure.
  *
  * Hidden entries stay, so a directory with one cannot be removed. A link in a tree, or one that is added as a
- * file, is removed as a link; its target stays. A link that is added as a directory stands for that
- * directory, whose content is removed.
+ * file, is removed as a link; its target stays. If a link is added as a directory, the content of its target
+ * is removed.
  *
  * A job ends with exactly one of `succesed` and `failed`. The log channel "shell.fileremove" has the details.
  *
@@ -43,11 +43,11 @@ public:
     /// Error codes of `failed`.
     enum Error : int
     {
-        NoTask = 700201,              ///< No memory for the job.
-        Aborted = 700202,             ///< Abort or a new Remove.
+        NoTask = 700201,              ///< There is no memory for the job.
+        Aborted = 700202,             ///< The job was stopped by Abort or a new Remove.
         DirectoryNotRemoved = 700203, ///< A directory cannot be removed.
         FileNotRemoved = 700204,      ///< A file or a link cannot be removed.
-        NoThread = 700205             ///< No thread for the job.
+        NoThread = 700205             ///< The thread for the job cannot be started.
     };
 
     FileRemover();
@@ -56,9 +56,9 @@ public:
 
 public Q_SLOTS:
     /**
-     * Starts a job with everything that has been added. Stops a running job first, as Abort(true) does; only
-     * those of its signals that are already queued are still emitted. Keeps the lists, so a second call
-     * repeats the work.
+     * Starts a job with everything that has been added. Stops a running job first, as Abort(true) does; of
+     * its signals, only those already queued are still emitted. Keeps the lists, so a second call repeats the
+     * work.
      *
      * @return false if there is no memory for the job; `failed` has then been emitted
      */
@@ -66,8 +66,8 @@ public Q_SLOTS:
 
     /**
      * Blocks until the running job has ended, without running the event loop. The job's signals are emitted
-     * afterwards. Does nothing without a job. The current item, with its attempts, can take long: in a
-     * program with windows, move the remover to a separate thread and call Abort there.
+     * afterwards. Does nothing without a job. The current item, including its retries, can take a long time:
+     * in a GUI program, move the remover to a separate thread and call Abort there.
      *
      * @param force true to stop the job after the current item, false to wait for all items
      */

@@ -85,7 +85,7 @@ int FileRemoveTask::ScanPath(int root)
         removals.push_back(AddDirectory({directory, entry.name}));
         return removals.back();
     };
-    // A missing directory needs no removal. One that cannot be read fails when it is removed.
+    // A missing directory needs no removal. For one that cannot be read, the later removal fails.
     return WalkTree(root, 0, visit);
 }
 
@@ -147,7 +147,7 @@ int FileRemoveTask::RemoveDirectory(int directory)
     Removal result = Removal::Failed;
     const auto remove = [&] {
         const FilePlace place = SourceOf({scanned.parent, scanned.name});
-        sources.Close(directory); // On Windows a directory that is held cannot be removed.
+        sources.Close(directory); // On Windows, an open directory cannot be removed.
         result = Remove(place, RemoveEmptyDirectory);
         return result != Removal::Failed;
     };

@@ -69,7 +69,7 @@ void FileTask::run()
     if (code == 0) {
         code = WorkAll();
     }
-    // On Windows a directory that is held cannot be removed.
+    // On Windows, an open directory cannot be removed.
     sources.CloseAll();
     destinations.CloseAll();
     if (code != 0) {
@@ -129,7 +129,7 @@ int FileTask::WalkTree(int root, int missingCode, const Visitor& visit)
         std::vector<ListedEntry> entries;
         std::size_t next = 0;
     };
-    // One per directory from the root to the current position.
+    // One level per directory from the root to the current position.
     std::vector<Level> levels;
     const auto enter = [&](int directory) {
         const OpenDirectory& opened = sources.To(directory);

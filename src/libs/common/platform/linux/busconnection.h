@@ -10,23 +10,23 @@ namespace common::platform
 
 /**
  * Returns whether this process can start a thread with an event loop at the moment. Check before you start a
- * thread of D-Bus or wait for one: Qt waits without end for some threads that could not start. Starts a
- * thread itself, which may take some tenths of a millisecond.
+ * D-Bus thread or wait for one: Qt waits forever for some threads that could not start. The check starts a
+ * thread itself, which may take a few tenths of a millisecond.
  */
 bool CanStartThread();
 
 /**
- * A connection to a message bus with a limit for every wait.
+ * A connection to a message bus with a timeout for every wait.
  *
- * QDBusConnection::connectToBus waits without end, and later keeps the program from exiting, if the bus
- * accepts the connection but never responds. A peer connection does not wait. It becomes a bus connection by
- * the call "Hello", which has a timeout like any other. It must subscribe to the signals of the bus itself.
+ * If the bus accepts the connection but never responds, QDBusConnection::connectToBus waits forever and later
+ * prevents the program from exiting. A peer connection does not wait. The call "Hello", which has a timeout
+ * like any other, makes it a bus connection. It must subscribe to the signals of the bus explicitly.
  */
 class BusConnection
 {
 public:
     BusConnection(const QString& address, const QDeadlineTimer& deadline);
-    ~BusConnection(); ///< No signal is delivered after that.
+    ~BusConnection(); ///< No signal is delivered after the destruction.
 
     static QString SessionBusAddress();
     static QString SystemBusAddress();
@@ -43,7 +43,7 @@ public:
 private:
     Q_DISABLE_COPY(BusConnection)
 
-    QString name; ///< Empty without the resources for a connection.
+    QString name; ///< Empty if the resources for a connection are missing.
     QDBusConnection connection;
     bool open = false;
 };

@@ -28,7 +28,7 @@ QString Quoted(const QString& argument)
         }
         text += character;
         if (character == u'%') {
-            text += character; // A single one would begin a field code.
+            text += character; // A single "%" would begin a field code.
         }
     }
     return NeedsQuotes(argument) ? u'"' + text + u'"' : text;
@@ -61,7 +61,7 @@ QStringList SplitArguments(const QString& arguments)
             words += std::exchange(word, QString());
         }
     }
-    // The last quote may be missing.
+    // The closing quote may be missing.
     return isInWord ? words + QStringList(word.chopped(1)) : words;
 }
 

@@ -30,7 +30,7 @@ public:
     bool IsOpen() const { return descriptor >= 0; }
     int Get() const { return descriptor; }
     int Take() { return std::exchange(descriptor, -1); }
-    /// Returns false if the system has lost some of what was written.
+    /// Returns false if the system has lost written data.
     bool Close() { return !IsOpen() || ::close(Take()) == 0; }
 
 private:

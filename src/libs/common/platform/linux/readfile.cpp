@@ -14,7 +14,7 @@ namespace common::platform
 
 std::optional<QByteArray> ReadFile(const QString& path)
 {
-    // A pipe in the place of the file must not block.
+    // Do not block if the path names a pipe.
     const FileDescriptor file(::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     QByteArray content;
     std::array<char, 16384> buffer{};

@@ -14,7 +14,7 @@ bool IsReplaceable(const QString& path, int newFile)
     const QByteArray oldFile = QFile::encodeName(path);
     struct stat oldStatus = {};
     struct stat newStatus = {};
-    // The new file can also have an access list: the default one of the directory.
+    // The new file may also have an access control list, inherited from the directory.
     return stat(oldFile.constData(), &oldStatus) == 0 && fstat(newFile, &newStatus) == 0 &&
            oldStatus.st_nlink == 1 && oldStatus.st_uid == newStatus.st_uid &&
            oldStatus.st_gid == newStatus.st_gid &&

@@ -27,8 +27,7 @@ namespace common::platform
 namespace
 {
 
-/// Limit without progress of another writer, which may have been stopped. The caller may be the thread of a
-/// window.
+/// Maximum wait for another writer that makes no progress. Short, because the caller may be a GUI thread.
 constexpr std::chrono::seconds lockLimit{1};
 constexpr unsigned long lockRetryInterval = 2; // ms
 
@@ -42,13 +41,13 @@ QString StorePath()
     return Directory() + QLatin1String("/registry.ini");
 }
 
-/// Updates the time of the lock file: a sign to waiting writers that its holder is still active.
+/// Updates the time stamp of the lock file, to show waiting writers that its holder is still active.
 void Stamp(const FileDescriptor& lock)
 {
     ::futimens(lock.Get(), nullptr);
 }
 
-/// Returns the time of the last stamp.
+/// Returns the time stamp of the lock file.
 timespec LastStamp(const FileDescriptor& lock)
 {
     struct stat status = {};
@@ -56,7 +55,7 @@ timespec LastStamp(const FileDescriptor& lock)
     return status.st_mtim;
 }
 
-/// Keeps other writers out until the result is closed. The result is not open if that fails.
+/// Locks out other writers until the returned descriptor is closed. On failure, the descriptor is not open.
 FileDescriptor LockForWriting()
 {
     xdg::MakePrivatePath(Directory());
@@ -126,7 +125,7 @@ private:
     {
         Stamp(lock);
         const QFileInfo store(StorePath());
-        storePath = store.exists() ? store.canonicalFilePath() : StorePath(); // It may be a link.
+        storePath = store.exists() ? store.canonicalFilePath() : StorePath(); // The store may be a link.
         copyPath = storePath + u'.' + QUuid::createUuid().toString(QUuid::WithoutBraces);
         stored = ReadFileIfAny(storePath);
         hasCopy = lock.IsOpen() && stored && (stored->isEmpty() || Copy(*stored));
@@ -150,7 +149,7 @@ private:
 
     bool ReplaceStore() const
     {
-        const std::optional<QByteArray> edited = ReadFileIfAny(copyPath); // There is none without a key.
+        const std::optional<QByteArray> edited = ReadFileIfAny(copyPath); // Without keys, no file exists.
         if (!hasCopy || !edited || *edited == stored) {
             return hasCopy && edited;
         }

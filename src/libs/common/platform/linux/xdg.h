@@ -12,10 +12,10 @@ QString DataHome();         ///< XDG_DATA_HOME, or ~/.local/share.
 QString ApplicationsHome(); ///< The desktop entries of the user.
 QString DesktopDirectory(); ///< The user directory DESKTOP, or ~/Desktop.
 
-/// Returns the directories of desktop entries, that of the user first.
+/// Returns the directories of desktop entries, starting with the user's.
 QStringList ApplicationsDirectories();
 
-/// Creates a directory and those above it if they are missing, for the user only.
+/// Creates a directory and its missing parents, accessible only to the user.
 void MakePrivatePath(const QString& path);
 
 } // namespace common::platform::xdg

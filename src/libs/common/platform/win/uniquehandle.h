@@ -9,8 +9,8 @@
 namespace common::platform
 {
 
-/// Owns a handle for CloseHandle. Null and INVALID_HANDLE_VALUE, by which system calls report a failure,
-/// count as none.
+/// Owns a handle for CloseHandle. Null and INVALID_HANDLE_VALUE, which system calls return on failure, mean
+/// no handle.
 class UniqueHandle
 {
 public:
