@@ -32,9 +32,9 @@ struct FileTaskTraits
     const char* taskMissingText; ///< The text for that code.
     int threadMissingCode;       ///< No memory for the thread, or the system cannot start one.
     int abortedCode;
-    const char* failedText;   ///< With the code as %1.
-    const char* finishedText; ///< With the milliseconds as %1.
-    const char* waitingText;  ///< For Abort on a running job.
+    const char* failedText;   ///< %1 is the code.
+    const char* finishedText; ///< %1 is the duration in milliseconds.
+    const char* waitingText;  ///< Logged when Abort waits for a running job.
 };
 
 /**
@@ -54,7 +54,7 @@ public:
     /// class.
     ~FileTask() override;
 
-    /// Starts the worker. Without a thread the job fails.
+    /// Starts the worker. The job fails if no thread can be started.
     void Start();
 
     const std::shared_ptr<TaskProgress> progress = std::make_shared<TaskProgress>();
@@ -64,7 +64,7 @@ public Q_SLOTS:
     void Abort(bool force = true);
 
 Q_SIGNALS:
-    // Emitted by the worker: connect them queued.
+    // Emitted on the worker thread: use queued connections.
     void reported();                           ///< See TaskProgress.
     void ended(int code, const QString& text); ///< 0 is success.
 
@@ -82,7 +82,7 @@ protected:
     /// For the worker: `current` of `total` items are done.
     void Report(std::size_t current, std::size_t total);
 
-    /// Returns whether the job is to stop, and logs that. Call it before each step.
+    /// Returns whether the job must stop, and logs it if so. Call the function before each step.
     bool IsAborted() const;
 
     /// An item of the work: a path, or a name in a scanned directory.
@@ -91,13 +91,13 @@ protected:
         int directory = -1; ///< -1 for a path.
         QString name;
         QString destination = {}; ///< Only with a path.
-        bool isSpecial = false;   ///< A fifo, a socket or a device: opening it can do something to it.
+        bool isSpecial = false;   ///< A fifo, a socket or a device, which merely opening can affect.
     };
 
     FilePlace SourceOf(const Item& item);
-    QString SourcePathOf(const Item& item) const; ///< To show.
+    QString SourcePathOf(const Item& item) const; ///< For display.
 
-    /// Takes an entry of a directory. Returns the index of the entry if it is a directory to walk, or -1.
+    /// Receives an entry of a directory. Returns the index of the entry if it is a directory to walk, or -1.
     using Visitor = std::function<int(const ListedEntry& entry, int directory)>;
 
     /**
@@ -111,7 +111,7 @@ protected:
     int AddDirectory(ScannedDirectory directory);
 
     const FileTaskTraits& traits;
-    const logger::Channel& logChannel; ///< Of LOG_MESSAGE, here and in the derived classes.
+    const logger::Channel& logChannel; ///< Used by LOG_MESSAGE, here and in the derived classes.
     ScannedDirectories directories;
     DirectoryReach sources{directories, DirectoryReach::Side::Source};
     DirectoryReach destinations{directories, DirectoryReach::Side::Destination};
@@ -119,7 +119,7 @@ protected:
 private:
     Q_DISABLE_COPY(FileTask)
 
-    /// Logs the text and ends the job with it.
+    /// Logs the text and ends the job with this error.
     void Fail(int code, const QString& text);
 
     std::atomic<qint32> abortFlag = 0;
@@ -132,7 +132,8 @@ private:
 /// far.
 void DropTask(QPointer<FileTask>& task, bool force);
 
-/// Emits the reported progress. A slot may destroy the owner, or run an event loop that calls this again.
+/// Emits the reported progress. A slot may destroy the owner, or run an event loop that calls this function
+/// again.
 template<class Owner>
 void EmitProgress(const QPointer<Owner>& owner, const std::shared_ptr<TaskProgress>& progress)
 {
@@ -143,7 +144,7 @@ void EmitProgress(const QPointer<Owner>& owner, const std::shared_ptr<TaskProgre
         Q_EMIT owner->progress(progress->Current(), progress->Total());
     }
     if (isNew && owner) {
-        // Emits what the worker does not wake this thread for.
+        // Emit the progress for which the worker does not wake this thread.
         QTimer::singleShot(TaskProgress::pause, owner, [owner, progress] { EmitProgress(owner, progress); });
     }
 }
@@ -152,7 +153,7 @@ void EmitProgress(const QPointer<Owner>& owner, const std::shared_ptr<TaskProgre
 template<class Owner>
 void ConnectTask(FileTask* task, Owner* owner)
 {
-    task->setParent(owner); // It follows its owner to other threads.
+    task->setParent(owner); // The task follows its owner to other threads.
     const auto emitProgress = [alive = QPointer<Owner>(owner), progress = task->progress] {
         EmitProgress(alive, progress);
     };
@@ -169,8 +170,8 @@ void ConnectTask(FileTask* task, Owner* owner)
 }
 
 /**
- * Ends the owner's job, if there is one, and starts a new one. Only those signals of the old job that are
- * already queued still arrive.
+ * Ends the owner's job, if there is one, and starts a new one. Of the old job's signals, only those already
+ * queued are still emitted.
  *
  * @return false if there is no memory; the owner's `failed` has then been emitted, and a receiver may have
  * destroyed the owner
@@ -183,7 +184,7 @@ bool StartTask(QPointer<FileTask>& task, Owner* owner, const FileTaskTraits& tra
     if (task) {
         QObject::disconnect(task, nullptr, owner, nullptr);
         task->progress->Stop();
-        // What it has reported so far still arrives, before the signals of the new job.
+        // The progress reported so far is still emitted, before the signals of the new job.
         QMetaObject::invokeMethod(
             owner,
             [alive = QPointer<Owner>(owner), progress = task->progress] { EmitProgress(alive, progress); },

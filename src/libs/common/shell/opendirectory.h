@@ -12,8 +12,8 @@ namespace common
 {
 
 /**
- * A directory that is held open. Operations through it act on this directory, even if another directory or a
- * link takes its place. On Windows nothing can: it cannot be renamed or removed while it is held.
+ * A directory that is held open. Operations through the object act on this directory, even if another
+ * directory or a link replaces it. On Windows, it cannot be renamed or removed while it is held open.
  *
  * A directory that only Qt can read, such as a resource, counts as open, too.
  */
@@ -22,8 +22,8 @@ class OpenDirectory
 public:
     enum class Access
     {
-        List, ///< To list it and to reach its entries.
-        Pass  ///< To reach its entries only.
+        List, ///< Allows listing and access to entries.
+        Pass  ///< Allows only access to entries.
     };
     enum class Link
     {
@@ -43,7 +43,7 @@ public:
     /// Opens an absolute path, following links.
     static OpenDirectory Open(const QString& path, Access access);
     OpenDirectory OpenChild(const QString& name, Access access, Link link) const;
-    /// Creates a directory in this one. Returns false if the name exists.
+    /// Creates a subdirectory. Returns false if the name exists.
     bool MakeChild(const QString& name) const;
 
     bool IsOpen() const { return !path.isEmpty(); }
@@ -51,7 +51,7 @@ public:
     bool IsHeld() const { return native != none; }
 
     std::intptr_t Native() const { return native; } ///< The descriptor or handle.
-    /// Leads to this very directory while it is held; not a path to show.
+    /// Returns a path to this directory, valid while it is held open; not for display.
     const QString& Path() const { return path; }
     const FileId& Id() const { return id; }
     /// Returns whether the directory has the same id when it is opened again. FAT, exFAT and FUSE assign new
@@ -83,7 +83,8 @@ struct FilePlace
     const OpenDirectory* directory; ///< Null for a path.
     QString name;
 
-    /// Returns whether the name is in a held directory. Then it must not be followed if it is a link.
+    /// Returns whether the name is in a directory that is held open. If so, a link of that name must not be
+    /// followed.
     bool IsHeld() const { return directory != nullptr && directory->IsHeld(); }
     /// Returns a path for Qt's functions, not for display. Empty if the directory is not open.
     QString Path() const
@@ -102,9 +103,9 @@ enum class Removal
     Failed
 };
 
-/// Removes a file or a link of any kind, never what a link leads to.
+/// Removes a file or a link of any kind, never the target of a link.
 Removal RemoveFileOrLink(const FilePlace& place);
-/// Clears the read-only attribute, with which Windows does not remove a file. Returns false on Linux.
+/// Clears the read-only attribute, which prevents removal on Windows. Returns false on Linux.
 bool AllowRemoval(const FilePlace& place);
 /// Removes an empty directory.
 Removal RemoveEmptyDirectory(const FilePlace& place);

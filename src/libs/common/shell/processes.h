@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-/// The services of a system to find, wait for, end and start processes.
+/// Functions to find, await, terminate and start processes.
 namespace common::processes
 {
 
@@ -16,16 +16,16 @@ struct Entry
 {
     unsigned long id;
     QString executableName; ///< Base name of its image.
-    unsigned long parentId; ///< 0 if it is not known yet; see ParentOf.
+    unsigned long parentId; ///< 0 if not yet determined; see ParentOf.
 };
 
-/// Returns the id of the parent process; 0 if it is unknown. Costs a system call on Linux.
+/// Returns the id of the parent process; 0 if it is unknown. Makes a system call on Linux.
 unsigned long ParentOf(const Entry& entry);
 
 /// Calls `visit` for each process until it returns false. Visits none if the processes cannot be listed.
 void ForEach(const std::function<bool(const Entry&)>& visit);
 
-/// Rights to an open process in addition to waiting for its end; bits.
+/// Access rights to an open process, in addition to waiting for its end; combined as flags.
 enum Right : unsigned int
 {
     OnlyWait = 0,
@@ -42,7 +42,7 @@ public:
     /// Returns the full native path of the image; empty on failure. Needs ReadImage.
     virtual QString ImagePath() const = 0;
 
-    /// Terminates the process at once. Needs the right Terminate.
+    /// Terminates the process immediately. Needs the right Terminate.
     virtual bool End(unsigned int exitCode) = 0;
 
 protected:
@@ -54,7 +54,7 @@ private:
 
 using ProcessList = std::vector<std::unique_ptr<Process>>;
 
-/// Returns null if the process has ended, or the system refuses these rights to this user.
+/// Returns null if the process has ended, or if this user does not have these rights.
 std::unique_ptr<Process> Open(const Entry& entry, unsigned int rights);
 
 constexpr quint32 infinite = 0xFFFFFFFF;

@@ -15,7 +15,7 @@ unsigned long Find(const QString& name, const std::function<bool(const processes
     const processes::DebuggerOutput debugger;
     unsigned long id = 0;
     processes::ForEach([&](const processes::Entry& entry) {
-        // Kept for compatibility: each passed process is traced.
+        // Kept for compatibility: the search writes the name of each visited process to the debugger.
         debugger.Write(entry.executableName + QLatin1String("\r\n"));
         // A new process may have no name yet; an empty name matches none.
         if (!name.isEmpty() && entry.executableName.compare(name, Qt::CaseInsensitive) == 0 &&

@@ -11,8 +11,8 @@ namespace tools::process
  * Finds and terminates processes by id. Any thread may call. Logs nothing.
  *
  * Process ids have the width of a Windows DWORD. Names are those of executables, without a directory; case is
- * ignored. A search writes the name of each process that it passes to an attached debugger (standard error
- * on Linux).
+ * ignored. Each search writes the names of the processes it visits to an attached debugger (on Linux, to
+ * standard error).
  */
 class VXCOMMON_EXPORT ProcHelper
 {
@@ -26,8 +26,8 @@ public:
     static unsigned long FindChildProcessId(unsigned long parentId, QString name);
 
     /**
-     * Terminates a process at once, by TerminateProcess with exit code 0, or SIGKILL on Linux. On Linux,
-     * ignores 0, 1 and ids too large for a process, because they would mean process groups.
+     * Terminates a process immediately, by TerminateProcess with exit code 0, or SIGKILL on Linux. On Linux,
+     * ignores 0, 1 and ids too large for a process.
      *
      * @return true, even if there is no such process or it cannot be terminated
      */

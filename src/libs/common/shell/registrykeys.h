@@ -1,12 +1,12 @@
 #pragma once
 
-/// The calls of the Windows registry for a redirection. Open and Override return 0 or a Windows error code.
+/// Windows registry calls for a redirection. Open and Override return 0 or a Windows error code.
 namespace common::registrykeys
 {
 
 using Key = void*; ///< An HKEY.
 
-/// Returns whether the system has a registry. Without one the calls fail.
+/// Returns whether the system has a registry. Without a registry, the calls fail.
 bool IsAvailable();
 
 unsigned long Open(Key root, const wchar_t* subkey, Key& opened);

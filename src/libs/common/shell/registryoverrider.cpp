@@ -9,7 +9,7 @@
 namespace common
 {
 
-/// Holds the redirected predefined key; null without one.
+/// Holds the redirected predefined key, or null if nothing is redirected.
 class RegistryOverriderImpl
 {
 public:
@@ -55,7 +55,7 @@ registrykeys::Key RootKey(const QString& name)
     return nullptr;
 }
 
-/// Returns an error code as both log lines show it, padded with spaces.
+/// Returns an error code for the log lines, padded with spaces.
 QString ErrorText(unsigned long error)
 {
     constexpr int width = 8;

@@ -13,8 +13,8 @@ class RegistryOverriderImpl;
  * Redirects a predefined root of the Windows registry to another key during its lifetime
  * (RegOverridePredefKey).
  *
- * The redirection affects all threads of the process, and overrides do not nest: the end of any of them
- * restores the root to its default. Use it where no other thread works with that root.
+ * The redirection affects all threads of the process, and overrides do not nest: when any of them ends, the
+ * root returns to its default. Use the class only while no other thread uses that root.
  *
  * Roots are given by name, such as "HKEY_CLASSES_ROOT", in upper case. If the redirection fails, the object
  * is inert, and an Error line on the log channel "common.shell" reports the Windows error code. On Linux it
@@ -25,18 +25,18 @@ class VXCOMMON_EXPORT RegistryOverrider
 public:
     /**
      * @param sourceRoot root that is redirected
-     * @param destinationRoot root of the key that takes its place
-     * @param destinationSubkey path of that key below its root; the key must exist
+     * @param destinationRoot root of the replacement key
+     * @param destinationSubkey path of the replacement key below its root; the key must exist
      */
     RegistryOverrider(const QString& sourceRoot, const QString& destinationRoot,
                       const wchar_t* destinationSubkey);
 
-    /// Shares the redirection of `other`, without counting.
-    /// @warning Only one of the copies may be destroyed. The destruction of another one is undefined.
+    /// Shares the redirection of `other`, without reference counting.
+    /// @warning Destroy only one of the copies; destroying another one is undefined behaviour.
     RegistryOverrider(const RegistryOverrider& other) = default;
 
-    /// Shares the redirection of `other`, and never ends its own former one.
-    /// @warning Only one of the copies may be destroyed. The destruction of another one is undefined.
+    /// Shares the redirection of `other`. The previous redirection of this object never ends.
+    /// @warning Destroy only one of the copies; destroying another one is undefined behaviour.
     RegistryOverrider& operator=(const RegistryOverrider& other) = default;
 
     virtual ~RegistryOverrider();

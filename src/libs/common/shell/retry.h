@@ -18,9 +18,9 @@ template<class Primitive, class Failure>
 bool Retry(const Primitive& primitive, const Failure& failure)
 {
     static constexpr logger::Channel logChannel{"shell.filecmd"};
-    // Enough for a scanner that is still busy; more would make a lasting failure too slow.
+    // Enough attempts to outlast a busy virus scanner, few enough to report a persistent failure soon.
     constexpr int maxAttempts = 5;
-    // All delays take 200 ms: long for a passing lock, short for a user.
+    // The delays add up to 200 ms: long enough to outlast a brief lock, short for a user.
     constexpr unsigned long retryDelayMs = 50;
 
     for (int attempt = 1; attempt <= maxAttempts; ++attempt) {

@@ -37,7 +37,7 @@ QString CanonicalPlace(const QString& path)
         return info.canonicalFilePath();
     }
     if (info.path() == info.filePath()) {
-        return info.path(); // A drive that does not exist.
+        return info.path(); // The drive does not exist.
     }
     return QDir(CanonicalPlace(info.path())).filePath(info.fileName());
 }
@@ -57,7 +57,7 @@ bool IsWithin(const QString& path, const QString& folder)
     return false;
 }
 
-/// Performs one CopyDir. Never enters a directory if copying it would not end.
+/// Performs one CopyDir. Does not enter a directory whose copy would never end.
 class DirCopier
 {
 public:
@@ -83,7 +83,7 @@ public:
                 }
                 continue;
             }
-            // Kept for compatibility: nothing is tolerated below the first level.
+            // Kept for compatibility: failures below the first level are not tolerated.
             if (!CopyFiles(level, tolerate && levels.size() == 1)) {
                 return false;
             }
@@ -151,14 +151,14 @@ private:
     {
         const OpenDirectory& made = destinations.To(directory);
         if (!destinationId) {
-            destinationId = GetTargetId(destinationRoot); // It has just been created.
+            destinationId = GetTargetId(destinationRoot); // The destination has just been created.
         }
         return made.IsOpen() && (!sparesSource || !(directories.front().id == made.Id()));
     }
 
     bool CopyFiles(const Level& level, bool tolerate)
     {
-        // The destination itself is not created.
+        // Do not create the destination itself.
         const bool isMissing = level.directory == 0 && !QFileInfo(ResolvedPath(destinationRoot)).isDir();
         for (const ListedEntry& entry : level.files) {
             const OpenDirectory& from = sources.To(level.directory);
@@ -242,7 +242,7 @@ private:
     QStringList open; ///< Canonical paths of the directories that are being scanned.
 };
 
-/// Returns whether `folder` contains an entry that cannot be copied: a pipe, a device or a link to nothing.
+/// Returns whether `folder` contains an entry that cannot be copied: a pipe, a device or a dangling link.
 bool HasSpecialEntry(const QString& folder)
 {
     QDirIterator entries(folder, QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot,
@@ -268,7 +268,7 @@ QString DriveOf(const QString& path)
 bool Shell::Copy(const QString& source, const QString& destination, bool overwrite)
 {
     QDir directory{QString()};
-    // If a file is copied onto itself, nothing must be removed.
+    // Do not remove the file if it would be copied onto itself.
     const bool isItself = LeadsTo(SearchedPath(source), SearchedPath(destination));
     if (overwrite && !isItself && directory.exists(destination) && !directory.remove(destination)) {
         LOG_MESSAGE(logger::Error) << "Failed to remove file '" << destination << "'.";

@@ -12,9 +12,9 @@ namespace common
 /**
  * Well-known folders, plain file operations, the file manager, shortcuts, processes and components.
  *
- * Any thread may call the functions. They block it and never retry. For long jobs with progress, use
- * FileCopier and FileRemover. Failures are reported by the result, and on the log channel "common.shell"
- * where a line is mentioned below. An operation that fails halfway leaves its changes in place.
+ * Any thread may call the functions. They block and never retry. For long jobs with progress, use FileCopier
+ * and FileRemover. Failures are reported by the result, and on the log channel "common.shell" where a line is
+ * mentioned below. An operation that fails halfway leaves its changes in place.
  */
 class VXCOMMON_EXPORT Shell
 {
@@ -22,7 +22,7 @@ public:
     Shell() = delete;
 
     /// @name Folders
-    /// Return paths with native separators. A missing folder is created; a failure of that is not reported.
+    /// Return paths with native separators. Create missing folders, but do not report failures to do so.
     /// @{
 
     /// Returns the application data of the user: CSIDL_APPDATA (roaming) on Windows, XDG_DATA_HOME on Linux.
@@ -38,7 +38,7 @@ public:
     /// Returns the directory of the running executable, with forward slashes. If that fails, logs an Error
     /// line and returns an empty string.
     static QString applicationDirPath();
-    /// Returns a new path in the temporary directory, never the same twice in a process. Creates nothing.
+    /// Returns a new path in the temporary directory, unique within the process. Creates nothing.
     /// @warning Two processes may get the same path within one second. For a directory of your own, use
     /// QTemporaryDir.
     static QString TempPath();
@@ -47,7 +47,8 @@ public:
     /// Returns true: the product exists for 64-bit systems only.
     static bool Is64BitSystem();
 
-    /// Returns the language tag of the user such as "de-DE"; without one, the locale name such as "de_DE".
+    /// Returns the language tag of the user such as "de-DE"; if none is available, the locale name such as
+    /// "de_DE".
     static QString LocaleName();
 
     /// @name Files and directories
@@ -75,11 +76,12 @@ public:
      * Copies a directory tree, without hidden files. Logs nothing.
      *
      * Fails if a file already exists, or if a link exists in the place of a directory below `destination`.
-     * Also fails for a directory that would never end: the destination itself, or a link back to a directory
-     * above it.
+     * Also fails for a directory whose copy would never end: the destination itself, or a link to a directory
+     * above the link.
      *
      * @param destination must exist, unless the source has a subdirectory to copy, which creates it
-     * @param filters the directories of the first level to copy; below it, all that are not hidden
+     * @param filters directories to copy at the first level; below it, all directories that are not hidden
+     * are copied
      * @param tolerate true to skip files of the first level that cannot be copied
      * @return false at the first failure that is not skipped
      */
@@ -89,11 +91,11 @@ public:
     /**
      * Moves a directory. Renames it on one drive; otherwise copies it as CopyDir does and removes the source.
      *
-     * The drive of a path is the string before its first ":". If one of the paths has none, as most paths on
-     * Linux, an Error line is logged and the directory is renamed.
+     * The drive of a path is the string before its first ":". If one of the paths has no drive, like most
+     * paths on Linux, an Error line is logged and the directory is renamed.
      *
      * Between drives, fails and changes nothing if the destination is in the source, or if the source
-     * contains pipes, devices or links to nothing, which cannot be copied.
+     * contains pipes, devices or dangling links, which cannot be copied.
      *
      * @return whether all files are at `destination`; if the source cannot be removed after the copy, only a
      * Warn line is logged
@@ -119,7 +121,7 @@ public:
      * Opens the file manager with `path` selected.
      *
      * Windows: calls SHOpenFolderAndSelectItems, for which the thread must have COM initialised. Starts
-     * explorer.exe only for paths that the shell cannot name. Linux: calls ShowItems of
+     * explorer.exe only for paths that the shell cannot resolve. Linux: calls ShowItems of
      * org.freedesktop.FileManager1 on the session bus. Starts xdg-open on the directory only if no such
      * service responds. Blocks for 2 s at most on Linux.
      *
@@ -155,14 +157,15 @@ public:
     /**
      * @name Processes
      *
-     * A `name` without a directory is compared with the executable names of all processes. One with a
-     * directory is compared with the full paths of their images. Case is ignored, and an empty name matches
-     * nothing. A process that this user may not open is skipped, and so is one that has ended but was not yet
-     * reaped. At most 64 processes are used, the first in the order of the system. Nothing is logged except
+     * A `name` without a directory is compared with the executable names of all processes. A `name` with a
+     * directory is compared with the full paths of the processes' images. Case is ignored, and an empty name
+     * matches nothing. Processes that this user may not open, or that have ended but are not yet reaped, are
+     * skipped. Only the first 64 processes, in the order of the system, are used. Nothing is logged except
      * for one Warn line on a Linux kernel without pidfd.
      *
-     * On Linux the executable name is the base name of the image file, for a script that of its interpreter.
-     * If this user may not read the image's path, it is the kernel's name, which ends after 15 bytes.
+     * On Linux, the executable name is the base name of the image file; for a script, that of its
+     * interpreter. If this user may not read the image's path, the kernel's name is used, which is limited to
+     * 15 bytes.
      */
     /// @{
 
@@ -170,14 +173,15 @@ public:
     static bool ProcessExists(const QString& name);
 
     /**
-     * Terminates all matching processes at once, by TerminateProcess with exit code 1, or SIGKILL on Linux.
+     * Terminates all matching processes immediately, by TerminateProcess with exit code 1, or SIGKILL on
+     * Linux.
      *
-     * @return 0 if all that could be opened were terminated, or there were none; otherwise -1
+     * @return 0 if all processes that could be opened were terminated, or there were none; otherwise -1
      */
     static int ProcessKill(const QString& name);
 
     /**
-     * Waits until all processes have ended that match at the time of the call.
+     * Waits until all processes that match at the time of the call have ended.
      *
      * @param timeout in ms; -1 for no limit
      * @return 0 if all have ended or none matched, 1 on timeout, -1 if the wait failed or, on Windows, was

@@ -19,7 +19,7 @@ namespace
 
 constexpr logger::Channel logChannel{"common.shell"};
 
-/// First number of temporary names: with three digits, the first names of a process sort in order.
+/// First number in temporary names; has three digits, so that the first names of a process sort in order.
 constexpr int firstTempNumber = 100;
 
 } // namespace

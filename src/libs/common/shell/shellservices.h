@@ -4,7 +4,7 @@
 
 #include <optional>
 
-/// The services of a desktop for common::Shell.
+/// Desktop services for common::Shell.
 namespace common::shellservices
 {
 
@@ -21,7 +21,7 @@ QString FolderPath(Folder folder);
 /// Returns the path of the running executable; empty on failure.
 QString ExecutablePath();
 
-/// Requests that the desktop shows `path`. Returns whether it accepted, or nothing if there is no service.
+/// Requests that the desktop show `path`. Returns whether it accepted, or nothing if no such service exists.
 std::optional<bool> SelectInFileManager(const QString& path);
 
 /// Starts the file manager as a separate program. `command` receives its command line for the log.

@@ -9,13 +9,13 @@ namespace common
 {
 
 /**
- * Counts the items of a worker for the thread of its owner, which is woken at most every few milliseconds: a
- * wake-up per item costs as much as the removal of a file.
+ * Counts the items that a worker has finished. Limits the wake-ups of the owner's thread to one every few
+ * milliseconds, because a wake-up takes as long as removing a file.
  */
 class TaskProgress
 {
 public:
-    /// Shortest time between two wake-ups; short enough to look immediate.
+    /// Minimum interval between two wake-ups; short enough to look immediate.
     static constexpr std::chrono::milliseconds pause{5};
 
     TaskProgress() = default;
@@ -38,8 +38,8 @@ public:
 
     // For the owner:
 
-    void Wake() { awake = false; } ///< Call it first when woken.
-    /// Takes the next item to emit. Returns false if there is none.
+    void Wake() { awake = false; } ///< Call this function first after a wake-up.
+    /// Advances to the next item to emit. Returns false if no item is left.
     bool Next()
     {
         if (emitted >= done) {

@@ -25,7 +25,7 @@ namespace
 /// Largest size in bytes of a file that is written under its final name; also the size of the buffer.
 constexpr std::size_t maxNamedSize = 65536;
 
-/// Limit of one call: 2 GiB less one page.
+/// Maximum number of bytes per call: 2 GiB less one page.
 constexpr std::size_t maxChunk = 0x7ffff000;
 
 constexpr mode_t permissionBits = S_IRWXU | S_IRWXG | S_IRWXO;
@@ -61,7 +61,7 @@ bool WriteAll(int target, const char* data, std::size_t size)
     return true;
 }
 
-/// Reads and writes, which is faster than moving for a small file, and the only way for files that the kernel
+/// Reads and writes. This is faster for a small file, and the only way to copy files that the kernel
 /// generates.
 bool CopyByBuffer(int source, int target, std::size_t expectedSize)
 {
@@ -91,8 +91,8 @@ bool CopyContent(int source, int target, std::size_t size)
     }
 }
 
-/// Returns the permissions that QFile::copy sets: those of the source and, for the owner, what this user may
-/// do with it.
+/// Returns the permissions that QFile::copy sets: those of the source and, for the owner, the access that
+/// this user has to it.
 mode_t CopiedPermissions(int source, mode_t sourceMode)
 {
     constexpr mode_t anyExecute = S_IXUSR | S_IXGRP | S_IXOTH;
@@ -214,7 +214,7 @@ CopyResult CopyQuickly(const FilePlace& source, const FilePlace& destination,
     if (!makeRoom && size <= maxNamedSize) {
         return CopyNamed(input.Get(), target, size, mode);
     }
-    // Otherwise, the copy would only fail after all bytes are copied.
+    // Check now: otherwise, the copy would fail only after all bytes are copied.
     if (!makeRoom && target.IsTaken()) {
         return CopyResult::NotForMe;
     }

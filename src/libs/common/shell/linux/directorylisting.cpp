@@ -17,7 +17,7 @@ namespace common
 namespace
 {
 
-/// Size in bytes of the buffer for entries: few calls, and small enough for the stack.
+/// Size of the entry buffer in bytes: large enough for few calls, small enough for the stack.
 constexpr std::size_t bufferSize = 32768;
 
 /// Returns the type of an entry. Queries the file system if the listing does not contain it.
@@ -57,7 +57,7 @@ void AddEntry(std::vector<ListedEntry>& entries, int directory, const dirent64& 
     if (entry.d_name[0] == '.') {
         return;
     }
-    QString name = QString::fromUtf8(entry.d_name); // decodeName does the same at three times the cost.
+    QString name = QString::fromUtf8(entry.d_name); // decodeName takes three times as long.
     // A name that is not valid UTF-8 cannot be expressed as a path.
     if (name.contains(QChar::ReplacementCharacter) && QFile::encodeName(name) != entry.d_name) {
         return;
@@ -71,7 +71,7 @@ void AddEntry(std::vector<ListedEntry>& entries, int directory, const dirent64& 
 
 } // namespace
 
-// QDir lists the same at twice the cost, and does not report errors.
+// QDir takes twice as long and does not report errors.
 std::optional<std::vector<ListedEntry>> ListDirectory(const OpenDirectory& directory)
 {
     if (!directory.IsHeld()) {

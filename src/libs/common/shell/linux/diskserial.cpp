@@ -18,7 +18,7 @@ namespace common::shell
 namespace
 {
 
-/// Limit for layers of device mapper and the like above a disk; more would mean a loop.
+/// Maximum number of layers above a disk, such as device mapper; more would mean a loop.
 constexpr int maxLayers = 16;
 
 QString NumberText(dev_t device)
@@ -53,7 +53,7 @@ dev_t MountSource(const QString& root, dev_t device)
     return device;
 }
 
-/// Returns the directory of a block device below /sys; empty with `errno` without one.
+/// Returns the directory of a block device below /sys; on failure returns an empty string and sets `errno`.
 QString DeviceFolder(const QString& root, dev_t device)
 {
     const QString link = root + QLatin1String("/sys/dev/block/") + NumberText(device);
@@ -84,7 +84,7 @@ std::optional<QString> WholeDisk(QString folder)
     return std::nullopt;
 }
 
-/// Without libudev: it would save no lines here and be one more library to load.
+/// Reads the udev database directly: libudev would not shorten the code, but add a dependency.
 QString UdevSerial(const QString& root, const QString& disk)
 {
     const QByteArray number = ReadAll(disk + QLatin1String("/dev")).trimmed();
@@ -107,7 +107,7 @@ QString KernelSerial(const QString& disk)
             return serial;
         }
     }
-    // SCSI and SATA: the page "unit serial number" (SPC-3, 7.6.10), whose text follows 4 bytes of header.
+    // SCSI and SATA: the page "unit serial number" (SPC-3, 7.6.10), whose text follows a 4-byte header.
     constexpr qsizetype headerSize = 4;
     QByteArray page = ReadAll(disk + QLatin1String("/device/vpd_pg80")).mid(headerSize);
     const qsizetype end = page.indexOf('\0');
@@ -128,7 +128,7 @@ DiskSerial ReadDiskSerialOf(const QString& root, dev_t device)
     }
     const std::optional<QString> disk = WholeDisk(folder);
     if (!disk.has_value()) {
-        return {ENOTUNIQ, QString()}; // Several disks: no single one holds the file system.
+        return {ENOTUNIQ, QString()}; // The file system spans several disks.
     }
     const QString serial = UdevSerial(root, *disk);
     return {0, serial.isEmpty() ? KernelSerial(*disk) : serial};

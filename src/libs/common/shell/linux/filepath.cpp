@@ -25,7 +25,7 @@ QString SystemPath(const QString& path)
 QString ResolvedPath(const QString& path)
 {
     QString absolute = SearchedPath(path);
-    // Resources are absolute to Qt. After the current directory was removed, a relative path leads nowhere.
+    // Qt regards resources as absolute. If the current directory was removed, the path stays relative.
     if (!absolute.isEmpty() && !QDir::isAbsolutePath(absolute)) {
         const QString current = QDir::currentPath();
         absolute = current.isEmpty() ? absolute : current + u'/' + absolute;

@@ -34,7 +34,8 @@ Removal Remove(const FilePlace& place, int flags)
     if (errno != ENOTDIR) {
         return errno == ENOENT ? Removal::Missing : Removal::Failed;
     }
-    // Nothing exists below a file. A file is not a directory, but a link to a directory is one.
+    // A path below a file, or a file instead of a directory, counts as missing. A link to a directory is a
+    // failure.
     struct stat status = {};
     const bool isDirectory =
         ::fstatat(DirectoryOf(place), name.constData(), &status, 0) == 0 && S_ISDIR(status.st_mode);

@@ -35,7 +35,7 @@ namespace
 
 constexpr logger::Channel logChannel{"common.shell"};
 
-/// Polling interval if the kernel cannot report the end.
+/// Polling interval if the kernel cannot report the end of a process.
 constexpr std::chrono::milliseconds pollInterval{20};
 
 /// Returns whether the id names one process other than init: to kill(2), 0 and negative numbers mean groups.
@@ -44,7 +44,8 @@ bool IsOrdinaryId(unsigned long id)
     return id > 1 && id <= static_cast<unsigned long>(std::numeric_limits<pid_t>::max());
 }
 
-/// A process held by a pidfd or, on kernels before 5.3 and where a sandbox forbids it, known by id and start.
+/// A process identified by a pidfd. If the kernel (before 5.3) or a sandbox provides none, it is identified
+/// by its id and start time.
 class LinuxProcess final : public Process
 {
 public:
@@ -54,7 +55,7 @@ public:
     {
         if (!descriptor.IsOpen() && errno != ESRCH && errno != EINVAL) {
             LogMissingPidfd(errno);
-            // An id may also be that of a thread, which would stand for its process.
+            // The id may be that of a secondary thread, which does not count as a process.
             if (const auto stat = procfile::ReadStat(id); stat && procfile::IsProcess(id)) {
                 startTime = stat->startTime;
             }
@@ -156,7 +157,7 @@ WaitResult PollForAll(const ProcessList& processes, const QDeadlineTimer& deadli
 int AddModule(dl_phdr_info* info, std::size_t /*size*/, void* paths)
 {
     QString path = QFile::decodeName(info->dlpi_name);
-    // As the loader received it, relative to the working directory at that time.
+    // The path may be relative to the working directory at load time.
     if (path.contains(u'/') && QDir::isRelativePath(path)) {
         const auto* const end = info->dlpi_phdr + info->dlpi_phnum;
         const auto* const loaded = std::find_if(
@@ -252,7 +253,7 @@ QStringList OwnModules()
     if (!paths.isEmpty() && paths.first().isEmpty()) {
         paths.first() = procfile::ImagePath(getpid());
     }
-    // The kernel's own code in this process is not a file.
+    // Skip the vDSO, which is not a file.
     paths.erase(
         std::remove_if(paths.begin(), paths.end(), [](const QString& path) { return !path.contains(u'/'); }),
         paths.end());

@@ -71,7 +71,7 @@ QString ImagePath(pid_t process)
         return {};
     }
     QString path = QFile::decodeName(QByteArray(target.data(), length));
-    // The kernel appends this if the file was removed, as in an update of the program.
+    // The kernel appends this if the file was removed, for example by an update of the program.
     const QLatin1String deleted(" (deleted)");
     if (path.endsWith(deleted) && !QFileInfo::exists(path)) {
         path.chop(deleted.size());

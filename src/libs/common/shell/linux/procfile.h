@@ -15,7 +15,7 @@ struct Stat
 {
     QByteArray kernelName; ///< At most 15 bytes.
     pid_t parent = 0;
-    bool hasEnded = false; ///< Only the exit code is left, for the parent to collect.
+    bool hasEnded = false; ///< The parent has not yet collected the exit code.
     quint64 startTime = 0; ///< Clock ticks since boot; distinguishes processes with the same id.
 };
 
@@ -26,14 +26,14 @@ std::optional<Stat> ReadStat(pid_t process);
 /// inspect.
 QString ImagePath(pid_t process);
 
-/// Returns the base name of the image, or the kernel's name of the process if the image is not known; empty
-/// if the process has ended.
+/// Returns the base name of the image; if the image is unknown, the kernel's name of the process; if the
+/// process has ended, an empty string.
 QString ExecutableName(pid_t process);
 
 /// Returns the path of the file that is mapped into this process at an address; empty if none is.
 QString MappedFile(quintptr address);
 
-/// Returns whether an id is that of a process, not of another of its threads.
+/// Returns whether an id is that of a process rather than of a secondary thread.
 bool IsProcess(pid_t id);
 
 /// Returns whether this process is traced, for example by a debugger.

@@ -25,7 +25,7 @@ namespace common::shellservices
 namespace
 {
 
-/// Timeout of the file manager, its start included. Leaves time to start xdg-open.
+/// Timeout for the file manager, including its start; leaves time to start xdg-open.
 constexpr std::chrono::milliseconds fileManagerLimit{1500};
 
 /// Returns whether an error comes from the bus, which found no file manager, rather than from a file manager.
@@ -138,7 +138,7 @@ unsigned long StartRemoval(const QString& directory, const QString& workingDirec
     // as a command or an option.
     const QString script = QStringLiteral("for i in 1 2 3 4 5; do kill -0 \"$2\" 2>/dev/null || break; "
                                           "sleep 1; done; rm -rf -- \"$1\"");
-    // An empty path stays empty and removes nothing, although Qt takes it for the current directory.
+    // An empty path stays empty and removes nothing, although Qt treats it as the current directory.
     const QStringList arguments{QStringLiteral("-c"), script, QStringLiteral("sh"), ResolvedPath(directory),
                                 QString::number(getpid())};
     command = shell + u' ' + arguments.join(u' ');

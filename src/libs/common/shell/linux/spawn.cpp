@@ -23,8 +23,8 @@ namespace
 
 constexpr int firstExtraDescriptor = 3;
 
-/// Everything that the child needs, prepared before fork: after it, the child of a process with threads may
-/// neither allocate nor lock.
+/// Data for the child, prepared before fork: the child of a multithreaded process may neither allocate nor
+/// lock.
 struct Launch
 {
     QByteArray program;
@@ -60,7 +60,7 @@ int OpenPipe(std::array<int, 2>& ends)
 unsigned int DescriptorLimit()
 {
     rlimit limit{};
-    constexpr unsigned int sane = 1 << 20; // For systems without a limit.
+    constexpr unsigned int sane = 1 << 20; // Used if the system sets no lower limit.
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur > sane) {
         return sane;
     }
@@ -84,7 +84,7 @@ void CloseRange(unsigned int first, unsigned int last, unsigned int limit)
     _exit(written == sizeof(error) ? 0 : 1);
 }
 
-/// Runs in the child. The child's own child becomes the program, so that this one can end at once.
+/// Runs in the child. The child forks again to start the program, and then exits immediately.
 [[noreturn]] void RunChild(const Launch& launch)
 {
     static_cast<void>(std::signal(SIGPIPE, SIG_DFL));

@@ -11,7 +11,7 @@ namespace common
  * only descriptors 0, 1 and 2 of this process.
  *
  * @param program path, relative to `workingDirectory`, or bare name that is looked up in PATH
- * @param workingDirectory empty for the one of this process
+ * @param workingDirectory empty for that of this process
  * @return 0 if the program runs, otherwise the `errno` of the failed start
  */
 int SpawnDetached(const QString& program, const QStringList& arguments, const QString& workingDirectory);

@@ -18,7 +18,7 @@ using platform::UniqueHandle;
 namespace
 {
 
-constexpr std::size_t descriptorSize = 10000; // Bytes; more than any disk reports.
+constexpr std::size_t descriptorSize = 10000; // In bytes; larger than any disk's descriptor.
 
 /// Opens a device without any access right, which is enough for queries and allowed for every user.
 UniqueHandle OpenDevice(const std::wstring& name)

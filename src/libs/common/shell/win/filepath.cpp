@@ -24,11 +24,11 @@ QString SystemPath(const QString& path)
     const std::wstring given = QDir::toNativeSeparators(path).toStdWString();
     std::wstring full(::GetFullPathNameW(given.c_str(), 0, nullptr, nullptr), L'\0');
     full.resize(::GetFullPathNameW(given.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
-    const bool isDevice = full.compare(0, 4, LR"(\\.\)") == 0; // Such as the name "aux" before Windows 11.
+    const bool isDevice = full.compare(0, 4, LR"(\\.\)") == 0; // For example "aux" before Windows 11.
     return full.empty() || isDevice ? path : QDir::fromNativeSeparators(QString::fromStdWString(full));
 }
 
-// Windows itself resolves ".." in the string.
+// Windows resolves ".." lexically.
 QString ResolvedPath(const QString& path)
 {
     return path.isEmpty() ? path : QFileInfo(SearchedPath(path)).absoluteFilePath();

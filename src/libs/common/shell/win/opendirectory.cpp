@@ -59,7 +59,7 @@ OpenDirectory OpenDirectory::Open(const QString& path, Access access)
     return parent.OpenChild(path, access, Link::Follow);
 }
 
-// Without FILE_SHARE_DELETE: what is open here can be neither renamed nor removed.
+// Does not set FILE_SHARE_DELETE, so that the open directory can be neither renamed nor removed.
 OpenDirectory OpenDirectory::OpenChild(const QString& name, Access access, Link link) const
 {
     const QString childPath = IsOpen() ? path + u'/' + name : name;
@@ -85,7 +85,7 @@ OpenDirectory OpenDirectory::OpenChild(const QString& name, Access access, Link 
         opened.id = IdOf(information);
     } else {
         opened.missing = isKnown && !isDirectory;
-        ::CloseHandle(handle); // What is held cannot be removed.
+        ::CloseHandle(handle); // An open file or directory cannot be removed.
     }
     return opened;
 }

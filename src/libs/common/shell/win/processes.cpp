@@ -21,7 +21,7 @@ using platform::UniqueHandle;
 namespace
 {
 
-/// Limit for listed modules. Kept for compatibility: longer lists are cut off.
+/// Maximum number of listed modules. Kept for compatibility: longer lists are truncated.
 constexpr std::size_t maxModules = 1024;
 
 class HandleProcess final : public Process
@@ -100,7 +100,7 @@ void EndById(unsigned long id)
 {
     constexpr DWORD waitTime = 100;
     const UniqueHandle handle(OpenProcess(PROCESS_TERMINATE, FALSE, id));
-    // Kept for compatibility: without the right to wait, the wait fails at once and ends the loop.
+    // Kept for compatibility: without the right to wait, the wait fails immediately and ends the loop.
     DWORD waited = WAIT_FAILED;
     do {
         waited = WaitForSingleObject(handle.Get(), waitTime);

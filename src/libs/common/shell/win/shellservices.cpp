@@ -30,7 +30,7 @@ using Microsoft::WRL::ComPtr;
 constexpr PROPERTYKEY appUserModelIdKey{
     {0x9F4C2855, 0x9F79, 0x4B39, {0xA8, 0xD0, 0xE1, 0xD4, 0x2D, 0xE1, 0xD5, 0xF3}}, 5};
 
-/// Limit of a removal command line in characters. Kept for compatibility: a longer one is cut off.
+/// Maximum length of a removal command line in characters. Kept for compatibility: a longer one is truncated.
 constexpr qsizetype maxRemovalCommand = 519;
 
 int FolderId(Folder folder)
@@ -78,8 +78,8 @@ void SetApplicationId(IShellLinkW* link, const QString& applicationId)
     PropVariantClear(&value);
 }
 
-/// Returns the environment of this process with a variable that keeps the command interpreter from searching
-/// its current directory for ping, where others may have planted such a program.
+/// Returns this process's environment with a variable that prevents the command interpreter from running a
+/// ping program planted in its current directory.
 std::wstring CommandEnvironment()
 {
     QStringList entries{QStringLiteral("NoDefaultCurrentDirectoryInExePath=1")};
@@ -150,16 +150,17 @@ bool SaveShortcut(const Shortcut& shortcut, const QString& path)
 
 unsigned long StartRemoval(const QString& directory, const QString& workingDirectory, QString& command)
 {
-    // The ping is only the delay. The interpreter runs in another directory than this process.
+    // The ping only provides the delay. The interpreter does not run in the current directory of this
+    // process.
     command = (QLatin1String("cmd.exe /C \"ping 1.1.1.1 -n 1 -w 5000 > Nul & rmdir /S /Q \"") +
                QDir::toNativeSeparators(ResolvedPath(directory)) + u'"')
                   .left(maxRemovalCommand);
-    std::wstring line = command.toStdWString(); // The call may write into it.
+    std::wstring line = command.toStdWString(); // CreateProcessW may modify the string.
     std::wstring environment = CommandEnvironment();
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process{};
-    // With a bare name, a planted interpreter in the current directory would be started instead.
+    // A bare name could start an interpreter planted in the current directory.
     if (CreateProcessW(WideText(platform::InSystemDirectory(QStringLiteral("cmd.exe"))), line.data(), nullptr,
                        nullptr, FALSE, CREATE_NO_WINDOW | CREATE_UNICODE_ENVIRONMENT, environment.data(),
                        WideText(workingDirectory), &startup, &process) == 0) {
