@@ -32,7 +32,7 @@ public:
     /// Copies a file like QFile::copy. Fails if `newName` exists. Does not wait for the disk.
     static bool CopyFile(QFile& file, const QString& newName);
 
-    /// Creates a directory and its parents like QDir::mkpath. An existing directory is a success.
+    /// Creates a directory and its parents like QDir::mkpath. Succeeds if the directory already exists.
     static bool CreateDirectory(QDir& dir, const QString& path);
 
     /// Creates a link like QFile::link, on Windows a shortcut. `target` need not exist.
@@ -41,10 +41,10 @@ public:
     /// Removes an empty directory like QDir::rmdir. A relative `path` is below `dir`.
     static bool RemoveDirectory(QDir& dir, const QString& path);
 
-    /// Removes a file or a link like QFile::remove. The target of a link stays.
+    /// Removes a file or a link like QFile::remove. The target of a link is kept.
     static bool RemoveFile(QFile& file);
 
-    /// Renames a directory like QDir::rename. Relative names are below `dir`.
+    /// Renames a directory like QDir::rename. Relative names refer to entries of `dir`.
     static bool RenameDirectory(QDir& dir, const QString& oldName, const QString& newName);
 };
 

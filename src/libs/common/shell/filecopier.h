@@ -28,13 +28,13 @@ class FileTask;
  * directories, without hidden entries. Then it copies all files, and after them all links. It stops at the
  * first failure and keeps what it has copied.
  *
- * Existing files and links at a destination are replaced; an existing directory is a failure. A link in a
- * tree is copied as a link, with a target relative to the directory of the source link. A directory without
+ * Existing files and links at a destination are replaced; an existing directory makes the job fail. A link in
+ * a tree is copied as a link, with a target relative to the directory of the source link. A directory without
  * entries to copy is not created.
  *
- * A job ends with exactly one of `succesed` and `failed`. The log channel "shell.filecopy" has the details.
+ * A job ends with exactly one of `succesed` and `failed`. Details are logged on the channel "shell.filecopy".
  *
- * @note Use a copier on the thread that it lives on. The event loop of that thread delivers all signals,
+ * @note Use a copier only on the thread that it lives in. The event loop of that thread delivers all signals,
  * apart from `failed` with NoTask, which is emitted inside Copy.
  */
 class VXCOMMON_EXPORT FileCopier : public QObject
@@ -48,7 +48,7 @@ public:
         NoTask = 700101,                 ///< There is no memory for the job.
         NoSourceDirectory = 700102,      ///< A source directory does not exist or cannot be read completely.
         NoSource = 700103,               ///< A source file or link does not exist.
-        NoDestinationDirectory = 700104, ///< The directory of a destination cannot be created.
+        NoDestinationDirectory = 700104, ///< The parent directory of a destination cannot be created.
         Aborted = 700105,                ///< The job was stopped by Abort or a new Copy.
         DestinationNotRemoved = 700106,  ///< An existing destination cannot be removed.
         /// The copying itself failed. The source may be a fifo, a socket or a device, or the very file at the
@@ -73,8 +73,8 @@ public Q_SLOTS:
 
     /**
      * Blocks until the running job has ended, without running the event loop. The job's signals are emitted
-     * afterwards. Does nothing without a job. The current item, such as a large file, can take a long time:
-     * in a GUI program, move the copier to a separate thread and call Abort there.
+     * afterwards. Does nothing if no job is running. The current item, such as a large file, can take a long
+     * time: in a GUI program, move the copier to a separate thread and call Abort there.
      *
      * @param force true to stop the job after the current item, false to wait for all items
      */
@@ -92,7 +92,7 @@ Q_SIGNALS:
     void progress(int current, int total);
     /// Emitted when everything is copied.
     void succesed();
-    /// Emitted when the job has failed, with an Error.
+    /// Emitted when the job fails; the code is an Error.
     void failed(int errorCode, const QString& errorText);
 
 private:

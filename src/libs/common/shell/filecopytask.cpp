@@ -266,7 +266,7 @@ bool FileCopyTask::MakeFolder(const Item& item, const QString& destination)
             return !folder.isEmpty() && (QDir(folder).exists() || QDir().mkpath(folder));
         }
         if (!destinations.To(item.directory).IsOpen()) {
-            destinations.CloseAll(); // Directories above it were removed, too.
+            destinations.CloseAll(); // Parent directories were removed, too.
         }
         return destinations.To(item.directory).IsOpen();
     };

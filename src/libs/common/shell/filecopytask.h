@@ -10,7 +10,7 @@
 namespace common
 {
 
-/// One job of a FileCopier; see there.
+/// Runs one job of a FileCopier.
 class FileCopyTask final : public FileTask
 {
     Q_OBJECT

@@ -14,11 +14,11 @@ namespace common
 {
 
 /**
- * Finds the entries below directories, reports each of them, and can remove them. Everything happens inside
- * the call, on the caller's thread.
+ * Finds the entries below directories, reports each of them, and can remove them. All work is done inside the
+ * call, on the caller's thread.
  *
- * Does not find hidden entries and system entries (on Linux fifos, sockets, devices and dangling links).
- * Keeps what it has found, so a second scan adds the same entries again.
+ * Does not find hidden entries or system entries (on Linux fifos, sockets, devices and dangling links). Keeps
+ * what it has found, so a second scan adds the same entries again.
  *
  * @warning The signals are emitted inside the call: a receiver must not delete the helper.
  */

@@ -9,7 +9,7 @@ namespace common
 QString SearchedPath(const QString& path)
 {
     const qsizetype colon = path.indexOf(u':');
-    if (colon < 2 || path.startsWith(u'/')) { // One letter is a drive.
+    if (colon < 2 || path.startsWith(u'/')) { // A single letter is a drive.
         return SystemPath(path);
     }
     const QStringList places = QDir::searchPaths(path.left(colon));

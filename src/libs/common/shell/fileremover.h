@@ -30,10 +30,11 @@ class FileTask;
  * file, is removed as a link; its target stays. If a link is added as a directory, the content of its target
  * is removed.
  *
- * A job ends with exactly one of `succesed` and `failed`. The log channel "shell.fileremove" has the details.
+ * A job ends with exactly one of `succesed` and `failed`. Details are logged on the channel
+ * "shell.fileremove".
  *
- * @note Use a remover on the thread that it lives on. The event loop of that thread delivers all signals,
- * apart from `failed` with NoTask, which is emitted inside Remove.
+ * @note Use a remover only on the thread that it lives in. The event loop of that thread delivers all
+ * signals, apart from `failed` with NoTask, which is emitted inside Remove.
  */
 class VXCOMMON_EXPORT FileRemover : public QObject
 {
@@ -66,8 +67,8 @@ public Q_SLOTS:
 
     /**
      * Blocks until the running job has ended, without running the event loop. The job's signals are emitted
-     * afterwards. Does nothing without a job. The current item, including its retries, can take a long time:
-     * in a GUI program, move the remover to a separate thread and call Abort there.
+     * afterwards. Does nothing if no job is running. The current item, including its retries, can take a long
+     * time: in a GUI program, move the remover to a separate thread and call Abort there.
      *
      * @param force true to stop the job after the current item, false to wait for all items
      */
@@ -83,7 +84,7 @@ Q_SIGNALS:
     void progress(int current, int total);
     /// Emitted when everything is removed.
     void succesed();
-    /// Emitted when the job has failed, with an Error.
+    /// Emitted when the job fails; the code is an Error.
     void failed(int errorCode, const QString& errorText);
 
 private:

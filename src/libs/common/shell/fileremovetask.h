@@ -7,7 +7,7 @@
 namespace common
 {
 
-/// One job of a FileRemover; see there.
+/// Runs one job of a FileRemover.
 class FileRemoveTask final : public FileTask
 {
     Q_OBJECT

@@ -36,7 +36,7 @@ void FileTask::Start()
         isWorking = true;
         thread->start(QThread::InheritPriority);
     }
-    // If the system cannot start a thread, only the thread's state shows it.
+    // QThread reports a failed start only through its state.
     if (!thread || (!thread->isRunning() && !thread->isFinished())) {
         isWorking = false;
         Fail(traits.threadMissingCode, QStringLiteral("Thread variable is NULL!"));

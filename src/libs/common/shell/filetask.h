@@ -23,13 +23,13 @@ namespace common
 
 struct ListedEntry;
 
-/// The texts and codes of one kind of file job.
+/// Texts and codes of one kind of file job.
 struct FileTaskTraits
 {
     logger::Channel channel;
     const char* startText;
     int taskMissingCode;         ///< No memory for the task.
-    const char* taskMissingText; ///< The text for that code.
+    const char* taskMissingText; ///< The text for taskMissingCode.
     int threadMissingCode;       ///< No memory for the thread, or the system cannot start one.
     int abortedCode;
     const char* failedText;   ///< %1 is the code.
@@ -38,9 +38,9 @@ struct FileTaskTraits
 };
 
 /**
- * One file job: the skeleton that copying and removing share. The object belongs to its owner's thread and
- * works on a separate thread, which runs once. When that ends, the object deletes itself through the
- * owner's event loop.
+ * One file job: the base class for copying and removing. The object belongs to its owner's thread and works
+ * on a separate thread, which runs once. When that thread ends, the object deletes itself through the owner's
+ * event loop.
  *
  * Caller and worker share only the abort flag and the reports. The work lists in the derived classes belong
  * to the worker from Start on.
@@ -74,7 +74,7 @@ private Q_SLOTS:
 protected:
     explicit FileTask(const FileTaskTraits& traits_);
 
-    /// Turns directories into items. Like all steps on the worker it returns an error code, 0 for success.
+    /// Turns directories into items. Like all worker steps, returns an error code; 0 means success.
     virtual int Scan() = 0;
     /// Processes the items one by one and reports each.
     virtual int WorkAll() = 0;
@@ -125,7 +125,7 @@ private:
     std::atomic<qint32> abortFlag = 0;
     /// Cleared by the worker when it no longer uses the task.
     std::atomic<bool> isWorking = false;
-    std::unique_ptr<QThread> thread; ///< Null if there was no memory for it.
+    std::unique_ptr<QThread> thread; ///< Null if memory could not be allocated.
 };
 
 /// Ends the job, if there is one, and clears the pointer. The owner still receives the signals reported so

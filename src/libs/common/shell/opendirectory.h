@@ -47,7 +47,7 @@ public:
     bool MakeChild(const QString& name) const;
 
     bool IsOpen() const { return !path.isEmpty(); }
-    bool IsMissing() const { return missing; } ///< Not open because no such directory exists.
+    bool IsMissing() const { return missing; } ///< Whether opening failed because it does not exist.
     bool IsHeld() const { return native != none; }
 
     std::intptr_t Native() const { return native; } ///< The descriptor or handle.

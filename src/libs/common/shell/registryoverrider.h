@@ -18,7 +18,7 @@ class RegistryOverriderImpl;
  *
  * Roots are given by name, such as "HKEY_CLASSES_ROOT", in upper case. If the redirection fails, the object
  * is inert, and an Error line on the log channel "common.shell" reports the Windows error code. On Linux it
- * always fails, with the code 120 (ERROR_CALL_NOT_IMPLEMENTED).
+ * always fails, with code 120 (ERROR_CALL_NOT_IMPLEMENTED).
  */
 class VXCOMMON_EXPORT RegistryOverrider
 {

@@ -12,7 +12,7 @@ namespace common
  * Runs `primitive` up to five times, 50 ms apart, until it returns true. Logs a warning for each attempt that
  * failed.
  *
- * @param failure returns what failed, without the number of the attempt; only called on failure
+ * @param failure returns a description of the failure, without the attempt number; called only on failure
  */
 template<class Primitive, class Failure>
 bool Retry(const Primitive& primitive, const Failure& failure)

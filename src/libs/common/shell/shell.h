@@ -25,11 +25,11 @@ public:
     /// Return paths with native separators. Create missing folders, but do not report failures to do so.
     /// @{
 
-    /// Returns the application data of the user: CSIDL_APPDATA (roaming) on Windows, XDG_DATA_HOME on Linux.
+    /// Returns the user's data directory: CSIDL_APPDATA (roaming) on Windows, XDG_DATA_HOME on Linux.
     static QString AppPath();
     /// Returns CSIDL_DESKTOPDIRECTORY on Windows, the XDG user directory DESKTOP on Linux.
     static QString DesktopPath();
-    /// Returns the start menu entries of the user: CSIDL_PROGRAMS, or "applications" in XDG_DATA_HOME.
+    /// Returns the user's start menu directory: CSIDL_PROGRAMS, or "applications" in XDG_DATA_HOME.
     static QString StartMenuPath();
     /// Returns the quick launch folder below AppPath, even if the desktop has none. Does not create it.
     static QString QuickLaunchPath();
@@ -65,9 +65,9 @@ public:
     static bool Copy(const QString& source, const QString& destination, bool overwrite);
 
     /**
-     * Copies `files`, which are below `sourceDirectory`, to the same places below `destinationDirectory`.
-     * Stops at the first file that cannot be copied and returns false; files copied before it stay. With an
-     * empty directory name, every file fails.
+     * Copies `files`, which are below `sourceDirectory`, to the same relative paths below
+     * `destinationDirectory`. Stops at the first file that cannot be copied and returns false; files copied
+     * earlier remain. With an empty directory name, every file fails.
      */
     static bool Copy(const QStringList& files, const QString& sourceDirectory,
                      const QString& destinationDirectory, bool overwrite);
@@ -91,8 +91,8 @@ public:
     /**
      * Moves a directory. Renames it on one drive; otherwise copies it as CopyDir does and removes the source.
      *
-     * The drive of a path is the string before its first ":". If one of the paths has no drive, like most
-     * paths on Linux, an Error line is logged and the directory is renamed.
+     * The drive of a path is the part before its first ":". If one of the paths has no drive, like most paths
+     * on Linux, an Error line is logged and the directory is renamed.
      *
      * Between drives, fails and changes nothing if the destination is in the source, or if the source
      * contains pipes, devices or dangling links, which cannot be copied.
@@ -149,7 +149,8 @@ public:
      * Starts a separate process that removes the directory `path` with everything in it within about 5 s, so
      * that a program can remove its own installation. Does not report the outcome of the removal.
      *
-     * @return whether that process started, which is also logged; true if the directory does not exist
+     * @return whether that process started; true if the directory does not exist. The outcome of the start is
+     * also logged.
      */
     static bool RemoveAfterExit(const QString& path);
     /// @}
@@ -190,8 +191,8 @@ public:
     static int ProcessWait(const QString& name, int timeout);
 
     /**
-     * Returns the paths of those modules of this process, executable and libraries, whose path contains
-     * `name`. Case-sensitive, in the loader's order.
+     * Returns the paths that contain `name` among those of the modules (executable and libraries) of this
+     * process. Case-sensitive, in the loader's order.
      */
     static QStringList ProcessModules(const QString& name);
 

@@ -117,7 +117,7 @@ void SetPermissions(int target, mode_t mode)
     }
 }
 
-/// The file that is being created.
+/// The file being created.
 class Target
 {
 public:

@@ -13,7 +13,7 @@ namespace common::shell
  * Returns the serial number of the disk below a file system.
  *
  * @param root prefix of /proc, /sys, /run; empty except in tests
- * @param device the file system, as st_dev of a file on it
+ * @param device st_dev of a file on the file system
  */
 DiskSerial ReadDiskSerialOf(const QString& root, dev_t device);
 

@@ -106,7 +106,8 @@ private:
     quint64 startTime = 0;
 };
 
-/// Returns null unless `id` is that of a running process which, if `forEnding`, this user may terminate.
+/// Returns null unless `id` is that of a running process and, if `forEnding` is set, this user may terminate
+/// it.
 std::unique_ptr<LinuxProcess> OpenId(unsigned long id, bool forEnding)
 {
     if (id == 0 || id > static_cast<unsigned long>(std::numeric_limits<pid_t>::max())) {

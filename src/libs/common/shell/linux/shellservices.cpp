@@ -28,7 +28,7 @@ namespace
 /// Timeout for the file manager, including its start; leaves time to start xdg-open.
 constexpr std::chrono::milliseconds fileManagerLimit{1500};
 
-/// Returns whether an error comes from the bus, which found no file manager, rather than from a file manager.
+/// Returns whether an error means that the bus found no file manager.
 bool IsNobodyThere(const QDBusMessage& error)
 {
     switch (QDBusError(error).type()) {
@@ -122,7 +122,7 @@ bool SaveShortcut(const Shortcut& shortcut, const QString& path)
             text += platform::DesktopEntryLine(key, value);
         }
     }
-    // Replace a link itself, so that it cannot redirect the write.
+    // If the path is a link, replace the link, so that it cannot redirect the write.
     if (QFileInfo(path).isSymLink() && !QFile::remove(path)) {
         return false;
     }
