@@ -21,14 +21,13 @@ enum class FileAccess
 };
 
 /**
- * Makes `bytes` the content of the file at `path`. The directory must exist. Any thread may call the
- * function.
+ * Makes `bytes` the content of the file at `path`. The directory must exist. Thread-safe.
  *
  * Writes a temporary file beside the old one and renames it, so that a full disk or a killed process leaves
- * the old file intact. Writes in place if a rename would lose the owner, the group, the access control list
- * or a hard link of the old file, or if the old file is not a regular file. Also writes in place if the
- * directory does not allow the temporary file or the rename. Follows symbolic links. Extended attributes
- * other than the access control list are lost in a rename.
+ * the old file intact. Writes in place if the old file is not a regular file, or if a rename would lose its
+ * owner, group, access control list or hard links. Also writes in place if the directory does not allow the
+ * temporary file or the rename. Follows symbolic links. Extended attributes other than the access control
+ * list are lost in a rename.
  */
 SaveOutcome SaveFile(const QString& path, const QByteArray& bytes, FileAccess access = FileAccess::Usual);
 

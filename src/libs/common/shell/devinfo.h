@@ -7,8 +7,7 @@
 namespace common::shell
 {
 
-/// The identity of this machine. Any thread may call the functions while no other thread assigns the
-/// alternative id.
+/// The identity of this machine. Thread-safe while no thread assigns the alternative id.
 class VXCOMMON_EXPORT DeviceInfo
 {
 public:
@@ -20,8 +19,8 @@ public:
      * Windows: IOCTL_STORAGE_QUERY_PROPERTY on the physical drive. Linux: the udev record, or the serial
      * number that the kernel provides below /sys. If no serial number is available, returns the alternative
      * id or, if that is empty, a UUID in braces that is created once per process. In this case, each call
-     * logs a Crit line on the channel "common.devinfo" with the system's error number; 0 means that the disk
-     * has no serial number.
+     * logs a Crit line on the channel "common.devinfo" with the system's error number, or 0 if the disk has
+     * no serial number.
      */
     static QString GetSerialNumber();
 

@@ -32,7 +32,7 @@ class FileTask;
  * a tree is copied as a link, with a target relative to the directory of the source link. A directory without
  * entries to copy is not created.
  *
- * A job ends with exactly one of `succesed` and `failed`. Details are logged on the channel "shell.filecopy".
+ * A job ends with exactly one of `succesed` and `failed`. The channel "shell.filecopy" logs details.
  *
  * @note Use a copier only on the thread that it lives in. The event loop of that thread delivers all signals,
  * apart from `failed` with NoTask, which is emitted inside Copy.
@@ -74,7 +74,7 @@ public Q_SLOTS:
     /**
      * Blocks until the running job has ended, without running the event loop. The job's signals are emitted
      * afterwards. Does nothing if no job is running. The current item, such as a large file, can take a long
-     * time: in a GUI program, move the copier to a separate thread and call Abort there.
+     * time. In a GUI program, move the copier to a separate thread and call Abort there.
      *
      * @param force true to stop the job after the current item, false to wait for all items
      */

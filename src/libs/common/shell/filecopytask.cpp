@@ -86,8 +86,7 @@ int FileCopyTask::ScanPath(const QString& sourceRoot, const QString& destination
 
 int FileCopyTask::WorkAll()
 {
-    // Kept for compatibility: a pair that was added both as a file and as a link is handled as a file both
-    // times.
+    // Kept for compatibility: a pair added both as a file and as a link is handled as a file both times.
     QHash<PathPair, std::size_t> fileOf;
     for (std::size_t i = 0; i < files.size() && !symlinks.empty(); ++i) {
         const Paths paths = PathsOf(files[i]);

@@ -27,12 +27,10 @@ inline bool operator==(const FileId& first, const FileId& second)
 /// if the entry does not exist.
 std::optional<FileId> GetFileId(const QString& path);
 
-/// Returns the identity of the file or directory at `path`, following links. Returns nothing if it does not
-/// exist.
+/// Returns the identity of the file or directory at `path`, following links; nothing if it does not exist.
 std::optional<FileId> GetTargetId(const QString& path);
 
-/// Returns whether `entry` is a symbolic link, a shortcut or an NTFS junction. The target of a link is not
-/// part of the tree.
+/// Returns whether `entry` is a symbolic link, a shortcut or an NTFS junction. Trees exclude link targets.
 bool IsLink(const QFileInfo& entry);
 
 /// Returns whether something exists under the name of `entry`, even a dangling link.

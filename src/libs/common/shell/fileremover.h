@@ -30,8 +30,7 @@ class FileTask;
  * file, is removed as a link; its target stays. If a link is added as a directory, the content of its target
  * is removed.
  *
- * A job ends with exactly one of `succesed` and `failed`. Details are logged on the channel
- * "shell.fileremove".
+ * A job ends with exactly one of `succesed` and `failed`. The channel "shell.fileremove" logs details.
  *
  * @note Use a remover only on the thread that it lives in. The event loop of that thread delivers all
  * signals, apart from `failed` with NoTask, which is emitted inside Remove.
@@ -68,7 +67,7 @@ public Q_SLOTS:
     /**
      * Blocks until the running job has ended, without running the event loop. The job's signals are emitted
      * afterwards. Does nothing if no job is running. The current item, including its retries, can take a long
-     * time: in a GUI program, move the remover to a separate thread and call Abort there.
+     * time. In a GUI program, move the remover to a separate thread and call Abort there.
      *
      * @param force true to stop the job after the current item, false to wait for all items
      */

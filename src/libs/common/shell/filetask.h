@@ -132,8 +132,7 @@ private:
 /// far.
 void DropTask(QPointer<FileTask>& task, bool force);
 
-/// Emits the reported progress. A slot may destroy the owner, or run an event loop that calls this function
-/// again.
+/// Emits the reported progress. A slot may destroy the owner, or reenter this function from an event loop.
 template<class Owner>
 void EmitProgress(const QPointer<Owner>& owner, const std::shared_ptr<TaskProgress>& progress)
 {

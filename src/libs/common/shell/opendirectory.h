@@ -83,8 +83,7 @@ struct FilePlace
     const OpenDirectory* directory; ///< Null for a path.
     QString name;
 
-    /// Returns whether the name is in a directory that is held open. If so, a link of that name must not be
-    /// followed.
+    /// Returns whether the name is in a directory held open. If so, do not follow a link of that name.
     bool IsHeld() const { return directory != nullptr && directory->IsHeld(); }
     /// Returns a path for Qt's functions, not for display. Empty if the directory is not open.
     QString Path() const

@@ -47,8 +47,7 @@ public:
     /// Returns true: the product exists for 64-bit systems only.
     static bool Is64BitSystem();
 
-    /// Returns the language tag of the user such as "de-DE"; if none is available, the locale name such as
-    /// "de_DE".
+    /// Returns the user's language tag, such as "de-DE"; if unavailable, the locale name, such as "de_DE".
     static QString LocaleName();
 
     /// @name Files and directories
@@ -76,12 +75,11 @@ public:
      * Copies a directory tree, without hidden files. Logs nothing.
      *
      * Fails if a file already exists, or if a link exists in the place of a directory below `destination`.
-     * Also fails for a directory whose copy would never end: the destination itself, or a link to a directory
-     * above the link.
+     * Also fails for a directory whose copy would never end: the destination, or a link to a parent
+     * directory.
      *
      * @param destination must exist, unless the source has a subdirectory to copy, which creates it
-     * @param filters directories to copy at the first level; below it, all directories that are not hidden
-     * are copied
+     * @param filters directories to copy at the first level; below it, copies all that are not hidden
      * @param tolerate true to skip files of the first level that cannot be copied
      * @return false at the first failure that is not skipped
      */
@@ -95,7 +93,7 @@ public:
      * on Linux, an Error line is logged and the directory is renamed.
      *
      * Between drives, fails and changes nothing if the destination is in the source, or if the source
-     * contains pipes, devices or dangling links, which cannot be copied.
+     * contains pipes, devices or dangling links.
      *
      * @return whether all files are at `destination`; if the source cannot be removed after the copy, only a
      * Warn line is logged
@@ -149,8 +147,7 @@ public:
      * Starts a separate process that removes the directory `path` with everything in it within about 5 s, so
      * that a program can remove its own installation. Does not report the outcome of the removal.
      *
-     * @return whether that process started; true if the directory does not exist. The outcome of the start is
-     * also logged.
+     * @return whether the process started (also logged); true if the directory does not exist
      */
     static bool RemoveAfterExit(const QString& path);
     /// @}
@@ -165,8 +162,7 @@ public:
      * for one Warn line on a Linux kernel without pidfd.
      *
      * On Linux, the executable name is the base name of the image file; for a script, that of its
-     * interpreter. If this user may not read the image's path, the kernel's name is used, which is limited to
-     * 15 bytes.
+     * interpreter. If this user may not read the image's path, the kernel's name (at most 15 bytes) is used.
      */
     /// @{
 
@@ -174,8 +170,7 @@ public:
     static bool ProcessExists(const QString& name);
 
     /**
-     * Terminates all matching processes immediately, by TerminateProcess with exit code 1, or SIGKILL on
-     * Linux.
+     * Terminates all matching processes, by TerminateProcess with exit code 1, or SIGKILL on Linux.
      *
      * @return 0 if all processes that could be opened were terminated, or there were none; otherwise -1
      */
@@ -191,8 +186,8 @@ public:
     static int ProcessWait(const QString& name, int timeout);
 
     /**
-     * Returns the paths that contain `name` among those of the modules (executable and libraries) of this
-     * process. Case-sensitive, in the loader's order.
+     * Returns the paths of this process's modules (executable and libraries) that contain `name`.
+     * Case-sensitive, in the loader's order.
      */
     static QStringList ProcessModules(const QString& name);
 

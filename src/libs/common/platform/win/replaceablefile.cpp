@@ -21,8 +21,7 @@ HANDLE HandleOf(int file)
     return reinterpret_cast<HANDLE>(::_get_osfhandle(file));
 }
 
-/// Owner and access control list of an open file; FAT has no list. The pointers refer to data in the
-/// descriptor.
+/// Owner and access control list of an open file; FAT has no list. The pointers refer to the descriptor.
 struct Security
 {
     explicit Security(HANDLE file)

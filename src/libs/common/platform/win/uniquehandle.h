@@ -9,8 +9,8 @@
 namespace common::platform
 {
 
-/// Owns a handle for CloseHandle. Null and INVALID_HANDLE_VALUE, which system calls return on failure, mean
-/// no handle.
+/// Owns a handle for CloseHandle. Treats null and INVALID_HANDLE_VALUE, which system calls return on failure,
+/// as no handle.
 class UniqueHandle
 {
 public:

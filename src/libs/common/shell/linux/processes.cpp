@@ -44,8 +44,7 @@ bool IsOrdinaryId(unsigned long id)
     return id > 1 && id <= static_cast<unsigned long>(std::numeric_limits<pid_t>::max());
 }
 
-/// A process identified by a pidfd. If the kernel (before 5.3) or a sandbox provides none, it is identified
-/// by its id and start time.
+/// A process identified by a pidfd or, before Linux 5.3 or in some sandboxes, by its id and start time.
 class LinuxProcess final : public Process
 {
 public:
@@ -106,8 +105,7 @@ private:
     quint64 startTime = 0;
 };
 
-/// Returns null unless `id` is that of a running process and, if `forEnding` is set, this user may terminate
-/// it.
+/// Returns null if `id` names no running process, or, with `forEnding`, one that this user may not terminate.
 std::unique_ptr<LinuxProcess> OpenId(unsigned long id, bool forEnding)
 {
     if (id == 0 || id > static_cast<unsigned long>(std::numeric_limits<pid_t>::max())) {

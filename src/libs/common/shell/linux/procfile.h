@@ -26,8 +26,8 @@ std::optional<Stat> ReadStat(pid_t process);
 /// inspect.
 QString ImagePath(pid_t process);
 
-/// Returns the base name of the image; if the image is unknown, the kernel's name of the process; if the
-/// process has ended, an empty string.
+/// Returns the base name of the image or, if the image is unknown, the kernel's name for the process. Returns
+/// an empty string if the process has ended.
 QString ExecutableName(pid_t process);
 
 /// Returns the path of the file that is mapped into this process at an address; empty if none is.

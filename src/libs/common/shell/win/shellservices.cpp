@@ -150,8 +150,8 @@ bool SaveShortcut(const Shortcut& shortcut, const QString& path)
 
 unsigned long StartRemoval(const QString& directory, const QString& workingDirectory, QString& command)
 {
-    // The ping only provides the delay. The interpreter does not run in the current directory of this
-    // process.
+    // The ping only provides the delay. The path is absolute, because the interpreter runs in another
+    // directory.
     command = (QLatin1String("cmd.exe /C \"ping 1.1.1.1 -n 1 -w 5000 > Nul & rmdir /S /Q \"") +
                QDir::toNativeSeparators(ResolvedPath(directory)) + u'"')
                   .left(maxRemovalCommand);
