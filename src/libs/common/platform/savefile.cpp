@@ -63,7 +63,7 @@ SaveOutcome SaveFile(const QString& path, const QByteArray& bytes, FileAccess ac
 {
     const QFileInfo old(path);
     const bool isNew = !old.exists();
-    // A device or a pipe must not be replaced, nor a link that is dangling or circular.
+    // Never replace a device, a pipe, or a dangling or circular link.
     const bool mustStay = isNew ? old.isSymLink() : !old.isFile();
     QSaveFile file(path);
     if (!mustStay && file.open(QIODevice::WriteOnly) && (isNew || IsReplaceable(path, file.handle()))) {

@@ -82,7 +82,7 @@ public Q_SLOTS:
 
     /// Adds a link that is copied as a link. Like the two functions below, does not access the disk.
     void AddSymlink(const QString& fileSourcePath, const QString& fileDestPath);
-    /// Adds a file. The job creates missing directories of the destination.
+    /// Adds a file. The job creates missing parent directories of the destination.
     void AddFile(const QString& fileSourcePath, const QString& fileDestPath);
     /// Adds a tree. The job copies the content of the source directory into the destination directory.
     void AddDirectory(const QString& dirSourcePath, const QString& dirDestPath);

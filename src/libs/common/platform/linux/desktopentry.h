@@ -19,7 +19,7 @@ QStringList SplitArguments(const QString& arguments);
  */
 QString DesktopExec(const QString& program, const QStringList& arguments);
 
-/// Returns one "key=value" line of a desktop entry with the escapes of a string value.
+/// Returns one "key=value" line of a desktop entry, with the value escaped as a string.
 QString DesktopEntryLine(const QString& key, const QString& value);
 
 } // namespace common::platform

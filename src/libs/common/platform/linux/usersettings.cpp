@@ -135,7 +135,7 @@ private:
 
     void EndEdit()
     {
-        tree.reset(); // Writes the copy once more if there are unsaved changes.
+        tree.reset(); // QSettings writes unsaved changes to the copy.
         QFile::remove(copyPath);
     }
 
