@@ -243,7 +243,7 @@ int FileCopyTask::BeforeCopy(const Item& item, const Paths& paths, bool& isInThe
     }
     isInTheWay = IsLink(info) || !info.isDir();
     if (isInTheWay && LeadsTo(SourceOf(item).Path(), place.Path())) {
-        // Removing the destination would remove the content of the source.
+        // Both lead to the same file, so removing the destination would lose the source.
         LOG_MESSAGE(logger::Error)
             << QStringLiteral("'%1' and '%2' are the same file").arg(source, destination);
         return FileCopier::CopyFailed;

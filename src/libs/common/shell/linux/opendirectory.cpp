@@ -34,7 +34,7 @@ Removal Remove(const FilePlace& place, int flags)
     if (errno != ENOTDIR) {
         return errno == ENOENT ? Removal::Missing : Removal::Failed;
     }
-    // A file, or a path below a file, counts as missing; a link to a directory counts as a failure.
+    // A file, or a path below a file, counts as missing. A link to a directory cannot be removed as one.
     struct stat status = {};
     const bool isDirectory =
         ::fstatat(DirectoryOf(place), name.constData(), &status, 0) == 0 && S_ISDIR(status.st_mode);
