@@ -1,4 +1,4 @@
-/// Measures the cost of an address, alone and in long lists, and each pattern on long texts.
+/// Measures the time per address, alone and in long lists, and each pattern on long texts.
 
 #include <common/sip/password.h>
 #include <common/sip/sipid.h>
@@ -94,8 +94,8 @@ constexpr Pattern patterns[] = {
     {"SipId::Check", HasNoError},
 };
 
-/// Texts that the patterns match for long, cut to the length of the run: one symbol, and repeated pieces of
-/// addresses that leave the engine several choices.
+/// Pieces that are repeated to form hostile texts: single symbols, and parts of addresses that a pattern can
+/// match in several ways.
 constexpr const char16_t* hostilePieces[] = {u"a",    u"1",        u".",        u"a.",
                                              u"a@",   u",1",       u"- ",       u"a1-_",
                                              u"@a.b", u"a@b.cc:1", u"\"\\\" <", u"\xd83d\xde00"};

@@ -1,5 +1,5 @@
-/// Compares copying and removing trees with the system's programs. The files are on the disk (in TMPDIR) and,
-/// if there is such a file system, in memory, where only the work itself counts.
+/// Compares copying and removing trees with the system's programs. The files are on the disk (in TMPDIR) and, if
+/// /dev/shm has enough room, in memory, which excludes the time of the disk.
 
 #include <common/shell/filecopier.h>
 #include <common/shell/fileremover.h>
@@ -34,7 +34,7 @@ namespace fs = std::filesystem;
 
 constexpr std::int64_t smallTree = 1000;
 constexpr std::int64_t largeTree = 50000;
-constexpr std::int64_t hugeTree = 4 * largeTree; ///< In memory only: a disk would take minutes.
+constexpr std::int64_t hugeTree = 4 * largeTree; ///< Used in memory only: on a disk, a copy takes minutes.
 constexpr std::int64_t filesPerFolder = 100;
 constexpr std::int64_t bigFileSize = std::int64_t{2} << 30;
 
@@ -93,7 +93,7 @@ private:
     QTemporaryDir folder;
 };
 
-/// Runs a job as a program would, in an event loop; the time of the last signal is that of the end.
+/// Runs a job in an event loop, as a program would, until its last signal.
 template<class Job>
 bool Run(Job& job, bool (Job::*start)(), bool listen)
 {
@@ -144,7 +144,7 @@ bool RunProgram(std::vector<std::string> words)
            waitpid(child, &status, 0) == child && status == 0;
 }
 
-/// The tree of `files` files below `place`, made once: making it takes longer than copying it.
+/// Returns the tree of `files` files below `place`. The first call creates it; later calls reuse it.
 const Work& TreeOf(const fs::path& place, std::int64_t files)
 {
     static std::map<std::pair<fs::path, std::int64_t>, Work> trees;
@@ -155,7 +155,7 @@ const Work& TreeOf(const fs::path& place, std::int64_t files)
     return tree->second;
 }
 
-/// Measures `step`, with `prepare` before and a clean directory after each round.
+/// Measures `step`. Before each round, runs `prepare`; after it, clears the directory.
 template<class Prepare, class Step>
 void Measure(benchmark::State& state, const Work& work, const Prepare& prepare, const Step& step)
 {
@@ -190,7 +190,7 @@ void CopyTree(benchmark::State& state, const char* variant, const fs::path& plac
 
 void CopyBigFile(benchmark::State& state, bool ours)
 {
-    // A disk takes one to nine seconds for the same copy, by cp as well.
+    // The time on a disk varies too much: the same copy takes from one to nine seconds, even with cp.
     static const Work work(HasRoomInMemory() ? fs::path(memory) : fs::temp_directory_path());
     if (!fs::exists(work.Source())) {
         work.MakeBigFile();
@@ -198,7 +198,7 @@ void CopyBigFile(benchmark::State& state, bool ours)
     const auto copyByProgram = [] {
         return RunProgram({"cp", "--reflink=auto", work.Source().string(), work.Target().string()});
     };
-    // A virtual machine has to get memory back that has not been in use just now.
+    // Warm up, because a virtual machine has to reclaim memory that it has not used recently.
     const auto warmUp = [copyByProgram] {
         copyByProgram();
         work.Clear();

@@ -53,7 +53,7 @@ const QByteArray& Packed()
     return packed;
 }
 
-/// Creates both, so that no measured run does.
+/// Creates the input and its compressed form outside the measurement.
 void Prepare()
 {
     Packed();
@@ -140,7 +140,7 @@ void DecompressZlib(benchmark::State& state)
     for (auto _ : state) {
         z_stream stream{};
         inflateInit2(&stream, windowBits);
-        // The size is known here, as it is in none of the library's uses.
+        // The peer knows the output size in advance; the library never does.
         QByteArray output(Input().size(), Qt::Uninitialized);
         stream.next_in = Bytes(Packed());
         stream.avail_in = static_cast<uInt>(Packed().size());
@@ -172,7 +172,7 @@ void DecompressLibdeflate(benchmark::State& state)
 }
 BENCHMARK(DecompressLibdeflate)->Name("gunzip of 64 MB/libdeflate")->Unit(benchmark::kMillisecond);
 
-/// Measures the cost of a growing output: the time must grow linearly with the size.
+/// Measures output that far exceeds its input: the time must grow linearly with the size.
 void DecompressZeros(benchmark::State& state)
 {
     QByteArray packed;

@@ -1,5 +1,5 @@
 /// Compares downloads and small requests, served by nginx on the loopback, with curl and Qt's own classes.
-/// The program starts the server through a script that runs the program again.
+/// The program calls a script that starts the server and then runs the program again.
 
 #include <common/http/ifiledownload.h>
 #include <common/http/ihttprequest.h>
@@ -34,7 +34,7 @@ using common::http::IHttpRequest;
 
 constexpr qint64 fileSize = 1000000000;
 constexpr int requestCount = 5000;
-constexpr int inFlight = 6; // As many as Qt has connections to a host.
+constexpr int inFlight = 6; // Qt opens at most six connections to a host.
 
 QUrl Url(const QString& path)
 {
@@ -111,7 +111,7 @@ private:
     qint64 longest = 0;
 };
 
-/// Runs a program to its end and reads its memory use every few milliseconds.
+/// Runs a program until it exits, and samples its memory use every few milliseconds.
 QByteArray OutputOf(const QString& program, const QStringList& arguments, double& peak)
 {
     constexpr int interval = 20;
@@ -175,7 +175,7 @@ void DownloadByCurl(benchmark::State& state)
     state.SetBytesProcessed(state.iterations() * fileSize);
 }
 
-/// Runs six requests of the library, each sent again as soon as it has ended.
+/// Keeps six requests of the library in flight: sends each again as soon as it ends.
 void SmallByLibrary(benchmark::State& state)
 {
     QNetworkAccessManager manager;
@@ -211,7 +211,7 @@ void SmallByLibrary(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * requestCount);
 }
 
-/// As above with the bare manager, with the header that the library sends.
+/// Does the same with the bare manager, and sends the header that the library adds.
 void SmallByQt(benchmark::State& state)
 {
     QNetworkAccessManager manager;

@@ -1,4 +1,4 @@
-/// One log line through the facade into log4cpp's rolling file, compared with log4cpp alone and with other
+/// Compares a log line written through the library to log4cpp's rolling file with log4cpp alone and with other
 /// libraries.
 
 #include <common/logger/logger.h>
@@ -97,7 +97,7 @@ void Spdlog(benchmark::State& state)
 {
     const std::string path = LogFolder().filePath(QStringLiteral("spdlog.log")).toStdString();
     const auto log = spdlog::rotating_logger_mt("bench.line", path, maxFileSize, maxBackups);
-    log->flush_on(spdlog::level::trace); // log4cpp writes each line through as well
+    log->flush_on(spdlog::level::trace); // log4cpp also writes each line immediately
     int number = 0;
     for (auto _ : state) {
         log->info("request {} ends with code {}", ++number, 200);
@@ -127,7 +127,7 @@ void FilteredOut(benchmark::State& state)
 }
 BENCHMARK(FilteredOut)->Name("log line that is filtered out/vxcommon");
 
-/// As above, from the given number of threads.
+/// Measures filtered lines from the given number of threads.
 void FilteredOutFromThreads(benchmark::State& state)
 {
     constexpr int linesPerThread = 20000;
@@ -183,7 +183,7 @@ BENCHMARK(QtFilteredOut)->Name("log line that is filtered out/qCDebug");
 
 int main(int argc, char* argv[])
 {
-    // Qt's default handler writes there, so that the terminal is not measured.
+    // Discard what Qt's default handler writes, so that the terminal is not measured.
     if (std::freopen("/dev/null", "w", stderr) == nullptr) {
         return 1;
     }

@@ -104,7 +104,7 @@ void Find(benchmark::State& state)
 }
 BENCHMARK(Find)->Name("scan of a tree/find -type f")->Arg(smallTree)->Arg(largeTree)->UseRealTime();
 
-/// Measures `copy`, and removes the copy outside of the measurement.
+/// Measures `copy`, and removes the copy outside the measurement.
 template<typename Copy>
 void CopyTree(benchmark::State& state, const Copy& copy)
 {

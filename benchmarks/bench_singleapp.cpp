@@ -23,8 +23,8 @@ namespace
 const QString appId = QStringLiteral("bench single application");
 const QString bareName = QStringLiteral("bench-bare-socket");
 
-/// Runs the other side: the primary instance of the application, and a bare server that replies to three
-/// bytes with three.
+/// Runs the receiving process: the primary instance of the application, and a bare server that replies to
+/// three bytes with three.
 int RunServer(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);

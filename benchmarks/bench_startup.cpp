@@ -1,4 +1,4 @@
-/// Start of a program that links the library, against one that links all libraries it calls.
+/// Compares the start of a program that links the library with one that links all libraries it calls.
 
 #include <benchmark/benchmark.h>
 

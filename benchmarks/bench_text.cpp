@@ -1,4 +1,4 @@
-/// Compares the text tools (links, splitting, MD5 and AES) with tools that do the same or a part of it.
+/// Compares the text tools (links, splitting, MD5 and AES) with tools for the same tasks or parts of them.
 
 #include <common/tools/aes.h>
 #include <common/tools/stringconverter.h>
@@ -115,7 +115,7 @@ QStringList HostileTexts(qsizetype size)
     return texts;
 }
 
-/// Measures all of them, one after the other.
+/// Measures all hostile texts, one after the other.
 void HostileLinks(benchmark::State& state)
 {
     const qsizetype size = state.range(0);

@@ -1,4 +1,4 @@
-/// Cleaning a paste of 10,000 characters in an input field.
+/// Measures how long an input field takes to clean 10,000 pasted characters.
 
 #include <common/sip/sipid.h>
 #include <common/tools/insertionfixupvalidator.h>

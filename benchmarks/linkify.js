@@ -1,5 +1,5 @@
-// Finds the links of a file with linkify-it and prints the best time of one run in seconds: node linkify.js FILE
-// NODE_PATH tells where linkify-it is.
+// Finds the links in a file with linkify-it and prints the best time of five runs in seconds: node linkify.js FILE
+// NODE_PATH is the directory that contains linkify-it.
 
 const linkify = require("linkify-it")();
 linkify.set({ fuzzyEmail: false });

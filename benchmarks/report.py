@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Makes the performance page from the results of one benchmark run.
+"""Generates the performance page from the results of one benchmark run.
 
 usage: report.py TOPICS_JSON RESULTS_FOLDER [DOCS_FOLDER]
 
-Benchmarks are named TOPIC/VARIANT or TOPIC/VARIANT/SIZE. The variant "vxcommon" is the library; the others are what it
-is measured against. Without DOCS_FOLDER the page goes to standard output and no plots are made.
+Benchmarks are named TOPIC/VARIANT or TOPIC/VARIANT/SIZE. The variant "vxcommon" is the library; the others are its
+peers. Without DOCS_FOLDER, the page is written to standard output and no plots are created.
 """
 
 import json
@@ -21,10 +21,10 @@ COLOURS = ["#1f6feb", "#d1242f", "#1a7f37", "#9a6700", "#8250df", "#bf3989", "#0
 
 
 def load(folder):
-    """{topic: {size or None: {variant: benchmark}}} of the medians of all result files."""
+    """Returns the medians of all result files as {topic: {size or None: {variant: benchmark}}}."""
     topics = {}
     for path in sorted(folder.glob("*.json")):
-        # They ended in a random order; the page has that of the program.
+        # The results are in random order of execution; sort them in the order of the program.
         benchmarks = json.loads(path.read_text())["benchmarks"]
         benchmarks.sort(key=lambda benchmark: (benchmark["family_index"], benchmark["per_family_instance_index"]))
         for benchmark in benchmarks:
@@ -46,12 +46,12 @@ def seconds_text(nanoseconds):
 
 
 def time_of(benchmark):
-    """Nanoseconds of an iteration."""
+    """Returns the nanoseconds per iteration."""
     return benchmark["real_time"] * NANOSECONDS[benchmark["time_unit"]]
 
 
 def cost(benchmark):
-    """The time of one iteration, or of one item if their number is known, in nanoseconds."""
+    """Returns the nanoseconds per item or, if the number of items is unknown, per iteration."""
     if "items_per_second" in benchmark:
         return 1e9 / benchmark["items_per_second"]
     return time_of(benchmark)
@@ -91,7 +91,7 @@ def table(sizes, limits):
 
 
 def summary(described, topics):
-    """The topics with a limit, with the worst ratio of their sizes."""
+    """Returns the topics with a limit, with the worst ratio of their sizes."""
     lines = ["| Path | Peer | Ratio | At most |", "|---|---|---|---|"]
     for topic, about in described.items():
         for peer, limit in about.get("limits", {}).items():
@@ -103,7 +103,7 @@ def summary(described, topics):
 
 
 def plot(topic, sizes):
-    """An SVG of time against size, both logarithmic; a straight line of slope 1 is linear growth."""
+    """Returns an SVG of time against size, both logarithmic; a straight line of slope 1 is linear growth."""
     width, height, margin = 640, 360, 50
     legend_width = 190
     points = {}

@@ -1,5 +1,5 @@
-# Language, warnings, sanitizers and compiler cache, the same for the library and everything around it.
-# Targets of this project link vxcommon_settings; it is never exported.
+# Language, warnings, sanitizers and compiler cache for all targets of this project. They link vxcommon_settings, which
+# is never exported.
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)

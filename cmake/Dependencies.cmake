@@ -1,4 +1,4 @@
-# Every package that the library links. If one is missing, the configuration fails with its name.
+# Packages that the library links. If one is missing, the configuration fails and names it.
 
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core Network Gui Widgets)
 if(UNIX)

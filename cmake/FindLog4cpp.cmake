@@ -1,4 +1,4 @@
-# Finds log4cpp and offers it as the imported target Log4cpp::Log4cpp. On Windows, Log4cpp_DLL is its DLL, if it has one.
+# Finds log4cpp and provides the imported target Log4cpp::Log4cpp. On Windows, sets Log4cpp_DLL if log4cpp has a DLL.
 
 find_path(Log4cpp_INCLUDE_DIR log4cpp/Category.hh)
 find_library(Log4cpp_LIBRARY log4cpp)

@@ -18,7 +18,7 @@ install(EXPORT vxcommonTargets NAMESPACE vxcommon:: DESTINATION "${package_dir}"
 
 list(TRANSFORM public_qt_components PREPEND Qt6 OUTPUT_VARIABLE pc_requires)
 list(JOIN pc_requires " " VXCOMMON_PC_REQUIRES)
-# Relative to the file itself, so that the installed tree can be moved.
+# Make the prefix relative to the .pc file, so that the installed tree can be moved.
 file(RELATIVE_PATH prefix_from_pc "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 cmake_path(APPEND VXCOMMON_PC_PREFIX "\${pcfiledir}" "${prefix_from_pc}")
 cmake_path(APPEND VXCOMMON_PC_LIBDIR "\${prefix}" "${CMAKE_INSTALL_LIBDIR}")

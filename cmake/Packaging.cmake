@@ -1,5 +1,5 @@
-# Settings of the zip that cpack creates from a Windows build: scripts/package.sh windows. Debian packages are built
-# from debian/.
+# Settings of the zip archive that `scripts/package.sh windows` creates with cpack. Debian packages are built from
+# debian/.
 
 if(WIN32)
     include(WindowsBundle)

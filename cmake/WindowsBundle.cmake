@@ -1,4 +1,4 @@
-# Adds the DLLs, plugins and licences to an installation for Windows that it needs on another computer.
+# Adds the DLLs, plugins and licences that a Windows installation needs on another computer.
 
 set(qt_components Core Gui Network Widgets)
 if(VXCOMMON_WITH_QREGEXP)

@@ -1,5 +1,5 @@
-# Compiles the sources that need a library missing from the Windows SDK, without linking them. They use the headers of
-# this machine's log4cpp, Qt Core5Compat and Qt Svg, which are the same everywhere.
+# Compiles, without linking, the sources that need a library missing from the Windows SDK. They use this machine's
+# headers of log4cpp, Qt Core5Compat and Qt Svg, which do not depend on the platform.
 
 if(VXCOMMON_WITH_LOG4CPP AND VXCOMMON_WITH_QREGEXP AND VXCOMMON_WITH_SVG)
     return()
@@ -24,7 +24,7 @@ if(NOT VXCOMMON_WITH_SVG)
 endif()
 
 add_library(windows_syntax_check OBJECT ${check_sources})
-# Links to single directories: all of the host's /usr/include would hide the headers of mingw-w64.
+# Link to single directories, because the host's whole /usr/include would hide the headers of mingw-w64.
 set(check_headers "${CMAKE_CURRENT_BINARY_DIR}/host_headers")
 file(REMOVE_RECURSE "${check_headers}")
 file(MAKE_DIRECTORY "${check_headers}")

@@ -1,4 +1,4 @@
-// Unpacks any bytes, and packs and unpacks them.
+// Decompresses any bytes, and compresses and decompresses them.
 
 #include "fuzztarget.h"
 

@@ -1,4 +1,4 @@
-// Loads any bytes as a JSON file, plain and encrypted, and saves what it understood.
+// Loads any bytes as a JSON file, plain and encrypted, and saves the result.
 
 #include "fuzztarget.h"
 

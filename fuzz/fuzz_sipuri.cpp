@@ -1,4 +1,4 @@
-// Takes any text apart as an address, and checks it as an identifier.
+// Parses any text as an address, and checks it as an identifier.
 
 #include "fuzztarget.h"
 

@@ -5,7 +5,7 @@
 
 void RunInput(const QByteArray& input)
 {
-    // The bytes as UTF-8 and as UTF-16, which includes lone surrogates.
+    // Read the bytes as UTF-8 and as UTF-16; the latter can contain lone surrogates.
     const QString texts[] = {QString::fromUtf8(input),
                              QString(reinterpret_cast<const QChar*>(input.constData()), input.size() / 2)};
     for (const QString& text : texts) {

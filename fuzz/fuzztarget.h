@@ -10,7 +10,7 @@
 /// Runs one input through the code under test. Each fuzz target defines it.
 void RunInput(const QByteArray& input);
 
-/// Ends the program, which libFuzzer takes for a finding, if a property does not hold.
+/// Aborts the program if `holds` is false, which libFuzzer reports as a finding.
 inline void Require(bool holds, const char* property)
 {
     if (!holds) {
@@ -19,8 +19,7 @@ inline void Require(bool holds, const char* property)
     }
 }
 
-// NOLINTNEXTLINE(misc-definitions-in-headers): the one entry point that libFuzzer calls, in the one file that
-// has it.
+// NOLINTNEXTLINE(misc-definitions-in-headers): each target includes this entry point of libFuzzer once.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     RunInput(QByteArray(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size)));

@@ -1,5 +1,5 @@
-# As mingw-w64.cmake, but with Clang, which has other warnings than GCC. It uses the headers and libraries of Debian's
-# mingw-w64.
+# Cross-compiles like mingw-w64.cmake, but with Clang, whose warnings differ from those of GCC. Uses the headers and
+# libraries of Debian's mingw-w64.
 
 include("${CMAKE_CURRENT_LIST_DIR}/mingw-w64.cmake")
 set(CMAKE_C_COMPILER clang)
@@ -10,7 +10,7 @@ execute_process(COMMAND ${triplet}-g++-posix -print-libgcc-file-name
     OUTPUT_VARIABLE libgcc OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 cmake_path(GET libgcc PARENT_PATH gcc_dir)
 set(gcc_headers "${gcc_dir}/include/c++")
-# Excludes the headers of this machine, which Clang would add, and sets thread-local variables as in libstdc++.
+# Exclude the headers of this machine, which Clang would add, and emulate thread-local variables as libstdc++ does.
 set(CMAKE_CXX_FLAGS_INIT "-nostdlibinc -isystem ${gcc_headers} -isystem ${gcc_headers}/${triplet}")
 string(APPEND CMAKE_CXX_FLAGS_INIT " -isystem /usr/${triplet}/include -femulated-tls -Wmicrosoft")
 string(APPEND CMAKE_CXX_FLAGS_INIT " -Wno-unused-command-line-argument")

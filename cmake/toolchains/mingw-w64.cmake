@@ -1,7 +1,7 @@
 # Cross-compiles for 64-bit Windows with Debian's mingw-w64 (posix threads) and runs programs under Wine. The
 # environment variable VXCOMMON_WINDOWS_SDK names a directory with qt6/ (Qt for mingw-w64, the same version as the Qt of
-# this machine, whose tools are used), openssl/ and, if available, log4cpp/. The options of the library are ON for the
-# libraries in that directory.
+# this machine, whose tools are used), openssl/ and, if available, log4cpp/. Options of vxcommon are ON if that
+# directory contains the library.
 
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
@@ -11,7 +11,7 @@ set(CMAKE_C_COMPILER ${triplet}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${triplet}-g++-posix)
 set(CMAKE_RC_COMPILER ${triplet}-windres)
 
-# Kept in the cache, since a later run of CMake may not have the environment of the first.
+# Cache the path, because later runs of CMake may not have the environment variable.
 if(NOT "$ENV{VXCOMMON_WINDOWS_SDK}" STREQUAL "")
     set(VXCOMMON_WINDOWS_SDK "$ENV{VXCOMMON_WINDOWS_SDK}" CACHE PATH "Folder with qt6/ and openssl/ for mingw-w64" FORCE)
 endif()
@@ -28,7 +28,7 @@ set(CMAKE_PREFIX_PATH "${VXCOMMON_WINDOWS_SDK}/qt6")
 set(QT_HOST_PATH /usr)
 set(QT_HOST_PATH_CMAKE_DIR /usr/lib/x86_64-linux-gnu/cmake)
 
-# Forced, because an SDK may gain a library after the first run of CMake.
+# Override cached options, because a library may be added to the SDK after the first run of CMake.
 function(switch_feature feature path)
     set(has_feature OFF)
     if(EXISTS "${VXCOMMON_WINDOWS_SDK}/${path}")
