@@ -1,5 +1,5 @@
-/// Compares copying and removing trees with the system's programs. The files are on the disk (in TMPDIR) and, if
-/// /dev/shm has enough room, in memory, which excludes the time of the disk.
+/// Compares copying and removing trees with the system's programs. The files are on the disk (in TMPDIR) and,
+/// if /dev/shm has enough room, in memory, which excludes the time of the disk.
 
 #include <common/shell/filecopier.h>
 #include <common/shell/fileremover.h>

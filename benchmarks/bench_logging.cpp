@@ -1,5 +1,5 @@
-/// Compares a log line written through the library to log4cpp's rolling file with log4cpp alone and with other
-/// libraries.
+/// Compares a log line written through the library to log4cpp's rolling file with log4cpp alone and with
+/// other libraries.
 
 #include <common/logger/logger.h>
 

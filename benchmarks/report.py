@@ -91,7 +91,7 @@ def table(sizes, limits):
 
 
 def summary(described, topics):
-    """Returns the topics with a limit, with the worst ratio of their sizes."""
+    """Returns a table of the topics with a limit, each with the worst ratio of its sizes."""
     lines = ["| Path | Peer | Ratio | At most |", "|---|---|---|---|"]
     for topic, about in described.items():
         for peer, limit in about.get("limits", {}).items():
