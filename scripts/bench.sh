@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the benchmarks. Without arguments it runs all and writes docs/performance.md; with names it runs these only
-# and prints what they found: scripts/bench.sh logging addresses
+# Runs all benchmarks and writes docs/performance.md. With names, runs only those benchmarks and prints their results:
+# scripts/bench.sh logging addresses
 
 source "$(dirname "$0")/lib.sh"
 
@@ -11,7 +11,7 @@ peers=build/bench/peers
 if command -v npm >/dev/null; then
     [ -d "$peers/node_modules/linkify-it" ] || quietly npm install --no-audit --no-fund --prefix "$peers" linkify-it@5.0.0
 else
-    say "linkify-it is left out: there is no npm"
+    say "Skipping linkify-it: npm is not installed"
 fi
 say "Configuring and building (bench)"
 quietly cmake --preset bench
@@ -33,12 +33,12 @@ for name in "${programs[@]}"; do
     [ -x "$program" ] || die "there is no benchmark \"$name\""
     say "Running $name"
     case $name in
-        files) repetitions=9 ;; # of more than a minute
-        addresses) repetitions=5 ;; # It has no peers.
-        logging | shell | singleapp | startup) repetitions=25 ;; # of a few seconds
+        files) repetitions=9 ;; # Takes more than a minute.
+        addresses) repetitions=5 ;; # Has no peers.
+        logging | shell | singleapp | startup) repetitions=25 ;; # Take a few seconds.
         *) repetitions=15 ;;
     esac
-    # Many short ones, interleaved, so that a busy minute of the machine affects both sides of a ratio.
+    # Many short, interleaved repetitions: other load on the machine then affects both sides of a ratio.
     quietly "$program" --benchmark_repetitions=$repetitions --benchmark_min_time=0.1 \
         --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true \
         --benchmark_out_format=json --benchmark_out="$results/$name.json"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Downloads a file from a real web server on the loopback, checked by size and MD5 sum, then a corrupted one, which must
+# Downloads a file from a real web server on the loopback, checked by size and MD5 sum, then a corrupted file, which must
 # fail: scripts/demo-download.sh [MEGABYTES]
 # The server is nginx with its files in a temporary directory; it is stopped at the end.
 
@@ -48,7 +48,7 @@ cmp "$dir/root/update.bin" "$dir/got/update.bin"
 say "Downloading the corrupted one, which must fail with 900103"
 if "$vxtool" download "http://127.0.0.1:$port/corrupted.bin" "$dir/got/update.bin" --size "$size" --md5 "$md5" \
     2>"$dir/complaint"; then
-    die "the corrupted download was taken for good"
+    die "the corrupted download was accepted"
 fi
 tail -n 1 "$dir/complaint"
 grep -q 'error 900103: Download verification failed!' "$dir/complaint"

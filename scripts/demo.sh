@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Builds the library and shows its main job on real input; installs first what is missing.
-#   scripts/demo.sh         an address book read by the address rules, with the log that came of it; a verified
+# Installs missing packages, builds the library and demonstrates it on real input.
+#   scripts/demo.sh         an address book read by the address rules, with the resulting log; a verified
 #                           download from a real server; a tree of files copied and removed
-#   scripts/demo.sh --gui   the miniature softphone; without a display, pictures of it
+#   scripts/demo.sh --gui   the miniature softphone; without a display, screenshots of it
 
 source "$(dirname "$0")/lib.sh"
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the reference of the public headers, with the guide of docs/, as build/docs/html and, for Qt Creator and Qt
+# Creates the reference of the public headers, with the guide of docs/, as build/docs/html and, for Qt Creator and Qt
 # Assistant, build/docs/vxcommon.qch. Links to Qt's classes need Qt's documentation. Fails on any warning.
 
 source "$(dirname "$0")/lib.sh"
@@ -14,7 +14,7 @@ say "Writing the reference to build/docs/html"
     for tags in "$(qmake6 -query QT_INSTALL_DOCS)"/qt{core,gui,network,widgets}/*.tags; do
         [ ! -e "$tags" ] || echo "TAGFILES += $tags=https://doc.qt.io/qt-6"
     done
-    # Public is what includes the export header.
+    # The public headers are those that include the export header.
     echo "INPUT = $(grep -rl --include=*.h vxcommon_export.h src/libs | sort | xargs) README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md docs"
 } >build/docs/Doxyfile
 quietly doxygen build/docs/Doxyfile

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds the fuzz targets and runs each for a time: scripts/fuzz.sh [SECONDS [TARGET...]], 60 seconds and all targets if
-# not given. Findings are stored in build/fuzz/findings; the corpora in fuzz/corpus are not changed.
+# Builds the fuzz targets and runs each for the given time (default: 60 seconds and all targets):
+# scripts/fuzz.sh [SECONDS [TARGET...]]
+# Findings are stored in build/fuzz/findings; the corpora in fuzz/corpus are not changed.
 
 source "$(dirname "$0")/lib.sh"
 

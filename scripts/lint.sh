@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Checks format, clang-tidy and cppcheck over the tree, or over the given sources only: scripts/lint.sh [SOURCE...]
-# Without arguments and if a Windows SDK is available, it also builds with Clang for Windows and runs the tests.
+# Without arguments, if a Windows SDK is available, also builds with Clang for Windows and runs the tests.
 
 source "$(dirname "$0")/lib.sh"
 
@@ -29,7 +29,7 @@ printf '%s\n' "${sources[@]}" | { grep '^fuzz/' || true; } | tidy build/lint-fuz
 [ $result -eq 0 ] || die "clang-tidy has found something"
 
 say "Running cppcheck"
-# clang-tidy checks arguments that are passed by value.
+# clang-tidy already checks for arguments passed by value.
 cppcheck --quiet --std=c++17 --language=c++ --library=qt --enable=warning,performance,portability --inline-suppr \
     --suppress=passedByValue --error-exitcode=1 -j "$(nproc)" -I src/libs "${sources[@]}"
 

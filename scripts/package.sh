@@ -5,7 +5,7 @@
 
 source "$(dirname "$0")/lib.sh"
 
-# Independently of the builder's umask, others must be able to read everything and to write nothing.
+# Checks that, whatever the builder's umask, other users can read all files but write to none.
 check_modes() {
     local deb odd
     for deb in "$packages"/*.deb; do

@@ -17,7 +17,7 @@ export WINEPREFIX=$build_dir/wineprefix
 export WINEARCH=win64
 export WINEDEBUG=-all
 export WINEDLLOVERRIDES="mscoree,mshtml="
-# There is no console, and without this Qt would only write to a debugger.
+# Without a console, Qt would otherwise write only to a debugger.
 export QT_FORCE_STDERR_LOGGING=1
 export QT_PLUGIN_PATH="Z:${sdk//\//\\}\\qt6\\plugins"
 dll_path=
@@ -41,8 +41,8 @@ fi
 # Output goes to files first: a console that outlives the program would keep a pipe open.
 output=$(mktemp -d)
 trap 'rm -rf "$output"' EXIT
-# Without a console, QtTest reports to the debugger unless it is given a file. The limit, in seconds, is below that of
-# the test, so that the report of a test that hangs is still printed.
+# Without a console, QtTest reports to the debugger unless it is given a file. The limit, in seconds, is below ctest's limit, so
+# that the report of a test that hangs is still printed.
 report=()
 limit=0
 case $(basename "$program") in
@@ -56,7 +56,7 @@ exit_code=0
 run "$@" || exit_code=$?
 # Wine sometimes silently fails to start a program. A test that has started has opened its report.
 if [ $exit_code -ne 0 ] && [ $limit -gt 0 ] && [ ! -e "$output/report" ]; then
-    echo "run-wine.sh: $(basename "$program") ended with $exit_code before it began; trying once more" >&2
+    echo "run-wine.sh: $(basename "$program") ended with $exit_code before it began; retrying once" >&2
     exit_code=0
     run "$@" || exit_code=$?
 fi

@@ -12,12 +12,12 @@ packages_of() {
     local build docs
     build="ccache $(depends_of Build-Depends)"
     docs=$(depends_of Build-Depends-Indep)
-    # Programs that the tests use: web servers, buses, desktop files, displays, sound, other packers.
+    # Programs used by the tests.
     local servers="nginx-light openssl"
     local desktop="dbus-daemon dbus-bin libglib2.0-bin desktop-file-utils xdg-utils
         xvfb xauth xdotool openbox pulseaudio libfaketime"
     local packers="pigz nodejs"
-    local readers="mandoc zsh" # Of the manual page and the completions of vxtool.
+    local readers="mandoc zsh" # For the manual page and the completions of vxtool.
     case $1 in
     demo) echo "$build nginx-light openssl python3" ;;
     gui-demo) echo "xvfb xauth openbox xdotool imagemagick dbus-daemon fonts-dejavu-core" ;;
@@ -49,7 +49,7 @@ done
 
 as_root=()
 if [ "$(id -u)" -ne 0 ]; then
-    command -v sudo >/dev/null || die "packages are missing and there is no sudo; install as root: ${missing[*]}"
+    command -v sudo >/dev/null || die "packages are missing and sudo is not installed; install as root: ${missing[*]}"
     as_root=(sudo)
 fi
 say "Installing packages: ${missing[*]}"

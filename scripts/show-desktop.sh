@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Demonstrates registration and watchers on a temporary desktop: a separate home, X server and system bus. Takes two and
-# a half minutes, mostly to wait until the user is idle: scripts/show-desktop.sh [VXTOOL]
+# a half minutes, mostly waiting for the user to become idle: scripts/show-desktop.sh [VXTOOL]
 
 source "$(dirname "$0")/lib.sh"
 
@@ -56,7 +56,7 @@ xdg-mime default "$(xdg-mime query default x-scheme-handler/sip)" x-scheme-handl
 "$vxtool" protocols unregister-app "${names[@]}"
 cmp "$work/before" "$XDG_CONFIG_HOME/mimeapps.list"
 expect "entries left" "$(cd "$XDG_DATA_HOME/applications" && echo *.desktop)" "other.desktop"
-say "Nothing is left of it, and everything of the others'"
+say "Its entries are removed, and those of other programs are unchanged"
 
 say "The system announces sleep and wake"
 "$vxtool" watch --sleep --for 20 >"$work/sleep" &

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs one process that logs, downloads, copies, watches and receives messages while faults occur, for 20 minutes or the
-# given number, and reports whether every result was as expected: scripts/soak.sh [MINUTES [SVG]]
+# Runs one process that logs, downloads, copies, watches and receives messages while faults occur, for the given time
+# (default: 20 minutes), and reports whether every result was as expected: scripts/soak.sh [MINUTES [SVG]]
 
 source "$(dirname "$0")/lib.sh"
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Tests downloads that are too large for every test run, from a real server on the loopback: a file of many GB, whose
+# Tests downloads that are too large for the test suite, from a real server on the loopback: a file of many GB, whose
 # memory use is measured, and one that does not fit on the disk: scripts/stress-download.sh [GIGABYTES]
 # Needs a release build; takes about 6 s and twice the disk space for each GB.
 
@@ -51,7 +51,7 @@ for check in "--size 40000000" "--md5 $large_md5"; do
     # shellcheck disable=SC2086
     if (trap '' XFSZ; ulimit -f 20000; exec "$vxtool" download "$url/large.bin" "$out/large.bin" $check \
         --log "$out/log" --log-level 7) 2>"$out/stderr"; then
-        die "a file cut short was taken for good"
+        die "a truncated file was accepted"
     fi
     grep 'error 900103: Download verification failed!' "$out/stderr"
     grep -o 'http.download: .*\(Checking download failed.*\|written -1 bytes.\)' "$out/log" | sort | uniq -c | tail -n 3

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Stresses the single-instance classes, for ten rounds each or the given number: 200 processes that start at once, the
-# same with a primary instance that is killed, and 300 clients that misbehave.
+# Stresses the single-instance classes (default: ten rounds): 200 processes that start simultaneously, the same with a
+# primary instance that is killed, and 300 clients that misbehave.
 
 source "$(dirname "$0")/lib.sh"
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Cross-builds the library, vxtool and the tests for 64-bit Windows and runs the tests under Wine. It uses the preset
-# windows-mingw or, if it is given windows-clang, Clang.
+# Cross-builds the library, vxtool and the tests for 64-bit Windows and runs the tests under Wine. The
+# argument is the preset: windows-mingw (default) or windows-clang.
 # The SDK is the directory in VXCOMMON_WINDOWS_SDK or, if that is not set, ../shared/windows-sdk.
 # Exits with 77 if the SDK does not fit this machine's Qt.
 
@@ -40,11 +40,11 @@ scripts/setup.sh windows
 say "Configuring and building ($preset)"
 export VXCOMMON_WINDOWS_SDK=$sdk
 quietly cmake --preset "$preset"
-say "What the SDK has: $(sed -n 's/^VXCOMMON_WITH_\(.*\):BOOL=/\1=/p' "$build_dir/CMakeCache.txt" | paste -sd' ')"
+say "Optional parts in the SDK: $(sed -n 's/^VXCOMMON_WITH_\(.*\):BOOL=/\1=/p' "$build_dir/CMakeCache.txt" | paste -sd' ')"
 build "$preset"
 
 say "Running the tests under Wine ($preset)"
-# One server for all tests, on a separate display: otherwise each test would start and stop a server.
+# Use one Wine server for all tests, on a separate display, so that not every test starts and stops one.
 export VXCOMMON_WINE_BUILD=$build_dir
 export WINEPREFIX=$build_dir/wineprefix
 wineserver=/usr/lib/wine/wineserver64

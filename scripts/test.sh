@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds and runs all tests: natively, then for Windows under Wine if a Windows SDK is available.
-# With arguments it runs these presets only, such as: scripts/test.sh clang asan tsan
+# With arguments, runs only the given presets, for example: scripts/test.sh clang asan tsan
 
 source "$(dirname "$0")/lib.sh"
 

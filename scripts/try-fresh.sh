@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs both commands of the README and then those of docs/getting-started.md in a fresh Debian, on a clean clone of what
-# is committed here, and prints how long they took: scripts/try-fresh.sh bookworm|trixie
+# Runs both commands of the README and then those of docs/getting-started.md on a fresh Debian, with a clean clone
+# of the current commit, and prints how long they took: scripts/try-fresh.sh bookworm|trixie
 # With "guide" after the release, it runs only those of docs/getting-started.md.
 # With "packages" after the release, it installs the packages of build/packages instead, which were built on that release,
 # builds and runs examples/consumer with them, and removes them.
@@ -18,12 +18,12 @@ esac
 scripts/setup.sh fresh
 apt_mirror() { apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Label: Debian' | sed -n 1p; }
 mirror=${VXCOMMON_DEBIAN_MIRROR:-$(apt_mirror)}
-[ -n "$mirror" ] || die "apt knows no mirror of Debian: set VXCOMMON_DEBIAN_MIRROR to the address of one"
+[ -n "$mirror" ] || die "apt has no Debian mirror configured: set VXCOMMON_DEBIAN_MIRROR to the address of one"
 
 work_dir=$(mktemp -d)
 trap 'rm -rf --one-file-system "$work_dir"' EXIT
 root=$work_dir/$suite
-say "Making a fresh $suite"
+say "Installing a fresh $suite"
 quietly unshare --mount debootstrap --variant=minbase "$suite" "$root" "$mirror"
 quietly git clone --no-hardlinks "$project_dir" "$root/root/vxcommon"
 mkdir "$root/sdk"
@@ -31,7 +31,7 @@ mkdir "$root/sdk"
 windows_sdk=
 [ -z "${VXCOMMON_WINDOWS_SDK:-}" ] || windows_sdk=$(scripts/find-windows-sdk.sh)
 
-# Mounts and processes are in namespaces that end with the command.
+# Runs a command in namespaces for mounts and processes that end with it.
 inside() {
     unshare --mount --pid --fork --kill-child bash -ec '
         mount -t proc proc "$0/proc"
@@ -57,7 +57,7 @@ if [ "${2:-}" = packages ]; then
     say "All packages were installed, used and removed"
     exit 0
 fi
-# The commands and files of the guide, as a script.
+# Prints the commands and files of the guide as a script.
 guide_as_script() {
     echo 'set -ex; cd ~/vxcommon'
     awk '

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Goes through the states of vxphone on a separate display and makes a picture of each in build/demo/vxphone/pictures.
+# Takes a screenshot of each state of vxphone on a separate display and stores it in build/demo/vxphone/pictures.
 #   scripts/vxphone-pictures.sh           light, dark, and at the scales 1.5 and 2
-#   scripts/vxphone-pictures.sh --renew   also copies the two of the README to docs/images
+#   scripts/vxphone-pictures.sh --renew   also copies the two README screenshots to docs/images
 
 source "$(dirname "$0")/lib.sh"
 
@@ -27,7 +27,7 @@ picture() {
     say "Written: ${pictures#"$project_dir"/}/$mode-$1.png"
 }
 
-# Colours as a desktop sets them.
+# Sets dark colours as KDE does.
 dark_colours() {
     mkdir -p "$HOME/.config"
     local section
@@ -42,8 +42,8 @@ dark_colours() {
 
 slow_server() { echo "server { listen 127.0.0.1:$port; limit_rate 6m; }"; }
 
-# Starts a window manager, and a slow server, so that a download is visible. Does not touch the user's files or meet a
-# running instance.
+# Starts a window manager, and a slow server, so that a download is visible. Separate directories keep the user's
+# files and running instances out of it.
 start_surroundings() {
     export HOME=$work/home-$mode TMPDIR=$work/tmp QT_QPA_PLATFORM=xcb QT_SCALE_FACTOR=$1
     export LANG=en_GB.UTF-8
@@ -149,7 +149,7 @@ tour() { # MODE SCALE
 
 case "${1:-}" in
 "" | --renew) ;;
-tour) # From below.
+tour) # Called by the loop at the end of this script.
     tour "$2" "$3"
     exit
     ;;
