@@ -33,9 +33,9 @@ for name in "${programs[@]}"; do
     [ -x "$program" ] || die "there is no benchmark \"$name\""
     say "Running $name"
     case $name in
-        files) repetitions=9 ;; # Takes more than a minute.
+        files) repetitions=9 ;; # Each takes more than a minute.
         addresses) repetitions=5 ;; # Has no peers.
-        logging | shell | singleapp | startup) repetitions=25 ;; # Take a few seconds.
+        logging | shell | singleapp | startup) repetitions=25 ;; # Each takes a few seconds.
         *) repetitions=15 ;;
     esac
     # Many short, interleaved repetitions: other load on the machine then affects both sides of a ratio.

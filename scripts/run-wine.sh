@@ -41,8 +41,8 @@ fi
 # Output goes to files first: a console that outlives the program would keep a pipe open.
 output=$(mktemp -d)
 trap 'rm -rf "$output"' EXIT
-# Without a console, QtTest reports to the debugger unless it is given a file. The limit, in seconds, is below ctest's limit, so
-# that the report of a test that hangs is still printed.
+# Without a console, QtTest reports to the debugger unless it is given a file. The limit, in seconds, is
+# below ctest's, so that the report of a test that hangs is still printed.
 report=()
 limit=0
 case $(basename "$program") in
