@@ -27,6 +27,7 @@ quietly cmake --build "$dir/build"
 
 mkdir "$dir/web" "$dir/home" "$dir/tour"
 echo "hello from the web server" >"$dir/web/hello.txt"
+: >"$dir/server.log" # The shell opens it in the background, perhaps after the loop has read it.
 python3 -u -m http.server 0 --bind 127.0.0.1 --directory "$dir/web" >"$dir/server.log" 2>&1 &
 server=$!
 port=
