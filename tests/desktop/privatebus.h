@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QFile>
+#include <files/filetree.h>
+
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -8,17 +9,16 @@
 class PrivateBus
 {
 public:
-    /// @param type "session" or "system"; sets the environment variable of that bus to this one
+    /// @param type "session" or "system"; the variable of the environment that is set to the address
     explicit PrivateBus(const QByteArray& type)
     {
-        QFile config(dir.filePath("bus.conf"));
-        static_cast<void>(config.open(QIODevice::WriteOnly));
-        config.write("<busconfig><type>" + type + "</type><listen>unix:path=" + Path() +
-                     "</listen><auth>EXTERNAL</auth><policy context=\"default\">"
-                     "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"
-                     "<allow own=\"*\"/></policy></busconfig>");
-        config.close();
-        process.start("dbus-daemon", {"--nofork", "--print-address", "--config-file=" + config.fileName()});
+        const QString config = dir.filePath("bus.conf");
+        filetree::Write(config,
+                        "<busconfig><type>" + type + "</type><listen>unix:path=" + Path() +
+                            "</listen><auth>EXTERNAL</auth><policy context=\"default\">"
+                            "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"
+                            "<allow own=\"*\"/></policy></busconfig>");
+        process.start("dbus-daemon", {"--nofork", "--print-address", "--config-file=" + config});
         process.waitForReadyRead(30000);
         qputenv("DBUS_" + type.toUpper() + "_BUS_ADDRESS", "unix:path=" + Path());
     }
@@ -28,7 +28,6 @@ public:
         process.waitForFinished();
     }
 
-    bool IsRunning() const { return process.state() == QProcess::Running; }
     qint64 ProcessId() const { return process.processId(); }
     QByteArray Path() const { return QFile::encodeName(dir.filePath("bus")); }
 

@@ -3,7 +3,7 @@
 #include <QProcess>
 #include <QStringList>
 
-/// An X server without a screen, which is the DISPLAY of this process during its lifetime.
+/// A virtual X server. DISPLAY names it during its lifetime.
 class XServer
 {
 public:
@@ -23,9 +23,7 @@ public:
         process.waitForFinished();
     }
 
-    bool IsRunning() const { return process.state() == QProcess::Running; }
-
-    /// Acts as the user, through xdotool. Returns whether that worked.
+    /// Sends input through xdotool. Returns whether that worked.
     static bool Act(const QStringList& action) { return QProcess::execute("xdotool", action) == 0; }
 
 private:

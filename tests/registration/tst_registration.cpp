@@ -44,7 +44,7 @@ private:
     UserTree user;
 };
 
-// The test runs on the real registry, so it removes only what it wrote.
+// On Windows, the test uses the real registry, so it removes only its own keys.
 void TestRegistration::cleanup()
 {
     const auto settings = UserTree::Open();
@@ -156,7 +156,7 @@ void TestRegistration::extension()
     QVERIFY(PluginUtils::RegisterPlugin(id));
     filetree::Write(file, "{\"external_update_url\": \"https://example.com/updates\"}");
     QVERIFY(PluginUtils::UnregisterPlugin(id));
-    QVERIFY(QFile::exists(file)); // Replaced by somebody else.
+    QVERIFY(QFile::exists(file)); // Another program has replaced it.
 #endif
 }
 

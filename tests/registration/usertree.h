@@ -10,7 +10,7 @@
 
 #include <memory>
 
-/// Gives the test a separate home, and reads the user's settings tree as the system stores it.
+/// Sets up a separate home directory, and reads the user's settings tree in the system's format.
 class UserTree
 {
 public:
@@ -19,7 +19,7 @@ public:
         qputenv("HOME", QFile::encodeName(home.path()));
         qputenv("XDG_CONFIG_HOME", QFile::encodeName(ConfigPath()));
         qputenv("XDG_DATA_HOME", QFile::encodeName(DataPath()));
-        qputenv("DISPLAY", ":none"); // Tools check whether it is set; none of them connects.
+        qputenv("DISPLAY", ":none"); // The tools check that it is set, but do not connect.
         for (const char* variable : {"XDG_CURRENT_DESKTOP", "DBUS_SESSION_BUS_ADDRESS"}) {
             qunsetenv(variable);
         }
@@ -52,7 +52,7 @@ public:
         return values;
     }
 
-    /// Returns what a program printed, or that it failed.
+    /// Returns the output of a program, or "failed: " and its error output.
     static QByteArray Run(const QString& program, const QStringList& arguments)
     {
         QProcess process;

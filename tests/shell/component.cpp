@@ -1,5 +1,4 @@
-// A component whose registration leaves a mark in the registry, if there is one. Its entry points return
-// COMPONENT_RESULT.
+// A component whose registration creates a registry key on Windows. Its entry points return COMPONENT_RESULT.
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,5 +1,5 @@
-// A process that lives for the given time and does not end on request: process_child MILLISECONDS
-// With a negative time, in its second thread alone.
+// A process that runs for a given time and ignores SIGTERM: process_child MILLISECONDS
+// If the time is negative, its main thread ends at the start.
 
 #include <chrono>
 #include <csignal>

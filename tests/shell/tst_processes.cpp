@@ -13,7 +13,6 @@
 #include <QTest>
 
 #include <algorithm>
-#include <limits>
 #include <memory>
 #include <vector>
 
@@ -30,12 +29,7 @@
 using common::Shell;
 using tools::process::ProcHelper;
 
-namespace
-{
-
 constexpr int aMinute = 60000;
-
-} // namespace
 
 class TestProcesses : public QObject
 {
@@ -71,7 +65,7 @@ void TestProcesses::init()
     static int number = 0;
     dir = std::make_unique<QTemporaryDir>();
     const QString suffix = QStringLiteral(CHILD_PROGRAM).endsWith(".exe") ? ".exe" : "";
-    // Short enough for the kernel's name of the process, which is in parentheses in its file.
+    // The kernel keeps at most 15 bytes of the name, and its "stat" file puts them in parentheses.
     name = QString("vx%1) %2").arg(QCoreApplication::applicationPid()).arg(++number) + suffix;
     program = QDir::toNativeSeparators(QFileInfo(dir->path()).canonicalFilePath() + u'/' + name);
     QVERIFY(QFile::copy(QStringLiteral(CHILD_PROGRAM), program));
@@ -107,7 +101,7 @@ void TestProcesses::namesAndIds()
     }
     // Ids of process groups or of no process.
     for (const unsigned long id : {0UL, 1UL, static_cast<unsigned long>(-1L), 0xFFFFFFFFUL, 0x80000000UL,
-                                   std::numeric_limits<unsigned long>::max() - 99}) {
+                                   static_cast<unsigned long>(-100L)}) {
         QVERIFY(ProcHelper::Terminate(id));
     }
     const auto id = static_cast<unsigned long>(children.front()->processId());
@@ -141,7 +135,7 @@ void TestProcesses::matching()
 void TestProcesses::wait()
 {
     Start(100);
-    QCOMPARE(Shell::ProcessWait(name, -2), 0); // That is long.
+    QCOMPARE(Shell::ProcessWait(name, -2), 0); // No limit.
     Start(aMinute);
     Start(100);
     QElapsedTimer timer;

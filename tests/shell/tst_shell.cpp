@@ -40,14 +40,13 @@ private:
 namespace
 {
 
-/// The entries of the tree before; the call; its result; the entries after, behind "+" only those that came
-/// anew; the log.
+/// Columns: entries of the tree, call, its result, entries after it (following "+" only the new ones), log.
 auto Calls()
 {
     return Table<QString, QString, bool, QString, QStringList>("tree", "call", "result", "after", "lines");
 }
 
-/// Calls an operation; "+" at its end lets a copy overwrite or tolerate.
+/// Calls an operation; a "+" allows a copy to overwrite or to tolerate existing files.
 bool Call(QStringList words)
 {
     constexpr auto onlyDirs = QDir::Dirs | QDir::NoDotAndDotDot;
@@ -68,7 +67,7 @@ QString Failed(const QString& source, const QString& destination)
 #ifdef Q_OS_WIN
 const QStringList userOverride{"7 Restoring ovveridden key"};
 
-/// Returns whether the component has left its mark for this user or for all.
+/// Returns whether the component has created its key below `root`.
 bool IsMarked(HKEY root)
 {
     HKEY key = nullptr;
@@ -164,7 +163,6 @@ void TestShell::VerifyCall()
 {
     QFETCH(QString, tree);
     QFETCH(QString, call);
-    QFETCH(bool, result);
     QFETCH(QString, after);
     QFETCH(QStringList, lines);
 
@@ -177,13 +175,13 @@ void TestShell::VerifyCall()
     }
     expected.sort();
     const RecordingLogger log;
-    QCOMPARE(Call(call.split(' ')), result);
+    QTEST(Call(call.split(' ')), "result");
     QCOMPARE(filetree::Snapshot(dir.path()), expected);
     QCOMPARE(log.Lines(channel, 7, dir.path()), lines);
-    QCOMPARE(log.lines.size(), std::size_t(lines.size())); // None of another channel.
+    QCOMPARE(log.lines.size(), std::size_t(lines.size())); // No other channel.
 }
 
-/// Nothing identifies their directories, and none of them leads back.
+// Resource directories have no file identifier, and none contains itself.
 void TestShell::resources()
 {
     const QTemporaryDir dir;
@@ -234,7 +232,7 @@ void TestShell::registration()
     const QString tail = QString("egistering DLL: '%1' from %2").arg(COMPONENT, admin ? "admin" : "user");
     RecordingLogger log;
 #ifdef Q_OS_WIN
-    HKEY key = nullptr; // It exists for each user of Windows, but not in a fresh prefix of Wine.
+    HKEY key = nullptr; // Every Windows user has this key; a new Wine prefix lacks it.
     QCOMPARE(RegCreateKeyW(HKEY_CURRENT_USER, L"Software\\Classes", &key), ERROR_SUCCESS);
     RegCloseKey(key);
 #endif

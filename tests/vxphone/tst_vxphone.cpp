@@ -35,21 +35,18 @@ private Q_SLOTS:
     void handOver();
     void noDisplay();
     void download();
-    void downloadWithoutPlace();
     void closeWhileCopying();
 
 private:
-    std::unique_ptr<MainWindow> CreateWindow() const;
+    std::unique_ptr<MainWindow> CreateWindow() const
+    {
+        return std::make_unique<MainWindow>(QDir(dir->path()), new QWidget);
+    }
     QString BookFile() const { return dir->filePath("contacts.json"); }
     QStringList Files() const { return filetree::Snapshot(dir->path()); }
 
     std::unique_ptr<QTemporaryDir> dir;
 };
-
-std::unique_ptr<MainWindow> TestVxphone::CreateWindow() const
-{
-    return std::make_unique<MainWindow>(QDir(dir->path()), new QWidget);
-}
 
 void TestVxphone::links_data()
 {
@@ -69,7 +66,7 @@ void TestVxphone::links()
     QTEST(PlainAddress(link), "address");
 }
 
-// Each change is in the file at once, even if the process is killed.
+// Each change is saved immediately, in case the process is killed.
 void TestVxphone::phoneBook()
 {
     PhoneBook book(BookFile());
@@ -91,8 +88,8 @@ void TestVxphone::phoneBook()
     QVERIFY(!Files().first().contains("Front desk"));
 }
 
-// An address that arrives during a call waits for its end, unless it is that of the call. A call at quit is
-// kept.
+// An address that arrives during a call waits for its end, unless it is the one being called. The program
+// records a call that it ends when it quits.
 void TestVxphone::calls()
 {
     const auto window = CreateWindow();
@@ -126,8 +123,8 @@ void TestVxphone::markupInALink()
     }
 }
 
-// A long message is shown completely, and its call link is offered for a call. The field for an address takes
-// only the beginning of a pasted document: to clean all of it would block the window for seconds.
+// A long message is fully visible, and its link fills the address field. That field takes only the beginning
+// of a pasted document: cleaning all of it would block the window for seconds.
 void TestVxphone::longTexts()
 {
     const auto window = CreateWindow();
@@ -167,9 +164,8 @@ void TestVxphone::everythingHasAName()
     QVERIFY(QRect(QPoint(), window->screen()->availableSize()).contains(QRect(QPoint(), window->size())));
 }
 
-// As the desktop does it: the first process starts with a clicked link, the second passes its own to it and
-// ends. A file that cannot be read as contacts is kept. A link passes no option to Qt: with this one, the
-// program would not start.
+// The primary instance starts with a clicked link; a secondary one sends its link and ends. An unreadable
+// phone book is kept. A link passes no option to Qt: with "-platform none", the program would not start.
 void TestVxphone::handOver()
 {
     filetree::Build(dir->path(), {"contacts.json=from another machine"});
@@ -196,7 +192,7 @@ void TestVxphone::handOver()
     QCOMPARE(Files().filter(QRegularExpression("^contacts.*unreadable=from another machine$")).size(), 1);
 }
 
-// The user reads why the program does not start.
+// The program prints why it cannot start.
 void TestVxphone::noDisplay()
 {
 #ifdef Q_OS_UNIX // Windows shows a message box.
@@ -222,16 +218,10 @@ void TestVxphone::download()
         QTRY_VERIFY(!panel.IsRunning());
         QCOMPARE(Files(), QStringList(QString("downloads/a.zip=") + left));
     }
-}
-
-// The window explains the failure.
-void TestVxphone::downloadWithoutPlace()
-{
-    filetree::Build(dir->path(), {"downloads=a file in the way"});
-    TransferPanel panel(dir->path());
-    panel.Download(QUrl("http://127.0.0.1:1/a.zip"));
-    QTRY_VERIFY(!panel.IsRunning());
-    QCOMPARE(panel.findChildren<QLabel*>().last()->text(), "The file cannot be created.");
+    TransferPanel blocked(dir->filePath("downloads/a.zip")); // No directory can be made there.
+    blocked.Download(server.Url("/files/a.zip"));
+    QTRY_VERIFY(!blocked.IsRunning());
+    QCOMPARE(blocked.findChildren<QLabel*>().last()->text(), "The file cannot be created.");
 }
 
 // The program stays until the current file is copied, and then ends.
@@ -248,7 +238,7 @@ void TestVxphone::closeWhileCopying()
 
 int main(int argc, char* argv[])
 {
-    const QTemporaryDir home; // Nothing of the user's own is used, nor is a running vxphone.
+    const QTemporaryDir home; // Keeps the user's files and a running vxphone out of the test.
     for (const char* variable : {"HOME", "TMPDIR", "XDG_CONFIG_HOME", "XDG_DATA_HOME"}) {
         qputenv(variable, home.path().toUtf8());
     }

@@ -48,7 +48,6 @@ void TestDevices::serial()
 {
     QFETCH(QStringList, files);
     QFETCH(dev_t, device);
-    QFETCH(QString, found);
 
     const QTemporaryDir root;
     filetree::Build(root.path(),
@@ -56,13 +55,12 @@ void TestDevices::serial()
                      "sys/dev/block/8:1->../../../disk/part", "sys/dev/block/253:0->../../../mapped"});
     filetree::Build(root.path(), files);
     const auto serial = common::shell::ReadDiskSerialOf(root.path(), device);
-    QCOMPARE(QString::number(serial.error) + ' ' + serial.text, found);
+    QTEST(QString(QString::number(serial.error) + ' ' + serial.text), "found");
 }
 
 void TestDevices::capsLock()
 {
     const XServer server;
-    QVERIFY(server.IsRunning());
     for (const bool on : {true, false}) {
         QVERIFY(XServer::Act({"keydown", "Caps_Lock"}));
         QVERIFY2(!Keyboard::IsCapsLock(), "held");

@@ -34,19 +34,19 @@ QByteArray DefaultHandler(const QString& scheme)
     return UserTree::Run("xdg-mime", {"query", "default", "x-scheme-handler/" + scheme});
 }
 
-/// Called after each read of mimeapps.list with its descriptor and outcome; false makes the read fail.
-std::function<bool(int, qsizetype)> onRead;
+/// Called after each read of mimeapps.list with its result; if it returns false, the read fails.
+std::function<bool(qsizetype)> onRead;
 
 } // namespace
 
-/// Replaces the system's function, also in the library.
+/// Replaces read() for this program and the library.
 extern "C" __attribute__((visibility("default"))) ssize_t read(int descriptor, void* buffer, std::size_t size)
 {
     const ssize_t count = syscall(SYS_read, descriptor, buffer, size);
     if (onRead) {
-        const auto hook = std::exchange(onRead, nullptr); // What it reads itself does not count.
+        const auto hook = std::exchange(onRead, nullptr); // The hook does not run for its own reads.
         const QString path = QFile::symLinkTarget("/proc/self/fd/" + QString::number(descriptor));
-        const bool isFailed = path.endsWith("/mimeapps.list") && !hook(descriptor, count);
+        const bool isFailed = path.endsWith("/mimeapps.list") && !hook(count);
         onRead = hook;
         if (isFailed) {
             errno = EIO;
@@ -114,7 +114,7 @@ void TestUrlHandlers::click()
     const QString record = user->DataPath("record");
     qputenv("CALL_RECORD", record.toUtf8());
     QVERIFY(ClickToCall::registerProtocols({"sip", "tel"}, "Phone", "Maker"));
-    // A scheme that an earlier version of the program, at another path, has registered.
+    // An earlier version of the program, at another path, registered this scheme.
     UserTree::Open()->setValue("Software/Classes/Maker.Phone.tel/shell/open/command/Default",
                                "\"/nonexistent/phone\" --callto \"%1\"");
     QVERIFY(ClickToCall::registerProtocols({"sip"}, "Phone", "Maker"));
@@ -157,7 +157,7 @@ void TestUrlHandlers::listOfOthers()
 {
     QFETCH(QByteArray, list);
 
-    // Kept elsewhere, as many do with their settings.
+    // Many users keep their settings elsewhere and link to them.
     const QString path = user->ConfigPath("kept");
     const QString link = user->ConfigPath("mimeapps.list");
     filetree::Write(path, list);
@@ -202,7 +202,7 @@ void TestUrlHandlers::unreadableList()
     const QByteArray list = "[Added Associations]\n" + QByteArray("text/plain=a.desktop;\n").repeated(3000);
     filetree::Write(user->ConfigPath("mimeapps.list"), list);
     const RecordingLogger log;
-    onRead = [bytes = qsizetype{0}](int, qsizetype count) mutable { return (bytes += count) < 20000; };
+    onRead = [bytes = qsizetype{0}](qsizetype count) mutable { return (bytes += count) < 20000; };
     const bool done = ClickToCall::registerProtocols({"tel"}, "Phone", "Maker");
     onRead = nullptr;
     QVERIFY(done);
@@ -215,8 +215,8 @@ void TestUrlHandlers::listChangedMeanwhile()
     const QString path = user->ConfigPath("mimeapps.list");
     QByteArray list = "[Added Associations]\n";
     filetree::Write(path, list);
-    onRead = [&, reads = 0](int, qsizetype count) mutable {
-        if (count == 0 && ++reads <= 3) { // Each time right after it was read to its end.
+    onRead = [&, reads = 0](qsizetype count) mutable {
+        if (count == 0 && ++reads <= 3) { // Right after each complete read.
             list += "a/" + QByteArray::number(reads) + "=b.desktop;\n";
             QFile::remove(path);
             filetree::Write(path, list);
@@ -313,7 +313,7 @@ int main(int argc, char* argv[])
 {
     const QCoreApplication app(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.value(1) == "--callto") { // Started by a click on an address.
+    if (arguments.value(1) == "--callto") { // Started by a click on a link.
         filetree::Write(qEnvironmentVariable("CALL_RECORD"), arguments.mid(1).join('|').toUtf8());
         return 0;
     }

@@ -17,8 +17,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// Functions that start threads or connections must report their usual error instead of hanging or ending the
-/// program.
+/// Functions that start threads or open connections report their usual error; they neither hang nor crash.
 class TestExhaustion : public QObject
 {
     Q_OBJECT
@@ -69,7 +68,7 @@ void TestExhaustion::failure()
 
     qunsetenv("DISPLAY");
     qputenv("PATH", "/none");
-    // All threads are taken, or all descriptors but 0 to 9.
+    // No thread is left, or 0 to 9 descriptors.
     for (int spare = needsThreads ? -1 : 0; spare < 10; ++spare) {
         const pid_t child = fork();
         if (child == 0) {
@@ -78,7 +77,7 @@ void TestExhaustion::failure()
             static_cast<void>(spare < 0 && setresuid(nobody, nobody, nobody) == 0);
             const ResourceLimit limit(spare < 0 ? RLIMIT_NPROC : RLIMIT_NOFILE,
                                       spare < 0 ? 0 : OpenDescriptors() + static_cast<rlim_t>(spare));
-            _exit(fails() || spare > 0 ? 0 : 1); // With some of them it may also succeed.
+            _exit(fails() || spare > 0 ? 0 : 1); // With spare descriptors, success is valid too.
         }
         int status = -1;
         QCOMPARE(waitpid(child, &status, 0), child);

@@ -72,7 +72,7 @@ void TestDesktop::removeAfterExit()
     QTemporaryDir dir;
     const QString path = QDir::toNativeSeparators(dir.filePath("d/a b"));
     QVERIFY(QDir().mkpath(path));
-    // A planted interpreter, which would remove nothing.
+    // An interpreter planted in the working directory; it would remove nothing.
     QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), dir.filePath("cmd.exe")));
     {
         const filetree::CurrentDirectory current(dir.path());
@@ -80,7 +80,7 @@ void TestDesktop::removeAfterExit()
     }
     QCOMPARE(log.lines.size(), 1U);
     QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(path), 20000);
-    QTRY_VERIFY_WITH_TIMEOUT(dir.remove(), 20000); // It is still the interpreter's current directory.
+    QTRY_VERIFY_WITH_TIMEOUT(dir.remove(), 20000); // The interpreter may still be running in it.
 }
 
 void TestDesktop::move()
@@ -90,7 +90,7 @@ void TestDesktop::move()
     QVERIFY(QFile::setPermissions(dir.filePath("from/a/1"), QFileDevice::ReadOwner));
     QVERIFY2(!common::Shell::MoveDir(dir.path(), "Q:/to"), "there is no such drive");
     const RecordingLogger log;
-    // Drives that differ in case count as two, so the tree is copied and removed.
+    // Drive letters that differ in case count as two drives, so the tree is copied and removed.
     const QString drive = dir.path().left(1);
     QVERIFY(common::Shell::MoveDir(drive.toUpper() + dir.filePath("from").mid(1),
                                    drive.toLower() + dir.filePath("to").mid(1)));

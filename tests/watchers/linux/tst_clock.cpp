@@ -32,7 +32,6 @@ void TestClock::changes()
     QFETCH(QByteArray, zone);
     QFETCH(QByteArray, before);
     QFETCH(QByteArray, after);
-    QFETCH(QString, expected);
 
     const auto watcher = DateWatcher::GetDateWatcher();
     auto* const timer = watcher->findChild<QTimer*>();
@@ -50,9 +49,8 @@ void TestClock::changes()
     pollAt(after);
     watcher->disconnect(this);
     const int offset = DateWatcher::CurrentTimeZone().offsetFromUtc(QDateTime::currentDateTime());
-    QCOMPARE(events + DateWatcher::CurrentDate().toString(Qt::ISODate) +
-                 QString::asprintf(" %+d h", offset / 3600),
-             expected);
+    events += DateWatcher::CurrentDate().toString(Qt::ISODate) + QString::asprintf(" %+d h", offset / 3600);
+    QTEST(events, "expected");
 }
 
 QTEST_GUILESS_MAIN(TestClock)

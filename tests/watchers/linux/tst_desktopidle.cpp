@@ -18,7 +18,7 @@
 
 using common::IdleWatcher;
 
-/// Replies for the screen saver, whose time grows with the clock, and for the window manager.
+/// Replies as the screen saver, whose idle time grows with the clock, and as the window manager.
 class IdleServices : public QDBusVirtualObject
 {
 public:
@@ -49,7 +49,6 @@ private Q_SLOTS:
 void TestDesktopIdle::screenSaverExtension()
 {
     auto server = std::make_unique<XServer>();
-    QVERIFY(server->IsRunning());
     const auto watcher = IdleWatcher::instance();
     const auto& backend = watcher->idleWatcherPrivate()->backend;
     QVERIFY(XServer::Act({"mousemove", "10", "10"}));
@@ -63,8 +62,7 @@ void TestDesktopIdle::screenSaverExtension()
 
 void TestDesktopIdle::unit_data()
 {
-    // Replies every 3 s while there is input or none counts; their growth after that; the idle time of the
-    // tenth, in ms.
+    // Replies every 3 s that show no unit yet; their growth after that; idle time at the tenth one, in ms.
     const Table<QList<uint>, uint, qint64> row("before", "step", "expected");
     const QList<uint> typing{3, 6, 9, 12, 15, 18, 21, 24, 27, 5};
     row("seconds", {0, 0, 0}, 3, 27000);
@@ -99,11 +97,10 @@ void TestDesktopIdle::services()
     QVERIFY(IdleWatcher::instance()->idleWatcherPrivate()->backend == nullptr);
 
     const PrivateBus bus("session");
-    QVERIFY(bus.IsRunning());
     auto connection = QDBusConnection::connectToBus("unix:path=" + bus.Path(), "services");
     IdleServices services;
     QVERIFY(connection.registerVirtualObject("/org", &services, QDBusConnection::SubPath));
-    QThread thread; // It replies while the watcher waits.
+    QThread thread; // The services reply while the watcher blocks.
     services.moveToThread(&thread);
     thread.start();
 

@@ -19,7 +19,7 @@ using tools::SleepWatcher;
 namespace
 {
 
-/// Returns an announcement for one receiver or for all.
+/// Returns the signal of logind, for one receiver or for all.
 QDBusMessage Announcement(bool begins, const QString& receiver = {})
 {
     return QDBusMessage::createTargetedSignal(receiver, "/org/freedesktop/login1",
@@ -46,7 +46,6 @@ private:
 
 void TestLogind::withoutApplication()
 {
-    QVERIFY(bus.IsRunning());
     QCOMPARE(QProcess::execute(QCoreApplication::applicationFilePath(), {"--without-application"}), 1);
 }
 
@@ -60,7 +59,7 @@ void TestLogind::announcements()
     connect(watcher, &SleepWatcher::sleep, this, [&] { events += "sleep"; });
     connect(watcher, &SleepWatcher::wake, this, [&] { events += "wake"; });
 
-    // No other sender is accepted, even if it addresses this process.
+    // The watcher ignores other senders, even if they address this process.
     const QStringList receivers = stranger.interface()->registeredServiceNames();
     for (const QString& receiver : receivers) {
         QVERIFY(stranger.send(Announcement(false, receiver)));
@@ -76,7 +75,7 @@ void TestLogind::announcements()
 
 void TestLogind::announcementsFromASlowBus()
 {
-    // Another program has become logind.
+    // Another process takes the name, as after a restart of logind.
     auto heir = QDBusConnection::connectToBus("unix:path=" + bus.Path(), "heir");
     QVERIFY(heir.registerService("org.freedesktop.login1"));
     heir.send(Announcement(false));
