@@ -48,9 +48,9 @@ QStringList Split(const QString& list)
 /// The columns of the jobs, lists with a comma between their items:
 ///   tree      entries before the job, as filetree writes them
 ///   work      what the job has to do, and emissions: its signals, as RunJob has them
-///   gone      entries that are not there any more
-///   added     entries that were not there before
-///   warnings  lines in the log up to level 4, but for those that repeat the code of the end
+///   gone      entries that the job removes
+///   added     entries that the job creates
+///   warnings  lines in the log up to level 4, except those that repeat the final code
 struct Jobs : Table<QString, QString, QString, QString, QString, QStringList>
 {
     Jobs()
@@ -195,7 +195,7 @@ void TestFileJobs::copierLog()
     QCOMPARE(filetree::Snapshot(folder.path()), QStringList({"s/a=1", "t/a=1"}));
 }
 
-/// The jobs keep their lists, and the helper what it has found. Qt's search paths work on both sides.
+/// A job keeps its list, and a helper its results. Qt's search paths work for source and destination.
 void TestFileJobs::startsAgain()
 {
     const QTemporaryDir folder;

@@ -60,7 +60,7 @@ int RunPeer(const QString& appId, const QString& text)
     return QCoreApplication::exec();
 }
 
-/// Processes that start at once, and what they say.
+/// Processes that start together, and their output.
 class Crowd
 {
 public:

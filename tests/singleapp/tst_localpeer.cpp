@@ -83,7 +83,7 @@ void TestLocalPeer::socketIsTaken()
     QTRY_VERIFY_WITH_TIMEOUT(SendFromElsewhere("taken", "hello"), 20000);
 }
 
-// Nothing is created in the working directory then, and no process is waited for.
+// Without a lock file, the peer creates nothing in the working directory and waits for no process.
 void TestLocalPeer::lockFileCannotBeMade()
 {
     SetTempPath(temp.filePath("missing"));
@@ -190,7 +190,7 @@ void TestLocalPeer::acknowledgedTextOutlivesPeer()
     QTRY_COMPARE(received, QStringList({"leaves", "stays"}));
 }
 
-// Before its first call. Its timers move with it, or Qt warns.
+// A peer may be moved before its first call. Qt warns if its timers stay behind.
 void TestLocalPeer::movedToThread()
 {
     QTest::failOnWarning(QRegularExpression("."));
@@ -200,7 +200,7 @@ void TestLocalPeer::movedToThread()
     connect(&thread, &QThread::started, peer, &QtLocalPeer::isSecondary);
     bool claimed = false;
     connect(&thread, &QThread::started, this, [&claimed] { claimed = true; });
-    thread.start(); // At last: a race detector does not see the order of Qt's events.
+    thread.start(); // Start last: a race detector does not see the order of Qt's events.
     QTRY_VERIFY(claimed);
     const bool sent = SendFromElsewhere("moved", "hello");
     peer->deleteLater();
@@ -209,7 +209,7 @@ void TestLocalPeer::movedToThread()
     QVERIFY(sent);
 }
 
-// It holds the claim and does not listen: a refused connection fails without waiting.
+// The primary instance holds the lock but does not listen. A refused connection ignores the timeout.
 void TestLocalPeer::deafFirst()
 {
     const QString socketName = SocketName("deaf first");
@@ -223,7 +223,7 @@ void TestLocalPeer::deafFirst()
         QVERIFY2(timer.elapsed() >= 250, "a pause between the attempts");
         QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
     }
-    // This one does not reply either, but its clients connect.
+    // This server accepts clients but never replies.
     QLocalServer server;
     QVERIFY(server.listen(socketName));
     QVERIFY(!SendFromElsewhere("deaf first", "hello", 400));

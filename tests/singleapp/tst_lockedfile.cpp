@@ -122,7 +122,7 @@ void TestLockedFile::tooManyReaders()
     QVERIFY(file.lock(QtLockedFile::WriteLock, false));
 }
 
-// Windows releases the locks of a thread that ends as those of a process, Linux those of open files.
+// Windows releases a lock when its thread ends, Linux when its file is closed.
 void TestLockedFile::freedByDeath()
 {
     auto dead = std::make_unique<QtLockedFile>(path);

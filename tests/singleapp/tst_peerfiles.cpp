@@ -45,19 +45,19 @@ void TestPeerFiles::removedDuringClaim()
     const QStringList removals = {lockPath, lockPath, socketPath};
     for (const QString& path : removals) {
         QVERIFY(QFile::remove(path));
-        // The lock file at once, before the next check.
+        // A lock file must return immediately, before the next check.
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path), path == lockPath ? 3000 : 20000);
         QVERIFY(QtLocalPeer(nullptr, "again").isSecondary());
         QVERIFY(SendFromElsewhere("again", "hello"));
     }
     QVERIFY(QFile::remove(lockPath));
-    QtLockedFile other(lockPath); // Of a process that has created the file again.
+    QtLockedFile other(lockPath); // Another process has created the file again.
     QVERIFY(other.open(QIODevice::ReadWrite));
     QTRY_VERIFY_WITH_TIMEOUT(!other.lock(other.ReadLock, false) || !other.unlock(), 20000);
     QTRY_COMPARE(first.received.size(), removals.size());
 }
 
-// A primary instance without a directory for its files looks for one at each check only.
+// A primary instance whose directory is missing searches for it only at each check.
 void TestPeerFiles::directoryRemoved()
 {
     const auto restore = qScopeGuard([this] { SetTempPath(temp.path()); });
@@ -118,7 +118,7 @@ void TestPeerFiles::forkedHelper()
     QVERIFY2(WIFSTOPPED(status), "it has forked the helper");
     QtLocalPeer heir(nullptr, "forked");
     QVERIFY(heir.isSecondary());
-    kill(process, SIGKILL); // It stays uncollected.
+    kill(process, SIGKILL); // It remains a zombie.
     QTRY_VERIFY2(!heir.isSecondary(), "the claim ends with its process");
     QVERIFY(SendFromElsewhere("forked", "hello"));
 }

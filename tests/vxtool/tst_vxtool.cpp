@@ -36,7 +36,7 @@ private:
     /// The error is a part of standard error; if empty, there is no output.
     using AnswerTable = Table<QString, QByteArray, QByteArray, int, QByteArray>;
 
-    /// How a run of vxtool ended; the exit code is -1 if it crashed or did not end.
+    /// The outcome of a run of vxtool; the exit code is -1 if it crashed or did not end.
     struct Result
     {
         int exitCode;
@@ -51,7 +51,7 @@ private:
         return filetree::Snapshot(dir->path());
     }
 
-    std::unique_ptr<QTemporaryDir> dir; ///< vxtool runs in here.
+    std::unique_ptr<QTemporaryDir> dir; ///< Working directory of vxtool.
 };
 
 /// Runs vxtool with arguments that are separated by bars.
@@ -337,7 +337,7 @@ void TestVxtool::interrupt()
     tool.terminate();
     QTRY_COMPARE(tool.state(), QProcess::NotRunning);
     QCOMPARE(Files(), QStringList());
-    QCOMPARE(tool.exitStatus(), QProcess::CrashExit); // That is, by the signal.
+    QCOMPARE(tool.exitStatus(), QProcess::CrashExit); // Ended by the signal.
     QVERIFY(tool.readAllStandardError().endsWith("vxtool download: interrupted\n"));
 }
 #endif
@@ -348,7 +348,7 @@ void TestVxtool::logFile()
     QCOMPARE(Run("--log|log|version|parse|1|--log-source").exitCode, 0);
     const QString log = Files().join('|');
     QVERIFY2(log.contains("main: command version parse begins (vxtool::"), qPrintable(log));
-#ifdef Q_OS_UNIX // URLs in it may hold passwords.
+#ifdef Q_OS_UNIX // URLs in the log may contain passwords.
     QVERIFY(!QFile::permissions(dir->filePath("log")).testAnyFlags(QFile::ReadGroup | QFile::ReadOther));
 #endif
 }

@@ -59,7 +59,7 @@ void TestJobSafety::permissions()
     }
 }
 
-/// A limit of the size stops a write as a full disk does. The copies are on another file system.
+/// A file size limit stops a write as a full disk does. The copies are on another file system.
 void TestJobSafety::fullDisk()
 {
     const QTemporaryDir folder;
@@ -101,7 +101,7 @@ void TestJobSafety::noDescriptor()
     QCOMPARE(RunJob("helper", folder.path(), {"dir s"}), QStringList({"1/1 s", "failed s"}));
 }
 
-/// The further attempts of a copy do all that the first one could not do.
+/// A retry of a copy does everything that the first attempt could not do.
 void TestJobSafety::noDescriptorAtFirst()
 {
     const QTemporaryDir folder;
