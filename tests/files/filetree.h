@@ -23,7 +23,7 @@ inline std::filesystem::path ToPath(const QString& path)
     return {path.toStdU16String()};
 }
 
-/// Writes a file and creates the directories above it.
+/// Writes a file and creates its missing parent directories.
 inline void Write(const QString& path, const QByteArray& text)
 {
     std::filesystem::create_directories(ToPath(path).parent_path());
@@ -85,7 +85,7 @@ inline QStringList Snapshot(const QString& folder)
     return entries;
 }
 
-/// Makes a directory the current one during its lifetime.
+/// Changes the current directory during its lifetime.
 class CurrentDirectory
 {
 public:

@@ -10,7 +10,7 @@
 
 #include <utility>
 
-/// Records what a copier or remover emits: "1/2", "done", "failed 700105".
+/// Records the signals of a copier or remover as "1/2", "done" or "failed 700105".
 struct JobRecorder : QObject
 {
     template<class Job>
@@ -46,9 +46,10 @@ inline QStringList Steps(int done, int total)
     return steps;
 }
 
-/// Runs a "copier", "remover" or "helper": "file PATH", "dir PATH", "filter PATTERN" and, to copy, "file FROM
-/// TO", "dir FROM TO" and "link FROM TO". Paths are below a directory, except for empty ones and those that
-/// begin with "." or "/". Returns the signals, those of the helper as "1/2 path" and "failed path".
+/// Runs a "copier", "remover" or "helper" on `work`: "file PATH", "dir PATH", "filter PATTERN" and, for
+/// copies, "file FROM TO", "dir FROM TO" and "link FROM TO". Paths are below `root`, except for empty ones
+/// and those that begin with "." or "/". Returns the signals, those of the helper as "1/2 path" and "failed
+/// path".
 inline QStringList RunJob(const QString& job, const QString& root, const QStringList& work)
 {
     using common::FileHelper;

@@ -45,9 +45,9 @@ QStringList Split(const QString& list)
     return list.split(", ", Qt::SkipEmptyParts);
 }
 
-/// The columns of the jobs, lists with a comma between their items:
-///   tree      entries before the job, as filetree writes them
-///   work      what the job has to do, and emissions: its signals, as RunJob has them
+/// The columns of the jobs; commas separate the items of a list:
+///   tree      entries before the job, in the notation of filetree
+///   work      the work of the job, and emissions, its signals, in the notation of RunJob
 ///   gone      entries that the job removes
 ///   added     entries that the job creates
 ///   warnings  lines in the log up to level 4, except those that repeat the final code
@@ -60,7 +60,7 @@ struct Jobs : Table<QString, QString, QString, QString, QString, QStringList>
 
 const QString exists = "4 'ROOT/%1' already exists. Trying to remove before coping...";
 
-/// Adds copies that only this system can make.
+/// Adds copies that are possible only on this platform.
 void AddSystemsOwnCopies(const Jobs& row)
 {
 #ifdef Q_OS_UNIX
@@ -280,7 +280,7 @@ void TestFileJobs::filesThatStay()
         QCOMPARE(log.Lines("shell.filecmd", 4).size(), 10); // five attempts each
     }
     QVERIFY(readOnly.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner));
-    // Links are shortcuts here.
+    // On Windows, links are shortcuts.
     QVERIFY(QFile::link(folder.filePath("a"), folder.filePath("l.lnk")));
     QCOMPARE(RunJob("copier", folder.path(), {"link l.lnk t/l.lnk"}), QStringList({"1/1", "done"}));
     QVERIFY(QFileInfo(folder.filePath("t/l.lnk")).isSymLink());

@@ -17,14 +17,14 @@ using common::FileRemover;
 namespace
 {
 
-/// Rounds of each kind of job. Threads and files are slow under Wine.
+/// Number of rounds per kind of job; lower under Wine, where threads and files are slow.
 #ifdef Q_OS_WIN
 constexpr int rounds = 250;
 #else
 constexpr int rounds = 5000;
 #endif
 
-/// A tree, and work on it for each of the two jobs.
+/// A tree of files, and a job for it: a copy or a removal.
 struct Work
 {
     Work() { filetree::Build(folder.path(), {"d/0=", "d/1=", "d/2=", "d/3="}); }
@@ -36,7 +36,7 @@ struct Work
     const QTemporaryDir folder;
 };
 
-/// A job that stops at its second item, and at the given number after it, until it is waited for.
+/// A running job whose worker pauses at the second item, and at the given number of items after it.
 template<class Job>
 struct HeldJob : Work
 {
@@ -64,7 +64,7 @@ struct HeldJob : Work
     JobRecorder recorder{job.get()};
 };
 
-/// Does something to a held job, at once or in a receiver of its first progress.
+/// Performs the action on a paused job, either directly or in a slot of its first progress.
 template<class Job>
 void TestLife()
 {
@@ -78,7 +78,7 @@ void TestLife()
         } else if (action == "restart") {
             Work::Start(*held.job);
         } else {
-            held.AddTo(*held.job); // For the next job, not for this one.
+            held.AddTo(*held.job); // Affects only the next job.
             held.job->Abort(action == "abort");
             QCOMPARE(held.LastLine(), "7 Wait finished!");
         }
@@ -95,7 +95,8 @@ void TestLife()
     const QHash<QString, QStringList> expected{
         {"abort", Steps(2, items) << (held.copies ? "failed 700105" : "failed 700202")},
         {"finish", Steps(items, items) << "done"},
-        // The first job's report on its first item is already queued; its other reports are dropped.
+        // Of the first job's signals, only the progress of its first item is already queued; the rest is
+        // dropped.
         {"restart", Steps(1, items) + Steps(left, left) << "done"},
         {"destroy", Steps(inReceiver ? 1 : 0, items)}};
     QTRY_COMPARE(held.recorder.signalsSeen, expected[action]);
@@ -105,7 +106,7 @@ void TestLife()
     QCOMPARE(toldBefore, inReceiver ? 1 : 0);
 }
 
-/// Starts, aborts and destroys jobs in many ways, with signals queued or delivered; nothing may fail.
+/// Starts, aborts and destroys a job at random moments.
 template<class Job>
 void Round(const Work& work, QRandomGenerator& random)
 {
@@ -164,15 +165,14 @@ void TestJobLife::abortBeforeTheDirectories()
     QCOMPARE(held.recorder.Wait(), Steps(4, 5) << "failed 700202");
 }
 
-/// A nested event loop, as in a message box, deletes what the job no longer needs; all signals are emitted
-/// nevertheless.
+/// A slot may run an event loop, as a message box does. All signals must still be emitted.
 void TestJobLife::eventLoopInEachSlot()
 {
     HeldJob<FileCopier> held;
     connect(held.job.get(), &FileCopier::progress, this, [] { QTest::qWait(1); });
     held.leave.release();
     while (!held.LastLine().contains(" finished in ")) {
-        QThread::msleep(1); // Then everything to report is there at once.
+        QThread::msleep(1); // Afterwards, all progress is waiting to be emitted.
     }
     QCOMPARE(held.recorder.Wait(), Steps(4, 4) << "done");
 
@@ -187,11 +187,11 @@ void TestJobLife::eventLoopInEachSlot()
     QTRY_COMPARE(textAfterLoop, "Copying failed with error '700103'!");
 }
 
-/// Reports of an earlier job that are not emitted yet precede the signals of the next one.
+/// Pending progress of an earlier job is emitted before the signals of the next job.
 void TestJobLife::restartKeepsTheOrder()
 {
     HeldJob<FileCopier> held(1);
-    QCoreApplication::processEvents(); // Emits the first item. The second is reported soon after.
+    QCoreApplication::processEvents(); // Emits the progress of the first item.
     held.leave.release();
     held.arrived.acquire();
     QVERIFY(held.job->Copy());
@@ -200,7 +200,7 @@ void TestJobLife::restartKeepsTheOrder()
     QCOMPARE(held.recorder.signalsSeen, Steps(2, 4) + Steps(4, 4) << "done");
 }
 
-/// The signals follow the owner from a thread that has no event loop and ends.
+/// The signals follow an owner that leaves a thread without an event loop.
 void TestJobLife::movedWhileItRuns()
 {
     const Work work;
@@ -216,7 +216,7 @@ void TestJobLife::movedWhileItRuns()
     JobRecorder recorder(job.get());
     while (!recorder.HasEnded()) {
         QThread::msleep(1);
-        QCoreApplication::sendPostedEvents(); // An event loop is not needed.
+        QCoreApplication::sendPostedEvents(); // Suffices without an event loop.
     }
     QCOMPARE(recorder.signalsSeen, Steps(5, 5) << "done");
 }

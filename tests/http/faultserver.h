@@ -6,7 +6,7 @@
 #include <QTimer>
 #include <QUrl>
 
-/// What the server does on one connection when the request is complete.
+/// The server's reaction to one complete request.
 struct Answer
 {
     enum Ending
@@ -29,7 +29,7 @@ inline QByteArray Response(const QByteArray& status, const QByteArray& body,
            "\r\n" + body;
 }
 
-/// A server on the loopback that misbehaves as configured, one connection at a time; the last answer repeats.
+/// A server on the loopback that gives the configured answers, one per connection, and repeats the last one.
 class FaultServer : public QTcpServer
 {
 public:
@@ -51,7 +51,7 @@ public:
 
     qsizetype OpenConnections() const { return findChildren<QTcpSocket*>().size(); }
 
-    QList<QByteArray> requests; ///< Complete requests as received, apart from the case of header names.
+    QList<QByteArray> requests; ///< Complete requests, verbatim apart from the case of header names.
 
 private:
     void Receive(QTcpSocket* socket, const Answer& answer)

@@ -11,8 +11,8 @@
 /// The signals of a request that succeeds.
 inline const QString success = "replyFinished, binary, finished";
 
-/// A request for tests, with a separate manager and without a delay between its attempts. Records its signals
-/// in order, except progress, whose number depends on Qt.
+/// A request for tests, with a separate manager and no delay between attempts. Records its signals in order,
+/// except for progress, because Qt determines how often it is emitted.
 struct RecordedRequest
 {
     void Renew()
@@ -55,7 +55,7 @@ struct RecordedRequest
 
     std::unique_ptr<QNetworkAccessManager> manager;
     QStringList events;
-    QByteArray body; ///< As delivered, or as given with the error.
+    QByteArray body; ///< The body from the success or error signal.
     QString text;
     std::unique_ptr<common::http::IHttpRequest> request;
 };

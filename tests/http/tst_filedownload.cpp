@@ -31,7 +31,7 @@ private Q_SLOTS:
     void outcome_data();
     void outcome();
     void notStarted();
-#ifndef _WIN32 // Where a process cannot limit the size of its files.
+#ifndef _WIN32 // Windows has no limit on file sizes.
     void fullDisk();
 #endif
     void changedByAnother_data();
@@ -48,7 +48,7 @@ public Q_SLOTS:
 
 private:
     void Start(const FaultServer& server);
-    /// Lines of this download.
+    /// Returns whether this download has logged a line.
     bool HasLogged(const QString& text) const
     {
         return log.Contains(text, QString("[%1, ").arg(download->GetId()));
@@ -94,7 +94,7 @@ void TestFileDownload::outcome_data()
     const char* const bad = "failed 900103 Download verification failed!";
     const QString sum = converter::ToMD5(QByteArray("body"));
     const Answer ok{Response("200 OK", "body")};
-    const QByteArray large(30000000, 'l'); // More than the buffer in memory, as is the redirect's body.
+    const QByteArray large(30000000, 'l'); // Exceeds the read buffer; so does the redirect's body.
     const Answer redirect{Response("302 Found", QByteArray(9000000, 'r'), "Location: /there\r\n")};
 
     whole("0 bytes", {{Response("200 OK", "")}}, "");
@@ -122,11 +122,11 @@ void TestFileDownload::outcome()
     Start(server);
     const QRegularExpression expected(QRegularExpression::anchoredPattern(event));
     QTRY_VERIFY2(expected.match(events.join(", ")).hasMatch(), qPrintable(events.join(", ")));
-    // Data that arrives between two progress signals is held in memory.
+    // The read buffer must still be limited after retries and redirects.
     QVERIFY(download->findChild<IHttpRequest*>()->Reply()->readBufferSize() > 0);
     QVERIFY(QFile::exists(path));
     QVERIFY(filetree::Read(path) == content);
-#ifndef _WIN32 // Where the name decides it.
+#ifndef _WIN32 // On Windows, the suffix of the name decides.
     QVERIFY(QFileInfo(path).isExecutable());
 #endif
     QCOMPARE(HasLogged("Downloading failed. No more tries."), event != "complete");
@@ -161,10 +161,10 @@ void TestFileDownload::notStarted()
 #ifndef _WIN32
 void TestFileDownload::fullDisk()
 {
-    const QByteArray body(9000000, 'x'); // More than the buffer in memory.
+    const QByteArray body(9000000, 'x'); // Exceeds the read buffer.
     FaultServer server({{Response("200 OK", body)}});
     const ResourceLimit bytes(RLIMIT_FSIZE, 1000000);
-    for (const bool checksum : {false, true}) { // The checksum of the data that could not be written.
+    for (const bool checksum : {false, true}) { // The received data has the right checksum.
         init();
         checksum ? download->SetChecksum(converter::ToMD5(body)) : download->SetFileSize(body.size());
         Start(server);
@@ -180,7 +180,7 @@ void TestFileDownload::changedByAnother_data()
     row("after the last byte", {"HTTP/1.1 200 OK\r\n\r\nbody", Answer::Hang, 150}, 4);
 }
 
-// The sum of the received data is right, that of the file is not.
+// The received data has the right checksum, the file on disk does not.
 void TestFileDownload::changedByAnother()
 {
     QFETCH(Answer, answer);
@@ -190,7 +190,7 @@ void TestFileDownload::changedByAnother()
     download->SetChecksum(converter::ToMD5(QByteArray("body")));
     Start(server);
     QTRY_VERIFY(QFileInfo(path).size() >= after);
-    QTest::qWait(50); // Time stamps of files have steps of several milliseconds.
+    QTest::qWait(50); // The resolution of time stamps is several milliseconds.
     std::fstream(filetree::ToPath(path)) << 'B';
     if (answer.ending == Answer::Hang) {
         server.findChild<QTcpSocket*>()->disconnectFromHost();
@@ -209,7 +209,7 @@ void TestFileDownload::startAndAbort()
     download->Abort();
     QTRY_COMPARE(server.OpenConnections(), 0);
     QCOMPARE(events, QStringList());
-    // The same object again, over the existing file.
+    // The same object can download again, over the existing file.
     Start(server);
     QVERIFY(HasLogged("closing previously open file '" + path + "'."));
     QTRY_COMPARE(events, QStringList{"complete"});

@@ -1,4 +1,4 @@
-// What callers may do to a request at any time: abort it, send it again, delete it.
+// Tests that callers can abort, resend or delete a request at any time.
 
 #include "faultserver.h"
 #include "recordedrequest.h"
@@ -50,7 +50,7 @@ void TestHttpLifetime::actionInsideSignal_data()
     rows(SIGNAL(requestFinishedWithBinaryData(QByteArray)), ok);
     rows(SIGNAL(requestFinished(QString)), ok);
     rows(error, {Response("429 Busy", "body")});
-    rows(error, unfinished); // By timeout.
+    rows(error, unfinished); // Times out.
     rows(SIGNAL(invalidOperationError(int, QString)), {Response("400 Bad", "body")});
     rows(SIGNAL(proxyError(int, QString)), {""});
     rows(error, unfinished, true); // The caller aborts the reply, not the request.
@@ -91,7 +91,7 @@ void TestHttpLifetime::actionInsideSignal()
     action = what;
     actionUrl = other.Url();
     request->SetUrl(signal.contains("proxy") ? QUrl("https://127.0.0.1:1/") : server.Url());
-    // Set it only if the timeout is the expected result: a busy machine may be silent for longer.
+    // Set a short timeout only if it must expire: a busy machine may be silent for longer.
     request->SetTimeout(answer.ending == Answer::Hang && !aborted ? 1 : 30);
     manager->setProxy(QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1", server.serverPort()));
     QVERIFY(signal.contains("upload") ? request->Post() : request->Get());
@@ -114,7 +114,7 @@ void TestHttpLifetime::actionInsideSignal()
     }
 }
 
-// A slot of the manager is called for each aborted reply, and always sends again.
+// The manager calls a slot for each aborted reply, and the slot always sends again.
 void TestHttpLifetime::sendInsideSend()
 {
     FaultServer server({{"", Answer::Hang}});
@@ -135,7 +135,7 @@ void TestHttpLifetime::sendInsideSend()
     QVERIFY(manager->findChildren<QNetworkReply*>().isEmpty());
 }
 
-// The replies are deleted without exec() and without a test's wait, which runs deferred deletions.
+// The replies are deleted even if no event loop runs, not even that of a QTest wait.
 void TestHttpLifetime::abortWithoutLoop()
 {
     FaultServer server({{"", Answer::Hang}});

@@ -45,7 +45,7 @@ Data Form(const QList<Part>& parts)
     return form;
 }
 
-/// Fails at once with an error of the test's choice.
+/// A reply that fails immediately with the given error.
 class FailedReply : public QNetworkReply
 {
 public:
@@ -114,7 +114,7 @@ void TestHttpRequest::Get(const FaultServer& server)
 
 void TestHttpRequest::wire_data()
 {
-    // The parts of what is sent, at each attempt.
+    // `parts` are sent at each attempt.
     const Table<QString, Data, QByteArrayList> row("path", "data", "parts");
     const auto map = &IHttpRequestDataMap::CreateUrlencodedDataMap;
     const auto json = &IHttpRequestDataMap::CreateJsonDataMap;
@@ -174,7 +174,7 @@ void TestHttpRequest::changingFile_data()
     row("shrinks", 100, 50, "replyFinished, error 99 0");
 }
 
-/// A file of a form changes its size while it is sent.
+/// Changes the size of a form file while the form is being sent.
 void TestHttpRequest::changingFile()
 {
     QFETCH(int, before);
@@ -194,7 +194,7 @@ void TestHttpRequest::changingFile()
              expected == success);
 }
 
-// Only the result and the log report it.
+// Only the return value and the log report that nothing was sent.
 void TestHttpRequest::notSent()
 {
     request->SetData(IHttpRequestDataMap::CreateJsonDataMap());
@@ -226,7 +226,7 @@ void TestHttpRequest::outcome_data()
     row("gzip, broken", {{Response("200 OK", "not packed", gzip)}}, 1, success, "not packed");
     row("other coding", {{Response("200 OK", packed, "Content-Encoding: GZIP\r\n")}}, 1, success, packed);
 
-    // Not retried, and with the body that the server sent.
+    // These errors are not retried and carry the body that the server sent.
     row("404", {{Response("404 No", packed, gzip)}}, 3, "replyFinished, error 203 4", "text");
     row("400", {{Response("400 No", "body")}}, 3, "replyFinished, invalid 302, error 302 4", "body");
     row("ends before the headers", {{""}}, 0, "replyFinished, error 2 0", "");
@@ -250,7 +250,7 @@ void TestHttpRequest::outcome()
     QCOMPARE(body, content);
     QVERIFY(told != success || text == QString::fromUtf8(content));
     QVERIFY(log.Contains("Accepted reply from server: "));
-    // After the end, an abort keeps the reply and emits nothing.
+    // Aborting a finished request keeps the reply and emits nothing.
     request->Abort();
     QVERIFY(request->Reply() != nullptr);
     QVERIFY(!request->isRunning());
@@ -259,7 +259,7 @@ void TestHttpRequest::outcome()
 
 void TestHttpRequest::errors_data()
 {
-    // Codes of one class, and the signals of a request with two attempts.
+    // Each row lists the codes of one class and the signals of a request with two attempts.
     const Table<QList<int>, QString> row("codes", "expected");
     row("network problem", {1, 2, 3, 4, 5, 6, 7, 8, 9, 99}, "replyFinished, replyFinished, error %1 0");
     row("proxy", {101, 102, 103, 104, 105, 199}, "replyFinished, proxy %1, error %1 0");
@@ -289,13 +289,13 @@ void TestHttpRequest::errors()
 
 void TestHttpRequest::silence()
 {
-    // Single bytes over five seconds are not silence.
+    // A server that sends single bytes for five seconds is not silent.
     FaultServer slow({{Response("200 OK", QByteArray(50, 't')), Answer::Close, 100}});
     request->SetTimeout(1);
     Get(slow);
     QTRY_COMPARE_WITH_TIMEOUT(Told(), success, 20000);
     QTest::qWait(1200);
-    QCOMPARE(Told(), success); // Nor is silence after the end.
+    QCOMPARE(Told(), success); // The timeout ends with the request.
 
     FaultServer dead({{Response("200 OK", "body").chopped(1), Answer::Hang}});
     request->SetAttemptCountOnNetworkProblem(2);
@@ -311,7 +311,7 @@ void TestHttpRequest::silence()
 
 void TestHttpRequest::abortAndRetry()
 {
-    // An abort deletes the running reply at once, and so does a new send.
+    // An abort and a new send delete the running reply immediately.
     FaultServer server({{"", Answer::Hang}});
     Get(server);
     QPointer<QNetworkReply> reply = request->Reply();
@@ -323,11 +323,11 @@ void TestHttpRequest::abortAndRetry()
     Get(server);
     QVERIFY(reply.isNull());
 
-    // The default interval between two attempts is 20 s, too long to wait for here.
+    // The default interval between two attempts is too long to wait for.
     const std::unique_ptr<IHttpRequest> unset(CreateHttpRequest(manager.get(), nullptr));
     QCOMPARE(unset->findChild<QTimer*>()->interval(), 20000);
 
-    // Both cancel a waiting retry, and the abort leaves the reply that failed.
+    // An abort and a new send cancel a scheduled retry. The abort keeps the failed reply.
     FaultServer closing({{"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n"}});
     request->SetAttemptCountOnNetworkProblem(5);
     request->SetAttemptIntervalOnNetworkProblem(1);

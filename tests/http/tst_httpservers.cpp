@@ -24,7 +24,7 @@ QByteArray Served(const QString& name)
     return filetree::Read(qEnvironmentVariable("SERVER_ROOT") + '/' + name);
 }
 
-/// Returns the names of the threads. Those of destroyed managers may still be ending. Empty under Wine.
+/// Returns the names of this process's threads; empty under Wine.
 QByteArray ThreadNames()
 {
     QByteArray names;
@@ -34,7 +34,7 @@ QByteArray ThreadNames()
     return names;
 }
 
-/// Keeps Qt's configuration, which verifies the peer.
+/// A request that keeps Qt's default, which is to verify the peer.
 class VerifyingRequest : public HttpRequest
 {
 public:
@@ -61,7 +61,8 @@ void TestHttpServers::cleanupTestCase()
 {
     request.reset();
     manager.reset();
-    // OpenSSL frees the memory of a thread when it ends, and the leak checker runs at exit.
+    // Wait for the threads of the managers: OpenSSL frees their memory at their end, the leak checker runs at
+    // exit.
     QTRY_VERIFY(!ThreadNames().contains("QNetworkAccess"));
 }
 
@@ -72,7 +73,7 @@ void TestHttpServers::outcome_data()
     row("the same, minded", Url("SERVER_TLS"), true, "replyFinished, error 6 0");
     row("the same, ignored", Url("SERVER_TLS"), true, success);
     row("redirect out of TLS", Url("SERVER_TLS", "/unsafe"), false, "replyFinished, error 11 0");
-#ifndef _WIN32 // Wine's TLS finds no way to use one.
+#ifndef _WIN32 // Wine's TLS does not support client certificates.
     row("client certificate", Url("SERVER_MTLS"), false, success);
 #endif
     row("no URL", QUrl(), false, "replyFinished, error 301 0");

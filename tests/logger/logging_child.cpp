@@ -1,4 +1,4 @@
-/// A program that logs and ends in the way that its argument names, started by the tests of the backend.
+/// A program for the tests of the backend: logs and ends in the way that its argument specifies.
 
 #include <common/logger/logger.h>
 
@@ -16,11 +16,11 @@ namespace
 
 constexpr logger::Channel channel{"test.backend"};
 
-/// Logs to exit.log until after the last moment, while a thread that nobody stops still logs.
+/// Logs to exit.log until after the end of the backend, while a detached thread also logs.
 int LogUntilExit()
 {
     static logger::ILogger* const defaultLogger = logger::GetLogger();
-    // Registered before the backend exists, so it runs after the backend's end.
+    // Runs after the end of the backend, because it is registered before the backend exists.
     int failures = std::atexit([] {
         qWarning("too late, says Qt");
         LOG_MESSAGE_ON(channel, logger::Fatal) << "too late";
@@ -36,7 +36,7 @@ int LogUntilExit()
     logger::GetLogger()->Configure(logger::Debug, logger::Target::RollingFile | logger::Target::Debugger,
                                    logger::Option::PatternLayout, u"%p %c %m%n"_s, u"qt.k\u00F6rper"_s, {},
                                    u"exit.log"_s, u"short.log"_s, 100000000, 2);
-    // Registered after it, so it runs before.
+    // Runs before the end of the backend.
     failures += std::atexit([] {
         LOG_MESSAGE_ON(channel, logger::Error) << "last words";
         qDebug("debug");
@@ -53,7 +53,7 @@ int LogUntilExit()
     return failures;
 }
 
-/// Logs by default and, at the end of standard input, ends with a fatal message on the console.
+/// Logs with the default logger. At the end of standard input, ends with a fatal message on the console.
 int EndFatally()
 {
     logger::GetLogger()->SetLevel(logger::Debug);

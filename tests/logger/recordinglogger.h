@@ -9,7 +9,7 @@
 #include <functional>
 #include <vector>
 
-/// Records lines from any thread, and is the current logger during its lifetime.
+/// Records lines from any thread. It is the current logger during its lifetime.
 class RecordingLogger : public common::logger::Logger
 {
 public:
@@ -42,8 +42,8 @@ public:
         }
     }
 
-    /// Returns "LEVEL TEXT" for the lines of a channel up to a level, with "ROOT" for a directory and slashes
-    /// as separators.
+    /// Returns "LEVEL TEXT" for the lines of a channel up to a level. Replaces a directory with "ROOT", and
+    /// native separators with slashes.
     QStringList Lines(const QByteArray& channel, int mostLevel, const QString& root = "no folder") const
     {
         const QMutexLocker lock(&mutex);
@@ -64,7 +64,7 @@ public:
         });
     }
 
-    std::function<void(const QString& text)> onLine; ///< To be set before other threads start.
+    std::function<void(const QString& text)> onLine; ///< Set it before other threads start.
     std::vector<Line> lines;
 
 private:

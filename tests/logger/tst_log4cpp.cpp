@@ -16,7 +16,7 @@
 
 namespace logger = common::logger;
 
-// A separate namespace, so that the channel declared in it is found before the default one.
+// The channel declared in this namespace hides the default channel.
 namespace backendtest
 {
 
@@ -25,7 +25,7 @@ namespace
 
 constexpr logger::Channel logChannel{"test.backend"};
 
-/// The arguments of Configure with harmless values, so that a test names only what it is about.
+/// Default arguments of Configure, so that a test sets only those that matter.
 struct Setup
 {
     unsigned int targets = logger::Target::RollingFile;
@@ -44,7 +44,7 @@ struct Setup
     }
 };
 
-/// Returns the text of a log file; log4cpp uses the line ends of the system.
+/// Returns the text of a log file with Unix line endings.
 QByteArray ReadLog(const QString& path)
 {
     return filetree::Read(path).replace("\r\n", "\n");
@@ -89,7 +89,7 @@ private Q_SLOTS:
 void TestLog4cpp::init()
 {
     logger::SetLogger(logger::GetLog4cpp());
-    // Windows removes no directory with an open log.
+    // Close the logs first, because Windows does not remove a directory with open files.
     logger::GetLogger()->SetFileLoggingEnabled(false);
     dir = std::make_unique<QTemporaryDir>();
     setup = Setup();
@@ -116,7 +116,7 @@ void TestLog4cpp::lineForms()
     verify(512, "", "INFO +: téxt");
 }
 
-// Western code pages of Windows have none of these letters.
+// The names use letters that are missing from the Western code pages of Windows.
 void TestLog4cpp::files()
 {
     const QByteArray line = "a line of twenty bytes\n";
@@ -155,7 +155,7 @@ void TestLog4cpp::levels()
             LOG_MESSAGE(i) << i;
         }
     }
-    // log4cpp calls its highest priority EMERG or FATAL, whichever it was built to prefer.
+    // The name of the highest priority, EMERG or FATAL, depends on the build of log4cpp.
     QCOMPARE(ReadLog(setup.logFile).replace("EMERG", "FATAL"),
              "FATAL 0 FATAL 0 ALERT 1 CRIT 2 ERROR 3 "
              "FATAL 0 ALERT 1 CRIT 2 ERROR 3 WARN 4 NOTICE 5 INFO 6 DEBUG 7 ");
@@ -169,7 +169,7 @@ void TestLog4cpp::changesOnTheWay()
     log->SetFileLoggingEnabled(false);
     log->SetFileLoggingEnabled(false);
     LogOnMain("2");
-    // Windows keeps a file that is still open.
+    // On Windows, this would fail if the file were still open.
     QVERIFY(QFile::remove(setup.logFile));
     log->SetFileLoggingEnabled(true);
     LogOnMain("3");
@@ -181,13 +181,13 @@ void TestLog4cpp::changesOnTheWay()
     LogOnMain("4");
     QCOMPARE(ReadLog(File("a.log")), "3\n");
 
-    // One with a bad pattern does not.
+    // A Configure with a bad pattern does not replace them.
     setup.logFile = setup.shortLogFile = File("d.log");
     setup.pattern = "%m%Q%n";
     QVERIFY(setup.Apply());
     LogOnMain("5");
     QCOMPARE(ReadLog(File("b.log")) + ReadLog(File("c.log")), "1\n3\n4\n5\n4\n5\n");
-    // For the console, the exception reaches the caller.
+    // With the console as target, the exception reaches the caller.
     setup.targets = logger::Target::Console;
     QVERIFY_THROWS_EXCEPTION(std::exception, setup.Apply());
 }
@@ -205,7 +205,7 @@ void TestLog4cpp::badPlaces()
         setup.logFile = setup.shortLogFile = File(place);
         QVERIFY(QDir().mkdir(File("vanishing")));
         QVERIFY(setup.Apply());
-        QDir(File("vanishing")).removeRecursively(); // Not on Windows, where the log is open.
+        QDir(File("vanishing")).removeRecursively(); // Fails on Windows, because the log is open.
         LogOnMain("a line that nobody will read", 100);
         logger::GetLogger()->SetFileLoggingEnabled(false);
         logger::GetLogger()->SetFileLoggingEnabled(true);
@@ -218,7 +218,7 @@ void TestLog4cpp::badPlaces()
 }
 
 #ifdef Q_OS_WIN
-// A program that shows the log keeps it from being renamed. No line and no backup is lost.
+// Another program that has the log open prevents its rename. No line and no backup must be lost.
 void TestLog4cpp::logOpenElsewhere()
 {
     setup.logFile = File("100%1.log");
@@ -238,7 +238,7 @@ void TestLog4cpp::logOpenElsewhere()
 }
 #endif
 
-// It inherits no log, even a private one after a rollover, and its own lines reach its pipes.
+// A started program inherits no log file. A private log stays private after a rollover.
 void TestLog4cpp::startedProgram()
 {
     QVERIFY(QFile(setup.logFile).open(QIODevice::WriteOnly, QFile::ReadOwner | QFile::WriteOwner));
@@ -250,7 +250,7 @@ void TestLog4cpp::startedProgram()
     program.setReadChannel(QProcess::StandardError);
     QVERIFY(program.waitForReadyRead(60000));
 #ifdef Q_OS_WIN
-    // With its handles inherited, the files could not be removed while the program runs.
+    // If the program had inherited the handles, the files could not be removed while it runs.
     logger::GetLogger()->SetFileLoggingEnabled(false);
     const bool isInherited = !QFile::remove(setup.logFile) || !QFile::remove(setup.shortLogFile);
 #else
@@ -261,7 +261,7 @@ void TestLog4cpp::startedProgram()
     program.closeWriteChannel();
     QVERIFY(program.waitForFinished(60000));
     QVERIFY(!isInherited);
-    // By the default logger, through Qt's logging and the handler of the library: with the time once.
+    // The line passes through Qt's logging and the library's handler, but has only one time stamp.
     const QString line = QString::fromUtf8(program.readAllStandardError());
     static const QRegularExpression time(R"(\d\d:\d\d:\d\d\.\d{3}:)");
     QVERIFY2(line.contains("by default"), qPrintable(line));
@@ -303,10 +303,10 @@ void TestLog4cpp::channels()
     QCOMPARE(ReadLog(setup.logFile), "[] no channel\n[test.backend] own channel\n");
 }
 
-// The last one in this process, since the console appender stays with the root category.
+// Must be the last test in this process, because the console appender stays attached to the root category.
 void TestLog4cpp::configurationFileAndConsole()
 {
-    // So deep that Windows has no usable short name for it either.
+    // The path is so long that Windows has no usable short name for it.
     setup.configFile = dir->filePath(QString("Журнал/").repeated(40) + "настройки.properties");
     QVERIFY(!logger::GetLogger()->LoadConfiguration(setup.configFile));
     filetree::Write(setup.configFile, "rootCategory=DEBUG, A\nappender.A=NoSuchAppender\n");
@@ -337,7 +337,7 @@ void TestLog4cpp::linesAtExit()
 {
     QStringList command{CHILD_PROGRAM, "log until exit"};
 #ifdef RUN_UNDER_VALGRIND
-    // The thread that is left behind keeps its stack, so only blocks that nothing points to are leaks.
+    // The detached thread keeps its stack, so count only unreachable blocks as leaks.
     command = QStringList{"valgrind", "--quiet", "--error-exitcode=9", "--leak-check=full",
                           "--errors-for-leak-kinds=definite,indirect"} +
               command;
@@ -356,7 +356,7 @@ void TestLog4cpp::linesAtExit()
           "WARN qt.körper warning\n", "ERROR qt.körper critical\n"}) {
         QVERIFY2(text.contains(line), line);
     }
-#ifdef Q_OS_WIN // Functions of atexit run before the destructors of a DLL.
+#ifdef Q_OS_WIN // Functions registered with atexit run before the destructors of a DLL.
     QVERIFY(text.contains("FATAL test.backend too late\n"));
 #else
     QVERIFY2(output.contains("too late, says Qt"), "Qt's own handler is back at the end");

@@ -10,7 +10,7 @@ namespace
 {
 
 QString qtTypes;    ///< One letter per line that Qt received: "c" for critical and so on.
-QString lastQtLine; ///< After its category and a bar.
+QString lastQtLine; ///< Category and message, separated by a bar.
 
 void RecordQtLine(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
@@ -94,7 +94,7 @@ void TestLogger::statement()
     QCOMPARE(recorder.lines.size(), 2u);
 }
 
-// The signatures of the lambda in a statement.
+// Signatures that compilers give to the lambda in a log statement.
 void TestLogger::functionNames()
 {
     const auto verify = [](const QByteArray& signature, const char* name) {

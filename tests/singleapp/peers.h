@@ -16,8 +16,8 @@
 
 using QtLP_Private::QtLockedFile;
 
-/// Sends a message as a secondary instance, on a separate thread, since a lock may belong to a thread. Keeps
-/// the event loop of the caller running. Returns whether the message was acknowledged.
+/// Sends a message as a secondary instance, on a separate thread because a lock may belong to a thread. Keeps
+/// the caller's event loop running. Returns whether the message was acknowledged.
 inline bool SendFromElsewhere(const QString& appId, const QString& text, int timeout = 20000)
 {
     bool sent = false;
@@ -51,7 +51,7 @@ inline std::unique_ptr<QLocalSocket> ConnectTo(const QString& socketName, const 
     return socket;
 }
 
-/// A primary instance and what it receives.
+/// A primary instance that records the messages it receives.
 class Primary
 {
 public:
@@ -71,7 +71,7 @@ public:
     QtLocalPeer peer;
 };
 
-/// Returns the name of the socket. Requires that there is no primary instance; leaves the lock file.
+/// Returns the name of the socket. No primary instance may exist. Creates the lock file.
 inline QString SocketName(const QString& appId)
 {
     return Primary(appId).SocketName();
@@ -84,7 +84,7 @@ inline void SetTempPath(const QString& path)
     }
 }
 
-/// A temporary directory for this run only, which children inherit.
+/// A temporary directory for this run. Child processes use it, too.
 class PrivateTemp : public QTemporaryDir
 {
 public:

@@ -1,7 +1,6 @@
-// The program of scripts/stress.sh: many processes at once, a primary instance that dies, and hostile
-// clients.
+// The program of scripts/stress.sh: many processes, a primary instance that is killed, and hostile clients.
 //   single_app_stress storm|kill|hostile ROUNDS [PROCESSES OR CLIENTS]
-// Prints one line per round and exits with 1 if any failed. Starts itself as the other processes.
+// Prints one line per round and exits with 1 if any round failed. The other processes run this program, too.
 
 #include "peers.h"
 
@@ -20,13 +19,13 @@
 namespace
 {
 
-// Two hundred processes on few cores start slowly; how long one takes is not tested here.
+// Timeout in milliseconds. Generous, because 200 processes on few cores start slowly.
 constexpr int patience = 60000;
 
 constexpr int maxAttempts = 10;
 
-// Limit of the memory for all clients of one process.
-constexpr long long maxGrowth = MAX_GROWTH_MIB * 1024LL; // KiB
+// Maximum memory for all clients of one process.
+constexpr long long maxGrowth = MAX_GROWTH_MIB * 1024LL; // In KiB.
 
 bool WaitFor(const std::function<bool()>& condition)
 {
@@ -40,8 +39,8 @@ void Say(const char* what, const QString& text = {})
 }
 
 /// Runs one of the processes: waits for the starting signal, then sends its message or becomes the primary
-/// instance, which runs until it is killed. A primary instance that dies may close its socket a moment before
-/// its lock is free.
+/// instance, which runs until it is killed. Retries, because a killed primary instance may close its socket
+/// shortly before its lock is released.
 int RunPeer(const QString& appId, const QString& text)
 {
     QtLocalPeer peer(nullptr, appId);
@@ -60,7 +59,7 @@ int RunPeer(const QString& appId, const QString& text)
     return QCoreApplication::exec();
 }
 
-/// Processes that start together, and their output.
+/// Processes that start simultaneously, with their output.
 class Crowd
 {
 public:
@@ -107,26 +106,25 @@ private:
     std::list<QProcess> peers;
 };
 
-/// All start at once: one is the primary instance and receives the message of each other exactly once, at the
-/// first attempt. If it is killed in the meantime, exactly one takes its place and receives the rest and a
-/// newcomer's; what the dead one had received but not acknowledged is sent again, but no process receives a
-/// message twice.
+/// Starts all processes simultaneously. One becomes the primary instance and receives each other's message
+/// exactly once, at the first attempt. If it is killed, exactly one other process takes its place and
+/// receives the remaining messages and that of a newcomer. No process receives a message twice.
 bool Storm(int round, int size, bool killFirst)
 {
     const QString appId = QStringLiteral("storm%1").arg(round);
     const Crowd crowd(appId, size);
     QElapsedTimer timer;
     timer.start();
-    // The moment varies from round to round.
+    // Kill the primary instance at a different point in each round.
     if (killFirst && WaitFor([&] { return crowd.Count("received") > size * (round % 20) / 20; })) {
         const pid_t first = crowd.First().toInt();
         kill(first, SIGKILL);
-        WaitFor([first] { return kill(first, 0) != 0; }); // Until then, it holds its lock.
+        WaitFor([first] { return kill(first, 0) != 0; }); // It holds its lock until it has ended.
     }
     const bool allEnded =
         WaitFor([&] { return crowd.Count("first") + crowd.Count("sent") + crowd.Count("failed") == size; });
     QtLocalPeer newcomer(nullptr, appId);
-    // It takes the place of the one that was killed if that had received all messages.
+    // If the killed process had received all messages, the newcomer takes its place.
     const bool follows = !newcomer.isSecondary();
     const int firsts = crowd.Count("first") + (follows ? 1 : 0) - (killFirst ? 1 : 0);
     const bool heard = follows || (newcomer.sendMessage("newcomer", patience) && crowd.HasHeard("newcomer"));
@@ -151,7 +149,7 @@ long long PeakMemory(const QByteArray& id)
     return status.mid(status.indexOf("VmHWM:")).simplified().split(' ').value(1).toLongLong();
 }
 
-/// Sends up to 4 GiB, until the other side ends the connection or stops reading.
+/// Sends up to 4 GiB, until the server disconnects or stops reading.
 void Flood(QLocalSocket& socket)
 {
     const QByteArray piece(qsizetype{1024} * 1024, 'x');
@@ -162,8 +160,8 @@ void Flood(QLocalSocket& socket)
     }
 }
 
-/// Floods the primary instance, then connects clients that stay; some announce much, the others are silent.
-/// An honest message must arrive.
+/// Floods the primary instance, then connects clients that stay connected. Some announce long messages, the
+/// others are silent. A valid message must still arrive.
 bool Hostile(int round, int clients)
 {
     const QString appId = QStringLiteral("hostile%1").arg(round);

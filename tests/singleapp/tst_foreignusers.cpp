@@ -17,7 +17,7 @@ namespace
 
 constexpr uid_t otherUser = 65534;
 
-/// Returns whether something works for another user.
+/// Runs `work` as another user and returns its result.
 bool WorksForOther(const std::function<bool()>& work)
 {
     const bool worked = seteuid(otherUser) == 0 && work();

@@ -34,7 +34,7 @@ private:
 
 void TestLocalPeer::names()
 {
-    // The checksums are CRC-16 of ISO 3309, computed by another program.
+    // The expected checksums (CRC-16, ISO 3309) come from another program.
     const QString name = SocketName("@AZ[`az{");
     QCOMPARE(name.section('-', 0, 2), "qtsingleapp-AZaz-e325");
     QVERIFY2(!name.section('-', 3).isEmpty(), "the group");
@@ -53,7 +53,7 @@ void TestLocalPeer::handOver()
     QTRY_COMPARE(first.received, QStringList({text, ""}));
 }
 
-// A process that claims the lock as soon as it is free keeps its socket.
+// The end of a primary instance must not remove the socket of its successor.
 void TestLocalPeer::heir()
 {
     auto first = std::make_unique<QtLocalPeer>(nullptr, "heir");
@@ -66,8 +66,7 @@ void TestLocalPeer::heir()
     QVERIFY2(SendFromElsewhere("heir", "hello", -2), "with no limit");
 }
 
-// A running server keeps its socket. The process is the primary instance nevertheless, and attempts to listen
-// again.
+// A running server keeps its socket. The process still becomes the primary instance, and listens later.
 void TestLocalPeer::socketIsTaken()
 {
     const QString socketName = SocketName("taken");
@@ -128,7 +127,7 @@ void TestLocalPeer::clients()
     QTRY_VERIFY2(first.peer.findChildren<QLocalSocket*>().isEmpty(), "no client is served any more");
 }
 
-// Data that arrives while the primary instance is busy counts as received in time.
+// Data that arrives while the primary instance is busy must not count as late.
 void TestLocalPeer::busyFirst()
 {
     Primary first("busy");
@@ -160,7 +159,7 @@ void TestLocalPeer::manyClients()
     QTest::failOnWarning(QRegularExpression("^(?!QtLocalPeer: Peer disconnected)"));
 }
 
-// The client does not wait for a receiver: its connection is closed before the message is delivered.
+// The connection is closed before the message is delivered, so the client does not wait for the receiver.
 void TestLocalPeer::deliveredAfterClose()
 {
     Primary first("close");
@@ -175,7 +174,7 @@ void TestLocalPeer::deliveredAfterClose()
     QCOMPARE(client->readAll(), "ack");
 }
 
-// The receiver of one message deletes the peer, which has acknowledged another one.
+// A slot deletes the peer while another acknowledged message is still undelivered.
 void TestLocalPeer::acknowledgedTextOutlivesPeer()
 {
     auto* first = new Primary("end");
@@ -200,7 +199,7 @@ void TestLocalPeer::movedToThread()
     connect(&thread, &QThread::started, peer, &QtLocalPeer::isSecondary);
     bool claimed = false;
     connect(&thread, &QThread::started, this, [&claimed] { claimed = true; });
-    thread.start(); // Start last: a race detector does not see the order of Qt's events.
+    thread.start(); // Start last: race detectors do not recognise that Qt's events are ordered.
     QTRY_VERIFY(claimed);
     const bool sent = SendFromElsewhere("moved", "hello");
     peer->deleteLater();

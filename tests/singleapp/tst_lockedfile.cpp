@@ -7,7 +7,7 @@
 namespace
 {
 
-/// Takes a lock on a separate thread, since it may belong to a thread, and keeps it until LetGo is called.
+/// Takes a lock on a separate thread, because it may belong to a thread, and keeps it until LetGo is called.
 class Holder
 {
 public:

@@ -1,4 +1,4 @@
-// Tests the two files of a primary instance in the temporary directory, and a process that inherits them.
+// Tests the lock file and the socket of a primary instance, and a child process that inherits them.
 
 #include "peers.h"
 
@@ -45,7 +45,7 @@ void TestPeerFiles::removedDuringClaim()
     const QStringList removals = {lockPath, lockPath, socketPath};
     for (const QString& path : removals) {
         QVERIFY(QFile::remove(path));
-        // A lock file must return immediately, before the next check.
+        // A removed lock file must be restored immediately, a socket at the next check.
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path), path == lockPath ? 3000 : 20000);
         QVERIFY(QtLocalPeer(nullptr, "again").isSecondary());
         QVERIFY(SendFromElsewhere("again", "hello"));
@@ -86,7 +86,7 @@ void TestPeerFiles::secondName()
     QVERIFY(SendFromElsewhere("linked", "hello"));
 }
 
-// A cleaner of old temporary files removes files that have not changed for days.
+// Clean-up services delete temporary files that have not changed for days.
 void TestPeerFiles::keptFresh()
 {
     const Primary first("fresh");
@@ -109,7 +109,7 @@ void TestPeerFiles::forkedHelper()
             static_cast<void>(raise(SIGSTOP));
         }
         sleep(60);
-        _exit(0); // Its helper must not clean up.
+        _exit(0); // The helper must not run destructors.
     }
     QVERIFY(process > 0);
     const auto end = qScopeGuard([process] { kill(-process, SIGKILL); });

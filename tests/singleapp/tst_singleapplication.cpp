@@ -70,7 +70,7 @@ void TestSingleApplication::activationConnections()
 
     auto window = std::make_unique<QWidget>();
     window->setWindowState(Qt::WindowMinimized | Qt::WindowMaximized);
-    // The window system may change the state again later.
+    // Record the first change only: the window system may change the state again.
     const QSignalSpy states(window->windowHandle(), &QWindow::windowStateChanged);
     application->setActivationWindow(window.get(), false);
     QCOMPARE(application->activationWindow(), window.get());
@@ -85,7 +85,7 @@ void TestSingleApplication::activationConnections()
     application->setActivationWindow(nullptr, false);
 }
 
-// With a real window manager: from the background and from the task bar to the front.
+// A message raises a window that is in the background or minimised.
 void TestSingleApplication::activation()
 {
     QWidget window;
@@ -115,10 +115,10 @@ int main(int argc, char** argv)
 {
     const PrivateTemp temp;
 #ifndef Q_OS_WIN
-    // A display with a window manager; Windows has both.
+    // Start a display and a window manager. Windows provides both.
     const XServer display;
     qputenv("QT_QPA_PLATFORM", "xcb");
-    // Otherwise libdbus searches for a session, and leaks memory on the way.
+    // Without this, libdbus would search for a session and leak memory.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     QProcess manager;
     manager.start("openbox", {"--sm-disable", "--startup", "echo ready"});

@@ -25,7 +25,7 @@ DOWNLOAD_SIZE = 24 * MIB
 DISK_SIZE = 12 * MIB
 SOURCE_FILES = 60
 SOURCE_FILE_SIZE = 100 * 1000
-# Allowed growth of memory at the end, relative to that after a minute.
+# Maximum ratio of the memory at the end to that after one minute.
 MAX_GROWTH = 1.05
 
 
@@ -151,7 +151,7 @@ def judge(samples, counts, faults, work):
     for path in (work / "log").glob("soak.log*"):
         lines.update(re.findall(rb"soak: line (\d+)$", path.read_bytes(), re.MULTILINE))
     memory, descriptors, threads = zip(*samples)
-    # The mean of a minute, since it goes up and down with each download.
+    # Average over one minute, because the memory varies with each download.
     early, end = statistics.mean(memory[60:120] or memory), statistics.mean(memory[-60:])
     ended = sum(counts[key] for key in ("copies", "copies_failed", "removals", "removals_failed"))
     kinds = ("downloads", "downloads_failed", "copies", "copies_failed", "removals")

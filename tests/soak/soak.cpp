@@ -125,7 +125,7 @@ void Soak::Download()
     }
 }
 
-/// Checks a download that was reported as complete, without the library.
+/// Verifies, without the library, a download that was reported as complete.
 void Soak::CheckDownload()
 {
     QFile file(download->GetFilePath());

@@ -35,7 +35,7 @@ private Q_SLOTS:
     void swappedNames();
 };
 
-/// A small file is written under its name, a large one without a name first.
+/// Small files are written under their names, large ones first without a name.
 void TestJobSafety::permissions()
 {
     for (const int mask : {022, 077, 0}) {
@@ -59,7 +59,7 @@ void TestJobSafety::permissions()
     }
 }
 
-/// A file size limit stops a write as a full disk does. The copies are on another file system.
+/// A file size limit makes writes fail like a full disk. The copies are on another file system.
 void TestJobSafety::fullDisk()
 {
     const QTemporaryDir folder;
@@ -71,13 +71,14 @@ void TestJobSafety::fullDisk()
     const RecordingLogger log;
     QCOMPARE(RunJob("copier", folder.path(), {"dir s " + target.path()}), Steps(1, 2) << "failed 700107");
     QCOMPARE(log.Lines("shell.filecmd", 4).size(), 5);
-    // The file to be replaced stays.
+    // The failed copy must not remove the existing file.
     QCOMPARE(RunJob("copier", folder.path(), {"dir new " + target.path()}), QStringList("failed 700107"));
     const ResourceLimit oneByte(RLIMIT_FSIZE, 1);
     QCOMPARE(RunJob("copier", folder.path(), {"dir small " + target.path()}), QStringList("failed 700107"));
     QVERIFY(!common::Shell::CopyDir(folder.filePath("small"), target.path(),
                                     QDir::Dirs | QDir::NoDotAndDotDot, true));
-    QCOMPARE(filetree::Snapshot(target.path()), QStringList({"a=" + large, "d/"})); // No incomplete file.
+    QCOMPARE(filetree::Snapshot(target.path()),
+             QStringList({"a=" + large, "d/"})); // No incomplete file remains.
 }
 
 void TestJobSafety::noDescriptor()
@@ -85,15 +86,16 @@ void TestJobSafety::noDescriptor()
     const QTemporaryDir folder;
     filetree::Build(folder.path(), {"s/a=1", "s/b=2"});
     {
-        const ResourceLimit two(RLIMIT_NOFILE, OpenDescriptors() + 2); // For the thread and the source.
+        const ResourceLimit two(RLIMIT_NOFILE,
+                                OpenDescriptors() + 2); // One each for the thread and the source.
         QCOMPARE(RunJob("copier", folder.path(), {"file s/a s/b"}), QStringList("failed 700107"));
     }
     QCOMPARE(filetree::Snapshot(folder.path()), QStringList({"s/a=1", "s/b=2"}));
     for (const auto& [job, end] : {std::pair("copier", "failed 700102"), {"remover", "failed 700203"}}) {
-        // A sanitizer needs a descriptor at the first call of a member.
+        // Run the job once first: a sanitizer opens a descriptor at the first call of a member.
         RunJob(job, folder.path(), {"dir none"});
         RecordingLogger log;
-        const ResourceLimit one(RLIMIT_NOFILE, OpenDescriptors() + 1); // For the worker's thread.
+        const ResourceLimit one(RLIMIT_NOFILE, OpenDescriptors() + 1); // One for the worker's thread.
         QCOMPARE(RunJob(job, folder.path(), {"dir s t"}), QStringList(end));
         QVERIFY(log.Contains("' cannot be read!", "Path '" + folder.filePath("s")));
     }
@@ -144,7 +146,7 @@ void TestJobSafety::removedDirectories()
 void TestJobSafety::deepTree()
 {
     constexpr int depth = 2000;
-    const QTemporaryDir folder("/tmp/d"); // A path may have 4,096 bytes.
+    const QTemporaryDir folder("/tmp/d"); // Short, because a path may have only 4,096 bytes.
     const QString deep = folder.filePath("s") + QString("/d").repeated(depth - 1);
     QVERIFY(QDir().mkpath(deep));
     const ResourceLimit few(RLIMIT_NOFILE, 256);
