@@ -12,7 +12,7 @@ public:
     ResourceLimit(decltype(RLIMIT_FSIZE) resource_, rlim_t value)
         : resource(resource_)
     {
-        static_cast<void>(std::signal(SIGXFSZ, SIG_IGN)); // It would end the program.
+        static_cast<void>(std::signal(SIGXFSZ, SIG_IGN)); // By default, SIGXFSZ ends the program.
         getrlimit(resource, &usual);
         const rlimit low{value, usual.rlim_max};
         setrlimit(resource, &low);
@@ -27,7 +27,7 @@ private:
     rlimit usual{};
 };
 
-/// Returns the limit of descriptors that leaves none.
+/// Returns the descriptor limit that leaves no spare descriptor.
 inline rlim_t OpenDescriptors()
 {
     const int next = dup(STDIN_FILENO);

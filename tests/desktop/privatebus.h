@@ -9,7 +9,7 @@
 class PrivateBus
 {
 public:
-    /// @param type "session" or "system"; the variable of the environment that is set to the address
+    /// @param type "session" or "system"; selects the environment variable that receives the address
     explicit PrivateBus(const QByteArray& type)
     {
         const QString config = dir.filePath("bus.conf");

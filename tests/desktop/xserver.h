@@ -3,14 +3,14 @@
 #include <QProcess>
 #include <QStringList>
 
-/// A virtual X server. DISPLAY names it during its lifetime.
+/// Runs a virtual X server and sets DISPLAY to it.
 class XServer
 {
 public:
     XServer()
     {
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        // It selects a free display and writes its number to the descriptor when it is ready.
+        // Xvfb selects a free display and writes the number to the descriptor when ready.
         process.start("Xvfb",
                       {"-displayfd", "1", "-screen", "0", "640x480x24", "-nolisten", "tcp", "-noreset"});
         process.waitForReadyRead(30000);

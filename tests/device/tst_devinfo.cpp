@@ -23,7 +23,7 @@ private Q_SLOTS:
 
 void TestDevInfo::identity()
 {
-    QDir::setCurrent("/proc"); // It is not on a disk.
+    QDir::setCurrent("/proc"); // /proc is not on a disk, so no serial number exists.
     RecordingLogger log;
     const QString generated = DeviceInfo::GetSerialNumber();
     QCOMPARE(QUuid(generated).toString(), generated);

@@ -63,7 +63,7 @@ void TestSvgIcon::fade()
             QVERIFY(qAbs(qBlue(both) - opacity) <= 1);
             QVERIFY(qAbs(qRed(both) - (255 - opacity)) <= 1);
             QVERIFY(qAbs(qAlpha(image.pixel(last, 1)) - opacity) <= 1);
-            // Rendered at each size, not scaled: the edge is sharp.
+            // The edge is sharp, because the image is rendered at each size, not scaled.
             QCOMPARE(image.pixel(middle - 1, last), qRgba(255, 0, 0, 255));
             QCOMPARE(image.pixel(middle, last), qRgba(0, 0, 0, 0));
         }

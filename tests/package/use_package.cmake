@@ -25,7 +25,7 @@ foreach(page man/man1/vxtool.1 bash-completion/completions/vxtool zsh/site-funct
 endforeach()
 if(EXISTS "${prefix}/bin/vxphone")
     run("${CMAKE_COMMAND}" -E env --unset=DISPLAY --unset=QT_QPA_PLATFORM "${prefix}/bin/vxphone" --version)
-    # Its window logs the address as soon as it is shown.
+    # vxphone logs the address as soon as its window is shown.
     file(WRITE "${WORK_DIR}/start_vxphone.sh" [=[
 "$1" --data data --callto tel:+1 &
 until grep -qs 'address to call: +1' data/vxphone.log; do
@@ -39,7 +39,7 @@ kill $!
     run(desktop-file-validate "${prefix}/share/applications/vxphone.desktop")
 endif()
 
-# The example of the README is this very program.
+# The README shows the example program verbatim.
 file(READ "${consumer_dir}/main.cpp" program)
 file(READ "${SOURCE_DIR}/README.md" readme)
 string(FIND "${readme}" "${program}" position)

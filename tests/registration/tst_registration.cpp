@@ -156,12 +156,12 @@ void TestRegistration::extension()
     QVERIFY(PluginUtils::RegisterPlugin(id));
     filetree::Write(file, "{\"external_update_url\": \"https://example.com/updates\"}");
     QVERIFY(PluginUtils::UnregisterPlugin(id));
-    QVERIFY(QFile::exists(file)); // Another program has replaced it.
+    QVERIFY(QFile::exists(file)); // Unregistering keeps a file that another program has replaced.
 #endif
 }
 
 #ifdef Q_OS_WIN
-// A key of the registry has at most 255 characters.
+// The name of a registry key has at most 255 characters.
 void TestRegistration::refused()
 {
     const QString tooLong(300, 'x');

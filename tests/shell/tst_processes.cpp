@@ -77,7 +77,7 @@ void TestProcesses::Start(int lifetime, std::size_t count)
         const auto& child = children.emplace_back(std::make_unique<QProcess>());
         child->start(program, {QString::number(lifetime)});
         if (!child->waitForStarted()) {
-            child->start(); // Wine fails to start about one in a hundred.
+            child->start(); // Wine fails to start about one process in a hundred.
         }
         QVERIFY2(child->waitForStarted(), qPrintable(child->errorString()));
     }
@@ -99,7 +99,7 @@ void TestProcesses::namesAndIds()
         QCOMPARE(Shell::ProcessKill(query), 0);
         QCOMPARE(ProcHelper::FindProcessId(query), 0UL);
     }
-    // Ids of process groups or of no process.
+    // These ids denote process groups or no process at all.
     for (const unsigned long id : {0UL, 1UL, static_cast<unsigned long>(-1L), 0xFFFFFFFFUL, 0x80000000UL,
                                    static_cast<unsigned long>(-100L)}) {
         QVERIFY(ProcHelper::Terminate(id));
@@ -124,7 +124,7 @@ void TestProcesses::matching()
         QCOMPARE(Shell::ProcessWait(query, 0), 1);
         QCOMPARE(Shell::ProcessKill(query), 0);
         QCOMPARE(Shell::ProcessWait(query, aMinute), 0);
-        // It has ended, but its parent, this test, has not collected it yet.
+        // The child has ended, but this test, its parent, has not reaped it yet.
         QVERIFY(!Shell::ProcessExists(query));
         QCOMPARE(ProcHelper::FindProcessId(query), 0UL);
         QVERIFY(children.front()->waitForFinished());
@@ -160,7 +160,7 @@ void TestProcesses::startDetached()
     }
     QVERIFY(!Shell::ProcessStartDetached(program, {}, dir->filePath("none")));
 #ifdef Q_OS_UNIX
-    QCOMPARE(dup2(STDOUT_FILENO, 500), 500); // Far from the descriptors that spawning opens itself.
+    QCOMPARE(dup2(STDOUT_FILENO, 500), 500); // Spawning itself opens lower descriptors.
 #endif
     const QString work = QFileInfo(dir->path()).canonicalFilePath();
     QVERIFY(Shell::ProcessStartDetached(program, {"60000", "a b"}, work));

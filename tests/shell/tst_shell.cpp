@@ -76,7 +76,7 @@ bool IsMarked(HKEY root)
     return error == ERROR_SUCCESS;
 }
 #else
-const QStringList userOverride; // There is nothing to redirect.
+const QStringList userOverride;
 #endif
 
 constexpr auto channel = "common.shell";
@@ -139,7 +139,7 @@ void TestShell::moveDir_data()
     const QString notCopied = "3 MoveDir: failed to copy dir: ";
     row("no drive", "from/a/.h=1", "MoveDir from to", true, "to/a/.h=1", {noDrive + "from to"});
 #ifdef Q_OS_UNIX
-    // Directories that look like drives.
+    // On Unix, "c:" is a directory, not a drive.
     row("no drive at the source", "from/a/1=1, c:/", "MoveDir from c:/to", true, "c:/to/a/1=1",
         {noDrive + "from c:/to"});
     row("same drive", "c:/from/a/.h=1", "MoveDir c:/from c:/to", true, "c:/to/a/.h=1", {});

@@ -38,7 +38,7 @@ void TestAddresses::check()
     const QString label63(63, 'x');
     verify(SipId::NoError, {"A@b.QUOLLSIP.com", "a@b.c.d.quollsip.ru", "a.b‘c@quollsip.com",
                             "-0&=+$,;?_!~*()%{}/'@quollsip.com:99999", "a@" + label63 + ".quollsip.com"});
-    // Foreign, incomplete or ill-formed, but with valid symbols. A second "@" is not a symbol error.
+    // These are foreign, incomplete or ill-formed, but all symbols are valid. A second "@" is not a symbol error.
     verify(SipId::FormatError,
            {"a@b.example.com", "a@quollsip.b.com", "a@myquollsip.com", "a@quollsip.c", "a@quollsip.comma",
             "a@x" + label63 + ".quollsip.com", "a@b-.quollsip.com", ".a@quollsip.com", "a..b@quollsip.com",
@@ -91,7 +91,7 @@ void TestAddresses::parse()
     QCOMPARE(QStringList({user, domain, name, extension, port}).join('|'), ok ? parts : parts + "||||old");
     QCOMPARE(ok, parts.contains('|'));
 
-    // The form without a port leaves it with the domain.
+    // The overload without a port parameter leaves the port in the domain.
     const QString address = port.isEmpty() || port == "old" ? domain : domain + ':' + port;
     QCOMPARE(SipId::ParseURIEx(text, user, domain, name, extension), ok);
     QCOMPARE(domain, address);
@@ -147,7 +147,7 @@ void TestAddresses::webAddresses()
     QCOMPARE(Web::GetUrl("a@b.ru", "ru", "other"), "ru");
     QCOMPARE(Web::GetWebServisesUrl("a@b.ru"), "https://" RU_WEB_SERVICES_HOST "/integration/vexline");
     QCOMPARE(Web::GetLocale("\"A\" <sip:a@b.eu;x=y>"), Web::LocaleEu);
-    // A port hides the country, and so do capitals.
+    // The country is not recognised before a port or in capitals.
     for (const char* id : {"a@b.ru:5060", "a@b.RU", "a@b.ru.com"}) {
         QCOMPARE(Web::GetLocale(id), Web::LocaleDefault);
         QCOMPARE(Web::GetWebServisesUrl(id), "https://" DEFAULT_WEB_SERVICES_HOST "/integration/vexline");

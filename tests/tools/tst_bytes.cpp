@@ -52,10 +52,10 @@ void TestBytes::cipherVectors()
         QCOMPARE(bytes, plain.leftJustified(bytes.size(), '\0'));
     };
     // Made with: openssl enc -a -A -aes-128-cbc -nopad -K HEX_OF_KEY -iv 43344431374530394132423634383346
-    // (or -aes-192-cbc, -aes-256-cbc), the key and the text filled up with zero bytes.
+    // (or -aes-192-cbc, -aes-256-cbc), the key and the text padded with zero bytes.
     const QByteArray plain = "two blocks of text, not one alone";
     verify("0123456789abcdef", plain, "tlkeGMqmk57ePFl9TRIP8ljU5F4F8kqWuT04Rddq/u3XZnRCEhnAcyx9HMfsM99K");
-    verify("0123456789abcdef0", "hello", "4o9ssVeElvk8ggRy+7hc7g=="); // 17 bytes make 192 bits
+    verify("0123456789abcdef0", "hello", "4o9ssVeElvk8ggRy+7hc7g=="); // a key of 17 bytes is padded to 192 bits
     verify("0123456789abcdef0123456789abcdef", plain,
            "FbjweylZHOznlPikrNMKrfsVMNTHDjSnF0RldteIHOBxUkJnCss486DAFJ1I+iBW");
 
@@ -70,7 +70,7 @@ void TestBytes::cipherTexts()
     const QString cipher = AES::encrypt("ключ", "привет");
     QCOMPARE(AES::decrypt("ключ", cipher), "привет" + QString(4, QChar(0)));
     QVERIFY(!AES::decrypt("другой", cipher).startsWith("привет"));
-    // Damaged: the last block is incomplete.
+    // The last block is incomplete.
     QCOMPARE(AES::decrypt("key", AES::encrypt("key", QString(32, 'x')).left(28)).left(16), QString(16, 'x'));
 
     const QString pair = AES::encryptPair("name", "va=lue %1");
@@ -80,14 +80,14 @@ void TestBytes::cipherTexts()
 
 void TestBytes::machineKey()
 {
-    // The base text XOR the user's name, byte by byte, in Base64, cut at 32; computed without this library.
+    // The base text XOR the user's name, byte by byte, in Base64, truncated to 32 characters; computed without this library.
     const QString key = "Vi8rUl5bWC1fJVgsVShWUy9XIlorUV9d";
     for (const char* name : {"USERNAME", "user", "UserName"}) {
         qunsetenv(name);
     }
     qputenv("USER", "");
     QCOMPARE(AES::machineKey(), "THQBA3MNfHEAaQEABwAVBgAAdRkHAXQH");
-    // The narrow environment of Windows only has the characters of one code page.
+    // On Windows, the narrow environment has only the characters of one code page.
     qputenv("USER", "жанна");
     QVERIFY(AES::machineKey() == "5/eVg+CI6f7h9Ob05Pboj5GEk4SVhuGD" || QSysInfo::kernelType() == "winnt");
     qunsetenv("USER");
@@ -121,7 +121,7 @@ void TestBytes::damagedPacks()
     QCOMPARE(output, "first member");
     QVERIFY(!QCompressor::gzipDecompress("plain text", output));
     QCOMPARE(output, "");
-    // Only the chunk with the failure, here a wrong sum, is lost, even if it ends there.
+    // Only the chunk with the error, here a wrong checksum, is lost.
     QByteArray damaged = Packed(QByteArray(2 * chunkSize, '\0'));
     damaged[damaged.size() - 8] = static_cast<char>(~damaged.at(damaged.size() - 8));
     QVERIFY(!QCompressor::gzipDecompress(damaged, output));

@@ -149,7 +149,7 @@ void TestJsonFile::writtenInPlace()
         QCOMPARE(filetree::Read(target), document.toJson());
     }
 
-    // A longer name for a temporary file is not possible.
+    // The name of a temporary file cannot be longer than this.
     const QString longName = dir->filePath(QString(255, 'x'));
     filetree::Write(longName, "old");
     QCOMPARE(Failure({longName, sample, ""}, &JsonFile::Save), "");
@@ -203,11 +203,11 @@ void TestJsonFile::specialFiles()
 {
     QVERIFY(Failure({"/dev/full", sample, ""}, &JsonFile::Save).startsWith("Failed to save document"));
     QVERIFY(!QFileInfo("/dev/full").isFile());
-    // Can be opened but not read.
+    // This file can be opened but not read.
     QVERIFY(Failure({"/proc/self/mem", ""}, &JsonFile::Load).startsWith("Failed to open file"));
     filetree::Build(dir->path(), {"fifo|"});
     QVERIFY(Failure({dir->filePath("fifo"), ""}, &JsonFile::Load).startsWith("Failed to open file"));
-    // A file system without sizes is not full.
+    // A file system that reports no sizes does not count as full.
     QCOMPARE(Failure({"/proc/self/comm", QJsonDocument(QJsonArray{1}), ""}, &JsonFile::Save), "");
     QVERIFY(filetree::Read("/proc/self/comm").startsWith('['));
 }

@@ -94,7 +94,7 @@ void TestText::split()
     verify(5, "abcde|fghij", "abcdef|ghij");
     verify(8, "aaaabбb|bccccddd|d", "aaaa|bбbb|ccccdddd");
     verify(9, "a😀б|中a😀|б中", "a😀б|中a😀|б中");
-    // No room for a character, and room for all.
+    // A limit below one character, and one above the whole text.
     verify(-5, "abc", "abc");
     verify(std::numeric_limits<int>::max(), "aб", "aб");
 }
@@ -177,7 +177,7 @@ void TestText::hostileTexts()
     for (const QString unit : {"a", "a.", "(", "http://", "a+a:", "\u0301", "http://\u0301\u0316 ", "xn--"}) {
         texts += unit.repeated(1000000 / unit.size());
     }
-    // Must end in time, and must not hide the link after it.
+    // Each text must be parsed in time and must not hide the link after it.
     for (const QString& text : texts) {
         QVERIFY2(FindUrlRanges(text + " behind.com").last().start == text.size() + 1,
                  qPrintable(text.left(20)));

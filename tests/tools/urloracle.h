@@ -7,7 +7,7 @@
 
 #include <optional>
 
-/// Finds links with a backtracking regular expression and QUrl. tools::url::FindUrlRanges must give the same.
+/// Finds links with a backtracking regular expression and QUrl. tools::url::FindUrlRanges must find the same.
 namespace urloracle
 {
 
@@ -68,7 +68,7 @@ inline bool IsWebLink(const QString& link)
 inline std::optional<QList<tools::url::UrlRange>> FindUrlRanges(const QString& text)
 {
     QList<tools::url::UrlRange> ranges;
-    // The engine refuses lone surrogates; what replaces them is not a letter either. The leading space
+    // The engine refuses lone surrogates; their replacement is not a letter either. The leading space
     // prevents fromUtf8 from dropping a BOM.
     const QString subject = QString::fromUtf8((u' ' + text).toUtf8()).mid(1);
     if (!HasSameLetters(subject)) {

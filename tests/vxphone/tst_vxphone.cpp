@@ -103,7 +103,7 @@ void TestVxphone::calls()
     banner->Call("+1");
     window->TakeAddress("callto:ann");
     hangUp->click();
-    window->TakeAddress(""); // From a secondary instance without a link.
+    window->TakeAddress(""); // A secondary instance without a link sends an empty message.
     QCOMPARE(field->text(), "ann");
     banner->Call("ann");
     QVERIFY(window->close());
@@ -112,7 +112,7 @@ void TestVxphone::calls()
     QCOMPARE(calls.first().address, "ann");
 }
 
-// Qt would read the files that the images of rich text name.
+// If a link were shown as rich text, Qt would read the image files that it names.
 void TestVxphone::markupInALink()
 {
     const auto window = CreateWindow();
@@ -213,18 +213,18 @@ void TestVxphone::download()
     TransferPanel panel(dir->path());
     for (const char* left : {"old", "old", "new"}) {
         panel.Download(server.Url("/files/a.zip"));
-        panel.Download(server.Url("/files/a.zip")); // Not twice at the same time.
+        panel.Download(server.Url("/files/a.zip")); // A second download of the same file is ignored.
         QVERIFY(panel.IsRunning());
         QTRY_VERIFY(!panel.IsRunning());
         QCOMPARE(Files(), QStringList(QString("downloads/a.zip=") + left));
     }
-    TransferPanel blocked(dir->filePath("downloads/a.zip")); // No directory can be made there.
+    TransferPanel blocked(dir->filePath("downloads/a.zip")); // A file cannot contain a directory.
     blocked.Download(server.Url("/files/a.zip"));
     QTRY_VERIFY(!blocked.IsRunning());
     QCOMPARE(blocked.findChildren<QLabel*>().last()->text(), "The file cannot be created.");
 }
 
-// The program stays until the current file is copied, and then ends.
+// The program finishes copying the current file before it ends.
 void TestVxphone::closeWhileCopying()
 {
     filetree::Build(dir->path(), {"skins/a.png=" + QString(1000000, 'x')});

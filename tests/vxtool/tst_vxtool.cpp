@@ -25,7 +25,7 @@ private Q_SLOTS:
     void http_data();
     void http();
     void goodFileStays();
-#ifndef _WIN32 // A console program there cannot be sent Ctrl-C without sending it to this program as well.
+#ifndef _WIN32 // On Windows, Ctrl-C would also reach this program.
     void interrupt();
 #endif
 #if VXCOMMON_HAS_LOG4CPP
@@ -207,7 +207,7 @@ void TestVxtool::json()
 {
     QCOMPARE(Run("json|set|new/file|a|[1, true]|--key|k").exitCode, 0);
     QCOMPARE(Run("json|set|new/file|b|some text|--key|k").exitCode, 0);
-    // With another key, nothing is lost.
+    // A wrong key must not lose any data.
     QCOMPARE(Run("json|set|new/file|b|x|--key|l").exitCode, 1);
     QCOMPARE(Run("json|show|new/file|--key|k").output,
              "{\n    \"a\": [\n        1,\n        true\n    ],\n    \"b\": \"some text\"\n}\n");

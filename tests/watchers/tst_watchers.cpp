@@ -106,7 +106,7 @@ void TestWatchers::lastPointerGoesInSignal()
     const QPointer<IdleWatcher> alive(watcher.data());
     watcher->idleWatcherPrivate()->backend = std::make_unique<FakeBackend>();
     connect(watcher.data(), &IdleWatcher::idle, this, [&watcher] { watcher.reset(); });
-    // By the timer, as in a program.
+    // Let the timer emit the signal, as in a program.
     watcher->idleWatcherPrivate()->timer.start(1);
     QTRY_VERIFY(alive.isNull());
 }
@@ -131,7 +131,7 @@ void TestWatchers::sleepFromAnotherThread()
         for (const auto type : {suspend, suspend, automaticResume, resume, suspend}) {
             powerChangeNotify(watcher, type, nullptr);
         }
-    }).join(); // In the meantime the event loop of this thread does not run.
+    }).join(); // The event loop of this thread does not run while it waits.
     QVERIFY(events.isEmpty());
     QVERIFY(!watcher->isSleeping());
     QCOMPARE(log.lines.back().text, "PC sleep!");

@@ -83,7 +83,7 @@ void TestDevices::soundServer()
     QTRY_COMPARE_WITH_TIMEOUT(AudioDeviceTools::getDefaultDeviceName(true), "Küchen-Lautsprecher", 20000);
     const RecordingLogger log;
     QCOMPARE(AudioDeviceTools::getDefaultDeviceName(false), QString()); // A monitor is not a microphone.
-    // The dummy device of a server without devices.
+    // A server without devices loads a null sink named auto_null, which is not a device.
     QCOMPARE(QProcess::execute("pactl", {"unload-module", "module-null-sink"}), 0);
     QCOMPARE(QProcess::execute("pactl", {"load-module", "module-null-sink", "sink_name=auto_null"}), 0);
     QCOMPARE(AudioDeviceTools::getDefaultDeviceName(true), QString());

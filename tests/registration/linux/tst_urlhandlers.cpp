@@ -44,7 +44,7 @@ extern "C" __attribute__((visibility("default"))) ssize_t read(int descriptor, v
 {
     const ssize_t count = syscall(SYS_read, descriptor, buffer, size);
     if (onRead) {
-        const auto hook = std::exchange(onRead, nullptr); // The hook does not run for its own reads.
+        const auto hook = std::exchange(onRead, nullptr); // Disables the hook for its own reads.
         const QString path = QFile::symLinkTarget("/proc/self/fd/" + QString::number(descriptor));
         const bool isFailed = path.endsWith("/mimeapps.list") && !hook(count);
         onRead = hook;
@@ -216,7 +216,7 @@ void TestUrlHandlers::listChangedMeanwhile()
     QByteArray list = "[Added Associations]\n";
     filetree::Write(path, list);
     onRead = [&, reads = 0](qsizetype count) mutable {
-        if (count == 0 && ++reads <= 3) { // Right after each complete read.
+        if (count == 0 && ++reads <= 3) { // Change the file after each complete read.
             list += "a/" + QByteArray::number(reads) + "=b.desktop;\n";
             QFile::remove(path);
             filetree::Write(path, list);
@@ -313,7 +313,7 @@ int main(int argc, char* argv[])
 {
     const QCoreApplication app(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.value(1) == "--callto") { // Started by a click on a link.
+    if (arguments.value(1) == "--callto") { // A click on a link starts this program.
         filetree::Write(qEnvironmentVariable("CALL_RECORD"), arguments.mid(1).join('|').toUtf8());
         return 0;
     }

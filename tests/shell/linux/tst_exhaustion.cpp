@@ -55,7 +55,7 @@ void TestExhaustion::failure_data()
             request->SetUrl(QUrl("http://localhost:9/"));
             request->SetData(files == 0 ? QSharedPointer<IHttpRequestData>() : form);
             const bool sent = files == 0 ? request->Get() : request->Post();
-            QTest::qWait(sent ? 200 : 0); // The name is looked up on a thread.
+            QTest::qWait(sent ? 200 : 0); // Qt looks up the host name on a thread.
             return !sent;
         });
     }
@@ -68,7 +68,7 @@ void TestExhaustion::failure()
 
     qunsetenv("DISPLAY");
     qputenv("PATH", "/none");
-    // No thread is left, or 0 to 9 descriptors.
+    // Leave no thread, or 0 to 9 descriptors.
     for (int spare = needsThreads ? -1 : 0; spare < 10; ++spare) {
         const pid_t child = fork();
         if (child == 0) {

@@ -72,7 +72,7 @@ void TestDesktop::removeAfterExit()
     QTemporaryDir dir;
     const QString path = QDir::toNativeSeparators(dir.filePath("d/a b"));
     QVERIFY(QDir().mkpath(path));
-    // An interpreter planted in the working directory; it would remove nothing.
+    // A planted cmd.exe in the working directory must not run: it would remove nothing.
     QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), dir.filePath("cmd.exe")));
     {
         const filetree::CurrentDirectory current(dir.path());
@@ -80,7 +80,7 @@ void TestDesktop::removeAfterExit()
     }
     QCOMPARE(log.lines.size(), 1U);
     QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(path), 20000);
-    QTRY_VERIFY_WITH_TIMEOUT(dir.remove(), 20000); // The interpreter may still be running in it.
+    QTRY_VERIFY_WITH_TIMEOUT(dir.remove(), 20000); // The interpreter may still be using the directory.
 }
 
 void TestDesktop::move()

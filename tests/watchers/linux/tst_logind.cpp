@@ -81,7 +81,7 @@ void TestLogind::announcementsFromASlowBus()
     heir.send(Announcement(false));
     QTRY_COMPARE(events.size(), 5);
 
-    // The bus is too slow to answer anything between two announcements.
+    // Stop the bus, so that it cannot reply between the two announcements.
     RecordingLogger log;
     const auto process = static_cast<pid_t>(bus.ProcessId());
     const auto goOn = qScopeGuard([process] { kill(process, SIGCONT); });
