@@ -38,7 +38,8 @@ void TestAddresses::check()
     const QString label63(63, 'x');
     verify(SipId::NoError, {"A@b.QUOLLSIP.com", "a@b.c.d.quollsip.ru", "a.b‘c@quollsip.com",
                             "-0&=+$,;?_!~*()%{}/'@quollsip.com:99999", "a@" + label63 + ".quollsip.com"});
-    // These are foreign, incomplete or ill-formed, but all symbols are valid. A second "@" is not a symbol error.
+    // These are foreign, incomplete or ill-formed, but all symbols are valid. A second "@" is not a symbol
+    // error.
     verify(SipId::FormatError,
            {"a@b.example.com", "a@quollsip.b.com", "a@myquollsip.com", "a@quollsip.c", "a@quollsip.comma",
             "a@x" + label63 + ".quollsip.com", "a@b-.quollsip.com", ".a@quollsip.com", "a..b@quollsip.com",

@@ -55,7 +55,7 @@ void TestBytes::cipherVectors()
     // (or -aes-192-cbc, -aes-256-cbc), the key and the text padded with zero bytes.
     const QByteArray plain = "two blocks of text, not one alone";
     verify("0123456789abcdef", plain, "tlkeGMqmk57ePFl9TRIP8ljU5F4F8kqWuT04Rddq/u3XZnRCEhnAcyx9HMfsM99K");
-    verify("0123456789abcdef0", "hello", "4o9ssVeElvk8ggRy+7hc7g=="); // a key of 17 bytes is padded to 192 bits
+    verify("0123456789abcdef0", "hello", "4o9ssVeElvk8ggRy+7hc7g=="); // 17 bytes are padded to 192 bits
     verify("0123456789abcdef0123456789abcdef", plain,
            "FbjweylZHOznlPikrNMKrfsVMNTHDjSnF0RldteIHOBxUkJnCss486DAFJ1I+iBW");
 
@@ -80,7 +80,8 @@ void TestBytes::cipherTexts()
 
 void TestBytes::machineKey()
 {
-    // The base text XOR the user's name, byte by byte, in Base64, truncated to 32 characters; computed without this library.
+    // The base text XOR the user's name, byte by byte, in Base64, truncated to 32; computed without this
+    // library.
     const QString key = "Vi8rUl5bWC1fJVgsVShWUy9XIlorUV9d";
     for (const char* name : {"USERNAME", "user", "UserName"}) {
         qunsetenv(name);
