@@ -52,7 +52,7 @@ void TestAddresses::check()
 
 void TestAddresses::password()
 {
-    // All punctuation, and Cyrillic in both cases; io lies outside its range.
+    // The good passwords include all punctuation and both Cyrillic cases. "ё" is outside the range.
     const QStringList good{"abcdef12", QString(20, 'a'), "парольЯА", "-!@#$%^&*()_+=;:,./?", "\\|`~[]{}"};
     const QStringList bad{"abcdef1", QString(21, 'a'), "ёaaaaaaa", "abcd efgh", "abcd\"efgh", "abcd'efgh"};
     for (const QString& text : good + bad) {
@@ -87,7 +87,7 @@ void TestAddresses::parse()
     QString domain = "old";
     QString name = "old";
     QString extension = "old";
-    QString port = "old"; // stays where the form has no port
+    QString port = "old"; // Keeps its value if parsing fails.
     const bool ok = SipId::ParseURIEx(text, user, domain, name, extension, port);
     QCOMPARE(QStringList({user, domain, name, extension, port}).join('|'), ok ? parts : parts + "||||old");
     QCOMPARE(ok, parts.contains('|'));
@@ -148,7 +148,7 @@ void TestAddresses::webAddresses()
     QCOMPARE(Web::GetUrl("a@b.ru", "ru", "other"), "ru");
     QCOMPARE(Web::GetWebServisesUrl("a@b.ru"), "https://" RU_WEB_SERVICES_HOST "/integration/vexline");
     QCOMPARE(Web::GetLocale("\"A\" <sip:a@b.eu;x=y>"), Web::LocaleEu);
-    // The country is not recognised before a port or in capitals.
+    // The domain suffix is not recognised before a port, in capitals or in the middle.
     for (const char* id : {"a@b.ru:5060", "a@b.RU", "a@b.ru.com"}) {
         QCOMPARE(Web::GetLocale(id), Web::LocaleDefault);
         QCOMPARE(Web::GetWebServisesUrl(id), "https://" DEFAULT_WEB_SERVICES_HOST "/integration/vexline");

@@ -92,7 +92,7 @@ void TestJsonFile::roundTrip()
 #ifdef Q_OS_UNIX
     const QString secret = dir->filePath("secret.json");
     QCOMPARE(Failure({secret, sample, "key"}, &JsonFile::Save), "");
-    QVERIFY(QFile::permissions(secret) == permissions); // No others can read a new one.
+    QVERIFY(QFile::permissions(secret) == permissions); // Other users cannot read a new file.
 #endif
 
     for (const QByteArray& bytes : {QByteArray("{\"a\":"), QByteArray(1000000, '[')}) {

@@ -37,7 +37,7 @@ QString MakeText(std::mt19937& random)
         "example.com", "пример.рф", "例子.中国", "xn--p1ai", "a.xn--zzzz", ".фр", ".COM", "a.b", "1.2",
         "a@b.ru", "%D1%84", "%2e", ".", ".", "..", ":", "-", "--", "_", "@", "+", "(", ")", "[", "]", "{",
         "}", ",", "!", "?", "\"", "'", ";", "<", ">", " ", "\n", "\u3000", "\u00A0",
-        // Letters to the engine and to QUrl: long s, Kelvin sign; a dot, and nothing.
+        // The engine and QUrl read the first two as "s" and "K", the fourth as a dot, and drop the last.
         "\u017F", "\u212A", "\u0301", "\uFF0E", "\u00AD"};
     const auto below = [&random](qsizetype limit) { return static_cast<int>(random() % quint32(limit)); };
     QString text;
@@ -74,23 +74,23 @@ void TestText::convert()
     // printf 'жЖ' | md5sum
     QCOMPARE(converter::ToMD5(QString("жЖ")), "6a15fb62413894a6064ef13ae820f556");
     QCOMPARE(converter::ToUuidForm("жЖ", 8), "{d0b6d096}");
-    // The brace counts as a digit of the rest.
+    // The opening brace counts as a digit, so the last group is shorter.
     QCOMPARE(converter::ToUuidForm("abcd", 3), "{616-263-64}");
-    // No group size, and one whose double is above 32 bits.
+    // A group size of 0, and one whose double exceeds 32 bits.
     QCOMPARE(converter::ToUuidForm("abcd", 0), "{61626364}");
     QCOMPARE(converter::ToUuidForm("abcd", 0x80000001U), "{61626364}");
 }
 
 void TestText::split()
 {
-    // The pieces, with a bar between them.
+    // The expected pieces are separated by bars.
     const auto verify = [](int limit, const QString& utf8, const QString& ucs2) {
         const QString text = QString(utf8).remove('|');
         QCOMPARE(splitter::Utf8(text, limit).join('|'), utf8);
         QCOMPARE(splitter::Ucs2(text, limit).join('|'), ucs2);
     };
     QCOMPARE(splitter::Utf8("", 10) + splitter::Ucs2("", 10), QStringList());
-    verify(8, "中文字|中文字", "中文字中|文字"); // three bytes each overrun the limit
+    verify(8, "中文字|中文字", "中文字中|文字"); // Characters of three bytes exceed the limit.
     verify(5, "abcde|fghij", "abcdef|ghij");
     verify(8, "aaaabбb|bccccddd|d", "aaaa|bбbb|ccccdddd");
     verify(9, "a😀б|中a😀|б中", "a😀б|中a😀|б中");

@@ -94,7 +94,7 @@ void TestLogind::announcementsFromASlowBus()
     QTRY_COMPARE(events.mid(4), QStringList({"wake", "sleep", "wake"}));
 }
 
-// The watcher stops with the application, and again with the process.
+// The watcher stops both when the application ends and when the process exits.
 void TestLogind::cleanupTestCase()
 {
     QTimer::singleShot(0, QCoreApplication::instance(), &QCoreApplication::quit);
