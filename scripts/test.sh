@@ -24,7 +24,7 @@ fi
 run_preset dev
 windows_sdk=$(scripts/find-windows-sdk.sh)
 if [ -n "$windows_sdk" ]; then
-    # It exits with 77 after it has printed why it cannot run here.
+    # The script exits with 77 after it has printed why it cannot run.
     scripts/test-windows.sh || [ $? -eq 77 ]
 else
     say "The Windows lane was left out: no Windows SDK (set VXCOMMON_WINDOWS_SDK to one)"
