@@ -32,7 +32,7 @@ public:
 
     bool operator==(const Version& other) const;                              ///< All parts are equal.
     bool operator!=(const Version& other) const { return !(*this == other); } ///< Some part differs.
-    bool operator<(const Version& other) const; ///< The first differing part is less.
+    bool operator<(const Version& other) const; ///< Compares the first parts that differ.
     bool operator<=(const Version& other) const { return !(other < *this); } ///< Less or equal.
     bool operator>(const Version& other) const { return other < *this; }     ///< @see operator<
     bool operator>=(const Version& other) const { return !(*this < other); } ///< Greater or equal.
