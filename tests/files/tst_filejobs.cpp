@@ -195,7 +195,8 @@ void TestFileJobs::copierLog()
     QCOMPARE(filetree::Snapshot(folder.path()), QStringList({"s/a=1", "t/a=1"}));
 }
 
-/// A job keeps its list, and a helper its results. Qt's search paths work for source and destination.
+/// Copiers and removers keep their lists, and a helper keeps its results. Search paths work for source and
+/// destination.
 void TestFileJobs::startsAgain()
 {
     const QTemporaryDir folder;

@@ -13,7 +13,7 @@ namespace common::chrome
  *
  * Windows: the registry key that the browser documents for external extensions. Linux: the same key in the
  * settings tree of this library and, for Chromium, a file in the user's directory "External Extensions". On
- * Linux, Chrome provides no per-user directory of this kind. Can be called from any thread. Log channel:
+ * Linux, Chrome provides no per-user directory of this kind. Thread-safe. Log channel:
  * "common.pluginutils".
  */
 class VXCOMMON_EXPORT PluginUtils

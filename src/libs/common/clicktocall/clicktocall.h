@@ -17,7 +17,7 @@ namespace common
  * calls SHChangeNotify. Linux: writes the same keys to an INI file. Derives from them a desktop entry and the
  * defaults in the user's mimeapps.list (freedesktop.org "Association between MIME types and applications").
  *
- * Blocks the calling thread. Can be called from any thread. Does not check its arguments: registers any
+ * Blocks the calling thread. Thread-safe. Does not check its arguments: registers any
  * scheme, even one that availableProtocols() does not return, and inserts names into keys verbatim.
  *
  * If a write fails, the function logs an Error line on the channel "common.clicktocall" and continues. It

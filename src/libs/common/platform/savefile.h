@@ -21,7 +21,7 @@ enum class FileAccess
 };
 
 /**
- * Makes `bytes` the content of the file at `path`. The directory must exist. Any thread may call.
+ * Replaces the content of the file at `path` with `bytes`. The directory must exist. Thread-safe.
  *
  * Writes a temporary file beside the old one and renames it, so that a full disk or a killed process leaves
  * the old file intact. Writes in place if the old file is not a regular file, or if a rename would lose its

@@ -78,7 +78,7 @@ void DirectoryReach::Close(int directory)
     if (directory < 0) {
         return;
     }
-    // Also close the other index of a directory that was added twice. Keep the parent, which is still in use.
+    // A directory that was added twice has two indices: close both. Keep the parent, which is still in use.
     const ScannedDirectory& closed = directories[static_cast<std::size_t>(directory)];
     open.remove_if([&](const auto& entry) {
         const bool isSame = closed.id && closed.id->file != 0 && entry.second.Id() == *closed.id;

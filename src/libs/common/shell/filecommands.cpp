@@ -21,7 +21,8 @@ bool FileCommands::CreateDirectory(QDir& dir, const QString& path)
 
 bool FileCommands::CreateSymlink(const QString& target, const QString& linkName)
 {
-    // Kept for compatibility: the message names the link first, unlike the order of the arguments.
+    // Kept for compatibility: the message names the link before the target, the reverse of the argument
+    // order.
     return Retry([&] { return QFile::link(target, linkName); },
                  [&] { return QStringLiteral("Failed to create link '%1' --> '%2'").arg(linkName, target); });
 }

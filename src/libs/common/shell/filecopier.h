@@ -45,7 +45,7 @@ public:
     /// Error codes of `failed`.
     enum Error : int
     {
-        NoTask = 700101,                 ///< There is no memory for the job.
+        NoTask = 700101,                 ///< There is not enough memory for the job.
         NoSourceDirectory = 700102,      ///< A source directory does not exist or cannot be read completely.
         NoSource = 700103,               ///< A source file or link does not exist.
         NoDestinationDirectory = 700104, ///< The parent directory of a destination cannot be created.

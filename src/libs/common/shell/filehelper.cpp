@@ -113,7 +113,7 @@ void FileHelper::Scan()
     }
     const QStringList scannedFiles = files;
     for (const QString& file : scannedFiles) {
-        // Skip "file/", which names nothing, although it can be resolved.
+        // Skip "file/": no such entry exists, although Qt resolves the path.
         if (!file.isEmpty() && QFileInfo::exists(file)) {
             AddFound(QFileInfo(ResolvedPath(file)), file, -1, -1);
         }

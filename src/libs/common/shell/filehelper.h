@@ -51,7 +51,7 @@ public:
     bool Remove();
 
 Q_SIGNALS:
-    /// Emitted for each entry that is found; `total` is its number.
+    /// Emitted for each entry found; `total` counts the entries found so far.
     void scan(const QString& file, quint64 total);
     /// Emitted for each entry that cannot be removed.
     void failed(const QString& file);

@@ -36,7 +36,7 @@ bool IsLink(const QFileInfo& entry);
 /// Returns whether something exists under the name of `entry`, even a dangling link.
 bool IsThere(const QFileInfo& entry);
 
-/// Returns whether `path` leads to a fifo, a socket or a device. Reading one may never end.
+/// Returns whether `path` leads to a fifo, a socket or a device. Reading from one may block forever.
 bool IsSpecial(const QString& path);
 
 /**

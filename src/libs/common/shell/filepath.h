@@ -5,12 +5,12 @@
 namespace common
 {
 
-/// Returns `path` as the system interprets it: Windows and Qt's functions drop periods and spaces at the end
-/// of a name.
+/// Returns `path` as the system interprets it. On Windows, the system and Qt ignore periods and spaces at the
+/// end of a name.
 QString SystemPath(const QString& path);
 
-/// Like SystemPath, but replaces a registered search path ("icons:a") by the directory that contains the
-/// entry, or by the first directory if none does.
+/// Like SystemPath, but replaces a registered search prefix ("icons" in "icons:a") with the first of its
+/// directories that contains the entry. If none does, uses the first directory.
 QString SearchedPath(const QString& path);
 
 /**

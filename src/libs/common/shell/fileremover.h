@@ -26,9 +26,9 @@ class FileTask;
  * without hidden ones. Then it removes all files and links, and finally all directories, children before
  * their parents and the added ones last. It stops at the first failure.
  *
- * Hidden entries stay, so a directory with one cannot be removed. A link in a tree, or one that is added as a
- * file, is removed as a link; its target stays. If a link is added as a directory, the content of its target
- * is removed.
+ * Hidden entries are kept, so a directory that contains one cannot be removed. A link in a tree, or one that
+ * is added as a file, is removed as a link; its target is kept. If a link is added as a directory, the
+ * content of its target is removed.
  *
  * A job ends with exactly one of `succesed` and `failed`. The channel "shell.fileremove" logs details.
  *
@@ -43,7 +43,7 @@ public:
     /// Error codes of `failed`.
     enum Error : int
     {
-        NoTask = 700201,              ///< There is no memory for the job.
+        NoTask = 700201,              ///< There is not enough memory for the job.
         Aborted = 700202,             ///< The job was stopped by Abort or a new Remove.
         DirectoryNotRemoved = 700203, ///< A directory cannot be removed.
         FileNotRemoved = 700204,      ///< A file or a link cannot be removed.

@@ -79,7 +79,7 @@ protected:
     /// Processes the items one by one and reports each.
     virtual int WorkAll() = 0;
 
-    /// For the worker: `current` of `total` items are done.
+    /// Reports that `current` of `total` items are done. Called on the worker thread.
     void Report(std::size_t current, std::size_t total);
 
     /// Returns whether the job must stop, and logs it if so. Call the function before each step.
@@ -91,7 +91,7 @@ protected:
         int directory = -1; ///< -1 for a path.
         QString name;
         QString destination = {}; ///< Only with a path.
-        bool isSpecial = false;   ///< A fifo, a socket or a device, which merely opening can affect.
+        bool isSpecial = false;   ///< A fifo, a socket or a device; merely opening it can affect it.
     };
 
     FilePlace SourceOf(const Item& item);
@@ -107,7 +107,7 @@ protected:
      */
     int WalkTree(int root, int missingCode, const Visitor& visit);
 
-    /// Adds a directory to the scanned ones and returns its index.
+    /// Adds a directory to the list of scanned directories and returns its index.
     int AddDirectory(ScannedDirectory directory);
 
     const FileTaskTraits& traits;
@@ -128,8 +128,8 @@ private:
     std::unique_ptr<QThread> thread; ///< Null if memory could not be allocated.
 };
 
-/// Ends the job, if there is one, and clears the pointer. The owner still receives the signals reported so
-/// far.
+/// Waits until the job, if there is one, has ended, and clears the pointer. With `force`, the job stops at
+/// the next item. The owner still receives the signals reported so far.
 void DropTask(QPointer<FileTask>& task, bool force);
 
 /// Emits the reported progress. A slot may destroy the owner, or reenter this function from an event loop.
@@ -148,7 +148,7 @@ void EmitProgress(const QPointer<Owner>& owner, const std::shared_ptr<TaskProgre
     }
 }
 
-/// Makes `task` the job of `owner`, which emits what the worker reports.
+/// Makes `task` the job of `owner`, which emits the worker's reports.
 template<class Owner>
 void ConnectTask(FileTask* task, Owner* owner)
 {

@@ -54,8 +54,8 @@ public:
     /// Returns a path to this directory, valid while it is held open; not for display.
     const QString& Path() const { return path; }
     const FileId& Id() const { return id; }
-    /// Returns whether the directory has the same id when it is opened again. FAT, exFAT and FUSE assign new
-    /// ones when memory is short.
+    /// Returns whether the directory has the same id when it is opened again. FAT, exFAT and FUSE file
+    /// systems may assign a new id under memory pressure.
     bool HasLastingId() const;
 
 private:

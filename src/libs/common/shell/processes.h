@@ -33,7 +33,7 @@ enum Right : unsigned int
     Terminate = 2
 };
 
-/// An open process, which stays the same even if its id is reused.
+/// An open process. The object refers to the same process even if the id is reused.
 class Process
 {
 public:
@@ -78,7 +78,8 @@ QStringList OwnModules();
 /// Starts a program that inherits no descriptor or handle of this process except the standard streams.
 bool StartDetached(const QString& program, const QStringList& arguments, const QString& workingDirectory);
 
-/// The debugger that is attached to this process, if any.
+/// Writes strings to the debugger that is attached to this process, if any; on Linux, to standard error while
+/// the process is traced.
 class DebuggerOutput
 {
 public:

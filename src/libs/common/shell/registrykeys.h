@@ -11,7 +11,7 @@ bool IsAvailable();
 
 unsigned long Open(Key root, const wchar_t* subkey, Key& opened);
 
-/// Replaces a predefined key by `replacement` in the whole process; null restores the default.
+/// Replaces a predefined key with `replacement` in the whole process; null restores the default.
 unsigned long Override(Key predefined, Key replacement);
 
 void Close(Key key);

@@ -24,7 +24,7 @@ class VXCOMMON_EXPORT RegistryOverrider
 {
 public:
     /**
-     * @param sourceRoot root that is redirected
+     * @param sourceRoot root to redirect
      * @param destinationRoot root of the replacement key
      * @param destinationSubkey path of the replacement key below its root; the key must exist
      */

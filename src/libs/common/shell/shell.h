@@ -13,8 +13,8 @@ namespace common
  * Well-known folders, plain file operations, the file manager, shortcuts, processes and components.
  *
  * Any thread may call the functions. They block and never retry. For long jobs with progress, use FileCopier
- * and FileRemover. Failures are reported by the result, and on the log channel "common.shell" where a line is
- * mentioned below. An operation that fails halfway leaves its changes in place.
+ * and FileRemover. The return value reports failures. Functions that are documented to log a line use the
+ * log channel "common.shell". An operation that fails halfway leaves its changes in place.
  */
 class VXCOMMON_EXPORT Shell
 {
@@ -56,7 +56,7 @@ public:
     /**
      * Copies one file and creates missing directories above `destination`.
      *
-     * Fails for devices, pipes and sockets, and for a copy onto the source itself, which stays as it is.
+     * Fails for devices, pipes and sockets, and for a copy onto the source itself, which is left unchanged.
      *
      * @param overwrite true to remove an existing file at `destination` first, false to fail if there is one
      * @return whether the file was copied; each step that fails logs an Error line
@@ -74,13 +74,13 @@ public:
     /**
      * Copies a directory tree, without hidden files. Logs nothing.
      *
-     * Fails if a file already exists, or if a link exists in the place of a directory below `destination`.
+     * Fails if a file already exists, or if a link below `destination` has the name of a directory to copy.
      * Also fails for a directory whose copy would never end: the destination, or a link to a parent
      * directory.
      *
      * @param destination must exist, unless the source has a subdirectory to copy, which creates it
-     * @param filters directories to copy at the first level; below it, copies all that are not hidden
-     * @param tolerate true to skip files of the first level that cannot be copied
+     * @param filters directories to copy at the first level; below that level, copies all that are not hidden
+     * @param tolerate true to skip files at the first level if they cannot be copied
      * @return false at the first failure that is not skipped
      */
     static bool CopyDir(const QString& source, const QString& destination, QDir::Filters filters,
@@ -118,7 +118,7 @@ public:
     /**
      * Opens the file manager with `path` selected.
      *
-     * Windows: calls SHOpenFolderAndSelectItems, for which the thread must have COM initialised. Starts
+     * Windows: calls SHOpenFolderAndSelectItems, which needs COM initialised on the calling thread. Starts
      * explorer.exe only for paths that the shell cannot resolve. Linux: calls ShowItems of
      * org.freedesktop.FileManager1 on the session bus. Starts xdg-open on the directory only if no such
      * service responds. Blocks for 2 s at most on Linux.
@@ -129,8 +129,9 @@ public:
     static bool ShowFile(const QString& path);
 
     /**
-     * Writes a shortcut: a shell link (".lnk") on Windows, where the thread must have COM initialised, and a
-     * desktop entry (".desktop") on Linux. Replaces an existing file, and on Linux a link. Logs nothing.
+     * Writes a shortcut: a shell link (".lnk") on Windows, which needs COM initialised on the calling thread,
+     * and a desktop entry (".desktop") on Linux. Replaces an existing file, and on Linux a link. Logs
+     * nothing.
      *
      * @param workingDirectory may be empty; on Linux a relative one becomes absolute
      * @param arguments as on a command line; on Linux separated by spaces, with double quotes around spaces
@@ -144,8 +145,8 @@ public:
                                const QString& description, const QString& applicationId);
 
     /**
-     * Starts a separate process that removes the directory `path` with everything in it within about 5 s, so
-     * that a program can remove its own installation. Does not report the outcome of the removal.
+     * Starts a separate process that removes the directory `path` and its contents within about 5 s. A
+     * program can thus remove its own installation. Does not report the outcome of the removal.
      *
      * @return whether the process started (also logged); true if the directory does not exist
      */
@@ -158,8 +159,8 @@ public:
      * A `name` without a directory is compared with the executable names of all processes. A `name` with a
      * directory is compared with the full paths of the processes' images. Case is ignored, and an empty name
      * matches nothing. Processes that this user may not open, or that have ended but are not yet reaped, are
-     * skipped. Only the first 64 processes, in the order of the system, are used. Nothing is logged except
-     * for one Warn line on a Linux kernel without pidfd.
+     * skipped. At most 64 matching processes are considered, in the order in which the system lists them.
+     * Nothing is logged except for one Warn line on a Linux kernel without pidfd.
      *
      * On Linux, the executable name is the base name of the image file; for a script, that of its
      * interpreter. If this user may not read the image's path, the kernel's name (at most 15 bytes) is used.
@@ -195,7 +196,7 @@ public:
      * Starts a program that outlives this process. It inherits no open file, socket or other handle of this
      * process except, on Linux, the standard streams.
      *
-     * @param workingDirectory empty for the current one
+     * @param workingDirectory empty for the current directory
      * @return whether the program started; false if it or the working directory does not exist
      */
     static bool ProcessStartDetached(const QString& program, const QStringList& arguments,

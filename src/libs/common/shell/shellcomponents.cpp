@@ -18,7 +18,7 @@ constexpr logger::Channel logChannel{"common.shell"};
 /// E_NOINTERFACE
 constexpr unsigned long noInterface = 0x80004002;
 
-using EntryPoint = qint32 (*)(); ///< Returns an HRESULT, which has 32 bits everywhere.
+using EntryPoint = qint32 (*)(); ///< Returns an HRESULT, which has 32 bits on all platforms.
 
 unsigned long Invoke(EntryPoint function, bool admin)
 {

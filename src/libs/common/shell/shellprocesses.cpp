@@ -10,7 +10,7 @@ namespace common
 namespace
 {
 
-/// Maximum number of processes in one wait on Windows. Both platforms ignore any others.
+/// Maximum number of processes in one wait on Windows. Both platforms ignore additional processes.
 constexpr std::size_t maxProcesses = 64;
 
 bool EqualsIgnoringCase(const QString& a, const QString& b)

@@ -20,7 +20,7 @@ public:
 
     TaskProgress() = default;
 
-    /// For the worker: `current` of `total` items are done. Returns whether to wake the owner.
+    /// For the worker: Records that `current` of `total` items are done. Returns whether to wake the owner.
     bool Report(int current, int total_)
     {
         if (stopped) {

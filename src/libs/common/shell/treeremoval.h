@@ -5,7 +5,7 @@ class QString;
 namespace common
 {
 
-/// Removes a directory with everything in it, including hidden entries. Removes links as links. Continues
+/// Removes a directory and its contents, including hidden entries. Removes links as links. Continues
 /// after a failure. Returns whether everything was removed.
 bool RemoveTree(const QString& path);
 

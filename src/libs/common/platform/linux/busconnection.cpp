@@ -50,7 +50,7 @@ QString BusConnection::SystemBusAddress()
 
 QDBusMessage BusConnection::Call(const QDBusMessage& message, const QDeadlineTimer& deadline)
 {
-    // 0 would mean the default timeout.
+    // A timeout of 0 would mean the default timeout.
     const qint64 left = std::max<qint64>(1, deadline.remainingTime());
     return connection.call(message, QDBus::Block, static_cast<int>(left));
 }

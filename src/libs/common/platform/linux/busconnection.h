@@ -19,14 +19,14 @@ bool CanStartThread();
  * A connection to a message bus with a timeout for every wait.
  *
  * If the bus accepts the connection but never responds, QDBusConnection::connectToBus waits forever and later
- * prevents the program from exiting. A peer connection does not wait. The call "Hello", which has a timeout
- * like any other, makes it a bus connection. It must subscribe to the signals of the bus explicitly.
+ * prevents the program from exiting. A peer connection does not wait. The call "Hello", with a timeout like
+ * any other call, makes it a bus connection. It must subscribe to the signals of the bus explicitly.
  */
 class BusConnection
 {
 public:
     BusConnection(const QString& address, const QDeadlineTimer& deadline);
-    ~BusConnection(); ///< No signal is delivered after the destruction.
+    ~BusConnection(); ///< No signal is delivered after destruction.
 
     static QString SessionBusAddress();
     static QString SystemBusAddress();

@@ -90,8 +90,8 @@ public:
 };
 
 /**
- * QSettings keeps changes that it could not write, and passes them to the next object for the same file. So
- * each edit works on a copy with a unique name.
+ * QSettings keeps changes that it could not write, and passes them to the next object for the same file.
+ * Therefore each edit works on a copy with a unique name.
  */
 class SettingsWriter final : public UserSettings
 {

@@ -40,8 +40,8 @@ struct OpenPath
     std::array<char, 32> text;
 };
 
-/// Moves bytes inside the kernel: first attempts a copy within one file system, where both files may share
-/// blocks, then one between any two.
+/// Copies a chunk inside the kernel. copy_file_range can share blocks between the files; if it fails,
+/// sendfile also works across file systems.
 ssize_t MoveChunk(int source, int target)
 {
     const ssize_t moved = ::copy_file_range(source, nullptr, target, nullptr, maxChunk, 0);
@@ -223,7 +223,7 @@ CopyResult CopyQuickly(const FilePlace& source, const FilePlace& destination,
         return CopyUnnamed(input.Get(), output, target, size, mode, makeRoom);
     }
     if (errno == EMFILE || errno == ENFILE) {
-        return CopyResult::Failed; // Without a descriptor, removing the destination does not help.
+        return CopyResult::Failed; // If no descriptor is free, removing the destination does not help.
     }
     return makeRoom ? CopyResult::NotForMe : CopyNamed(input.Get(), target, size, mode);
 }

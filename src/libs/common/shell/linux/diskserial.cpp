@@ -63,7 +63,7 @@ QString DeviceFolder(const QString& root, dev_t device)
                                                                  : QString();
 }
 
-/// Returns the disk below a partition or mapped device; nothing if there are several.
+/// Returns the disk that holds a partition or mapped device; nothing if several disks do.
 std::optional<QString> WholeDisk(QString folder)
 {
     for (int layer = 0; layer < maxLayers; ++layer) {
@@ -107,7 +107,7 @@ QString KernelSerial(const QString& disk)
             return serial;
         }
     }
-    // SCSI and SATA: the page "unit serial number" (SPC-3, 7.6.10), whose text follows a 4-byte header.
+    // SCSI and SATA: the Unit Serial Number VPD page (SPC-3, 7.6.10). The number follows a 4-byte header.
     constexpr qsizetype headerSize = 4;
     QByteArray page = ReadAll(disk + QLatin1String("/device/vpd_pg80")).mid(headerSize);
     const qsizetype end = page.indexOf('\0');

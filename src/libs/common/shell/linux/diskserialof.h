@@ -10,7 +10,7 @@ namespace common::shell
 {
 
 /**
- * Returns the serial number of the disk below a file system.
+ * Returns the serial number of the disk that holds a file system.
  *
  * @param root prefix of /proc, /sys, /run; empty except in tests
  * @param device st_dev of a file on the file system

@@ -105,7 +105,8 @@ private:
     quint64 startTime = 0;
 };
 
-/// Returns null if `id` names no running process, or, with `forEnding`, one that this user may not terminate.
+/// Returns null if `id` names no running process. With `forEnding`, also returns null if this user may not
+/// terminate the process.
 std::unique_ptr<LinuxProcess> OpenId(unsigned long id, bool forEnding)
 {
     if (id == 0 || id > static_cast<unsigned long>(std::numeric_limits<pid_t>::max())) {
@@ -124,7 +125,8 @@ timespec ToTimespec(std::chrono::nanoseconds time)
     return {static_cast<time_t>(seconds.count()), static_cast<long>((time - seconds).count())};
 }
 
-/// Sleeps until a descriptor of `waiting` reports the end of its process, then removes the ended ones.
+/// Waits until a process in `waiting` ends or the deadline expires, then removes the ended processes. Returns
+/// false on failure.
 bool WaitForSome(std::vector<pollfd>& waiting, const QDeadlineTimer& deadline)
 {
     const timespec left =
