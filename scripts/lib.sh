@@ -31,7 +31,8 @@ quietly() {
     rm -f "$log"
 }
 
-# Builds a preset: build NAME [OPTION...]. A terminal shows the progress in one line, a file only the errors.
+# Builds a preset: build NAME [OPTION...]. On a terminal, shows the progress on one
+# line. Otherwise, prints the output only if the build fails.
 build() {
     if [ -t 1 ]; then
         cmake --build --preset "$@"

@@ -43,7 +43,8 @@ private:
     QElapsedTimer clock;
 };
 
-/// Creates the field for the address to call and a line that interprets the address. Hidden during a call.
+/// Creates the field for the address to call and a line that shows how the address is interpreted. Hidden
+/// during a call.
 QWidget* CreateDialPanel(PhoneBook& book, CallBanner& banner);
 
 /// Creates the lists of contacts and recent calls. Its actions form the menu "Edit".

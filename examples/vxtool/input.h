@@ -30,7 +30,8 @@ bool ReadInput(const QStringList& arguments, QByteArray& bytes);
 bool ReadNumber(const QCommandLineParser& parser, const Option& option, qint64 least, qint64 most,
                 qint64& number);
 
-/// If `option` is set, reads its value: seconds, such as 2.5, up to one day. Complains about any other value.
+/// If `option` is set, reads its value, a number of seconds up to one day, such as 2.5. Complains about any
+/// other value.
 bool ReadSeconds(const QCommandLineParser& parser, const Option& option, double& seconds);
 
 } // namespace vxtool

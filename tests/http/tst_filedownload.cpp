@@ -180,7 +180,7 @@ void TestFileDownload::changedByAnother_data()
     row("after the last byte", {"HTTP/1.1 200 OK\r\n\r\nbody", Answer::Hang, 150}, 4);
 }
 
-// The received data has the right checksum, the file on disk does not.
+// The received data has the right checksum, but the file on disk does not.
 void TestFileDownload::changedByAnother()
 {
     QFETCH(Answer, answer);

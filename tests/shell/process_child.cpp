@@ -1,5 +1,6 @@
 // A process that runs for a given time and ignores SIGTERM: process_child MILLISECONDS
-// If the time is negative, its main thread ends at the start.
+// If MILLISECONDS is negative, the main thread exits immediately and another thread keeps the process alive
+// (not on Windows).
 
 #include <chrono>
 #include <csignal>

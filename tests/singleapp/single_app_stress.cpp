@@ -1,4 +1,5 @@
-// The program of scripts/stress.sh: many processes, a primary instance that is killed, and hostile clients.
+// Stress test for scripts/stress.sh: starts many processes, kills the primary instance and connects hostile
+// clients.
 //   single_app_stress storm|kill|hostile ROUNDS [PROCESSES OR CLIENTS]
 // Prints one line per round and exits with 1 if any round failed. The other processes run this program, too.
 
@@ -106,9 +107,9 @@ private:
     std::list<QProcess> peers;
 };
 
-/// Starts all processes simultaneously. One becomes the primary instance and receives each other's message
-/// exactly once, at the first attempt. If it is killed, exactly one other process takes its place and
-/// receives the remaining messages and that of a newcomer. No process receives a message twice.
+/// Starts all processes simultaneously. One becomes the primary instance and receives the message of every
+/// other process exactly once, at the first attempt. If it is killed, exactly one other process takes its
+/// place and receives the remaining messages and that of a newcomer. No process receives a message twice.
 bool Storm(int round, int size, bool killFirst)
 {
     const QString appId = QStringLiteral("storm%1").arg(round);

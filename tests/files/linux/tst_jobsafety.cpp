@@ -59,7 +59,7 @@ void TestJobSafety::permissions()
     }
 }
 
-/// A file size limit makes writes fail like a full disk. The copies are on another file system.
+/// A file size limit makes writes fail as they would on a full disk. The copies are on another file system.
 void TestJobSafety::fullDisk()
 {
     const QTemporaryDir folder;

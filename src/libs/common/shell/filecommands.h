@@ -35,7 +35,7 @@ public:
     /// Creates a directory and its parents like QDir::mkpath. Succeeds if the directory already exists.
     static bool CreateDirectory(QDir& dir, const QString& path);
 
-    /// Creates a link like QFile::link, on Windows a shortcut. `target` need not exist.
+    /// Creates a symbolic link, or a shortcut on Windows, as QFile::link does. `target` need not exist.
     static bool CreateSymlink(const QString& target, const QString& linkName);
 
     /// Removes an empty directory like QDir::rmdir. A relative `path` is below `dir`.

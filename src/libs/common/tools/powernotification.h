@@ -14,8 +14,8 @@ enum class Result
     Refused
 };
 
-/// Subscribes; each event passes `context` to powerChangeNotify. On Windows, a later call keeps the context
-/// of the first one.
+/// Subscribes to suspend and resume events. For each event, powerChangeNotify is called with `context`. On
+/// Windows, a later call keeps the context of the first one.
 Result Register(void* context);
 
 /// Ends the subscription. Can be called repeatedly, and without a subscription.
