@@ -171,8 +171,9 @@ void TestJobLife::eventLoopInEachSlot()
     HeldJob<FileCopier> held;
     connect(held.job.get(), &FileCopier::progress, this, [] { QTest::qWait(1); });
     held.leave.release();
+    // When this line has been logged, all progress signals are pending.
     while (!held.LastLine().contains(" finished in ")) {
-        QThread::msleep(1); // Afterwards, all progress is waiting to be emitted.
+        QThread::msleep(1);
     }
     QCOMPARE(held.recorder.Wait(), Steps(4, 4) << "done");
 

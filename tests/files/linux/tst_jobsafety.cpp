@@ -161,7 +161,7 @@ namespace
 {
 
 /// Runs a job on many trees while another user, who owns the directory `swapped` in each, keeps exchanging
-/// the names "e" and ".e" in it. Returns how often the job left its tree.
+/// the names "e" and ".e" in it. Returns the number of rounds in which the job left its tree.
 int CountEscapes(const QString& job, const QStringList& tree, const QString& work, const QString& swapped)
 {
     int escapes = 0;

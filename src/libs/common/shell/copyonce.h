@@ -30,8 +30,8 @@ CopyResult CopyQuickly(const FilePlace& source, const FilePlace& destination,
                        const std::function<bool()>& makeRoom = {});
 
 /**
- * Copies like QFile::copy, but does not wait for the disk. On Linux, QFile::copy calls fdatasync, which takes
- * several times as long as copying a small file.
+ * Copies like QFile::copy, but does not flush the copy to the disk. On Linux, QFile::copy calls fdatasync,
+ * which takes several times as long as copying a small file.
  */
 bool CopyOnce(QFile& file, const QString& newName);
 

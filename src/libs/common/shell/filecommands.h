@@ -29,7 +29,7 @@ class VXCOMMON_EXPORT FileCommands
 public:
     FileCommands() = delete;
 
-    /// Copies a file like QFile::copy. Fails if `newName` exists. Does not wait for the disk.
+    /// Copies a file like QFile::copy. Fails if `newName` exists. Does not flush the copy to the disk.
     static bool CopyFile(QFile& file, const QString& newName);
 
     /// Creates a directory and its parents like QDir::mkpath. Succeeds if the directory already exists.

@@ -66,7 +66,7 @@ int FileRemoveTask::Scan()
             return code;
         }
     }
-    // The scan found parents before their children. Reversed, children come first and the roots last.
+    // The scan found parents first. Reverse the list so that children come first, then append the roots.
     std::reverse(removals.begin(), removals.end());
     removals.insert(removals.end(), roots.begin(), roots.end());
     LOG_MESSAGE(logger::Debug) << "Directories scanning finished.";

@@ -29,7 +29,7 @@ unsigned long Find(const QString& name, const std::function<bool(const processes
 
 } // namespace
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes its texts by value.
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the public interface takes strings by value.
 unsigned long ProcHelper::FindProcessId(QString name)
 {
     return Find(name, [](const processes::Entry&) { return true; });

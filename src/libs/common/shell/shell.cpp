@@ -158,7 +158,7 @@ private:
 
     bool CopyFiles(const Level& level, bool tolerate)
     {
-        // Do not create the destination itself.
+        // Files at the first level do not create a missing destination.
         const bool isMissing = level.directory == 0 && !QFileInfo(ResolvedPath(destinationRoot)).isDir();
         for (const ListedEntry& entry : level.files) {
             const OpenDirectory& from = sources.To(level.directory);

@@ -207,19 +207,19 @@ public:
     /// @{
 
     /**
-     * Loads a component library and runs its "DllRegisterServer": on Windows a COM component, on Linux any
-     * shared object with `extern "C" int32_t DllRegisterServer()`.
+     * Loads a component library and calls its `DllRegisterServer` function. The library is a COM component on
+     * Windows, or any shared object that exports `extern "C" int32_t DllRegisterServer()` on Linux.
      *
      * @param path path of the library, as for QLibrary
-     * @param admin true to register for all users, false for the current one. HKEY_CLASSES_ROOT is then
-     * redirected to `Software\\Classes` of HKEY_CURRENT_USER while the component runs; see RegistryOverrider
-     * for the effect on other threads. Nothing is redirected on Linux.
+     * @param admin true to register for all users, false for the current one. If false, HKEY_CLASSES_ROOT is
+     * redirected to `Software\\Classes` of HKEY_CURRENT_USER during the call; see RegistryOverrider for the
+     * effect on other threads. Nothing is redirected on Linux.
      * @return the HRESULT of the component, 0 for success; 0x80004002 (E_NOINTERFACE) if the library cannot
      * be loaded or has no such function. Failures are logged.
      */
     static unsigned long RegisterComponent(const QString& path, bool admin);
 
-    /// Like RegisterComponent, but runs "DllUnregisterServer".
+    /// Like RegisterComponent, but calls `DllUnregisterServer`.
     static unsigned long UnregisterComponent(const QString& path, bool admin);
     /// @}
 };
