@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Builds this project against an installed vxcommon and runs its tour: examples/consumer/run.sh [PREFIX [CMAKE_ARG...]]
+# Builds this project against an installed vxcommon and runs the tour: examples/consumer/run.sh [PREFIX [CMAKE_ARG...]]
 # Without PREFIX, first builds the library and installs it into a temporary directory. If PREFIX is "", uses the
-# packages of the system.
+# vxcommon package of the system.
 
 source "$(dirname "$0")/../../scripts/lib.sh"
 
@@ -38,6 +38,6 @@ for _ in $(seq 100); do
 done
 [ -n "$port" ] || die "the web server did not start: $(cat "$dir/server.log")"
 
-say "Running its tour"
+say "Running the tour"
 env QT_QPA_PLATFORM=offscreen HOME="$dir/home" XDG_CONFIG_HOME="$dir/home" TMPDIR="$dir/tour" \
     "$dir/build/tour" "http://127.0.0.1:$port/hello.txt" "$dir/tour"

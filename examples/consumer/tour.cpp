@@ -1,5 +1,5 @@
 // Uses one feature of each part of the installed library. Usage: tour URL DIRECTORY
-// URL is a small file on a web server. All files are written below DIRECTORY.
+// URL refers to a small file on a web server. All files are written below DIRECTORY.
 
 #include <common/clicktocall/clicktocall.h>
 #include <common/contact/icontactcontext.h>

@@ -39,7 +39,7 @@ void AddBubble(QVBoxLayout* messages, CallBanner& banner, const QString& text, b
         new QLabel(u"<small><b>%1</b>&nbsp; %2</small><br>%3"_s.arg(sender, time, WithAnchors(text)));
     bubble->setObjectName(isOwn ? u"own"_s : u"echo"_s);
     constexpr int lineLength = 45;
-    if (text.size() > lineLength) { // A wrapping label is very narrow by default.
+    if (text.size() > lineLength) { // By default, a label with word wrap is very narrow.
         bubble->setWordWrap(true);
         bubble->setMinimumWidth(lineLength * bubble->fontMetrics().averageCharWidth());
     }
@@ -79,7 +79,7 @@ QWidget* CreateChatPanel(CallBanner& banner)
     auto* const panel = new QWidget;
     auto* const messages = new QVBoxLayout;
     QScrollArea* const view = CreateView(messages);
-    const QString hint = QWidget::tr("Say something: the echo answers.\nLinks in messages can be clicked.");
+    const QString hint = QWidget::tr("Every message you send is echoed.\nLinks in messages can be clicked.");
     QLabel* const explanation = CreateExplanation(hint, view);
     auto* const line = new QLineEdit;
     line->setPlaceholderText(QWidget::tr("Write a message"));

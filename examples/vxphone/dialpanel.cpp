@@ -18,7 +18,7 @@ QLineEdit* CreateField()
     field->setPlaceholderText(QWidget::tr("Number or address"));
     field->setAccessibleName(QWidget::tr("Number or address to call"));
     field->setClearButtonEnabled(true);
-    field->setMaxLength(2048); // The validator would take seconds for a pasted document.
+    field->setMaxLength(2048); // The validator would need seconds to check a pasted document.
     field->setValidator(new tools::CInsertionFixupValidator(tools::sip::SipId::AllSymbolRegExp(), field));
     EnlargeFont(field, 1.4);
     return field;

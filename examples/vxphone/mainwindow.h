@@ -20,7 +20,7 @@ public:
     void TakeAddress(const QString& link) { banner->TakeAddress(link); } ///< @see CallBanner
 
 protected:
-    void closeEvent(QCloseEvent* event) override; ///< Waits until a running copy has finished its file.
+    void closeEvent(QCloseEvent* event) override; ///< Cancels all transfers and closes once they have ended.
 
 private:
     void CreateContents(QWidget* people, QWidget* logPane);

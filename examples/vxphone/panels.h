@@ -8,7 +8,7 @@
 #include <QStatusBar>
 #include <QTimer>
 
-/// The current call; hidden if there is none. The call is simulated: no sound is sent.
+/// Shows the current call; hidden if there is none. The call is simulated: no sound is sent.
 class CallBanner : public QWidget
 {
     Q_OBJECT
@@ -47,11 +47,12 @@ private:
 /// during a call.
 QWidget* CreateDialPanel(PhoneBook& book, CallBanner& banner);
 
-/// Creates the lists of contacts and recent calls. Its actions form the menu "Edit".
+/// Creates the panel with contacts and recent calls. The actions of the panel form the menu "Edit".
 QWidget* CreatePeoplePanel(PhoneBook& book, CallBanner& banner);
 
 /// Creates a chat that echoes every message. Clicking a call link offers the address for a call.
 QWidget* CreateChatPanel(CallBanner& banner);
 
-/// Creates the status bar with presence, call link schemes and date. Its actions change the schemes.
+/// Creates the status bar with presence, call link schemes and date. The actions of the status bar change
+/// the schemes.
 QStatusBar* CreateStatusLine();

@@ -53,7 +53,7 @@ QString PlainAddress(const QString& link)
     }
     plain.remove(callScheme);
     // RFC 3966 and RFC 3261: parameters follow the address. Of these, only an extension is dialled. Unescape
-    // last, because an escaped character is no separator.
+    // last, because an escaped character is not a separator.
     const QString dialled = extension.match(plain).captured(1);
     const qsizetype end = plain.indexOf(parameters, plain.lastIndexOf(u'@') + 1);
     const QString address = QUrl::fromPercentEncoding(plain.left(end).toUtf8()).simplified();

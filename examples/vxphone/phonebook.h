@@ -8,7 +8,7 @@
 struct Reading
 {
     QString kind;   ///< Such as "Phone number".
-    QString symbol; ///< Name of the symbol for the kind.
+    QString symbol; ///< Name of the symbol for this kind of address.
     QString shown;  ///< The address for display.
 };
 
@@ -20,7 +20,7 @@ bool IsCallLink(const QString& text);
 /// Returns the address in a link such as "tel:+1-212-555-0100;ext=12"; simplifies any other string.
 QString PlainAddress(const QString& link);
 
-/// Returns a key that is equal for all spellings of one address.
+/// Returns a key that is the same for all spellings of an address.
 QString AddressKey(const QString& address);
 
 struct Contact

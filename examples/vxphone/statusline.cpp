@@ -81,7 +81,7 @@ private:
     Line* presence = new Line(QPalette::PlaceholderText);
     QLabel* schemes = new QLabel;
     QLabel* date = new QLabel;
-    QThreadPool schemeWorker; ///< A single thread: keeps changes in order and the window responsive.
+    QThreadPool schemeWorker; ///< One thread, so that the changes stay in order.
 };
 
 } // namespace

@@ -133,7 +133,7 @@ bool TransferPanel::Stop()
 
 void TransferPanel::Add(TransferCard* card, const std::function<void()>& begin)
 {
-    constexpr int maxCards = 3; // Above this number, ended transfers are dismissed.
+    constexpr int maxCards = 3; // Above this number, cards of ended transfers are removed.
     const auto all = findChildren<TransferCard*>();
     for (TransferCard* const older : all) {
         const bool isSame = older->Target() == card->Target();

@@ -24,7 +24,7 @@ public:
     void Download(const QUrl& url);
     /// Copies a directory and its contents. If cancelled, stops after the current file.
     void Copy(const QString& source);
-    /// Cancels all transfers. Returns whether all have ended.
+    /// Cancels all transfers. Returns whether all transfers have ended.
     bool Stop();
     bool IsRunning() const;
 
@@ -37,5 +37,5 @@ private:
 
     QDir directory;
     QNetworkAccessManager network;
-    QThread copyThread; ///< Thread of the copiers: aborting a copier waits for its current file.
+    QThread copyThread; ///< For the copiers: Abort blocks until the current file is copied.
 };

@@ -44,7 +44,8 @@ struct Command
 
 using CommandList = std::vector<Command>;
 
-/// Returns all commands, sorted by name. Creates them on the first call, when all static options exist.
+/// Returns all commands, sorted by name. Creates them on the first call, after all static options have been
+/// initialised.
 const CommandList& Commands();
 
 /// Adds the commands of a file to the table. Each file with commands defines one static object.

@@ -32,7 +32,8 @@ const Option levelOption{u"level"_s, u"Compression level from 0 (none) to 9 (sma
 const QString keyDetails =
     u"If neither --key nor --key-file is given, the environment variable VXTOOL_KEY provides the key."_s;
 
-/// Sets `key` from the options or the environment; to `otherwise` if they set none. Complains on failure.
+/// Sets `key` from the options or the environment, or to `otherwise` if they set no key. Prints an error on
+/// failure.
 bool ReadKey(const QCommandLineParser& parser, const QString& otherwise, QString& key)
 {
     key = qEnvironmentVariable("VXTOOL_KEY");
@@ -164,8 +165,8 @@ bool IsStream(const QString& argument)
     return argument == "-"_L1 || (QFileInfo::exists(argument) && !QFileInfo(argument).isFile());
 }
 
-/// Returns the path of a file with the content of `argument`. Copies a stream to `copy`. Complains and
-/// returns an empty path on failure.
+/// Returns the path of a file with the content of `argument`. Copies a stream to `copy`. On failure,
+/// prints an error and returns an empty path.
 QString ReadablePath(const QString& argument, QTemporaryFile& copy)
 {
     QByteArray bytes;

@@ -214,7 +214,7 @@ const CommandRegistration registration([] {
          u"Prints false if the request already exists."_s},
         {u"extension unregister"_s, u"[ID...]"_s, u"Withdraw the request for browser extensions."_s,
          RowPrinter::Options(), ForEachExtension(u"done"_s, PluginUtils::UnregisterPlugin)},
-        {u"extension state"_s, u"[ID...]"_s, u"Show whether browser extensions are requested."_s,
+        {u"extension state"_s, u"[ID...]"_s, u"Show whether an installation has been requested."_s,
          RowPrinter::Options(), ForEachExtension(u"registered"_s, PluginUtils::IsRegistered)},
     };
 });

@@ -36,7 +36,7 @@ const Option timeoutOption{u"timeout"_s, u"Seconds of silence after which an att
 
 const Option keepPartialOption{u"keep-partial"_s, u"Keep FILE.part if the download fails."_s};
 
-/// Starts the download and waits until it has ended. Complains and returns false if it fails.
+/// Starts the download and waits until it has ended. If it fails, prints an error and returns false.
 bool RunDownload(IFileDownload& download, const StatusKeeper& manager)
 {
     ProgressBar bar;

@@ -32,21 +32,21 @@ using common::Shell;
 constexpr common::logger::Channel logChannel{"vxtool.files"};
 
 const Option timingOption{u"timing"_s, u"Show the time taken."_s};
-const Option tolerateOption{u"tolerate"_s, u"Skip files at the first level that cannot be copied."_s};
+const Option tolerateOption{u"tolerate"_s, u"Skip files at the first level if they cannot be copied."_s};
 const Option filterOption{
     u"filter"_s,
     u"List only files, and enter only directories, with names that match PATTERN (repeatable)."_s,
     u"PATTERN"_s};
-const Option nullOption{{u"0"_s, u"null"_s}, u"End each name with a zero byte, like find -print0."_s};
+const Option nullOption{{u"0"_s, u"null"_s}, u"End each name with a zero byte, as find -print0 does."_s};
 
 /// An empty path most likely comes from an unset variable. It must not mean the current directory.
 const QString emptyPath = u"a path must not be empty"_s;
 const QString leftOutDetails =
     u"Hidden entries of directories, and names that cannot be decoded, are left out. "
-    "Their number is printed, and --log lists them."_s;
+    "Their number is printed; with --log, their paths are logged."_s;
 
 /// Returns the full path. The path ends with a name, even if `path` ends with ".." or a slash. Resolves links
-/// in the parent directories, but not at the end.
+/// in the parent directories, but keeps a link at the end.
 QString FullPath(const QString& path)
 {
     const QFileInfo info(QDir(path).path()); // QDir removes a trailing slash.
@@ -354,14 +354,15 @@ const CommandRegistration registration([] {
          u"Remove files, links and whole directories."_s,
          {timingOption},
          Remove,
-         leftOutDetails + u" A directory with entries left out cannot be removed."_s,
+         leftOutDetails + u" A directory that contains such entries cannot be removed."_s,
          u"vxtool remove --quiet build"_s},
         {u"copydir"_s,
          u"SOURCE DESTINATION"_s,
          u"Copy the contents of a directory."_s,
          {tolerateOption},
          CopyDir,
-         u"DESTINATION must exist. Fails if a file already exists in it. Hidden entries are left out."_s},
+         u"DESTINATION must exist. Fails if a file of the same name exists there. "
+         "Hidden entries are left out."_s},
         {u"movedir"_s, u"SOURCE DESTINATION"_s, u"Move a directory."_s, {}, MoveDir},
         {u"scan"_s, u"[DIR...]"_s, u"List all files below directories."_s,
          RowPrinter::Options({filterOption, nullOption}), Scan, u"Hidden entries are left out."_s,

@@ -44,13 +44,14 @@ QString NameOf(const Option& option)
     return u"--"_s + option.names().constLast();
 }
 
-/// Complains about the command line and returns false.
+/// Reports that the command line is invalid and returns false.
 bool Misused(const QString& reason)
 {
     return FailUsage(reason) == AllValid;
 }
 
-/// Calls `use` with both parts of each `option` value, split at the first "=". Complains if there is none.
+/// Calls `use` with both parts of each `option` value, split at the first "=". Reports a value without
+/// "=" as an error.
 template<typename Use>
 bool ForEachPair(const QCommandLineParser& parser, const Option& option, const Use& use)
 {

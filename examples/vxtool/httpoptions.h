@@ -16,10 +16,11 @@ namespace vxtool
 Options GetOptions();  ///< Returns the options of "get".
 Options PostOptions(); ///< Returns the options of "post".
 
-/// Sets `url` from the user's input. Complains, with a suggestion, if it has no scheme.
+/// Sets `url` from the user's input. If the input has no scheme, prints an error with a suggestion.
 bool ReadUrl(const QString& text, QUrl& url);
 
-/// Configures `request` from the options and the only argument, its URL. Complains if they are invalid.
+/// Configures `request` from the options and the only argument, the URL. Prints an error if they are
+/// invalid.
 bool ApplyHttpOptions(const QCommandLineParser& parser, common::http::IHttpRequest& request);
 
 /// A network manager that stores the HTTP status of its last response for error messages.

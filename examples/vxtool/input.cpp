@@ -21,7 +21,7 @@ bool FailRead(const QString& name, const QString& reason)
 
 // Standard input is read through the C library, because QFile treats an empty pipe as the end of the input.
 
-/// Returns whether standard input was read without an error. Complains if it was not.
+/// Returns whether standard input was read without an error. If not, prints the error.
 bool StandardInputWasRead()
 {
     return std::ferror(stdin) == 0 || FailRead(u"standard input"_s, qt_error_string());

@@ -16,7 +16,7 @@ QStringList Arguments(int argc, char** argv);
 void PrepareStandardStreams();
 
 bool IsOutputTerminal(); ///< Returns whether standard output is a terminal.
-int TerminalWidth();     ///< Returns the width in columns of the terminal on standard error; 0 if none.
+int TerminalWidth();     ///< Returns the number of columns of standard error; 0 if it is not a terminal.
 
 /// Returns why the process cannot be terminated; empty if no reason is found.
 QString TerminationProblem(unsigned long processId);

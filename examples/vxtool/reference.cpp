@@ -18,8 +18,8 @@ const QString purpose = u"use the vxcommon library on the command line"_s;
 const QString usage = u"vxtool [OPTION...] COMMAND [OPTION...] [ARGUMENT...]"_s;
 const QStringList description{
     u"vxtool makes the features of the vxcommon library available to scripts, support and tests."_s,
-    u"A command that takes several arguments reads them from standard input, one per line, if there "
-    "are none. \"-\" in place of FILE means standard input or output. \"--\" ends the options."_s};
+    u"A command that takes several arguments reads them from standard input, one per line, if none "
+    "are given. \"-\" in place of FILE means standard input or output. \"--\" ends the options."_s};
 const QStringList exitStatus{u"0  every input was valid and every job succeeded"_s,
                              u"1  some input was invalid, or a job failed"_s,
                              u"2  the command line is invalid"_s};

@@ -8,12 +8,12 @@ namespace common::chrome
 {
 
 /**
- * Requests that the Chrome browser installs an extension from its own store for the current user, and
- * withdraws the request.
+ * Requests or withdraws the installation of an extension from the store of the Chrome browser for the
+ * current user.
  *
- * Windows: the registry key that the browser documents for external extensions. Linux: the same key in the
- * settings tree of this library and, for Chromium, a file in the user's directory "External Extensions". On
- * Linux, Chrome provides no per-user directory of this kind. Thread-safe. Log channel:
+ * Windows: writes the registry key that the browser documents for external extensions. Linux: writes the
+ * same key to the settings tree of this library and, for Chromium, a file to the user's directory "External
+ * Extensions". On Linux, Chrome provides no per-user directory of this kind. Thread-safe. Log channel:
  * "common.pluginutils".
  */
 class VXCOMMON_EXPORT PluginUtils

@@ -78,7 +78,7 @@ void WriteProtocol(QSettings& settings, const QString& protocol, const Program& 
 
     const QString progId = protocolkeys::ProgId(protocol, owner);
     const QString identifier = protocolkeys::Class(progId);
-    // Kept for compatibility: spaces around the colon, unlike in the description of the scheme.
+    // Kept for compatibility: this name has spaces around the colon; the name of the scheme has none.
     settings.setValue(identifier + QLatin1String("/Default"),
                       QStringLiteral("URL : %1 Protocol").arg(protocol));
     settings.setValue(identifier + QLatin1String("/DefaultIcon/Default"), program.icon);
@@ -114,7 +114,7 @@ bool ClickToCall::registerProtocols(const QList<QString>& protocols, const QStri
     }
     const bool written = Save(*settings, "ClickToCall::registerProtocols");
     for (const QString& protocol : protocols) {
-        // Kept for compatibility: the name of the application, not the program identifier.
+        // Kept for compatibility: stores the name of the application, not the program identifier.
         settings->Tree().setValue(protocolkeys::UserChoice(protocol), application);
     }
     settings->Save();

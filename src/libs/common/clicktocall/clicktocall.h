@@ -12,13 +12,15 @@ namespace common
  * Makes the program the current user's handler of URL schemes such as "tel", and reports which schemes it
  * handles.
  *
- * Clicking an address starts the registered executable with the arguments "--callto" and the address.
- * Windows: writes classes, Default Programs capabilities and the user choice below HKEY_CURRENT_USER, and
- * calls SHChangeNotify. Linux: writes the same keys to an INI file. Derives from them a desktop entry and the
- * defaults in the user's mimeapps.list (freedesktop.org "Association between MIME types and applications").
+ * Clicking a link starts the registered executable with the arguments "--callto" and the address. Windows:
+ * writes classes, Default Programs capabilities and the user choice below HKEY_CURRENT_USER, and calls
+ * SHChangeNotify. Linux: writes the same keys to an INI file. From these keys, derives a desktop entry and
+ * the defaults in the user's mimeapps.list (freedesktop.org "Association between MIME types and
+ * applications").
  *
- * Blocks the calling thread. Thread-safe. Does not check its arguments: registers any
- * scheme, even one that availableProtocols() does not return, and inserts names into keys verbatim.
+ * The functions are thread-safe and may block the calling thread. They do not check their arguments: any
+ * scheme is registered, even one that availableProtocols() does not return. Names are inserted into keys
+ * verbatim.
  *
  * If a write fails, the function logs an Error line on the channel "common.clicktocall" and continues. It
  * returns false only if the settings could not be written. On Linux, the settings cannot be written while

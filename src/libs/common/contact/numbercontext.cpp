@@ -23,7 +23,8 @@ bool IsSkypeDomain(const QString& domain)
            EqualsIgnoringCase(domain, QLatin1String("skype.com"));
 }
 
-/// Accepts subdomains and a port. Rejects the external domain only if it has no port.
+/// Accepts every domain that contains the service's domain, such as a subdomain. Rejects the external domain
+/// only if it has no port.
 bool IsServiceDomain(const QString& domain)
 {
     return domain.contains(QLatin1String(deployment::serviceSipDomain), Qt::CaseInsensitive) &&

@@ -50,7 +50,7 @@ public:
     /// Limits the read buffer of a new reply, and drains the reply whenever the buffer is half full.
     void Attach(QNetworkReply& reply);
 
-    /// Writes the data that has arrived to the file.
+    /// Writes all received data to the file.
     void Drain(QNetworkReply& reply);
 
     /// Closes the file. Returns an empty sum if the file may differ from the written data.

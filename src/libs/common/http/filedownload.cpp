@@ -28,8 +28,8 @@ quint64 NextId()
     return next++;
 }
 
-/// Reads the file piece by piece, because a large one may not fit into memory. A mapped file would crash the
-/// process if another program truncated it.
+/// Reads the file piece by piece, because a large file may not fit into memory. Does not map the file: the
+/// process would crash if another program truncated it.
 QString ChecksumOf(QFile& file)
 {
     QCryptographicHash hash(QCryptographicHash::Md5);

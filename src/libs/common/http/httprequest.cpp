@@ -168,7 +168,7 @@ bool HttpRequest::SendRequest(HTTPRequestMethod method)
 {
     d->method = method;
     if (QNetworkReply* const earlier = Reply()) {
-        // Aborting the reply may call a slot that deletes the request or sends it.
+        // Aborting the reply may call a slot that deletes the request or sends it again.
         const QPointer<HttpRequest> self = this;
         CutOffReply();
         Abort();
@@ -179,7 +179,7 @@ bool HttpRequest::SendRequest(HTTPRequestMethod method)
             return false;
         }
         if (Reply() != nullptr) {
-            return true; // The slot's send is the more recent one.
+            return true; // The slot has sent the request again; that send takes precedence.
         }
         d->method = method; // A failed send in the slot may have changed the method.
     }

@@ -13,7 +13,8 @@ namespace common::http
  * The class that CreateHttpRequest instantiates; derive from it to customise a step.
  *
  * The request deletes a reply as soon as the reply is no longer needed. During a signal of the request,
- * Reply() stops returning the reply, but the deletion waits until control has returned to the event loop.
+ * Reply() stops returning the reply immediately; the reply is deleted once control has returned to the event
+ * loop.
  *
  * @warning Do not send, abort or delete the request in a slot that is connected to a signal of Reply() itself
  * or to QNetworkAccessManager::finished. Qt forbids these slots to delete a reply; use a queued connection.
@@ -60,7 +61,8 @@ protected:
     virtual void SetSslConfiguration(QNetworkRequest& request);
     /// Begins one attempt; for the return value, see Send.
     virtual bool SendRequest(HTTPRequestMethod method);
-    /// Schedules the next attempt; returns false if none is left. If true, do not report the current failure.
+    /// Schedules the next attempt; returns false if none is left. If it returns true, do not report the
+    /// current failure.
     bool AskRetryIfPossible();
 
 Q_SIGNALS:

@@ -62,7 +62,7 @@ public:
         if (QThread::currentThread()->loopLevel() > 0) {
             (*reply)->deleteLater();
         } else {
-            // Without exec(), as with processEvents() alone, Qt would never run deleteLater.
+            // Without exec(), as with processEvents() alone, deleteLater would never delete the reply.
             QMetaObject::invokeMethod(
                 *reply, [dropped = reply->data()] { delete dropped; }, Qt::QueuedConnection);
         }

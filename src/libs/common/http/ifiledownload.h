@@ -19,8 +19,8 @@ namespace common::http
  * outcome, even if it is incomplete or contains an error page.
  *
  * The MD5 sum is computed while the file is written. If the size or modification time shows that another
- * program has changed the file, the sum is computed from the file instead. A change that keeps the size and,
- * within its resolution, the time stamp is not detected.
+ * program has changed the file, the sum is computed from the file instead. A change is not detected if it
+ * leaves the size and the modification time as they were.
  *
  * A body that the server sends as "gzip" is stored and verified as received.
  *
@@ -65,7 +65,8 @@ public:
     virtual void SetChecksum(const QString& md5) = 0;
     virtual QString GetChecksum() const = 0; ///< @see SetChecksum
 
-    /// Sets the number of attempts, 5 s apart. 0 (default) and 1 mean one attempt, negative means no limit.
+    /// Sets the number of attempts, 5 s apart. 0 (default) and 1 mean one attempt; a negative number means
+    /// no limit.
     virtual void SetAttemptCount(int count) = 0;
     virtual int GetAttemptCount() const = 0; ///< @see SetAttemptCount
 
@@ -78,7 +79,7 @@ public:
     virtual void SetIgnoreSSLErrors(bool ignore) = 0; ///< See IHttpRequest; here, the default is true.
 
     virtual QFile::Permissions GetPermissions() const = 0; ///< @see SetPermissions
-    /// Sets permissions to add to those that the opened file has (default: none).
+    /// Sets permissions that the opened file receives in addition to its own (default: none).
     virtual void SetPermissions(QFile::Permissions permissions) = 0;
 
     /**

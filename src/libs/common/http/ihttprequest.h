@@ -95,8 +95,8 @@ public:
     virtual void SetAttemptCountOnNetworkProblem(int count) = 0;
     virtual int GetAttemptCountOnNetworkProblem() const = 0; ///< @see SetAttemptCountOnNetworkProblem
 
-    /// Sets the interval between two attempts in seconds (default: 20). A pending retry starts waiting again
-    /// with the new interval.
+    /// Sets the interval between two attempts in seconds (default: 20). If a retry is pending, the new
+    /// interval starts immediately.
     virtual void SetAttemptIntervalOnNetworkProblem(int seconds) = 0;
     virtual int GetAttemptIntervalOnNetworkProblem() const = 0; ///< @see SetAttemptIntervalOnNetworkProblem
 

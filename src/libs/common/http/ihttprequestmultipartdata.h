@@ -25,7 +25,7 @@ public:
 
     /**
      * Creates a part that sends a regular file without a content type; the last component of the path is the
-     * file name. The file is opened and streamed when the request is sent. Bytes appended after that are not
+     * file name. The file is opened and streamed when the request is sent. Bytes appended later are not
      * sent; if the file is truncated, the attempt fails with a network error.
      *
      * @param name name of the form field

@@ -44,11 +44,11 @@ private:
 /**
  * Reports how long the user has not used the keyboard or mouse, and when the user returns.
  *
- * Polls and emits on the thread that created it, which needs an event loop. Windows: GetLastInputInfo. Linux:
- * the MIT-SCREEN-SAVER extension of the X server, or org.gnome.Mutter.IdleMonitor or
- * org.freedesktop.ScreenSaver on the session bus. In a Wayland session, the bus takes precedence, because the
- * X server receives only part of the input. If no source is available, logs an Error line on the channel
- * "common.idle" and never emits a signal.
+ * Polls and emits signals on the thread that created the watcher, which needs an event loop. Windows: calls
+ * GetLastInputInfo. Linux: queries the MIT-SCREEN-SAVER extension of the X server, or
+ * org.gnome.Mutter.IdleMonitor or org.freedesktop.ScreenSaver on the session bus. In a Wayland session, the
+ * bus takes precedence, because the X server receives only part of the input. If no source is available,
+ * logs an Error line on the channel "common.idle" and never emits a signal.
  */
 class VXCOMMON_EXPORT IdleWatcher : public QObject
 {

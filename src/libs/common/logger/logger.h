@@ -45,13 +45,13 @@ enum Level : int
     Notice = 5,
     Info = 6,
     Debug = 7,
-    NotSet = 8 ///< Messages at this level or above are dropped and never reach a logger.
+    NotSet = 8 ///< Messages with this or a higher value are dropped and never reach a logger.
 };
 
 /// The part of a program that logs. Must outlive every message that points to it, so make it constexpr.
 struct Channel
 {
-    const char* name; ///< Dotted path such as "http.request"; the dots are log4cpp's category hierarchy.
+    const char* name; ///< Dotted path such as "http.request"; names the log4cpp category.
 };
 
 /// Scope of the option bits for ILogger::Configure.
@@ -166,9 +166,9 @@ VXCOMMON_EXPORT void DestroyLogger(ILogger* logger);
 class VXCOMMON_EXPORT ILogger : public ILoggerOperations
 {
 public:
-    /// Calls the virtual Destroy, or does nothing if `this` is null. A call through null is undefined in C++,
-    /// so the test is out of line, where the compiler cannot remove it. Sanitizers still report the call;
-    /// use DestroyLogger if the pointer may be null.
+    /// Calls the virtual Destroy, or does nothing if `this` is null. A call through a null pointer is
+    /// undefined behaviour, so the test is out of line, where the compiler cannot remove it. Sanitizers
+    /// still report the call; use DestroyLogger if the pointer may be null.
     void Destroy(std::nullptr_t = nullptr) { DestroyLogger(this); }
 };
 

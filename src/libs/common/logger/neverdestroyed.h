@@ -9,7 +9,7 @@ union NeverDestroyed {
     constexpr NeverDestroyed()
         : value()
     {}
-    ~NeverDestroyed() {} // NOLINT(modernize-use-equals-default): a defaulted one would be deleted
+    ~NeverDestroyed() {} // NOLINT(modernize-use-equals-default): a defaulted destructor would be deleted
 
     Type value;
 };

@@ -60,7 +60,7 @@ class MessageReceiver : public QObject
 {
 public:
     /// Takes ownership of the socket. Calls `onFinished_` once, when the client has disconnected or exceeded
-    /// a time limit. The call may come from a signal of the socket, so do not delete the receiver in it.
+    /// a time limit. `onFinished_` may run inside a signal of the socket and must not delete the receiver.
     MessageReceiver(QLocalSocket* socket_, QObject* parent, std::function<void(MessageReceiver*)> onFinished_)
         : QObject(parent)
         , socket(socket_)
@@ -86,7 +86,7 @@ public:
         if (!acknowledged) {
             return std::nullopt;
         }
-        text.resize(*length, '\0'); // An announced length alone must not take memory.
+        text.resize(*length, '\0'); // Resize last: an announced length alone must not use memory.
         return QString::fromUtf8(std::exchange(text, {}));
     }
 

@@ -49,10 +49,11 @@ public:
      * this process is the primary instance or becomes the primary instance during the call.
      *
      * @param message Up to 16 MiB as UTF-8; the primary instance refuses longer ones.
-     * @param timeout In milliseconds. Each of the two connection attempts, 250 ms apart, may take half of it;
-     * writing the message and waiting for the reply may each take all of it. Negative values set no limit for
-     * writing and waiting.
-     * @return Whether the message was acknowledged. If false, the message may still have arrived.
+     * @param timeout In milliseconds. Each of the two connection attempts, 250 ms apart, may take half of
+     * the timeout; writing the message and waiting for the reply may each take the full timeout. Negative
+     * values set no limit for writing and waiting.
+     * @return Whether the message was acknowledged. If the result is false, the message may still have
+     * arrived.
      */
     bool sendMessage(const QString& message, int timeout);
 

@@ -13,9 +13,9 @@ namespace QtLP_Private
  * A file with an advisory lock between processes, for one writer or up to 64 readers.
  *
  * The lock does not restrict reading or writing. On Windows, it is a set of named mutexes (CreateMutexW)
- * whose names derive from the path; on Linux, it is flock(2) on the file. The system releases the lock when
- * its process dies; a forked child does not inherit the lock. A Windows mutex belongs to a thread: lock and
- * unlock on the same thread. Two objects on one thread do not exclude each other on Windows.
+ * whose names derive from the path; on Linux, it is a flock(2) lock on the file. The system releases the
+ * lock when its process dies; a forked child does not inherit the lock. A Windows mutex belongs to a thread:
+ * lock and unlock on the same thread. Two objects on one thread do not exclude each other on Windows.
  *
  * Failures are logged with qWarning.
  */

@@ -14,7 +14,7 @@ QtSingleApplication::QtSingleApplication(const QString& id, int& argc, char** ar
     sysInit(id);
 }
 
-// Deletes the peer while this object can still emit its signal.
+// Deletes the peer while this object can still emit messageReceived.
 QtSingleApplication::~QtSingleApplication()
 {
     delete peer;

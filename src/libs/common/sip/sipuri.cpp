@@ -24,8 +24,8 @@ struct Form
     bool isSkype;
 };
 
-// The first matching pattern decides. Kept for compatibility: the pattern of Skype identifiers has 3 captures
-// but needs 4, so a name with the short Skype domain is never parsed.
+// The first pattern that matches is used. Kept for compatibility: the pattern of Skype identifiers has 3
+// captures but needs 4, so a name with the short Skype domain is never parsed.
 constexpr Form forms[] = {
     {SipId::URIRegExp, 13, 4, 7, 2, notSet, 10, false},
     {SipId::IDRegExp, 10, 2, 5, notSet, 9, 8, false},

@@ -42,8 +42,8 @@ public:
     /// Decrypts a Base64 string. Damaged input or a wrong key gives garbage, not an error.
     static QString decrypt(const QString& key, const QString& text);
     static QString decrypt(const QString& text); ///< As above, with the machine key.
-    /// Decrypts bytes. If the last block has only n bytes, it is padded with zero bytes; the first n
-    /// decrypted bytes are kept, and zero bytes follow them.
+    /// Decrypts bytes. An incomplete last block of n bytes is padded with zero bytes before decryption. Only
+    /// the first n bytes of its plain text are kept; the rest of the block is filled with zero bytes.
     static QByteArray& decrypt(const QString& key, const QByteArray& input, QByteArray& output);
     /// As above, with the machine key.
     static QByteArray& decrypt(const QByteArray& input, QByteArray& output);

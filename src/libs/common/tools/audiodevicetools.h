@@ -17,8 +17,8 @@ public:
      * Returns the display name of the default device.
      *
      * @param render true for playback, false for capture
-     * @return empty if there is no device or its name is not available; an Error line without a channel then
-     * names the failed call
+     * @return the name; empty if there is no device or its name is not available. In that case, an Error
+     * line without a channel names the failed call.
      *
      * Windows: queries IMMDeviceEnumerator and PKEY_Device_FriendlyName of Core Audio. Initialises COM on the
      * calling thread during the call, and fails on a thread of the multithreaded apartment. Linux: queries

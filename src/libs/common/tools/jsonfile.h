@@ -69,8 +69,8 @@ private:
 
 } // namespace tools
 
-/// Prints a JSON value, for log lines: a document, an object or an array as indented text, a boolean as 0 or
-/// 1, null as "(null)" and an undefined value as "(undefined)".
+/// Prints a JSON value to `stream`: documents, objects and arrays as indented text, booleans as 0 or 1, null
+/// as "(null)" and undefined values as "(undefined)".
 VXCOMMON_EXPORT QTextStream& operator<<(QTextStream& stream, const QJsonDocument& document);
 VXCOMMON_EXPORT QTextStream& operator<<(QTextStream& stream, const QJsonObject& object);
 VXCOMMON_EXPORT QTextStream& operator<<(QTextStream& stream, const QJsonArray& array);

@@ -18,7 +18,7 @@ enum class Result
 /// Windows, a later call keeps the context of the first one.
 Result Register(void* context);
 
-/// Ends the subscription. Can be called repeatedly, and without a subscription.
+/// Ends the subscription. Can be called repeatedly, even if there is no subscription.
 Result Unregister();
 
 } // namespace tools::powernotification

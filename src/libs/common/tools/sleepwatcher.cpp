@@ -29,7 +29,7 @@ SleepWatcher::SleepWatcher()
 SleepWatcher::~SleepWatcher()
 {
     if (inited) {
-        deinit(); // Kept for compatibility: usually the second call, after that on aboutToQuit.
+        deinit(); // Kept for compatibility: usually repeats the call made on aboutToQuit.
         inited = false;
     }
 }

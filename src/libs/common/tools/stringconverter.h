@@ -26,8 +26,8 @@ public:
      * Returns the hexadecimal digits of `text` in braces, with dashes between groups.
      *
      * In groups of 4, "abcd" gives "{6162-6364}" and "abcde" gives "{6162-636465}"; in groups of 3, "abcd"
-     * gives "{616-263-64}". Counted from the left, a dash follows each group that has at least `group` - 1
-     * digits after it.
+     * gives "{616-263-64}". The groups are counted from the left. A dash follows a group if at least
+     * `group` - 1 digits remain after it.
      *
      * @param group number of digits in a group; 0 gives no dash
      */

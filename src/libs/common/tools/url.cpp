@@ -42,8 +42,8 @@ constexpr std::string_view topLevelDomains =
 /// Length of the longest domain name (RFC 1035).
 constexpr qsizetype maxDomainLength = 255;
 
-/// Maximum length of a host that is parsed if it is not plain ASCII. Qt takes quadratic time for these hosts,
-/// and minutes for some.
+/// Length limit for parsing a host that is not plain ASCII. Qt takes quadratic time for such a host,
+/// sometimes minutes.
 constexpr qsizetype maxParsedHostLength = 2 * maxDomainLength;
 
 bool IsAscii(QStringView text)
@@ -51,7 +51,7 @@ bool IsAscii(QStringView text)
     return std::all_of(text.begin(), text.end(), [](QChar c) { return c < u'\x80'; });
 }
 
-/// The words of a text, separated by single spaces, with a search in constant time.
+/// A set of words, given as a text with single spaces between them. A search takes constant time.
 class WordTable
 {
 public:

@@ -29,9 +29,9 @@ struct UrlCandidate
  *
  *     LABEL = [\p{L}\p{N}](?:[\p{L}\p{N}-]{0,61}[\p{L}\p{N}])?
  *
- * Three rules replace backtracking. No match leaves its run, a part without white space, "<" and ">". A path,
- * or any text after a scheme, extends to the end of the run. A label before a dot has only one possible
- * match. A lone surrogate is neither a letter nor a space.
+ * Three rules replace backtracking. No match extends beyond its run, a part of the text without white space,
+ * "<" and ">". A path, or any text after a scheme, extends to the end of the run. A label before a dot has
+ * only one possible match. A lone surrogate is neither a letter nor a space.
  */
 class UrlScanner
 {

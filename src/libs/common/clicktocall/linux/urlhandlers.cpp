@@ -57,7 +57,8 @@ QStringList ListFiles()
     return files;
 }
 
-/// Returns the key that stores the desktop entry last made the default of a scheme. Used only on Linux.
+/// Returns the key that stores the desktop entry that was last made the default for a scheme. Used only on
+/// Linux.
 QString ProjectedChoiceKey(const QString& protocol)
 {
     return protocolkeys::UserChoice(protocol) + QLatin1String("Entry");
@@ -226,7 +227,7 @@ QString UserChoice(const QSettings& settings, const QString& protocol, const Own
 void NotifyChanged(std::unique_ptr<platform::UserSettings> settings, const Owner& owner,
                    const QStringList& chosen)
 {
-    // Read the saved settings: the tree of a writer that could not copy them is empty.
+    // Read the saved settings again: if `settings` could not copy them, its tree is empty.
     const auto stored =
         platform::OpenUserSettings(QStringLiteral("HKEY_CURRENT_USER"), platform::UserSettingsAccess::Read);
     if (stored->Tree().status() != QSettings::NoError) {

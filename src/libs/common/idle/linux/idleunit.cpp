@@ -9,8 +9,8 @@ namespace
 using namespace std::chrono_literals;
 
 /// Number of consecutive replies that must keep pace with the clock. While the user types, one reply in ten
-/// to a hundred keeps pace by chance, but never this many in a row. Polled every 3 s, they arrive within the
-/// first idle minute.
+/// to a hundred keeps pace by chance, but never this many in a row. With a poll every 3 s, this many
+/// replies arrive within the first idle minute.
 constexpr int repliesNeeded = 10;
 
 constexpr IdleUnit::Milliseconds replyTimeout = 500ms;

@@ -83,7 +83,7 @@ struct QtLockedFile::Handles
     }
 
     HANDLE writerMutex = nullptr;
-    std::vector<HANDLE> readerMutexes; ///< One for a reader; for a writer, all existing ones.
+    std::vector<HANDLE> readerMutexes; ///< One mutex for a reader; all existing mutexes for a writer.
     QString mutexName;
 };
 

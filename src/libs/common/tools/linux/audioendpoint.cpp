@@ -22,7 +22,8 @@ constexpr std::chrono::milliseconds answerLimit{900};
 /// Name of the sink that PulseAudio creates if there is no device.
 constexpr char dummySink[] = "auto_null";
 
-/// The PulseAudio client library. Few programs use it, and linking to it would slow down the start of all.
+/// The PulseAudio client library. Loaded on demand, because few programs use it and linking to it would slow
+/// down the start of every program.
 struct PulseAudio
 {
     decltype(&pa_mainloop_new) mainloop_new;
@@ -163,7 +164,7 @@ public:
         if (!RunUntil([&answer] { return answer.complete; })) {
             answer.text.clear();
         }
-        // The answer must outlive the operation.
+        // Cancel the operation before `answer` is destroyed.
         Pulse().operation_cancel(operation);
         Pulse().operation_unref(operation);
         return answer.text;

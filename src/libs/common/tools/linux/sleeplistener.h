@@ -29,7 +29,7 @@ private:
 
     void* context;
     std::unique_ptr<common::platform::BusConnection> bus;
-    QString loginOwner; ///< Unique bus name of the most recent logind; empty until one appears.
+    QString loginOwner; ///< Unique bus name of the latest logind process; empty until logind starts.
 };
 
 } // namespace tools
