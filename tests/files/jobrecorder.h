@@ -46,10 +46,10 @@ inline QStringList Steps(int done, int total)
     return steps;
 }
 
-/// Runs a "copier", "remover" or "helper" on `work`: "file PATH", "dir PATH", "filter PATTERN" and, for
-/// copies, "file FROM TO", "dir FROM TO" and "link FROM TO". Paths are below `root`, except for empty ones
-/// and those that begin with "." or "/". Returns the signals, those of the helper as "1/2 path" and "failed
-/// path".
+/// Runs a job, which is "copier", "remover" or "helper". The items of `work` are "file PATH", "dir PATH",
+/// "filter PATTERN" and, for copies, "file FROM TO", "dir FROM TO" and "link FROM TO". Paths are below
+/// `root`, except for empty ones and those that begin with "." or "/". Returns the signals. Signals of the
+/// helper have the form "1/2 path" or "failed path".
 inline QStringList RunJob(const QString& job, const QString& root, const QStringList& work)
 {
     using common::FileHelper;

@@ -1,5 +1,5 @@
-/// Tests the signals, files and log of the copier, the remover and the helper, the commands that they use,
-/// and the platform differences.
+/// Tests the signals, results on disk and log of the copier, the remover and the helper. Also tests the
+/// commands that they use, and platform differences.
 
 #include "filetree.h"
 #include "jobrecorder.h"
@@ -47,7 +47,8 @@ QStringList Split(const QString& list)
 
 /// The columns of the jobs; commas separate the items of a list:
 ///   tree      entries before the job, in the notation of filetree
-///   work      the work of the job, and emissions, its signals, in the notation of RunJob
+///   work      items of the job, in the notation of RunJob
+///   emissions signals of the job, in the notation of RunJob
 ///   gone      entries that the job removes
 ///   added     entries that the job creates
 ///   warnings  lines in the log up to level 4, except those that repeat the final code
@@ -60,7 +61,7 @@ struct Jobs : Table<QString, QString, QString, QString, QString, QStringList>
 
 const QString exists = "4 'ROOT/%1' already exists. Trying to remove before coping...";
 
-/// Adds copies that are possible only on this platform.
+/// Adds the rows for copies that are possible only on this platform.
 void AddSystemsOwnCopies(const Jobs& row)
 {
 #ifdef Q_OS_UNIX

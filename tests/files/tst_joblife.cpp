@@ -17,14 +17,14 @@ using common::FileRemover;
 namespace
 {
 
-/// Number of rounds per kind of job; lower under Wine, where threads and files are slow.
+/// Number of rounds per kind of job; lower for Windows, because threads and files are slow under Wine.
 #ifdef Q_OS_WIN
 constexpr int rounds = 250;
 #else
 constexpr int rounds = 5000;
 #endif
 
-/// A tree of files, and a job for it: a copy or a removal.
+/// A tree of files that a job copies or removes.
 struct Work
 {
     Work() { filetree::Build(folder.path(), {"d/0=", "d/1=", "d/2=", "d/3="}); }
@@ -64,7 +64,8 @@ struct HeldJob : Work
     JobRecorder recorder{job.get()};
 };
 
-/// Performs the action on a paused job, either directly or in a slot of its first progress.
+/// Performs the action on a paused job, either directly or in a slot that receives the first `progress`
+/// signal.
 template<class Job>
 void TestLife()
 {
@@ -201,7 +202,7 @@ void TestJobLife::restartKeepsTheOrder()
     QCOMPARE(held.recorder.signalsSeen, Steps(2, 4) + Steps(4, 4) << "done");
 }
 
-/// The signals follow an owner that leaves a thread without an event loop.
+/// If the owner moves away from a thread without an event loop, its signals are emitted on the new thread.
 void TestJobLife::movedWhileItRuns()
 {
     const Work work;
@@ -217,7 +218,7 @@ void TestJobLife::movedWhileItRuns()
     JobRecorder recorder(job.get());
     while (!recorder.HasEnded()) {
         QThread::msleep(1);
-        QCoreApplication::sendPostedEvents(); // Suffices without an event loop.
+        QCoreApplication::sendPostedEvents(); // Delivers the signals without an event loop.
     }
     QCOMPARE(recorder.signalsSeen, Steps(5, 5) << "done");
 }

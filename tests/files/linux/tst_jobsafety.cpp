@@ -1,5 +1,5 @@
-/// Tests the permissions of copies, and file jobs without descriptors or disk space, in deep trees, and in
-/// directories of another user.
+/// Tests the permissions of copies. Also tests file jobs that run out of descriptors or disk space, and jobs
+/// in deep trees and in directories of another user.
 
 #include "files/filetree.h"
 #include "files/jobrecorder.h"
@@ -35,7 +35,7 @@ private Q_SLOTS:
     void swappedNames();
 };
 
-/// Small files are written under their names, large ones first without a name.
+/// Small files are written under their final names. Large files are first written without a name.
 void TestJobSafety::permissions()
 {
     for (const int mask : {022, 077, 0}) {
@@ -92,7 +92,7 @@ void TestJobSafety::noDescriptor()
     }
     QCOMPARE(filetree::Snapshot(folder.path()), QStringList({"s/a=1", "s/b=2"}));
     for (const auto& [job, end] : {std::pair("copier", "failed 700102"), {"remover", "failed 700203"}}) {
-        // Run the job once first: a sanitizer opens a descriptor at the first call of a member.
+        // Run the job once first: a sanitizer opens a descriptor at the first call of a member function.
         RunJob(job, folder.path(), {"dir none"});
         RecordingLogger log;
         const ResourceLimit one(RLIMIT_NOFILE, OpenDescriptors() + 1); // One for the worker's thread.
@@ -160,8 +160,9 @@ void TestJobSafety::deepTree()
 namespace
 {
 
-/// Runs a job on many trees while another user, who owns the directory `swapped` in each, keeps exchanging
-/// the names "e" and ".e" in it. Returns the number of rounds in which the job left its tree.
+/// Runs a job on 25 trees while another thread keeps exchanging the names "e" and ".e" in the directory
+/// `swapped` of each tree, as an owner of that directory could. Returns the number of rounds in which the
+/// job left its tree.
 int CountEscapes(const QString& job, const QStringList& tree, const QString& work, const QString& swapped)
 {
     int escapes = 0;
@@ -204,8 +205,8 @@ void TestJobSafety::swappedNames_data()
         "dir s t/d", "t/d");
 }
 
-/// The owner of a directory in a tree cannot lead a job out of the tree: 200 rounds, 8 at a time, because a
-/// failed attempt waits before the next one.
+/// The owner of a directory in a tree cannot lead a job out of the tree. Runs 200 rounds, 8 at a time,
+/// because a job waits after each failed attempt.
 void TestJobSafety::swappedNames()
 {
     QFETCH(QString, job);

@@ -18,8 +18,8 @@ enum class UserSettingsAccess
  * The settings tree of the user: the registry on Windows, the same keys in one INI file on Linux.
  *
  * On Linux the file is "vxcommon/registry.ini" in the XDG configuration directory. A writer edits a copy, and
- * only Save makes the changes visible, all at the same time. Other writers, in this process and in others,
- * wait until the object is destroyed.
+ * only Save makes the changes visible, all at the same time. Other writers, in this process and in other
+ * processes, wait until the object is destroyed.
  */
 class UserSettings
 {

@@ -14,16 +14,16 @@ enum class CopyResult
 {
     Copied,
     Failed,  ///< The copy failed; no partial file remains.
-    NotForMe ///< Nothing was attempted: the source is not a regular file, or the destination exists.
+    NotForMe ///< Nothing was copied, for example because the destination already exists.
 };
 
 /**
  * Copies a regular file to an unused name in an existing directory. On Linux, the copy gets the permissions
- * that QFile::copy would set, determined from the open file. A large copy appears under its name only when it
- * is complete.
+ * that QFile::copy would set, determined from the open file. If the file system supports unnamed files, a
+ * copy of more than 64 KiB appears under its name only when it is complete.
  *
  * @param makeRoom called when the copy is complete, to free the destination name. If it returns false, the
- * attempt has failed. If the system cannot create an unnamed file, the result is NotForMe and `makeRoom` is
+ * result is Failed. If the system cannot create an unnamed file, the result is NotForMe and `makeRoom` is
  * not called.
  */
 CopyResult CopyQuickly(const FilePlace& source, const FilePlace& destination,

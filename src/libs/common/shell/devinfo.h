@@ -16,20 +16,21 @@ public:
     /**
      * Returns the serial number of the disk that holds the current directory.
      *
-     * Windows: IOCTL_STORAGE_QUERY_PROPERTY on the physical drive. Linux: the udev record, or the serial
-     * number that the kernel provides below /sys. If no serial number is available, returns the alternative
-     * id or, if that is empty, a UUID in braces that is created once per process. In this case, each call
-     * logs a Crit line on the channel "common.devinfo" with the system's error number, or 0 if the disk has
-     * no serial number.
+     * On Windows, queries the physical drive with IOCTL_STORAGE_QUERY_PROPERTY. On Linux, reads the udev
+     * record or, if it contains no serial number, the files that the kernel provides below /sys. If no
+     * serial number is available, returns the alternative id or, if that is empty, a UUID in braces that is
+     * created once per process. Without a serial number, each call logs a Crit line on the channel
+     * "common.devinfo" with the system's error number, or 0 if the disk could be queried.
      */
     static QString GetSerialNumber();
 
     /// Returns the MD5 sum, in lower-case hexadecimal, of `prefix` followed by GetSerialNumber().
     static QString GetSerialNumberMD5Hash(const QString& prefix);
 
-    /// Returns a modifiable reference to the identity for disks without a serial number; initially empty.
+    /// Returns a modifiable reference to the alternative id, for disks without a serial number. Initially
+    /// empty.
     static QString& GetAlternativeDeviceId();
-    /// Sets the identity for disks without a serial number.
+    /// Sets the alternative id, for disks without a serial number.
     static void SetAlternativeDeviceId(const QString& id);
 };
 

@@ -18,8 +18,8 @@ struct ListedEntry
     bool isSpecial; ///< A fifo, a socket or a device.
 };
 
-/// Returns the entries of a directory apart from hidden ones, sorted by name, ignoring case. Returns nothing
-/// if the directory cannot be read completely.
+/// Returns the entries of a directory except hidden ones, sorted by name without regard to case. Returns
+/// nothing if the directory cannot be read completely.
 std::optional<std::vector<ListedEntry>> ListDirectory(const OpenDirectory& directory);
 
 /// Lists a directory through QDir, for directories that only Qt can read.

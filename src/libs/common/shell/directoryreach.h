@@ -26,8 +26,8 @@ using ScannedDirectories = std::vector<ScannedDirectory>;
 
 /**
  * Opens directories of scanned trees, or the corresponding ones at the destination, from their roots
- * downwards. Does not follow links on the way, and enters only directories that the scan has found. Keeps few
- * directories open, however deep the trees are.
+ * downwards. Below a root, follows only links that are marked with `isLink`, and enters only directories
+ * that the scan has found. Keeps few directories open, however deep the trees are.
  */
 class DirectoryReach
 {
@@ -68,7 +68,7 @@ private:
 
     ScannedDirectories& directories;
     const Side side;
-    std::list<std::pair<int, OpenDirectory>> open; ///< The latest last.
+    std::list<std::pair<int, OpenDirectory>> open; ///< The most recently opened directory is last.
     OpenDirectory failed;
     mutable std::pair<int, QString> lastPath{-1, {}};
 };

@@ -6,7 +6,8 @@
 #include <QFile>
 #include <QString>
 
-// The Windows headers define macros with these names. The functions keep their full names, such as CopyFileW.
+// The Windows headers define macros with these names. Without the macros, use the full names of the Windows
+// functions, such as CopyFileW.
 #undef CopyFile
 #undef CreateDirectory
 #undef RemoveDirectory
@@ -22,7 +23,7 @@ namespace common
  * warning on the channel "shell.filecmd" for each failed attempt, whatever the reason. A persistent failure
  * takes 200 ms. The arguments keep the state in which the last attempt left them.
  *
- * @note Any thread may call the functions. They block it.
+ * @note Any thread may call the functions. They block the calling thread.
  */
 class VXCOMMON_EXPORT FileCommands
 {

@@ -24,15 +24,16 @@ class FileTask;
  * copier->Copy();
  * @endcode
  *
- * Add the work with the Add functions, then call Copy. A job first lists the files and links of the
+ * Add paths with the Add functions, then call Copy. A job first lists the files and links of the
  * directories, without hidden entries. Then it copies all files, and after them all links. It stops at the
  * first failure and keeps what it has copied.
  *
- * Existing files and links at a destination are replaced; an existing directory makes the job fail. A link in
- * a tree is copied as a link, with a target relative to the directory of the source link. A directory without
- * entries to copy is not created.
+ * Existing files and links at a destination are replaced. The job fails if the destination of a file or link
+ * is an existing directory. A link in a tree is copied as a link, with a target relative to the directory of
+ * the source link. A directory without entries to copy is not created.
  *
- * A job ends with exactly one of `succesed` and `failed`. The channel "shell.filecopy" logs details.
+ * A job ends with exactly one of `succesed` and `failed`. Details are logged on the channel
+ * "shell.filecopy".
  *
  * @note Use a copier only on the thread that it lives in. The event loop of that thread delivers all signals,
  * apart from `failed` with NoTask, which is emitted inside Copy.
@@ -51,8 +52,8 @@ public:
         NoDestinationDirectory = 700104, ///< The parent directory of a destination cannot be created.
         Aborted = 700105,                ///< The job was stopped by Abort or a new Copy.
         DestinationNotRemoved = 700106,  ///< An existing destination cannot be removed.
-        /// The copying itself failed. The source may be a fifo, a socket or a device, or the very file at the
-        /// destination.
+        /// The copying itself failed. The source may be a fifo, a socket or a device, or source and
+        /// destination may be the same file.
         CopyFailed = 700107,
         NoThread = 700108 ///< The thread for the job cannot be started.
     };
@@ -88,7 +89,8 @@ public Q_SLOTS:
     void AddDirectory(const QString& dirSourcePath, const QString& dirDestPath);
 
 Q_SIGNALS:
-    /// Emitted for each finished item, `current` of `total`, once all directories are scanned.
+    /// Emitted when item number `current` of `total` is finished. All directories are scanned before the
+    /// first item is copied.
     void progress(int current, int total);
     /// Emitted when everything is copied.
     void succesed();

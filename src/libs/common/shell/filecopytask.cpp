@@ -116,7 +116,7 @@ int FileCopyTask::WorkAll()
 int FileCopyTask::CopyFile(const Item& item, const Paths& paths)
 {
     const auto& [source, destination] = paths;
-    // Fast path: if nothing is in the way, the checks below are not needed. They take half of the time.
+    // Fast path: if nothing is in the way, skip the checks below. They take as long as the copy itself.
     const bool isReady = !item.isSpecial && (item.directory < 0 || destinations.Has(item.directory));
     const CopyResult result =
         isReady ? CopyQuickly(SourceOf(item), DestinationOf(item)) : CopyResult::NotForMe;
@@ -141,7 +141,8 @@ int FileCopyTask::CopyFile(const Item& item, const Paths& paths)
     return 0;
 }
 
-/// Replaces an existing destination only when the copy is complete, so that a full disk causes no data loss.
+/// Where unnamed files are supported, replaces an existing destination only when the copy is complete, so
+/// that a full disk causes no data loss.
 int FileCopyTask::CopyInAttempts(const Item& item, const Paths& paths, CopyResult result, bool isInTheWay,
                                  bool& copied)
 {
@@ -209,7 +210,7 @@ int FileCopyTask::CopySymlink(const Item& item, const Paths& paths)
 }
 
 /// Returns the target of the copied link; empty if the source is not a link. Qt reports the wrong target for
-/// a link to a directory after a relative path or "link/..".
+/// a link to a directory if the path of the link is relative or contains "link/..".
 QString FileCopyTask::LinkTarget(const Item& item, const QString& source)
 {
     const QFileInfo info(source);
@@ -243,14 +244,14 @@ int FileCopyTask::BeforeCopy(const Item& item, const Paths& paths, bool& isInThe
     }
     isInTheWay = IsLink(info) || !info.isDir();
     if (isInTheWay && LeadsTo(SourceOf(item).Path(), place.Path())) {
-        // Both lead to the same file, so removing the destination would lose the source.
+        // Source and destination lead to the same file, so removing the destination would lose the source.
         LOG_MESSAGE(logger::Error)
             << QStringLiteral("'%1' and '%2' are the same file").arg(source, destination);
         return FileCopier::CopyFailed;
     }
     LOG_MESSAGE(logger::Warn)
         << QStringLiteral("'%1' already exists. Trying to remove before coping...").arg(destination);
-    // Removing a directory as a file fails.
+    // RemoveDestination fails for a directory.
     return isInTheWay || RemoveDestination(item, paths) ? 0 : FileCopier::DestinationNotRemoved;
 }
 

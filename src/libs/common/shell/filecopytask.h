@@ -27,7 +27,7 @@ public:
 private:
     Q_DISABLE_COPY(FileCopyTask)
 
-    struct Paths; ///< Of an item, to show.
+    struct Paths; ///< Paths of an item, for display.
 
     int Scan() override;
     int WorkAll() override;

@@ -24,7 +24,7 @@ struct Level
 struct Found
 {
     QFileInfo info;
-    int directory; ///< The directory of the entry; -1 for a path added by the caller.
+    int directory; ///< Index of the entry's directory; -1 for a path added by the caller.
     int itself;    ///< Index of the entry if it is a scanned directory, otherwise -1.
 };
 
@@ -134,7 +134,7 @@ void FileHelper::ScanPath(const QString& root)
             const QDir dir(opened.Path());
             levels.push_back({directory, path, dir.entryInfoList(nameFilters, filters, QDir::NoSort)});
         } else if (QFileInfo(path).isDir()) {
-            AddFound(QFileInfo(path), path, parent, -1); // Cannot be read. It may be empty.
+            AddFound(QFileInfo(path), path, parent, -1); // Unreadable, but it may be empty.
         }
     };
 

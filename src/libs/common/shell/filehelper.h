@@ -14,8 +14,8 @@ namespace common
 {
 
 /**
- * Finds the entries below directories, reports each of them, and can remove them. All work is done inside the
- * call, on the caller's thread.
+ * Finds directories, the entries below them, and single files. Reports each entry and can remove all of
+ * them. All work is done inside the call, on the caller's thread.
  *
  * Does not find hidden entries or system entries (on Linux fifos, sockets, devices and dangling links). Keeps
  * what it has found, so a second scan adds the same entries again.
@@ -55,7 +55,7 @@ Q_SIGNALS:
     void scan(const QString& file, quint64 total);
     /// Emitted for each entry that cannot be removed.
     void failed(const QString& file);
-    /// Emitted before an entry is removed, number `current` of `total`.
+    /// Emitted before entry number `current` of `total` is removed.
     void progress(const QString& file, quint64 current, quint64 total);
 
 private:

@@ -17,7 +17,7 @@ struct FileId
     quint64 nameCount; ///< Number of names (hard links) of the file.
 };
 
-/// Returns whether both identify the same file.
+/// Returns whether both ids identify the same file.
 inline bool operator==(const FileId& first, const FileId& second)
 {
     return first.volume == second.volume && first.file == second.file;
@@ -30,7 +30,8 @@ std::optional<FileId> GetFileId(const QString& path);
 /// Returns the identity of the file or directory at `path`, following links; nothing if it does not exist.
 std::optional<FileId> GetTargetId(const QString& path);
 
-/// Returns whether `entry` is a symbolic link, a shortcut or an NTFS junction. Trees exclude link targets.
+/// Returns whether `entry` is a symbolic link, a shortcut or an NTFS junction. A tree excludes the targets
+/// of its links.
 bool IsLink(const QFileInfo& entry);
 
 /// Returns whether something exists under the name of `entry`, even a dangling link.
@@ -40,8 +41,8 @@ bool IsThere(const QFileInfo& entry);
 bool IsSpecial(const QString& path);
 
 /**
- * Returns whether removing `destination` would remove the content of `source`: both name one directory entry,
- * or `source` is a link that leads to `destination`. Returns false for two hard links to one file.
+ * Returns whether removing `destination` would remove the content of `source`: both paths name one directory
+ * entry, or `source` is a link that leads to `destination`. Returns false for two hard links to one file.
  */
 bool LeadsTo(const QString& source, const QString& destination);
 

@@ -19,7 +19,7 @@ QString SearchedPath(const QString& path);
  */
 QString ResolvedPath(const QString& path);
 
-/// Returns the path of an entry below a root, which is used verbatim; empty if the root is empty.
+/// Returns the path of an entry below `root`, which is inserted verbatim; empty if `root` is empty.
 QString JoinPath(const QString& root, const QString& relativePath);
 
 /// Returns the direct target of the link `path`; empty if it is not a link.

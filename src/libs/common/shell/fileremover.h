@@ -22,15 +22,16 @@ class FileTask;
  * remover->Remove();
  * @endcode
  *
- * Add the work with the Add functions, then call Remove. A job first lists the entries of the directories,
- * without hidden ones. Then it removes all files and links, and finally all directories, children before
- * their parents and the added ones last. It stops at the first failure.
+ * Add paths with the Add functions, then call Remove. A job first lists the entries of the directories,
+ * without hidden ones. Then it removes all files and links, and finally all directories: children before
+ * their parents, and the added directories last. It stops at the first failure.
  *
  * Hidden entries are kept, so a directory that contains one cannot be removed. A link in a tree, or one that
  * is added as a file, is removed as a link; its target is kept. If a link is added as a directory, the
  * content of its target is removed.
  *
- * A job ends with exactly one of `succesed` and `failed`. The channel "shell.fileremove" logs details.
+ * A job ends with exactly one of `succesed` and `failed`. Details are logged on the channel
+ * "shell.fileremove".
  *
  * @note Use a remover only on the thread that it lives in. The event loop of that thread delivers all
  * signals, apart from `failed` with NoTask, which is emitted inside Remove.
@@ -79,7 +80,8 @@ public Q_SLOTS:
     void AddDirectory(const QString& dirPath);
 
 Q_SIGNALS:
-    /// Emitted for each finished item, `current` of `total`, once all directories are scanned.
+    /// Emitted when item number `current` of `total` is finished. All directories are scanned before the
+    /// first item is removed.
     void progress(int current, int total);
     /// Emitted when everything is removed.
     void succesed();

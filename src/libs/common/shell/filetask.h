@@ -42,8 +42,8 @@ struct FileTaskTraits
  * on a separate thread, which runs once. When that thread ends, the object deletes itself through the owner's
  * event loop.
  *
- * Caller and worker share only the abort flag and the reports. The work lists in the derived classes belong
- * to the worker from Start on.
+ * Caller and worker share only two atomic flags and the reports. The work lists in the derived classes
+ * belong to the worker from Start on.
  */
 class FileTask : public QObject
 {
@@ -82,7 +82,7 @@ protected:
     /// Reports that `current` of `total` items are done. Called on the worker thread.
     void Report(std::size_t current, std::size_t total);
 
-    /// Returns whether the job must stop, and logs it if so. Call the function before each step.
+    /// Returns whether the job must stop. If so, logs the abort. Call the function before each step.
     bool IsAborted() const;
 
     /// An item of the work: a path, or a name in a scanned directory.

@@ -47,7 +47,7 @@ public:
     bool MakeChild(const QString& name) const;
 
     bool IsOpen() const { return !path.isEmpty(); }
-    bool IsMissing() const { return missing; } ///< Whether opening failed because it does not exist.
+    bool IsMissing() const { return missing; } ///< Whether opening failed because the directory is missing.
     bool IsHeld() const { return native != none; }
 
     std::intptr_t Native() const { return native; } ///< The descriptor or handle.

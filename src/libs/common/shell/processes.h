@@ -25,7 +25,7 @@ unsigned long ParentOf(const Entry& entry);
 /// Calls `visit` for each process until it returns false. Visits none if the processes cannot be listed.
 void ForEach(const std::function<bool(const Entry&)>& visit);
 
-/// Access rights to an open process, in addition to waiting for its end; combined as flags.
+/// Access rights to an open process; can be combined. Waiting for its end is always allowed.
 enum Right : unsigned int
 {
     OnlyWait = 0,

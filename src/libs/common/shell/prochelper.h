@@ -8,11 +8,12 @@ namespace tools::process
 {
 
 /**
- * Finds and terminates processes by id. Any thread may call. Logs nothing.
+ * Finds processes by name and terminates them by id. Any thread may call the functions. Nothing is logged
+ * except for one Warn line on a Linux kernel without pidfd.
  *
- * Process ids have the width of a Windows DWORD. Names are those of executables, without a directory; case is
- * ignored. Each search writes the names of the processes it visits to an attached debugger (on Linux, to
- * standard error).
+ * Process ids are of type unsigned long, like a Windows DWORD. Names are those of executables, without a
+ * directory; case is ignored. Each search writes the names of the visited processes to the debugger that is
+ * attached to this process, if any. On Linux, it writes them to standard error while this process is traced.
  */
 class VXCOMMON_EXPORT ProcHelper
 {

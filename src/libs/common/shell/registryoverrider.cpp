@@ -26,7 +26,7 @@ namespace
 
 constexpr logger::Channel logChannel{"common.shell"};
 
-/// A predefined key with its number in the Windows headers.
+/// Name of a predefined key, and its value in the Windows headers.
 struct RootName
 {
     const char* name;

@@ -10,15 +10,15 @@ namespace common
 class RegistryOverriderImpl;
 
 /**
- * Redirects a predefined root of the Windows registry to another key during its lifetime
- * (RegOverridePredefKey).
+ * Redirects a predefined root of the Windows registry to another key (RegOverridePredefKey) during the
+ * lifetime of the object.
  *
  * The redirection affects all threads of the process, and overrides do not nest: when any of them ends, the
  * root returns to its default. Use the class only while no other thread uses that root.
  *
  * Roots are given by name, such as "HKEY_CLASSES_ROOT", in upper case. If the redirection fails, the object
- * is inert, and an Error line on the log channel "common.shell" reports the Windows error code. On Linux it
- * always fails, with code 120 (ERROR_CALL_NOT_IMPLEMENTED).
+ * is inert, and an Error line on the log channel "common.shell" reports the Windows error code. On Linux the
+ * redirection always fails, with code 120 (ERROR_CALL_NOT_IMPLEMENTED).
  */
 class VXCOMMON_EXPORT RegistryOverrider
 {

@@ -20,7 +20,7 @@ bool Retry(const Primitive& primitive, const Failure& failure)
     static constexpr logger::Channel logChannel{"shell.filecmd"};
     // Enough attempts to outlast a busy virus scanner, few enough to report a persistent failure soon.
     constexpr int maxAttempts = 5;
-    // The delays add up to 200 ms: long enough to outlast a brief lock, short for a user.
+    // The delays add up to 200 ms: long enough to outlast a brief lock, short enough to go unnoticed.
     constexpr unsigned long retryDelayMs = 50;
 
     for (int attempt = 1; attempt <= maxAttempts; ++attempt) {

@@ -61,7 +61,7 @@ bool IsWithin(const QString& path, const QString& folder)
 class DirCopier
 {
 public:
-    /// @param willRemove the source is removed afterwards, so nothing may be written into it
+    /// @param willRemove whether the source is removed afterwards; if so, nothing is copied into it
     DirCopier(const QString& source, const QString& destination, bool willRemove)
         : destinationRoot(destination)
         , destinationId(GetTargetId(destination))

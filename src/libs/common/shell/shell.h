@@ -22,7 +22,8 @@ public:
     Shell() = delete;
 
     /// @name Folders
-    /// Return paths with native separators. Create missing folders, but do not report failures to do so.
+    /// Unless stated otherwise, these functions return paths with native separators and create missing
+    /// folders. They do not report that a folder cannot be created.
     /// @{
 
     /// Returns the user's data directory: CSIDL_APPDATA (roaming) on Windows, XDG_DATA_HOME on Linux.
@@ -35,8 +36,8 @@ public:
     static QString QuickLaunchPath();
     /// Returns false: desktops no longer have a quick launch bar.
     static bool IsQuickLaunchAvailable();
-    /// Returns the directory of the running executable, with forward slashes. If that fails, logs an Error
-    /// line and returns an empty string.
+    /// Returns the directory of the running executable, with forward slashes. If the path cannot be
+    /// determined, logs an Error line and returns an empty string.
     static QString applicationDirPath();
     /// Returns a new path in the temporary directory, unique within the process. Creates nothing.
     /// @warning Two processes may get the same path within one second. For a directory of your own, use
@@ -54,7 +55,7 @@ public:
     /// @{
 
     /**
-     * Copies one file and creates missing directories above `destination`.
+     * Copies one file and creates missing parent directories of `destination`.
      *
      * Fails for devices, pipes and sockets, and for a copy onto the source itself, which is left unchanged.
      *
@@ -66,7 +67,7 @@ public:
     /**
      * Copies `files`, which are below `sourceDirectory`, to the same relative paths below
      * `destinationDirectory`. Stops at the first file that cannot be copied and returns false; files copied
-     * earlier remain. With an empty directory name, every file fails.
+     * earlier remain. If one of the directory names is empty, no file can be copied.
      */
     static bool Copy(const QStringList& files, const QString& sourceDirectory,
                      const QString& destinationDirectory, bool overwrite);
@@ -74,11 +75,12 @@ public:
     /**
      * Copies a directory tree, without hidden files. Logs nothing.
      *
-     * Fails if a file already exists, or if a link below `destination` has the name of a directory to copy.
-     * Also fails for a directory whose copy would never end: the destination, or a link to a parent
-     * directory.
+     * Fails if a file already exists at the destination, or if a link below `destination` has the name of a
+     * directory to copy. Also fails for a directory whose copy would never end: the destination, or a link
+     * to a parent directory.
      *
-     * @param destination must exist, unless the source has a subdirectory to copy, which creates it
+     * @param destination created if it is missing and the source has a subdirectory to copy; otherwise it
+     * must exist
      * @param filters directories to copy at the first level; below that level, copies all that are not hidden
      * @param tolerate true to skip files at the first level if they cannot be copied
      * @return false at the first failure that is not skipped
@@ -87,16 +89,17 @@ public:
                         bool tolerate);
 
     /**
-     * Moves a directory. Renames it on one drive; otherwise copies it as CopyDir does and removes the source.
+     * Moves a directory. If both paths are on the same drive, renames the directory. Otherwise, copies it as
+     * CopyDir does and then removes the source.
      *
-     * The drive of a path is the part before its first ":". If one of the paths has no drive, like most paths
-     * on Linux, an Error line is logged and the directory is renamed.
+     * The drive of a path is the part before its first ":". If one of the paths has no drive, as is usual on
+     * Linux, an Error line is logged and the directory is renamed.
      *
      * Between drives, fails and changes nothing if the destination is in the source, or if the source
      * contains pipes, devices or dangling links.
      *
-     * @return whether all files are at `destination`; if the source cannot be removed after the copy, only a
-     * Warn line is logged
+     * @return whether the directory was renamed or copied; if the source cannot be removed after the copy,
+     * only a Warn line is logged
      * @warning Between drives, hidden files are removed with the source, but not copied.
      */
     static bool MoveDir(const QString& source, const QString& destination);
@@ -130,7 +133,7 @@ public:
 
     /**
      * Writes a shortcut: a shell link (".lnk") on Windows, which needs COM initialised on the calling thread,
-     * and a desktop entry (".desktop") on Linux. Replaces an existing file, and on Linux a link. Logs
+     * and a desktop entry (".desktop") on Linux. Replaces an existing file or, on Linux, a link. Logs
      * nothing.
      *
      * @param workingDirectory may be empty; on Linux a relative one becomes absolute

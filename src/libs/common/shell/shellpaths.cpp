@@ -19,7 +19,8 @@ namespace
 
 constexpr logger::Channel logChannel{"common.shell"};
 
-/// First number in temporary names; has three digits, so that the first names of a process sort in order.
+/// First number in temporary names. It has three digits, so that the first 900 names of a process sort in
+/// order.
 constexpr int firstTempNumber = 100;
 
 } // namespace

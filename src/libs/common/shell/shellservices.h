@@ -21,7 +21,8 @@ QString FolderPath(Folder folder);
 /// Returns the path of the running executable; empty on failure.
 QString ExecutablePath();
 
-/// Requests that the desktop show `path`. Returns whether it accepted, or nothing if no such service exists.
+/// Requests that the file manager show `path`. Returns whether the request was accepted, or nothing if the
+/// request could not be made or no file manager responded.
 std::optional<bool> SelectInFileManager(const QString& path);
 
 /// Starts the file manager as a separate program. `command` receives its command line for the log.

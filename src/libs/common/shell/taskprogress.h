@@ -20,7 +20,8 @@ public:
 
     TaskProgress() = default;
 
-    /// For the worker: Records that `current` of `total` items are done. Returns whether to wake the owner.
+    /// Records that `current` of `total` items are done. Called on the worker thread. Returns whether to
+    /// wake the owner.
     bool Report(int current, int total_)
     {
         if (stopped) {
@@ -36,7 +37,7 @@ public:
         return true;
     }
 
-    // For the owner:
+    // The following functions are called on the owner's thread.
 
     void Wake() { awake = false; } ///< Call this function first after a wake-up.
     /// Advances to the next item to emit. Returns false if no item is left.

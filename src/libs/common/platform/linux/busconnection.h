@@ -9,9 +9,9 @@ namespace common::platform
 {
 
 /**
- * Returns whether this process can start a thread with an event loop at the moment. Check before you start a
- * D-Bus thread or wait for one: Qt waits forever for some threads that could not start. The check starts a
- * thread itself, which may take a few tenths of a millisecond.
+ * Returns whether this process can start a thread with an event loop at the moment. Call this function
+ * before you start a D-Bus thread or wait for one, because Qt may wait forever for a thread that cannot be
+ * started. The function starts a thread for the check, which may take a few tenths of a millisecond.
  */
 bool CanStartThread();
 
@@ -19,8 +19,9 @@ bool CanStartThread();
  * A connection to a message bus with a timeout for every wait.
  *
  * If the bus accepts the connection but never responds, QDBusConnection::connectToBus waits forever and later
- * prevents the program from exiting. A peer connection does not wait. The call "Hello", with a timeout like
- * any other call, makes it a bus connection. It must subscribe to the signals of the bus explicitly.
+ * prevents the program from exiting. This class opens a peer connection, which does not wait, and turns it
+ * into a bus connection by calling "Hello" with a timeout. To receive signals from the bus, call "AddMatch"
+ * explicitly.
  */
 class BusConnection
 {

@@ -69,7 +69,7 @@ QString DesktopExec(const QString& program, const QStringList& arguments)
 {
     QStringList words = QStringList(program) + arguments;
     if (program.contains(u'%') || program.contains(u'=')) {
-        // The program's own name must not contain "=", and GLib searches for it without unescaping "%%".
+        // The name of the program must not contain "=", and GLib looks it up without unescaping "%%".
         words = QStringList{QStringLiteral("/bin/sh"), QStringLiteral("-c"), QStringLiteral("exec \"$@\""),
                             QStringLiteral("sh")} +
                 words;

@@ -158,7 +158,7 @@ private:
                    0;
     }
 
-    /// QSettings reads a file again only if its size or its time, in milliseconds, has changed.
+    /// QSettings reads a file again only if its size or its time stamp (in milliseconds) has changed.
     bool MakeCopyNewer() const
     {
         const QDateTime oldTime = QFileInfo(storePath).lastModified();

@@ -3,13 +3,14 @@
 #include <QString>
 #include <QStringList>
 
-/// The base directories of the freedesktop.org desktops. A variable that holds no absolute path is ignored.
+/// The XDG base and user directories. An environment variable that does not hold an absolute path is
+/// ignored.
 namespace common::platform::xdg
 {
 
 QString ConfigHome();       ///< XDG_CONFIG_HOME, or ~/.config.
 QString DataHome();         ///< XDG_DATA_HOME, or ~/.local/share.
-QString ApplicationsHome(); ///< The desktop entries of the user.
+QString ApplicationsHome(); ///< Directory of the user's desktop entries.
 QString DesktopDirectory(); ///< The user directory DESKTOP, or ~/Desktop.
 
 /// Returns the directories of desktop entries, starting with the user's.

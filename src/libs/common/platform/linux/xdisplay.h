@@ -22,7 +22,8 @@ struct FreeXReply
 template<typename Reply>
 using XReply = std::unique_ptr<Reply, FreeXReply>;
 
-/// Opens a separate connection to the X server of DISPLAY; returns null on failure. Any thread may use it.
+/// Opens a separate connection to the X server that DISPLAY names; null on failure. Any thread may call this
+/// function.
 inline XConnection ConnectToX(int* screen = nullptr)
 {
     XConnection connection(std::getenv("DISPLAY") != nullptr ? xcb_connect(nullptr, screen) : nullptr);

@@ -21,7 +21,7 @@ HANDLE HandleOf(int file)
     return reinterpret_cast<HANDLE>(::_get_osfhandle(file));
 }
 
-/// Owner and access control list of an open file; FAT has no list. The pointers refer to the descriptor.
+/// Owner and access control list of an open file (null on FAT). The pointers point into `descriptor`.
 struct Security
 {
     explicit Security(HANDLE file)

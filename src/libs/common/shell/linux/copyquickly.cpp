@@ -22,7 +22,7 @@ using platform::FileDescriptor;
 namespace
 {
 
-/// Largest size in bytes of a file that is written under its final name; also the size of the buffer.
+/// Largest size in bytes of a file that is written under its final name; the buffer is one byte larger.
 constexpr std::size_t maxNamedSize = 65536;
 
 /// Maximum number of bytes per call: 2 GiB less one page.
@@ -61,7 +61,7 @@ bool WriteAll(int target, const char* data, std::size_t size)
     return true;
 }
 
-/// Reads and writes. This is faster for a small file, and the only way to copy files that the kernel
+/// Copies through a buffer. This is faster for a small file, and the only way to copy files that the kernel
 /// generates.
 bool CopyByBuffer(int source, int target, std::size_t expectedSize)
 {
@@ -71,7 +71,7 @@ bool CopyByBuffer(int source, int target, std::size_t expectedSize)
         if (size <= 0 || !WriteAll(target, buffer.data(), static_cast<std::size_t>(size))) {
             return size == 0;
         }
-        // A read from a regular file returns less than requested only at its end.
+        // A read from a regular file returns less than requested only at the end of the file.
         if (static_cast<std::size_t>(size) == expectedSize && expectedSize < buffer.size()) {
             return true;
         }
@@ -107,8 +107,8 @@ mode_t CopiedPermissions(int source, mode_t sourceMode)
     return mode;
 }
 
-/// Corrects permissions that differ from `mode` because of the umask or a default access list. Some file
-/// systems have fixed permissions.
+/// Corrects permissions that differ from `mode` because of the umask or a default access list. Ignores
+/// failures, because some file systems have fixed permissions.
 void SetPermissions(int target, mode_t mode)
 {
     struct stat status = {};

@@ -17,7 +17,7 @@ namespace common
 namespace
 {
 
-/// Size of the entry buffer in bytes: large enough for few calls, small enough for the stack.
+/// Size of the entry buffer in bytes: large enough to need few calls, small enough for the stack.
 constexpr std::size_t bufferSize = 32768;
 
 /// Returns the type of an entry. Queries the file system if the listing does not contain it.
@@ -58,7 +58,7 @@ void AddEntry(std::vector<ListedEntry>& entries, int directory, const dirent64& 
         return;
     }
     QString name = QString::fromUtf8(entry.d_name); // decodeName takes three times as long.
-    // A name that is not valid UTF-8 cannot be expressed as a path.
+    // A name that is not valid UTF-8 cannot be represented by a QString.
     if (name.contains(QChar::ReplacementCharacter) && QFile::encodeName(name) != entry.d_name) {
         return;
     }

@@ -18,7 +18,7 @@ namespace common::shell
 namespace
 {
 
-/// Maximum number of layers above a disk, such as device mapper; more would mean a loop.
+/// Maximum number of layers above a disk, such as device-mapper volumes; more would mean a loop.
 constexpr int maxLayers = 16;
 
 QString NumberText(dev_t device)
@@ -31,8 +31,8 @@ QByteArray ReadAll(const QString& path)
     return platform::ReadFile(path).value_or(QByteArray());
 }
 
-/// Returns the block device of a file system whose own device number is not that of a block device, such as
-/// btrfs.
+/// Returns the block device of a file system, such as btrfs, whose own device number is not that of a block
+/// device.
 dev_t MountSource(const QString& root, dev_t device)
 {
     // proc(5): ID parent MAJOR:MINOR root point options [tags] - type SOURCE options
@@ -84,7 +84,7 @@ std::optional<QString> WholeDisk(QString folder)
     return std::nullopt;
 }
 
-/// Reads the udev database directly: libudev would not shorten the code, but add a dependency.
+/// Reads the udev database directly: libudev would add a dependency without shortening the code.
 QString UdevSerial(const QString& root, const QString& disk)
 {
     const QByteArray number = ReadAll(disk + QLatin1String("/dev")).trimmed();
@@ -100,7 +100,7 @@ QString UdevSerial(const QString& root, const QString& disk)
 
 QString KernelSerial(const QString& disk)
 {
-    // virtio; NVMe and MMC.
+    // The first file is for virtio disks, the second one for NVMe and MMC.
     for (const char* name : {"/serial", "/device/serial"}) {
         QString serial = QString::fromLocal8Bit(ReadAll(disk + QLatin1String(name))).trimmed();
         if (!serial.isEmpty()) {

@@ -34,7 +34,8 @@ Removal Remove(const FilePlace& place, int flags)
     if (errno != ENOTDIR) {
         return errno == ENOENT ? Removal::Missing : Removal::Failed;
     }
-    // A file, or a path below a file, counts as missing. A link to a directory cannot be removed as one.
+    // A file, or a path below a file, counts as missing. A link to a directory cannot be removed as a
+    // directory.
     struct stat status = {};
     const bool isDirectory =
         ::fstatat(DirectoryOf(place), name.constData(), &status, 0) == 0 && S_ISDIR(status.st_mode);

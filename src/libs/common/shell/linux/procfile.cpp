@@ -27,7 +27,7 @@ QByteArray ReadAll(const QString& path)
     return platform::ReadFile(path).value_or(QByteArray());
 }
 
-/// Returns a value of a "KEY:\tVALUE" line.
+/// Returns the value of the "KEY:\tVALUE" line for `key`; "0" if there is no such line.
 QByteArray StatusValue(const QString& path, const char* key)
 {
     const QByteArray status = ReadAll(path);
@@ -55,7 +55,8 @@ std::optional<Stat> ReadStat(pid_t process)
     Stat stat;
     stat.kernelName = text.mid(nameBegin, nameEnd - nameBegin);
     stat.parent = fields.at(parent).toInt();
-    // The first thread of a process may end before the others; it is a zombie then, but the process runs.
+    // The first thread of a process may end before the others; it is then a zombie, but the process still
+    // runs.
     const bool isZombie = fields.at(state) == "Z" || fields.at(state) == "X";
     stat.hasEnded = isZombie && fields.at(threads).toInt() <= 1;
     stat.startTime = fields.at(startTime).toULongLong();
@@ -91,7 +92,7 @@ QString ExecutableName(pid_t process)
 
 QString MappedFile(quintptr address)
 {
-    // "BEGIN-END RIGHTS OFFSET DEVICE INODE    PATH", the addresses in hexadecimal.
+    // "BEGIN-END RIGHTS OFFSET DEVICE INODE    PATH", with hexadecimal addresses.
     for (const QByteArray& line : ReadAll(QStringLiteral("/proc/self/maps")).split('\n')) {
         const qsizetype dash = line.indexOf('-');
         const qsizetype path = line.indexOf('/');

@@ -28,7 +28,7 @@ namespace
 /// Timeout for the file manager, including its start; leaves time to start xdg-open.
 constexpr std::chrono::milliseconds fileManagerLimit{1500};
 
-/// Returns whether an error means that the bus found no file manager.
+/// Returns whether an error means that no file manager has responded.
 bool IsNobodyThere(const QDBusMessage& error)
 {
     switch (QDBusError(error).type()) {

@@ -23,7 +23,7 @@ namespace
 
 constexpr int firstExtraDescriptor = 3;
 
-/// Data for the child, prepared before fork: a multithreaded process's child must not allocate or lock.
+/// Data for the child, prepared before fork: the child of a multithreaded process must not allocate or lock.
 struct Launch
 {
     QByteArray program;

@@ -13,8 +13,8 @@ namespace common
 namespace
 {
 
-/// Returns whether an open directory is a link or a junction. Directories of cloud drives are reparse points,
-/// too.
+/// Returns whether an open directory is a link or a junction. Other reparse points, such as directories of
+/// cloud drives, do not count.
 bool IsElsewhere(HANDLE directory)
 {
     FILE_ATTRIBUTE_TAG_INFO information = {};
@@ -109,7 +109,7 @@ Removal RemoveFileOrLink(const FilePlace& place)
     if (path.isEmpty() || attributes == INVALID_FILE_ATTRIBUTES) {
         return path.isEmpty() ? Removal::Missing : ResultOf(false);
     }
-    // Windows removes such a link like an empty directory.
+    // On Windows, a link to a directory is removed in the same way as an empty directory.
     const bool isDirectoryLink = (attributes & directoryLink) == directoryLink;
     return ResultOf(isDirectoryLink ? ::RemoveDirectoryW(native.c_str()) != 0
                                     : ::DeleteFileW(native.c_str()) != 0);

@@ -100,7 +100,8 @@ void EndById(unsigned long id)
 {
     constexpr DWORD waitTime = 100;
     const UniqueHandle handle(OpenProcess(PROCESS_TERMINATE, FALSE, id));
-    // Kept for compatibility: without the right to wait, the wait fails immediately and ends the loop.
+    // Kept for compatibility: the handle does not grant the right to wait. The wait fails immediately, and
+    // the loop ends after one pass.
     DWORD waited = WAIT_FAILED;
     do {
         waited = WaitForSingleObject(handle.Get(), waitTime);

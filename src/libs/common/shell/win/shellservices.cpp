@@ -88,7 +88,7 @@ std::wstring CommandEnvironment()
         entries += QString::fromWCharArray(entry);
     }
     FreeEnvironmentStringsW(own);
-    entries.sort(Qt::CaseInsensitive); // As CreateProcessW expects it.
+    entries.sort(Qt::CaseInsensitive); // CreateProcessW expects sorted entries.
     return (entries.join(QChar(u'\0')) + QChar(u'\0')).toStdWString();
 }
 
