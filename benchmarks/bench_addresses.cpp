@@ -1,4 +1,5 @@
-/// Measures the time per address, alone and in long lists, and each pattern on long texts.
+/// Measures the time per address, for single addresses and long lists, and the time of each pattern on long
+/// strings.
 
 #include <common/sip/password.h>
 #include <common/sip/sipid.h>
@@ -94,8 +95,8 @@ constexpr Pattern patterns[] = {
     {"SipId::Check", HasNoError},
 };
 
-/// Pieces that are repeated to form hostile texts: single symbols, and parts of addresses that a pattern can
-/// match in several ways.
+/// Pieces that are repeated to form hostile strings: single symbols, and parts of addresses that a pattern
+/// can match in several ways.
 constexpr const char16_t* hostilePieces[] = {u"a",    u"1",        u".",        u"a.",
                                              u"a@",   u",1",       u"- ",       u"a1-_",
                                              u"@a.b", u"a@b.cc:1", u"\"\\\" <", u"\xd83d\xde00"};

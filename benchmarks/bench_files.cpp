@@ -1,5 +1,5 @@
-/// Compares copying and removing trees with the system's programs. The files are on the disk (in TMPDIR) and,
-/// if /dev/shm has enough room, in memory, which excludes the time of the disk.
+/// Compares the library with the system's programs in copying and removing trees. The files are on the disk
+/// (in TMPDIR) and, if /dev/shm has enough room, in memory, to exclude the time of the disk.
 
 #include <common/shell/filecopier.h>
 #include <common/shell/fileremover.h>
@@ -47,7 +47,7 @@ bool HasRoomInMemory()
     return !error && space.available > std::uintmax_t{4} << 30;
 }
 
-/// A directory for one benchmark, with a source tree in it.
+/// A temporary directory with the source and the target of a job.
 class Work
 {
 public:
@@ -93,7 +93,7 @@ private:
     QTemporaryDir folder;
 };
 
-/// Runs a job in an event loop, as a program would, until its last signal.
+/// Runs a job in an event loop, as a program would, until the job has emitted its last signal.
 template<class Job>
 bool Run(Job& job, bool (Job::*start)(), bool listen)
 {
@@ -144,7 +144,8 @@ bool RunProgram(std::vector<std::string> words)
            waitpid(child, &status, 0) == child && status == 0;
 }
 
-/// Returns the tree of `files` files below `place`. The first call creates it; later calls reuse it.
+/// Returns a directory below `place` whose source tree has `files` files. The first call creates it; later
+/// calls reuse it.
 const Work& TreeOf(const fs::path& place, std::int64_t files)
 {
     static std::map<std::pair<fs::path, std::int64_t>, Work> trees;
@@ -155,7 +156,7 @@ const Work& TreeOf(const fs::path& place, std::int64_t files)
     return tree->second;
 }
 
-/// Measures `step`. Before each round, runs `prepare`; after it, clears the directory.
+/// Measures `step`. Runs `prepare` before each round, and clears the directory after each round.
 template<class Prepare, class Step>
 void Measure(benchmark::State& state, const Work& work, const Prepare& prepare, const Step& step)
 {
@@ -190,7 +191,7 @@ void CopyTree(benchmark::State& state, const char* variant, const fs::path& plac
 
 void CopyBigFile(benchmark::State& state, bool ours)
 {
-    // The time on a disk varies too much: the same copy takes from one to nine seconds, even with cp.
+    // Use memory if possible: on a disk, the same copy takes from one to nine seconds, even with cp.
     static const Work work(HasRoomInMemory() ? fs::path(memory) : fs::temp_directory_path());
     if (!fs::exists(work.Source())) {
         work.MakeBigFile();

@@ -1,4 +1,5 @@
-/// Compares gzip of whole buffers with zlib in one call, with the same settings, and with libdeflate.
+/// Compares gzip compression and decompression of whole buffers with libdeflate and with single zlib calls
+/// that use the same settings.
 
 #include <common/tools/qcompressor.h>
 
@@ -22,8 +23,8 @@ constexpr int level = 6;
 constexpr int windowBits = 31;
 constexpr int memoryLevel = 8;
 
-/// Returns words of the example's chat in random order, which compress about as well as a log or a JSON
-/// response.
+/// Returns the words of examples/data/chat.txt in random order. They compress about as well as a log or a
+/// JSON response.
 const QByteArray& Input()
 {
     static const QByteArray input = [] {
@@ -140,7 +141,7 @@ void DecompressZlib(benchmark::State& state)
     for (auto _ : state) {
         z_stream stream{};
         inflateInit2(&stream, windowBits);
-        // The peer knows the output size in advance; the library never does.
+        // Here, the output size is known in advance; in the library, it is not.
         QByteArray output(Input().size(), Qt::Uninitialized);
         stream.next_in = Bytes(Packed());
         stream.avail_in = static_cast<uInt>(Packed().size());
@@ -172,7 +173,8 @@ void DecompressLibdeflate(benchmark::State& state)
 }
 BENCHMARK(DecompressLibdeflate)->Name("gunzip of 64 MB/libdeflate")->Unit(benchmark::kMillisecond);
 
-/// Measures output that far exceeds its input: the time must grow linearly with the size.
+/// Measures the decompression of input to a far larger output. The time must grow linearly with
+/// the output size.
 void DecompressZeros(benchmark::State& state)
 {
     QByteArray packed;

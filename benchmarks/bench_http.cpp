@@ -1,5 +1,6 @@
-/// Compares downloads and small requests, served by nginx on the loopback, with curl and Qt's own classes.
-/// The program calls a script that starts the server and then runs the program again.
+/// Compares the library with curl and Qt's own classes in downloads and small requests, served by nginx on
+/// the loopback interface. The program calls a script that starts the server and then runs the program
+/// again.
 
 #include <common/http/ifiledownload.h>
 #include <common/http/ihttprequest.h>
@@ -47,7 +48,7 @@ QString ServedFile(const QString& name)
     return qEnvironmentVariable("SERVER_ROOT") + u'/' + name;
 }
 
-/// Returns the MD5 sum of the file to download, which the first call creates.
+/// Returns the MD5 sum of the file to download. The first call creates the file.
 QString ServedSum()
 {
     static const QString sum = [] {
@@ -88,7 +89,7 @@ double PeakMib(qint64 process)
     return 0;
 }
 
-/// Measures how long an event loop is blocked, with a timer that is due each millisecond.
+/// Measures the longest time for which the event loop is blocked, with a timer that fires every millisecond.
 class StallMeter
 {
 public:
@@ -111,7 +112,7 @@ private:
     qint64 longest = 0;
 };
 
-/// Runs a program until it exits, and samples its memory use every few milliseconds.
+/// Runs a program until it exits, and samples its memory use every 20 ms.
 QByteArray OutputOf(const QString& program, const QStringList& arguments, double& peak)
 {
     constexpr int interval = 20;
@@ -175,7 +176,7 @@ void DownloadByCurl(benchmark::State& state)
     state.SetBytesProcessed(state.iterations() * fileSize);
 }
 
-/// Keeps six requests of the library in flight: sends each again as soon as it ends.
+/// Keeps six of the library's requests in flight by sending each again as soon as it ends.
 void SmallByLibrary(benchmark::State& state)
 {
     QNetworkAccessManager manager;
@@ -211,7 +212,7 @@ void SmallByLibrary(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * requestCount);
 }
 
-/// Does the same with the bare manager, and sends the header that the library adds.
+/// Does the same with a QNetworkAccessManager alone, and sets the header that the library would add.
 void SmallByQt(benchmark::State& state)
 {
     QNetworkAccessManager manager;

@@ -1,5 +1,5 @@
-/// Compares a log line written through the library to log4cpp's rolling file with log4cpp alone and with
-/// other libraries.
+/// Compares the library's log4cpp backend with log4cpp alone and with other libraries in writing a line to a
+/// rolling file.
 
 #include <common/logger/logger.h>
 
@@ -127,7 +127,7 @@ void FilteredOut(benchmark::State& state)
 }
 BENCHMARK(FilteredOut)->Name("log line that is filtered out/vxcommon");
 
-/// Measures filtered lines from the given number of threads.
+/// Measures lines that are filtered out while the given number of threads log them.
 void FilteredOutFromThreads(benchmark::State& state)
 {
     constexpr int linesPerThread = 20000;

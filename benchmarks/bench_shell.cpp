@@ -1,5 +1,5 @@
-/// Compares scanning and copying a tree of small files, and searching for a process, with tools for these
-/// tasks.
+/// Compares the library with system tools in scanning and copying a tree of small files and in searching for
+/// a process.
 
 #include <common/shell/shell.h>
 
@@ -24,7 +24,7 @@ constexpr int smallTree = 2000;
 constexpr int largeTree = 20000;
 constexpr int filesInAFolder = 50;
 
-/// A tree of small files, ten directories per directory, created once for each size.
+/// A tree of small files in two levels of directories, created once for each size.
 class Tree
 {
 public:
@@ -58,7 +58,7 @@ private:
     bool isWhole = true;
 };
 
-/// Runs a tool and discards its output. Returns false if it fails.
+/// Runs a tool and discards its output. Returns false if the tool fails.
 bool RunTool(const QList<QByteArray>& words)
 {
     QList<char*> arguments;

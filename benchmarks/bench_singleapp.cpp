@@ -1,4 +1,4 @@
-/// Measures sending a message to the primary instance in another process.
+/// Measures the time to send a message to the primary instance in another process.
 
 #include <common/singleapp/qtlocalpeer.h>
 
@@ -23,8 +23,8 @@ namespace
 const QString appId = QStringLiteral("bench single application");
 const QString bareName = QStringLiteral("bench-bare-socket");
 
-/// Runs the receiving process: the primary instance of the application, and a bare server that replies to
-/// three bytes with three.
+/// Runs the receiving process: the primary instance of the application, and a bare server that echoes its
+/// input.
 int RunServer(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);

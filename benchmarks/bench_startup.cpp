@@ -1,4 +1,5 @@
-/// Compares the start of a program that links the library with one that links all libraries it calls.
+/// Compares the start of a program linked with vxcommon with that of a program linked only with the
+/// dependencies of vxcommon.
 
 #include <benchmark/benchmark.h>
 

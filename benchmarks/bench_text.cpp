@@ -1,4 +1,5 @@
-/// Compares the text tools (links, splitting, MD5 and AES) with tools for the same tasks or parts of them.
+/// Compares the text tools (links, splitting, MD5 and AES) with other libraries for the same tasks or parts
+/// of them.
 
 #include <common/tools/aes.h>
 #include <common/tools/stringconverter.h>
@@ -57,7 +58,7 @@ void Links(benchmark::State& state)
 }
 BENCHMARK(Links)->Name("links in 1 MB of chat/vxcommon");
 
-/// Measures only the pattern that finds candidates.
+/// Measures only the regular expression that finds candidates for links.
 void Pattern(benchmark::State& state)
 {
     const QByteArray bytes = Chat(megabyte);
@@ -98,7 +99,7 @@ void Linkify(benchmark::State& state)
 BENCHMARK(Linkify)->Name("links in 1 MB of chat/linkify-it under node")->UseManualTime();
 #endif
 
-/// Returns texts of `size` units that are designed to be slow.
+/// Returns strings of about `size` UTF-16 units that are designed to make the search slow.
 QStringList HostileTexts(qsizetype size)
 {
     QStringList units{QString::fromUtf16(u"\xd83d\xde00"),
@@ -115,7 +116,7 @@ QStringList HostileTexts(qsizetype size)
     return texts;
 }
 
-/// Measures all hostile texts, one after the other.
+/// Measures the search in all hostile strings, one after the other.
 void HostileLinks(benchmark::State& state)
 {
     const qsizetype size = state.range(0);

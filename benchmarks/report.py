@@ -24,7 +24,7 @@ def load(folder):
     """Returns the medians of all result files as {topic: {size or None: {variant: benchmark}}}."""
     topics = {}
     for path in sorted(folder.glob("*.json")):
-        # The results are in random order of execution; sort them in the order of the program.
+        # The results are in their random order of execution; restore the order of the program.
         benchmarks = json.loads(path.read_text())["benchmarks"]
         benchmarks.sort(key=lambda benchmark: (benchmark["family_index"], benchmark["per_family_instance_index"]))
         for benchmark in benchmarks:

@@ -1,5 +1,5 @@
-# Language, warnings, sanitizers and compiler cache for all targets of this project. They link vxcommon_settings, which
-# is never exported.
+# Language, warnings, sanitizers and compiler cache for all targets of this project. The targets link
+# vxcommon_settings, which is never exported.
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -31,12 +31,13 @@ if(MSVC)
     target_compile_options(vxcommon_settings INTERFACE /W4 /permissive- /utf-8)
 else()
     target_compile_options(vxcommon_settings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
-    # QSKIP passes no arguments to a variadic macro.
+    # Qt's QSKIP calls a variadic macro without variadic arguments.
     target_compile_options(vxcommon_settings INTERFACE
         $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
 endif()
 
-# Hardening of release builds. MinGW's run-time library supports neither FORTIFY nor the stack protector.
+# Hardening of release builds. MinGW's run-time library supports neither _FORTIFY_SOURCE nor the stack
+# protector.
 if(MSVC)
     add_compile_options("$<$<CONFIG:Release>:/guard:cf>")
     add_link_options("$<$<CONFIG:Release>:/guard:cf>")

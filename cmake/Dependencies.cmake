@@ -1,4 +1,4 @@
-# Packages that the library links. If one is missing, the configuration fails and names it.
+# Packages that the library requires. If a package is missing, CMake stops with an error that contains its name.
 
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core Network Gui Widgets)
 if(UNIX)

@@ -3,8 +3,8 @@
 # Addresses of the telephony service. The defaults lie below ".test", a top-level domain reserved by RFC 2606, so
 # a build with these defaults contacts no real server.
 #
-# The service SIP domain must end in "quollsip" and a top-level label of 2 to 4 letters; otherwise, no identifier of
-# the service passes tools::sip::SipId::Check.
+# The service SIP domain must end in "quollsip." followed by a top-level label of 2 to 4 letters; otherwise, no
+# identifier of the service passes tools::sip::SipId::Check.
 
 set(VXCOMMON_SERVICE_SIP_DOMAIN "quollsip.test" CACHE STRING
     "SIP domain of the service; numbers on it are service numbers")
@@ -18,7 +18,7 @@ if(NOT VXCOMMON_SERVICE_SIP_DOMAIN MATCHES "^([-a-z0-9]+\\.)*quollsip\\.[a-z][a-
         "VXCOMMON_SERVICE_SIP_DOMAIN is \"${VXCOMMON_SERVICE_SIP_DOMAIN}\": it must be lower-case and end in "
         "quollsip.TLD, TLD being 2 to 4 letters")
 endif()
-# The external domain of the service; its numbers are not service numbers.
+# External domain of the service; numbers on this domain are not service numbers.
 set(VXCOMMON_EXTERNAL_SERVICE_SIP_DOMAIN "external.${VXCOMMON_SERVICE_SIP_DOMAIN}")
 
 foreach(name RU_WEB_SERVICES_HOST DEFAULT_WEB_SERVICES_HOST)

@@ -24,7 +24,7 @@ if(NOT VXCOMMON_WITH_SVG)
 endif()
 
 add_library(windows_syntax_check OBJECT ${check_sources})
-# Link to single directories, because the host's whole /usr/include would hide the headers of mingw-w64.
+# Create links to the required directories only: the whole /usr/include would hide the headers of mingw-w64.
 set(check_headers "${CMAKE_CURRENT_BINARY_DIR}/host_headers")
 file(REMOVE_RECURSE "${check_headers}")
 file(MAKE_DIRECTORY "${check_headers}")

@@ -1,4 +1,4 @@
-// Encrypts and decrypts any bytes with any key.
+// Encrypts and decrypts arbitrary bytes with arbitrary keys.
 
 #include "fuzztarget.h"
 

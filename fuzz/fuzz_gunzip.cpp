@@ -1,4 +1,4 @@
-// Decompresses any bytes, and compresses and decompresses them.
+// Decompresses arbitrary bytes; also compresses them and decompresses the result.
 
 #include "fuzztarget.h"
 

@@ -1,4 +1,4 @@
-// Loads any bytes as a JSON file, plain and encrypted, and saves the result.
+// Loads arbitrary bytes as a plain and as an encrypted JSON file, and saves the result.
 
 #include "fuzztarget.h"
 

@@ -1,4 +1,4 @@
-// Parses any text as an address, and checks it as an identifier.
+// Parses an arbitrary string as an address and checks it as an identifier.
 
 #include "fuzztarget.h"
 

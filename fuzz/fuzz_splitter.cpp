@@ -1,4 +1,4 @@
-// Splits any text, lone surrogates included, with any limit.
+// Splits arbitrary strings, including lone surrogates, with various limits.
 
 #include "fuzztarget.h"
 

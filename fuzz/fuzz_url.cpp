@@ -1,4 +1,4 @@
-// Finds links in any text and compares them with those of the regular expression.
+// Finds links in arbitrary strings and compares them with the links that the oracle finds.
 
 #include "../tests/tools/urloracle.h"
 #include "fuzztarget.h"

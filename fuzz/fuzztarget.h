@@ -10,7 +10,7 @@
 /// Runs one input through the code under test. Each fuzz target defines it.
 void RunInput(const QByteArray& input);
 
-/// Aborts the program if `holds` is false, which libFuzzer reports as a finding.
+/// Aborts the program if `holds` is false; libFuzzer reports the abort as a finding.
 inline void Require(bool holds, const char* property)
 {
     if (!holds) {

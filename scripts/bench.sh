@@ -38,7 +38,7 @@ for name in "${programs[@]}"; do
         logging | shell | singleapp | startup) repetitions=25 ;; # Each takes a few seconds.
         *) repetitions=15 ;;
     esac
-    # Many short, interleaved repetitions: other load on the machine then affects both sides of a ratio.
+    # Use many short, interleaved repetitions, so that other load on the machine affects both sides of a ratio.
     quietly "$program" --benchmark_repetitions=$repetitions --benchmark_min_time=0.1 \
         --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true \
         --benchmark_out_format=json --benchmark_out="$results/$name.json"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Downloads a file from a real web server on the loopback, checked by size and MD5 sum, then a corrupted file, which must
-# fail: scripts/demo-download.sh [MEGABYTES]
+# Downloads a file from a local web server and checks its size and MD5 sum. Then downloads a corrupted file, whose
+# verification must fail: scripts/demo-download.sh [MEGABYTES]
 # The server is nginx with its files in a temporary directory; it is stopped at the end.
 
 source "$(dirname "$0")/lib.sh"

@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# The file part of the demo: copies a tree of 2,000 files and links, compares it and removes it again. scripts/demo.sh
-# calls it.
+# Part of scripts/demo.sh: copies a tree of 2,000 files and links, compares the copy with the source, and removes both.
 
 source "$(dirname "$0")/lib.sh"
 

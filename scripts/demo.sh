@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs missing packages, builds the library and demonstrates it on real input.
-#   scripts/demo.sh         an address book read by the address rules, with the resulting log; a verified
-#                           download from a real server; a tree of files copied and removed
-#   scripts/demo.sh --gui   the miniature softphone; without a display, screenshots of it
+#   scripts/demo.sh         classifies the addresses of an address book and shows the log; downloads and verifies
+#                           a file from a local web server; copies and removes a tree of files
+#   scripts/demo.sh --gui   shows the miniature softphone or, without a display, takes screenshots of it
 
 source "$(dirname "$0")/lib.sh"
 

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Creates the reference of the public headers, with the guide of docs/, as build/docs/html and, for Qt Creator and Qt
-# Assistant, build/docs/vxcommon.qch. Links to Qt's classes need Qt's documentation. Fails on any warning.
+# Creates the reference for the public headers, together with the guide in docs/, as build/docs/html and, for Qt
+# Creator and Qt Assistant, as build/docs/vxcommon.qch. Links to Qt's classes require Qt's documentation. Fails on any
+# warning.
 
 source "$(dirname "$0")/lib.sh"
 

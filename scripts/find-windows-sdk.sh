@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Prints the directory of the Windows SDK, which contains qt6/ and openssl/ or sdk.tar.xz; prints nothing if there is
-# none. The directory is VXCOMMON_WINDOWS_SDK or, if that is not set, ../shared/windows-sdk.
+# Prints the directory of the Windows SDK, which contains either qt6/ and openssl/, or sdk.tar.xz. Prints nothing if no
+# SDK is found. The directory is VXCOMMON_WINDOWS_SDK or, if that is not set, ../shared/windows-sdk.
 
 source "$(dirname "$0")/lib.sh"
 

@@ -1,5 +1,5 @@
-# Sourced by the other scripts: sets the directory of the project and defines shared functions. All scripts accept
-# --no-install as their first argument, which makes them install nothing.
+# Sourced by the other scripts: sets the directory of the project and defines shared functions. If the first
+# argument of a script is --no-install, the script installs nothing.
 
 set -euo pipefail
 
@@ -41,8 +41,8 @@ build() {
     fi
 }
 
-# Starts nginx with its files in DIR: serve DIR FUNCTION. Sets server_pid and port, a free port of the loopback. FUNCTION
-# prints the servers for that port.
+# Starts nginx with its files in DIR: serve DIR FUNCTION. Sets server_pid, and sets port to a free port. FUNCTION
+# prints the server blocks of the configuration for that port.
 serve() {
     local dir=$1 nginx
     nginx=$(PATH=$PATH:/usr/sbin command -v nginx)
@@ -64,7 +64,7 @@ http {
 CONF
         "$nginx" -c "$dir/nginx.conf" 2>>"$dir/error.log" &
         server_pid=$!
-        # nginx writes the file once it holds its ports.
+        # nginx writes its PID file after it has bound its ports.
         while [ ! -s "$dir/nginx.pid" ] && kill -0 $server_pid 2>/dev/null; do
             sleep 0.1
         done

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Checks format, clang-tidy and cppcheck over the tree, or over the given sources only: scripts/lint.sh [SOURCE...]
+# Checks the format of the tree, then runs clang-tidy and cppcheck on all sources or only on the given ones:
+# scripts/lint.sh [SOURCE...]
 # Without arguments, if a Windows SDK is available, also builds with Clang for Windows and runs the tests.
 
 source "$(dirname "$0")/lib.sh"
@@ -10,7 +11,7 @@ say "Checking the format"
 git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
 
 say "Configuring and generating (lint)"
-# The checks include the benchmarks and their peers, and need moc's output.
+# The checks include the benchmarks and need moc's output.
 quietly cmake --preset dev -B build/lint -DVXCOMMON_BUILD_BENCHMARKS=ON
 quietly cmake --build build/lint
 # Only Clang builds the fuzz targets, so their compile commands are in another build directory.

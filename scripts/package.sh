@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Builds the Debian packages of the committed and changed files below build/packages, and checks them with lintian. With
-# "windows", creates a zip of the library cross-built for 64-bit Windows in build/windows-mingw/packages, after its
-# tests have passed.
+# Builds the Debian packages below build/packages from all tracked files, including uncommitted changes, and checks the
+# packages with lintian. With "windows", cross-builds the library for 64-bit Windows, runs the tests, and creates a zip
+# archive in build/windows-mingw/packages.
 
 source "$(dirname "$0")/lib.sh"
 
@@ -14,7 +14,7 @@ check_modes() {
     done
 }
 
-# Checks the library; the programs are built with the same flags.
+# Checks only the library, because the programs are built with the same flags.
 check_hardening() {
     local work word words=(BIND_NOW GNU_RELRO __stack_chk_fail _chk@)
     [ "$(dpkg --print-architecture)" != amd64 ] || words+=(endbr64)

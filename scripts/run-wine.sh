@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs a Windows program under Wine with a separate prefix: scripts/run-wine.sh SDK PROGRAM ARGUMENTS...
-# The DLLs of the SDK, of the compiler and of the build are on its path. VXCOMMON_WINE_BUILD names the build directory
-# (default: build/windows-mingw).
+# Runs a Windows program under Wine with a separate prefix: scripts/run-wine.sh SDK PROGRAM [ARGUMENT...]
+# The program finds the DLLs of the SDK, of the compiler and of the build. VXCOMMON_WINE_BUILD names the build
+# directory (default: build/windows-mingw).
 
 set -euo pipefail
 
@@ -17,7 +17,7 @@ export WINEPREFIX=$build_dir/wineprefix
 export WINEARCH=win64
 export WINEDEBUG=-all
 export WINEDLLOVERRIDES="mscoree,mshtml="
-# Without a console, Qt would otherwise write only to a debugger.
+# Log to standard error: without a console, Qt by default writes only to a debugger.
 export QT_FORCE_STDERR_LOGGING=1
 export QT_PLUGIN_PATH="Z:${sdk//\//\\}\\qt6\\plugins"
 dll_path=
@@ -27,7 +27,7 @@ for folder in "$build_dir/src/libs/common" "$sdk/qt6/bin" "$sdk/openssl/bin" "$s
 done
 export WINEPATH=$dll_path
 
-# Wine reports on standard error that its 32-bit part is missing, which is not needed here.
+# The 32-bit part of Wine is not needed; the grep below removes the warnings about it from standard error.
 wine=/usr/lib/wine/wine64
 if [ ! -e "$WINEPREFIX/ready" ]; then
     (
@@ -38,11 +38,11 @@ if [ ! -e "$WINEPREFIX/ready" ]; then
         fi
     ) 9>"$build_dir/wineprefix.lock"
 fi
-# Output goes to files first: a console that outlives the program would keep a pipe open.
+# Write the output to files first, because a console that outlives the program would keep a pipe open.
 output=$(mktemp -d)
 trap 'rm -rf "$output"' EXIT
-# Without a console, QtTest reports to the debugger unless it is given a file. The limit, in seconds, is
-# below ctest's, so that the report of a test that hangs is still printed.
+# Without a console, QtTest writes its report to the debugger unless a file is specified. The limit, in seconds, is
+# lower than the timeout of ctest, so that the report of a hanging test is still printed.
 report=()
 limit=0
 case $(basename "$program") in
@@ -54,7 +54,7 @@ esac
 run() { timeout "$limit" "$wine" "$program" "$@" "${report[@]}" >"$output/stdout" 2>"$output/stderr"; }
 exit_code=0
 run "$@" || exit_code=$?
-# Wine sometimes silently fails to start a program. A test that has started has opened its report.
+# Wine sometimes silently fails to start a program. If the report exists, the test has started.
 if [ $exit_code -ne 0 ] && [ $limit -gt 0 ] && [ ! -e "$output/report" ]; then
     echo "run-wine.sh: $(basename "$program") ended with $exit_code before it began; retrying once" >&2
     exit_code=0

@@ -5,7 +5,7 @@
 
 source "$(dirname "$0")/lib.sh"
 
-# Prints the packages in a field of debian/control, without the packaging tools.
+# Prints the packages listed in a field of debian/control, apart from those of debhelper.
 depends_of() { sed -n "/^$1:/,/^[^ ]/ s/^ \([a-z0-9.+-]*\).*/\1/p" debian/control | grep -v debhelper; }
 
 packages_of() {
@@ -53,7 +53,7 @@ if [ "$(id -u)" -ne 0 ]; then
     as_root=(sudo)
 fi
 say "Installing packages: ${missing[*]}"
-# Another apt may be running, for example an unattended upgrade: wait for it.
+# Wait if another apt process is running, such as an unattended upgrade.
 wait_for_lock=(-o DPkg::Lock::Timeout=600)
 quietly "${as_root[@]}" apt-get "${wait_for_lock[@]}" update -q
 quietly "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \

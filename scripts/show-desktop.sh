@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Demonstrates registration and watchers on a temporary desktop: a separate home, X server and system bus. Takes two and
-# a half minutes, mostly waiting for the user to become idle: scripts/show-desktop.sh [VXTOOL]
+# Demonstrates registration and watchers on a temporary desktop with its own home directory, X server and system bus.
+# Takes more than a minute, because the user must first become idle: scripts/show-desktop.sh [VXTOOL]
 
 source "$(dirname "$0")/lib.sh"
 
@@ -13,7 +13,7 @@ if [ -z "$vxtool" ]; then
     vxtool=$project_dir/build/release/examples/vxtool/vxtool
 fi
 
-# The display and the bus end with this script.
+# Run this script again with a display and a bus that end with it.
 if [ -z "${VXCOMMON_THROWAWAY_DESKTOP:-}" ]; then
     exec env VXCOMMON_THROWAWAY_DESKTOP=1 xvfb-run --auto-servernum dbus-run-session -- "$0" "$vxtool"
 fi
@@ -28,7 +28,7 @@ mkdir -p "$XDG_CONFIG_HOME" "$XDG_DATA_HOME/applications"
 
 expect() { [ "$2" = "$3" ] || die "$1: expected \"$3\", got \"$2\""; }
 
-# Waits until a file has a matching line, for at most the given number of seconds.
+# Waits until FILE has a line that matches PATTERN, and prints the line: wait_for SECONDS FILE PATTERN.
 wait_for() {
     local end=$((SECONDS + $1))
     until grep -m 1 -e "$3" "$2" 2>/dev/null; do

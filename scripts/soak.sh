@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs one process that logs, downloads, copies, watches and receives messages while faults occur, for the given time
-# (default: 20 minutes), and reports whether every result was as expected: scripts/soak.sh [MINUTES [SVG]]
+# Runs one process that logs, downloads, copies, watches and receives messages while faults occur. Reports whether
+# every result was as expected: scripts/soak.sh [MINUTES [SVG]] (default: 20 minutes)
 
 source "$(dirname "$0")/lib.sh"
 
@@ -10,6 +10,6 @@ say "Configuring and building (dev)"
 quietly cmake --preset dev
 build dev --target soak vxtool
 say "Running; minutes: $minutes"
-# The disk to fill is mounted in a separate namespace.
+# Use a separate mount namespace, because the test mounts a disk in order to fill it.
 xvfb-run -a unshare --map-root-user --mount python3 tests/soak/drive.py build/dev/tests/soak/soak \
     build/dev/examples/vxtool/vxtool "$((minutes * 60))" "${@:2}"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Tests downloads that are too large for the test suite, from a real server on the loopback: a file of many GB, whose
-# memory use is measured, and one that does not fit on the disk: scripts/stress-download.sh [GIGABYTES]
-# Needs a release build; takes about 6 s and twice the disk space for each GB.
+# Tests downloads from a local web server that are too large for the test suite. Measures the memory use of a download
+# of many GB, and checks that a download beyond the file size limit fails: scripts/stress-download.sh [GIGABYTES]
+# Uses the release build. For each GB, takes about 6 s and up to 2 GB of disk space.
 
 source "$(dirname "$0")/lib.sh"
 
@@ -18,7 +18,7 @@ out=$(mktemp -d)
 trap 'rm -rf "$out"' EXIT
 url=http://127.0.0.1:$SERVER_HTTP
 
-# Peak of the private memory of a command, in kB. A mapped file belongs to the page cache.
+# Prints the peak of the private memory of a command, in kB. Mapped files do not count; they are in the page cache.
 own_memory_of() {
     local peak=0 now
     "$@" >"$out/stdout" 2>"$out/stderr" &
@@ -47,7 +47,7 @@ rm -f "$out/sparse.bin" "$SERVER_ROOT/sparse.bin"
 say "A file of 40 MB where only 20 MB may be written"
 large_md5=$(cat "$SERVER_ROOT/large.md5")
 for check in "--size 40000000" "--md5 $large_md5"; do
-    # If the signal is ignored, the write fails as on a full disk.
+    # If SIGXFSZ is ignored, the write fails as it would on a full disk.
     # shellcheck disable=SC2086
     if (trap '' XFSZ; ulimit -f 20000; exec "$vxtool" download "$url/large.bin" "$out/large.bin" $check \
         --log "$out/log" --log-level 7) 2>"$out/stderr"; then

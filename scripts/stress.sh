@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Stresses the single-instance classes (default: ten rounds): 200 processes that start simultaneously, the same with a
-# primary instance that is killed, and 300 clients that misbehave.
+# Runs stress tests of the single-instance classes: scripts/stress.sh [ROUNDS] (default: ten rounds)
+# In each round, 200 processes start simultaneously, then again while the primary instance is killed, and 300 hostile
+# clients connect.
 
 source "$(dirname "$0")/lib.sh"
 

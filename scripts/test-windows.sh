@@ -2,7 +2,7 @@
 # Cross-builds the library, vxtool and the tests for 64-bit Windows and runs the tests under Wine. The
 # argument is the preset: windows-mingw (default) or windows-clang.
 # The SDK is the directory in VXCOMMON_WINDOWS_SDK or, if that is not set, ../shared/windows-sdk.
-# Exits with 77 if the SDK does not fit this machine's Qt.
+# Exits with 77 if the SDK's Qt has another version than this machine's Qt.
 
 source "$(dirname "$0")/lib.sh"
 
@@ -26,7 +26,7 @@ if [ ! -d "$sdk/qt6" ]; then
     fi
 fi
 
-# This machine's Qt tools generate sources that the SDK's Qt compiles, so the versions must match.
+# The sources that this machine's Qt tools generate are compiled against the SDK's Qt, so the versions must match.
 qt_version_of() { sed -n 's/^set(PACKAGE_VERSION "\(.*\)").*/\1/p' "$1/Qt6/Qt6ConfigVersionImpl.cmake"; }
 host_qt=$(qt_version_of /usr/lib/x86_64-linux-gnu/cmake)
 sdk_qt=$(qt_version_of "$sdk/qt6/lib/cmake")
@@ -44,7 +44,7 @@ say "Optional parts in the SDK: $(sed -n 's/^VXCOMMON_WITH_\(.*\):BOOL=/\1=/p' "
 build "$preset"
 
 say "Running the tests under Wine ($preset)"
-# Use one Wine server for all tests, on a separate display, so that not every test starts and stops one.
+# Run all tests with one Wine server and one display, so that no test has to start its own.
 export VXCOMMON_WINE_BUILD=$build_dir
 export WINEPREFIX=$build_dir/wineprefix
 wineserver=/usr/lib/wine/wineserver64

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Runs both commands of the README and then those of docs/getting-started.md on a fresh Debian, with a clean clone
-# of the current commit, and prints how long they took: scripts/try-fresh.sh bookworm|trixie
-# With "guide" after the release, it runs only those of docs/getting-started.md.
-# With "packages" after the release, it installs the packages of build/packages instead, which were built on that release,
-# builds and runs examples/consumer with them, and removes them.
+# Runs scripts/demo.sh, scripts/test.sh and the commands of docs/getting-started.md on a fresh Debian system, in a
+# clean clone of the current commit. Prints the time that each takes: scripts/try-fresh.sh bookworm|trixie
+# With "guide" after the release, runs only the commands of docs/getting-started.md.
+# With "packages" after the release, installs the packages from build/packages instead, builds and runs
+# examples/consumer, and removes the packages. They must have been built on that release.
 # Needs root. The new system is created below TMPDIR and removed at the end. Its packages come from
-# VXCOMMON_DEBIAN_MIRROR or, if that is not set, from this machine's Debian mirror. If VXCOMMON_WINDOWS_SDK is set, the
-# Windows lane is part of the run.
+# VXCOMMON_DEBIAN_MIRROR or, if that is not set, from this machine's Debian mirror. If VXCOMMON_WINDOWS_SDK is set,
+# the Windows tests are included.
 
 source "$(dirname "$0")/lib.sh"
 
@@ -31,7 +31,7 @@ mkdir "$root/sdk"
 windows_sdk=
 [ -z "${VXCOMMON_WINDOWS_SDK:-}" ] || windows_sdk=$(scripts/find-windows-sdk.sh)
 
-# Runs a command in namespaces for mounts and processes that end with it.
+# Runs a command in the new system, in separate mount and process namespaces that end with the command.
 inside() {
     unshare --mount --pid --fork --kill-child bash -ec '
         mount -t proc proc "$0/proc"
@@ -57,7 +57,7 @@ if [ "${2:-}" = packages ]; then
     say "All packages were installed, used and removed"
     exit 0
 fi
-# Prints the commands and files of the guide as a script.
+# Prints a script that creates the guide's files and runs its commands.
 guide_as_script() {
     echo 'set -ex; cd ~/vxcommon'
     awk '

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Takes a screenshot of each state of vxphone on a separate display and stores it in build/demo/vxphone/pictures.
-#   scripts/vxphone-pictures.sh           light, dark, and at the scales 1.5 and 2
+#   scripts/vxphone-pictures.sh           in light and dark colours, and at the scales 1.5 and 2
 #   scripts/vxphone-pictures.sh --renew   also copies the two README screenshots to docs/images
 
 source "$(dirname "$0")/lib.sh"
@@ -27,7 +27,7 @@ picture() {
     say "Written: ${pictures#"$project_dir"/}/$mode-$1.png"
 }
 
-# Sets dark colours as KDE does.
+# Sets dark colours in KDE's configuration file.
 dark_colours() {
     mkdir -p "$HOME/.config"
     local section
@@ -42,8 +42,8 @@ dark_colours() {
 
 slow_server() { echo "server { listen 127.0.0.1:$port; limit_rate 6m; }"; }
 
-# Starts a window manager, and a slow server, so that a download is visible. Separate directories keep the user's
-# files and running instances out of it.
+# Starts a window manager and a server, which is slow so that the pictures show a running download. Uses separate
+# directories, so that neither the user's files nor running instances interfere.
 start_surroundings() {
     export HOME=$work/home-$mode TMPDIR=$work/tmp QT_QPA_PLATFORM=xcb QT_SCALE_FACTOR=$1
     export LANG=en_GB.UTF-8

@@ -5,7 +5,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-/// Lowers a limit of this process during its lifetime. With RLIMIT_FSIZE, a write fails as on a full disk.
+/// Lowers a limit of this process during its lifetime. With RLIMIT_FSIZE, a write fails as it would on a
+/// full disk.
 class ResourceLimit
 {
 public:

@@ -2,7 +2,7 @@
 
 #include <QTest>
 
-/// The columns of a data-driven test, and then its rows:
+/// Adds the columns of a data-driven test and then its rows:
 /// Table<QString, int> row("text", "length"); row("two letters", "ab", 2);
 template<typename... Columns>
 class Table

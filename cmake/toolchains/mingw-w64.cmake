@@ -1,7 +1,7 @@
 # Cross-compiles for 64-bit Windows with Debian's mingw-w64 (posix threads) and runs programs under Wine. The
-# environment variable VXCOMMON_WINDOWS_SDK names a directory with qt6/ (Qt for mingw-w64, the same version as the Qt of
-# this machine, whose tools are used), openssl/ and, if available, log4cpp/. Options of vxcommon are ON if that
-# directory contains the library.
+# environment variable VXCOMMON_WINDOWS_SDK names a directory with qt6/ (Qt for mingw-w64, of the same version as this
+# machine's Qt, whose tools are used), openssl/ and, if available, log4cpp/. A VXCOMMON_WITH_ option is ON if that
+# directory contains the required library.
 
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)

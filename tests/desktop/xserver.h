@@ -10,7 +10,7 @@ public:
     XServer()
     {
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        // Xvfb selects a free display and writes the number to the descriptor when ready.
+        // Xvfb selects a free display and writes its number to the descriptor as soon as it accepts clients.
         process.start("Xvfb",
                       {"-displayfd", "1", "-screen", "0", "640x480x24", "-nolisten", "tcp", "-noreset"});
         process.waitForReadyRead(30000);

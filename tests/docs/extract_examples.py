@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Makes a source file of each C++ example of the documents: extract_examples.py DOCS OUTPUT_FOLDER
+"""Creates a source file for each C++ example in the documents: extract_examples.py DOCS OUTPUT_FOLDER
 
-Prints the names of the files. Each example stands alone; one that is not whole functions goes into a function.
+Prints the names of the files. An example that does not consist of complete functions is enclosed in a function.
 """
 
 import pathlib

@@ -61,8 +61,8 @@ inline void Build(const QString& root, const QStringList& entries)
     }
 }
 
-/// Returns the entries below a directory, sorted, with directories only if they are empty. Returns an
-/// empty list if the directory is missing.
+/// Returns the sorted entries below a directory; lists a subdirectory only if it is empty. Returns an empty
+/// list if the directory is missing.
 inline QStringList Snapshot(const QString& folder)
 {
     namespace fs = std::filesystem;

@@ -36,7 +36,7 @@ struct Work
     const QTemporaryDir folder;
 };
 
-/// A running job whose worker pauses at the second item, and at the given number of items after it.
+/// A running job whose worker pauses at the second item and at each of the next `furtherStops` items.
 template<class Job>
 struct HeldJob : Work
 {

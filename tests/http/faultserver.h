@@ -20,7 +20,8 @@ struct Answer
     int interval = 0; ///< Milliseconds between two bytes of the body; 0 to send all at once.
 };
 
-/// Returns a correct response with "Connection: close" and its length, which a test can then corrupt.
+/// Returns a correct response with the headers "Connection: close" and "Content-Length". A test may then
+/// corrupt the response.
 inline QByteArray Response(const QByteArray& status, const QByteArray& body,
                            const QByteArray& headers = QByteArray())
 {
@@ -29,7 +30,7 @@ inline QByteArray Response(const QByteArray& status, const QByteArray& body,
            "\r\n" + body;
 }
 
-/// A server on the loopback that gives the configured answers, one per connection, and repeats the last one.
+/// A local server that sends the configured answers, one per connection, and repeats the last one.
 class FaultServer : public QTcpServer
 {
 public:
@@ -65,7 +66,7 @@ private:
         });
     }
 
-    /// Returns whether `request` has its headers and as much body as they announce.
+    /// Returns whether `request` contains all its headers and the complete body.
     static bool IsWhole(const QByteArray& request)
     {
         static const QRegularExpression field("\nContent-Length: (\\d+)",

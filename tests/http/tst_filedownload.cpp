@@ -31,7 +31,7 @@ private Q_SLOTS:
     void outcome_data();
     void outcome();
     void notStarted();
-#ifndef _WIN32 // Windows has no limit on file sizes.
+#ifndef _WIN32 // Windows has no RLIMIT_FSIZE.
     void fullDisk();
 #endif
     void changedByAnother_data();
@@ -126,7 +126,7 @@ void TestFileDownload::outcome()
     QVERIFY(download->findChild<IHttpRequest*>()->Reply()->readBufferSize() > 0);
     QVERIFY(QFile::exists(path));
     QVERIFY(filetree::Read(path) == content);
-#ifndef _WIN32 // On Windows, the suffix of the name decides.
+#ifndef _WIN32 // On Windows, the file name extension decides.
     QVERIFY(QFileInfo(path).isExecutable());
 #endif
     QCOMPARE(HasLogged("Downloading failed. No more tries."), event != "complete");
@@ -164,7 +164,7 @@ void TestFileDownload::fullDisk()
     const QByteArray body(9000000, 'x'); // Exceeds the read buffer.
     FaultServer server({{Response("200 OK", body)}});
     const ResourceLimit bytes(RLIMIT_FSIZE, 1000000);
-    for (const bool checksum : {false, true}) { // The received data has the right checksum.
+    for (const bool checksum : {false, true}) { // The data is complete, but the file is not.
         init();
         checksum ? download->SetChecksum(converter::ToMD5(body)) : download->SetFileSize(body.size());
         Start(server);

@@ -114,7 +114,7 @@ void TestHttpRequest::Get(const FaultServer& server)
 
 void TestHttpRequest::wire_data()
 {
-    // `parts` are sent at each attempt.
+    // Each attempt must send all `parts`.
     const Table<QString, Data, QByteArrayList> row("path", "data", "parts");
     const auto map = &IHttpRequestDataMap::CreateUrlencodedDataMap;
     const auto json = &IHttpRequestDataMap::CreateJsonDataMap;
@@ -226,7 +226,7 @@ void TestHttpRequest::outcome_data()
     row("gzip, broken", {{Response("200 OK", "not packed", gzip)}}, 1, success, "not packed");
     row("other coding", {{Response("200 OK", packed, "Content-Encoding: GZIP\r\n")}}, 1, success, packed);
 
-    // These errors are not retried and carry the body that the server sent.
+    // After these errors, the request is not retried, and the error signal carries the body of the response.
     row("404", {{Response("404 No", packed, gzip)}}, 3, "replyFinished, error 203 4", "text");
     row("400", {{Response("400 No", "body")}}, 3, "replyFinished, invalid 302, error 302 4", "body");
     row("ends before the headers", {{""}}, 0, "replyFinished, error 2 0", "");
@@ -295,7 +295,7 @@ void TestHttpRequest::silence()
     Get(slow);
     QTRY_COMPARE_WITH_TIMEOUT(Told(), success, 20000);
     QTest::qWait(1200);
-    QCOMPARE(Told(), success); // The timeout ends with the request.
+    QCOMPARE(Told(), success); // No timeout occurs after the end.
 
     FaultServer dead({{Response("200 OK", "body").chopped(1), Answer::Hang}});
     request->SetAttemptCountOnNetworkProblem(2);
@@ -311,7 +311,7 @@ void TestHttpRequest::silence()
 
 void TestHttpRequest::abortAndRetry()
 {
-    // An abort and a new send delete the running reply immediately.
+    // Both an abort and a new send delete the running reply immediately.
     FaultServer server({{"", Answer::Hang}});
     Get(server);
     QPointer<QNetworkReply> reply = request->Reply();
@@ -327,7 +327,7 @@ void TestHttpRequest::abortAndRetry()
     const std::unique_ptr<IHttpRequest> unset(CreateHttpRequest(manager.get(), nullptr));
     QCOMPARE(unset->findChild<QTimer*>()->interval(), 20000);
 
-    // An abort and a new send cancel a scheduled retry. The abort keeps the failed reply.
+    // Both an abort and a new send cancel a scheduled retry. The abort keeps the failed reply.
     FaultServer closing({{"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n"}});
     request->SetAttemptCountOnNetworkProblem(5);
     request->SetAttemptIntervalOnNetworkProblem(1);

@@ -61,8 +61,8 @@ void TestHttpServers::cleanupTestCase()
 {
     request.reset();
     manager.reset();
-    // Wait for the threads of the managers: OpenSSL frees their memory at their end, the leak checker runs at
-    // exit.
+    // Wait until the threads of the managers have ended: only then has OpenSSL freed their memory, which the
+    // leak checker would report.
     QTRY_VERIFY(!ThreadNames().contains("QNetworkAccess"));
 }
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Starts nginx on free loopback ports with a temporary directory, runs a command, and stops nginx again:
 #   with-servers.sh COMMAND...
-# The command finds the ports in SERVER_HTTP, SERVER_TLS and SERVER_MTLS (requires a client certificate), and the served
-# directory in SERVER_ROOT.
+# Sets SERVER_HTTP, SERVER_TLS and SERVER_MTLS to the ports and SERVER_ROOT to the served directory. The server at
+# SERVER_MTLS requires a client certificate.
 
 source "$(dirname "$0")/../../scripts/lib.sh"
 

@@ -1,4 +1,4 @@
-/// A program for the tests of the backend: logs and ends in the way that its argument specifies.
+/// Helper program for the tests of the log4cpp backend. The argument selects how the program logs and ends.
 
 #include <common/logger/logger.h>
 

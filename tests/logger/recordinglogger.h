@@ -42,8 +42,8 @@ public:
         }
     }
 
-    /// Returns "LEVEL TEXT" for the lines of a channel up to a level. Replaces a directory with "ROOT", and
-    /// native separators with slashes.
+    /// Returns the lines of a channel up to a level as "LEVEL TEXT". Replaces the directory `root` with
+    /// "ROOT" and native separators with slashes.
     QStringList Lines(const QByteArray& channel, int mostLevel, const QString& root = "no folder") const
     {
         const QMutexLocker lock(&mutex);
@@ -64,7 +64,7 @@ public:
         });
     }
 
-    std::function<void(const QString& text)> onLine; ///< Set it before other threads start.
+    std::function<void(const QString& text)> onLine; ///< Called for each line; set before starting threads.
     std::vector<Line> lines;
 
 private:

@@ -25,7 +25,7 @@ namespace
 
 constexpr logger::Channel logChannel{"test.backend"};
 
-/// Default arguments of Configure, so that a test sets only those that matter.
+/// Arguments of Configure with default values, so that a test sets only the relevant ones.
 struct Setup
 {
     unsigned int targets = logger::Target::RollingFile;
@@ -44,7 +44,7 @@ struct Setup
     }
 };
 
-/// Returns the text of a log file with Unix line endings.
+/// Returns the content of a log file, converted to Unix line endings.
 QByteArray ReadLog(const QString& path)
 {
     return filetree::Read(path).replace("\r\n", "\n");
@@ -175,19 +175,19 @@ void TestLog4cpp::changesOnTheWay()
     LogOnMain("3");
     QCOMPARE(ReadLog(setup.shortLogFile), "1\n3\n");
 
-    // A second Configure replaces the files.
+    // A second call of Configure replaces the files.
     setup.logFile = File("c.log");
     setup.Apply();
     LogOnMain("4");
     QCOMPARE(ReadLog(File("a.log")), "3\n");
 
-    // A Configure with a bad pattern does not replace them.
+    // A call of Configure with an invalid pattern keeps the current files.
     setup.logFile = setup.shortLogFile = File("d.log");
     setup.pattern = "%m%Q%n";
     QVERIFY(setup.Apply());
     LogOnMain("5");
     QCOMPARE(ReadLog(File("b.log")) + ReadLog(File("c.log")), "1\n3\n4\n5\n4\n5\n");
-    // With the console as target, the exception reaches the caller.
+    // If the target is the console, log4cpp's exception for the invalid pattern reaches the caller.
     setup.targets = logger::Target::Console;
     QVERIFY_THROWS_EXCEPTION(std::exception, setup.Apply());
 }
@@ -218,7 +218,8 @@ void TestLog4cpp::badPlaces()
 }
 
 #ifdef Q_OS_WIN
-// Another program that has the log open prevents its rename. No line and no backup must be lost.
+// Another program that has the log open prevents the log from being renamed. No line and no backup must be
+// lost.
 void TestLog4cpp::logOpenElsewhere()
 {
     setup.logFile = File("100%1.log");

@@ -47,7 +47,7 @@ void TestLogger::threshold()
     log->SetLevel(3);
     QCOMPARE(typesOfAllLevels(), "cccc");
     QCOMPARE(log->GetLevel(), 3);
-    log->SetLevel(100); // NotSet itself is never seen
+    log->SetLevel(100); // lines of level NotSet are never written
     QCOMPARE(typesOfAllLevels(), "ccccwiid");
     QCOMPARE(log->GetLevel(), int(logger::NotSet));
 }

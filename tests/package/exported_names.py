@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Compares the classes and functions that the library exports with a list: exported_names.py NM LIBRARY LIST
 
-What the C++ library's templates leave in any program is not looked at.
+Ignores the symbols that templates of the C++ standard library add to any program.
 """
 
 import re
@@ -24,7 +24,7 @@ def exported_names(nm, library):
 
 
 def main(nm, library, expected_file):
-    # A member stands for its class.
+    # Leave out the members of classes; the class stands for them.
     names = exported_names(nm, library)
     classes = {name for name in names if any(other.startswith(name + "::") for other in names)}
     exported = {name for name in names if name.rpartition("::")[0] not in classes}

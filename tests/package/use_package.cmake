@@ -59,6 +59,6 @@ if(NOT log MATCHES " INFO .* main: would dial skype: anna\n$")
     message(FATAL_ERROR "the example logged:\n${log}")
 endif()
 
-# The example and the tour of the whole library, built through CMake.
+# Build the example and the tour of the whole library through CMake.
 run("${consumer_dir}/run.sh" "${prefix}" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
     "-DCMAKE_BUILD_RPATH=${prefix}/${LIBRARY_FOLDER}")

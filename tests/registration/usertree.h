@@ -45,7 +45,7 @@ public:
         const auto tree = Open();
         tree->beginGroup(key);
         for (const QString& name : tree->allKeys()) {
-            // The registry lists its unnamed values as ".".
+            // On Windows, QSettings lists unnamed registry values as ".".
             values.insert(QString(name).replace(QRegularExpression("(^|/)\\.$"), "\\1Default"),
                           tree->value(name).toString());
         }

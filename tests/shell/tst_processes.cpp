@@ -65,7 +65,7 @@ void TestProcesses::init()
     static int number = 0;
     dir = std::make_unique<QTemporaryDir>();
     const QString suffix = QStringLiteral(CHILD_PROGRAM).endsWith(".exe") ? ".exe" : "";
-    // The kernel keeps at most 15 bytes of the name, and its "stat" file puts them in parentheses.
+    // The kernel keeps at most 15 bytes of the name; /proc/PID/stat encloses them in parentheses.
     name = QString("vx%1) %2").arg(QCoreApplication::applicationPid()).arg(++number) + suffix;
     program = QDir::toNativeSeparators(QFileInfo(dir->path()).canonicalFilePath() + u'/' + name);
     QVERIFY(QFile::copy(QStringLiteral(CHILD_PROGRAM), program));
@@ -99,7 +99,7 @@ void TestProcesses::namesAndIds()
         QCOMPARE(Shell::ProcessKill(query), 0);
         QCOMPARE(ProcHelper::FindProcessId(query), 0UL);
     }
-    // These ids denote process groups or no process at all.
+    // These ids denote process groups, the init process or no process at all.
     for (const unsigned long id : {0UL, 1UL, static_cast<unsigned long>(-1L), 0xFFFFFFFFUL, 0x80000000UL,
                                    static_cast<unsigned long>(-100L)}) {
         QVERIFY(ProcHelper::Terminate(id));
@@ -120,7 +120,7 @@ void TestProcesses::matching()
          {name, name.toUpper(), program, program.toUpper(), QDir::fromNativeSeparators(program)}) {
         QVERIFY2(!Shell::ProcessExists(query), qPrintable(query));
         Start(aMinute);
-        QTRY_VERIFY(Shell::ProcessExists(query)); // A process that Windows is still building has no path.
+        QTRY_VERIFY(Shell::ProcessExists(query)); // On Windows, a process has no path at first.
         QCOMPARE(Shell::ProcessWait(query, 0), 1);
         QCOMPARE(Shell::ProcessKill(query), 0);
         QCOMPARE(Shell::ProcessWait(query, aMinute), 0);
@@ -160,7 +160,7 @@ void TestProcesses::startDetached()
     }
     QVERIFY(!Shell::ProcessStartDetached(program, {}, dir->filePath("none")));
 #ifdef Q_OS_UNIX
-    QCOMPARE(dup2(STDOUT_FILENO, 500), 500); // Spawning itself opens lower descriptors.
+    QCOMPARE(dup2(STDOUT_FILENO, 500), 500); // Spawning opens lower descriptor numbers.
 #endif
     const QString work = QFileInfo(dir->path()).canonicalFilePath();
     QVERIFY(Shell::ProcessStartDetached(program, {"60000", "a b"}, work));

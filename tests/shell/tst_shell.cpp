@@ -40,13 +40,14 @@ private:
 namespace
 {
 
-/// Columns: entries of the tree, call, its result, entries after it (following "+" only the new ones), log.
+/// Columns: entries before the call, the call, its result, entries after the call ("+": the earlier entries
+/// and those listed), and log lines.
 auto Calls()
 {
     return Table<QString, QString, bool, QString, QStringList>("tree", "call", "result", "after", "lines");
 }
 
-/// Calls an operation; a "+" allows a copy to overwrite or to tolerate existing files.
+/// Calls an operation; "+" sets the parameter `overwrite` or `tolerate` to true.
 bool Call(QStringList words)
 {
     constexpr auto onlyDirs = QDir::Dirs | QDir::NoDotAndDotDot;
@@ -181,7 +182,8 @@ void TestShell::VerifyCall()
     QCOMPARE(log.lines.size(), std::size_t(lines.size())); // No other channel.
 }
 
-// Resource directories have no file identifier, and none contains itself.
+// Resource directories have no file identifier; they must not be taken for directories that contain
+// themselves.
 void TestShell::resources()
 {
     const QTemporaryDir dir;

@@ -71,7 +71,7 @@ public:
     QtLocalPeer peer;
 };
 
-/// Returns the name of the socket. No primary instance may exist. Creates the lock file.
+/// Returns the name of the socket. Creates the lock file. Call it only if no primary instance exists.
 inline QString SocketName(const QString& appId)
 {
     return Primary(appId).SocketName();

@@ -1,7 +1,7 @@
 // Stress test for scripts/stress.sh: starts many processes, kills the primary instance and connects hostile
 // clients.
 //   single_app_stress storm|kill|hostile ROUNDS [PROCESSES OR CLIENTS]
-// Prints one line per round and exits with 1 if any round failed. The other processes run this program, too.
+// Prints one line per round and exits with 1 if any round failed. The child processes run this program, too.
 
 #include "peers.h"
 
@@ -25,7 +25,7 @@ constexpr int patience = 60000;
 
 constexpr int maxAttempts = 10;
 
-// Maximum memory for all clients of one process.
+// Maximum growth of a primary instance's memory under hostile clients.
 constexpr long long maxGrowth = MAX_GROWTH_MIB * 1024LL; // In KiB.
 
 bool WaitFor(const std::function<bool()>& condition)
@@ -60,7 +60,7 @@ int RunPeer(const QString& appId, const QString& text)
     return QCoreApplication::exec();
 }
 
-/// Processes that start simultaneously, with their output.
+/// Processes that start simultaneously, and their output.
 class Crowd
 {
 public:
@@ -120,7 +120,7 @@ bool Storm(int round, int size, bool killFirst)
     if (killFirst && WaitFor([&] { return crowd.Count("received") > size * (round % 20) / 20; })) {
         const pid_t first = crowd.First().toInt();
         kill(first, SIGKILL);
-        WaitFor([first] { return kill(first, 0) != 0; }); // It holds its lock until it has ended.
+        WaitFor([first] { return kill(first, 0) != 0; }); // Until then, it holds its lock.
     }
     const bool allEnded =
         WaitFor([&] { return crowd.Count("first") + crowd.Count("sent") + crowd.Count("failed") == size; });
@@ -161,8 +161,8 @@ void Flood(QLocalSocket& socket)
     }
 }
 
-/// Floods the primary instance, then connects clients that stay connected. Some announce long messages, the
-/// others are silent. A valid message must still arrive.
+/// Floods the primary instance, then connects clients that stay connected. Some of them announce long
+/// messages; the others send at most two bytes. A valid message must still arrive.
 bool Hostile(int round, int clients)
 {
     const QString appId = QStringLiteral("hostile%1").arg(round);

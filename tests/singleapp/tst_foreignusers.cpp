@@ -1,4 +1,4 @@
-// Tests attacks by other users of a shared temporary directory. Needs root to act as another user.
+// Tests attacks by other users in a shared temporary directory. Needs root to act as another user.
 
 #include "peers.h"
 #include "table.h"

@@ -66,7 +66,8 @@ void TestLocalPeer::heir()
     QVERIFY2(SendFromElsewhere("heir", "hello", -2), "with no limit");
 }
 
-// A running server keeps its socket. The process still becomes the primary instance, and listens later.
+// If a running server uses the socket, the process still becomes the primary instance. It starts to listen
+// after the server has closed the socket.
 void TestLocalPeer::socketIsTaken()
 {
     const QString socketName = SocketName("taken");
@@ -82,7 +83,8 @@ void TestLocalPeer::socketIsTaken()
     QTRY_VERIFY_WITH_TIMEOUT(SendFromElsewhere("taken", "hello"), 20000);
 }
 
-// Without a lock file, the peer creates nothing in the working directory and waits for no process.
+// If the lock file cannot be created, the peer creates none in the working directory and does not wait for
+// another process.
 void TestLocalPeer::lockFileCannotBeMade()
 {
     SetTempPath(temp.filePath("missing"));
@@ -189,7 +191,7 @@ void TestLocalPeer::acknowledgedTextOutlivesPeer()
     QTRY_COMPARE(received, QStringList({"leaves", "stays"}));
 }
 
-// A peer may be moved before its first call. Qt warns if its timers stay behind.
+// A peer may be moved to another thread before its first call. Qt warns if the peer's timers are not moved.
 void TestLocalPeer::movedToThread()
 {
     QTest::failOnWarning(QRegularExpression("."));
@@ -208,7 +210,8 @@ void TestLocalPeer::movedToThread()
     QVERIFY(sent);
 }
 
-// The primary instance holds the lock but does not listen. A refused connection ignores the timeout.
+// The primary instance holds the lock but does not listen. If connections are refused, sending soon fails,
+// whatever the timeout.
 void TestLocalPeer::deafFirst()
 {
     const QString socketName = SocketName("deaf first");

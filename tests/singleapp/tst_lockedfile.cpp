@@ -7,7 +7,8 @@
 namespace
 {
 
-/// Takes a lock on a separate thread, because it may belong to a thread, and keeps it until LetGo is called.
+/// Takes a lock on a separate thread, because a lock may belong to a thread. Keeps the lock until LetGo is
+/// called.
 class Holder
 {
 public:
@@ -122,7 +123,7 @@ void TestLockedFile::tooManyReaders()
     QVERIFY(file.lock(QtLockedFile::WriteLock, false));
 }
 
-// Windows releases a lock when its thread ends, Linux when its file is closed.
+// A lock is released when its thread ends (Windows) or when its file is closed (Linux).
 void TestLockedFile::freedByDeath()
 {
     auto dead = std::make_unique<QtLockedFile>(path);

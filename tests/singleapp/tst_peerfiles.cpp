@@ -45,7 +45,7 @@ void TestPeerFiles::removedDuringClaim()
     const QStringList removals = {lockPath, lockPath, socketPath};
     for (const QString& path : removals) {
         QVERIFY(QFile::remove(path));
-        // A removed lock file must be restored immediately, a socket at the next check.
+        // A removed lock file must be restored immediately, and a removed socket at the next check.
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path), path == lockPath ? 3000 : 20000);
         QVERIFY(QtLocalPeer(nullptr, "again").isSecondary());
         QVERIFY(SendFromElsewhere("again", "hello"));
@@ -57,7 +57,7 @@ void TestPeerFiles::removedDuringClaim()
     QTRY_COMPARE(first.received.size(), removals.size());
 }
 
-// A primary instance whose directory is missing searches for it only at each check.
+// If its directory is missing, a primary instance searches for the directory only at each check.
 void TestPeerFiles::directoryRemoved()
 {
     const auto restore = qScopeGuard([this] { SetTempPath(temp.path()); });

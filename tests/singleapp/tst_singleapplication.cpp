@@ -118,7 +118,7 @@ int main(int argc, char** argv)
     // Start a display and a window manager. Windows provides both.
     const XServer display;
     qputenv("QT_QPA_PLATFORM", "xcb");
-    // Without this, libdbus would search for a session and leak memory.
+    // Without this address, libdbus would search for a session bus and leak memory.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     QProcess manager;
     manager.start("openbox", {"--sm-disable", "--startup", "echo ready"});

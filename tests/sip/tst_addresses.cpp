@@ -38,8 +38,8 @@ void TestAddresses::check()
     const QString label63(63, 'x');
     verify(SipId::NoError, {"A@b.QUOLLSIP.com", "a@b.c.d.quollsip.ru", "a.b‘c@quollsip.com",
                             "-0&=+$,;?_!~*()%{}/'@quollsip.com:99999", "a@" + label63 + ".quollsip.com"});
-    // These are foreign, incomplete or ill-formed, but all symbols are valid. A second "@" is not a symbol
-    // error.
+    // These identifiers are foreign, incomplete or ill-formed, but all their symbols are valid. A second "@"
+    // is not a symbol error.
     verify(SipId::FormatError,
            {"a@b.example.com", "a@quollsip.b.com", "a@myquollsip.com", "a@quollsip.c", "a@quollsip.comma",
             "a@x" + label63 + ".quollsip.com", "a@b-.quollsip.com", ".a@quollsip.com", "a..b@quollsip.com",
@@ -100,7 +100,7 @@ void TestAddresses::parse()
 
 void TestAddresses::numberContext_data()
 {
-    // number|domain|extension, the kind, address|full address|extension
+    // Columns: number|domain|extension; kind; address|full address|extension.
     const Table<QString, int, QString> row("parts", "kind", "expected");
     const QString service = SERVICE_SIP_DOMAIN;
     const QString external = EXTERNAL_SERVICE_SIP_DOMAIN;
@@ -135,7 +135,7 @@ void TestAddresses::numberContext()
 void TestAddresses::contextOfText()
 {
     QCOMPARE(number::CreateInstance("  (12) 34 ")->Address(), "(12) 34");
-    // A name that only repeats the number is not shown, and none is taken from the text.
+    // A name that only repeats the number is not shown, and no name is taken from the address.
     for (const auto& [name, shown] : {std::pair("Bob", "Bob"), {"", ""}, {"ann", ""}}) {
         const auto person = contact::CreateInstance("\"Ann B\" <sip:ann@b.com>", name);
         QCOMPARE(person->DisplayName(), shown);

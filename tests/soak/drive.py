@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Runs soak among faults and judges it: drive.py SOAK VXTOOL SECONDS [SVG]
+"""Runs soak while faults occur, and checks the results: drive.py SOAK VXTOOL SECONDS [SVG]
 
-In the meantime the web server is killed and started again, the disk that is copied to is filled and freed, files vanish from
-the folder that is copied, texts are handed over, and the system says that it sleeps and wakes. Needs to be allowed to
-mount a file system: scripts/soak.sh gives it a separate mount namespace.
+The web server is killed and restarted, and the destination disk of the copies is filled and freed. Files are removed
+from the source directory, messages are sent, and suspend and resume are announced. The script needs permission to
+mount a file system, so scripts/soak.sh runs it in a separate mount namespace.
 """
 
 import hashlib
@@ -30,7 +30,7 @@ MAX_GROWTH = 1.05
 
 
 class Faults:
-    """What happens to the process, each on a separate thread until the end."""
+    """Causes the faults, each kind on a separate thread, until the end of the run."""
 
     def __init__(self, work, vxtool):
         self.work = work
@@ -118,14 +118,14 @@ def prepare(work):
 
 
 def measure(pid):
-    """Resident memory in MiB, descriptors and threads of a process."""
+    """Returns the resident memory in MiB and the numbers of descriptors and threads of a process."""
     process = pathlib.Path(f"/proc/{pid}")
     memory = int(re.search(r"VmRSS:\s+(\d+)", (process / "status").read_text())[1]) / 1024
     return memory, len(os.listdir(process / "fd")), len(os.listdir(process / "task"))
 
 
 def run(command, seconds, faults):
-    """What was measured each second, what the process counted, and how it ended."""
+    """Returns the samples taken each second, the counts that the process printed, and its exit code."""
     samples = []
     end = time.monotonic() + seconds - 5
     with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as process:
@@ -145,7 +145,7 @@ def run(command, seconds, faults):
 
 
 def judge(samples, counts, faults, work):
-    """What was promised and whether it holds, and the figures."""
+    """Returns the checks, each with its result, and the figures."""
     received = Counter((work / "received.txt").read_text().splitlines())
     lines = Counter()
     for path in (work / "log").glob("soak.log*"):

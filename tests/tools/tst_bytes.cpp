@@ -52,7 +52,7 @@ void TestBytes::cipherVectors()
         QCOMPARE(bytes, plain.leftJustified(bytes.size(), '\0'));
     };
     // Made with: openssl enc -a -A -aes-128-cbc -nopad -K HEX_OF_KEY -iv 43344431374530394132423634383346
-    // (or -aes-192-cbc, -aes-256-cbc), the key and the text padded with zero bytes.
+    // (or -aes-192-cbc, -aes-256-cbc). The key and the text were padded with zero bytes.
     const QByteArray plain = "two blocks of text, not one alone";
     verify("0123456789abcdef", plain, "tlkeGMqmk57ePFl9TRIP8ljU5F4F8kqWuT04Rddq/u3XZnRCEhnAcyx9HMfsM99K");
     verify("0123456789abcdef0", "hello", "4o9ssVeElvk8ggRy+7hc7g=="); // 17 bytes are padded to 192 bits
@@ -80,15 +80,15 @@ void TestBytes::cipherTexts()
 
 void TestBytes::machineKey()
 {
-    // The base text XOR the user's name, byte by byte, in Base64, truncated to 32; computed without this
-    // library.
+    // The base of the machine key XOR the user's name, byte by byte, as Base64 and truncated to 32
+    // characters. Computed without this library.
     const QString key = "Vi8rUl5bWC1fJVgsVShWUy9XIlorUV9d";
     for (const char* name : {"USERNAME", "user", "UserName"}) {
         qunsetenv(name);
     }
     qputenv("USER", "");
     QCOMPARE(AES::machineKey(), "THQBA3MNfHEAaQEABwAVBgAAdRkHAXQH");
-    // On Windows, the narrow environment has only the characters of one code page.
+    // On Windows, qputenv supports only the characters of one code page.
     qputenv("USER", "жанна");
     QVERIFY(AES::machineKey() == "5/eVg+CI6f7h9Ob05Pboj5GEk4SVhuGD" || QSysInfo::kernelType() == "winnt");
     qunsetenv("USER");
@@ -104,7 +104,7 @@ void TestBytes::machineKey()
 void TestBytes::packing()
 {
     QVERIFY2(Packed(QByteArray()).isEmpty(), "nothing gets not even a header");
-    // Exact multiples of a chunk, and their neighbours; the last is a bomb.
+    // Sizes at and next to multiples of the chunk size; the last input is a decompression bomb.
     for (const QByteArray& input : {QByteArray(), Noise(chunkSize - 1), Noise(chunkSize),
                                     Noise(4 * chunkSize + 1), QByteArray(1024 * chunkSize, '\0')}) {
         for (const int level : {-7, 0, 15}) {

@@ -27,7 +27,7 @@ namespace
 
 const QJsonObject sample{{"name", "Жанна"}, {"list", QJsonArray{1, 2.5, QJsonValue::Null}}, {"flag", true}};
 
-/// Runs Load or Save. Returns the log of a failure, and nothing after a success.
+/// Runs Load or Save. Returns the log of a failure, or an empty string after a success.
 QString Failure(JsonFile&& file, bool (JsonFile::*step)())
 {
     RecordingLogger logger;
@@ -149,7 +149,7 @@ void TestJsonFile::writtenInPlace()
         QCOMPARE(filetree::Read(target), document.toJson());
     }
 
-    // The name of a temporary file cannot be longer than this.
+    // The name has the maximum length, so the name of a temporary file cannot be longer.
     const QString longName = dir->filePath(QString(255, 'x'));
     filetree::Write(longName, "old");
     QCOMPARE(Failure({longName, sample, ""}, &JsonFile::Save), "");
@@ -193,7 +193,7 @@ void TestJsonFile::access()
     verifyKept();
     QVERIFY(!isSuperuser || chown(path.constData(), 0, nobody) == 0);
     QCOMPARE(setxattr(folder.constData(), defaultList, list.constData(), listSize, 0), 0);
-    verifyKept(); // A new file would get the list of the directory.
+    verifyKept(); // A new file would get the default access list of the directory.
     QCOMPARE(removexattr(folder.constData(), defaultList), 0);
     QCOMPARE(setxattr(path.constData(), fileList, list.constData(), listSize, 0), 0);
     verifyKept();
@@ -207,7 +207,7 @@ void TestJsonFile::specialFiles()
     QVERIFY(Failure({"/proc/self/mem", ""}, &JsonFile::Load).startsWith("Failed to open file"));
     filetree::Build(dir->path(), {"fifo|"});
     QVERIFY(Failure({dir->filePath("fifo"), ""}, &JsonFile::Load).startsWith("Failed to open file"));
-    // A file system that reports no sizes does not count as full.
+    // A file system that reports a size of 0 does not count as full.
     QCOMPARE(Failure({"/proc/self/comm", QJsonDocument(QJsonArray{1}), ""}, &JsonFile::Save), "");
     QVERIFY(filetree::Read("/proc/self/comm").startsWith('['));
 }

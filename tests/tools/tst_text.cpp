@@ -28,8 +28,7 @@ QStringList Links(const QString& text)
     return links;
 }
 
-/// Creates a text from pieces of links, characters that end them, letters, any characters and lone
-/// surrogates.
+/// Creates a string from parts of links, delimiters, letters, arbitrary characters and lone surrogates.
 QString MakeText(std::mt19937& random)
 {
     static const QStringList pieces{
@@ -37,7 +36,8 @@ QString MakeText(std::mt19937& random)
         "example.com", "пример.рф", "例子.中国", "xn--p1ai", "a.xn--zzzz", ".фр", ".COM", "a.b", "1.2",
         "a@b.ru", "%D1%84", "%2e", ".", ".", "..", ":", "-", "--", "_", "@", "+", "(", ")", "[", "]", "{",
         "}", ",", "!", "?", "\"", "'", ";", "<", ">", " ", "\n", "\u3000", "\u00A0",
-        // The engine and QUrl read the first two as "s" and "K", the fourth as a dot, and drop the last.
+        // The engine or QUrl treats the first two as "s" and "K" and the fourth as a dot, and drops the
+        // last.
         "\u017F", "\u212A", "\u0301", "\uFF0E", "\u00AD"};
     const auto below = [&random](qsizetype limit) { return static_cast<int>(random() % quint32(limit)); };
     QString text;
@@ -90,11 +90,11 @@ void TestText::split()
         QCOMPARE(splitter::Ucs2(text, limit).join('|'), ucs2);
     };
     QCOMPARE(splitter::Utf8("", 10) + splitter::Ucs2("", 10), QStringList());
-    verify(8, "中文字|中文字", "中文字中|文字"); // Characters of three bytes exceed the limit.
+    verify(8, "中文字|中文字", "中文字中|文字"); // Three-byte characters may exceed the limit.
     verify(5, "abcde|fghij", "abcdef|ghij");
     verify(8, "aaaabбb|bccccddd|d", "aaaa|bбbb|ccccdddd");
     verify(9, "a😀б|中a😀|б中", "a😀б|中a😀|б中");
-    // A limit below one character, and one above the whole text.
+    // A limit smaller than any character, and one larger than the whole string.
     verify(-5, "abc", "abc");
     verify(std::numeric_limits<int>::max(), "aб", "aб");
 }
@@ -177,7 +177,7 @@ void TestText::hostileTexts()
     for (const QString unit : {"a", "a.", "(", "http://", "a+a:", "\u0301", "http://\u0301\u0316 ", "xn--"}) {
         texts += unit.repeated(1000000 / unit.size());
     }
-    // Each text must be parsed in time and must not hide the link after it.
+    // Each string must be parsed in time, and the link after it must still be found.
     for (const QString& text : texts) {
         QVERIFY2(FindUrlRanges(text + " behind.com").last().start == text.size() + 1,
                  qPrintable(text.left(20)));

@@ -7,7 +7,8 @@
 
 #include <optional>
 
-/// Finds links with a backtracking regular expression and QUrl. tools::url::FindUrlRanges must find the same.
+/// Finds links with a backtracking regular expression and QUrl. tools::url::FindUrlRanges must find the same
+/// links.
 namespace urloracle
 {
 
@@ -22,8 +23,8 @@ inline const QRegularExpression& Pattern()
     return pattern;
 }
 
-/// Returns whether Qt and the engine, whose versions of Unicode can differ, have the same letters in the
-/// text.
+/// Returns whether Qt and the regular expression engine, whose Unicode versions can differ, agree on the
+/// letters in the string.
 inline bool HasSameLetters(QString text)
 {
     static const QRegularExpression letter(QStringLiteral(R"([\p{L}\p{N}])"),
@@ -63,13 +64,13 @@ inline bool IsWebLink(const QString& link)
     return !domain.contains(international) || tools::url::IsValidTopLevelDomain(domain);
 }
 
-/// Returns nothing if the engine gives up, if it and Qt disagree about letters, or if an authority is too
-/// long for FindUrlRanges to parse.
+/// Returns std::nullopt if the engine exceeds its limits, if it disagrees with Qt on the letters, or if an
+/// authority is too long for tools::url::FindUrlRanges.
 inline std::optional<QList<tools::url::UrlRange>> FindUrlRanges(const QString& text)
 {
     QList<tools::url::UrlRange> ranges;
-    // The engine refuses lone surrogates; their replacement is not a letter either. The leading space
-    // prevents fromUtf8 from dropping a BOM.
+    // The engine rejects lone surrogates, so replace them; like them, the replacement is not a letter. The
+    // leading space prevents fromUtf8 from dropping a BOM.
     const QString subject = QString::fromUtf8((u' ' + text).toUtf8()).mid(1);
     if (!HasSameLetters(subject)) {
         return std::nullopt;

@@ -1,4 +1,4 @@
-// Tests the program as the desktop starts it, and the data that its user must not lose.
+// Tests the start of the program by the desktop, and the safety of the user's data.
 
 #include "mainwindow.h"
 #include "panels.h"
@@ -88,8 +88,8 @@ void TestVxphone::phoneBook()
     QVERIFY(!Files().first().contains("Front desk"));
 }
 
-// An address that arrives during a call waits for its end, unless it is the one being called. The program
-// records a call that it ends when it quits.
+// An address that arrives during a call is shown after the call, unless it is the address being called. If
+// the program quits during a call, it records the call.
 void TestVxphone::calls()
 {
     const auto window = CreateWindow();
@@ -123,8 +123,8 @@ void TestVxphone::markupInALink()
     }
 }
 
-// A long message is fully visible, and its link fills the address field. That field takes only the beginning
-// of a pasted document: cleaning all of it would block the window for seconds.
+// A long message is fully visible, and its link fills the address field. The field accepts only the
+// beginning of a pasted document, because cleaning the whole document would block the window for seconds.
 void TestVxphone::longTexts()
 {
     const auto window = CreateWindow();
@@ -146,7 +146,7 @@ void TestVxphone::longTexts()
     QVERIFY(field->text().size() < 4096);
 }
 
-// A screen reader needs a name for everything that takes the focus.
+// A screen reader needs a name for every widget that can have the focus.
 void TestVxphone::everythingHasAName()
 {
     const auto window = CreateWindow();
@@ -164,8 +164,9 @@ void TestVxphone::everythingHasAName()
     QVERIFY(QRect(QPoint(), window->screen()->availableSize()).contains(QRect(QPoint(), window->size())));
 }
 
-// The primary instance starts with a clicked link; a secondary one sends its link and ends. An unreadable
-// phone book is kept. A link passes no option to Qt: with "-platform none", the program would not start.
+// The primary instance starts with a clicked link; a secondary instance sends its link and exits. An
+// unreadable phone book is kept. Arguments after a link are not passed to Qt: with "-platform none", the
+// program would not start.
 void TestVxphone::handOver()
 {
     filetree::Build(dir->path(), {"contacts.json=from another machine"});
@@ -195,7 +196,7 @@ void TestVxphone::handOver()
 // The program prints why it cannot start.
 void TestVxphone::noDisplay()
 {
-#ifdef Q_OS_UNIX // Windows shows a message box.
+#ifdef Q_OS_UNIX // On Windows, the program shows a message box.
     QProcess process;
     process.start(QStringLiteral(VXPHONE_PROGRAM), {"-platform", "none"});
     QVERIFY(process.waitForFinished(30000));

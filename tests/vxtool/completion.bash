@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Completes command lines with the completion that the build made: completion.bash FILE
+# Checks the completions that the generated script offers: completion.bash FILE
 
 set -euo pipefail
 
 source "$1"
-compopt() { asked=$*; } # Only readline can really take it.
+compopt() { asked=$*; } # The real compopt fails outside a completion.
 
 check() { # EXPECTED, the words that are typed
     local expected=$1

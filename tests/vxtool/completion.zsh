@@ -1,5 +1,5 @@
 #!/usr/bin/env zsh
-# Completes command lines in a real zsh with the completion that the build made: completion.zsh DIRECTORY
+# Checks the generated completions in an interactive zsh: completion.zsh DIRECTORY
 
 emulate -R zsh
 setopt err_exit

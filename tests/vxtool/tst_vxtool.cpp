@@ -33,7 +33,7 @@ private Q_SLOTS:
 #endif
 
 private:
-    /// The error is a part of standard error; if empty, there is no output.
+    /// `error` must be a part of standard error; if `error` is empty, standard error must be empty.
     using AnswerTable = Table<QString, QByteArray, QByteArray, int, QByteArray>;
 
     /// The outcome of a run of vxtool; the exit code is -1 if it crashed or did not end.
@@ -192,7 +192,7 @@ void TestVxtool::gzip()
     const QByteArray ofNothing = QByteArray::fromHex("1f8b080000000000000303000000000000000000");
     QCOMPARE(Run("gunzip", ofNothing + packed).output, input);
 
-    // Late input: vxtool waits for an empty pipe, which is not a failure.
+    // An empty pipe is not a failure: vxtool waits for its input.
     QProcess unpacker;
     unpacker.start(VXTOOL_PROGRAM, {"gunzip"});
     QVERIFY(unpacker.waitForStarted(60000));
@@ -259,8 +259,8 @@ void TestVxtool::files()
 
 void TestVxtool::http_data()
 {
-    // URL and the file "in/json" exist. Request, output and error are parts of what the server receives and
-    // the tool prints.
+    // "URL" stands for the URL of the server; the file "in/json" exists. The server must receive `request`,
+    // and vxtool must print `output` and `error`; each is a part of the whole.
     const Table<QString, QList<Answer>, int, QByteArray, QByteArray, QByteArray> row(
         "arguments", "answers", "exitCode", "request", "output", "error");
     const auto misused = [row](const char* name, const QString& arguments, const QByteArray& error) {

@@ -51,7 +51,8 @@ void TestWatchers::initTestCase()
 
 void TestWatchers::idleReadings_data()
 {
-    // The signals of the readings, with the poll interval at that moment.
+    // `expected` lists the emitted signals, each with the poll interval at that time, and the final
+    // interval.
     const Table<QList<int>, QString> row("readings", "expected");
     row("before the first minute", {40, 2, 59, 0}, "3000");
     row("whole minutes", {59, 60, 119, 120, 59}, "idle 60 at 1000,idle 120 at 1000,active at 3000,3000");
@@ -131,7 +132,7 @@ void TestWatchers::sleepFromAnotherThread()
         for (const auto type : {suspend, suspend, automaticResume, resume, suspend}) {
             powerChangeNotify(watcher, type, nullptr);
         }
-    }).join(); // The event loop of this thread does not run while it waits.
+    }).join(); // This thread's event loop does not run during the wait.
     QVERIFY(events.isEmpty());
     QVERIFY(!watcher->isSleeping());
     QCOMPARE(log.lines.back().text, "PC sleep!");

@@ -27,7 +27,7 @@ private Q_SLOTS:
     void soundServer();
 };
 
-// The device 8:0 is a disk with the partition 8:1; 253:0 is mapped onto others.
+// Device 8:0 is a disk with partition 8:1; device 253:0 is mapped onto other devices.
 void TestDevices::serial_data()
 {
     const Table<dev_t, QStringList, QString> row("device", "files", "found");
@@ -82,7 +82,7 @@ void TestDevices::soundServer()
     qputenv("PULSE_SERVER", "unix:" + dir.filePath("native").toUtf8());
     QTRY_COMPARE_WITH_TIMEOUT(AudioDeviceTools::getDefaultDeviceName(true), "Küchen-Lautsprecher", 20000);
     const RecordingLogger log;
-    QCOMPARE(AudioDeviceTools::getDefaultDeviceName(false), QString()); // A monitor is not a microphone.
+    QCOMPARE(AudioDeviceTools::getDefaultDeviceName(false), QString()); // A monitor source is no microphone.
     // A server without devices loads a null sink named auto_null, which is not a device.
     QCOMPARE(QProcess::execute("pactl", {"unload-module", "module-null-sink"}), 0);
     QCOMPARE(QProcess::execute("pactl", {"load-module", "module-null-sink", "sink_name=auto_null"}), 0);

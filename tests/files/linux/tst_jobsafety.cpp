@@ -87,7 +87,7 @@ void TestJobSafety::noDescriptor()
     filetree::Build(folder.path(), {"s/a=1", "s/b=2"});
     {
         const ResourceLimit two(RLIMIT_NOFILE,
-                                OpenDescriptors() + 2); // One each for the thread and the source.
+                                OpenDescriptors() + 2); // One for the thread and one for the source.
         QCOMPARE(RunJob("copier", folder.path(), {"file s/a s/b"}), QStringList("failed 700107"));
     }
     QCOMPARE(filetree::Snapshot(folder.path()), QStringList({"s/a=1", "s/b=2"}));
@@ -139,14 +139,14 @@ void TestJobSafety::removedDirectories()
     QTemporaryDir gone;
     const filetree::CurrentDirectory current(gone.path());
     gone.remove();
-    // "/etc" must not be copied.
+    // Without a current directory, "./etc" must not denote "/etc".
     QCOMPARE(RunJob("copier", folder.path(), {"dir ./etc u"}), QStringList("failed 700102"));
 }
 
 void TestJobSafety::deepTree()
 {
     constexpr int depth = 2000;
-    const QTemporaryDir folder("/tmp/d"); // Short, because a path may have only 4,096 bytes.
+    const QTemporaryDir folder("/tmp/d"); // Short, because Linux limits paths to 4,096 bytes.
     const QString deep = folder.filePath("s") + QString("/d").repeated(depth - 1);
     QVERIFY(QDir().mkpath(deep));
     const ResourceLimit few(RLIMIT_NOFILE, 256);

@@ -34,7 +34,7 @@ QByteArray DefaultHandler(const QString& scheme)
     return UserTree::Run("xdg-mime", {"query", "default", "x-scheme-handler/" + scheme});
 }
 
-/// Called after each read of mimeapps.list with its result; if it returns false, the read fails.
+/// Called with the result of each read from mimeapps.list; if the function returns false, the read fails.
 std::function<bool(qsizetype)> onRead;
 
 } // namespace

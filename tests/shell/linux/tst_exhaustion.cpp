@@ -17,7 +17,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// Functions that start threads or open connections report their usual error; they neither hang nor crash.
+/// If no thread or descriptor is available, functions that need one report their usual error; they neither
+/// hang nor crash.
 class TestExhaustion : public QObject
 {
     Q_OBJECT
@@ -68,12 +69,12 @@ void TestExhaustion::failure()
 
     qunsetenv("DISPLAY");
     qputenv("PATH", "/none");
-    // Leave no thread, or 0 to 9 descriptors.
+    // Leave no spare thread, or 0 to 9 spare descriptors.
     for (int spare = needsThreads ? -1 : 0; spare < 10; ++spare) {
         const pid_t child = fork();
         if (child == 0) {
             alarm(30);
-            constexpr uid_t nobody = 65534; // The limit of threads does not apply to the superuser.
+            constexpr uid_t nobody = 65534; // The thread limit does not apply to the superuser.
             static_cast<void>(spare < 0 && setresuid(nobody, nobody, nobody) == 0);
             const ResourceLimit limit(spare < 0 ? RLIMIT_NPROC : RLIMIT_NOFILE,
                                       spare < 0 ? 0 : OpenDescriptors() + static_cast<rlim_t>(spare));

@@ -72,7 +72,7 @@ void TestDesktop::removeAfterExit()
     QTemporaryDir dir;
     const QString path = QDir::toNativeSeparators(dir.filePath("d/a b"));
     QVERIFY(QDir().mkpath(path));
-    // A planted cmd.exe in the working directory must not run: it would remove nothing.
+    // The planted cmd.exe in the working directory must not run; if it did, nothing would be removed.
     QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), dir.filePath("cmd.exe")));
     {
         const filetree::CurrentDirectory current(dir.path());

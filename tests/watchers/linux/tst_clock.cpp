@@ -20,7 +20,8 @@ void TestClock::changes_data()
     const Table<QByteArray, QByteArray, QByteArray, QString> row("zone", "before", "after", "expected");
     row("no change", "UTC0", "2026-03-28 12:59:58", "2026-03-28 13:00:01", "2026-03-28 +0 h");
     row("a new day", "WST+8", "2026-03-28 23:59:58", "2026-03-29 00:00:01", "date 2026-03-29 -8 h");
-    // The offset is computed as if UTC were local time: it changes when UTC leaves the gap.
+    // The offset is computed as if UTC were local time, so it changes after the hour of UTC that local time
+    // skips.
     row("summer time", "CET-1CEST,M3.5.0/2,M10.5.0/3", "2026-03-29 04:59:58", "2026-03-29 05:00:01",
         "zone 2026-03-29 +2 h");
     row("an offset that takes the date with it", "AAA0BBB-1,J88/22,J300/22", "2026-03-29 23:59:58",

@@ -62,7 +62,8 @@ void TestDesktopIdle::screenSaverExtension()
 
 void TestDesktopIdle::unit_data()
 {
-    // Replies at intervals of 3 s, the growth of later replies, and the idle time at the tenth reply, in ms.
+    // Columns: first replies, at intervals of 3 s; growth per later reply; idle time at the last reply, in
+    // ms.
     const Table<QList<uint>, uint, qint64> row("before", "step", "expected");
     const QList<uint> typing{3, 6, 9, 12, 15, 18, 21, 24, 27, 5};
     row("seconds", {0, 0, 0}, 3, 27000);
