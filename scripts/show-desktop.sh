@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Demonstrates registration and watchers on a temporary desktop with its own home directory, X server and system bus.
+# Demonstrates URL scheme registration and the sleep and idle watchers on a temporary desktop with its own home
+# directory, X server and system bus.
 # Takes more than a minute, because the user must first become idle: scripts/show-desktop.sh [VXTOOL]
 
 source "$(dirname "$0")/lib.sh"

@@ -17,7 +17,7 @@ unsigned long Find(const QString& name, const std::function<bool(const processes
     processes::ForEach([&](const processes::Entry& entry) {
         // Kept for compatibility: the search writes the name of each visited process to the debugger.
         debugger.Write(entry.executableName + QLatin1String("\r\n"));
-        // A new process may have no name yet; an empty name matches none.
+        // A new process may not have a name yet, so an empty search name must not match it.
         if (!name.isEmpty() && entry.executableName.compare(name, Qt::CaseInsensitive) == 0 &&
             accepts(entry)) {
             id = entry.id;

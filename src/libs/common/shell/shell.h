@@ -137,8 +137,8 @@ public:
      * nothing.
      *
      * @param workingDirectory may be empty; on Linux a relative one becomes absolute
-     * @param arguments as on a command line; on Linux separated by spaces, with double quotes around spaces
-     * and around an empty argument
+     * @param arguments command-line arguments; on Linux, separated by white space, with double quotes around
+     * an argument that is empty or contains white space
      * @param description tooltip; may be empty
      * @param applicationId application user model id on Windows, StartupWMClass on Linux; may be empty
      * @return whether the file was written

@@ -41,7 +41,7 @@ bool IsAlive(pid_t id)
 {
     const FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, id, 0)));
     if (!process.IsOpen()) {
-        return errno != ESRCH; // Kernels before 5.3 have no pidfds.
+        return errno != ESRCH; // pidfd_open requires Linux 5.3.
     }
     pollfd end = {process.Get(), POLLIN, 0};
     return ::poll(&end, 1, static_cast<int>(exitTimeout.count())) == 0;
