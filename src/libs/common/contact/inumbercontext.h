@@ -36,7 +36,7 @@ public:
     /// Returns the string for display: Address, with the prefix "skype: " for a Skype name.
     virtual QString DisplayText() const = 0;
     virtual int Kind() const = 0; ///< One of NumberKind.
-    /// Returns NUMBER@DOMAIN or, if the domain is empty, the number with its extension.
+    /// Returns `NUMBER@DOMAIN` or, if the domain is empty, the number with its extension.
     virtual QString FullAddress() const = 0;
     virtual QString Number() const = 0;    ///< User part or number; lower-case for a Skype name only.
     virtual QString Domain() const = 0;    ///< Lower-case; includes the port, if any.
