@@ -2,7 +2,8 @@
 
 #include <QString>
 
-/// Writes installation requests to files that a browser reads in addition to the user's settings tree.
+/// Publishes and withdraws installation requests in files that a browser reads, in addition to the key in the
+/// user's settings tree. Does nothing on Windows, where the browser reads the registry.
 namespace common::chrome::externalextension
 {
 

@@ -41,8 +41,8 @@ class BodyWriter final : public QObject
 public:
     using Report = std::function<void(qint64 read, qint64 written)>;
 
-    /// `file_` must be open for writing. Each Drain calls `report_` with the numbers of bytes read and
-    /// written; the latter is -1 if a write failed.
+    /// `file_` must be open for writing. Each Drain that finds data calls `report_` with the numbers of bytes
+    /// read and written; the latter is -1 if a write failed.
     BodyWriter(std::unique_ptr<QFile> file_, bool computesSum, Report report_);
 
     QString FileName() const { return file->fileName(); }

@@ -42,7 +42,7 @@ public:
     {
         RequestMissing = 900100,    ///< A request object that was deleted.
         RequestNotSent = 900101,    ///< A request that could not be sent; the log states the reason.
-        FileNotPrepared = 900102,   ///< A path that could not be created or is not a regular file.
+        FileNotPrepared = 900102,   ///< A file that could not be created or opened, or is not regular.
         VerificationFailed = 900103 ///< A file that is unreadable or has an unexpected size or MD5 sum.
     };
 

@@ -127,8 +127,8 @@ public:
     virtual void SetSslCertificate(const QSslCertificate& certificate, const QSslKey& key,
                                    const QList<QSslCertificate>& caCertificates) = 0;
 
-    /// Returns the current reply, or null. The reply is valid until the request is sent again, aborted while
-    /// running, or destroyed.
+    /// Returns the current reply, or null. The reply is valid until the next attempt begins, the running
+    /// attempt is aborted or times out, or the request or its manager is destroyed.
     virtual QNetworkReply* Reply() const = 0;
 
 public Q_SLOTS:

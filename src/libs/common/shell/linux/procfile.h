@@ -15,7 +15,7 @@ struct Stat
 {
     QByteArray kernelName; ///< At most 15 bytes.
     pid_t parent = 0;
-    bool hasEnded = false; ///< True until the parent collects the exit code.
+    bool hasEnded = false; ///< Whether the process has ended, but is not yet reaped.
     quint64 startTime = 0; ///< Clock ticks since boot; distinguishes processes with the same id.
 };
 
