@@ -87,7 +87,7 @@ void TestAddresses::parse()
     QString domain = "old";
     QString name = "old";
     QString extension = "old";
-    QString port = "old"; // Keeps its value if parsing fails.
+    QString port = "old"; // Stays unchanged for forms without a port.
     const bool ok = SipId::ParseURIEx(text, user, domain, name, extension, port);
     QCOMPARE(QStringList({user, domain, name, extension, port}).join('|'), ok ? parts : parts + "||||old");
     QCOMPARE(ok, parts.contains('|'));

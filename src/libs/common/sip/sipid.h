@@ -64,7 +64,8 @@ public:
      * @param name the quoted display name of a name-addr
      * @param extension digits to dial after the call is established, with their leading comma and without
      *        white space
-     * @param port the digits of the port; unchanged if `uri` has no port
+     * @param port the digits of the port of a SIP identifier, empty if it has none; unchanged for a Skype
+     * address, a phone number, a user name, or if `uri` cannot be parsed
      * @return whether `uri` could be parsed
      */
     static bool ParseURIEx(const QString& uri, QString& user, QString& domain, QString& name,
