@@ -41,11 +41,11 @@ void Register(const char* topic, const QRegExp& pattern, const QString& text)
 int main(int argc, char** argv)
 {
     using bench::SipId;
-    bench::Register("paste of prose into an address field", SipId::AllSymbolRegExp(),
+    bench::Register("pasting prose into an address field", SipId::AllSymbolRegExp(),
                     QStringLiteral("Call me at work. ").repeated(589).left(10000));
-    bench::Register("paste with letters between all digits", SipId::PhoneNumberRegExp(),
+    bench::Register("pasting letters between all digits", SipId::PhoneNumberRegExp(),
                     QStringLiteral("1x").repeated(5000));
-    bench::Register("paste beyond the length limit", SipId::SymbolRegExp(),
+    bench::Register("pasting beyond the length limit", SipId::SymbolRegExp(),
                     QStringLiteral("abcdefghij").repeated(1000));
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
