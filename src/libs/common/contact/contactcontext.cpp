@@ -45,9 +45,7 @@ private:
 
 } // namespace
 
-IContactContext::IContactContext()
-    : QObject(nullptr)
-{}
+IContactContext::IContactContext() = default;
 
 IContactContext::~IContactContext() = default;
 

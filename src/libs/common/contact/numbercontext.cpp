@@ -110,9 +110,7 @@ private:
 
 } // namespace
 
-INumberContext::INumberContext()
-    : QObject(nullptr)
-{}
+INumberContext::INumberContext() = default;
 
 INumberContext::~INumberContext() = default;
 

@@ -39,9 +39,7 @@ QString ChecksumOf(QFile& file)
 
 } // namespace
 
-IFileDownload::IFileDownload()
-    : QObject(nullptr)
-{}
+IFileDownload::IFileDownload() = default;
 
 IFileDownload::~IFileDownload() = default;
 

@@ -28,9 +28,7 @@ int ToMilliseconds(int seconds)
     return static_cast<int>(std::clamp<qint64>(qint64{1000} * seconds, 0, std::numeric_limits<int>::max()));
 }
 
-IHttpRequest::IHttpRequest()
-    : QObject(nullptr)
-{}
+IHttpRequest::IHttpRequest() = default;
 
 IHttpRequest::~IHttpRequest() = default;
 

@@ -24,9 +24,7 @@ QString Encoded(const QString& text)
 
 } // namespace
 
-IHttpRequestData::IHttpRequestData()
-    : QObject(nullptr)
-{}
+IHttpRequestData::IHttpRequestData() = default;
 
 IHttpRequestData::~IHttpRequestData() = default;
 

@@ -49,9 +49,7 @@ private:
 
 } // namespace
 
-IHttpRequestPartData::IHttpRequestPartData()
-    : QObject(nullptr)
-{}
+IHttpRequestPartData::IHttpRequestPartData() = default;
 
 IHttpRequestPartData::~IHttpRequestPartData() = default;
 
