@@ -1,4 +1,4 @@
-#include "httprequestpartformdata.h"
+#include <common/http/ihttprequestmultipartdata.h>
 
 #include <common/logger/logger.h>
 
@@ -49,6 +49,79 @@ private:
 
 } // namespace
 
+class HttpRequestPartFormData : public IHttpRequestPartData
+{
+public:
+    HttpRequestPartFormData(const QString& name_, const QString& value_)
+        : name(name_)
+        , value(value_)
+    {}
+
+    virtual QString GetContentDisposition() const = 0;
+
+protected:
+    const QString& Name() const { return name; }
+    const QString& Value() const { return value; }
+
+private:
+    QString name;
+    QString value;
+};
+
+/// A part that sends a file; its value is the path.
+class HttpRequestFilePartFormData final : public HttpRequestPartFormData
+{
+public:
+    using HttpRequestPartFormData::HttpRequestPartFormData;
+
+    bool AppendTo(QHttpMultiPart* multiPart) override
+    {
+        QHttpPart part;
+        part.setHeader(QNetworkRequest::ContentDispositionHeader, GetContentDisposition());
+        auto file = std::make_unique<FormFile>(Value());
+        // Opening a fifo would block until another process opened it for writing.
+        if (!QFileInfo(Value()).isFile() || !file->Open()) {
+            LOG_MESSAGE(logger::Error) << QStringLiteral("Failed to open file '%1'").arg(Value());
+            return false;
+        }
+        part.setBodyDevice(file.get());
+        file.release()->setParent(multiPart);
+        multiPart->append(part);
+        return true;
+    }
+
+    QString GetContentDisposition() const override
+    {
+        return QStringLiteral(R"(form-data; name="%1"; filename="%2")")
+            .arg(Name(), QFileInfo(Value()).fileName());
+    }
+};
+
+/// A part that sends its value as a string.
+class HttpRequestTextPartFormData : public HttpRequestPartFormData
+{
+public:
+    using HttpRequestPartFormData::HttpRequestPartFormData;
+
+    bool AppendTo(QHttpMultiPart* multiPart) override
+    {
+        QHttpPart part;
+        part.setHeader(QNetworkRequest::ContentTypeHeader, GetContentType());
+        part.setHeader(QNetworkRequest::ContentDispositionHeader, GetContentDisposition());
+        part.setBody(GetBody());
+        multiPart->append(part);
+        return true;
+    }
+
+    QString GetContentDisposition() const override
+    {
+        return QStringLiteral(R"(form-data; name="%1")").arg(Name());
+    }
+
+    virtual QString GetContentType() const { return QStringLiteral("text/plain; charset=UTF-8"); }
+    virtual QByteArray GetBody() const { return Value().toUtf8(); }
+};
+
 IHttpRequestPartData::IHttpRequestPartData() = default;
 
 IHttpRequestPartData::~IHttpRequestPartData() = default;
@@ -63,58 +136,6 @@ QSharedPointer<IHttpRequestPartData> IHttpRequestPartData::CreateTextPartFormDat
                                                                                   const QString& text)
 {
     return QSharedPointer<HttpRequestTextPartFormData>::create(name, text);
-}
-
-HttpRequestPartFormData::HttpRequestPartFormData(const QString& name_, const QString& value_)
-    : name(name_)
-    , value(value_)
-{}
-
-bool HttpRequestFilePartFormData::AppendTo(QHttpMultiPart* multiPart)
-{
-    QHttpPart part;
-    part.setHeader(QNetworkRequest::ContentDispositionHeader, GetContentDisposition());
-    auto file = std::make_unique<FormFile>(Value());
-    // Opening a fifo would block until another process opened it for writing.
-    if (!QFileInfo(Value()).isFile() || !file->Open()) {
-        LOG_MESSAGE(logger::Error) << QStringLiteral("Failed to open file '%1'").arg(Value());
-        return false;
-    }
-    part.setBodyDevice(file.get());
-    file.release()->setParent(multiPart);
-    multiPart->append(part);
-    return true;
-}
-
-QString HttpRequestFilePartFormData::GetContentDisposition() const
-{
-    return QStringLiteral(R"(form-data; name="%1"; filename="%2")")
-        .arg(Name(), QFileInfo(Value()).fileName());
-}
-
-bool HttpRequestTextPartFormData::AppendTo(QHttpMultiPart* multiPart)
-{
-    QHttpPart part;
-    part.setHeader(QNetworkRequest::ContentTypeHeader, GetContentType());
-    part.setHeader(QNetworkRequest::ContentDispositionHeader, GetContentDisposition());
-    part.setBody(GetBody());
-    multiPart->append(part);
-    return true;
-}
-
-QString HttpRequestTextPartFormData::GetContentDisposition() const
-{
-    return QStringLiteral(R"(form-data; name="%1")").arg(Name());
-}
-
-QString HttpRequestTextPartFormData::GetContentType() const
-{
-    return QStringLiteral("text/plain; charset=UTF-8");
-}
-
-QByteArray HttpRequestTextPartFormData::GetBody() const
-{
-    return Value().toUtf8();
 }
 
 } // namespace common::http
