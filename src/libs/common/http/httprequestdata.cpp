@@ -1,6 +1,7 @@
 #include "httprequestdata.h"
 
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QStringList>
 #include <QUrl>
 
@@ -22,6 +23,34 @@ QString Encoded(const QString& text)
     return QString::fromLatin1(QUrl::toPercentEncoding(text));
 }
 
+class HttpRequestJsonData final : public IHttpRequestSimpleData
+{
+public:
+    explicit HttpRequestJsonData(const QJsonObject& object_)
+        : object(object_)
+    {}
+
+    QString GetContentType() const override { return jsonContentType; }
+    QByteArray GetData() const override { return ToBytes(object); }
+
+private:
+    QJsonObject object;
+};
+
+class HttpRequestJsonDataMap final : public HttpRequestDataMap
+{
+public:
+    QString GetContentType() const override { return jsonContentType; }
+    QByteArray GetData() const override
+    {
+        QJsonObject object;
+        for (auto entry = Values().cbegin(); entry != Values().cend(); ++entry) {
+            object.insert(entry.key(), entry.value());
+        }
+        return ToBytes(object);
+    }
+};
+
 } // namespace
 
 IHttpRequestData::IHttpRequestData() = default;
@@ -41,49 +70,6 @@ QSharedPointer<IHttpRequestDataMap> IHttpRequestDataMap::CreateJsonDataMap()
 QSharedPointer<IHttpRequestDataMap> IHttpRequestDataMap::CreateUrlencodedDataMap()
 {
     return QSharedPointer<HttpRequestUrlencodedDataMap>::create();
-}
-
-HttpRequestJsonData::HttpRequestJsonData(const QJsonObject& object_)
-    : object(object_)
-{}
-
-QString HttpRequestJsonData::GetContentType() const
-{
-    return jsonContentType;
-}
-
-QByteArray HttpRequestJsonData::GetData() const
-{
-    return ToBytes(object);
-}
-
-QString HttpRequestDataMap::GetValue(const QString& key) const
-{
-    return values.value(key);
-}
-
-void HttpRequestDataMap::SetValue(const QString& key, const QString& value)
-{
-    values.insert(key, value);
-}
-
-void HttpRequestDataMap::RemoveValue(const QString& key)
-{
-    values.remove(key);
-}
-
-QString HttpRequestJsonDataMap::GetContentType() const
-{
-    return jsonContentType;
-}
-
-QByteArray HttpRequestJsonDataMap::GetData() const
-{
-    QJsonObject object;
-    for (auto entry = Values().cbegin(); entry != Values().cend(); ++entry) {
-        object.insert(entry.key(), entry.value());
-    }
-    return ToBytes(object);
 }
 
 QString HttpRequestUrlencodedDataMap::GetContentType() const
