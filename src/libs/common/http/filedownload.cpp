@@ -61,11 +61,6 @@ FileDownload::~FileDownload()
     delete request;
 }
 
-const quint64& FileDownload::GetId() const
-{
-    return id;
-}
-
 void FileDownload::SetUrl(const QUrl& url)
 {
     if (request.isNull()) {
@@ -73,51 +68,6 @@ void FileDownload::SetUrl(const QUrl& url)
         return;
     }
     request->SetUrl(url);
-}
-
-QUrl FileDownload::GetUrl() const
-{
-    return request.isNull() ? QUrl() : request->GetUrl();
-}
-
-void FileDownload::SetFilePath(const QString& path)
-{
-    filePath = path;
-}
-
-QString FileDownload::GetFilePath() const
-{
-    return filePath;
-}
-
-void FileDownload::SetFileSize(qint64 bytes)
-{
-    fileSize = bytes;
-}
-
-qint64 FileDownload::GetFileSize() const
-{
-    return fileSize;
-}
-
-void FileDownload::SetChecksum(const QString& md5)
-{
-    checksum = md5;
-}
-
-QString FileDownload::GetChecksum() const
-{
-    return checksum;
-}
-
-void FileDownload::SetAttemptCount(int count)
-{
-    attemptCount = count;
-}
-
-int FileDownload::GetAttemptCount() const
-{
-    return attemptCount;
 }
 
 void FileDownload::SetTimeout(int seconds)
@@ -134,16 +84,6 @@ int FileDownload::GetTimeout() const
     return request.isNull() ? defaultTimeout : request->GetTimeout();
 }
 
-bool FileDownload::isRunning() const
-{
-    return false; // Kept for compatibility: returns false even while a request is running.
-}
-
-bool FileDownload::IgnoreSSLErrors() const
-{
-    return request.isNull() || request->IgnoreSSLErrors();
-}
-
 void FileDownload::SetIgnoreSSLErrors(bool ignore)
 {
     if (request.isNull()) {
@@ -151,16 +91,6 @@ void FileDownload::SetIgnoreSSLErrors(bool ignore)
         return;
     }
     request->SetIgnoreSSLErrors(ignore);
-}
-
-QFile::Permissions FileDownload::GetPermissions() const
-{
-    return permissions;
-}
-
-void FileDownload::SetPermissions(QFile::Permissions permissions_)
-{
-    permissions = permissions_;
 }
 
 void FileDownload::CreateRequest(QNetworkAccessManager* manager)

@@ -20,24 +20,24 @@ public:
     FileDownload(QNetworkAccessManager* manager, QObject* parent);
     ~FileDownload() override;
 
-    const quint64& GetId() const override;
+    const quint64& GetId() const override { return id; }
     void SetUrl(const QUrl& url) override;
-    QUrl GetUrl() const override;
-    void SetFilePath(const QString& path) override;
-    QString GetFilePath() const override;
-    void SetFileSize(qint64 bytes) override;
-    qint64 GetFileSize() const override;
-    void SetChecksum(const QString& md5) override;
-    QString GetChecksum() const override;
-    void SetAttemptCount(int count) override;
-    int GetAttemptCount() const override;
+    QUrl GetUrl() const override { return request.isNull() ? QUrl() : request->GetUrl(); }
+    void SetFilePath(const QString& path) override { filePath = path; }
+    QString GetFilePath() const override { return filePath; }
+    void SetFileSize(qint64 bytes) override { fileSize = bytes; }
+    qint64 GetFileSize() const override { return fileSize; }
+    void SetChecksum(const QString& md5) override { checksum = md5; }
+    QString GetChecksum() const override { return checksum; }
+    void SetAttemptCount(int count) override { attemptCount = count; }
+    int GetAttemptCount() const override { return attemptCount; }
     void SetTimeout(int seconds) override;
     int GetTimeout() const override;
-    bool isRunning() const override;
-    bool IgnoreSSLErrors() const override;
+    bool isRunning() const override { return false; } // Kept for compatibility, even while a request runs.
+    bool IgnoreSSLErrors() const override { return request.isNull() || request->IgnoreSSLErrors(); }
     void SetIgnoreSSLErrors(bool ignore) override;
-    QFile::Permissions GetPermissions() const override;
-    void SetPermissions(QFile::Permissions permissions_) override;
+    QFile::Permissions GetPermissions() const override { return permissions; }
+    void SetPermissions(QFile::Permissions permissions_) override { permissions = permissions_; }
 
 public Q_SLOTS:
     bool Start() override;
