@@ -2,8 +2,6 @@
 
 #include <QFileInfo>
 
-#include <utility>
-
 namespace common::http
 {
 
@@ -24,11 +22,6 @@ FileState StateOf(const QString& path)
 {
     const QFileInfo info(path);
     return {info.size(), info.lastModified()};
-}
-
-bool operator==(const FileState& left, const FileState& right)
-{
-    return left.size == right.size && left.modified == right.modified;
 }
 
 BodyWriter::BodyWriter(std::unique_ptr<QFile> file_, bool computesSum, Report report_)
@@ -60,7 +53,7 @@ void BodyWriter::Drain(QNetworkReply& reply)
     if (!reply.isReadable() || reply.bytesAvailable() == 0) {
         return;
     }
-    if (hash && !(StateOf(FileName()) == state)) {
+    if (hash && StateOf(FileName()) != state) {
         hash.reset(); // Another program has changed the file.
     }
     qint64 read = 0;

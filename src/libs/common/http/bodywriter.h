@@ -9,20 +9,16 @@
 
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace common::http
 {
 
-/// The attributes of a file that show whether it has changed.
-struct FileState
-{
-    qint64 size = 0;
-    QDateTime modified;
-};
+/// The size and the modification time of a file, which show whether the file has changed.
+using FileState = std::pair<qint64, QDateTime>;
 
 /// Returns the state of the file at `path`.
 FileState StateOf(const QString& path);
-bool operator==(const FileState& left, const FileState& right);
 
 /// The MD5 sum of a written file, valid only while the file is in `state`.
 struct WrittenSum
