@@ -5,8 +5,10 @@
 #include <common/logger/logger.h>
 
 #include <QMessageLogContext>
+#include <QScopeGuard>
 
 #include <iostream>
+#include <optional>
 
 namespace common::logger::l4cpp
 {
@@ -28,35 +30,8 @@ int LevelOf(QtMsgType type)
     }
 }
 
-void HandleQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text);
-
-/// Keeps the handler installed from the time the library is loaded until Undo or exit.
-class HandlerInstallation
-{
-public:
-    HandlerInstallation()
-        : previous(qInstallMessageHandler(&HandleQtMessage))
-    {}
-    ~HandlerInstallation() { Undo(); }
-
-    void Undo()
-    {
-        if (installed) {
-            installed = false;
-            qInstallMessageHandler(previous);
-        }
-    }
-
-private:
-    Q_DISABLE_COPY(HandlerInstallation)
-
-    QtMessageHandler previous;
-    bool installed = true;
-};
-
 // Never destroyed, because other threads may still be inside the handler at exit.
 NeverDestroyed<QString> qtChannel;
-HandlerInstallation installation;
 
 void HandleQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
@@ -69,6 +44,10 @@ void HandleQtMessage(QtMsgType type, const QMessageLogContext& context, const QS
     }
 }
 
+/// Keeps the handler installed from the time the library is loaded until RestoreQtMessageHandler or exit.
+std::optional installation =
+    qScopeGuard([previous = qInstallMessageHandler(&HandleQtMessage)] { qInstallMessageHandler(previous); });
+
 } // namespace
 
 void SetQtChannel(const QString& name)
@@ -78,7 +57,7 @@ void SetQtChannel(const QString& name)
 
 void RestoreQtMessageHandler()
 {
-    installation.Undo();
+    installation.reset();
 }
 
 } // namespace common::logger::l4cpp
