@@ -44,27 +44,17 @@ log4cpp::Priority::Value PriorityOf(int level)
     return index < priorities.size() ? priorities[index] : Priority::DEBUG;
 }
 
-std::unique_ptr<log4cpp::Layout> CreateLayout(unsigned int options, const QString& pattern)
+/// Sets the layout of the appender. Without a layout option, the appender keeps log4cpp's default.
+void SetLayout(log4cpp::Appender& appender, unsigned int options, const QString& pattern)
 {
     if ((options & Option::PatternLayout) != 0) {
         auto layout = std::make_unique<log4cpp::PatternLayout>();
         layout->setConversionPattern(pattern.isEmpty() ? std::string(defaultPattern) : pattern.toStdString());
-        return layout;
-    }
-    if ((options & Option::BasicLayout) != 0) {
-        return std::make_unique<log4cpp::BasicLayout>();
-    }
-    if ((options & Option::SimpleLayout) != 0) {
-        return std::make_unique<log4cpp::SimpleLayout>();
-    }
-    return nullptr;
-}
-
-/// Sets the layout of the appender. Without a layout option, the appender keeps log4cpp's default.
-void SetLayout(log4cpp::Appender& appender, unsigned int options, const QString& pattern)
-{
-    if (auto layout = CreateLayout(options, pattern)) {
         appender.setLayout(layout.release());
+    } else if ((options & Option::BasicLayout) != 0) {
+        appender.setLayout(new log4cpp::BasicLayout);
+    } else if ((options & Option::SimpleLayout) != 0) {
+        appender.setLayout(new log4cpp::SimpleLayout);
     }
 }
 
