@@ -9,7 +9,7 @@ namespace tools::sip
 namespace
 {
 
-constexpr int notSet = -1;
+constexpr int notSet = -1; ///< QList::value returns an empty string for it.
 
 /// Maps the captures of a pattern to the outputs. A match with fewer than `minimum` captures fails.
 struct Form
@@ -35,13 +35,6 @@ constexpr Form forms[] = {
     {SipId::SIPUserRegExp, 3, 1, notSet, notSet, notSet, notSet, false},
 };
 
-void Assign(QString& output, const QStringList& captures, int index)
-{
-    if (index != notSet) {
-        output = captures.at(index);
-    }
-}
-
 } // namespace
 
 bool SipId::ParseURIEx(const QString& uri, QString& user, QString& domain, QString& name, QString& extension,
@@ -62,17 +55,13 @@ bool SipId::ParseURIEx(const QString& uri, QString& user, QString& domain, QStri
         if (captures.size() < form.minimum) {
             break;
         }
-        Assign(user, captures, form.user);
-        Assign(domain, captures, form.domain);
-        Assign(name, captures, form.name);
-        Assign(extension, captures, form.extension);
-        Assign(port, captures, form.port);
-        if (!extension.isEmpty()) {
-            static const QRegularExpression whiteSpace(QStringLiteral("\\s"));
-            extension.remove(whiteSpace);
-        }
-        if (form.isSkype) {
-            domain = QStringLiteral("skype.com");
+        user = captures.value(form.user);
+        domain = form.isSkype ? QStringLiteral("skype.com") : captures.value(form.domain);
+        name = captures.value(form.name);
+        static const QRegularExpression whiteSpace(QStringLiteral("\\s"));
+        extension = captures.value(form.extension).remove(whiteSpace);
+        if (form.port != notSet) {
+            port = captures.at(form.port);
         }
         return true;
     }
