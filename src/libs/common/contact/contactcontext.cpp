@@ -23,23 +23,18 @@ public:
     void* PassThrough(void* value) override { return value; }
     bool IsMarked() const override { return false; }
     QString DisplayName() const override { return name.isEmpty() || Number() == name ? QString() : name; }
-    QString Address() const override { return Get(&INumberContext::Address); }
-    QString DisplayText() const override { return Get(&INumberContext::DisplayText); }
-    int Kind() const override { return number ? number->Kind() : number::PhoneNumber; }
+    QString Address() const override { return number->Address(); }
+    QString DisplayText() const override { return number->DisplayText(); }
+    int Kind() const override { return number->Kind(); }
     QString Name() const override { return name; }
     QString Ringtone() const override { return QStringLiteral(":/ringtones/Ringtone Default.wav"); }
-    QString FullAddress() const override { return Get(&INumberContext::FullAddress); }
-    QString Number() const override { return Get(&INumberContext::Number); }
-    QString Domain() const override { return Get(&INumberContext::Domain); }
-    QString Extension() const override { return Get(&INumberContext::Extension); }
+    QString FullAddress() const override { return number->FullAddress(); }
+    QString Number() const override { return number->Number(); }
+    QString Domain() const override { return number->Domain(); }
+    QString Extension() const override { return number->Extension(); }
 
 private:
-    QString Get(QString (INumberContext::*getter)() const) const
-    {
-        return number ? (number.data()->*getter)() : QString();
-    }
-
-    QSharedPointer<INumberContext> number;
+    QSharedPointer<INumberContext> number; ///< Never null.
     QString name;
 };
 
