@@ -46,15 +46,10 @@ private:
 };
 
 NeverDestroyed<DefaultLogger> defaultLogger;
+std::atomic<ILogger*> currentLogger{&defaultLogger.value};
 
 /// Whether this thread is passing a line to Qt, whose messages come back to the current logger.
 thread_local bool isReturning = false;
-
-std::atomic<ILogger*>& CurrentLogger()
-{
-    static std::atomic<ILogger*> current{&defaultLogger.value};
-    return current;
-}
 
 } // namespace
 
@@ -125,12 +120,12 @@ void Logger::SetFileLoggingEnabled(bool /*enabled*/) {}
 
 ILogger* GetLogger()
 {
-    return CurrentLogger().load(std::memory_order_acquire);
+    return currentLogger.load(std::memory_order_acquire);
 }
 
 ILogger* SetLogger(ILogger* logger)
 {
-    return CurrentLogger().exchange(logger, std::memory_order_acq_rel);
+    return currentLogger.exchange(logger, std::memory_order_acq_rel);
 }
 
 void DestroyLogger(ILogger* logger)
