@@ -2,9 +2,8 @@
 
 #include "../neverdestroyed.h"
 #include "../sourcesuffix.h"
+#include "appenders.h"
 #include "categorycache.h"
-#include "debugappender.h"
-#include "logfile.h"
 #include "qtmessagehandler.h"
 
 #include <log4cpp/BasicLayout.hh>

@@ -13,6 +13,10 @@ class Appender;
 namespace common::logger::l4cpp
 {
 
+/// Creates the appender "win32debug". It writes to the debugger on Windows and to standard error
+/// elsewhere.
+std::unique_ptr<log4cpp::Appender> CreateDebugAppender();
+
 // Child processes do not inherit the files. If a file cannot be opened, its lines are dropped.
 
 /// Creates the appender "file", which appends to the file `path`.

@@ -1,9 +1,11 @@
-#include "../logfile.h"
+#include "../appenders.h"
 
 #include <log4cpp/FileAppender.hh>
+#include <log4cpp/OstreamAppender.hh>
 #include <log4cpp/PropertyConfigurator.hh>
 #include <log4cpp/RollingFileAppender.hh>
 
+#include <iostream>
 #include <utility>
 
 #include <fcntl.h>
@@ -42,6 +44,11 @@ public:
 };
 
 } // namespace
+
+std::unique_ptr<log4cpp::Appender> CreateDebugAppender()
+{
+    return std::make_unique<log4cpp::OstreamAppender>("win32debug", &std::cerr);
+}
 
 std::unique_ptr<log4cpp::Appender> CreateFileAppender(const QString& path)
 {

@@ -1,8 +1,9 @@
-#include "../logfile.h"
+#include "../appenders.h"
 
 #include <log4cpp/FileAppender.hh>
 #include <log4cpp/PropertyConfigurator.hh>
 #include <log4cpp/RollingFileAppender.hh>
+#include <log4cpp/Win32DebugAppender.hh>
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -114,6 +115,11 @@ QByteArray AnsiName(const QString& path)
 }
 
 } // namespace
+
+std::unique_ptr<log4cpp::Appender> CreateDebugAppender()
+{
+    return std::make_unique<log4cpp::Win32DebugAppender>("win32debug");
+}
 
 std::unique_ptr<log4cpp::Appender> CreateFileAppender(const QString& path)
 {
