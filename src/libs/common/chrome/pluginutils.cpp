@@ -16,7 +16,6 @@ namespace
 
 constexpr logger::Channel logChannel{"common.pluginutils"};
 
-const QString rootPath = QStringLiteral("HKEY_CURRENT_USER");
 const QString updateUrlName = QStringLiteral("update_url");
 const QString updateUrl = QStringLiteral("https://clients2.google.com/service/update2/crx");
 
@@ -27,7 +26,7 @@ QString ExtensionKey(const QString& id)
 
 QString StorePath(const QString& id)
 {
-    return QDir::toNativeSeparators(rootPath + ExtensionKey(id));
+    return QDir::toNativeSeparators(QLatin1String("HKEY_CURRENT_USER") + ExtensionKey(id));
 }
 
 bool SetValue(platform::UserSettings& settings)
@@ -61,13 +60,12 @@ bool PluginUtils::IsChromeInstalled()
 
 bool PluginUtils::IsRegistered(const QString& id)
 {
-    const auto settings = platform::OpenUserSettings(StorePath(id), platform::UserSettingsAccess::Read);
-    return settings->Tree().value(updateUrlName) == QVariant(updateUrl);
+    return platform::ReadUserSettings(StorePath(id))->value(updateUrlName) == QVariant(updateUrl);
 }
 
 bool PluginUtils::RegisterPlugin(const QString& id)
 {
-    const auto settings = platform::OpenUserSettings(StorePath(id), platform::UserSettingsAccess::Write);
+    const auto settings = platform::EditUserSettings(StorePath(id));
     if (IsRegistered(id)) {
         LOG_MESSAGE(logger::Warn) << "Registry key '" << updateUrlName << "' with value '" << updateUrl
                                   << "' already exists in '" << StorePath(id) << "'";
@@ -88,7 +86,7 @@ bool PluginUtils::UnregisterPlugin(const QString& id)
     if (!IsRegistered(id)) {
         return true;
     }
-    const auto settings = platform::OpenUserSettings(rootPath, platform::UserSettingsAccess::Write);
+    const auto settings = platform::EditUserSettings();
     if (RemoveValue(*settings, ExtensionKey(id))) {
         externalextension::Withdraw(id, updateUrl);
     }

@@ -19,11 +19,6 @@ constexpr logger::Channel logChannel{"common.clicktocall"};
 
 using protocolkeys::Owner;
 
-std::unique_ptr<platform::UserSettings> OpenSettings(platform::UserSettingsAccess access)
-{
-    return platform::OpenUserSettings(QStringLiteral("HKEY_CURRENT_USER"), access);
-}
-
 bool IsOwnProgid(const QString& value, const Owner& owner)
 {
     return value.startsWith(owner.application) ||
@@ -107,7 +102,7 @@ bool ClickToCall::registerProtocols(const QList<QString>& protocols, const QStri
     }
     const Owner owner{application, organization};
     const Program program = RunningProgram();
-    auto settings = OpenSettings(platform::UserSettingsAccess::Write);
+    auto settings = platform::EditUserSettings();
     WriteApplication(settings->Tree(), program, owner);
     for (const QString& protocol : protocols) {
         WriteProtocol(settings->Tree(), protocol, program, owner);
@@ -129,7 +124,7 @@ bool ClickToCall::unregisterProtocols(const QList<QString>& protocols, const QSt
         return true;
     }
     const Owner owner{application, organization};
-    auto settings = OpenSettings(platform::UserSettingsAccess::Write);
+    auto settings = platform::EditUserSettings();
     for (const QString& protocol : protocols) {
         QSettings& tree = settings->Tree();
         tree.remove(protocolkeys::Class(protocolkeys::ProgId(protocol, owner)));
@@ -152,7 +147,7 @@ bool ClickToCall::unregisterProtocols(const QList<QString>& protocols, const QSt
 bool ClickToCall::unregisterApplication(const QString& application, const QString& organization)
 {
     const Owner owner{application, organization};
-    auto settings = OpenSettings(platform::UserSettingsAccess::Write);
+    auto settings = platform::EditUserSettings();
     settings->Tree().remove(protocolkeys::Application(owner));
     settings->Tree().remove(QLatin1String("Software/RegisteredApplications/") + application);
     const bool written = Save(*settings, "ClickToCall::unregisterApplication");
@@ -163,14 +158,13 @@ bool ClickToCall::unregisterApplication(const QString& application, const QStrin
 QList<QString> ClickToCall::stateOfProtocols(const QString& application, const QString& organization)
 {
     const Owner owner{application, organization};
-    const auto settings = OpenSettings(platform::UserSettingsAccess::Read);
-    const QSettings& tree = settings->Tree();
+    const auto tree = platform::ReadUserSettings();
     QList<QString> own;
     for (const QString& protocol : availableProtocols()) {
         const QString identifier = protocolkeys::Class(protocolkeys::ProgId(protocol, owner));
-        const QString description = tree.value(identifier + QLatin1String("/Default")).toString();
-        const QString capability = tree.value(protocolkeys::Capabilities(owner) + protocol).toString();
-        const QString choice = urlhandlers::UserChoice(tree, protocol, owner);
+        const QString description = tree->value(identifier + QLatin1String("/Default")).toString();
+        const QString capability = tree->value(protocolkeys::Capabilities(owner) + protocol).toString();
+        const QString choice = urlhandlers::UserChoice(*tree, protocol, owner);
         if (!description.isEmpty() && !capability.isEmpty() &&
             (choice.isEmpty() || IsOwnProgid(choice, owner))) {
             own += protocol;

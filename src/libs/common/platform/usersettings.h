@@ -8,14 +8,8 @@
 namespace common::platform
 {
 
-enum class UserSettingsAccess
-{
-    Read,
-    Write
-};
-
 /**
- * The settings tree of the user: the registry on Windows, the same keys in one INI file on Linux.
+ * Edits the settings tree of the user: the registry on Windows, the same keys in one INI file on Linux.
  *
  * On Linux the file is "vxcommon/registry.ini" in the XDG configuration directory. A writer edits a copy, and
  * only Save makes the changes visible, all at the same time. Other writers, in this process and in other
@@ -47,12 +41,11 @@ private:
     Q_DISABLE_COPY(UserSettings)
 };
 
-/**
- * Opens the settings tree. With write access, waits for other writers as long as they make progress. If
- * another writer makes no progress for 1 s, the tree is not writable.
- *
- * @param path "HKEY_CURRENT_USER" or a key below it, with native separators
- */
-std::unique_ptr<UserSettings> OpenUserSettings(const QString& path, UserSettingsAccess access);
+/// Opens the settings tree for reading at `path`: the root or a key below it, with native separators.
+std::unique_ptr<QSettings> ReadUserSettings(const QString& path = QStringLiteral("HKEY_CURRENT_USER"));
+
+/// Opens the settings tree for writing at `path`. Waits for other writers as long as they make progress. If
+/// another writer makes no progress for 1 s, the tree is not writable.
+std::unique_ptr<UserSettings> EditUserSettings(const QString& path = QStringLiteral("HKEY_CURRENT_USER"));
 
 } // namespace common::platform

@@ -228,15 +228,13 @@ void NotifyChanged(std::unique_ptr<platform::UserSettings> settings, const Owner
                    const QStringList& chosen)
 {
     // Read the saved settings again: if `settings` could not copy them, its tree is empty.
-    const auto stored =
-        platform::OpenUserSettings(QStringLiteral("HKEY_CURRENT_USER"), platform::UserSettingsAccess::Read);
-    if (stored->Tree().status() != QSettings::NoError) {
+    const auto stored = platform::ReadUserSettings();
+    if (stored->status() != QSettings::NoError) {
         return;
     }
     const QByteArray id = HandlerEntryId(owner);
-    const QString program = ProgramOf(stored->Tree(), owner);
-    const QByteArrayList types =
-        program.isEmpty() ? QByteArrayList() : RegisteredTypes(stored->Tree(), owner);
+    const QString program = ProgramOf(*stored, owner);
+    const QByteArrayList types = program.isEmpty() ? QByteArrayList() : RegisteredTypes(*stored, owner);
 
     const QByteArray entry = types.isEmpty() ? QByteArray() : HandlerEntry(owner.application, program, types);
     const bool hasNewEntry =

@@ -79,16 +79,6 @@ FileDescriptor LockForWriting()
     return lock;
 }
 
-class SettingsReader final : public UserSettings
-{
-public:
-    SettingsReader() { tree = std::make_unique<QSettings>(StorePath(), QSettings::IniFormat); }
-
-    bool IsWritable() const override { return false; }
-    QString FileName() const override { return StorePath(); }
-    QSettings::Status Save() override { return QSettings::AccessError; }
-};
-
 /**
  * QSettings keeps changes that it could not write, and passes them to the next object for the same file.
  * Therefore each edit works on a copy with a unique name.
@@ -179,16 +169,16 @@ private:
 
 } // namespace
 
-std::unique_ptr<UserSettings> OpenUserSettings(const QString& path, UserSettingsAccess access)
+std::unique_ptr<QSettings> ReadUserSettings(const QString& path)
 {
-    const qsizetype separator = path.indexOf(u'/');
-    const QString group = separator < 0 ? QString() : path.mid(separator + 1);
-    if (access == UserSettingsAccess::Write) {
-        return std::make_unique<SettingsWriter>(group);
-    }
-    auto reader = std::make_unique<SettingsReader>();
-    reader->Tree().beginGroup(group);
-    return reader;
+    auto tree = std::make_unique<QSettings>(StorePath(), QSettings::IniFormat);
+    tree->beginGroup(path.section(u'/', 1));
+    return tree;
+}
+
+std::unique_ptr<UserSettings> EditUserSettings(const QString& path)
+{
+    return std::make_unique<SettingsWriter>(path.section(u'/', 1));
 }
 
 } // namespace common::platform

@@ -9,10 +9,7 @@ namespace
 class Registry final : public UserSettings
 {
 public:
-    explicit Registry(const QString& path)
-    {
-        tree = std::make_unique<QSettings>(path, QSettings::NativeFormat);
-    }
+    explicit Registry(const QString& path) { tree = ReadUserSettings(path); }
 
     bool IsWritable() const override { return tree->isWritable(); }
     QString FileName() const override { return tree->fileName(); }
@@ -26,7 +23,12 @@ public:
 
 } // namespace
 
-std::unique_ptr<UserSettings> OpenUserSettings(const QString& path, UserSettingsAccess /*access*/)
+std::unique_ptr<QSettings> ReadUserSettings(const QString& path)
+{
+    return std::make_unique<QSettings>(path, QSettings::NativeFormat);
+}
+
+std::unique_ptr<UserSettings> EditUserSettings(const QString& path)
 {
     return std::make_unique<Registry>(path);
 }
