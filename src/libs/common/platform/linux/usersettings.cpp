@@ -41,32 +41,19 @@ QString StorePath()
     return Directory() + QLatin1String("/registry.ini");
 }
 
-/// Updates the time stamp of the lock file, to show waiting writers that its holder is still active.
-void Stamp(const FileDescriptor& lock)
-{
-    ::futimens(lock.Get(), nullptr);
-}
-
-/// Returns the time stamp of the lock file.
-timespec LastStamp(const FileDescriptor& lock)
-{
-    struct stat status = {};
-    ::fstat(lock.Get(), &status);
-    return status.st_mtim;
-}
-
 /// Locks out other writers until the returned descriptor is closed. On failure, the descriptor is not open.
 FileDescriptor LockForWriting()
 {
     xdg::MakePrivatePath(Directory());
-    const QByteArray path = QFile::encodeName(Directory() + QLatin1String("/registry.writer"));
-    FileDescriptor lock(::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    const QString path = Directory() + QLatin1String("/registry.writer");
+    FileDescriptor lock(
+        ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
     QDeadlineTimer deadline(lockLimit);
-    timespec seen{};
+    QDateTime seen;
     while (lock.IsOpen() && ::flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
         const int error = errno;
-        const timespec stamp = LastStamp(lock);
-        if (stamp.tv_sec != seen.tv_sec || stamp.tv_nsec != seen.tv_nsec) {
+        const QDateTime stamp = QFileInfo(path).lastModified();
+        if (stamp != seen) {
             seen = stamp;
             deadline.setRemainingTime(lockLimit);
         }
@@ -113,7 +100,7 @@ public:
 private:
     void BeginEdit()
     {
-        Stamp(lock);
+        ::futimens(lock.Get(), nullptr); // Shows waiting writers that this one is still active.
         const QFileInfo store(StorePath());
         storePath = store.exists() ? store.canonicalFilePath() : StorePath(); // The store may be a link.
         copyPath = storePath + u'.' + QUuid::createUuid().toString(QUuid::WithoutBraces);
