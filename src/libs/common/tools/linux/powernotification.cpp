@@ -1,14 +1,16 @@
 #include "../powernotification.h"
 
-#include "sleeplistener.h"
+#include "../../platform/linux/busconnection.h"
 
 #include <common/tools/sleepwatcher.h>
 
+#include <QEventLoop>
 #include <QThread>
 
 #include <chrono>
 #include <future>
 #include <memory>
+#include <utility>
 
 namespace tools
 {
@@ -27,41 +29,30 @@ const QString loginPath = QStringLiteral("/org/freedesktop/login1");
 const QString loginInterface = QStringLiteral("org.freedesktop.login1.Manager");
 const QString sleepSignal = QStringLiteral("PrepareForSleep");
 
-/// The thread that subscribes to logind's signals and receives them.
-class ListenerThread : public QThread
+/// Receives logind's suspend and resume signals on the object's thread.
+class SleepListener : public QObject
 {
+    Q_OBJECT
+
 public:
-    explicit ListenerThread(void* context_)
+    explicit SleepListener(void* context_)
         : context(context_)
     {}
 
-    /// Waits for the outcome of the subscription. Call it only once.
-    bool IsSubscribed() { return subscribed.get_future().get(); }
+    bool Subscribe(); ///< Returns whether the system bus accepted the subscription.
 
-protected:
-    void run() override
-    {
-        SleepListener listener(context);
-        subscribed.set_value(listener.Subscribe());
-        exec();
-    }
+private Q_SLOTS:
+    void OnNameOwnerChanged(const QString& name, const QString& from, const QString& to,
+                            const QDBusMessage& message);
+    void OnPrepareForSleep(bool begins, const QDBusMessage& message);
 
 private:
+    Q_DISABLE_COPY(SleepListener)
+
     void* context;
-    std::promise<bool> subscribed;
+    std::unique_ptr<common::platform::BusConnection> bus;
+    QString loginOwner; ///< Unique bus name of the latest logind process; empty until logind starts.
 };
-
-std::unique_ptr<ListenerThread>& CurrentThread()
-{
-    static std::unique_ptr<ListenerThread> thread;
-    return thread;
-}
-
-} // namespace
-
-SleepListener::SleepListener(void* context_)
-    : context(context_)
-{}
 
 bool SleepListener::Subscribe()
 {
@@ -110,6 +101,14 @@ void SleepListener::OnPrepareForSleep(bool begins, const QDBusMessage& message)
     }
 }
 
+std::unique_ptr<QThread>& CurrentThread()
+{
+    static std::unique_ptr<QThread> thread;
+    return thread;
+}
+
+} // namespace
+
 namespace powernotification
 {
 
@@ -118,9 +117,15 @@ Result Register(void* context)
     if (!common::platform::CanStartThread()) {
         return Result::Refused;
     }
-    CurrentThread() = std::make_unique<ListenerThread>(context);
+    std::promise<bool> promise;
+    std::future<bool> subscribed = promise.get_future();
+    CurrentThread().reset(QThread::create([context, promise = std::move(promise)]() mutable {
+        SleepListener listener(context);
+        promise.set_value(listener.Subscribe());
+        QEventLoop().exec();
+    }));
     CurrentThread()->start();
-    if (CurrentThread()->IsSubscribed()) {
+    if (subscribed.get()) {
         return Result::Done;
     }
     Unregister();
@@ -129,7 +134,7 @@ Result Register(void* context)
 
 Result Unregister()
 {
-    const std::unique_ptr<ListenerThread> thread = std::move(CurrentThread());
+    const std::unique_ptr<QThread> thread = std::move(CurrentThread());
     if (thread != nullptr) {
         thread->quit();
         thread->wait();
@@ -140,3 +145,5 @@ Result Unregister()
 } // namespace powernotification
 
 } // namespace tools
+
+#include "powernotification.moc"
