@@ -17,8 +17,6 @@ namespace tools::url
 namespace
 {
 
-constexpr std::string_view webSchemes = "ftp http https";
-constexpr std::string_view otherSchemes = "callto mailto sip sips tel";
 constexpr std::string_view topLevelDomains =
     "ac ad ae af ag ai al am an ao aq ar as at au aw ax az ba bb bd be bf bg bh bi bj bm bn bo "
     "br bs bt bv bw by bz ca cc cd cf cg ch ci ck cl cm cn co cr cu cv cx cy cz de dj dk dm do "
@@ -80,18 +78,6 @@ public:
 private:
     std::unordered_set<std::string_view> words;
 };
-
-bool IsWebScheme(QStringView scheme)
-{
-    static const WordTable table(webSchemes);
-    return table.Contains(scheme);
-}
-
-bool IsOtherScheme(QStringView scheme)
-{
-    static const WordTable table(otherSchemes);
-    return table.Contains(scheme);
-}
 
 /// Returns whether a word is a top-level domain. The word must contain neither dots nor white space.
 bool IsKnownDomain(QStringView word)
@@ -184,6 +170,8 @@ QStringView Trimmed(QStringView match)
 
 QList<UrlRange> FindUrlRanges(const QString& text)
 {
+    static const WordTable webSchemes("ftp http https");
+    static const WordTable otherSchemes("callto mailto sip sips tel");
     QList<UrlRange> ranges;
     UrlScanner scanner(text);
     UrlCandidate candidate{};
@@ -193,9 +181,9 @@ QList<UrlRange> FindUrlRanges(const QString& text)
         if (candidate.scheme.isEmpty()) {
             isLink = IsKnownDomain(TopLevelPart(candidate.host));
         } else if (candidate.hasAuthority) {
-            isLink = IsWebScheme(candidate.scheme) && IsWebHost(HostAndPort(link));
+            isLink = webSchemes.Contains(candidate.scheme) && IsWebHost(HostAndPort(link));
         } else {
-            isLink = IsOtherScheme(candidate.scheme); // Any text may follow the scheme.
+            isLink = otherSchemes.Contains(candidate.scheme); // Any text may follow the scheme.
         }
         if (isLink) {
             ranges.append({static_cast<int>(candidate.start), static_cast<int>(link.size())});
