@@ -29,18 +29,12 @@ qsizetype RoundUpToBlocks(qsizetype size)
 /// Returns `input`, padded with zero bytes to whole blocks.
 QByteArray Padded(const QByteArray& input)
 {
-    const qsizetype missing = RoundUpToBlocks(input.size()) - input.size();
-    return missing == 0 ? input : input + QByteArray(missing, '\0');
+    return input.leftJustified(RoundUpToBlocks(input.size()), '\0');
 }
 
 const unsigned char* Bytes(const QByteArray& bytes)
 {
     return reinterpret_cast<const unsigned char*>(bytes.constData());
-}
-
-QString PairPrefix(const QString& name)
-{
-    return name + u'=';
 }
 
 } // namespace
@@ -89,13 +83,13 @@ QByteArray& AES::decrypt(const QByteArray& input, QByteArray& output)
 
 QString AES::encryptPair(const QString& name, const QString& value)
 {
-    return encrypt(PairPrefix(name) + value);
+    return encrypt(name + u'=' + value);
 }
 
 QString AES::decryptPair(const QString& name, const QString& text)
 {
     const QString plain = decrypt(text);
-    const QString prefix = PairPrefix(name);
+    const QString prefix = name + u'=';
     return plain.startsWith(prefix) ? plain.mid(prefix.size()) : QString();
 }
 
@@ -141,9 +135,7 @@ int AES::getKeyBuffer(const QString& key, QByteArray& buffer)
             bits = size;
         }
     }
-    if (buffer.size() < bits / 8) {
-        buffer.append(bits / 8 - buffer.size(), '\0');
-    }
+    buffer = buffer.leftJustified(bits / 8, '\0');
     return bits;
 }
 
