@@ -50,15 +50,10 @@ bool Version::parse(const QString& text)
 {
     static const QRegularExpression separator(QStringLiteral("[-,_.]"));
     const QStringList parts = text.split(separator);
-    unsigned int* const fields[] = {&major, &minor, &build, &release};
-    qsizetype index = 0;
-    for (unsigned int* field : fields) {
-        if (index == parts.size()) {
-            break;
-        }
-        *field = parts.at(index).toUInt();
-        ++index;
-    }
+    major = parts.value(0).toUInt();
+    minor = parts.value(1).toUInt();
+    build = parts.value(2).toUInt();
+    release = parts.value(3).toUInt();
     return true;
 }
 
