@@ -11,13 +11,6 @@ namespace
 constexpr int minimumUtf8Limit = 3; // the longest UTF-8 form of one unit
 constexpr int minimumUcs2Limit = 2; // one unit
 
-/// Returns the number of bytes that QString::toUtf8 writes for a lone surrogate.
-qsizetype LoneSurrogateSize()
-{
-    static const qsizetype size = QString(QChar(QChar::highSurrogate(0x10000))).toUtf8().size();
-    return size;
-}
-
 /// Counts the bytes that QString::toUtf8 would return for a text that grows unit by unit.
 class Utf8Counter
 {
@@ -39,8 +32,9 @@ public:
 
 private:
     static constexpr qsizetype pairSize = 4;
+    /// Number of bytes that QString::toUtf8 writes for a lone surrogate.
+    static inline const qsizetype loneSurrogateSize = QString(QChar(0xD800)).toUtf8().size();
 
-    qsizetype loneSurrogateSize = LoneSurrogateSize();
     qsizetype size = 0;
     bool afterHighSurrogate = false;
 };
