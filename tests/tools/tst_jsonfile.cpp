@@ -45,7 +45,6 @@ class TestJsonFile : public QObject
 
     std::unique_ptr<QTemporaryDir> dir;
     QString old; ///< A file with `sample`, alone in its directory.
-    QStringList untouched;
 
 private Q_SLOTS:
     void init();
@@ -64,7 +63,6 @@ void TestJsonFile::init()
     dir = std::make_unique<QTemporaryDir>();
     old = dir->filePath("new/folder/файл.json");
     QCOMPARE(Failure({old, sample, QString()}, &JsonFile::Save), "");
-    untouched = filetree::Snapshot(dir->path());
 }
 
 void TestJsonFile::roundTrip()
@@ -107,6 +105,7 @@ void TestJsonFile::roundTrip()
 
 void TestJsonFile::failures()
 {
+    const QStringList untouched = filetree::Snapshot(dir->path());
     QCOMPARE(Failure({"", ""}, &JsonFile::Load), "FileName is empty!");
     QCOMPARE(Failure({"", ""}, &JsonFile::Save), "FileName is empty!");
     const QString missing = dir->filePath("missing.json");

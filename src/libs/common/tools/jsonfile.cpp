@@ -37,18 +37,10 @@ std::optional<QByteArray> ReadFile(const QString& fileName)
     return file.error() == QFileDevice::NoError ? std::optional(bytes) : std::nullopt;
 }
 
-void RemovePadding(QByteArray& bytes)
-{
-    while (bytes.endsWith('\0')) {
-        bytes.chop(1);
-    }
-}
-
 } // namespace
 
 JsonFile::JsonFile(const QString& fileName_, const QString& key_)
-    : fileName{fileName_}
-    , key{key_}
+    : JsonFile(fileName_, QJsonDocument(), key_)
 {}
 
 JsonFile::JsonFile(const QString& fileName_, const QJsonDocument& document_, const QString& key_)
@@ -58,9 +50,7 @@ JsonFile::JsonFile(const QString& fileName_, const QJsonDocument& document_, con
 {}
 
 JsonFile::JsonFile(const QString& fileName_, const QJsonObject& object, const QString& key_)
-    : document(object)
-    , fileName{fileName_}
-    , key{key_}
+    : JsonFile(fileName_, QJsonDocument(object), key_)
 {}
 
 JsonFile::JsonFile(const JsonFile& other) = default;
@@ -83,7 +73,9 @@ bool JsonFile::Load()
     }
     if (!key.isEmpty()) {
         cipher::AES::decrypt(key, *bytes, *bytes);
-        RemovePadding(*bytes);
+        while (bytes->endsWith('\0')) { // The cipher does not remove its padding.
+            bytes->chop(1);
+        }
     }
     document = QJsonDocument::fromJson(*bytes);
     return true;
