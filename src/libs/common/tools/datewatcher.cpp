@@ -19,7 +19,6 @@ DateWatcher::DateWatcher(QObject* parent)
     : QObject(parent)
     , timer(new QTimer(this))
 {
-    timer->setSingleShot(false);
     timer->setInterval(pollInterval);
     connect(timer, SIGNAL(timeout()), this, SLOT(OnTimerTimeout()));
     timer->start();

@@ -30,7 +30,6 @@ SleepWatcher::~SleepWatcher()
 {
     if (inited) {
         deinit(); // Kept for compatibility: usually repeats the call made on aboutToQuit.
-        inited = false;
     }
 }
 
