@@ -1,5 +1,6 @@
 #include "desktopentry.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace common::platform
@@ -10,13 +11,9 @@ namespace
 
 bool NeedsQuotes(const QString& argument)
 {
-    static const QString reserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
-    for (const QChar character : argument) {
-        if (reserved.contains(character)) {
-            return true;
-        }
-    }
-    return argument.isEmpty();
+    const QStringView reserved = u" \t\n\"'\\><~|&;$*?#()`";
+    return argument.isEmpty() || std::any_of(argument.begin(), argument.end(),
+                                             [reserved](QChar c) { return reserved.contains(c); });
 }
 
 QString Quoted(const QString& argument)
