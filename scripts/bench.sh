@@ -13,8 +13,6 @@ if command -v npm >/dev/null; then
 else
     say "Skipping linkify-it: npm is not installed"
 fi
-say "Configuring and building (bench)"
-quietly cmake --preset bench
 build bench
 
 programs=()

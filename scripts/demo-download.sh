@@ -9,11 +9,7 @@ vxtool=build/release/examples/vxtool/vxtool
 size=$((${1:-200} * 1000000))
 
 scripts/setup.sh demo
-if [ ! -x "$vxtool" ]; then
-    say "Configuring and building (release)"
-    quietly cmake --preset release
-    build release
-fi
+[ -x "$vxtool" ] || build release
 
 dir=$(mktemp -d)
 server_pid=

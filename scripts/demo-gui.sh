@@ -7,8 +7,6 @@ source "$(dirname "$0")/lib.sh"
 [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] || exec scripts/vxphone-pictures.sh
 
 scripts/setup.sh demo
-say "Configuring and building (release)"
-quietly cmake --preset release
 build release --target vxphone
 say "Starting vxphone"
 exec build/release/examples/vxphone/vxphone

@@ -17,8 +17,6 @@ case "${1:-}" in
 esac
 
 scripts/setup.sh demo
-say "Configuring and building (release)"
-quietly cmake --preset release
 build release
 
 mkdir -p "$(dirname "$log")"

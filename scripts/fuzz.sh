@@ -10,8 +10,6 @@ seconds=${1:-60}
 shift || true
 
 scripts/setup.sh fuzz
-say "Configuring and building (fuzz)"
-quietly cmake --preset fuzz
 build fuzz
 
 if [ $# -gt 0 ]; then

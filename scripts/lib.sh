@@ -31,9 +31,11 @@ quietly() {
     rm -f "$log"
 }
 
-# Builds a preset: build NAME [OPTION...]. On a terminal, shows the progress on one
+# Configures and builds a preset: build NAME [OPTION...]. On a terminal, shows the progress of the build on one
 # line. Otherwise, prints the output only if the build fails.
 build() {
+    say "Configuring and building ($1)"
+    quietly cmake --preset "$1"
     if [ -t 1 ]; then
         cmake --build --preset "$@"
     else

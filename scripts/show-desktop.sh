@@ -8,8 +8,6 @@ source "$(dirname "$0")/lib.sh"
 vxtool=${1:-}
 if [ -z "$vxtool" ]; then
     scripts/setup.sh test
-    say "Configuring and building (release)"
-    quietly cmake --preset release
     build release --target vxtool
     vxtool=$project_dir/build/release/examples/vxtool/vxtool
 fi

@@ -6,8 +6,6 @@ source "$(dirname "$0")/lib.sh"
 
 minutes=${1:-20}
 scripts/setup.sh test
-say "Configuring and building (dev)"
-quietly cmake --preset dev
 build dev --target soak vxtool
 say "Running; minutes: $minutes"
 # Use a separate mount namespace, because the test mounts a disk in order to fill it.

@@ -10,7 +10,7 @@ gigabytes=${1:-5}
 
 if [ -z "${SERVER_ROOT:-}" ]; then
     scripts/setup.sh test
-    [ -x "$vxtool" ] || { quietly cmake --preset release; build release; }
+    [ -x "$vxtool" ] || build release
     exec tests/http/with-servers.sh "$0" "$@"
 fi
 

@@ -9,8 +9,6 @@ rounds=${1:-10}
 program=build/dev/tests/singleapp/single_app_stress
 
 scripts/setup.sh test
-say "Configuring and building (dev)"
-quietly cmake --preset dev
 build dev --target single_app_stress
 
 for run in "storm 200" "kill 200" "hostile 300"; do

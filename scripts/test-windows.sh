@@ -37,11 +37,9 @@ fi
 
 scripts/setup.sh windows
 [ "$preset" != windows-clang ] || scripts/setup.sh clang
-say "Configuring and building ($preset)"
 export VXCOMMON_WINDOWS_SDK=$sdk
-quietly cmake --preset "$preset"
-say "Optional parts in the SDK: $(sed -n 's/^VXCOMMON_WITH_\(.*\):BOOL=/\1=/p' "$build_dir/CMakeCache.txt" | paste -sd' ')"
 build "$preset"
+say "Optional parts in the SDK: $(sed -n 's/^VXCOMMON_WITH_\(.*\):BOOL=/\1=/p' "$build_dir/CMakeCache.txt" | paste -sd' ')"
 
 say "Running the tests under Wine ($preset)"
 # Run all tests with one Wine server and one display, so that no test has to start its own.

@@ -6,8 +6,6 @@ source "$(dirname "$0")/lib.sh"
 
 run_preset() {
     [ "$1" != clang ] || scripts/setup.sh clang
-    say "Configuring and building ($1)"
-    quietly cmake --preset "$1"
     build "$1"
     say "Running the tests ($1)"
     ctest --preset "$1"

@@ -157,8 +157,6 @@ tour) # Called by the loop at the end of this script.
 esac
 if [ -z "${VXPHONE:-}" ]; then
     scripts/setup.sh demo gui-demo
-    say "Configuring and building (release)"
-    quietly cmake --preset release
     build release --target vxphone
 fi
 rm -rf "$work"

@@ -15,8 +15,6 @@ if [ $# -gt 0 ]; then
 else
     scripts/setup.sh demo package
     prefix=$dir/prefix
-    say "Building and installing the library"
-    quietly cmake --preset release
     build release
     quietly cmake --install build/release --prefix "$prefix"
 fi
