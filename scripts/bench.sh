@@ -15,14 +15,8 @@ else
 fi
 build bench
 
-programs=()
-if [ $# -gt 0 ]; then
-    programs=("$@")
-else
-    for program in build/bench/benchmarks/bench_*; do
-        [ -x "$program" ] && [ -f "$program" ] && programs+=("$(basename "$program" | sed 's/^bench_//')")
-    done
-fi
+programs=("$@")
+[ $# -gt 0 ] || mapfile -t programs < <(programs_in build/bench/benchmarks bench_)
 
 rm -rf "$results"
 mkdir -p "$results"

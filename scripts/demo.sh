@@ -12,7 +12,13 @@ vxtool=build/release/examples/vxtool/vxtool
 
 case "${1:-}" in
 "") ;;
---gui) exec scripts/demo-gui.sh ;;
+--gui)
+    [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] || exec scripts/vxphone-pictures.sh
+    scripts/setup.sh demo
+    build release --target vxphone
+    say "Starting vxphone"
+    exec build/release/examples/vxphone/vxphone
+    ;;
 *) die "unknown argument \"$1\"; the demo takes --gui or nothing" ;;
 esac
 

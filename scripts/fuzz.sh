@@ -12,16 +12,8 @@ shift || true
 scripts/setup.sh fuzz
 build fuzz
 
-if [ $# -gt 0 ]; then
-    targets=("$@")
-else
-    targets=()
-    for program in build/fuzz/fuzz/fuzz_*; do
-        if [ -f "$program" ] && [ -x "$program" ]; then
-            targets+=("${program##*/fuzz_}")
-        fi
-    done
-fi
+targets=("$@")
+[ $# -gt 0 ] || mapfile -t targets < <(programs_in build/fuzz/fuzz fuzz_)
 
 findings=$project_dir/build/fuzz/findings
 mkdir -p "$findings"

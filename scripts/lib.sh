@@ -3,7 +3,6 @@
 
 set -euo pipefail
 
-caller_dir=$PWD
 project_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$project_dir"
 
@@ -40,6 +39,20 @@ build() {
         cmake --build --preset "$@"
     else
         quietly cmake --build --preset "$@"
+    fi
+}
+
+# Prints the names of the programs in DIR that begin with PREFIX, without the prefix: programs_in DIR PREFIX.
+programs_in() { find "$1" -maxdepth 1 -type f -executable -name "$2*" -printf '%f\n' | sed "s/^$2//" | sort; }
+
+# Prints the directory of the Windows SDK, which contains either qt6/ and openssl/, or sdk.tar.xz. Prints nothing if no
+# SDK is found. The directory is VXCOMMON_WINDOWS_SDK or, if that is not set, ../shared/windows-sdk.
+find_windows_sdk() {
+    local sdk=${VXCOMMON_WINDOWS_SDK:-../shared/windows-sdk}
+    if [ -d "$sdk" ]; then
+        realpath -s "$sdk"
+    elif [ -n "${VXCOMMON_WINDOWS_SDK:-}" ]; then
+        die "VXCOMMON_WINDOWS_SDK is \"$sdk\", which is not a directory"
     fi
 }
 

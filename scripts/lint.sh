@@ -34,7 +34,7 @@ say "Running cppcheck"
 cppcheck --quiet --std=c++17 --language=c++ --library=qt --enable=warning,performance,portability --inline-suppr \
     --suppress=passedByValue --error-exitcode=1 -j "$(nproc)" -I src/libs "${sources[@]}"
 
-if [ $# -eq 0 ] && [ -n "$(scripts/find-windows-sdk.sh)" ]; then
+if [ $# -eq 0 ] && [ -n "$(find_windows_sdk)" ]; then
     scripts/test-windows.sh windows-clang || [ $? -eq 77 ]
 fi
 say "Nothing found"

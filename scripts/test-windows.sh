@@ -9,7 +9,7 @@ source "$(dirname "$0")/lib.sh"
 preset=${1:-windows-mingw}
 build_dir=$project_dir/build/$preset
 unpacked=$project_dir/build/windows-sdk
-sdk=$(scripts/find-windows-sdk.sh)
+sdk=$(find_windows_sdk)
 [ -n "$sdk" ] || die "no Windows SDK: set VXCOMMON_WINDOWS_SDK to a directory with qt6/ and openssl/, or with sdk.tar.xz"
 
 scripts/setup.sh build

@@ -20,7 +20,7 @@ if [ $# -gt 0 ]; then
 fi
 
 run_preset dev
-windows_sdk=$(scripts/find-windows-sdk.sh)
+windows_sdk=$(find_windows_sdk)
 if [ -n "$windows_sdk" ]; then
     # The script exits with 77 after it has printed why it cannot run.
     scripts/test-windows.sh || [ $? -eq 77 ]

@@ -29,7 +29,7 @@ quietly git clone --no-hardlinks "$project_dir" "$root/root/vxcommon"
 mkdir "$root/sdk"
 
 windows_sdk=
-[ -z "${VXCOMMON_WINDOWS_SDK:-}" ] || windows_sdk=$(scripts/find-windows-sdk.sh)
+[ -z "${VXCOMMON_WINDOWS_SDK:-}" ] || windows_sdk=$(find_windows_sdk)
 
 # Runs a command in the new system, in separate mount and process namespaces that end with the command.
 inside() {
