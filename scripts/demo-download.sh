@@ -13,14 +13,7 @@ scripts/setup.sh demo
 
 dir=$(mktemp -d)
 server_pid=
-stop_server() {
-    if [ -n "$server_pid" ]; then
-        kill "$server_pid" 2>/dev/null || true
-        wait "$server_pid" 2>/dev/null || true
-    fi
-    rm -rf "$dir"
-}
-trap stop_server EXIT
+trap 'kill $server_pid 2>/dev/null || true; wait; rm -rf "$dir"' EXIT
 trap 'exit 130' INT TERM
 
 say "Making a file of $((size / 1000000)) MB, and a copy with one wrong byte"
