@@ -71,13 +71,13 @@ QString JsonText(const Row& row)
     return u'{' + members.join(u',') + u'}';
 }
 
-QString TabText(const Row& row)
+QStringList Cells(const Row& row, QString (*textOf)(const QJsonValue&))
 {
     QStringList cells;
     for (const auto& [name, value] : row) {
-        cells += CellText(value);
+        cells += textOf(value);
     }
-    return cells.join(u'\t');
+    return cells;
 }
 
 QString TableCellText(const QJsonValue& value)
@@ -92,27 +92,23 @@ QString TableCellText(const QJsonValue& value)
 
 void PrintTable(const std::vector<Row>& rows)
 {
-    std::vector<QStringList> lines(1);
+    QList<QStringList> lines(1);
     for (const auto& [name, value] : rows.front()) {
         lines.front() += name;
     }
     for (const Row& row : rows) {
-        QStringList cells;
-        for (const auto& [name, value] : row) {
-            cells += TableCellText(value);
-        }
-        lines.push_back(cells);
+        lines += Cells(row, TableCellText);
     }
-    std::vector<qsizetype> widths(rows.front().size(), 0);
+    QList<qsizetype> widths(lines.front().size());
     for (const QStringList& line : lines) {
-        for (std::size_t column = 0; column < widths.size(); ++column) {
-            widths[column] = std::max(widths[column], line.at(static_cast<qsizetype>(column)).size());
+        for (qsizetype column = 0; column < widths.size(); ++column) {
+            widths[column] = std::max(widths[column], line[column].size());
         }
     }
     for (const QStringList& line : lines) {
         QString text;
-        for (std::size_t column = 0; column < widths.size(); ++column) {
-            text += line.at(static_cast<qsizetype>(column)).leftJustified(widths[column] + 2);
+        for (qsizetype column = 0; column < widths.size(); ++column) {
+            text += line[column].leftJustified(widths[column] + 2);
         }
         while (text.endsWith(u' ')) {
             text.chop(1);
@@ -179,9 +175,8 @@ vxtool::Options RowPrinter::Options(const vxtool::Options& more)
 }
 
 RowPrinter::RowPrinter(const QCommandLineParser& parser)
-    : style(parser.isSet(jsonOption)    ? Style::Json
-            : parser.isSet(tableOption) ? Style::Table
-                                        : Style::Tabs)
+    : asJson(parser.isSet(jsonOption))
+    , asTable(!asJson && parser.isSet(tableOption))
     , columns(parser.value(columnsOption).split(u',', Qt::SkipEmptyParts))
 {}
 
@@ -198,16 +193,10 @@ void RowPrinter::Print(const Row& row)
     if (!unknownColumn.isEmpty()) {
         return;
     }
-    switch (style) {
-    case Style::Tabs:
-        PrintLine(TabText(shown));
-        break;
-    case Style::Json:
-        PrintLine(JsonText(shown));
-        break;
-    case Style::Table:
+    if (asTable) {
         tableRows.push_back(shown);
-        break;
+    } else {
+        PrintLine(asJson ? JsonText(shown) : Cells(shown, CellText).join(u'\t'));
     }
 }
 

@@ -55,16 +55,10 @@ public:
 private:
     Q_DISABLE_COPY(RowPrinter)
 
-    enum class Style
-    {
-        Tabs,
-        Json,
-        Table
-    };
-
     Row ShownPart(const Row& row) const;
 
-    Style style;
+    bool asJson;
+    bool asTable;
     QStringList columns; ///< Names of the values to show, in order; empty for all.
     std::vector<Row> tableRows;
 };

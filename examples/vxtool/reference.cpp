@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -105,29 +106,23 @@ QStringList SecondWords(const QString& word)
 
 bool TakesFiles(const QString& arguments)
 {
-    const QStringList fileLike{u"FILE"_s,   u"PATH"_s,    u"DIR"_s,    u"SOURCE"_s,
-                               u"TARGET"_s, u"LIBRARY"_s, u"PROGRAM"_s};
-    return std::any_of(fileLike.begin(), fileLike.end(),
-                       [&arguments](const QString& word) { return arguments.contains(word); });
+    static const QRegularExpression fileLike(u"FILE|PATH|DIR|SOURCE|TARGET|LIBRARY|PROGRAM"_s);
+    return arguments.contains(fileLike);
 }
 
 /// Returns the edit distance: the number of letters to insert, remove, replace or swap with a neighbour.
 qsizetype Distance(const QString& a, const QString& b)
 {
-    std::vector<std::vector<qsizetype>> cost(static_cast<std::size_t>(a.size()) + 1,
-                                             std::vector<qsizetype>(static_cast<std::size_t>(b.size()) + 1));
-    for (std::size_t i = 0; i < cost.size(); ++i) {
-        for (std::size_t k = 0; k < cost[i].size(); ++k) {
+    QList<QList<qsizetype>> cost(a.size() + 1, QList<qsizetype>(b.size() + 1));
+    for (qsizetype i = 0; i <= a.size(); ++i) {
+        for (qsizetype k = 0; k <= b.size(); ++k) {
             if (i == 0 || k == 0) {
-                cost[i][k] = static_cast<qsizetype>(std::max(i, k));
+                cost[i][k] = std::max(i, k);
                 continue;
             }
-            const auto letter = [](const QString& text, std::size_t at) {
-                return text.at(static_cast<qsizetype>(at) - 1);
-            };
-            const qsizetype replaced = letter(a, i) == letter(b, k) ? 0 : 1;
+            const qsizetype replaced = a[i - 1] == b[k - 1] ? 0 : 1;
             cost[i][k] = std::min({cost[i - 1][k] + 1, cost[i][k - 1] + 1, cost[i - 1][k - 1] + replaced});
-            if (i > 1 && k > 1 && letter(a, i) == letter(b, k - 1) && letter(a, i - 1) == letter(b, k)) {
+            if (i > 1 && k > 1 && a[i - 1] == b[k - 2] && a[i - 2] == b[k - 1]) {
                 cost[i][k] = std::min(cost[i][k], cost[i - 2][k - 2] + 1);
             }
         }
@@ -187,8 +182,8 @@ QString ManualPage(const QString& date)
     return text;
 }
 
-/// Returns a shell pattern of all options whose value name `isWanted` accepts.
-QString OptionPattern(bool (*isWanted)(const QString& valueName))
+/// Returns a shell pattern of all options with this value name; if it is empty, of all options with a value.
+QString OptionPattern(const QString& valueName)
 {
     Options options = GlobalOptions() + ProgramOptions();
     for (const Command& command : Commands()) {
@@ -196,7 +191,7 @@ QString OptionPattern(bool (*isWanted)(const QString& valueName))
     }
     QStringList names;
     for (const Option& option : std::as_const(options)) {
-        if (isWanted(option.valueName())) {
+        if (valueName.isEmpty() ? !option.valueName().isEmpty() : option.valueName() == valueName) {
             names += Dashed(option);
         }
     }
@@ -236,11 +231,8 @@ QString BashCompletion()
         cases += u"    '%1 '*) options+=' %2' files=%3 ;;\n"_s.arg(
             command.name, OptionNames(command.options), TakesFiles(command.arguments) ? u"1"_s : QString());
     }
-    return Template(u"bash"_s).arg(
-        OptionNames(GlobalOptions()),
-        OptionPattern([](const QString& valueName) { return !valueName.isEmpty(); }),
-        OptionPattern([](const QString& valueName) { return valueName == "FILE"_L1; }),
-        OptionPattern([](const QString& valueName) { return valueName == "DIR"_L1; }), cases);
+    return Template(u"bash"_s).arg(OptionNames(GlobalOptions()), OptionPattern(QString()),
+                                   OptionPattern(u"FILE"_s), OptionPattern(u"DIR"_s), cases);
 }
 
 QString ZshQuoted(QString text)
