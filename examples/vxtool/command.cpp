@@ -129,6 +129,11 @@ int FailUsage(const QString& reason)
     return WrongUsage;
 }
 
+bool Misused(const QString& reason)
+{
+    return FailUsage(reason) == AllValid;
+}
+
 bool StartLog(const QString& file, int level, bool showSource)
 {
     logger::SetLogger(&Keeper());

@@ -68,6 +68,8 @@ int Fail(const QString& reason, const QString& problem = {});
 QString PlaceProblem(const QString& path);
 /// Prints why the command line is invalid and how to get help. Always returns WrongUsage.
 int FailUsage(const QString& reason);
+/// Does the same, but always returns false.
+bool Misused(const QString& reason);
 
 /**
  * Writes the library's log lines up to `level` to `file`; "-" is standard output. If `file` is empty, only

@@ -28,7 +28,7 @@ const Option keyOption{u"key"_s, u"Key of up to 32 bytes. The process list shows
 const Option keyFileOption{u"key-file"_s, u"Read the key from the first line of FILE."_s, u"FILE"_s};
 const Option rawOption{u"raw"_s, u"Read bytes from FILE or standard input, and print bytes."_s};
 const Option levelOption{u"level"_s, u"Compression level from 0 (none) to 9 (smallest) (default: 6)."_s,
-                         u"N"_s, u"6"_s};
+                         u"N"_s};
 const QString keyDetails =
     u"If neither --key nor --key-file is given, the environment variable VXTOOL_KEY provides the key."_s;
 
@@ -105,16 +105,15 @@ QString DecryptText(const QString& key, const QString& text)
 
 int Gzip(const QCommandLineParser& parser)
 {
-    bool isNumber = false;
-    const int level = parser.value(levelOption).toInt(&isNumber);
-    if (!isNumber || level < 0 || level > 9) {
-        return FailUsage(u"--level takes a number from 0 to 9"_s);
+    qint64 level = 6;
+    if (!ReadNumber(parser, levelOption, 0, 9, level)) {
+        return WrongUsage;
     }
     QByteArray bytes;
     if (!ReadInput(parser.positionalArguments(), bytes)) {
         return SomeFailed;
     }
-    if (!QCompressor::gzipCompress(bytes, bytes, level)) {
+    if (!QCompressor::gzipCompress(bytes, bytes, static_cast<int>(level))) {
         return Fail(u"the input cannot be compressed"_s);
     }
     return ExitCodeOf(PrintBody(parser, bytes));

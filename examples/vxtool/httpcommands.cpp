@@ -23,31 +23,25 @@ constexpr int tooManyRequests = 429;
 /// Prints each signal, with its arguments, as one line on standard error.
 void ShowSignals(const IHttpRequest* request)
 {
-    const auto show = [](const QString& name, const QStringList& values) {
-        PrintError((QStringList{name} + values).join(u' '));
-    };
-    const auto progress = [show](const QString& name) {
-        return [show, name](qint64 done, qint64 total) {
-            show(name, {QString::number(done), QString::number(total)});
+    const auto show = [](const QString& name) {
+        return [name](auto first, const auto& second) {
+            PrintError(u"%1 %2 %3"_s.arg(name).arg(first).arg(second));
         };
     };
-    const auto failure = [show](const QString& name) {
-        return [show, name](int error, const QString& text) { show(name, {QString::number(error), text}); };
-    };
-    QObject::connect(request, &IHttpRequest::downloadProgress, progress(u"downloadProgress"_s));
-    QObject::connect(request, &IHttpRequest::uploadProgress, progress(u"uploadProgress"_s));
-    QObject::connect(request, &IHttpRequest::replyFinished, [show](const QNetworkReply* reply) {
-        show(u"replyFinished"_s, {reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toString()});
+    QObject::connect(request, &IHttpRequest::downloadProgress, show(u"downloadProgress"_s));
+    QObject::connect(request, &IHttpRequest::uploadProgress, show(u"uploadProgress"_s));
+    QObject::connect(request, &IHttpRequest::replyFinished, [](const QNetworkReply* reply) {
+        PrintError(u"replyFinished "_s +
+                   reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toString());
     });
-    QObject::connect(request, &IHttpRequest::requestFinishedWithBinaryData, [show](const QByteArray& body) {
-        show(u"requestFinishedWithBinaryData"_s, {QString::number(body.size())});
+    QObject::connect(request, &IHttpRequest::requestFinishedWithBinaryData, [](const QByteArray& body) {
+        PrintError(u"requestFinishedWithBinaryData %1"_s.arg(body.size()));
     });
-    QObject::connect(request, &IHttpRequest::requestFinished, [show](const QString& body) {
-        show(u"requestFinished"_s, {QString::number(body.size())});
-    });
-    QObject::connect(request, &IHttpRequest::proxyError, failure(u"proxyError"_s));
-    QObject::connect(request, &IHttpRequest::invalidOperationError, failure(u"invalidOperationError"_s));
-    QObject::connect(request, &IHttpRequest::requestError, failure(u"requestError"_s));
+    QObject::connect(request, &IHttpRequest::requestFinished,
+                     [](const QString& body) { PrintError(u"requestFinished %1"_s.arg(body.size())); });
+    QObject::connect(request, &IHttpRequest::proxyError, show(u"proxyError"_s));
+    QObject::connect(request, &IHttpRequest::invalidOperationError, show(u"invalidOperationError"_s));
+    QObject::connect(request, &IHttpRequest::requestError, show(u"requestError"_s));
 }
 
 /// Calls `onIdle` once `request` has been idle for longer than the interval between attempts. The cause is a

@@ -6,6 +6,7 @@
 #include <common/http/ihttprequest.h>
 #include <common/http/ihttprequestmultipartdata.h>
 
+#include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -42,12 +43,6 @@ const Option fileOption{u"file"_s, u"File part of a multipart form (repeatable).
 QString NameOf(const Option& option)
 {
     return u"--"_s + option.names().constLast();
-}
-
-/// Reports that the command line is invalid and returns false.
-bool Misused(const QString& reason)
-{
-    return FailUsage(reason) == AllValid;
 }
 
 /// Calls `use` with both parts of each `option` value, split at the first "=". Reports a value without
@@ -151,43 +146,30 @@ bool ApplyPayload(const QCommandLineParser& parser, IHttpRequest& request)
 
 bool ApplyNumbers(const QCommandLineParser& parser, IHttpRequest& request)
 {
-    const struct
-    {
-        const Option& option;
-        int least;
-        void (IHttpRequest::*set)(int);
-    } numbers[] = {{timeoutOption, 0, &IHttpRequest::SetTimeout},
-                   {attemptsOption, 1, &IHttpRequest::SetAttemptCountOnNetworkProblem},
-                   {intervalOption, 0, &IHttpRequest::SetAttemptIntervalOnNetworkProblem}};
-    for (const auto& [option, least, set] : numbers) {
+    const auto apply = [&](const Option& option, int least, void (IHttpRequest::*set)(int)) {
         qint64 number = 0;
-        if (!ReadNumber(parser, option, least, std::numeric_limits<int>::max(), number)) {
-            return false;
-        }
-        if (parser.isSet(option)) {
+        const bool isValid = ReadNumber(parser, option, least, std::numeric_limits<int>::max(), number);
+        if (isValid && parser.isSet(option)) {
             (request.*set)(static_cast<int>(number));
         }
-    }
-    return true;
+        return isValid;
+    };
+    return apply(timeoutOption, 0, &IHttpRequest::SetTimeout) &&
+           apply(attemptsOption, 1, &IHttpRequest::SetAttemptCountOnNetworkProblem) &&
+           apply(intervalOption, 0, &IHttpRequest::SetAttemptIntervalOnNetworkProblem);
 }
 
 bool ApplyRedirect(const QCommandLineParser& parser, IHttpRequest& request)
 {
-    const struct
-    {
-        QLatin1String name;
-        QNetworkRequest::RedirectPolicy policy;
-    } policies[] = {{"manual"_L1, QNetworkRequest::ManualRedirectPolicy},
-                    {"no-less-safe"_L1, QNetworkRequest::NoLessSafeRedirectPolicy},
-                    {"same-origin"_L1, QNetworkRequest::SameOriginRedirectPolicy}};
-    for (const auto& entry : policies) {
-        if (entry.name == parser.value(redirectOption)) {
-            request.SetAttribute(QNetworkRequest::RedirectPolicyAttribute, entry.policy);
-            return true;
-        }
+    const QHash<QString, int> policies{{u"manual"_s, QNetworkRequest::ManualRedirectPolicy},
+                                       {u"no-less-safe"_s, QNetworkRequest::NoLessSafeRedirectPolicy},
+                                       {u"same-origin"_s, QNetworkRequest::SameOriginRedirectPolicy}};
+    const QString name = parser.value(redirectOption);
+    if (policies.contains(name)) {
+        request.SetAttribute(QNetworkRequest::RedirectPolicyAttribute, policies[name]);
     }
-    return !parser.isSet(redirectOption) ||
-           Misused(u"unknown redirect policy \"%1\""_s.arg(parser.value(redirectOption)));
+    return policies.contains(name) || !parser.isSet(redirectOption) ||
+           Misused(u"unknown redirect policy \"%1\""_s.arg(name));
 }
 
 bool ApplyTls(const QCommandLineParser& parser, IHttpRequest& request)

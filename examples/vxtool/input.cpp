@@ -97,9 +97,8 @@ bool ReadNumber(const QCommandLineParser& parser, const Option& option, qint64 l
     bool ok = false;
     number = parser.value(option).toLongLong(&ok);
     return (ok && number >= least && number <= most) ||
-           FailUsage(
-               u"--%1 takes a number from %2 to %3"_s.arg(option.names().constLast()).arg(least).arg(most)) ==
-               AllValid;
+           Misused(
+               u"--%1 takes a number from %2 to %3"_s.arg(option.names().constLast()).arg(least).arg(most));
 }
 
 bool ReadSeconds(const QCommandLineParser& parser, const Option& option, double& seconds)
@@ -111,8 +110,7 @@ bool ReadSeconds(const QCommandLineParser& parser, const Option& option, double&
     bool ok = false;
     seconds = parser.value(option).toDouble(&ok);
     return (ok && seconds >= 0 && seconds <= day) ||
-           FailUsage(u"--%1 takes seconds, from 0 to %2"_s.arg(option.names().constLast()).arg(day)) ==
-               AllValid;
+           Misused(u"--%1 takes seconds, from 0 to %2"_s.arg(option.names().constLast()).arg(day));
 }
 
 } // namespace vxtool
