@@ -54,40 +54,37 @@ const QByteArray& Packed()
     return packed;
 }
 
-/// Creates the input and its compressed form outside the measurement.
-void Prepare()
-{
-    Packed();
-}
-
 Bytef* Bytes(const QByteArray& bytes)
 {
     return reinterpret_cast<Bytef*>(const_cast<char*>(bytes.constData()));
 }
 
-void SetBytes(benchmark::State& state)
+/// Measures `step`, which returns whether it has succeeded. Creates the input and its compressed form outside
+/// the measurement.
+template<class Step>
+void Measure(benchmark::State& state, const Step& step)
 {
+    Packed();
+    for (auto _ : state) {
+        if (!step()) {
+            state.SkipWithError("packing or unpacking failed");
+        }
+    }
     state.SetBytesProcessed(state.iterations() * Input().size());
 }
 
 void Compress(benchmark::State& state)
 {
-    Prepare();
-    for (auto _ : state) {
+    Measure(state, [] {
         QByteArray output;
-        if (!tools::QCompressor::gzipCompress(Input(), output, level)) {
-            state.SkipWithError("packing failed");
-        }
-        benchmark::DoNotOptimize(output.constData());
-    }
-    SetBytes(state);
+        return tools::QCompressor::gzipCompress(Input(), output, level);
+    });
 }
 BENCHMARK(Compress)->Name("gzip of 64 MB/vxcommon")->Unit(benchmark::kMillisecond);
 
 void CompressZlib(benchmark::State& state)
 {
-    Prepare();
-    for (auto _ : state) {
+    Measure(state, [] {
         z_stream stream{};
         deflateInit2(&stream, level, Z_DEFLATED, windowBits, memoryLevel, Z_DEFAULT_STRATEGY);
         std::vector<Bytef> output(deflateBound(&stream, static_cast<uLong>(Input().size())));
@@ -95,50 +92,39 @@ void CompressZlib(benchmark::State& state)
         stream.avail_in = static_cast<uInt>(Input().size());
         stream.next_out = output.data();
         stream.avail_out = static_cast<uInt>(output.size());
-        if (deflate(&stream, Z_FINISH) != Z_STREAM_END) {
-            state.SkipWithError("packing failed");
-        }
+        const bool isWhole = deflate(&stream, Z_FINISH) == Z_STREAM_END;
         deflateEnd(&stream);
-    }
-    SetBytes(state);
+        return isWhole;
+    });
 }
 BENCHMARK(CompressZlib)->Name("gzip of 64 MB/zlib")->Unit(benchmark::kMillisecond);
 
 void CompressLibdeflate(benchmark::State& state)
 {
-    Prepare();
-    for (auto _ : state) {
+    Measure(state, [] {
         libdeflate_compressor* compressor = libdeflate_alloc_compressor(level);
         const auto size = static_cast<std::size_t>(Input().size());
         std::vector<char> output(libdeflate_gzip_compress_bound(compressor, size));
-        if (libdeflate_gzip_compress(compressor, Input().constData(), size, output.data(), output.size()) ==
-            0) {
-            state.SkipWithError("packing failed");
-        }
+        const std::size_t packedSize =
+            libdeflate_gzip_compress(compressor, Input().constData(), size, output.data(), output.size());
         libdeflate_free_compressor(compressor);
-    }
-    SetBytes(state);
+        return packedSize > 0;
+    });
 }
 BENCHMARK(CompressLibdeflate)->Name("gzip of 64 MB/libdeflate")->Unit(benchmark::kMillisecond);
 
 void Decompress(benchmark::State& state)
 {
-    Prepare();
-    for (auto _ : state) {
+    Measure(state, [] {
         QByteArray output;
-        if (!tools::QCompressor::gzipDecompress(Packed(), output)) {
-            state.SkipWithError("unpacking failed");
-        }
-        benchmark::DoNotOptimize(output.constData());
-    }
-    SetBytes(state);
+        return tools::QCompressor::gzipDecompress(Packed(), output);
+    });
 }
 BENCHMARK(Decompress)->Name("gunzip of 64 MB/vxcommon")->Unit(benchmark::kMillisecond);
 
 void DecompressZlib(benchmark::State& state)
 {
-    Prepare();
-    for (auto _ : state) {
+    Measure(state, [] {
         z_stream stream{};
         inflateInit2(&stream, windowBits);
         // Here, the output size is known in advance; in the library, it is not.
@@ -147,29 +133,24 @@ void DecompressZlib(benchmark::State& state)
         stream.avail_in = static_cast<uInt>(Packed().size());
         stream.next_out = Bytes(output);
         stream.avail_out = static_cast<uInt>(output.size());
-        if (inflate(&stream, Z_FINISH) != Z_STREAM_END) {
-            state.SkipWithError("unpacking failed");
-        }
+        const bool isWhole = inflate(&stream, Z_FINISH) == Z_STREAM_END;
         inflateEnd(&stream);
-    }
-    SetBytes(state);
+        return isWhole;
+    });
 }
 BENCHMARK(DecompressZlib)->Name("gunzip of 64 MB/zlib")->Unit(benchmark::kMillisecond);
 
 void DecompressLibdeflate(benchmark::State& state)
 {
-    Prepare();
-    for (auto _ : state) {
+    Measure(state, [] {
         libdeflate_decompressor* decompressor = libdeflate_alloc_decompressor();
         QByteArray output(Input().size(), Qt::Uninitialized);
-        if (libdeflate_gzip_decompress(
-                decompressor, Packed().constData(), static_cast<std::size_t>(Packed().size()), output.data(),
-                static_cast<std::size_t>(output.size()), nullptr) != LIBDEFLATE_SUCCESS) {
-            state.SkipWithError("unpacking failed");
-        }
+        const libdeflate_result result = libdeflate_gzip_decompress(
+            decompressor, Packed().constData(), static_cast<std::size_t>(Packed().size()), output.data(),
+            static_cast<std::size_t>(output.size()), nullptr);
         libdeflate_free_decompressor(decompressor);
-    }
-    SetBytes(state);
+        return result == LIBDEFLATE_SUCCESS;
+    });
 }
 BENCHMARK(DecompressLibdeflate)->Name("gunzip of 64 MB/libdeflate")->Unit(benchmark::kMillisecond);
 
