@@ -4,7 +4,6 @@
 #include <common/singleapp/qtsingleapplication.h>
 
 #include <QCommandLineParser>
-#include <QFile>
 #include <QStandardPaths>
 
 using namespace Qt::StringLiterals;
