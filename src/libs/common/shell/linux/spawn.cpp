@@ -6,12 +6,9 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <limits>
 #include <vector>
 
 #include <fcntl.h>
-#include <sys/resource.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -21,7 +18,8 @@ namespace common
 namespace
 {
 
-constexpr int firstExtraDescriptor = 3;
+/// In the child, receives errno of a failed start; closed automatically when the program runs.
+constexpr int reportDescriptor = 3;
 
 /// Data for the child, prepared before fork: the child of a multithreaded process must not allocate or lock.
 struct Launch
@@ -30,79 +28,34 @@ struct Launch
     QByteArray workingDirectory;
     std::vector<QByteArray> texts;
     std::vector<char*> arguments;
-    int report = -1; ///< Receives errno of a failed start; closed automatically when the program runs.
-    unsigned int descriptorLimit = 0;
 };
 
-/// Opens a pipe whose descriptors are not 0, 1 or 2, even if these are closed.
-int OpenPipe(std::array<int, 2>& ends)
+[[noreturn]] void Report(int error)
 {
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-        return errno;
-    }
-    for (int& end : ends) {
-        if (end < firstExtraDescriptor) {
-            const int moved = fcntl(end, F_DUPFD_CLOEXEC, firstExtraDescriptor);
-            const int error = errno;
-            close(end);
-            end = moved;
-            if (moved < 0) {
-                close(ends[0]);
-                close(ends[1]);
-                return error;
-            }
-        }
-    }
-    return 0;
-}
-
-unsigned int DescriptorLimit()
-{
-    rlimit limit{};
-    constexpr unsigned int sane = 1 << 20; // Used if the system sets no lower limit.
-    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur > sane) {
-        return sane;
-    }
-    return static_cast<unsigned int>(limit.rlim_cur);
-}
-
-void CloseRange(unsigned int first, unsigned int last, unsigned int limit)
-{
-    if (first > last || syscall(SYS_close_range, first, last, 0U) == 0) {
-        return;
-    }
-    // Kernels before 5.9.
-    for (unsigned int descriptor = first; descriptor <= last && descriptor < limit; ++descriptor) {
-        close(static_cast<int>(descriptor));
-    }
-}
-
-[[noreturn]] void Report(const Launch& launch, int error)
-{
-    const ssize_t written = write(launch.report, &error, sizeof(error));
+    const ssize_t written = write(reportDescriptor, &error, sizeof(error));
     _exit(written == sizeof(error) ? 0 : 1);
 }
 
 /// Runs in the child. The child forks again to start the program, and then exits immediately.
-[[noreturn]] void RunChild(const Launch& launch)
+[[noreturn]] void RunChild(const Launch& launch, int report)
 {
+    dup2(report, reportDescriptor);
+    fcntl(reportDescriptor, F_SETFD, FD_CLOEXEC);
+    closefrom(reportDescriptor + 1);
     static_cast<void>(std::signal(SIGPIPE, SIG_DFL));
     setsid();
     const pid_t program = fork();
     if (program < 0) {
-        Report(launch, errno);
+        Report(errno);
     }
     if (program > 0) {
         _exit(0);
     }
     if (!launch.workingDirectory.isEmpty() && chdir(launch.workingDirectory.constData()) != 0) {
-        Report(launch, errno);
+        Report(errno);
     }
-    const auto report = static_cast<unsigned int>(launch.report);
-    CloseRange(firstExtraDescriptor, report - 1, launch.descriptorLimit);
-    CloseRange(report + 1, std::numeric_limits<unsigned int>::max(), launch.descriptorLimit);
     execv(launch.program.constData(), launch.arguments.data());
-    Report(launch, errno);
+    Report(errno);
 }
 
 int ReadReport(int descriptor)
@@ -132,7 +85,6 @@ int SpawnDetached(const QString& program, const QStringList& arguments, const QS
     Launch launch;
     launch.program = QFile::encodeName(path);
     launch.workingDirectory = QFile::encodeName(workingDirectory);
-    launch.descriptorLimit = DescriptorLimit();
     launch.texts.push_back(QFile::encodeName(program));
     for (const QString& argument : arguments) {
         launch.texts.push_back(argument.toLocal8Bit());
@@ -143,13 +95,12 @@ int SpawnDetached(const QString& program, const QStringList& arguments, const QS
     launch.arguments.push_back(nullptr);
 
     std::array<int, 2> ends{};
-    if (const int error = OpenPipe(ends); error != 0) {
-        return error;
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return errno;
     }
-    launch.report = ends[1];
     const pid_t child = fork();
     if (child == 0) {
-        RunChild(launch);
+        RunChild(launch, ends[1]);
     }
     const int forkError = errno;
     close(ends[1]);
