@@ -42,8 +42,8 @@ public:
     /// Returns the full native path of the image; empty on failure. Needs ReadImage.
     virtual QString ImagePath() const = 0;
 
-    /// Terminates the process immediately. Needs the right Terminate.
-    virtual bool End(unsigned int exitCode) = 0;
+    /// Terminates the process immediately with exit code 1. Needs the right Terminate.
+    virtual bool End() = 0;
 
 protected:
     Process() = default;

@@ -52,10 +52,9 @@ bool Shell::ProcessExists(const QString& name)
 
 int Shell::ProcessKill(const QString& name)
 {
-    constexpr unsigned int exitCode = 1;
     bool allEnded = true;
     for (const auto& process : OpenProcessesByName(name, maxProcesses, processes::Terminate)) {
-        allEnded = process->End(exitCode) && allEnded;
+        allEnded = process->End() && allEnded;
     }
     return allEnded ? 0 : -1;
 }

@@ -8,20 +8,17 @@
 #include "spawn.h"
 
 #include <QDeadlineTimer>
-#include <QDir>
+#include <QDirIterator>
 #include <QFile>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <limits>
 
-#include <dirent.h>
 #include <link.h>
 #include <poll.h>
 #include <sys/syscall.h>
@@ -37,12 +34,6 @@ constexpr logger::Channel logChannel{"common.shell"};
 
 /// Polling interval if the kernel cannot report the end of a process.
 constexpr std::chrono::milliseconds pollInterval{20};
-
-/// Returns whether the id names one process other than init: to kill(2), 0 and negative numbers mean groups.
-bool IsOrdinaryId(unsigned long id)
-{
-    return id > 1 && id <= static_cast<unsigned long>(std::numeric_limits<pid_t>::max());
-}
 
 /// A process identified by a pidfd or, before Linux 5.3 or in some sandboxes, by its id and start time.
 class LinuxProcess final : public Process
@@ -61,14 +52,13 @@ public:
         }
     }
 
-    int Descriptor() const { return descriptor.Get(); }
     QString ImagePath() const override
     {
         const QString path = procfile::ImagePath(id);
         // While the process runs, its id cannot be reused.
         return HasEnded() ? QString() : path;
     }
-    bool End(unsigned int /*exitCode*/) override { return SendSignal(SIGKILL); }
+    bool End() override { return SendSignal(SIGKILL); }
 
     bool HasEnded() const
     {
@@ -78,6 +68,22 @@ public:
         }
         const auto stat = procfile::ReadStat(id);
         return !stat || stat->hasEnded || stat->startTime != startTime;
+    }
+
+    WaitResult WaitForEnd(const QDeadlineTimer& deadline) const
+    {
+        const qint64 longest = descriptor.IsOpen() ? std::numeric_limits<int>::max() : pollInterval.count();
+        while (!HasEnded()) {
+            if (deadline.hasExpired()) {
+                return WaitResult::TimedOut;
+            }
+            const qint64 left = deadline.isForever() ? longest : std::min(deadline.remainingTime(), longest);
+            pollfd ended{descriptor.Get(), POLLIN, 0}; // Without a descriptor, poll only sleeps.
+            if (poll(&ended, 1, static_cast<int>(left)) < 0 && errno != EINTR) {
+                return WaitResult::Failed;
+            }
+        }
+        return WaitResult::AllEnded;
     }
 
     bool SendSignal(int number) const
@@ -109,50 +115,16 @@ private:
 /// terminate the process.
 std::unique_ptr<LinuxProcess> OpenId(unsigned long id, bool forEnding)
 {
-    if (id == 0 || id > static_cast<unsigned long>(std::numeric_limits<pid_t>::max())) {
+    // To kill(2), 0 and negative numbers mean groups. Never terminate init.
+    const unsigned long firstId = forEnding ? 2 : 1;
+    if (id < firstId || id > static_cast<unsigned long>(std::numeric_limits<pid_t>::max())) {
         return nullptr;
     }
     auto process = std::make_unique<LinuxProcess>(static_cast<pid_t>(id));
-    if (process->HasEnded() || (forEnding && (!IsOrdinaryId(id) || !process->SendSignal(0)))) {
+    if (process->HasEnded() || (forEnding && !process->SendSignal(0))) {
         return nullptr;
     }
     return process;
-}
-
-timespec ToTimespec(std::chrono::nanoseconds time)
-{
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
-    return {static_cast<time_t>(seconds.count()), static_cast<long>((time - seconds).count())};
-}
-
-/// Waits until a process in `waiting` ends or the deadline expires, then removes the ended processes. Returns
-/// false on failure.
-bool WaitForSome(std::vector<pollfd>& waiting, const QDeadlineTimer& deadline)
-{
-    const timespec left =
-        ToTimespec(std::chrono::nanoseconds(std::max<qint64>(0, deadline.remainingTimeNSecs())));
-    const int count = ppoll(waiting.data(), waiting.size(), deadline.isForever() ? nullptr : &left, nullptr);
-    if (count < 0) {
-        return errno == EINTR;
-    }
-    const auto hasEnded = [](const pollfd& process) { return process.revents != 0; };
-    waiting.erase(std::remove_if(waiting.begin(), waiting.end(), hasEnded), waiting.end());
-    return true;
-}
-
-WaitResult PollForAll(const ProcessList& processes, const QDeadlineTimer& deadline)
-{
-    const auto hasEnded = [](const std::unique_ptr<Process>& process) {
-        return static_cast<const LinuxProcess&>(*process).HasEnded();
-    };
-    while (!std::all_of(processes.begin(), processes.end(), hasEnded)) {
-        if (deadline.hasExpired()) {
-            return WaitResult::TimedOut;
-        }
-        const timespec interval = ToTimespec(pollInterval);
-        ppoll(nullptr, 0, &interval, nullptr);
-    }
-    return WaitResult::AllEnded;
 }
 
 int AddModule(dl_phdr_info* info, std::size_t /*size*/, void* paths)
@@ -179,28 +151,17 @@ unsigned long ParentOf(const Entry& entry)
 
 void ForEach(const std::function<bool(const Entry&)>& visit)
 {
-    DIR* const directory = opendir("/proc");
-    if (directory == nullptr) {
-        return;
-    }
+    QDirIterator entries(QStringLiteral("/proc"), QDir::Dirs);
     bool more = true;
-    while (more) {
-        const dirent* const entry = readdir(directory);
-        if (entry == nullptr) {
-            break;
-        }
-        pid_t id = 0;
-        const char* const end = entry->d_name + std::strlen(entry->d_name);
-        const auto parsed = std::from_chars(entry->d_name, end, id);
-        if (parsed.ec != std::errc() || parsed.ptr != end) {
-            continue;
-        }
-        const QString name = procfile::ExecutableName(id);
+    while (more && entries.hasNext()) {
+        entries.next();
+        bool isId = false;
+        const pid_t id = entries.fileName().toInt(&isId);
+        const QString name = isId ? procfile::ExecutableName(id) : QString();
         if (!name.isEmpty()) {
             more = visit({static_cast<unsigned long>(id), name, 0});
         }
     }
-    closedir(directory);
 }
 
 std::unique_ptr<Process> Open(const Entry& entry, unsigned int rights)
@@ -219,22 +180,10 @@ WaitResult WaitForAll(const ProcessList& processes, quint32 timeout)
 {
     const QDeadlineTimer deadline =
         timeout == infinite ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(qint64{timeout});
-    std::vector<pollfd> waiting;
     for (const auto& process : processes) {
-        const int descriptor = static_cast<const LinuxProcess&>(*process).Descriptor();
-        if (descriptor < 0) {
-            return PollForAll(processes, deadline);
-        }
-        waiting.push_back({descriptor, POLLIN, 0});
-    }
-    while (!waiting.empty()) {
-        const std::size_t before = waiting.size();
-        const bool isLastLook = deadline.hasExpired();
-        if (!WaitForSome(waiting, deadline)) {
-            return WaitResult::Failed;
-        }
-        if (isLastLook && waiting.size() == before) {
-            return WaitResult::TimedOut;
+        const WaitResult result = static_cast<const LinuxProcess&>(*process).WaitForEnd(deadline);
+        if (result != WaitResult::AllEnded) {
+            return result;
         }
     }
     return WaitResult::AllEnded;
@@ -243,7 +192,7 @@ WaitResult WaitForAll(const ProcessList& processes, quint32 timeout)
 void EndById(unsigned long id)
 {
     if (const auto process = OpenId(id, true)) {
-        process->SendSignal(SIGKILL);
+        process->End();
     }
 }
 

@@ -40,7 +40,7 @@ public:
         return QString::fromWCharArray(path.data(), static_cast<qsizetype>(length));
     }
 
-    bool End(unsigned int exitCode) override { return TerminateProcess(handle.Get(), exitCode) != 0; }
+    bool End() override { return TerminateProcess(handle.Get(), 1) != 0; }
 
 private:
     UniqueHandle handle;
