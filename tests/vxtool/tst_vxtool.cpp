@@ -60,7 +60,11 @@ TestVxtool::Result TestVxtool::Run(const QString& arguments, const QByteArray& i
     QProcess process;
     QSignalSpy finished(&process, &QProcess::finished);
     process.setWorkingDirectory(dir->path());
-    process.start(VXTOOL_PROGRAM, arguments.isEmpty() ? QStringList() : arguments.split('|'));
+    const QStringList list = arguments.isEmpty() ? QStringList() : arguments.split('|');
+    // On a busy machine, Wine sometimes cannot start a program.
+    for (int attempt = 0; attempt < 3 && process.state() == QProcess::NotRunning; ++attempt) {
+        process.start(VXTOOL_PROGRAM, list);
+    }
     process.write(input);
     process.closeWriteChannel();
     if (!finished.wait(60000) || process.exitStatus() != QProcess::NormalExit) {
