@@ -13,7 +13,10 @@
 #include <QTest>
 
 #include <algorithm>
+#include <csignal>
+#include <future>
 #include <memory>
+#include <thread>
 #include <vector>
 
 #ifdef Q_OS_UNIX
@@ -22,6 +25,7 @@
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #endif
@@ -44,7 +48,10 @@ private Q_SLOTS:
     void noMoreThanSixtyFour();
     void startDetached();
 #ifdef Q_OS_UNIX
+    void startKilled();
+    void waitDespiteSignals();
     void firstThreadThatHasEnded();
+    void idOfThread();
     void processOfAnotherUser();
     void withoutPidfd();
 #endif
@@ -182,6 +189,43 @@ void TestProcesses::startDetached()
 }
 
 #ifdef Q_OS_UNIX
+/// From now on, this process and its children get the given seccomp result for the system call.
+static bool FilterCall(unsigned int number, unsigned int result)
+{
+    sock_filter code[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                          BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, number, 0, 1),
+                          BPF_STMT(BPF_RET | BPF_K, result), BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    const sock_fprog filter{4, code};
+    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
+}
+
+// The child that starts the program is killed at its first call of close_range.
+void TestProcesses::startKilled()
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        const bool filtered = FilterCall(SYS_close_range, SECCOMP_RET_KILL_PROCESS);
+        _exit(filtered && !Shell::ProcessStartDetached(program, {"0"}, "") ? 0 : 1);
+    }
+    int status = -1;
+    QCOMPARE(waitpid(child, &status, 0), child);
+    QCOMPARE(status, 0);
+}
+
+void TestProcesses::waitDespiteSignals()
+{
+    Start(aMinute);
+    static_cast<void>(std::signal(SIGALRM, [](int) {}));
+    const auto setInterval = [](suseconds_t microseconds) {
+        const itimerval timer{{0, microseconds}, {0, microseconds}};
+        setitimer(ITIMER_REAL, &timer, nullptr);
+    };
+    setInterval(50);
+    const auto stop = qScopeGuard([&] { setInterval(0); });
+    QCOMPARE(Shell::ProcessWait(name, 500), 1);
+}
+
 void TestProcesses::firstThreadThatHasEnded()
 {
     Start(-aMinute);
@@ -190,6 +234,21 @@ void TestProcesses::firstThreadThatHasEnded()
     QVERIFY(Shell::ProcessExists(name));
     QCOMPARE(Shell::ProcessKill(name), 0);
     QVERIFY(children.front()->waitForFinished());
+}
+
+// A thread is not a process. Kernels disagree about the error of pidfd_open for it.
+void TestProcesses::idOfThread()
+{
+    std::promise<void> end;
+    std::promise<pid_t> id;
+    std::thread thread([&] {
+        id.set_value(static_cast<pid_t>(syscall(SYS_gettid)));
+        end.get_future().wait();
+    });
+    ProcHelper::Terminate(static_cast<unsigned long>(id.get_future().get()));
+    end.set_value();
+    thread.join();
+    QVERIFY(log.lines.empty());
 }
 
 void TestProcesses::processOfAnotherUser()
@@ -211,13 +270,7 @@ void TestProcesses::processOfAnotherUser()
 // Blocks pidfd_open, as if the kernel were older than 5.3. That cannot be undone, so this test runs last.
 void TestProcesses::withoutPidfd()
 {
-    sock_filter code[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-                          BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_pidfd_open, 0, 1),
-                          BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
-                          BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
-    const sock_fprog filter{4, code};
-    QCOMPARE(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
-    QCOMPARE(prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter), 0);
+    QVERIFY(FilterCall(SYS_pidfd_open, SECCOMP_RET_ERRNO | ENOSYS));
     QVERIFY(log.lines.empty());
     for (const auto test : {&TestProcesses::namesAndIds, &TestProcesses::matching, &TestProcesses::wait,
                             &TestProcesses::processOfAnotherUser}) {

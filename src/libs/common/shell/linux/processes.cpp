@@ -43,12 +43,14 @@ public:
         : id(id_)
         , descriptor(static_cast<int>(syscall(SYS_pidfd_open, id_, 0)))
     {
-        if (!descriptor.IsOpen() && errno != ESRCH && errno != EINVAL) {
-            LogMissingPidfd(errno);
-            // The id may be that of a secondary thread, which does not count as a process.
-            if (const auto stat = procfile::ReadStat(id); stat && procfile::IsProcess(id)) {
-                startTime = stat->startTime;
-            }
+        if (descriptor.IsOpen()) {
+            return;
+        }
+        const int error = errno;
+        // The id may be that of a secondary thread, which does not count as a process.
+        if (const auto stat = procfile::ReadStat(id); stat && procfile::IsProcess(id)) {
+            LogMissingPidfd(error);
+            startTime = stat->startTime;
         }
     }
 
@@ -64,7 +66,7 @@ public:
     {
         if (descriptor.IsOpen()) {
             pollfd ended{descriptor.Get(), POLLIN, 0};
-            return poll(&ended, 1, 0) != 0;
+            return poll(&ended, 1, 0) > 0; // A signal can interrupt even this call.
         }
         const auto stat = procfile::ReadStat(id);
         return !stat || stat->hasEnded || stat->startTime != startTime;

@@ -68,10 +68,13 @@ int ReadReport(int descriptor)
     return count == sizeof(error) ? error : 0;
 }
 
-void Reap(pid_t child)
+/// Returns whether the child exited normally, as far as the system reports it.
+bool Reap(pid_t child)
 {
-    while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+    int status = 0; // Unchanged if the program ignores SIGCHLD.
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
+    return status == 0;
 }
 
 } // namespace
@@ -107,7 +110,9 @@ int SpawnDetached(const QString& program, const QStringList& arguments, const QS
     int error = child < 0 ? forkError : 0;
     if (child > 0) {
         error = ReadReport(ends[0]);
-        Reap(child);
+        if (!Reap(child) && error == 0) {
+            error = EIO; // The child was killed before it could report.
+        }
     }
     close(ends[0]);
     return error;
