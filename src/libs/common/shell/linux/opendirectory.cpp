@@ -1,5 +1,7 @@
 #include "../opendirectory.h"
 
+#include "../../platform/linux/filedescriptor.h"
+
 #include "placeat.h"
 
 #include <QDir>
@@ -72,14 +74,14 @@ OpenDirectory OpenDirectory::OpenChild(const QString& name, Access access, Link 
     }
     OpenDirectory opened;
     const int flags = FlagsOf(access) | (link == Link::Refuse ? O_NOFOLLOW : 0);
-    const int descriptor =
-        ::openat(IsHeld() ? static_cast<int>(native) : AT_FDCWD, QFile::encodeName(name).constData(), flags);
-    opened.missing = descriptor < 0 && errno == ENOENT;
+    platform::FileDescriptor descriptor(
+        ::openat(IsHeld() ? static_cast<int>(native) : AT_FDCWD, QFile::encodeName(name).constData(), flags));
+    opened.missing = !descriptor.IsOpen() && errno == ENOENT;
     struct stat status = {};
-    if (descriptor >= 0 && ::fstat(descriptor, &status) == 0) {
-        opened.native = descriptor;
-        opened.path = QStringLiteral("/proc/self/fd/") + QString::number(descriptor);
+    if (descriptor.IsOpen() && ::fstat(descriptor.Get(), &status) == 0) {
+        opened.path = QStringLiteral("/proc/self/fd/") + QString::number(descriptor.Get());
         opened.id = {status.st_dev, status.st_ino, status.st_nlink};
+        opened.native = descriptor.Take();
     }
     return opened;
 }
