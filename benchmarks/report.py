@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Generates the performance page from the results of one benchmark run.
 
-usage: report.py TOPICS_JSON RESULTS_FOLDER [DOCS_FOLDER]
+usage: report.py TOPICS_JSON RESULTS_DIRECTORY [DOCS_DIRECTORY]
 
 Benchmarks are named TOPIC/VARIANT or TOPIC/VARIANT/SIZE. The variant "vxcommon" is the library; the others are its
-peers. Without DOCS_FOLDER, the page is written to standard output and no plots are created.
+peers. Without DOCS_DIRECTORY, the page is written to standard output and no plots are created.
 """
 
 import json

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs one process that logs, downloads, copies, watches and receives messages while faults occur. Reports whether
-# every result was as expected: scripts/soak.sh [MINUTES [SVG]] (default: 20 minutes)
+# Runs one process that logs, downloads, copies, watches for sleep and receives messages while faults occur. Reports
+# whether every result was as expected: scripts/soak.sh [MINUTES [SVG]] (default: 20 minutes)
 
 source "$(dirname "$0")/lib.sh"
 

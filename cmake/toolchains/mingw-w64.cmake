@@ -13,7 +13,7 @@ set(CMAKE_RC_COMPILER ${triplet}-windres)
 
 # Cache the path, because later runs of CMake may not have the environment variable.
 if(NOT "$ENV{VXCOMMON_WINDOWS_SDK}" STREQUAL "")
-    set(VXCOMMON_WINDOWS_SDK "$ENV{VXCOMMON_WINDOWS_SDK}" CACHE PATH "Folder with qt6/ and openssl/ for mingw-w64" FORCE)
+    set(VXCOMMON_WINDOWS_SDK "$ENV{VXCOMMON_WINDOWS_SDK}" CACHE PATH "Directory with qt6/ and openssl/ for mingw-w64" FORCE)
 endif()
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VXCOMMON_WINDOWS_SDK)
 

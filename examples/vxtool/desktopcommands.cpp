@@ -25,8 +25,8 @@ using common::Shell;
 using common::chrome::PluginUtils;
 
 const Option directoryOption{u"directory"_s, u"Start the program in DIR."_s, u"DIR"_s};
-const Option argumentsOption{u"arguments"_s, u"Command line arguments, as one string."_s, u"TEXT"_s};
-const Option descriptionOption{u"description"_s, u"Description."_s, u"TEXT"_s};
+const Option argumentsOption{u"arguments"_s, u"Command-line arguments, as one string."_s, u"TEXT"_s};
+const Option descriptionOption{u"description"_s, u"Tool tip."_s, u"TEXT"_s};
 const Option applicationIdOption{u"app-id"_s, u"Application user model id; StartupWMClass on Linux."_s,
                                  u"ID"_s};
 const Option adminOption{u"admin"_s, u"Register for all users, not only for the current one."_s};

@@ -361,7 +361,8 @@ const CommandRegistration registration([] {
          u"Copy the contents of a directory."_s,
          {tolerateOption},
          CopyDir,
-         u"DESTINATION must exist. Fails if a file of the same name exists there. "
+         u"DESTINATION must exist unless SOURCE has subdirectories. "
+         "Fails if a file of the same name exists there. "
          "Hidden entries are left out."_s},
         {u"movedir"_s, u"SOURCE DESTINATION"_s, u"Move a directory."_s, {}, MoveDir},
         {u"scan"_s, u"[DIR...]"_s, u"List all files below directories."_s,

@@ -32,8 +32,9 @@ const Option ignoreSslOption{u"ignore-ssl"_s, u"Ignore errors of the TLS handsha
 const Option certificateOption{u"client-cert"_s, u"Client certificate (PEM)."_s, u"FILE"_s};
 const Option clientKeyOption{u"client-key"_s, u"Key of the client certificate (PEM)."_s, u"FILE"_s};
 const Option authoritiesOption{u"ca"_s, u"Trusted CA certificates (PEM)."_s, u"FILE"_s};
-const Option redirectOption{
-    u"redirect"_s, u"Redirects to follow: manual (none), no-less-safe or same-origin."_s, u"POLICY"_s};
+const Option redirectOption{u"redirect"_s,
+                            u"Redirects to follow: manual (none), same-origin or no-less-safe (default)."_s,
+                            u"POLICY"_s};
 const Option queryOption{u"query"_s, u"Query parameter (repeatable)."_s, u"KEY=VALUE"_s};
 const Option jsonFileOption{u"json-file"_s, u"Send the JSON object in FILE."_s, u"FILE"_s};
 const Option formOption{u"form"_s, u"Field of a URL-encoded form (repeatable)."_s, u"KEY=VALUE"_s};

@@ -12,7 +12,7 @@ namespace vxtool::platform
 QStringList Arguments(int argc, char** argv);
 
 /// Makes the standard streams pass bytes unchanged. Occupies the descriptor of a stream that was closed at
-/// startup, so that no opened file receives it.
+/// start-up, so that no opened file receives it.
 void PrepareStandardStreams();
 
 bool IsOutputTerminal(); ///< Returns whether standard output is a terminal.

@@ -118,7 +118,7 @@ const CommandRegistration registration([] {
          u"NAME is the name or the path of an executable."_s},
         {u"process kill"_s, u"[NAME...]"_s, u"Terminate all processes with a given name or path."_s,
          RowPrinter::Options(), QueryNames(0, Shell::ProcessKill),
-         u"Prints 0 if none is left, otherwise -1."_s},
+         u"Prints 0 if all that could be opened were terminated, otherwise -1."_s},
         {u"process wait"_s, u"[NAME...]"_s, u"Wait for all processes with a given name to end."_s,
          RowPrinter::Options({timeoutOption}), Wait,
          u"Prints 0 if all have ended, 1 after a timeout, -1 on failure."_s,

@@ -165,7 +165,7 @@ const CommandRegistration registration([] {
          u"Print UTF-8 bytes in the form of a UUID."_s,
          {groupOption},
          UuidForm,
-         u"Prints hexadecimal digits in braces, with a dash after every N digits."_s},
+         u"Prints hexadecimal digits in braces, with dashes between groups of N digits."_s},
         {u"split"_s, u"--utf8 N | --ucs2 N [TEXT...]"_s, u"Split strings into pieces of N bytes."_s,
          RowPrinter::Options({utf8Option, ucs2Option}), Split,
          u"Prints the number of UTF-16 units and UTF-8 bytes of each piece, and its text."_s},

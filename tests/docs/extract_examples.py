@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Creates a source file for each C++ example in the documents: extract_examples.py DOCS OUTPUT_FOLDER
+"""Creates a source file for each C++ example in the documents: extract_examples.py DOCS OUTPUT_DIRECTORY
 
 Prints the names of the files. An example that does not consist of complete functions is enclosed in a function.
 """

@@ -30,7 +30,7 @@ inline QByteArray Response(const QByteArray& status, const QByteArray& body,
            "\r\n" + body;
 }
 
-/// A local server that sends the configured answers, one per connection, and repeats the last one.
+/// A local server that sends the configured responses, one per connection, and repeats the last one.
 class FaultServer : public QTcpServer
 {
 public:

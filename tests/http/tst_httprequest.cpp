@@ -327,7 +327,7 @@ void TestHttpRequest::abortAndRetry()
     const std::unique_ptr<IHttpRequest> unset(CreateHttpRequest(manager.get(), nullptr));
     QCOMPARE(unset->findChild<QTimer*>()->interval(), 20000);
 
-    // Both an abort and a new send cancel a scheduled retry. The abort keeps the failed reply.
+    // Both an abort and a new send cancel a retry after an error. The abort keeps the failed reply.
     FaultServer closing({{"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n"}});
     request->SetAttemptCountOnNetworkProblem(5);
     request->SetAttemptIntervalOnNetworkProblem(1);

@@ -1,4 +1,4 @@
-// Test process of scripts/soak.sh: soak SECONDS FOLDER URL SIZE MD5
+// Test process of scripts/soak.sh: soak SECONDS DIRECTORY URL SIZE MD5
 // It logs, downloads, copies, removes, receives messages and watches the system at the same time, and finally
 // reports how often each event occurred. The script causes the faults.
 

@@ -8,8 +8,7 @@ namespace common::chrome
 {
 
 /**
- * Requests or withdraws the installation of an extension from the store of the Chrome browser for the
- * current user.
+ * Requests that Chrome install an extension from its store for the current user, or withdraws the request.
  *
  * Windows: writes the registry key that the browser documents for external extensions. Linux: writes the
  * same key to the settings tree of this library and, for Chromium, a file to the user's directory "External

@@ -7,7 +7,7 @@
 namespace common::shell
 {
 
-/// The identity of this machine. Thread-safe, except while a thread sets the alternative id.
+/// Identifies this machine. Thread-safe, except while a thread sets the alternative id.
 class VXCOMMON_EXPORT DeviceInfo
 {
 public:

@@ -85,7 +85,7 @@ public Q_SLOTS:
     void AddSymlink(const QString& fileSourcePath, const QString& fileDestPath);
     /// Adds a file. The job creates missing parent directories of the destination.
     void AddFile(const QString& fileSourcePath, const QString& fileDestPath);
-    /// Adds a tree. The job copies the content of the source directory into the destination directory.
+    /// Adds a tree. The job copies the contents of the source directory into the destination directory.
     void AddDirectory(const QString& dirSourcePath, const QString& dirDestPath);
 
 Q_SIGNALS:

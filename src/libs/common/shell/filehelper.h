@@ -43,8 +43,8 @@ public:
     bool Copy(const QString& destination);
 
     /**
-     * Scans, then removes the entries found. Removes a directory after its content. Removes a link as a link.
-     * Continues after a failure.
+     * Scans, then removes the entries found. Removes a directory after its contents. Removes a link as a
+     * link. Continues after a failure.
      *
      * @return whether everything was removed; true if nothing was found
      */

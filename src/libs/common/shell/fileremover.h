@@ -28,7 +28,7 @@ class FileTask;
  *
  * Hidden entries are kept, so a directory that contains one cannot be removed. A link in a tree, or one that
  * is added as a file, is removed as a link; its target is kept. If a link is added as a directory, the
- * content of its target is removed.
+ * contents of its target is removed.
  *
  * A job ends with exactly one of `succesed` and `failed`. Details are logged on the channel
  * "shell.fileremove".
@@ -76,7 +76,7 @@ public Q_SLOTS:
 
     /// Adds a file or a link. Like AddDirectory, does not access the disk.
     void AddFile(const QString& filePath);
-    /// Adds a directory and its content.
+    /// Adds a directory and its contents.
     void AddDirectory(const QString& dirPath);
 
 Q_SIGNALS:

@@ -10,7 +10,7 @@ namespace common
 {
 
 /**
- * Well-known folders, plain file operations, the file manager, shortcuts, processes and components.
+ * Provides known folders, plain file operations, the file manager, shortcuts, processes and components.
  *
  * Any thread may call the functions. They block and never retry. For long jobs with progress, use FileCopier
  * and FileRemover. The return value reports failures. Functions that are documented to log a line use the
@@ -45,7 +45,7 @@ public:
     static QString TempPath();
     /// @}
 
-    /// Returns true: the product exists for 64-bit systems only.
+    /// Returns true: the library supports only 64-bit systems.
     static bool Is64BitSystem();
 
     /// Returns the user's language tag, such as "de-DE"; if unavailable, the locale name, such as "de_DE".
@@ -139,7 +139,7 @@ public:
      * @param workingDirectory may be empty; on Linux a relative one becomes absolute
      * @param arguments command-line arguments; on Linux, separated by white space, with double quotes around
      * an argument that is empty or contains white space
-     * @param description tooltip; may be empty
+     * @param description tool tip; may be empty
      * @param applicationId application user model id on Windows, StartupWMClass on Linux; may be empty
      * @return whether the file was written
      */

@@ -37,7 +37,7 @@ constexpr int maxReceivers = 256;
 /// client, for example because the process has no descriptor left.
 constexpr auto checkInterval = 5s;
 
-/// Age at which the lock file is touched. Cleanup services delete temporary files that are several days old.
+/// Age at which the lock file is touched. Clean-up services delete temporary files that are several days old.
 constexpr auto freshFor = 1h;
 
 /// Pause between the two connection attempts.
@@ -201,7 +201,7 @@ QtLocalPeerPrivate::QtLocalPeerPrivate(QtLocalPeer* peer, const QString& appId)
         id = QCoreApplication::applicationFilePath().toLower();
         prefix = id.section(u'/', -1);
     }
-    // Avoid QRegularExpression: in mingw builds, a thread that has used it fails as the thread ends.
+    // Avoid QRegularExpression: in mingw-w64 builds, a thread that has used it fails when it ends.
     prefix.removeIf([](QChar character) {
         const char16_t lower = character.unicode() | 0x20;
         return lower < u'a' || lower > u'z';
