@@ -66,8 +66,8 @@ void TestAddresses::parse_data()
     const Table<QString, QString> row("text", "parts");
     row("quotes in the name, blanks, parameters", "\"A \"B\" C\" <SIP:  a@b.com:5060;transport=tcp;x>",
         "a|b.com|A \"B\" C||5060");
-    row("identifier with port and dial digits", " sip: a.b@c.d.com:5060,, 12 #,\n",
-        "a.b|c.d.com||,,12#|5060");
+    row("identifier with port and dial digits", " sip: a.b@c.d.com:5060,,\t12\u2003 #,\n",
+        "a.b|c.d.com||,,12\u2003#|5060");
     row("Skype link with the short domain", "SKYPE: Some.Name@skype", "Some.Name|skype.com|||old");
     row("long Skype domain is an identifier", "name@skype.com", "name|skype.com|||");
     row("phone number with dial digits", "+ +123*#,4 5#,", "123*#|||,45#|old");

@@ -4,8 +4,6 @@
 
 #include "deployment.h"
 
-#include <QRegularExpression>
-
 namespace common::contact::number
 {
 
@@ -47,13 +45,10 @@ int KindOf(const QString& number, const QString& domain)
     return PhoneNumber;
 }
 
-QString OnlyDialDigits(QString text)
+/// Avoids QRegularExpression: in mingw-w64 builds, a thread that has used it fails when it ends.
+bool IsNoDialDigit(QChar character)
 {
-    if (!text.isEmpty()) {
-        static const QRegularExpression others(QStringLiteral("[^0-9a-fA-F*#]+"));
-        text.remove(others);
-    }
-    return text;
+    return !QStringView(u"0123456789abcdefABCDEF*#").contains(character);
 }
 
 class NumberContext final : public INumberContext
@@ -62,7 +57,7 @@ public:
     NumberContext(const QString& number_, const QString& domain_, const QString& extension_)
         : number(number_.trimmed())
         , domain(domain_.trimmed().toLower())
-        , extension(OnlyDialDigits(extension_))
+        , extension(QString(extension_).removeIf(IsNoDialDigit))
         , kind(KindOf(number, domain))
     {
         if (kind == SkypeName) {

@@ -1,6 +1,5 @@
 #include <common/sip/sipid.h>
 
-#include <QRegularExpression>
 #include <QStringList>
 
 namespace tools::sip
@@ -35,6 +34,12 @@ constexpr Form forms[] = {
     {SipId::SIPUserRegExp, 3, 1, notSet, notSet, notSet, notSet, false},
 };
 
+/// Avoids QRegularExpression: in mingw-w64 builds, a thread that has used it fails when it ends.
+bool IsWhiteSpace(QChar character)
+{
+    return character == u' ' || (character >= u'\t' && character <= u'\r');
+}
+
 } // namespace
 
 bool SipId::ParseURIEx(const QString& uri, QString& user, QString& domain, QString& name, QString& extension,
@@ -58,8 +63,7 @@ bool SipId::ParseURIEx(const QString& uri, QString& user, QString& domain, QStri
         user = captures.value(form.user);
         domain = form.isSkype ? QStringLiteral("skype.com") : captures.value(form.domain);
         name = captures.value(form.name);
-        static const QRegularExpression whiteSpace(QStringLiteral("\\s"));
-        extension = captures.value(form.extension).remove(whiteSpace);
+        extension = captures.value(form.extension).removeIf(IsWhiteSpace);
         if (form.port != notSet) {
             port = captures.at(form.port);
         }
