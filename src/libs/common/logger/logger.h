@@ -252,12 +252,12 @@ public:
 
     Stream& GetStream() { return stream; } ///< Returns the stream that collects the text.
 
-    int GetLevel() const override;
-    const Channel* GetChannel() const override;
-    const QString* GetText() const override;
-    int GetLine() const override;
-    const char* GetFile() const override;
-    const char* GetFunction() const override;
+    int GetLevel() const override { return level; }
+    const Channel* GetChannel() const override { return channel; }
+    const QString* GetText() const override { return &stream.GetText(); }
+    int GetLine() const override { return line; }
+    const char* GetFile() const override { return file; }
+    const char* GetFunction() const override { return function; }
 
 private:
     Q_DISABLE_COPY(Message)

@@ -27,34 +27,4 @@ Message::~Message()
     }
 }
 
-int Message::GetLevel() const
-{
-    return level;
-}
-
-const Channel* Message::GetChannel() const
-{
-    return channel;
-}
-
-const QString* Message::GetText() const
-{
-    return &stream.GetText();
-}
-
-int Message::GetLine() const
-{
-    return line;
-}
-
-const char* Message::GetFile() const
-{
-    return file;
-}
-
-const char* Message::GetFunction() const
-{
-    return function;
-}
-
 } // namespace common::logger
