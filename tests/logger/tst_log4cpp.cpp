@@ -245,7 +245,7 @@ void TestLog4cpp::startedProgram()
     QVERIFY(QFile(setup.logFile).open(QIODevice::WriteOnly, QFile::ReadOwner | QFile::WriteOwner));
     setup.maxFileSize = 10;
     setup.Apply();
-    LogOnMain("one rollover");
+    LOG_MESSAGE(logger::Info) << "rolls over only the main log";
     QProcess program;
     program.start(CHILD_PROGRAM, {"end fatally"});
     program.setReadChannel(QProcess::StandardError);
@@ -301,7 +301,10 @@ void TestLog4cpp::channels()
     logger::Message(log, nullptr, logger::Info, nullptr, nullptr, 0).GetStream() << "no channel";
     logger::Message(log, &nameless, logger::Info, nullptr, nullptr, 0).GetStream() << "no name";
     LOG_MESSAGE(logger::Info) << "own channel";
-    QCOMPARE(ReadLog(setup.logFile), "[] no channel\n[test.backend] own channel\n");
+    static constexpr logger::Channel similar{"best.backend"};
+    LOG_MESSAGE_ON(similar, logger::Info) << "similar channel";
+    QCOMPARE(ReadLog(setup.logFile),
+             "[] no channel\n[test.backend] own channel\n[best.backend] similar channel\n");
 }
 
 // Must be the last test in this process, because the console appender stays attached to the root category.

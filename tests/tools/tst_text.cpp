@@ -85,6 +85,7 @@ void TestText::split()
     verify(5, "abcde|fghij", "abcdef|ghij");
     verify(8, "aaaabбb|bccccddd|d", "aaaa|bбbb|ccccdddd");
     verify(9, "a😀б|中a😀|б中", "a😀б|中a😀|б中");
+    verify(7, "a😀б|a", "a😀|бa");
     // A limit smaller than any character, and one larger than the whole string.
     verify(-5, "abc", "abc");
     verify(std::numeric_limits<int>::max(), "aб", "aб");
