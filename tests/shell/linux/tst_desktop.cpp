@@ -122,7 +122,7 @@ void TestDesktop::showFile()
 
     const RecordingLogger log;
     auto answer = std::async(std::launch::async, [this] { return Shell::ShowFile(Path("a%20 b#ü.txt")); });
-    // 10 s lies between the library's timeout of 2 s and the D-Bus default of 25 s.
+    // 10 s lies between the library's limit of 2 s and the D-Bus default of 25 s.
     const bool inTime =
         QTest::qWaitFor([&] { return answer.wait_for(0s) == std::future_status::ready; }, 10000);
     answer.wait();
