@@ -93,7 +93,7 @@ const CommandRegistration registration([] {
         {u"sip parse"_s, u"[TEXT...]"_s, u"Split addresses into their parts."_s, RowPrinter::Options(),
          PrintRows(Parse, true), u"Prints true or false, user, domain, display name, extension and port."_s,
          u"vxtool sip parse --json '\"Anna\" <sip:anna@office.quollsip.com:5061>'"_s},
-        {u"password"_s, u"[TEXT...]"_s, u"Check passwords against the rules for SIP."_s,
+        {u"password"_s, u"[TEXT...]"_s, u"Check passwords against the rules for SIP accounts."_s,
          RowPrinter::Options(), PrintRows(CheckPassword, true),
          u"A good password has 8 to 20 letters, digits and common punctuation marks. Provide passwords on "
          "standard input: the process list shows arguments to every user."_s},

@@ -182,7 +182,8 @@ QString ManualPage(const QString& date)
     return text;
 }
 
-/// Returns a shell pattern of all options with this value name; if it is empty, of all options with a value.
+/// Returns a shell pattern that matches all options with this value name. If the name is empty, matches all
+/// options that take a value.
 QString OptionPattern(const QString& valueName)
 {
     Options options = GlobalOptions() + ProgramOptions();

@@ -85,7 +85,7 @@ inline QStringList Snapshot(const QString& folder)
     return entries;
 }
 
-/// Changes the current directory during its lifetime.
+/// Changes the current directory for its lifetime, then restores the previous one.
 class CurrentDirectory
 {
 public:

@@ -175,7 +175,7 @@ void TestLog4cpp::changesOnTheWay()
     LogOnMain("3");
     QCOMPARE(ReadLog(setup.shortLogFile), "1\n3\n");
 
-    // A second call of Configure replaces the files.
+    // A second call to Configure switches to the new log file.
     setup.logFile = File("c.log");
     setup.Apply();
     LogOnMain("4");

@@ -15,8 +15,8 @@ namespace common::http
 /**
  * Downloads a URL to a file, verifies its size and MD5 sum, and retries the whole download if it fails.
  *
- * A download ends with complete, or with failed if no attempt is left. The file stays on disk whatever the
- * outcome, even if it is incomplete or contains an error page.
+ * A download ends with complete or failed. The file stays on disk whatever the outcome, even if it is
+ * incomplete or contains an error page.
  *
  * The MD5 sum is computed while the file is written. If the size or modification time shows that another
  * program has changed the file, the sum is computed from the file instead. A change is not detected if it
@@ -96,7 +96,8 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void complete(); ///< Emitted when the file is on disk and verified.
-    /// Emitted after the last attempt, with an ErrorCode or the code of the request's last failure.
+    /// Emitted when the last attempt has failed, or when an attempt cannot begin. `error` is an ErrorCode or
+    /// a code of IHttpRequest::requestError.
     void failed(int error, const QString& errorString);
     /// Emitted as data arrives. The sizes are in bytes; `bytesTotal` is -1 if unknown.
     void progress(qint64 bytesReceived, qint64 bytesTotal);

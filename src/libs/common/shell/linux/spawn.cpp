@@ -68,10 +68,11 @@ int ReadReport(int descriptor)
     return count == sizeof(error) ? error : 0;
 }
 
-/// Returns whether the child exited normally, as far as the system reports it.
+/// Waits for the child and returns whether it exited with code 0. Also returns true if its status is
+/// unavailable, because the program ignores SIGCHLD.
 bool Reap(pid_t child)
 {
-    int status = 0; // Unchanged if the program ignores SIGCHLD.
+    int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     return status == 0;
