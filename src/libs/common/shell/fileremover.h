@@ -28,7 +28,7 @@ class FileTask;
  *
  * Hidden entries are kept, so a directory that contains one cannot be removed. A link in a tree, or one that
  * is added as a file, is removed as a link; its target is kept. If a link is added as a directory, the
- * contents of its target is removed.
+ * contents of its target are removed.
  *
  * A job ends with exactly one of `succesed` and `failed`. Details are logged on the channel
  * "shell.fileremove".
